@@ -1,0 +1,30 @@
+# Install rules, the CMake package and the pkg-config file.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/QuorOsgUtils)
+
+install(TARGETS quor_osg_utils EXPORT QuorOsgUtilsTargets
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY include/ ${PROJECT_BINARY_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(EXPORT QuorOsgUtilsTargets NAMESPACE QuorOsgUtils:: DESTINATION ${package_dir})
+
+configure_package_config_file(cmake/QuorOsgUtilsConfig.cmake.in QuorOsgUtilsConfig.cmake
+  INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(QuorOsgUtilsConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+configure_file(cmake/quor_osg_utils.pc.in quor_osg_utils.pc @ONLY)
+
+install(FILES
+  ${PROJECT_BINARY_DIR}/QuorOsgUtilsConfig.cmake
+  ${PROJECT_BINARY_DIR}/QuorOsgUtilsConfigVersion.cmake
+  cmake/QuorOpenSceneGraph.cmake
+  DESTINATION ${package_dir})
+install(FILES ${PROJECT_BINARY_DIR}/quor_osg_utils.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+if(QUOR_BUILD_VIEWER)
+  install(TARGETS quor_viewer quor_make_scan RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES data/haystack_rock.las data/haystack_rock.LICENSE data/README.md
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/quor_osg_utils)
+endif()

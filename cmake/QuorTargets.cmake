@@ -1,0 +1,24 @@
+# Common settings of every target of this project: C++17 without extensions, nothing exported that is not marked.
+function(quor_target_defaults target)
+  target_compile_features(${target} PUBLIC cxx_std_17)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+endfunction()
+
+# quor_add_test(NAME LABEL SOURCES... [LIBRARIES ...]): a GoogleTest program, each of its tests known to ctest under the label.
+# A test of the label `viewer` owns the display's pointer while it runs.
+function(quor_add_test name label)
+  cmake_parse_arguments(arg "" "" "LIBRARIES" ${ARGN})
+  add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
+  quor_target_defaults(${name})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE QuorOsgUtils::quor_osg_utils ${arg_LIBRARIES} GTest::gmock_main)
+  set(properties LABELS ${label} TIMEOUT 300)
+  if(label STREQUAL "viewer")
+    list(APPEND properties RESOURCE_LOCK pointer)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
+endfunction()

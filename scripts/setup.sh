@@ -1,0 +1,90 @@
+#!/usr/bin/env bash
+# Installs what quor_osg_utils needs from the distribution's packages, and only what is missing.
+#
+#   scripts/setup.sh [run|test|checks]     default: test
+#
+# run     compiler, CMake, OpenSceneGraph, LASzip and a software-rendered virtual display: builds and shows quor_viewer
+# test    the same, and GoogleTest, Google Benchmark and xdotool, which moves the pointer over the real window
+# checks  the same, and clang-format, clang-tidy and clang for the static checks and the second compiler
+set -euo pipefail
+
+fail() { printf 'setup.sh: %s\n' "$*" >&2; exit 1; }
+
+profile=${1:-test}
+packages=(
+  g++ cmake ninja-build pkg-config          # the tool chain
+  libopenscenegraph-dev                     # the scene graph that the library extends
+  xvfb xauth libgl1-mesa-dri libglx-mesa0   # a display and OpenGL in software, where there is no screen
+  fonts-dejavu-core                         # the viewer's status line
+)
+case $profile in
+  run) ;;
+  test | checks)
+    packages+=(libgtest-dev libgmock-dev    # tests
+      libbenchmark-dev                      # benchmarks
+      xdotool)                              # a real pointer over the real window
+    ;;&
+  checks) packages+=(clang clang-format clang-tidy) ;;
+  test) ;;
+  *) fail "'$profile' is not a profile; use run, test or checks" ;;
+esac
+
+command -v apt-get >/dev/null || fail "this script installs Debian packages, and apt-get is not on this machine;" \
+  "install the equivalents of: ${packages[*]} liblaszip-dev"
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    env DEBIAN_FRONTEND=noninteractive "$@"
+  elif command -v sudo >/dev/null; then
+    sudo env DEBIAN_FRONTEND=noninteractive "$@"
+  else
+    fail "packages must be installed, which needs root: run as root, or install sudo"
+  fi
+}
+
+installed() { dpkg-query -W -f '${Status}' "$1" 2>/dev/null | grep -q 'ok installed'; }
+
+refreshed=no
+refresh() {
+  [ $refreshed = yes ] && return
+  as_root apt-get update -qq || fail "the package lists could not be refreshed; is the package mirror reachable?"
+  refreshed=yes
+}
+
+install() {
+  printf 'setup.sh: installing %s\n' "$*"
+  refresh
+  as_root apt-get install -y -qq --no-install-recommends -o Dpkg::Use-Pty=0 "$@" >/dev/null ||
+    fail "these packages could not be installed: $*"
+}
+
+# The oldest release whose LASzip has the interface that the viewer uses is Debian 13; its package runs on Debian 12.
+# There, the successor's package source is added, pinned so that nothing else can ever come from it. The mirror is the
+# one that this machine already uses.
+allow_from_successor() {
+  local sources=/etc/apt/sources.list.d/quor-debian-13.sources mirror
+  [ -e $sources ] && return
+  mirror=$(apt-get indextargets --format '$(ORIGIN)|$(LABEL)|$(CODENAME)|$(REPO_URI)' |
+    sed -n 's/^Debian|Debian|bookworm|//p' | head -n 1)
+  [ -n "$mirror" ] || fail "no Debian 12 mirror is configured on this machine, so $* cannot be found"
+  printf 'setup.sh: adding the package source of Debian 13 for %s alone (%s)\n' "$*" $sources
+  printf 'Package: *\nPin: release n=trixie\nPin-Priority: -1\n\nPackage: libplog-dev liblaszip*\nPin: release n=trixie\nPin-Priority: 500\n' |
+    as_root tee /etc/apt/preferences.d/quor-debian-13 >/dev/null
+  printf 'Types: deb\nURIs: %s\nSuites: trixie\nComponents: main\nSigned-By: /usr/share/keyrings/debian-archive-keyring.gpg\n' "$mirror" |
+    as_root tee $sources >/dev/null
+  refreshed=no
+}
+
+missing=()
+for package in "${packages[@]}"; do
+  installed "$package" || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] || install "${missing[@]}"
+
+if ! installed liblaszip-dev; then
+  refresh
+  case "$(. /etc/os-release && printf '%s' "${ID:-}${VERSION_ID:-}")" in
+    debian12) allow_from_successor liblaszip-dev ;;
+  esac
+  install liblaszip-dev
+fi
