@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and opens the bundled scan in quor_viewer. Arguments go to the viewer:
+#   scripts/run.sh my_scan.laz
+# Where there is no display, the viewer's tour runs on a virtual one instead and leaves its pictures in tour/.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh run
+[ -e build/release/build.ninja ] || cmake --preset release >/dev/null ||
+  { echo "run.sh: CMake could not configure the preset 'release'" >&2; exit 1; }
+cmake --build --preset release --target quor_viewer quor_make_scan
+
+viewer=build/release/bin/quor_viewer
+if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+  exec "$viewer" "$@"
+fi
+case " $* " in
+  *" --tour"* | *" --help "*) tour=() ;;
+  *)
+    echo "run.sh: there is no display; the tour runs on a virtual one and writes its pictures to tour/"
+    tour=(--tour tour)
+    ;;
+esac
+exec env LIBGL_ALWAYS_SOFTWARE=1 xvfb-run -a -s '-screen 0 1920x1200x24 -nolisten tcp' "$viewer" "${tour[@]}" "$@"
