@@ -1,0 +1,177 @@
+#pragma once
+
+#include <QuorOsgUtils/Export.h>
+#include <QuorOsgUtils/SpinLock.h>
+
+#include <OpenThreads/Barrier>
+#include <osg/Camera>
+#include <osg/Image>
+#include <osg/Matrixd>
+#include <osg/Referenced>
+#include <osg/RenderInfo>
+#include <osg/ref_ptr>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace QuorOsgUtils {
+
+/// A request for one visible colour image, and the place where the requesting thread waits for it.
+///
+///     osg::ref_ptr<MyCaptureOp> op = new MyCaptureOp;  // overrides captureImage
+///     tool->setCaptureOp(op);
+///     op->block();  // returns once captureImage has run on the draw thread
+///
+/// The barrier counts two: the draw thread and exactly one waiting thread. The draw thread waits in it as well, so a
+/// request that nobody waits for stops the drawing.
+///
+/// Ownership: reference-counted; the requesting thread keeps its own `osg::ref_ptr` until it has left `block`.
+class QUOR_OSG_UTILS_EXPORT CaptureOp : public OpenThreads::Barrier, public virtual osg::Referenced {
+ public:
+  /// A barrier of two; both flags false.
+  CaptureOp();
+  CaptureOp(const CaptureOp&) = delete;
+  CaptureOp& operator=(const CaptureOp&) = delete;
+  virtual ~CaptureOp();
+
+  /// Receives the image: called once, on the draw thread with its context current and the frame-buffer object bound,
+  /// before the waiting thread goes on. `rgba` is width × height × 4 bytes, row-major, bottom row first; it belongs to
+  /// the tool and its content lasts only until the call returns, so copy or swap it out. Must not throw.
+  virtual void captureImage(int width, int height, std::vector<unsigned char>& rgba) = 0;
+
+  /// Two plain flags for the host's own use. The capture neither reads nor writes them, and they are not synchronised.
+  void setFlag(bool flag);
+  bool getFlag();
+  void setActive(bool active);
+  bool getActive();
+
+ private:
+  bool _flag = false;
+  bool _active = false;
+};
+
+/// Copies every frame of a camera into memory, so that any thread can pick points, objects and depths under the pointer
+/// without touching GL.
+///
+///     osg::ref_ptr<ScreenCaptureTool> tool = new ScreenCaptureTool;
+///     camera->setPostDrawCallback(tool);
+///     ...
+///     ScreenCaptureTool::FrameBuffer& frame = tool->getFrameBuffer();
+///     frame.lock();
+///     float depth = frame.getDepthBuffer()[index];
+///     frame.release();
+///
+/// The host's side: the camera draws into an `osg::FrameBufferObject` that stands on its state set (the tool reads the
+/// object that the `osg::State` last applied as an attribute; `Camera::attach` alone leaves none there). Its
+/// attachments are 0 `GL_RGBA8`, 1 four unsigned integer channels, 2 and 3 four float channels, 4 four signed integer
+/// channels, and a depth buffer; none multisampled. What the channels mean is the host's own affair.
+///
+/// Frames: the images start at pixel (0, 0) of the frame-buffer object, whatever the viewport's x and y, and have the
+/// viewport's width and height in pixels. Rows run from the bottom upwards, pixels from left to right, channels R G B
+/// A.
+///
+/// Threads: the capture runs on the camera's draw thread. The frame buffer's lock guards only the resizing of the pixel
+/// vectors and the stored viewport; a reader on another thread holds it while it reads, and may still see pixels of two
+/// frames side by side, since the pixels themselves, the matrices and the depth range are written without it. A request
+/// is handed over without a lock: set the next one only when `getCaptureOp` answers null.
+///
+/// GL: the context must be current and stays so. Left behind: `GL_PROGRAM_POINT_SIZE` enabled, the draw frame buffer 0,
+/// and, after a capture, the object as read frame buffer with `GL_COLOR_ATTACHMENT4` selected for reading. A pixel-pack
+/// buffer and pixel-pack parameters that the host left set neither disturb the reads nor are they changed by them.
+///
+/// Errors: with no camera, viewport, context or context traits, with a viewport whose size is negative, not a number or
+/// too large for 2^31 - 1 values per image, or when memory for a new size is short, nothing is read and the pixel
+/// vectors and the depth range stay as they were.
+class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback {
+ public:
+  /// The captured frame. Only the tool makes one. Every reference that it gives out is to its own members: nothing is
+  /// copied and nothing is locked. With (x, y) counted from the bottom left pixel, the pixel is number y × width + x of
+  /// the depth buffer and starts at 4 times that number in the others.
+  class QUOR_OSG_UTILS_EXPORT FrameBuffer : public SpinLock {
+   public:
+    ~FrameBuffer();
+
+    /// Gives back what `lock` took.
+    void release();
+
+    /// width × height depths as the depth buffer holds them: 0 near, 1 far and background.
+    const std::vector<float>& getDepthBuffer();
+
+    /// width × height × 4: colour attachment 1.
+    const std::vector<unsigned int>& getItemIDBuffer();
+
+    /// width × height × 4: colour attachment 2.
+    const std::vector<float>& getItemFloatBuffer();
+
+    /// width × height × 4: colour attachment 3.
+    const std::vector<float>& getPCFloatBuffer();
+
+    /// width × height × 4: colour attachment 4. The values are signed, whatever the name says.
+    const std::vector<int>& getPCUIntBuffer();
+
+    /// World to view, of the last capture; identity before it.
+    const osg::Matrixd& getViewMatrix();
+
+    /// View to clip space, of the last capture; identity before it.
+    const osg::Matrixd& getProjectionMatrix();
+
+    /// The depth range of the last capture, (0, 0) before the first. Background, depths of exactly 1, is left out. The
+    /// minimum is the smallest depth and starts from 1; the maximum is the last depth in buffer order that was above
+    /// the running minimum at its turn, not the greatest one. A frame of background alone yields (1, 0).
+    void getMinAndMaxDepth(float& minDepth, float& maxDepth) const;
+
+    /// The viewport in pixels at the last change of its size; a mere move of x or y is not recorded.
+    void getViewPort(int& x, int& y, int& width, int& height) const;
+
+    /// Always 0: captures are not numbered.
+    unsigned int getFrameStamp();
+
+   private:
+    friend class ScreenCaptureTool;
+
+    FrameBuffer();
+
+    std::uint32_t _frameStamp = 0;
+    std::int32_t _viewportX = 0;
+    std::int32_t _viewportY = 0;
+    std::int32_t _viewportWidth = 0;
+    std::int32_t _viewportHeight = 0;
+    osg::Matrixd _projectionMatrix;
+    osg::Matrixd _viewMatrix;
+    std::vector<float> _depthBuffer;
+    std::vector<std::uint32_t> _reservedBuffer;
+    std::vector<unsigned int> _itemIDBuffer;
+    std::vector<float> _itemFloatBuffer;
+    std::vector<float> _pcFloatBuffer;
+    std::vector<int> _pcUIntBuffer;
+    std::vector<unsigned char> _colourBuffer;
+    float _minDepth = 0.0f;
+    float _maxDepth = 0.0f;
+  };
+
+  ScreenCaptureTool();
+  virtual ~ScreenCaptureTool();
+
+  /// The capture. OpenSceneGraph calls it on the draw thread after the camera's draw.
+  void operator()(osg::RenderInfo& renderInfo) const override;
+  using osg::Camera::DrawCallback::operator();
+
+  /// The captured frame; it lives as long as the tool.
+  FrameBuffer& getFrameBuffer();
+
+  /// Asks for the visible colour image. The next capture that finds a frame-buffer object serves the request, once, and
+  /// drops it; until then it stays pending. Null withdraws the request.
+  void setCaptureOp(CaptureOp* op);
+
+  /// The pending request, or null once it has been served.
+  CaptureOp* getCaptureOp();
+
+ private:
+  mutable FrameBuffer _frameBuffer;
+  osg::ref_ptr<osg::Image> _image;
+  mutable osg::ref_ptr<CaptureOp> _captureOp;
+  std::string _text;
+};
+
+}  // namespace QuorOsgUtils
