@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QuorOsgUtils/Export.h>
+
+#include <osg/Quat>
+#include <osg/Vec3d>
+#include <osgGA/OrbitManipulator>
+
+namespace QuorOsgUtils {
+
+/// What every camera manipulator of this library offers beyond the scene graph's orbit manipulator: a field of view,
+/// the split of the orbit rotation into a pitch and a yaw part, and a view centre that the host may keep here.
+///
+/// Frames: the orbit centre is in world units; the orbit rotation turns view axes (x right, y up, −z ahead) into world
+/// axes. Ownership: hold instances in an `osg::ref_ptr`. Threads: the viewer's event thread only. GL: none is used.
+class QUOR_OSG_UTILS_EXPORT SManipulatorBase : public osgGA::OrbitManipulator {
+ public:
+  /// An orbit manipulator with the scene graph's default settings and a view centre of (0, 0, 0).
+  SManipulatorBase();
+
+  /// Copies the orbit state shallowly, and the view centre.
+  SManipulatorBase(const SManipulatorBase& other);
+
+  /// The vertical field of view used to frame the scene. Here π / 6 in radians; a subclass may answer in another unit
+  /// (`SPointCloudManipulator`: degrees), so ask the concrete manipulator.
+  virtual double getFov();
+
+  /// Replaces the pitch part of the orbit rotation (pitch × yaw). Inert here, so that a host may call it on any
+  /// manipulator of the library.
+  virtual void setPitchQuat(osg::Quat pitch);
+
+  /// Replaces the yaw part of the orbit rotation. Inert here.
+  virtual void setYawQuat(osg::Quat yaw);
+
+  /// Replaces both parts of the orbit rotation. Inert here.
+  virtual void setPitchWithYawQuat(osg::Quat pitch, osg::Quat yaw);
+
+  /// The point last stored by `setViewCenter`; navigation never reads it. Drags and wheel steps of the point-cloud
+  /// manipulators reset it to (0, 0, 0).
+  osg::Vec3d getViewCenter();
+  void setViewCenter(osg::Vec3d center);
+
+  /// The unit vector that points to the right in the current view, in world axes.
+  osg::Vec3d getViewRight();
+
+ protected:
+  ~SManipulatorBase() override;
+
+ private:
+  osg::Vec3d _viewCenter;
+};
+
+/// The common layer of the manipulators for lidar data. It adds nothing to `SManipulatorBase` but its type.
+class QUOR_OSG_UTILS_EXPORT SLidarManipulatorBase : public SManipulatorBase {
+ public:
+  SLidarManipulatorBase();
+
+  /// Copies the orbit state shallowly, and the view centre.
+  SLidarManipulatorBase(const SLidarManipulatorBase& other);
+
+  /// The same as a copy: a reference-counted object stays where its holders expect it, so the source keeps its state.
+  SLidarManipulatorBase(SLidarManipulatorBase&& other);
+
+ protected:
+  ~SLidarManipulatorBase() override;
+};
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QuorOsgUtils/PointCloudNavigation.h>
+
+namespace QuorOsgUtils {
+
+/// Camera navigation for point clouds: each press re-places the orbit centre on the scene that is seen in the middle of
+/// the view, the right button orbits about it with yaw and pitch kept apart, the middle button pans at the depth of
+/// what is under the pointer, the wheel zooms towards the pointer. The left button alone is left to the host.
+///
+///     osg::ref_ptr<QuorOsgUtils::SPointCloudManipulator> manipulator =
+///         new QuorOsgUtils::SPointCloudManipulator(&viewer);
+///     viewer.getCamera()->setPostDrawCallback(captureTool);
+///     viewer.setCameraManipulator(manipulator);
+///
+/// `PointCloudNavigation` tells the whole table of inputs, the frames and units, and what is needed from the host.
+///
+/// Rotation: yaw turns about the world's vertical (Z), pitch runs from 0 (looking straight down) to π (looking straight
+/// up). The orbit rotation is pitch × yaw after every operation but `setTransformation(eye, rotation)`, which sets both
+/// parts to identity; the next rotation joins them again.
+class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation {
+ public:
+  /// The viewer is observed only, and may be null. Throwing and the fixed vertical axis of the scene graph are off.
+  explicit SPointCloudManipulator(osgViewer::Viewer* viewer);
+
+  /// Memberwise: the copy shares the pivot marker and the viewer.
+  SPointCloudManipulator(const SPointCloudManipulator& other);
+
+  /// Takes the rotation as the initial one and sets pitch and yaw to identity.
+  void setTransformation(const osg::Vec3d& eye, const osg::Quat& rotation) override;
+  /// Takes the resulting rotation as the initial one and as the pitch; yaw becomes identity.
+  void setTransformation(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up) override;
+
+  bool handleMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
+  bool performNormalMovementRightMouseButton(double eventTimeDelta, double dx, double dy) override;
+
+  /// Re-places the orbit centre: the scene's depth in the middle of the view, on the line from the eye to the centre.
+  bool handleNormalMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
+
+  /// The rotation that carries a ball's point p1 to p2, both in normalised window units: `axis` in world axes, `angle`
+  /// in radians. For XY they lie in the plane of the view's right and up axes under `rotation`, for YZ in that of up
+  /// and ahead; unlike the scene graph's trackball there is no depth.
+  void trackXYball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y, float p2x, float p2y);
+  void trackYZball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y, float p2x, float p2y);
+
+ protected:
+  ~SPointCloudManipulator() override;
+
+  osg::Quat _initialRotation;
+  /// In radians; without meaning before the first `setTransformation`.
+  double _initialRotationAngle = 0.0;
+
+ private:
+  void placeCentreOnScene(osgViewer::Viewer& viewer);
+};
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,61 @@
+#include "manipulators/NavigationEvents.h"
+#include "manipulators/PanStep.h"
+#include "manipulators/ScenePick.h"
+
+#include <QuorOsgUtils/PointCloudNavigation.h>
+
+#include <osg/Group>
+
+namespace QuorOsgUtils {
+
+namespace {
+
+osg::Group* sceneGroupOf(osgViewer::Viewer& viewer) {
+  osg::Node* scene = viewer.getSceneData();
+  return scene ? scene->asGroup() : nullptr;
+}
+
+}  // namespace
+
+bool PointCloudNavigation::handleMouseDrag(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
+  if (isLeftButtonAlone(ea)) return false;
+  return _stationModel ? osgGA::StandardManipulator::handleMouseDrag(ea, aa) : handleNormalMouseDrag(ea, aa);
+}
+
+bool PointCloudNavigation::handleNormalMouseDrag(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
+  setViewCenter(osg::Vec3d());
+  if (ea.getButtonMask() == osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON) {
+    if (_lockPerspective) return false;
+    showPivotMarker(aa);
+  }
+  const bool isHandled = osgGA::StandardManipulator::handleMouseDrag(ea, aa);
+  if (ea.getButtonMask() != osgGA::GUIEventAdapter::MIDDLE_MOUSE_BUTTON) return isHandled;
+  return panToPointer(aa) && isHandled;
+}
+
+bool PointCloudNavigation::handleMouseRelease(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
+  osgViewer::Viewer* viewer = isLeftButtonAlone(ea) ? nullptr : viewerOf(aa);
+  osg::Group* scene = viewer && _pivotIndicator->getNumParents() > 0 ? sceneGroupOf(*viewer) : nullptr;
+  if (scene) scene->removeChild(_pivotIndicator);
+  return false;
+}
+
+void PointCloudNavigation::showPivotMarker(osgGA::GUIActionAdapter& aa) {
+  osgViewer::Viewer* viewer = viewerOf(aa);
+  osg::Group* scene = viewer && _pivotIndicator->getNumParents() == 0 ? sceneGroupOf(*viewer) : nullptr;
+  if (scene) scene->addChild(_pivotIndicator);
+}
+
+bool PointCloudNavigation::panToPointer(osgGA::GUIActionAdapter& aa) {
+  osg::Camera* camera = cameraOf(aa);
+  const std::optional<ViewState> state = camera ? viewStateOf(*camera) : std::nullopt;
+  if (!state || !_ga_t0 || !_ga_t1) return false;
+  const osg::Vec2d from(_ga_t1->getX(), _ga_t1->getY());
+  const osg::Vec2d to(_ga_t0->getX(), _ga_t0->getY());
+  const std::optional<osg::Vec3d> movement = panMovement(*state, capturedPanDepth(*camera, to.x(), to.y()), from, to);
+  if (!movement) return false;
+  _center += *movement;
+  return true;
+}
+
+}  // namespace QuorOsgUtils

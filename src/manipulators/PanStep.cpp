@@ -1,0 +1,55 @@
+#include "manipulators/PanStep.h"
+
+#include <osg/Vec3f>
+
+#include <cmath>
+
+namespace QuorOsgUtils {
+
+namespace {
+
+/// The size of the view's window in world units at the depth of a pan.
+struct WorldWindow {
+  double width;
+  double height;
+};
+
+std::optional<WorldWindow> frustumWindow(const ViewState& state, double depth) {
+  double left, right, bottom, top, zNear, zFar;
+  if (!state.projection.getFrustum(left, right, bottom, top, zNear, zFar)) return std::nullopt;
+  const auto inView = windowToView(state, osg::Vec3d(state.width * 0.5, state.height * 0.5, depth));
+  const auto fromEye = inView ? viewToWorldDirection(state, *inView) : std::nullopt;
+  if (!fromEye) return std::nullopt;
+  const double scale = zNear / fromEye->length();
+  return WorldWindow{std::abs(right - left) / scale, std::abs(top - bottom) / scale};
+}
+
+std::optional<WorldWindow> orthoWindow(const ViewState& state) {
+  double left, right, bottom, top, zNear, zFar;
+  if (!state.projection.getOrtho(left, right, bottom, top, zNear, zFar)) return std::nullopt;
+  return WorldWindow{std::abs(right - left), std::abs(top - bottom)};
+}
+
+std::optional<WorldWindow> worldWindow(const ViewState& state, double depth) {
+  const std::optional<WorldWindow> frustum = frustumWindow(state, depth);
+  return frustum ? frustum : orthoWindow(state);
+}
+
+}  // namespace
+
+std::optional<osg::Vec3d> panMovement(const ViewState& state, double depth, const osg::Vec2d& from,
+                                      const osg::Vec2d& to) {
+  const std::optional<WorldWindow> window = worldWindow(state, depth);
+  if (!window) return std::nullopt;
+  osg::Vec3d eye, center, up;
+  state.view.getLookAt(eye, center, up, 1.0);
+  osg::Vec3f side = osg::Vec3f(center - eye) ^ osg::Vec3f(up);
+  side.normalize();
+  up.normalize();
+  const double dx = window->width / state.width * (to.x() - from.x());
+  const double dy = window->height / state.height * (to.y() - from.y());
+  const osg::Vec3d movement = -(osg::Vec3d(side) * dx + up * dy);
+  return isFinite(movement) ? std::optional<osg::Vec3d>(movement) : std::nullopt;
+}
+
+}  // namespace QuorOsgUtils

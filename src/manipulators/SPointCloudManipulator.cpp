@@ -1,0 +1,108 @@
+#include "manipulators/NavigationEvents.h"
+#include "manipulators/ScenePick.h"
+#include "manipulators/Trackball.h"
+
+#include <QuorOsgUtils/SPointCloudManipulator.h>
+
+#include <osg/CopyOp>
+
+namespace QuorOsgUtils {
+
+namespace {
+
+double angleOf(const osg::Quat& rotation) {
+  double angle = 0.0;
+  osg::Vec3d axis;
+  rotation.getRotate(angle, axis);
+  return angle;
+}
+
+}  // namespace
+
+SPointCloudManipulator::SPointCloudManipulator(osgViewer::Viewer* viewer) : PointCloudNavigation(viewer) {}
+
+SPointCloudManipulator::SPointCloudManipulator(const SPointCloudManipulator& other)
+    : osg::Object(other, osg::CopyOp()),
+      osg::Callback(other, osg::CopyOp()),
+      PointCloudNavigation(other),
+      _initialRotation(other._initialRotation),
+      _initialRotationAngle(other._initialRotationAngle) {}
+
+SPointCloudManipulator::~SPointCloudManipulator() = default;
+
+void SPointCloudManipulator::setTransformation(const osg::Vec3d& eye, const osg::Quat& rotation) {
+  osgGA::OrbitManipulator::setTransformation(eye, rotation);
+  _initialRotation = rotation;
+  _pitchQuat = osg::Quat();
+  _yawQuat = osg::Quat();
+  _initialRotationAngle = angleOf(_initialRotation);
+}
+
+void SPointCloudManipulator::setTransformation(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up) {
+  osgGA::OrbitManipulator::setTransformation(eye, center, up);
+  osg::Vec3d resultingEye;
+  getTransformation(resultingEye, _initialRotation);
+  _pitchQuat = _initialRotation;
+  _yawQuat = osg::Quat();
+  _initialRotationAngle = angleOf(_initialRotation);
+}
+
+bool SPointCloudManipulator::handleMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
+  if (isLeftButtonAlone(ea)) return false;
+  return _stationModel ? handleStationMousePush(ea, aa) : handleNormalMousePush(ea, aa);
+}
+
+bool SPointCloudManipulator::handleNormalMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
+  if (osgViewer::Viewer* viewer = viewerOf(aa)) placeCentreOnScene(*viewer);
+  return osgGA::StandardManipulator::handleMousePush(ea, aa);
+}
+
+void SPointCloudManipulator::placeCentreOnScene(osgViewer::Viewer& viewer) {
+  const osg::Camera* camera = viewer.getCamera();
+  const std::optional<ViewState> state = camera ? viewStateOf(*camera) : std::nullopt;
+  if (!state) return;
+  _pivotPoint = osg::Vec3d();
+  pickSceneDepthPoint(wholePixel(state->width * 0.5), wholePixel(state->height * 0.5), _pivotPoint, &viewer);
+  osg::Vec3d eye, lookAt, up;
+  state->view.getLookAt(eye, lookAt, up, 1.0);
+  osg::Vec3d ahead = _center - eye;
+  // An eye in the orbit centre has no line of sight to move the centre along.
+  if (!(ahead.normalize() > 0.0)) return;
+  _pivotPoint = eye + ahead * ((_pivotPoint - eye) * ahead);
+  _center = _pivotPoint;
+  _distance = (eye - _center).length();
+  _pivotIndicator->setPosition(_center);
+}
+
+bool SPointCloudManipulator::performNormalMovementRightMouseButton(double, double, double) {
+  const std::optional<PointerMove> move = pointerMove(_ga_t1.get(), _ga_t0.get());
+  if (!move) return false;
+  const double pitchBefore = angleOf(_pitchQuat);
+  osg::Vec3d axis;
+  float angle = 0.0f;
+  trackXYball(axis, angle, _yawQuat, move->fromX, 0.5f, move->toX, 0.5f);
+  _yawQuat = _yawQuat * osg::Quat(-angle * _rotationFactor, axis);
+  trackYZball(axis, angle, _pitchQuat, 0.5f, move->fromY, 0.5f, move->toY);
+  _pitchQuat = _pitchQuat * osg::Quat(angle * _rotationFactor, axis);
+  _pitchQuat = limitedPitch(_pitchQuat, pitchBefore, move->fromY, move->toY);
+  _rotation = _pitchQuat * _yawQuat;
+  return true;
+}
+
+void SPointCloudManipulator::trackXYball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y,
+                                         float p2x, float p2y) {
+  const ViewAxes axes = viewAxes(rotation);
+  const Turn turn = trackballTurn(axes.right * p1x + axes.up * p1y, axes.right * p2x + axes.up * p2y, _trackballSize);
+  axis = turn.axis;
+  angle = turn.angle;
+}
+
+void SPointCloudManipulator::trackYZball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y,
+                                         float p2x, float p2y) {
+  const ViewAxes axes = viewAxes(rotation);
+  const Turn turn = trackballTurn(axes.up * p1x + axes.ahead * p1y, axes.up * p2x + axes.ahead * p2y, _trackballSize);
+  axis = turn.axis;
+  angle = turn.angle;
+}
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,67 @@
+#include "manipulators/WheelStep.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace QuorOsgUtils {
+
+namespace {
+
+constexpr double kSmallestRadius = 1e-6;
+
+osg::Matrixd scaledOrtho(const osg::Matrixd& projection, double scale) {
+  double left, right, bottom, top, zNear, zFar;
+  if (!projection.getOrtho(left, right, bottom, top, zNear, zFar)) return projection;
+  const double width = (right - left) * scale;
+  const double height = (top - bottom) * scale;
+  return osg::Matrixd::ortho(-0.5 * width, 0.5 * width, -0.5 * height, 0.5 * height, zNear, zFar);
+}
+
+}  // namespace
+
+std::optional<osg::Vec3d> perspectiveWheelMovement(const ViewState& state, const osg::Vec3d& target, double percent,
+                                                   WheelNotch notch) {
+  double left, right, bottom, top, zNear, zFar;
+  if (!state.projection.getFrustum(left, right, bottom, top, zNear, zFar)) return std::nullopt;
+  osg::Vec3d eye, center, up;
+  state.view.getLookAt(eye, center, up, 1.0);
+  osg::Vec3d direction = center - eye;
+  osg::Vec3d ray = target - eye;
+  direction.normalize();
+  ray.normalize();
+  const double step = std::abs(zFar) * percent / 100.0;
+  const double along = ray * direction;
+  const osg::Vec3d movement = ray * ((notch == WheelNotch::Up ? step : -step) / along);
+  return along != 0.0 && isFinite(movement) ? std::optional<osg::Vec3d>(movement) : std::nullopt;
+}
+
+std::optional<OrthographicWheelStep> orthographicWheelStep(const ViewState& state, double x, double y, double percent,
+                                                           WheelNotch notch) {
+  const double scale = notch == WheelNotch::Up ? 1.0 - percent / 100.0 : percent / 100.0 + 1.0;
+  ViewState scaled = state;
+  scaled.projection = scaledOrtho(state.projection, scale);
+  const std::optional<osg::Vec3d> before = windowToView(state, osg::Vec3d(x, y, 0.0));
+  const std::optional<osg::Vec3d> after = windowToView(scaled, osg::Vec3d(x, y, 0.0));
+  if (!before || !after) return std::nullopt;
+  const std::optional<osg::Vec3d> movement = viewToWorldDirection(state, *before - *after);
+  if (!movement) return std::nullopt;
+  return OrthographicWheelStep{scaled.projection, *movement};
+}
+
+std::optional<double> stationFieldOfView(double degrees, WheelNotch notch) {
+  if (notch == WheelNotch::Up && degrees > 0.0) return degrees * 3.0 * 0.25;
+  if (notch == WheelNotch::Down && degrees < 90.0) return degrees * 4.0 / 3.0;
+  return std::nullopt;
+}
+
+double framingDistance(double radius, double fieldOfViewDegrees) {
+  // The truncated π keeps the distances that hosts have stored.
+  constexpr double kRadiansPerDegree = 3.1415926 / 180.0;
+  return std::max(radius, kSmallestRadius) / std::sin(fieldOfViewDegrees * 0.5 * kRadiansPerDegree);
+}
+
+double framingDistance(double radius) {
+  return std::max(radius, kSmallestRadius) * 3.5;
+}
+
+}  // namespace QuorOsgUtils

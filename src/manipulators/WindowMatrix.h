@@ -1,0 +1,38 @@
+#pragma once
+
+#include <osg/Matrixd>
+#include <osg/Vec3d>
+
+#include <optional>
+
+namespace QuorOsgUtils {
+
+/// What a picture was drawn with: world to view, view to clip space, and the viewport in pixels.
+struct ViewState {
+  osg::Matrixd view;
+  osg::Matrixd projection;
+  double x = 0.0;
+  double y = 0.0;
+  double width = 0.0;
+  double height = 0.0;
+};
+
+/// Clip space to window positions in pixels with depths from 0 to 1.
+osg::Matrixd windowMatrix(const ViewState& state);
+
+/// The point in view axes that is drawn at a window position and depth; nothing when the matrices do not tell.
+std::optional<osg::Vec3d> windowToView(const ViewState& state, const osg::Vec3d& window);
+
+/// The same in world units. Window to view and view to world are inverted apart: in their product a georeferenced
+/// origin (1e7 and beyond) would drown the near plane's size in the inverse.
+std::optional<osg::Vec3d> windowToWorld(const ViewState& state, const osg::Vec3d& window);
+
+/// View axes to world axes, for directions: what `windowToView` yields, without the eye's position.
+std::optional<osg::Vec3d> viewToWorldDirection(const ViewState& state, const osg::Vec3d& direction);
+
+/// Truncates towards zero. What no pixel can be, not-a-number included, becomes a position outside every image.
+int wholePixel(double position);
+
+bool isFinite(const osg::Vec3d& vector);
+
+}  // namespace QuorOsgUtils
