@@ -168,6 +168,8 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
   CaptureOp* getCaptureOp();
 
  private:
+  class Capture;
+
   mutable FrameBuffer _frameBuffer;
   osg::ref_ptr<osg::Image> _image;
   mutable osg::ref_ptr<CaptureOp> _captureOp;

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+
+namespace QuorOsgUtils {
+
+/// A viewport in whole pixels whose images can be counted and read: no side is negative, and an image of four values
+/// per pixel has fewer than 2^31 values.
+struct CaptureViewport {
+  int x;
+  int y;
+  int width;
+  int height;
+
+  std::size_t pixelCount() const { return static_cast<std::size_t>(width) * static_cast<std::size_t>(height); }
+};
+
+constexpr std::size_t kChannelCount = 4;
+
+/// Truncates a viewport toward zero; nothing when one of its numbers does not fit or its images would not.
+std::optional<CaptureViewport> captureViewport(double x, double y, double width, double height);
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,186 @@
+#pragma once
+
+#include "capture/DepthRange.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+namespace QuorOsgUtils {
+
+/// The search behind `depthRange`, over a kind of `FloatLanes`.
+///
+/// The maximum depends on the minimum as it ran up to each value, which taken literally is one slow, branching step per
+/// value. Instead the depths are cut into blocks. A vectorised pass notes the running minimum at every block's start;
+/// then the blocks are searched from the last one backwards, until the value that decides the maximum is met, which is
+/// usually at once. In a block that does not lower the minimum, the values to look for are simply those above it. A
+/// block that lowers it is cut again in the same way, down to chunks of a few dozen values; whether a chunk holds a
+/// value above the minimum as it runs is found by comparing each value with all that stand before it, four at a time.
+template <typename Lanes>
+class DepthRangeSearch {
+ public:
+  static DepthRange range(const float* first, const float* last) {
+    const Blocks blocks(kBackground, first, last);
+    DepthRange range;
+    range.minimum = blocks.minimum();
+    if (const float* found = blocks.lastAbove()) {
+      range.maximum = *found;
+    }
+    return range;
+  }
+
+ private:
+  static constexpr float kBackground = 1.0f;
+  static constexpr std::size_t kChunk = 64;
+  static constexpr std::size_t kMostBlocks = 1024;
+  static constexpr std::size_t kLanes = Lanes::kCount;
+
+  static std::size_t length(const float* first, const float* last) { return static_cast<std::size_t>(last - first); }
+
+  static bool isAbove(float depth, float minimum) { return (depth > minimum) & (depth != kBackground); }
+
+  static float leastLane(Lanes lanes) {
+    std::array<float, kLanes> values;
+    lanes.store(values.data());
+    return std::min(std::min(values[0], values[1]), std::min(values[2], values[3]));
+  }
+
+  /// The least of background and the given depths. A NaN stands first in every comparison here, and loses it.
+  static float minimumOf(const float* first, const float* last) {
+    Lanes a = Lanes::fill(kBackground);
+    Lanes b = a, c = a, d = a;
+    for (; length(first, last) >= 4 * kLanes; first += 4 * kLanes) {
+      a = Lanes::least(Lanes::load(first), a);
+      b = Lanes::least(Lanes::load(first + kLanes), b);
+      c = Lanes::least(Lanes::load(first + 2 * kLanes), c);
+      d = Lanes::least(Lanes::load(first + 3 * kLanes), d);
+    }
+    float minimum = leastLane(Lanes::least(Lanes::least(a, b), Lanes::least(c, d)));
+    for (; first != last; ++first) {
+      minimum = *first < minimum ? *first : minimum;
+    }
+    return minimum;
+  }
+
+  static bool chunkHasAbove(float minimum, const float* chunk) {
+    const Lanes background = Lanes::fill(kBackground), least = Lanes::fill(minimum);
+    typename Lanes::Flags above = Lanes::noFlags();
+    for (const float* row = chunk; row != chunk + kChunk; row += kLanes) {
+      Lanes::flagAbove(above, Lanes::load(row), least, background);
+    }
+    return Lanes::any(above);
+  }
+
+  /// The last depth above a minimum that none of these depths lowers, or null.
+  static const float* lastAboveConstant(float minimum, const float* first, const float* last) {
+    while (length(first, last) >= kChunk && !chunkHasAbove(minimum, last - kChunk)) {
+      last -= kChunk;
+    }
+    while (last != first) {
+      if (isAbove(*--last, minimum)) {
+        return last;
+      }
+    }
+    return nullptr;
+  }
+
+  /// The last depth above the minimum as it runs, one depth at a time, or null.
+  static const float* lastAboveStepwise(float minimum, const float* first, const float* last) {
+    const float* found = nullptr;
+    for (; first != last; ++first) {
+      if (*first < minimum) {
+        minimum = *first;
+      } else if (isAbove(*first, minimum)) {
+        found = first;
+      }
+    }
+    return found;
+  }
+
+  /// Whether a chunk has a depth above the minimum as it runs. The depths before the lanes of a row are those of
+  /// earlier rows and the three in front of each lane, so the loads that reach 1, 2, 3 and 4 depths back gather them
+  /// all.
+  static bool chunkHasAboveRunning(float minimum, const float* chunk) {
+    static_assert(kLanes == 4, "the loads below reach back over one row of four");
+    const Lanes background = Lanes::fill(kBackground);
+    Lanes a = Lanes::fill(minimum);
+    Lanes b = a, c = a, d = a;
+    typename Lanes::Flags above = Lanes::noFlags();
+    for (const float* row = chunk + kLanes; row != chunk + kChunk; row += kLanes) {
+      a = Lanes::least(Lanes::load(row - 1), a);
+      b = Lanes::least(Lanes::load(row - 2), b);
+      c = Lanes::least(Lanes::load(row - 3), c);
+      d = Lanes::least(Lanes::load(row - 4), d);
+      Lanes::flagAbove(above, Lanes::load(row), Lanes::least(Lanes::least(a, b), Lanes::least(c, d)), background);
+    }
+    return Lanes::any(above) || lastAboveStepwise(minimum, chunk, chunk + kLanes) != nullptr;
+  }
+
+  /// The last depth above the minimum as it runs, or null.
+  static const float* lastAboveRunning(float minimum, const float* first, const float* last) {
+    const std::size_t count = length(first, last);
+    if (count > kChunk) {
+      return Blocks(minimum, first, last).lastAbove();
+    }
+    if (count == kChunk && !chunkHasAboveRunning(minimum, first)) {
+      return nullptr;
+    }
+    return lastAboveStepwise(minimum, first, last);
+  }
+
+  /// Depths cut into at most `kMostBlocks` blocks of whole chunks, with the running minimum at both ends of each.
+  class Blocks {
+   public:
+    Blocks(float minimum, const float* first, const float* last)
+        : _first(first), _last(last), _length(blockLength(length(first, last))) {
+      _minimumBefore[0] = minimum;
+      while (_size * _length < length(first, last)) {
+        const float* begin = _first + _size * _length;
+        _minimumBefore[_size + 1] = std::min(_minimumBefore[_size], minimumOf(begin, blockEnd(begin)));
+        ++_size;
+      }
+    }
+
+    /// Zero has two signs that compare equal, and a lane may have kept either; the first in buffer order counts.
+    float minimum() const {
+      const float minimum = _minimumBefore[_size];
+      if (minimum != 0.0f) {
+        return minimum;
+      }
+      const auto after = std::find(_minimumBefore.begin(), _minimumBefore.end(), minimum);
+      const std::size_t block = static_cast<std::size_t>(after - _minimumBefore.begin()) - 1;
+      return *std::find(_first + block * _length, _last, minimum);
+    }
+
+    const float* lastAbove() const {
+      const float* found = nullptr;
+      for (std::size_t block = _size; block > 0 && !found; --block) {
+        found = lastAboveIn(block - 1);
+      }
+      return found;
+    }
+
+   private:
+    static std::size_t blockLength(std::size_t count) {
+      constexpr std::size_t kLeastCovered = kChunk * kMostBlocks;
+      return std::max<std::size_t>(1, (count + kLeastCovered - 1) / kLeastCovered) * kChunk;
+    }
+
+    const float* blockEnd(const float* begin) const { return begin + std::min(_length, length(begin, _last)); }
+
+    const float* lastAboveIn(std::size_t block) const {
+      const float* begin = _first + block * _length;
+      const float before = _minimumBefore[block];
+      const bool lowersTheMinimum = _minimumBefore[block + 1] < before;
+      return (lowersTheMinimum ? lastAboveRunning : lastAboveConstant)(before, begin, blockEnd(begin));
+    }
+
+    const float* _first;
+    const float* _last;
+    std::size_t _length;
+    std::size_t _size = 0;
+    std::array<float, kMostBlocks + 1> _minimumBefore;
+  };
+};
+
+}  // namespace QuorOsgUtils

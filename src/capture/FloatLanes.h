@@ -1,0 +1,79 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstring>
+
+#if defined(__SSE2__) || defined(_M_X64)
+#  include <emmintrin.h>
+#endif
+
+namespace QuorOsgUtils {
+
+/// Four floats that are worked on at once, for any processor. Both kinds of lanes follow the comparisons of single
+/// floats exactly, NaN and the two zeros included.
+struct PlainLanes {
+  static constexpr std::size_t kCount = 4;
+  using Flags = std::array<bool, kCount>;
+
+  static PlainLanes load(const float* first) {
+    PlainLanes lanes;
+    std::memcpy(lanes.values.data(), first, sizeof(values));
+    return lanes;
+  }
+
+  static PlainLanes fill(float value) { return {{value, value, value, value}}; }
+
+  void store(float* first) const { std::memcpy(first, values.data(), sizeof(values)); }
+
+  /// a < b ? a : b, lane by lane: where either is NaN, b.
+  static PlainLanes least(PlainLanes a, PlainLanes b) {
+    for (std::size_t k = 0; k < kCount; ++k) {
+      b.values[k] = a.values[k] < b.values[k] ? a.values[k] : b.values[k];
+    }
+    return b;
+  }
+
+  /// Adds to `flags` where a is above b and not `excluded`.
+  static void flagAbove(Flags& flags, PlainLanes a, PlainLanes b, PlainLanes excluded) {
+    for (std::size_t k = 0; k < kCount; ++k) {
+      flags[k] |= (a.values[k] > b.values[k]) & (a.values[k] != excluded.values[k]);
+    }
+  }
+
+  static Flags noFlags() { return {}; }
+  static bool any(const Flags& flags) { return flags[0] | flags[1] | flags[2] | flags[3]; }
+
+  std::array<float, kCount> values;
+};
+
+#if defined(__SSE2__) || defined(_M_X64)
+/// The same in one register of an x86 processor.
+struct SseLanes {
+  static constexpr std::size_t kCount = 4;
+  struct Flags {
+    __m128 bits;
+  };
+
+  static SseLanes load(const float* first) { return {_mm_loadu_ps(first)}; }
+  static SseLanes fill(float value) { return {_mm_set1_ps(value)}; }
+  void store(float* first) const { _mm_storeu_ps(first, values); }
+  static SseLanes least(SseLanes a, SseLanes b) { return {_mm_min_ps(a.values, b.values)}; }
+
+  static void flagAbove(Flags& flags, SseLanes a, SseLanes b, SseLanes excluded) {
+    const __m128 above = _mm_and_ps(_mm_cmpgt_ps(a.values, b.values), _mm_cmpneq_ps(a.values, excluded.values));
+    flags.bits = _mm_or_ps(flags.bits, above);
+  }
+
+  static Flags noFlags() { return {_mm_setzero_ps()}; }
+  static bool any(const Flags& flags) { return _mm_movemask_ps(flags.bits) != 0; }
+
+  __m128 values;
+};
+
+using FloatLanes = SseLanes;
+#else
+using FloatLanes = PlainLanes;
+#endif
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <osg/GL>
+
+namespace QuorOsgUtils {
+
+// Newer than OpenGL 1.1, which is all that some platforms' headers know.
+constexpr GLenum kGLProgramPointSize = 0x8642;
+constexpr GLenum kGLPixelPackBuffer = 0x88EB;
+constexpr GLenum kGLPixelPackBufferBinding = 0x88ED;
+constexpr GLenum kGLDrawFramebuffer = 0x8CA9;
+constexpr GLenum kGLColorAttachment0 = 0x8CE0;
+constexpr GLenum kGLFramebuffer = 0x8D40;
+constexpr GLenum kGLRgbaInteger = 0x8D99;
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,179 @@
+#include "capture/CaptureViewport.h"
+#include "capture/DepthRange.h"
+#include "capture/GLConstants.h"
+#include "capture/TightPackState.h"
+
+#include <QuorOsgUtils/ScreenCaptureTool.h>
+
+#include <osg/FrameBufferObject>
+#include <osg/GLExtensions>
+#include <osg/GraphicsContext>
+#include <osg/State>
+
+#include <mutex>
+#include <new>
+#include <optional>
+
+namespace QuorOsgUtils {
+namespace {
+
+template <typename Value>
+bool reserve(std::vector<Value>& values, std::size_t count) {
+  try {
+    values.reserve(count);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+const osg::FrameBufferObject* lastAppliedFrameBufferObject(const osg::State& state) {
+  return dynamic_cast<const osg::FrameBufferObject*>(
+      state.getLastAppliedAttribute(osg::StateAttribute::FRAME_BUFFER_OBJECT));
+}
+
+}  // namespace
+
+/// One capture, from the camera to the depth range.
+class ScreenCaptureTool::Capture {
+ public:
+  Capture(const ScreenCaptureTool& tool, const osg::State& state)
+      : _frame(tool._frameBuffer),
+        _pendingOp(tool._captureOp),
+        _state(state),
+        _extensions(osg::GLExtensions::Get(state.getContextID(), true)) {}
+
+  /// Takes over the camera's matrices and viewport. False when the pixel vectors do not fit the viewport afterwards.
+  bool takeCamera(const osg::Camera& camera) {
+    _frame._projectionMatrix = camera.getProjectionMatrix();
+    _frame._viewMatrix = camera.getViewMatrix();
+    const osg::Viewport* viewport = camera.getViewport();
+    if (!viewport) {
+      return false;
+    }
+    const auto pixels = captureViewport(viewport->x(), viewport->y(), viewport->width(), viewport->height());
+    if (!pixels) {
+      return false;
+    }
+    if (pixels->width != _frame._viewportWidth || pixels->height != _frame._viewportHeight) {
+      resize(*pixels);
+    }
+    return _frame._depthBuffer.size() == pixels->pixelCount();
+  }
+
+  void readImages() {
+    const osg::FrameBufferObject* object = lastAppliedFrameBufferObject(_state);
+    if (!object || !_extensions || !_extensions->glBindFramebuffer) {
+      return;
+    }
+    _extensions->glBindFramebuffer(kGLFramebuffer, object->getHandle(_state.getContextID()));
+    std::optional<TightPackState> packState(*_extensions);
+    read(GL_DEPTH_COMPONENT, GL_FLOAT, _frame._depthBuffer.data());
+    // The request stays alive here even when the host replaces it meanwhile.
+    const osg::ref_ptr<CaptureOp> op = _pendingOp;
+    if (op.valid() && readColour()) {
+      packState.reset();
+      handOver(*op);
+      packState.emplace(*_extensions);
+    }
+    readAttachment(1, kGLRgbaInteger, GL_UNSIGNED_INT, _frame._itemIDBuffer.data());
+    readAttachment(2, GL_RGBA, GL_FLOAT, _frame._itemFloatBuffer.data());
+    readAttachment(3, GL_RGBA, GL_FLOAT, _frame._pcFloatBuffer.data());
+    readAttachment(4, kGLRgbaInteger, GL_INT, _frame._pcUIntBuffer.data());
+    _extensions->glBindFramebuffer(kGLDrawFramebuffer, 0);
+  }
+
+  void measureDepthRange() {
+    const DepthRange range = depthRange(_frame._depthBuffer.data(), _frame._depthBuffer.size());
+    _frame._minDepth = range.minimum;
+    _frame._maxDepth = range.maximum;
+  }
+
+ private:
+  /// Makes room everywhere before any size changes, so that a shortage of memory leaves the frame as it was.
+  void resize(const CaptureViewport& pixels) {
+    const std::size_t count = pixels.pixelCount();
+    const std::size_t values = count * kChannelCount;
+    const std::lock_guard<SpinLock> guard(_frame);
+    if (!reserve(_frame._depthBuffer, count) || !reserve(_frame._itemIDBuffer, values) ||
+        !reserve(_frame._itemFloatBuffer, values) || !reserve(_frame._pcFloatBuffer, values) ||
+        !reserve(_frame._pcUIntBuffer, values)) {
+      return;
+    }
+    _frame._depthBuffer.resize(count);
+    _frame._itemIDBuffer.resize(values);
+    _frame._itemFloatBuffer.resize(values);
+    _frame._pcFloatBuffer.resize(values);
+    _frame._pcUIntBuffer.resize(values);
+    _frame._viewportX = pixels.x;
+    _frame._viewportY = pixels.y;
+    _frame._viewportWidth = pixels.width;
+    _frame._viewportHeight = pixels.height;
+  }
+
+  void read(GLenum format, GLenum type, void* values) {
+    glReadPixels(0, 0, _frame._viewportWidth, _frame._viewportHeight, format, type, values);
+  }
+
+  void readAttachment(GLenum number, GLenum format, GLenum type, void* values) {
+    glReadBuffer(kGLColorAttachment0 + number);
+    read(format, type, values);
+  }
+
+  bool readColour() {
+    const std::size_t bytes = _frame._depthBuffer.size() * kChannelCount;
+    if (!reserve(_frame._colourBuffer, bytes)) {
+      return false;
+    }
+    _frame._colourBuffer.resize(bytes);
+    readAttachment(0, GL_RGBA, GL_UNSIGNED_BYTE, _frame._colourBuffer.data());
+    return true;
+  }
+
+  /// Drops the request once both threads have met, unless the host has set another in its place by then.
+  void handOver(CaptureOp& op) {
+    op.captureImage(_frame._viewportWidth, _frame._viewportHeight, _frame._colourBuffer);
+    op.block(0);
+    if (_pendingOp == &op) {
+      _pendingOp = nullptr;
+    }
+  }
+
+  FrameBuffer& _frame;
+  osg::ref_ptr<CaptureOp>& _pendingOp;
+  const osg::State& _state;
+  const osg::GLExtensions* _extensions;
+};
+
+ScreenCaptureTool::ScreenCaptureTool() : _image(new osg::Image) {}
+
+ScreenCaptureTool::~ScreenCaptureTool() = default;
+
+void ScreenCaptureTool::operator()(osg::RenderInfo& renderInfo) const {
+  glEnable(kGLProgramPointSize);
+  const osg::State* state = renderInfo.getState();
+  const osg::GraphicsContext* context = state ? state->getGraphicsContext() : nullptr;
+  const osg::Camera* camera = renderInfo.getCurrentCamera();
+  if (!camera || !context || !context->getTraits()) {
+    return;
+  }
+  Capture capture(*this, *state);
+  if (capture.takeCamera(*camera)) {
+    capture.readImages();
+    capture.measureDepthRange();
+  }
+}
+
+ScreenCaptureTool::FrameBuffer& ScreenCaptureTool::getFrameBuffer() {
+  return _frameBuffer;
+}
+
+void ScreenCaptureTool::setCaptureOp(CaptureOp* op) {
+  _captureOp = op;
+}
+
+CaptureOp* ScreenCaptureTool::getCaptureOp() {
+  return _captureOp.get();
+}
+
+}  // namespace QuorOsgUtils
