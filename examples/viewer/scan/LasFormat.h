@@ -90,15 +90,15 @@ inline constexpr auto kLasHeaderFields = std::make_tuple(
     LasHeaderField{100, &LasHeader::variableRecordCount, "number of variable length records"},
     LasHeaderField{104, &LasHeader::pointFormat, "point data record format"},
     LasHeaderField{105, &LasHeader::recordLengthBytes, "point data record length"},
-    LasHeaderField{107, &LasHeader::legacyPointCount, "legacy number of point records"},
-    LasHeaderField{111, &LasHeader::legacyPointsByReturn, "legacy number of points by return"},
+    LasHeaderField{107, &LasHeader::legacyPointCount, "number of point records"},
+    LasHeaderField{111, &LasHeader::legacyPointsByReturn, "number of points by return"},
     LasHeaderField{131, &LasHeader::scale, "scale factor"}, LasHeaderField{155, &LasHeader::offset, "offset"},
     LasHeaderField{179, &LasHeader::maximumMinimum, "maximum and minimum"},
     LasHeaderField{227, &LasHeader::waveformOffsetBytes, "start of waveform data packet record"},
     LasHeaderField{235, &LasHeader::extendedRecordsOffsetBytes, "start of first extended variable length record"},
     LasHeaderField{243, &LasHeader::extendedRecordCount, "number of extended variable length records"},
-    LasHeaderField{247, &LasHeader::extendedPointCount, "number of point records"},
-    LasHeaderField{255, &LasHeader::extendedPointsByReturn, "number of points by return"});
+    LasHeaderField{247, &LasHeader::extendedPointCount, "number of point records, 64 bits"},
+    LasHeaderField{255, &LasHeader::extendedPointsByReturn, "number of points by return, 64 bits"});
 
 /// `at byte 104 (field "point data record format")`, for messages.
 template <typename T>

@@ -19,26 +19,26 @@ class ScanError : public std::runtime_error {
 
 /// Consecutive points of a scan in the arrays that the graphics card takes as they are, one element a point in each.
 struct PointChunk {
-  std::uint64_t firstPoint = 0;                  ///< index in the file of the first point here
-  osg::ref_ptr<osg::Vec3Array> positions;        ///< world units, relative to the origin given to `ScanReader::read`
-  osg::ref_ptr<osg::Vec4ubArray> colours;        ///< RGB 0 to 255 and 255; white where the scan has no colour
-  osg::ref_ptr<osg::UShortArray> intensities;    ///< as the file holds them, 0 where it holds none
-  osg::ref_ptr<osg::Vec2ubArray> classesReturns; ///< classification; return number in the low, returns in the high 4 bits
-  osg::BoundingBox bounds;                       ///< of `positions`
+  std::uint64_t firstPoint = 0;                   ///< index in the file of the first point here
+  osg::ref_ptr<osg::Vec3Array> positions;         ///< world units, relative to the origin given to `ScanReader::read`
+  osg::ref_ptr<osg::Vec4ubArray> colours;         ///< RGB 0 to 255 and 255; white where the scan has no colour
+  osg::ref_ptr<osg::UShortArray> intensities;     ///< as the file holds them, 0 where it holds none
+  osg::ref_ptr<osg::Vec2ubArray> classesReturns;  ///< class; return number in the low, returns in the high 4 bits
+  osg::BoundingBox bounds;                        ///< of those `positions` that are finite
 };
 
 /// What is known of a scan once it is open.
 struct ScanInfo {
   std::string path;
-  std::string format;           ///< for people: "LAS 1.2, point format 3", "PLY"
+  std::string format;  ///< for people: "LAS 1.2, point format 3", "PLY"
   std::uint64_t pointCount = 0;
-  osg::Vec3d origin;            ///< a world point amid a sample of the scan's points, whole numbers; a local origin to subtract
-  osg::Vec3d scale;             ///< step of the file's coordinate grid for each axis; 0 where it stores floating point
-  osg::Vec3d offset;            ///< origin of that grid
-  bool hasColour = false;       ///< false also where every sampled colour is black
-  bool hasIntensity = false;    ///< false also where every sampled intensity is 0
-  bool hasClassification = false;
-  bool localOnly = false;       ///< the format holds single-precision coordinates, so georeference is lost
+  osg::Vec3d origin;  ///< a world point amid a sample of the scan's points, whole numbers; a local origin to subtract
+  osg::Vec3d scale;   ///< step of the file's coordinate grid for each axis; 0 where it stores floating point
+  osg::Vec3d offset;  ///< origin of that grid
+  bool hasColour = false;          ///< false also where every sampled colour is black
+  bool hasIntensity = false;       ///< false also where every sampled intensity is 0
+  bool hasClassification = false;  ///< false also where every sampled class is 0, never classified
+  bool localOnly = false;          ///< the format holds single-precision coordinates, so georeference is lost
 };
 
 /// Reads one scan. One thread at a time.

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "RawPoint.h"
+#include "Scan.h"
+#include "ScanSample.h"
+
+#include <cstddef>
+#include <limits>
+
+namespace QuorViewer {
+
+/// Turns the integers of records into the arrays of a chunk.
+struct ChunkSettings {
+  osg::Vec3d scale;
+  osg::Vec3d shift;  ///< the grid's offset minus the local origin, subtracted while both are in double precision
+  ColourDepth colour;
+};
+
+/// Extent in steps of the grid: far cheaper to keep than that of the positions and as exact, since scaling is
+/// monotonic.
+struct RawBounds {
+  std::array<std::int32_t, 3> least = {kMost, kMost, kMost};
+  std::array<std::int32_t, 3> greatest = {kLeast, kLeast, kLeast};
+
+  void include(const RawPoint& point);
+
+  static constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+  static constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+};
+
+/// Fills one PointChunk, point by point or from a range of records in memory, read or mapped.
+class ChunkBuilder {
+ public:
+  ChunkBuilder(std::uint64_t firstPoint, std::uint32_t count, const ChunkSettings& settings);
+
+  /// Decodes `count` records that lie `strideBytes` apart; together no more points than the chunk was made for.
+  void decode(const RecordLayout& layout, const unsigned char* records, std::size_t strideBytes, std::size_t count);
+
+  /// Adds a point decoded elsewhere.
+  void add(const RawPoint& point);
+
+  /// The chunk, once all its points are there.
+  PointChunk finish();
+
+ private:
+  ChunkSettings _settings;
+  PointChunk _chunk;
+  RawBounds _bounds;
+  std::size_t _filledPoints = 0;
+};
+
+}  // namespace QuorViewer

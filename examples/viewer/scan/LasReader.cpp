@@ -1,0 +1,103 @@
+#include "LasReader.h"
+
+#include "ChunkBuilder.h"
+#include "ScanSample.h"
+
+#include <algorithm>
+
+namespace QuorViewer {
+
+namespace {
+
+// Records are read and decoded a block at a time: the block stays in the processor's cache between the two.
+constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
+
+class LasReader : public ScanReader {
+ public:
+  LasReader(ScanFile file, const CheckedLas& las) : _file(std::move(file)), _las(las), _info(las.info(_file.path())) {
+    const bool coloured = las.layout->colourOffset != 0;
+    const ScanSample sample = _sample(coloured);
+    sample.complete(_info, coloured);
+    _colour = sample.colourDepth();
+  }
+
+  const ScanInfo& info() const override { return _info; }
+
+  PointChunk read(std::uint64_t first, std::uint32_t count, const osg::Vec3d& origin) override {
+    requirePoints(_info, first, count);
+    ChunkBuilder builder(first, count, {_info.scale, _info.offset - origin, _colour});
+    _forEachBlock(first, count, [&](const unsigned char* records, std::size_t held) {
+      builder.decode(*_las.layout, records, _las.header.recordLengthBytes, held);
+    });
+    return builder.finish();
+  }
+
+  osg::Vec3d coordinates(std::uint64_t point) override {
+    requirePoints(_info, point, 1);
+    osg::Vec3d exact;
+    _forEachBlock(point, 1, [&](const unsigned char* record, std::size_t) {
+      const RawPoint raw = readRecord<false, false>(record, 0);
+      exact = lasCoordinates(_las.header, raw.x, raw.y, raw.z);
+    });
+    return exact;
+  }
+
+ private:
+  /// Calls `visit(records, their number)` until all are through. The offset cannot overflow: the file holds the points.
+  template <typename Visitor>
+  void _forEachBlock(std::uint64_t first, std::size_t count, const Visitor& visit) {
+    const std::size_t stride = _las.header.recordLengthBytes;
+    const std::size_t most = std::max<std::size_t>(kBlockBytes / stride, 1);
+    _block.resize(std::max(_block.size(), std::min(most, count) * stride));
+    while (count > 0) {
+      const std::size_t now = std::min(most, count);
+      _file.read(_las.pointDataOffsetBytes + first * stride, _block.data(), now * stride);
+      visit(_block.data(), now);
+      first += now;
+      count -= now;
+    }
+  }
+
+  ScanSample _sample(bool coloured) {
+    ScanSample sample;
+    const SampleRuns runs = spreadRuns(_info.pointCount, 1);
+    sample.reserve(runs.firstPoints.size() * runs.length);
+    for (const std::uint64_t first : runs.firstPoints) {
+      const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(runs.length, _info.pointCount - first));
+      _forEachBlock(first, count, [&](const unsigned char* records, std::size_t held) {
+        _addRecords(records, held, coloured, sample);
+      });
+    }
+    return sample;
+  }
+
+  void _addRecords(const unsigned char* records, std::size_t count, bool coloured, ScanSample& sample) const {
+    withRecordKind(*_las.layout, coloured, [&](auto extended, auto withColour) {
+      for (std::size_t record = 0; record < count; ++record) {
+        sample.add(readRecord<extended.value, withColour.value>(records + record * _las.header.recordLengthBytes,
+                                                                _las.layout->colourOffset));
+      }
+    });
+  }
+
+  ScanFile _file;
+  CheckedLas _las;
+  ScanInfo _info;
+  ColourDepth _colour;
+  std::vector<unsigned char> _block;
+};
+
+}  // namespace
+
+std::unique_ptr<ScanReader> openLas(ScanFile file, const CheckedLas& las) {
+  return std::make_unique<LasReader>(std::move(file), las);
+}
+
+void requirePoints(const ScanInfo& info, std::uint64_t first, std::uint64_t count) {
+  if (first > info.pointCount || count > info.pointCount - first) {
+    throw ScanError(info.path + ": points " + std::to_string(first) + " and the " + std::to_string(count) +
+                    " from it on were asked for, the scan has " + std::to_string(info.pointCount));
+  }
+}
+
+}  // namespace QuorViewer

@@ -1,0 +1,175 @@
+#include "VertexReader.h"
+
+#include "LasReader.h"
+#include "ScanSample.h"
+
+#include <osg/Geometry>
+#include <osg/NodeVisitor>
+#include <osgDB/Registry>
+
+#include <algorithm>
+#include <cmath>
+#include <mutex>
+
+namespace QuorViewer {
+
+namespace {
+
+bool isFinite(const osg::Vec3f& position) {
+  return std::isfinite(position.x()) && std::isfinite(position.y()) && std::isfinite(position.z());
+}
+
+std::uint8_t toByte(float share) {
+  return static_cast<std::uint8_t>(std::clamp(share, 0.0F, 1.0F) * 255.0F + 0.5F);
+}
+
+osg::Vec4ub colourAt(const osg::Array* colours, std::size_t index) {
+  if (const auto* bytes = dynamic_cast<const osg::Vec4ubArray*>(colours)) {
+    const osg::Vec4ub& colour = (*bytes)[index];
+    return {colour.r(), colour.g(), colour.b(), 255};
+  }
+  if (const auto* shares = dynamic_cast<const osg::Vec4Array*>(colours)) {
+    const osg::Vec4f& colour = (*shares)[index];
+    return {toByte(colour.r()), toByte(colour.g()), toByte(colour.b()), 255};
+  }
+  return {255, 255, 255, 255};
+}
+
+struct Vertices {
+  std::vector<osg::Vec3f> positions;
+  std::vector<osg::Vec4ub> colours;
+};
+
+class CollectVertices : public osg::NodeVisitor {
+ public:
+  explicit CollectVertices(Vertices& to) : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN), _to(to) {}
+
+  void apply(osg::Geometry& geometry) override {
+    const auto* positions = dynamic_cast<const osg::Vec3Array*>(geometry.getVertexArray());
+    if (positions == nullptr) {
+      return;
+    }
+    const osg::Array* colours = geometry.getColorArray();
+    if (colours != nullptr && colours->getNumElements() < positions->size()) {
+      colours = nullptr;
+    }
+    _to.positions.insert(_to.positions.end(), positions->begin(), positions->end());
+    for (std::size_t index = 0; index < positions->size(); ++index) {
+      _to.colours.push_back(colourAt(colours, index));
+    }
+  }
+
+ private:
+  Vertices& _to;
+};
+
+// Some of the plugins keep the line they are reading in memory that all their calls share.
+osgDB::ReaderWriter::ReadResult readWithPlugin(const std::string& path) {
+  static std::mutex onlyOneAtATime;
+  const std::lock_guard<std::mutex> lock(onlyOneAtATime);
+  osgDB::Registry* registry = osgDB::Registry::instance();
+  registry->addFileExtensionAlias("asc", "3dc");
+  const osg::ref_ptr<osgDB::Options> options = new osgDB::Options;
+  options->setObjectCacheHint(osgDB::Options::CACHE_NONE);
+  return registry->readNode(path, options);
+}
+
+Vertices loadVertices(const ScanFile& file, const CheckedVertices& found) {
+  Vertices vertices;
+  if (found.count == 0) {
+    return vertices;
+  }
+  osgDB::ReaderWriter::ReadResult result = readWithPlugin(file.path());
+  if (!result.validNode()) {
+    const std::string reason = result.statusMessage();
+    throw file.error("OpenSceneGraph cannot read it" +
+                     (reason.empty() ? " (is its plugin installed?)" : ": " + reason));
+  }
+  CollectVertices collect(vertices);
+  result.getNode()->accept(collect);
+  // Where faces share a vertex across a sharp edge, vertices may have been doubled, behind the file's own.
+  if (vertices.positions.size() < found.count) {
+    throw file.error("OpenSceneGraph read only a part of it: " + std::to_string(found.count) + " points present, " +
+                     std::to_string(vertices.positions.size()) + " read");
+  }
+  vertices.positions.resize(static_cast<std::size_t>(found.count));
+  vertices.colours.resize(static_cast<std::size_t>(found.count));
+  return vertices;
+}
+
+class VertexReader : public ScanReader {
+ public:
+  VertexReader(const ScanFile& file, const std::string& format, const CheckedVertices& found)
+      : _vertices(loadVertices(file, found)) {
+    _info.path = file.path();
+    _info.format = format;
+    _info.pointCount = found.count;
+    _info.origin = _origin();
+    _info.localOnly = true;
+    _info.hasColour = found.coloured && _anyBright();
+  }
+
+  const ScanInfo& info() const override { return _info; }
+
+  PointChunk read(std::uint64_t first, std::uint32_t count, const osg::Vec3d& origin) override {
+    requirePoints(_info, first, count);
+    PointChunk chunk;
+    chunk.firstPoint = first;
+    chunk.positions = new osg::Vec3Array(count);
+    chunk.colours = new osg::Vec4ubArray(count);
+    chunk.intensities = new osg::UShortArray(count);
+    chunk.classesReturns = new osg::Vec2ubArray(count);
+    for (std::size_t index = 0; index < count; ++index) {
+      const std::size_t point = static_cast<std::size_t>(first) + index;
+      const osg::Vec3f position = osg::Vec3d(_vertices.positions[point]) - origin;
+      (*chunk.positions)[index] = position;
+      (*chunk.colours)[index] = _info.hasColour ? _vertices.colours[point] : osg::Vec4ub(255, 255, 255, 255);
+      if (isFinite(position)) {
+        chunk.bounds.expandBy(position);
+      }
+    }
+    return chunk;
+  }
+
+  osg::Vec3d coordinates(std::uint64_t point) override {
+    requirePoints(_info, point, 1);
+    return _vertices.positions[static_cast<std::size_t>(point)];
+  }
+
+ private:
+  bool _anyBright() const {
+    return std::any_of(_vertices.colours.begin(), _vertices.colours.end(),
+                       [](const osg::Vec4ub& colour) { return colour.r() != 0 || colour.g() != 0 || colour.b() != 0; });
+  }
+
+  // A point that is no number stands for a missing measurement in some files and says nothing of the place.
+  osg::Vec3d _origin() const {
+    osg::Vec3d origin;
+    for (int axis = 0; axis < 3; ++axis) {
+      std::vector<float> values;
+      for (const osg::Vec3f& position : _vertices.positions) {
+        if (isFinite(position)) {
+          values.push_back(position[axis]);
+        }
+      }
+      if (!values.empty()) {
+        const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+        std::nth_element(values.begin(), middle, values.end());
+        origin[axis] = wholeNumber(*middle);
+      }
+    }
+    return origin;
+  }
+
+  Vertices _vertices;
+  ScanInfo _info;
+};
+
+}  // namespace
+
+std::unique_ptr<ScanReader> openVertices(const ScanFile& file, const std::string& format,
+                                         const CheckedVertices& found) {
+  return std::make_unique<VertexReader>(file, format, found);
+}
+
+}  // namespace QuorViewer
