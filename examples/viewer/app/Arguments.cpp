@@ -1,0 +1,118 @@
+#include "Arguments.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+namespace QuorViewer {
+namespace {
+
+using Setter = void (*)(Arguments& into, const std::string& value);
+
+struct Option {
+  const char* name;
+  const char* value;  // what the value is called in the help; null: the option takes none
+  const char* meaning;
+  Setter set;
+};
+
+template <typename Number>
+bool readNumber(const char*& text, const char* end, Number& number) {
+  const auto [next, error] = std::from_chars(text, end, number);
+  text = next;
+  return error == std::errc();
+}
+
+void setSize(Arguments& into, const std::string& value) {
+  constexpr int kSmallest = 64;
+  constexpr int kLargest = 16384;
+  const char* text = value.data();
+  const char* end = text + value.size();
+  const bool read = readNumber(text, end, into.width) && text != end && *text++ == 'x' &&
+                    readNumber(text, end, into.height) && text == end;
+  const auto fits = [](int pixels) { return pixels >= kSmallest && pixels <= kLargest; };
+  if (!read || !fits(into.width) || !fits(into.height)) {
+    throw ArgumentError("--size wants WIDTHxHEIGHT in pixels, from 64x64 to 16384x16384, not '" + value + "'");
+  }
+}
+
+void setColourMode(Arguments& into, const std::string& value) {
+  into.colourMode = colourModeOf(value);
+  if (!into.colourMode) {
+    throw ArgumentError("--colour-by wants rgb, intensity, elevation or classification, not '" + value + "'");
+  }
+}
+
+void setPointSize(Arguments& into, const std::string& value) {
+  int pixels = 0;
+  const char* text = value.data();
+  const char* end = text + value.size();
+  if (!readNumber(text, end, pixels) || text != end || pixels < 1 || pixels > 32) {
+    throw ArgumentError("--point-size wants a number of pixels from 1 to 32, not '" + value + "'");
+  }
+  into.pointSizePixels = static_cast<float>(pixels);
+}
+
+const std::array<Option, 9> kOptions = {{
+    {"--colour-by", "WHAT", "rgb, intensity, elevation or classification; by default what the scan has", setColourMode},
+    {"--point-size", "PIXELS", "diameter of a point, 1 to 32; by default from the number of points", setPointSize},
+    {"--ortho", nullptr, "begin with the orthographic projection",
+     [](Arguments& a, const std::string&) { a.orthographic = true; }},
+    {"--size", "WxH", "size of the window in pixels, 1280x720 by default", setSize},
+    {"--screenshot", "FILE", "load everything, write the picture as PNG, and end",
+     [](Arguments& a, const std::string& value) { a.screenshotFile = value; }},
+    {"--tour", "FOLDER", "walk through the viewer by its own events, write numbered pictures and tour.json, and end",
+     [](Arguments& a, const std::string& value) { a.tourFolder = value; }},
+    {"--verbose", nullptr, "also write each new view to the standard output",
+     [](Arguments& a, const std::string&) { a.verbose = true; }},
+    {"--help", nullptr, "write this and end", [](Arguments& a, const std::string&) { a.help = true; }},
+    {"--version", nullptr, "write the version and end", [](Arguments& a, const std::string&) { a.version = true; }},
+}};
+
+const Option& findOption(const std::string& name) {
+  const auto found =
+      std::find_if(kOptions.begin(), kOptions.end(), [&](const Option& option) { return name == option.name; });
+  if (found == kOptions.end()) {
+    throw ArgumentError("there is no option '" + name + "'; --help lists them");
+  }
+  return *found;
+}
+
+bool isOption(const std::string& argument) {
+  return argument.size() > 1 && argument.front() == '-';
+}
+
+}  // namespace
+
+Arguments parseArguments(const std::vector<std::string>& arguments) {
+  Arguments parsed;
+  for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
+    if (!isOption(*argument)) {
+      parsed.files.push_back(*argument);
+      continue;
+    }
+    const Option& option = findOption(*argument);
+    const bool takesValue = option.value != nullptr;
+    if (takesValue && (argument + 1 == arguments.end() || (argument + 1)->empty())) {
+      throw ArgumentError(std::string(option.name) + " wants " + option.value);
+    }
+    option.set(parsed, takesValue ? *++argument : std::string());
+  }
+  return parsed;
+}
+
+std::string usage() {
+  constexpr std::size_t kColumn = 24;
+  std::string text =
+      "quor_viewer [OPTION...] [FILE...]\n\n"
+      "Shows lidar scans (LAS, LAZ, PLY, .asc) in their common frame; without a file, the bundled sample.\n\n";
+  for (const Option& option : kOptions) {
+    std::string left =
+        std::string("  ") + option.name + (option.value != nullptr ? std::string(" ") + option.value : "");
+    left.resize(std::max(left.size() + 1, kColumn), ' ');
+    text += left + option.meaning + '\n';
+  }
+  return text + "\nIn the window, H shows the mouse and the keys.\n";
+}
+
+}  // namespace QuorViewer

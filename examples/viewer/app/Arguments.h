@@ -1,0 +1,39 @@
+#pragma once
+
+#include "ColourMode.h"
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace QuorViewer {
+
+/// A command line that makes no sense; the text says which part and why.
+class ArgumentError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// What the command line asks for.
+struct Arguments {
+  std::vector<std::string> files;
+  std::optional<ColourMode> colourMode;
+  std::optional<float> pointSizePixels;
+  int width = 1280;
+  int height = 720;
+  bool orthographic = false;
+  bool verbose = false;
+  bool help = false;
+  bool version = false;
+  std::string screenshotFile;  ///< empty: none
+  std::string tourFolder;      ///< empty: no tour
+};
+
+/// Throws ArgumentError. `arguments` are those after the program's name.
+Arguments parseArguments(const std::vector<std::string>& arguments);
+
+/// What --help writes.
+std::string usage();
+
+}  // namespace QuorViewer

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace QuorViewer {
+
+/// "21,932": digits in groups of three.
+std::string grouped(std::uint64_t number);
+
+/// `value` with that many decimals, whatever the locale.
+std::string fixed(double value, int decimals);
+
+/// How many decimals a coordinate needs so that neighbours on a grid of step `scale` read differently.
+/// A scale of 0 says that the file stores floating point: 3 decimals.
+int decimalsOfScale(double scale);
+
+/// `text` as a JSON string, quotes included.
+std::string jsonString(const std::string& text);
+
+}  // namespace QuorViewer

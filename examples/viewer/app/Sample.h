@@ -1,0 +1,62 @@
+#pragma once
+
+#include <osg/Vec3f>
+
+#include <cmath>
+#include <cstddef>
+#include <vector>
+
+namespace QuorViewer {
+
+inline bool isFinite(float value) {
+  return std::isfinite(value);
+}
+inline bool isFinite(const osg::Vec3f& value) {
+  return std::isfinite(value.x()) && std::isfinite(value.y()) && std::isfinite(value.z());
+}
+
+/// A stand-in for a long stream, in bounded memory and spread evenly over it: keeps every n-th value, and doubles n
+/// whenever there are too many. Leaves out what is not finite.
+template <typename Value>
+class Sample {
+ public:
+  explicit Sample(std::size_t mostValues) : _mostValues(mostValues) {}
+
+  /// Goes on with `count` values, each `stride` places after the one before it.
+  template <typename Source>
+  void add(const Source* values, std::size_t count, std::size_t stride = 1) {
+    for (; _skip < count; _skip += _step) {
+      const auto value = static_cast<Value>(values[_skip * stride]);
+      if (isFinite(value)) {
+        _keep(value);
+      }
+    }
+    _skip -= count;
+  }
+
+  const std::vector<Value>& values() const { return _values; }
+
+ private:
+  void _keep(const Value& value) {
+    if (_values.size() == _mostValues) {
+      _thinOut();
+    }
+    _values.push_back(value);
+  }
+
+  void _thinOut() {
+    const std::size_t left = (_values.size() + 1) / 2;
+    for (std::size_t i = 0; i < left; ++i) {
+      _values[i] = _values[2 * i];
+    }
+    _values.resize(left);
+    _step *= 2;
+  }
+
+  std::size_t _mostValues;
+  std::vector<Value> _values;
+  std::size_t _step = 1;
+  std::size_t _skip = 0;  // how many of the coming values to pass over
+};
+
+}  // namespace QuorViewer

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <utility>
+#include <vector>
+
+namespace QuorViewer {
+
+/// The values that the shares `low` and `high` (0 to 1) of `values` lie below. (0, 1) where there are none; the upper
+/// one always exceeds the lower.
+std::pair<float, float> valuesBetween(const std::vector<float>& values, double low, double high);
+
+}  // namespace QuorViewer
