@@ -1,0 +1,361 @@
+#include "Application.h"
+
+#include "BundledScan.h"
+#include "Format.h"
+#include "PointerHandler.h"
+#include "TerminalProgress.h"
+#include "Tour.h"
+#include "ValueRange.h"
+#include "Window.h"
+
+#include <osg/Viewport>
+#include <osgGA/GUIEventAdapter>
+#include <osgViewer/ViewerEventHandlers>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <iostream>
+#include <thread>
+
+namespace QuorViewer {
+namespace {
+
+using Key = osgGA::GUIEventAdapter::KeySymbol;
+using namespace std::chrono_literals;
+
+constexpr auto kLoadingBudget = 30ms;
+constexpr auto kProgressInterval = 100ms;
+constexpr auto kIdle = 4ms;
+// The shares of the points below and above a range: a few stray ones must not squeeze all others into one colour.
+constexpr double kLowShare = 0.003;
+constexpr double kHighShare = 0.997;
+
+Hud::HelpRows helpRows(const std::vector<KeyBinding>& bindings) {
+  Hud::HelpRows rows = {{"Left click", "pick a point, measure from the one before"},
+                        {"Right drag", "orbit about the middle of the view"},
+                        {"Middle drag", "pan with the point under the pointer"},
+                        {"Wheel", "move towards the pointer, or away"}};
+  for (const KeyBinding& binding : bindings) {
+    rows.emplace_back(binding.shown, binding.effect);
+  }
+  rows.emplace_back("F11", "full screen");
+  rows.emplace_back("Esc", "quit");
+  return rows;
+}
+
+ColourMode fittingColourMode(const ScanSet& scans) {
+  if (scans.anyHas(&ScanInfo::hasColour)) {
+    return ColourMode::Rgb;
+  }
+  return scans.anyHas(&ScanInfo::hasIntensity) ? ColourMode::Intensity : ColourMode::Elevation;
+}
+
+// Small clouds need thick points to look like a surface; about this share of the picture is covered by points.
+float fittingPointSize(std::uint64_t points, double pixels) {
+  constexpr double kCoveredShare = 0.9;
+  constexpr double kSmallestPixels = 2.0;
+  constexpr double kLargestPixels = 7.0;
+  const double pixelsPerPoint = kCoveredShare * pixels / static_cast<double>(std::max<std::uint64_t>(points, 1));
+  return static_cast<float>(std::clamp(std::round(std::sqrt(pixelsPerPoint)), kSmallestPixels, kLargestPixels));
+}
+
+std::string titleOf(const ScanSet& scans) {
+  std::string title = "quor_viewer";
+  for (unsigned int number = 1; number <= scans.count(); ++number) {
+    title += (number == 1 ? ": " : ", ") + fileName(scans.info(number).path);
+  }
+  return title;
+}
+
+std::vector<std::string> filesToShow(const Arguments& arguments) {
+  return arguments.files.empty() ? std::vector<std::string>{bundledScan()} : arguments.files;
+}
+
+}  // namespace
+
+Application::Application(const Arguments& arguments)
+    : _arguments(arguments),
+      _scans(filesToShow(arguments)),
+      _viewer(new osgViewer::Viewer),
+      _manipulator(new QuorOsgUtils::SPointCloudManipulator(_viewer)),
+      _bindings(_createBindings()),
+      _scene(*_viewer, helpRows(_bindings)),
+      _view(*_viewer->getCamera(), *_manipulator),
+      _picker(_scene.target.tool(), _scans),
+      _loader(_scans, [this](unsigned int scan, const PointChunk& chunk) { _takeChunk(scan, chunk); }),
+      _screenshot(_scene.target.tool()) {}
+
+int Application::run() {
+  openWindow(*_viewer, _arguments.width, _arguments.height, titleOf(_scans));
+  _setUpViewer();
+  if (!_arguments.tourFolder.empty()) {
+    return _takeTour();
+  }
+  return _arguments.screenshotFile.empty() ? _explore() : _takeOnePicture();
+}
+
+void Application::_setUpViewer() {
+  _viewer->setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
+  _viewer->setRunFrameScheme(osgViewer::ViewerBase::ON_DEMAND);
+  _viewer->setCameraManipulator(_manipulator);
+  _viewer->addEventHandler(new KeyHandler(_bindings));
+  _viewer->addEventHandler(
+      new PointerHandler([this](int x, int y) { _pick(x, y); }, [this] { _userNavigated = true; }));
+  osg::ref_ptr<osgViewer::WindowSizeHandler> fullScreen = new osgViewer::WindowSizeHandler;
+  fullScreen->setKeyEventToggleFullscreen(Key::KEY_F11);
+  fullScreen->setChangeWindowedResolution(false);
+  _viewer->addEventHandler(fullScreen);
+
+  _scene.cloud.setColourMode(_arguments.colourMode.value_or(fittingColourMode(_scans)));
+  const double pixels = static_cast<double>(_arguments.width) * _arguments.height;
+  _scene.cloud.setPointSizePixels(_arguments.pointSizePixels.value_or(fittingPointSize(_scans.pointCount(), pixels)));
+  if (_arguments.orthographic) {
+    _view.toggleProjection();
+  }
+  _view.home();
+  _updateSummary();
+}
+
+KeyBinding Application::_colourBinding(int key, ColourMode mode) {
+  return {{key}, std::string(1, static_cast<char>(key)), std::string("colour by ") + optionOf(mode), [this, mode] {
+            _setColourMode(mode);
+          }};
+}
+
+std::vector<KeyBinding> Application::_createBindings() {
+  std::vector<KeyBinding> bindings;
+  for (int mode = 0; mode < kColourModeCount; ++mode) {
+    bindings.push_back(_colourBinding('1' + mode, static_cast<ColourMode>(mode)));
+  }
+  const std::vector<KeyBinding> others = {
+      {{'c', 'C'}, "C", "next colouring", [this] { _setColourMode(nextOf(_scene.cloud.colourMode())); }},
+      {{'+', '=', Key::KEY_KP_Add}, "+", "larger points", [this] { _changePointSize(1.0F); }},
+      {{'-', '_', Key::KEY_KP_Subtract}, "-", "smaller points", [this] { _changePointSize(-1.0F); }},
+      {{'e', 'E'}, "E", "eye-dome lighting on or off", [this] { _scene.eyeDome.setOn(!_scene.eyeDome.isOn()); }},
+      {{'o', 'O'}, "O", "orthographic or perspective", [this] { _view.toggleProjection(); }},
+      {{Key::KEY_Home, Key::KEY_KP_Home, ' '}, "Home, Space", "everything in view", [this] { _view.home(); }},
+      {{'f', 'F'}, "F", "close look at the picked point", [this] { _lookAtPick(); }},
+      {{'p', 'P'}, "P", "write the picture to a file", [this] { _requestScreenshot(); }},
+      {{'h', 'H', '?'}, "H", "this help", [this] { _scene.hud.showHelp(!_scene.hud.isHelpShown()); }},
+  };
+  bindings.insert(bindings.end(), others.begin(), others.end());
+  return bindings;
+}
+
+int Application::_explore() {
+  while (!_viewer->done()) {
+    if (!_loaded) {
+      _loadALittle();
+    }
+    if (_viewer->checkNeedToDoFrame()) {
+      _drawFrame();
+    } else if (_loaded) {
+      std::this_thread::sleep_for(kIdle);
+    }
+  }
+  return 0;
+}
+
+int Application::_takeOnePicture() {
+  _loadEverything();
+  _drawFrame();
+  _screenshot.request(_arguments.screenshotFile);
+  _screenshotPath = _arguments.screenshotFile;
+  _drawFrame();
+  if (!_screenshot.captured() || !_screenshot.finish()) {
+    std::cerr << "quor_viewer: the picture " << _screenshotPath << " could not be written\n";
+    return 1;
+  }
+  return _loader.errors().empty() ? 0 : 1;
+}
+
+int Application::_takeTour() {
+  _loadEverything();
+  Tour tour({*_viewer, _scene.target.tool(), _picker, _view, _screenshot, _scans, [this] { _drawFrame(); }});
+  const bool written = tour.run(_arguments.tourFolder);
+  const unsigned int errors = _scene.target.glErrorCount();
+  std::cout << "tour: " << tour.pictureCount() << " pictures in " << _arguments.tourFolder << ", " << errors
+            << " GL errors" << std::endl;
+  return written && errors == 0 && _loader.errors().empty() ? 0 : 1;
+}
+
+void Application::_drawFrame() {
+  const osg::Viewport& viewport = *_viewer->getCamera()->getViewport();
+  _scene.hud.resize(static_cast<int>(viewport.width()), static_cast<int>(viewport.height()));
+  _updateSummary();
+  _viewer->frame();
+  _writeViewWhenChanged();
+  _reportScreenshot();
+}
+
+void Application::_loadALittle() {
+  _loader.step(kLoadingBudget);
+  const auto now = std::chrono::steady_clock::now();
+  if (_loader.finished()) {
+    _finishLoading();
+  } else if (now - _latestProgress > kProgressInterval) {
+    _latestProgress = now;
+    _showProgress();
+  }
+}
+
+void Application::_loadEverything() {
+  while (!_loaded && !_viewer->done()) {
+    _loadALittle();
+    if (_viewer->checkNeedToDoFrame()) {
+      _drawFrame();
+    }
+  }
+}
+
+void Application::_takeChunk(unsigned int scanNumber, const PointChunk& chunk) {
+  _scene.cloud.add(scanNumber, chunk);
+  const osg::BoundingBox& bounds = _scene.cloud.bounds();
+  _view.setContent({bounds._min, bounds._max}, _loader.places());
+  _updateRanges();
+  if (!_userNavigated) {
+    _view.home();
+  }
+  _viewer->requestRedraw();
+}
+
+void Application::_showProgress() {
+  const std::uint64_t total = std::max<std::uint64_t>(_scans.pointCount(), 1);
+  const double share = static_cast<double>(_loader.pointsRead()) / static_cast<double>(total);
+  _scene.hud.setProgress(share);
+  _scene.hud.setMessage("Loading " + grouped(_loader.pointsRead()) + " of " + grouped(total) + " points");
+  showTerminalProgress(_loader.pointsRead(), total);
+  _viewer->requestRedraw();
+}
+
+void Application::_finishLoading() {
+  _loaded = true;
+  _scene.hud.setProgress(1.0);
+  clearTerminalProgress();
+  _updateRanges();
+  _warnOfLocalCoordinates();
+  _say("loaded " + std::to_string(_loader.pointsRead()) + " points");
+  _scene.hud.setMessage("Click a point to see its coordinates; H shows mouse and keys");
+  for (const std::string& error : _loader.errors()) {
+    std::cerr << "quor_viewer: " << error << std::endl;
+    _scene.hud.setMessage(error);
+  }
+  _viewer->requestRedraw();
+}
+
+void Application::_warnOfLocalCoordinates() {
+  for (unsigned int number = 1; number <= _scans.count(); ++number) {
+    const ScanInfo& info = _scans.info(number);
+    if (info.localOnly) {
+      std::cerr << "quor_viewer: " << info.path << ": " << info.format
+                << " is read in single precision; only local coordinates survive that\n";
+    }
+  }
+}
+
+void Application::_pick(int x, int y) {
+  try {
+    if (const std::optional<PickedPoint> picked = _picker.pick(x, y)) {
+      _scene.marker.mark(picked->localPosition);
+      _scene.hud.setMessage(statusText(*picked));
+      _say(outputText(*picked, fileName(_scans.info(picked->scan).path)));
+    } else {
+      _scene.hud.setMessage("There is no point under the pointer");
+      _say("picked nothing");
+    }
+  } catch (const ScanError& error) {
+    std::cerr << "quor_viewer: " << error.what() << std::endl;
+    _scene.hud.setMessage(error.what());
+  }
+}
+
+void Application::_lookAtPick() {
+  if (_picker.latest()) {
+    _userNavigated = true;
+    _view.lookAt(_picker.latest()->localPosition);
+  } else {
+    _scene.hud.setMessage("Pick a point first, with a left click");
+  }
+}
+
+void Application::_setColourMode(ColourMode mode) {
+  _scene.cloud.setColourMode(mode);
+  _updateLegend();
+}
+
+void Application::_changePointSize(float stepPixels) {
+  _scene.cloud.setPointSizePixels(_scene.cloud.pointSizePixels() + stepPixels);
+}
+
+void Application::_requestScreenshot() {
+  if (_screenshot.pending()) {
+    return;
+  }
+  do {
+    _screenshotPath = "quor_viewer_" + std::to_string(++_screenshotCount) + ".png";
+  } while (std::filesystem::exists(_screenshotPath));
+  _screenshot.request(_screenshotPath);
+}
+
+// The explorer's own pictures only; whoever drives the viewer from outside asks for the result directly.
+void Application::_reportScreenshot() {
+  if (_screenshotCount == 0 || !_screenshot.captured()) {
+    return;
+  }
+  const std::string path = std::filesystem::absolute(_screenshotPath).string();
+  const std::string message = (_screenshot.finish() ? "Picture written to " : "This file cannot be written: ") + path;
+  _scene.hud.setMessage(message);
+  _say(message);
+  _viewer->requestRedraw();
+}
+
+void Application::_updateRanges() {
+  _scene.cloud.setElevationRange(valuesBetween(_loader.elevations(), kLowShare, kHighShare));
+  _scene.cloud.setIntensityRange(valuesBetween(_loader.intensities(), kLowShare, kHighShare));
+  _updateLegend();
+}
+
+void Application::_updateLegend() {
+  constexpr int kElevationDecimals = 1;
+  Legend& legend = _scene.hud.legend();
+  switch (_scene.cloud.colourMode()) {
+    case ColourMode::Rgb:
+      return legend.hide();
+    case ColourMode::Classification:
+      return legend.showClasses(_loader.classifications());
+    case ColourMode::Intensity: {
+      const auto [low, high] = valuesBetween(_loader.intensities(), kLowShare, kHighShare);
+      return legend.showRamp(ColourMode::Intensity, fixed(low, 0), fixed(high, 0));
+    }
+    case ColourMode::Elevation: {
+      const auto [low, high] = valuesBetween(_loader.elevations(), kLowShare, kHighShare);
+      const double origin = _scans.origin().z();
+      return legend.showRamp(ColourMode::Elevation, fixed(low + origin, kElevationDecimals),
+                             fixed(high + origin, kElevationDecimals));
+    }
+  }
+}
+
+void Application::_updateSummary() {
+  _scene.hud.setSummary(grouped(_loader.pointsRead()) + " points   ·   " + titleOf(_scene.cloud.colourMode()) +
+                        (_view.isOrthographic() ? "   ·   Orthographic" : "   ·   Perspective"));
+}
+
+// Scripts and tests follow the viewer line by line, so each line leaves at once.
+void Application::_say(const std::string& message) {
+  std::cout << message << std::endl;
+}
+
+void Application::_writeViewWhenChanged() {
+  if (!_arguments.verbose) {
+    return;
+  }
+  std::string view = _view.describe(_scans.origin());
+  if (view != _latestView) {
+    _say(view);
+    _latestView = std::move(view);
+  }
+}
+
+}  // namespace QuorViewer

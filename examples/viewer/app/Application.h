@@ -1,0 +1,81 @@
+#pragma once
+
+#include "Arguments.h"
+#include "Keys.h"
+#include "Picker.h"
+#include "ScanLoader.h"
+#include "ScanSet.h"
+#include "Scene.h"
+#include "Screenshot.h"
+#include "ViewControl.h"
+
+#include <QuorOsgUtils/SPointCloudManipulator.h>
+
+#include <osgViewer/Viewer>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace QuorViewer {
+
+/// The viewer as a whole: one window on a set of scans. Everything runs on the thread that calls `run`.
+class Application {
+ public:
+  /// Opens the scans. Throws ScanError.
+  explicit Application(const Arguments& arguments);
+
+  /// Shows the window until it is closed, or until the tour or the picture asked for is done. Answers the exit status.
+  /// Throws WindowError.
+  int run();
+
+ private:
+  void _setUpViewer();
+  std::vector<KeyBinding> _createBindings();
+  KeyBinding _colourBinding(int key, ColourMode mode);
+
+  int _explore();
+  int _takeOnePicture();
+  int _takeTour();
+  void _drawFrame();
+
+  void _loadALittle();
+  void _loadEverything();
+  void _takeChunk(unsigned int scanNumber, const PointChunk& chunk);
+  void _showProgress();
+  void _finishLoading();
+  void _warnOfLocalCoordinates();
+
+  void _pick(int x, int y);
+  void _lookAtPick();
+  void _setColourMode(ColourMode mode);
+  void _changePointSize(float stepPixels);
+  void _requestScreenshot();
+  void _reportScreenshot();
+
+  void _updateRanges();
+  void _updateLegend();
+  void _updateSummary();
+  void _say(const std::string& message);
+  void _writeViewWhenChanged();
+
+  Arguments _arguments;
+  ScanSet _scans;
+  osg::ref_ptr<osgViewer::Viewer> _viewer;
+  osg::ref_ptr<QuorOsgUtils::SPointCloudManipulator> _manipulator;
+  std::vector<KeyBinding> _bindings;
+  Scene _scene;
+  ViewControl _view;
+  Picker _picker;
+  ScanLoader _loader;
+  Screenshot _screenshot;
+
+  bool _loaded = false;
+  bool _userNavigated = false;
+  std::chrono::steady_clock::time_point _latestProgress;
+  unsigned int _screenshotCount = 0;
+  std::string _screenshotPath;
+  std::string _latestView;
+};
+
+}  // namespace QuorViewer

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "ColourMode.h"
+#include "scan/Scan.h"
+
+#include <osg/BoundingBox>
+#include <osg/Group>
+#include <osg/Uniform>
+
+#include <cstdint>
+#include <utility>
+
+namespace QuorViewer {
+
+/// The points on the graphics card: one drawable with its own buffers per chunk, culled by the chunk's box, drawn as
+/// round dots. Nothing walks the points after they have been added. Fills all five attachments of the captured frame.
+/// Positions are relative to the local origin; so are the elevations of `setElevationRange`.
+class PointCloud {
+ public:
+  PointCloud();
+
+  osg::Group* node() { return _node; }
+  const osg::BoundingBox& bounds() const { return _bounds; }
+
+  /// Takes over the chunk's arrays. `scanNumber` counts from 1; 0 means background in the identifiers.
+  /// Expects at most 2^31 points, and no draw in progress.
+  void add(unsigned int scanNumber, const PointChunk& chunk);
+
+  ColourMode colourMode() const { return _mode; }
+  void setColourMode(ColourMode mode);
+  /// The values that get the first and the last colour of their map.
+  void setElevationRange(std::pair<float, float> range);
+  void setIntensityRange(std::pair<float, float> range);
+
+  float pointSizePixels() const { return _sizePixels; }
+  /// Diameter, kept within 1 to 32 pixels.
+  void setPointSizePixels(float pixels);
+
+ private:
+  osg::ref_ptr<osg::Group> _node;
+  osg::BoundingBox _bounds;
+  ColourMode _mode = ColourMode::Elevation;
+  float _sizePixels = 0.0F;
+  osg::ref_ptr<osg::Uniform> _modeUniform;
+  osg::ref_ptr<osg::Uniform> _sizeUniform;
+  osg::ref_ptr<osg::Uniform> _elevationUniform;
+  osg::ref_ptr<osg::Uniform> _intensityUniform;
+};
+
+}  // namespace QuorViewer

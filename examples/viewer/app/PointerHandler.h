@@ -1,0 +1,31 @@
+#pragma once
+
+#include <osgGA/GUIEventHandler>
+
+#include <functional>
+#include <utility>
+
+namespace QuorViewer {
+
+/// Tells a click of the left button (press and release at nearly the same place) from everything that navigates.
+/// Takes no event from the manipulator.
+class PointerHandler : public osgGA::GUIEventHandler {
+ public:
+  /// `clicked` gets the pixel under the pointer, from the bottom left. `navigated` is called when the user takes the
+  /// view into their own hands.
+  PointerHandler(std::function<void(int x, int y)> clicked, std::function<void()> navigated)
+      : _clicked(std::move(clicked)), _navigated(std::move(navigated)) {}
+
+  bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
+
+ private:
+  void _release(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
+
+  std::function<void(int, int)> _clicked;
+  std::function<void()> _navigated;
+  bool _pressed = false;
+  float _pressX = 0.0F;
+  float _pressY = 0.0F;
+};
+
+}  // namespace QuorViewer

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "CaptureTarget.h"
+#include "EyeDomeLighting.h"
+#include "Hud.h"
+#include "PickMarker.h"
+#include "PointCloud.h"
+
+#include <osgViewer/Viewer>
+
+namespace QuorViewer {
+
+/// All that the window shows, hung up in the viewer: below the scene data what has a place in the world (the cloud, the
+/// picks, the manipulator's own markers), beside it what belongs to the picture (backdrop, lighting, words).
+struct Scene {
+  Scene(osgViewer::Viewer& viewer, const Hud::HelpRows& help);
+
+  CaptureTarget target;
+  PointCloud cloud;
+  PickMarker marker;
+  EyeDomeLighting eyeDome;
+  Hud hud;
+};
+
+}  // namespace QuorViewer

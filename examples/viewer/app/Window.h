@@ -1,0 +1,20 @@
+#pragma once
+
+#include <osgViewer/Viewer>
+
+#include <stdexcept>
+#include <string>
+
+namespace QuorViewer {
+
+/// There is no window to be had; the text says why.
+class WindowError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Opens the viewer's one window and makes the camera fill it. Sizes in pixels. Throws WindowError without a display,
+/// or where the display's OpenGL is too old for the shaders.
+void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::string& title);
+
+}  // namespace QuorViewer
