@@ -43,13 +43,12 @@ std::optional<osg::Vec3d> panMovement(const ViewState& state, double depth, cons
   if (!window) return std::nullopt;
   osg::Vec3d eye, center, up;
   state.view.getLookAt(eye, center, up, 1.0);
-  osg::Vec3f side = osg::Vec3f(center - eye) ^ osg::Vec3f(up);
+  osg::Vec3f side = osg::Vec3f(lookDirection(state.view)) ^ osg::Vec3f(up);
   side.normalize();
   up.normalize();
   const double dx = window->width / state.width * (to.x() - from.x());
   const double dy = window->height / state.height * (to.y() - from.y());
-  const osg::Vec3d movement = -(osg::Vec3d(side) * dx + up * dy);
-  return isFinite(movement) ? std::optional<osg::Vec3d>(movement) : std::nullopt;
+  return ifFinite(-(osg::Vec3d(side) * dx + up * dy));
 }
 
 }  // namespace QuorOsgUtils

@@ -9,6 +9,9 @@ namespace {
 
 constexpr double kSmallestRadius = 1e-6;
 
+/// Below it a ray is at right angles to the view but for rounding, and a step along it would have no end.
+constexpr double kSmallestCosine = 1e-12;
+
 osg::Matrixd scaledOrtho(const osg::Matrixd& projection, double scale) {
   double left, right, bottom, top, zNear, zFar;
   if (!projection.getOrtho(left, right, bottom, top, zNear, zFar)) return projection;
@@ -25,14 +28,12 @@ std::optional<osg::Vec3d> perspectiveWheelMovement(const ViewState& state, const
   if (!state.projection.getFrustum(left, right, bottom, top, zNear, zFar)) return std::nullopt;
   osg::Vec3d eye, center, up;
   state.view.getLookAt(eye, center, up, 1.0);
-  osg::Vec3d direction = center - eye;
   osg::Vec3d ray = target - eye;
-  direction.normalize();
   ray.normalize();
+  const double along = ray * lookDirection(state.view);
+  if (!(std::abs(along) > kSmallestCosine)) return std::nullopt;
   const double step = std::abs(zFar) * percent / 100.0;
-  const double along = ray * direction;
-  const osg::Vec3d movement = ray * ((notch == WheelNotch::Up ? step : -step) / along);
-  return along != 0.0 && isFinite(movement) ? std::optional<osg::Vec3d>(movement) : std::nullopt;
+  return ifFinite(ray * ((notch == WheelNotch::Up ? step : -step) / along));
 }
 
 std::optional<OrthographicWheelStep> orthographicWheelStep(const ViewState& state, double x, double y, double percent,

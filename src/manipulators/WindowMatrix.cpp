@@ -7,10 +7,6 @@ namespace QuorOsgUtils {
 
 namespace {
 
-std::optional<osg::Vec3d> ifFinite(const osg::Vec3d& vector) {
-  return isFinite(vector) ? std::optional<osg::Vec3d>(vector) : std::nullopt;
-}
-
 std::optional<osg::Matrixd> inverseView(const ViewState& state) {
   osg::Matrixd inverse;
   return inverse.invert(state.view) ? std::optional<osg::Matrixd>(inverse) : std::nullopt;
@@ -42,14 +38,21 @@ std::optional<osg::Vec3d> viewToWorldDirection(const ViewState& state, const osg
   return ifFinite(osg::Matrixd::transform3x3(direction, *inverse));
 }
 
+osg::Vec3d lookDirection(const osg::Matrixd& view) {
+  osg::Vec3d direction = osg::Matrixd::transform3x3(view, osg::Vec3d(0.0, 0.0, -1.0));
+  direction.normalize();
+  return direction;
+}
+
 int wholePixel(double position) {
   constexpr double kLimit = 2147483647.0;
   const bool isPixel = position > -kLimit && position < kLimit;
   return isPixel ? static_cast<int>(position) : std::numeric_limits<int>::min();
 }
 
-bool isFinite(const osg::Vec3d& vector) {
-  return std::isfinite(vector.x()) && std::isfinite(vector.y()) && std::isfinite(vector.z());
+std::optional<osg::Vec3d> ifFinite(const osg::Vec3d& vector) {
+  const bool isNumber = std::isfinite(vector.x()) && std::isfinite(vector.y()) && std::isfinite(vector.z());
+  return isNumber ? std::optional<osg::Vec3d>(vector) : std::nullopt;
 }
 
 }  // namespace QuorOsgUtils

@@ -30,9 +30,14 @@ std::optional<osg::Vec3d> windowToWorld(const ViewState& state, const osg::Vec3d
 /// View axes to world axes, for directions: what `windowToView` yields, without the eye's position.
 std::optional<osg::Vec3d> viewToWorldDirection(const ViewState& state, const osg::Vec3d& direction);
 
+/// The unit vector that a view looks along, in world axes: the look-at point at distance 1 less the eye, without the
+/// digits that their difference loses far from the origin.
+osg::Vec3d lookDirection(const osg::Matrixd& view);
+
 /// Truncates towards zero. What no pixel can be, not-a-number included, becomes a position outside every image.
 int wholePixel(double position);
 
-bool isFinite(const osg::Vec3d& vector);
+/// The vector, or nothing when a component is infinite or not a number.
+std::optional<osg::Vec3d> ifFinite(const osg::Vec3d& vector);
 
 }  // namespace QuorOsgUtils

@@ -1,0 +1,53 @@
+#include "support/CapturedManipulatorFixture.h"
+
+#include <osg/GLExtensions>
+
+#include <cstddef>
+#include <utility>
+
+namespace QuorTests {
+
+CapturedManipulatorFixture::CapturedManipulatorFixture()
+    : CapturedManipulatorFixture(std::make_unique<CaptureContext>(kWidth, kHeight)) {}
+
+CapturedManipulatorFixture::CapturedManipulatorFixture(std::unique_ptr<CaptureContext> context)
+    : ManipulatorFixture(&context->viewer()), _context(std::move(context)) {
+  _viewer->setCameraManipulator(_manipulator, false);
+  _context->setPainter([this] {
+    for (const Rectangle& rectangle : _rectangles) {
+      FrameContent content;
+      content.depth = rectangle.depth;
+      _context->fill(rectangle.x, rectangle.y, rectangle.width, rectangle.height, content);
+    }
+  });
+}
+
+void CapturedManipulatorFixture::SetUp() {
+  ASSERT_TRUE(_context->valid()) << "no graphics context";
+}
+
+void CapturedManipulatorFixture::paint(int x, int y, int width, int height, float depth) {
+  _rectangles.push_back({x, y, width, height, depth});
+}
+
+void CapturedManipulatorFixture::setBackgroundDepth(float depth) {
+  FrameContent background;
+  background.depth = depth;
+  _context->setBackground(background);
+}
+
+int CapturedManipulatorFixture::colouredPixels() {
+  _context->makeCurrent();
+  std::vector<unsigned char> pixels(static_cast<std::size_t>(kWidth) * kHeight * 4);
+  _context->frameBufferObject().apply(_context->state());
+  glReadBuffer(GL_COLOR_ATTACHMENT0_EXT);
+  glReadPixels(0, 0, kWidth, kHeight, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+  _context->state().get<osg::GLExtensions>()->glBindFramebuffer(GL_FRAMEBUFFER_EXT, 0);
+  int count = 0;
+  for (std::size_t i = 0; i < pixels.size(); i += 4) {
+    if (pixels[i] || pixels[i + 1] || pixels[i + 2]) ++count;
+  }
+  return count;
+}
+
+}  // namespace QuorTests

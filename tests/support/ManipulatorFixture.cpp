@@ -1,0 +1,115 @@
+#include "support/ManipulatorFixture.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace QuorTests {
+
+namespace {
+
+constexpr double kHalfFieldOfView = 30.0 * 3.14159265358979323846 / 180.0;
+
+}  // namespace
+
+ManipulatorFixture::ManipulatorFixture() : ManipulatorFixture(new osgViewer::Viewer) {
+  _viewer->setSceneData(_scene);
+  camera().setViewport(0, 0, kWidth, kHeight);
+}
+
+ManipulatorFixture::ManipulatorFixture(osgViewer::Viewer* viewer) : _viewer(viewer) {
+  camera().setComputeNearFarMode(osg::CullSettings::DO_NOT_COMPUTE_NEAR_FAR);
+  _manipulator = new OpenManipulator(_viewer);
+  usePerspective();
+  lookAt(osg::Vec3d(0.0, -100.0, 0.0), osg::Vec3d(0.0, 0.0, 0.0));
+}
+
+void ManipulatorFixture::usePerspective() {
+  const double top = kNear * std::tan(kHalfFieldOfView);
+  const double right = top * kWidth / kHeight;
+  camera().setProjectionMatrixAsFrustum(-right, right, -top, top, kNear, kFar);
+}
+
+void ManipulatorFixture::useOrthographic(double height) {
+  const double width = height * kWidth / kHeight;
+  camera().setProjectionMatrixAsOrtho(-0.5 * width, 0.5 * width, -0.5 * height, 0.5 * height, kNear, kFar);
+}
+
+void ManipulatorFixture::lookAt(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up) {
+  _manipulator->setTransformation(eye, center, up);
+  updateCamera();
+}
+
+osg::ref_ptr<osgGA::GUIEventAdapter> ManipulatorFixture::makeEvent(Event::EventType type, int buttons, double x,
+                                                                   double y) {
+  osg::ref_ptr<Event> event = new Event;
+  event->setEventType(type);
+  event->setButtonMask(buttons);
+  event->setInputRange(0.0f, 0.0f, static_cast<float>(kWidth), static_cast<float>(kHeight));
+  event->setMouseYOrientation(Event::Y_INCREASING_UPWARDS);
+  event->setX(static_cast<float>(x));
+  event->setY(static_cast<float>(y));
+  event->setTime(_time += 0.01);
+  return event;
+}
+
+bool ManipulatorFixture::scroll(Event::ScrollingMotion motion, double x, double y) {
+  const osg::ref_ptr<Event> event = makeEvent(Event::SCROLL, 0, x, y);
+  event->setScrollingMotion(motion);
+  return send(*event);
+}
+
+bool ManipulatorFixture::key(int keySymbol) {
+  const osg::ref_ptr<Event> event = makeEvent(Event::KEYDOWN, 0, 0.0, 0.0);
+  event->setKey(keySymbol);
+  return send(*event);
+}
+
+osg::Vec3d ManipulatorFixture::eye() const {
+  return _manipulator->getCenter() - viewDirection() * _manipulator->getDistance();
+}
+
+osg::Vec3d ManipulatorFixture::viewDirection() const {
+  return _manipulator->getRotation() * osg::Vec3d(0.0, 0.0, -1.0);
+}
+
+osg::Vec3d ManipulatorFixture::toWindow(const osg::Vec3d& world) {
+  // Relative to the eye first, so that the test's own arithmetic keeps its digits far from the origin.
+  const osg::Vec3d inView = _manipulator->getRotation().inverse() * (world - eye());
+  const osg::Vec3d clip = inView * camera().getProjectionMatrix();
+  return osg::Vec3d((clip.x() + 1.0) * 0.5 * kWidth, (clip.y() + 1.0) * 0.5 * kHeight, (clip.z() + 1.0) * 0.5);
+}
+
+osg::Vec3d ManipulatorFixture::worldAtDistance(double x, double y, double distance) {
+  // A plane of constant depth is at right angles to the view: only its width depends on the distance.
+  const osg::Matrixd& projection = camera().getProjectionMatrix();
+  const bool isPerspective = projection(3, 3) == 0.0;
+  const double scale = isPerspective ? distance : 1.0;
+  const osg::Vec3d inView((2.0 * x / kWidth - 1.0) * scale / projection(0, 0),
+                          (2.0 * y / kHeight - 1.0) * scale / projection(1, 1), -distance);
+  return eye() + _manipulator->getRotation() * inView;
+}
+
+float ManipulatorFixture::depthAtDistance(double distance) {
+  const osg::Vec3d clip = osg::Vec3d(0.0, 0.0, -distance) * camera().getProjectionMatrix();
+  return static_cast<float>((clip.z() + 1.0) * 0.5);
+}
+
+double ManipulatorFixture::distanceOfDepth(float depth) {
+  const bool isPerspective = camera().getProjectionMatrix()(3, 3) == 0.0;
+  if (!isPerspective) return kNear + depth * (kFar - kNear);
+  return kNear * kFar / (kFar - depth * (kFar - kNear));
+}
+
+void expectNear(const osg::Vec3d& actual, const osg::Vec3d& expected, double tolerance) {
+  EXPECT_NEAR(actual.x(), expected.x(), tolerance);
+  EXPECT_NEAR(actual.y(), expected.y(), tolerance);
+  EXPECT_NEAR(actual.z(), expected.z(), tolerance);
+}
+
+void expectSameRotation(const osg::Quat& actual, const osg::Quat& expected, double tolerance) {
+  const osg::Vec4d a = actual.asVec4();
+  const osg::Vec4d e = expected.asVec4();
+  EXPECT_LE(std::min((a - e).length(), (a + e).length()), tolerance);
+}
+
+}  // namespace QuorTests

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <QuorOsgUtils/SPointCloudManipulator.h>
+
+#include <osg/Group>
+#include <osgGA/GUIEventAdapter>
+#include <osgViewer/Viewer>
+
+#include <gtest/gtest.h>
+
+namespace QuorTests {
+
+/// A manipulator that shows its state to tests. Nothing of its behaviour is changed.
+class OpenManipulator : public QuorOsgUtils::SPointCloudManipulator {
+ public:
+  using SPointCloudManipulator::SPointCloudManipulator;
+
+  using SPointCloudManipulator::_fov;
+  using SPointCloudManipulator::_initialRotation;
+  using SPointCloudManipulator::_initialRotationAngle;
+  using SPointCloudManipulator::_lockPerspective;
+  using SPointCloudManipulator::_osgViewer;
+  using SPointCloudManipulator::_pitchQuat;
+  using SPointCloudManipulator::_pivotIndicator;
+  using SPointCloudManipulator::_pivotPoint;
+  using SPointCloudManipulator::_spareCount;
+  using SPointCloudManipulator::_spareRatio;
+  using SPointCloudManipulator::_spareVector;
+  using SPointCloudManipulator::_stationCenter;
+  using SPointCloudManipulator::_wheelZoomFactor;
+  using SPointCloudManipulator::_yawQuat;
+
+  double orbitWheelZoomFactor() const { return osgGA::OrbitManipulator::_wheelZoomFactor; }
+
+ protected:
+  ~OpenManipulator() override = default;
+};
+
+/// A viewer of kWidth × kHeight pixels without a graphics context, a scene of one group, and the manipulator under
+/// test; real events go through the manipulator's public `handle`. Positions are pixels from the bottom left.
+class ManipulatorFixture : public ::testing::Test {
+ protected:
+  using Event = osgGA::GUIEventAdapter;
+
+  static constexpr int kWidth = 800;
+  static constexpr int kHeight = 600;
+  static constexpr double kNear = 1.0;
+  static constexpr double kFar = 1000.0;
+  static constexpr int kLeft = Event::LEFT_MOUSE_BUTTON;
+  static constexpr int kMiddle = Event::MIDDLE_MOUSE_BUTTON;
+  static constexpr int kRight = Event::RIGHT_MOUSE_BUTTON;
+
+  ManipulatorFixture();
+  /// The same on a viewer that has its own scene and viewport.
+  explicit ManipulatorFixture(osgViewer::Viewer* viewer);
+
+  osg::Camera& camera() { return *_viewer->getCamera(); }
+
+  /// 60 degrees high.
+  void usePerspective();
+  /// `height` world units high and centred on the axis.
+  void useOrthographic(double height);
+  void lookAt(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up = osg::Vec3d(0.0, 0.0, 1.0));
+  /// What the viewer does between the events and the drawing of a frame.
+  void updateCamera() { _manipulator->updateCamera(camera()); }
+
+  /// An event that a test may change before it sends it.
+  osg::ref_ptr<Event> makeEvent(Event::EventType type, int buttons, double x, double y);
+  bool send(Event& event) { return _manipulator->handle(event, *_viewer); }
+
+  bool push(int buttons, double x, double y) { return send(*makeEvent(Event::PUSH, buttons, x, y)); }
+  bool doubleClick(int buttons, double x, double y) { return send(*makeEvent(Event::DOUBLECLICK, buttons, x, y)); }
+  bool drag(int buttons, double x, double y) { return send(*makeEvent(Event::DRAG, buttons, x, y)); }
+  bool release(int buttons, double x, double y) { return send(*makeEvent(Event::RELEASE, buttons, x, y)); }
+  bool scroll(Event::ScrollingMotion motion, double x, double y);
+  bool key(int keySymbol);
+
+  bool isMarkerShown() const { return _manipulator->_pivotIndicator->getNumParents() > 0; }
+  osg::Vec3d eye() const;
+  osg::Vec3d viewDirection() const;
+  /// Where a world point is drawn by the manipulator's view: window pixels and a depth of 0 to 1.
+  osg::Vec3d toWindow(const osg::Vec3d& world);
+  /// The world point at a distance ahead of the eye (along the view's direction) that is drawn at a pixel.
+  osg::Vec3d worldAtDistance(double x, double y, double distance);
+  /// The depth of what is at a distance ahead of the eye, and the reverse for what a depth image holds.
+  float depthAtDistance(double distance);
+  double distanceOfDepth(float depth);
+
+  osg::ref_ptr<osgViewer::Viewer> _viewer;
+  osg::ref_ptr<osg::Group> _scene = new osg::Group;
+  osg::ref_ptr<OpenManipulator> _manipulator;
+  double _time = 1.0;
+};
+
+void expectNear(const osg::Vec3d& actual, const osg::Vec3d& expected, double tolerance);
+/// As rotations: q and −q are the same.
+void expectSameRotation(const osg::Quat& actual, const osg::Quat& expected, double tolerance);
+
+}  // namespace QuorTests

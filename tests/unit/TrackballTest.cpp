@@ -1,0 +1,71 @@
+#include "manipulators/Trackball.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+using QuorOsgUtils::limitedPitch;
+using QuorOsgUtils::trackballTurn;
+using QuorOsgUtils::Turn;
+using QuorOsgUtils::viewAxes;
+using QuorOsgUtils::ViewAxes;
+
+constexpr double kPi = 3.14159265358979323846;
+const osg::Vec3d kXAxis(1.0, 0.0, 0.0);
+
+double angleOf(const osg::Quat& rotation) {
+  double angle = 0.0;
+  osg::Vec3d axis;
+  rotation.getRotate(angle, axis);
+  return angle;
+}
+
+TEST(TrackballTest, theAxesOfAnUnturnedViewLookDown) {
+  const ViewAxes axes = viewAxes(osg::Quat());
+  EXPECT_EQ(axes.right, kXAxis);
+  EXPECT_EQ(axes.up, osg::Vec3d(0.0, 1.0, 0.0));
+  EXPECT_EQ(axes.ahead, osg::Vec3d(0.0, 0.0, -1.0));
+}
+
+TEST(TrackballTest, aPitchOfAQuarterTurnLooksAlongY) {
+  const ViewAxes axes = viewAxes(osg::Quat(kPi / 2.0, kXAxis));
+  EXPECT_NEAR((axes.up - osg::Vec3d(0.0, 0.0, 1.0)).length(), 0.0, 1e-12);
+  EXPECT_NEAR((axes.ahead - osg::Vec3d(0.0, 1.0, 0.0)).length(), 0.0, 1e-12);
+}
+
+TEST(TrackballTest, halfTheWayIsTheSineOfTheAngleInBallSizes) {
+  const Turn turn = trackballTurn(osg::Vec3d(0.0, 0.5, 0.0), osg::Vec3d(0.8, 0.5, 0.0), 0.8);
+  EXPECT_NEAR(turn.angle, std::asin(0.5), 1e-6);
+  EXPECT_NEAR((turn.axis - osg::Vec3d(0.0, 0.0, 1.0)).length(), 0.0, 1e-12);
+}
+
+TEST(TrackballTest, aWayLongerThanTheBallTurnsByAQuarter) {
+  EXPECT_NEAR(trackballTurn(osg::Vec3d(-2.0, 0.5, 0.0), osg::Vec3d(2.0, 0.5, 0.0), 0.8).angle, kPi / 2.0, 1e-6);
+}
+
+TEST(TrackballTest, noWayIsNoTurn) {
+  const Turn turn = trackballTurn(osg::Vec3d(0.3, 0.5, 0.0), osg::Vec3d(0.3, 0.5, 0.0), 0.8);
+  EXPECT_EQ(turn.angle, 0.0f);
+  EXPECT_EQ(osg::Quat(turn.angle, turn.axis), osg::Quat());
+}
+
+TEST(TrackballTest, aPitchThatGrowsOnTheWayDownEndsStraightDown) {
+  EXPECT_EQ(angleOf(limitedPitch(osg::Quat(0.2, -kXAxis), 0.1, 0.5f, 0.4f)), 0.0);
+}
+
+TEST(TrackballTest, aPitchBeyondStraightUpOnTheWayUpEndsThere) {
+  const osg::Quat limited = limitedPitch(osg::Quat(3.3, kXAxis), 3.0, 0.4f, 0.5f);
+  EXPECT_NEAR(angleOf(limited), kPi, 1e-12);
+  EXPECT_NEAR((limited.asVec3() - kXAxis).length(), 0.0, 1e-12);
+}
+
+TEST(TrackballTest, aPitchBetweenTheLimitsIsKept) {
+  const osg::Quat pitch(1.0, kXAxis);
+  EXPECT_EQ(limitedPitch(pitch, 0.9, 0.4f, 0.5f), pitch);
+  EXPECT_EQ(limitedPitch(pitch, 1.1, 0.5f, 0.4f), pitch);
+  EXPECT_EQ(limitedPitch(pitch, 0.9, 0.5f, 0.5f), pitch);
+}
+
+}  // namespace

@@ -1,0 +1,121 @@
+#include "manipulators/WheelStep.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+using namespace QuorOsgUtils;
+
+/// Seen from (0, -100, 0) along +Y with Z up: right is +X.
+ViewState viewAlongY(const osg::Matrixd& projection) {
+  return {osg::Matrixd::lookAt(osg::Vec3d(0.0, -100.0, 0.0), osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0)),
+          projection,
+          0.0,
+          0.0,
+          400.0,
+          200.0};
+}
+
+const osg::Matrixd kFrustum = osg::Matrixd::frustum(-1.0, 1.0, -0.5, 0.5, 1.0, 1000.0);
+const osg::Matrixd kOrtho = osg::Matrixd::ortho(-20.0, 20.0, -10.0, 10.0, 1.0, 1000.0);
+
+TEST(WheelStepTest, aPerspectiveNotchMovesByTenPercentOfTheFarPlaneAlongTheView) {
+  const auto up = perspectiveWheelMovement(viewAlongY(kFrustum), osg::Vec3d(30.0, 0.0, 10.0), 10.0, WheelNotch::Up);
+  ASSERT_TRUE(up);
+  // The ray to the target is (30, 100, 10): 100 forward go with 30 to the right and 10 up.
+  EXPECT_NEAR((*up - osg::Vec3d(30.0, 100.0, 10.0)).length(), 0.0, 1e-8);
+}
+
+TEST(WheelStepTest, aPerspectiveNotchDownMovesTheOppositeWay) {
+  const auto down = perspectiveWheelMovement(viewAlongY(kFrustum), osg::Vec3d(30.0, 0.0, 10.0), 10.0, WheelNotch::Down);
+  ASSERT_TRUE(down);
+  EXPECT_NEAR((*down + osg::Vec3d(30.0, 100.0, 10.0)).length(), 0.0, 1e-8);
+}
+
+TEST(WheelStepTest, aTargetBehindTheEyeStillMovesForwardOnANotchUp) {
+  const auto up = perspectiveWheelMovement(viewAlongY(kFrustum), osg::Vec3d(0.0, -150.0, 0.0), 10.0, WheelNotch::Up);
+  ASSERT_TRUE(up);
+  EXPECT_NEAR((*up - osg::Vec3d(0.0, 100.0, 0.0)).length(), 0.0, 1e-8);
+}
+
+TEST(WheelStepTest, aRayAtRightAnglesToTheViewTellsNoMovement) {
+  EXPECT_FALSE(perspectiveWheelMovement(viewAlongY(kFrustum), osg::Vec3d(5.0, -100.0, 0.0), 10.0, WheelNotch::Up));
+}
+
+TEST(WheelStepTest, aTargetInTheEyeTellsNoMovement) {
+  EXPECT_FALSE(perspectiveWheelMovement(viewAlongY(kFrustum), osg::Vec3d(0.0, -100.0, 0.0), 10.0, WheelNotch::Up));
+}
+
+TEST(WheelStepTest, anOrthographicNotchScalesTheBoxAndKeepsThePointInItsPlace) {
+  const auto step = orthographicWheelStep(viewAlongY(kOrtho), 400.0, 200.0, 10.0, WheelNotch::Up);
+  ASSERT_TRUE(step);
+  double left, right, bottom, top, zNear, zFar;
+  ASSERT_TRUE(step->projection.getOrtho(left, right, bottom, top, zNear, zFar));
+  EXPECT_NEAR(left, -18.0, 1e-9);
+  EXPECT_NEAR(right, 18.0, 1e-9);
+  EXPECT_NEAR(bottom, -9.0, 1e-9);
+  EXPECT_NEAR(top, 9.0, 1e-9);
+  EXPECT_NEAR(zNear, 1.0, 1e-9);
+  EXPECT_NEAR(zFar, 1000.0, 1e-9);
+  // The upper right corner was at (20, 10) and would now be at (18, 9).
+  EXPECT_NEAR((step->movement - osg::Vec3d(2.0, 0.0, 1.0)).length(), 0.0, 1e-9);
+}
+
+TEST(WheelStepTest, anOrthographicNotchDownWidensTheBox) {
+  const auto step = orthographicWheelStep(viewAlongY(kOrtho), 200.0, 100.0, 10.0, WheelNotch::Down);
+  ASSERT_TRUE(step);
+  double left, right, bottom, top, zNear, zFar;
+  ASSERT_TRUE(step->projection.getOrtho(left, right, bottom, top, zNear, zFar));
+  EXPECT_NEAR(right - left, 44.0, 1e-9);
+  EXPECT_NEAR(top - bottom, 22.0, 1e-9);
+  EXPECT_NEAR(step->movement.length(), 0.0, 1e-9);
+}
+
+TEST(WheelStepTest, anOffCentreBoxIsCentredOnTheAxis) {
+  const osg::Matrixd ortho = osg::Matrixd::ortho(0.0, 40.0, 5.0, 25.0, 1.0, 1000.0);
+  const auto step = orthographicWheelStep(viewAlongY(ortho), 200.0, 100.0, 10.0, WheelNotch::Up);
+  ASSERT_TRUE(step);
+  double left, right, bottom, top, zNear, zFar;
+  ASSERT_TRUE(step->projection.getOrtho(left, right, bottom, top, zNear, zFar));
+  EXPECT_NEAR(left, -18.0, 1e-9);
+  EXPECT_NEAR(top, 9.0, 1e-9);
+  // The middle of the window showed (20, 15).
+  EXPECT_NEAR((step->movement - osg::Vec3d(20.0, 0.0, 15.0)).length(), 0.0, 1e-9);
+}
+
+TEST(WheelStepTest, aNotchThatWouldEmptyTheBoxIsRefused) {
+  EXPECT_FALSE(orthographicWheelStep(viewAlongY(kOrtho), 100.0, 100.0, 100.0, WheelNotch::Up));
+}
+
+TEST(WheelStepTest, aProjectionWithoutABoxIsRefused) {
+  osg::Matrixd projection = osg::Matrixd::scale(0.0, 0.0, 0.0);
+  EXPECT_FALSE(orthographicWheelStep(viewAlongY(projection), 100.0, 100.0, 10.0, WheelNotch::Up));
+}
+
+TEST(WheelStepTest, aStationNotchNarrowsToThreeQuartersAndWidensToFourThirds) {
+  EXPECT_EQ(stationFieldOfView(40.0, WheelNotch::Up), 30.0);
+  EXPECT_EQ(stationFieldOfView(30.0, WheelNotch::Down), 40.0);
+}
+
+TEST(WheelStepTest, theStationsLimitsAreTestedBeforeTheStep) {
+  const auto widened = stationFieldOfView(89.0, WheelNotch::Down);
+  ASSERT_TRUE(widened);
+  EXPECT_NEAR(*widened, 118.67, 0.005);
+  EXPECT_FALSE(stationFieldOfView(90.0, WheelNotch::Down));
+  EXPECT_FALSE(stationFieldOfView(118.67, WheelNotch::Down));
+  EXPECT_FALSE(stationFieldOfView(0.0, WheelNotch::Up));
+}
+
+TEST(WheelStepTest, aSphereIsFramedWhereItFillsTheFieldOfView) {
+  EXPECT_NEAR(framingDistance(2.0, 60.0), 4.0, 1e-6);
+  EXPECT_EQ(framingDistance(2.0), 7.0);
+}
+
+TEST(WheelStepTest, aSphereWithoutASizeIsFramedAsASmallOne) {
+  EXPECT_NEAR(framingDistance(0.0, 30.0), 1e-6 / std::sin(3.14159265358979 / 12.0), 1e-12);
+  EXPECT_EQ(framingDistance(-1.0), 3.5e-6);
+}
+
+}  // namespace
