@@ -2,57 +2,59 @@
 #include <QuorOsgUtils/SPointCloudManipulator.h>
 #include <QuorOsgUtils/ScreenCaptureTool.h>
 
-#include <osg/ColorMaski>
 #include <osg/FrameBufferObject>
 #include <osg/GLExtensions>
+#include <osg/Program>
 #include <osgDB/ReadFile>
 #include <osgViewer/Viewer>
 
 namespace {
+constexpr int kWidth = 1280, kHeight = 720;
 
-constexpr int kWidth = 1280;
-constexpr int kHeight = 720;
+// Colour as lit by the eye, and zero as identifiers; a real host writes its own and its values there.
+const char* const kVertexShader = R"(#version 330 compatibility
+out vec4 lit;
+void main() { gl_Position = ftransform(); lit = gl_Color * (0.25 + 0.75 * abs(gl_NormalMatrix * gl_Normal).z); })";
+const char* const kFragmentShader = R"(#version 330 compatibility
+in vec4 lit; layout(location = 0) out vec4 colour;
+layout(location = 1) out uvec4 itemId;
+layout(location = 4) out ivec4 pointId;
+void main() { colour = lit; itemId = uvec4(0); pointId = ivec4(0); })";
 
 // What the capture tool reads: colour, two pairs of identifiers and values, and depth.
 osg::FrameBufferObject* createCapturedFrame() {
-  const GLenum colourFormats[] = {GL_RGBA8, GL_RGBA32UI_EXT, GL_RGBA32F_ARB, GL_RGBA32F_ARB, GL_RGBA32I_EXT};
+  const GLenum formats[] = {GL_RGBA8, GL_RGBA32UI_EXT, GL_RGBA32F_ARB, GL_RGBA32F_ARB, GL_RGBA32I_EXT};
   auto* frame = new osg::FrameBufferObject;
-  int buffer = osg::Camera::COLOR_BUFFER0;
-  for (const GLenum format : colourFormats) {
-    frame->setAttachment(static_cast<osg::Camera::BufferComponent>(buffer++),
+  const auto attach = [&](int buffer, GLenum format) {
+    frame->setAttachment(static_cast<osg::Camera::BufferComponent>(buffer),
                          osg::FrameBufferAttachment(new osg::RenderBuffer(kWidth, kHeight, format)));
-  }
-  frame->setAttachment(osg::Camera::DEPTH_BUFFER,
-                       osg::FrameBufferAttachment(new osg::RenderBuffer(kWidth, kHeight, GL_DEPTH_COMPONENT32F)));
+  };
+  for (int i = 0; i < 5; ++i) attach(osg::Camera::COLOR_BUFFER0 + i, formats[i]);
+  attach(osg::Camera::DEPTH_BUFFER, GL_DEPTH_COMPONENT32F);
   return frame;
 }
 
 // The camera's own clear comes before its state set binds the frame, so the host clears.
 struct ClearFrame : osg::Camera::DrawCallback {
-  osg::ref_ptr<osg::FrameBufferObject> frame;
-  explicit ClearFrame(osg::FrameBufferObject* f) : frame(f) {}
   void operator()(osg::RenderInfo& info) const override {
-    frame->apply(*info.getState());
+    osg::StateSet* state = info.getCurrentCamera()->getStateSet();
+    state->getAttribute(osg::StateAttribute::FRAME_BUFFER_OBJECT)->apply(*info.getState());
     glDrawBuffer(GL_COLOR_ATTACHMENT0_EXT);
     glClearColor(0.10F, 0.11F, 0.13F, 1.0F);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    auto* gl = info.getState()->get<osg::GLExtensions>();
-    gl->glBindFramebuffer(GL_FRAMEBUFFER_EXT, 0);
+    info.getState()->get<osg::GLExtensions>()->glBindFramebuffer(GL_FRAMEBUFFER_EXT, 0);
   }
 };
 
 // Brings the drawn colours to the window.
-struct ShowFrame : ClearFrame {
-  using ClearFrame::ClearFrame;
+struct ShowFrame : osg::Camera::DrawCallback {
   void operator()(osg::RenderInfo& info) const override {
     auto* gl = info.getState()->get<osg::GLExtensions>();
-    frame->apply(*info.getState(), osg::FrameBufferObject::READ_FRAMEBUFFER);
-    glReadBuffer(GL_COLOR_ATTACHMENT0_EXT);
+    glReadBuffer(GL_COLOR_ATTACHMENT0_EXT);  // the capture leaves the frame bound for reading
     gl->glBlitFramebuffer(0, 0, kWidth, kHeight, 0, 0, kWidth, kHeight, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     gl->glBindFramebuffer(GL_FRAMEBUFFER_EXT, 0);
   }
 };
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -60,19 +62,18 @@ int main(int argc, char** argv) {
   if (!cloud) return 1;
   osg::ref_ptr<osg::Group> scene = new osg::Group;  // a group, so that the pivot marker can join the scene
   scene->addChild(cloud);
+  auto* program = new osg::Program;
+  program->addShader(new osg::Shader(osg::Shader::VERTEX, kVertexShader));
+  program->addShader(new osg::Shader(osg::Shader::FRAGMENT, kFragmentShader));
+  scene->getOrCreateStateSet()->setAttribute(program);
 
   osgViewer::Viewer viewer;
-  osg::ref_ptr<osg::FrameBufferObject> frame = createCapturedFrame();
   viewer.setUpViewInWindow(50, 50, kWidth, kHeight);
   viewer.setSceneData(scene);
-  viewer.getCamera()->setClearMask(0);
-  for (unsigned int identifiers = 1; identifiers < 5; ++identifiers)  // nothing here has a shader that fills them
-    viewer.getCamera()->getOrCreateStateSet()->setAttribute(
-        new osg::ColorMaski(identifiers, false, false, false, false));
-  viewer.getCamera()->getOrCreateStateSet()->setAttribute(frame);
-  viewer.getCamera()->setPreDrawCallback(new ClearFrame(frame));
+  viewer.getCamera()->getOrCreateStateSet()->setAttribute(createCapturedFrame());
+  viewer.getCamera()->setPreDrawCallback(new ClearFrame);
   viewer.getCamera()->setPostDrawCallback(new QuorOsgUtils::ScreenCaptureTool);
-  viewer.getCamera()->setFinalDrawCallback(new ShowFrame(frame));
+  viewer.getCamera()->setFinalDrawCallback(new ShowFrame);
   viewer.setCameraManipulator(new QuorOsgUtils::SPointCloudManipulator(&viewer));
   return viewer.run();
 }
