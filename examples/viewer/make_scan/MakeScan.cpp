@@ -1,0 +1,105 @@
+#include "MakeScan.h"
+
+#include "RecordEncoder.h"
+#include "scan/LasWriter.h"
+
+#include <deque>
+#include <filesystem>
+#include <future>
+#include <limits>
+#include <ostream>
+#include <system_error>
+#include <thread>
+
+namespace QuorViewer {
+
+namespace {
+
+LasHeader withBox(LasHeader header, HeaderBox box) {
+  constexpr double kTooWideMetres = 1000.0;
+  for (auto& [greatest, least] : header.maximumMinimum) {
+    switch (box) {
+      case HeaderBox::True:
+        break;
+      case HeaderBox::Wide:
+        greatest += kTooWideMetres;
+        least -= kTooWideMetres;
+        break;
+      case HeaderBox::Empty:
+        greatest = least = 0.0;
+        break;
+      case HeaderBox::NotANumber:
+        greatest = least = std::numeric_limits<double>::quiet_NaN();
+        break;
+    }
+  }
+  return header;
+}
+
+// The length to leave of the finished file; nothing if all of it. Known before anything is computed.
+std::optional<std::uint64_t> cutLength(const Options& options, const LasHeader& header) {
+  const std::uint64_t length = header.pointDataOffsetBytes + *options.points * header.recordLengthBytes;
+  if (options.cutRecords > 0) return length - options.cutRecords * header.recordLengthBytes;
+  if (options.cutAtByte && *options.cutAtByte > length) {
+    throw ArgumentError("--cut-at \"" + std::to_string(*options.cutAtByte) + "\": the file has only " +
+                        std::to_string(length) + " bytes");
+  }
+  return options.cutAtByte;
+}
+
+// Blocks are computed beside each other and written in their order; only a few are in memory at any time.
+void writePoints(const Options& options, const LasHeader& header, LasWriter& writer, const Progress& progress) {
+  const Town town;
+  const Scanner scanner(town, options.survey);
+  const std::vector<Block> blocks = planBlocks(scanner, *options.points);
+  const std::size_t ahead = std::thread::hardware_concurrency() + 1U;
+  std::deque<std::future<std::vector<unsigned char>>> pending;
+  std::size_t started = 0;
+  for (const Block& block : blocks) {
+    for (; started < blocks.size() && pending.size() < ahead; ++started) {
+      pending.push_back(std::async(
+          std::launch::async, [&, next = blocks[started]] { return encodeBlock(scanner, next, options, header); }));
+    }
+    const std::vector<unsigned char> records = pending.front().get();
+    pending.pop_front();
+    writer.append(records.data(), block.count);
+    progress(block.firstPoint + block.count, *options.points);
+  }
+}
+
+}  // namespace
+
+void makeScan(const Options& options, const Progress& progress) {
+  const Preamble before = preamble(options);
+  LasWriter writer(options.path, before.header, before.variableRecords);
+  const LasHeader header = writer.header();
+  if (options.sparseOffset != 0 && header.pointDataOffsetBytes != options.sparseOffset) {
+    throw ArgumentError("--sparse-offset \"" + std::to_string(options.sparseOffset) + "\": the points begin at byte " +
+                        std::to_string(header.pointDataOffsetBytes) + " at the earliest");
+  }
+  const std::optional<std::uint64_t> cut = cutLength(options, header);
+  writePoints(options, header, writer, progress);
+  writer.finish(withBox(writer.header(), options.headerBox));
+  if (!cut) return;
+  std::error_code error;
+  std::filesystem::resize_file(options.path, *cut, error);
+  if (error) throw ScanWriteError("cannot cut " + options.path + ": " + error.message());
+}
+
+int runMakeScan(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
+                const Progress& progress) {
+  try {
+    const Options options = Options::parse(arguments);
+    if (options.help) {
+      out << Options::helpText();
+      return 0;
+    }
+    makeScan(options, progress);
+    return 0;
+  } catch (const std::exception& error) {
+    err << "quor_make_scan: " << error.what() << "\n";
+  }
+  return 1;
+}
+
+}  // namespace QuorViewer
