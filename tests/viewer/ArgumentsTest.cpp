@@ -1,0 +1,71 @@
+#include "Arguments.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using QuorViewer::ArgumentError;
+using QuorViewer::Arguments;
+using QuorViewer::ColourMode;
+using QuorViewer::parseArguments;
+
+TEST(ArgumentsTest, anEmptyLineAsksForTheDefaults) {
+  const Arguments parsed = parseArguments({});
+  EXPECT_TRUE(parsed.files.empty());
+  EXPECT_FALSE(parsed.colourMode.has_value());
+  EXPECT_EQ(parsed.width, 1280);
+  EXPECT_EQ(parsed.height, 720);
+  EXPECT_FALSE(parsed.orthographic || parsed.verbose || parsed.help || parsed.version);
+}
+
+TEST(ArgumentsTest, filesAndOptionsMayStandInAnyOrder) {
+  const Arguments parsed =
+      parseArguments({"a.las", "--size", "800x600", "b.laz", "--ortho", "--colour-by", "intensity", "--point-size", "7",
+                      "--tour", "there", "--screenshot", "p.png", "--verbose"});
+  EXPECT_THAT(parsed.files, testing::ElementsAre("a.las", "b.laz"));
+  EXPECT_EQ(parsed.width, 800);
+  EXPECT_EQ(parsed.height, 600);
+  EXPECT_TRUE(parsed.orthographic);
+  EXPECT_TRUE(parsed.verbose);
+  EXPECT_EQ(parsed.colourMode, ColourMode::Intensity);
+  EXPECT_EQ(parsed.pointSizePixels, 7.0F);
+  EXPECT_EQ(parsed.tourFolder, "there");
+  EXPECT_EQ(parsed.screenshotFile, "p.png");
+}
+
+struct BadLine {
+  std::vector<std::string> arguments;
+  std::string complaint;
+};
+
+class BadArgumentsTest : public testing::TestWithParam<BadLine> {};
+
+TEST_P(BadArgumentsTest, areRefusedWithAMessageThatNamesThem) {
+  try {
+    parseArguments(GetParam().arguments);
+    FAIL() << "accepted";
+  } catch (const ArgumentError& error) {
+    EXPECT_THAT(error.what(), testing::HasSubstr(GetParam().complaint));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, BadArgumentsTest,
+    testing::Values(BadLine{{"--fast"}, "'--fast'"}, BadLine{{"--size"}, "--size wants"},
+                    BadLine{{"--size", "800"}, "'800'"}, BadLine{{"--size", "800x"}, "'800x'"},
+                    BadLine{{"--size", "800x600x2"}, "'800x600x2'"}, BadLine{{"--size", "0x600"}, "'0x600'"},
+                    BadLine{{"--size", "99999999999x600"}, "--size"}, BadLine{{"--size", "-800x600"}, "--size"},
+                    BadLine{{"--colour-by", "smell"}, "'smell'"}, BadLine{{"--point-size", "0"}, "'0'"},
+                    BadLine{{"--point-size", "33"}, "'33'"}, BadLine{{"--point-size", "3px"}, "'3px'"},
+                    BadLine{{"--tour"}, "--tour wants"}, BadLine{{"--screenshot", ""}, "--screenshot wants"}));
+
+TEST(ArgumentsTest, theHelpNamesEveryOption) {
+  const std::string help = QuorViewer::usage();
+  for (const char* option : {"--colour-by", "--point-size", "--ortho", "--size", "--screenshot", "--tour", "--verbose",
+                             "--help", "--version"}) {
+    EXPECT_THAT(help, testing::HasSubstr(option));
+  }
+}
+
+}  // namespace

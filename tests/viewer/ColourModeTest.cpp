@@ -1,0 +1,64 @@
+#include "ColourMode.h"
+#include "PointClasses.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <tuple>
+
+namespace {
+
+using namespace QuorViewer;
+
+TEST(ColourModeTest, everyModeIsFoundByItsWord) {
+  for (int mode = 0; mode < kColourModeCount; ++mode) {
+    EXPECT_EQ(colourModeOf(optionOf(static_cast<ColourMode>(mode))), static_cast<ColourMode>(mode));
+  }
+  EXPECT_FALSE(colourModeOf("RGB"));
+  EXPECT_FALSE(colourModeOf(""));
+}
+
+TEST(ColourModeTest, goingOnReachesEveryModeAndComesBack) {
+  std::set<ColourMode> seen;
+  ColourMode mode = ColourMode::Rgb;
+  for (int step = 0; step < kColourModeCount; ++step, mode = nextOf(mode)) {
+    seen.insert(mode);
+  }
+  EXPECT_EQ(seen.size(), 4U);
+  EXPECT_EQ(mode, ColourMode::Rgb);
+}
+
+TEST(ColourModeTest, theRampGrowsBrighterAllTheWay) {
+  const auto luminance = [](float fraction) {
+    const osg::Vec3f c = rampColour(fraction);
+    return 0.2126F * c.x() + 0.7152F * c.y() + 0.0722F * c.z();
+  };
+  for (float fraction = 0.0F; fraction < 0.995F; fraction += 0.01F) {
+    EXPECT_LT(luminance(fraction), luminance(fraction + 0.01F)) << fraction;
+  }
+}
+
+TEST(ColourModeTest, valuesBeyondTheRampGetItsEnds) {
+  EXPECT_EQ(rampColour(-3.0F), rampColour(0.0F));
+  EXPECT_EQ(rampColour(7.0F), rampColour(1.0F));
+}
+
+TEST(ColourModeTest, classesHaveTheirStandardNames) {
+  EXPECT_EQ(classificationName(2), "ground");
+  EXPECT_EQ(classificationName(6), "building");
+  EXPECT_EQ(classificationName(9), "water");
+  EXPECT_EQ(classificationName(40), "reserved");
+  EXPECT_EQ(classificationName(255), "user defined");
+}
+
+TEST(ColourModeTest, neighbouringClassesDifferInColour) {
+  const auto channels = [](unsigned int code) {
+    const osg::Vec4ub c = classificationColour(code);
+    return std::make_tuple(c.r(), c.g(), c.b());
+  };
+  for (unsigned int code = 0; code < 255; ++code) {
+    EXPECT_NE(channels(code), channels(code + 1)) << code;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,39 @@
+#include "Format.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace QuorViewer;
+
+TEST(FormatTest, longNumbersAreGroupedByThree) {
+  EXPECT_EQ(grouped(0), "0");
+  EXPECT_EQ(grouped(999), "999");
+  EXPECT_EQ(grouped(1000), "1,000");
+  EXPECT_EQ(grouped(10653336), "10,653,336");
+  EXPECT_EQ(grouped(1234567890123), "1,234,567,890,123");
+}
+
+TEST(FormatTest, coordinatesShowTheDecimalsOfTheirGrid) {
+  EXPECT_EQ(decimalsOfScale(0.01), 2);
+  EXPECT_EQ(decimalsOfScale(0.001), 3);
+  EXPECT_EQ(decimalsOfScale(0.25), 1);
+  EXPECT_EQ(decimalsOfScale(1.0), 0);
+  EXPECT_EQ(decimalsOfScale(10.0), 0);
+  EXPECT_EQ(decimalsOfScale(1.4e-8), 8);
+}
+
+TEST(FormatTest, aGridThatIsNoneShowsThreeDecimals) {
+  EXPECT_EQ(decimalsOfScale(0.0), 3);
+  EXPECT_EQ(decimalsOfScale(-1.0), 3);
+}
+
+TEST(FormatTest, aCoordinateKeepsItsDigits) {
+  EXPECT_EQ(fixed(9876543.25, 2), "9876543.25");
+}
+
+TEST(FormatTest, quotesBackslashesAndControlCharactersAreEscaped) {
+  EXPECT_EQ(jsonString("a \"b\" \\ \n"), "\"a \\\"b\\\" \\\\ \\u000a\"");
+}
+
+}  // namespace

@@ -1,0 +1,71 @@
+#include "Sample.h"
+#include "ValueRange.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <numeric>
+
+namespace {
+
+using namespace QuorViewer;
+
+std::vector<float> countedTo(std::size_t count) {
+  std::vector<float> values(count);
+  std::iota(values.begin(), values.end(), 0.0F);
+  return values;
+}
+
+TEST(SampleTest, aShortStreamIsKeptWhole) {
+  Sample<float> sample(100);
+  const auto values = countedTo(60);
+  sample.add(values.data(), 30);
+  sample.add(values.data() + 30, 30);
+  EXPECT_EQ(sample.values(), values);
+}
+
+TEST(SampleTest, aLongStreamIsKeptEvenlyAndInBounds) {
+  Sample<float> sample(64);
+  const auto values = countedTo(100000);
+  for (std::size_t first = 0; first < values.size(); first += 777) {
+    sample.add(values.data() + first, std::min<std::size_t>(777, values.size() - first));
+  }
+  ASSERT_LE(sample.values().size(), 64U);
+  ASSERT_GE(sample.values().size(), 32U);
+  const float step = sample.values()[1] - sample.values()[0];
+  for (std::size_t i = 0; i < sample.values().size(); ++i) {
+    EXPECT_EQ(sample.values()[i], static_cast<float>(i) * step);
+  }
+}
+
+TEST(SampleTest, aStrideReadsOneOfSeveralInterleavedStreams) {
+  Sample<float> sample(100);
+  const std::vector<float> interleaved = {0, 1, 2, 10, 11, 12, 20, 21, 22};
+  sample.add(interleaved.data() + 1, 3, 3);
+  EXPECT_EQ(sample.values(), (std::vector<float>{1, 11, 21}));
+}
+
+TEST(SampleTest, whatIsNotFiniteIsLeftOut) {
+  Sample<float> sample(100);
+  const std::vector<float> values = {1.0F, std::numeric_limits<float>::quiet_NaN(),
+                                     std::numeric_limits<float>::infinity(), 2.0F};
+  sample.add(values.data(), values.size());
+  EXPECT_EQ(sample.values(), (std::vector<float>{1.0F, 2.0F}));
+}
+
+TEST(ValueRangeTest, theRangeLeavesTheStrayOnesOut) {
+  std::vector<float> values = countedTo(1001);
+  values[500] = 1e9F;
+  const auto [low, high] = valuesBetween(values, 0.01, 0.99);
+  EXPECT_NEAR(low, 10.0F, 1.0F);
+  EXPECT_NEAR(high, 991.0F, 1.0F);
+}
+
+TEST(ValueRangeTest, theUpperEndAlwaysExceedsTheLower) {
+  const auto [low, high] = valuesBetween({7.0F, 7.0F, 7.0F}, 0.01, 0.99);
+  EXPECT_EQ(low, 7.0F);
+  EXPECT_GT(high, low);
+  EXPECT_EQ(valuesBetween({}, 0.01, 0.99), std::make_pair(0.0F, 1.0F));
+}
+
+}  // namespace
