@@ -71,7 +71,7 @@ void storeByte(unsigned value, unsigned char* byte) {
 void decodeOldFlags(const unsigned char* record, LasPoint& point) {
   decodeEdgeFlags(record[kReturnsOffset], point);
   decodeClassFlags(record[kFlagsOffset] >> 5U, point);
-  point.scanAngle = loadLittle<std::int8_t>(record + 16);
+  point.scanAngle = static_cast<std::int16_t>(record[16] - (record[16] < 128 ? 0 : 256));
   loadLittle(record + 18, point.pointSource);
 }
 

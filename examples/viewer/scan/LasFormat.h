@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <tuple>
+#include <type_traits>
 #include <vector>
 
 namespace QuorViewer {
@@ -105,7 +106,7 @@ template <typename T>
 std::string lasHeaderPlace(T LasHeader::*member) {
   std::string place;
   const auto compare = [&](const auto& field) {
-    if constexpr (std::is_same_v<decltype(field.member), T LasHeader::*const>) {
+    if constexpr (std::is_same_v<decltype(field.member), T LasHeader::*>) {
       if (field.member == member) {
         place = "at byte " + std::to_string(field.offset) + " (field \"" + field.name + "\")";
       }

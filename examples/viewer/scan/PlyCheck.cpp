@@ -111,8 +111,8 @@ class BinaryNumbers : public PlyNumbers {
     for (unsigned byte = 0; byte < type.bytes; ++byte) {
       value |= std::int64_t{bytes[byte]} << 8U * (_bigEndian ? type.bytes - 1 - byte : byte);
     }
-    const std::int64_t half = std::int64_t{1} << (8U * type.bytes - 1);
-    return type.isSigned && value >= half ? value - 2 * half : value;
+    const std::int64_t range = std::int64_t{1} << 8U * type.bytes;
+    return type.isSigned && value >= range / 2 ? value - range : value;
   }
 
   void skip(const PlyType& type, std::uint64_t count) override {
@@ -201,6 +201,18 @@ void checkVertexElement(const ScanFile& file, const PlyHeader& header) {
   }
 }
 
+// In text, OpenSceneGraph's reader stumbles over every list that it does not keep, and it keeps one list of corners.
+void checkFaceLists(const ScanFile& file, const PlyElement& face) {
+  const PlyProperty* corners = nullptr;
+  for (const PlyProperty& property : face.properties) {
+    if (property.countType != nullptr && (corners != nullptr || !isCornerList(face, property))) {
+      throw file.error("the PLY header gives its faces a list, which cannot be read from text: property \"" +
+                       property.name + "\"");
+    }
+    corners = property.countType != nullptr ? &property : corners;
+  }
+}
+
 void checkFaceElement(const ScanFile& file, const PlyElement& face) {
   for (const PlyProperty& property : face.properties) {
     if (isCornerList(face, property) && (property.countType == nullptr || !property.type->integer)) {
@@ -262,6 +274,9 @@ CheckedVertices checkPly(ScanFile& file) {
   checkElementOrder(file, header);
   if (const PlyElement* face = header.element("face")) {
     checkFaceElement(file, *face);
+    if (header.encoding == PlyEncoding::Text) {
+      checkFaceLists(file, *face);
+    }
   }
   walkData(file, bytes, header);
   const PlyElement& vertex = *header.element("vertex");

@@ -15,6 +15,16 @@ std::uint16_t brightest(const RawPoint& point) {
   return *std::max_element(point.colour.begin(), point.colour.end());
 }
 
+// As long as the sample's size allows without one run reaching into the next.
+std::uint32_t runLength(const std::vector<std::uint64_t>& firstPoints) {
+  const std::size_t runs = std::max<std::size_t>(firstPoints.size(), 1);
+  std::uint64_t length = kSamplePoints / runs;
+  for (std::size_t run = 1; run < firstPoints.size(); ++run) {
+    length = std::min(length, firstPoints[run] - firstPoints[run - 1]);
+  }
+  return static_cast<std::uint32_t>(length);
+}
+
 }  // namespace
 
 // Adding 0 turns a negative zero into a plain one, which reads better.
@@ -33,7 +43,7 @@ SampleRuns spreadRuns(std::uint64_t pointCount, std::uint64_t step) {
       runs.firstPoints.push_back(aligned);
     }
   }
-  runs.length = kSamplePoints / static_cast<std::uint32_t>(std::max<std::size_t>(runs.firstPoints.size(), 1));
+  runs.length = runLength(runs.firstPoints);
   return runs;
 }
 

@@ -20,7 +20,7 @@ bool isFinite(const osg::Vec3f& position) {
 }
 
 std::uint8_t toByte(float share) {
-  return static_cast<std::uint8_t>(std::clamp(share, 0.0F, 1.0F) * 255.0F + 0.5F);
+  return static_cast<std::uint8_t>(std::lround(std::clamp(share, 0.0F, 1.0F) * 255.0F));
 }
 
 osg::Vec4ub colourAt(const osg::Array* colours, std::size_t index) {
