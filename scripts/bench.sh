@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Builds the benchmarks, runs them, and prints tables: a line for each benchmark, with times in microseconds (_us) and
+# the ratios that matter. A machine that does nothing else meanwhile gives the steadiest figures.
+#
+#   scripts/bench.sh [arguments of Google Benchmark, such as --benchmark_filter=random]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh test
+cmake --preset release -B build/bench -DQUOR_BUILD_BENCHMARKS=ON -DQUOR_BUILD_VIEWER=OFF >/dev/null
+cmake --build build/bench
+
+build/bench/bin/depth_range_benchmark --benchmark_counters_tabular=true "$@"
+env LIBGL_ALWAYS_SOFTWARE=1 xvfb-run -a -s '-screen 0 1920x1200x24 -nolisten tcp -noreset' \
+  build/bench/bin/capture_benchmark --benchmark_counters_tabular=true "$@"
