@@ -97,23 +97,24 @@ class DepthRangeSearch {
     return found;
   }
 
-  /// Whether a chunk has a depth above the minimum as it runs. The depths before the lanes of a row are those of
-  /// earlier rows and the three in front of each lane, so the loads that reach 1, 2, 3 and 4 depths back gather them
-  /// all.
+  /// Whether a chunk has a depth above the minimum as it runs. The least of each depth and the three before it comes
+  /// from two steps back; the least of those in the same lane of all rows so far is that of all depths so far.
   static bool chunkHasAboveRunning(float minimum, const float* chunk) {
-    static_assert(kLanes == 4, "the loads below reach back over one row of four");
-    const Lanes background = Lanes::fill(kBackground);
-    Lanes a = Lanes::fill(minimum);
-    Lanes b = a, c = a, d = a;
+    static_assert(kLanes == 4, "two steps back cover one row of four");
+    const Lanes start = Lanes::fill(minimum), background = Lanes::fill(kBackground);
+    Lanes before = start, pairsBefore = start, running = start;
     typename Lanes::Flags above = Lanes::noFlags();
-    for (const float* row = chunk + kLanes; row != chunk + kChunk; row += kLanes) {
-      a = Lanes::least(Lanes::load(row - 1), a);
-      b = Lanes::least(Lanes::load(row - 2), b);
-      c = Lanes::least(Lanes::load(row - 3), c);
-      d = Lanes::least(Lanes::load(row - 4), d);
-      Lanes::flagAbove(above, Lanes::load(row), Lanes::least(Lanes::least(a, b), Lanes::least(c, d)), background);
+    for (const float* row = chunk; row != chunk + kChunk; row += kLanes) {
+      const Lanes depths = Lanes::load(row);
+      const Lanes numbers = Lanes::least(depths, start);
+      const Lanes pairs = Lanes::least(numbers, Lanes::oneBack(before, numbers));
+      const Lanes fours = Lanes::least(pairs, Lanes::twoBack(pairsBefore, pairs));
+      running = Lanes::least(fours, running);
+      Lanes::flagAbove(above, depths, running, background);
+      before = numbers;
+      pairsBefore = pairs;
     }
-    return Lanes::any(above) || lastAboveStepwise(minimum, chunk, chunk + kLanes) != nullptr;
+    return Lanes::any(above);
   }
 
   /// The last depth above the minimum as it runs, or null.

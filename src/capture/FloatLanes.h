@@ -34,6 +34,16 @@ struct PlainLanes {
     return b;
   }
 
+  /// The lanes that stand one place before b's, where a's stand right in front of b's.
+  static PlainLanes oneBack(PlainLanes a, PlainLanes b) {
+    return {{a.values[3], b.values[0], b.values[1], b.values[2]}};
+  }
+
+  /// The same, two places before.
+  static PlainLanes twoBack(PlainLanes a, PlainLanes b) {
+    return {{a.values[2], a.values[3], b.values[0], b.values[1]}};
+  }
+
   /// Adds to `flags` where a is above b and not `excluded`.
   static void flagAbove(Flags& flags, PlainLanes a, PlainLanes b, PlainLanes excluded) {
     for (std::size_t k = 0; k < kCount; ++k) {
@@ -59,6 +69,15 @@ struct SseLanes {
   static SseLanes fill(float value) { return {_mm_set1_ps(value)}; }
   void store(float* first) const { _mm_storeu_ps(first, values); }
   static SseLanes least(SseLanes a, SseLanes b) { return {_mm_min_ps(a.values, b.values)}; }
+
+  static SseLanes oneBack(SseLanes a, SseLanes b) {
+    const __m128 edge = _mm_shuffle_ps(a.values, b.values, _MM_SHUFFLE(0, 0, 3, 3));
+    return {_mm_shuffle_ps(edge, b.values, _MM_SHUFFLE(2, 1, 2, 0))};
+  }
+
+  static SseLanes twoBack(SseLanes a, SseLanes b) {
+    return {_mm_shuffle_ps(a.values, b.values, _MM_SHUFFLE(1, 0, 3, 2))};
+  }
 
   static void flagAbove(Flags& flags, SseLanes a, SseLanes b, SseLanes excluded) {
     const __m128 above = _mm_and_ps(_mm_cmpgt_ps(a.values, b.values), _mm_cmpneq_ps(a.values, excluded.values));

@@ -61,14 +61,22 @@ class ScreenCaptureTool::Capture {
     return _frame._depthBuffer.size() == pixels->pixelCount();
   }
 
-  void readImages() {
+  /// Reads every image where there is a frame-buffer object; otherwise the frame keeps the previous ones.
+  void captureImages() {
     const osg::FrameBufferObject* object = lastAppliedFrameBufferObject(_state);
-    if (!object || !_extensions || !_extensions->glBindFramebuffer) {
-      return;
-    }
-    _extensions->glBindFramebuffer(kGLFramebuffer, object->getHandle(_state.getContextID()));
+    const bool readable = object && _extensions && _extensions->glBindFramebuffer;
+    const DepthRange range = readable ? readImages(*object) : measuredDepthRange();
+    _frame._minDepth = range.minimum;
+    _frame._maxDepth = range.maximum;
+  }
+
+ private:
+  DepthRange readImages(const osg::FrameBufferObject& object) {
+    _extensions->glBindFramebuffer(kGLFramebuffer, object.getHandle(_state.getContextID()));
     std::optional<TightPackState> packState(*_extensions);
     read(GL_DEPTH_COMPONENT, GL_FLOAT, _frame._depthBuffer.data());
+    // Measured here and not after the other images, which would have pushed the depths out of the processor's cache.
+    const DepthRange range = measuredDepthRange();
     // The request stays alive here even when the host replaces it meanwhile.
     const osg::ref_ptr<CaptureOp> op = _pendingOp;
     if (op.valid() && readColour()) {
@@ -81,15 +89,11 @@ class ScreenCaptureTool::Capture {
     readAttachment(3, GL_RGBA, GL_FLOAT, _frame._pcFloatBuffer.data());
     readAttachment(4, kGLRgbaInteger, GL_INT, _frame._pcUIntBuffer.data());
     _extensions->glBindFramebuffer(kGLDrawFramebuffer, 0);
+    return range;
   }
 
-  void measureDepthRange() {
-    const DepthRange range = depthRange(_frame._depthBuffer.data(), _frame._depthBuffer.size());
-    _frame._minDepth = range.minimum;
-    _frame._maxDepth = range.maximum;
-  }
+  DepthRange measuredDepthRange() const { return depthRange(_frame._depthBuffer.data(), _frame._depthBuffer.size()); }
 
- private:
   /// Makes room everywhere before any size changes, so that a shortage of memory leaves the frame as it was.
   void resize(const CaptureViewport& pixels) {
     const std::size_t count = pixels.pixelCount();
@@ -159,8 +163,7 @@ void ScreenCaptureTool::operator()(osg::RenderInfo& renderInfo) const {
   }
   Capture capture(*this, *state);
   if (capture.takeCamera(*camera)) {
-    capture.readImages();
-    capture.measureDepthRange();
+    capture.captureImages();
   }
 }
 
