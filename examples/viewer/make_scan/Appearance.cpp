@@ -73,6 +73,31 @@ osg::Vec3d stoneColour(const osg::Vec3d& stone, const PatternPlace& place) {
   return stone * (joint ? 0.80 : speckle({std::floor(along), course, 0.0}, 1.0, 0.08));
 }
 
+// An opening with a round arch on top, around the line right = 0.
+bool inArch(double right, double up, double halfWidth, double sill, double spring) {
+  const double above = std::max(0.0, up - spring);
+  return up > sill && right * right + above * above < halfWidth * halfWidth;
+}
+
+// Tall windows along the nave.
+osg::Vec3d naveColour(const osg::Vec3d& stone, const PatternPlace& place) {
+  constexpr double kSpacing = 4.0;
+  const double right = (fraction(place.right / kSpacing) - 0.5) * kSpacing;
+  if (inArch(right, place.up, 0.7, 2.4, 5.8)) return std::abs(right) < 0.06 ? kFrame * 0.7 : kWindow;
+  return inArch(right, place.up, 0.95, 2.2, 5.8) ? stone * 1.2 : stoneColour(stone, place);
+}
+
+// A door, a clock that shows five past four, and a belfry.
+osg::Vec3d towerColour(const osg::Vec3d& stone, const PatternPlace& place) {
+  const double up = place.up - 16.2;
+  const double fromClock = std::sqrt(place.right * place.right + up * up);
+  const bool minuteHand = std::abs(place.right - 0.577 * up) < 0.12 && up > 0.0 && fromClock < 1.3;
+  const bool hourHand = std::abs(up + 0.577 * place.right) < 0.14 && place.right > 0.0 && fromClock < 0.85;
+  if (fromClock < 1.6) return minuteHand || hourHand || fromClock > 1.4 ? osg::Vec3d(0.75, 0.6, 0.2) : kFrame;
+  if (inArch(place.right, place.up, 1.1, -1.0, 2.2)) return kDoor;
+  return inArch(std::abs(place.right) - 0.9, place.up, 0.6, 18.8, 20.8) ? kWindow : stoneColour(stone, place);
+}
+
 osg::Vec3d stripes(const osg::Vec3d& cloth, const PatternPlace& place) {
   return fraction(place.right / 0.7) < 0.5 ? cloth : osg::Vec3d(0.93, 0.92, 0.88);
 }
@@ -90,6 +115,10 @@ osg::Vec3d bodyColour(const Shape& shape, const Hit& hit) {
       return tileColour(shape.colour, hit, place);
     case Material::Stone:
       return stoneColour(shape.colour, place);
+    case Material::Nave:
+      return naveColour(shape.colour, place);
+    case Material::Tower:
+      return towerColour(shape.colour, place);
     case Material::Cloth:
       return stripes(shape.colour, place);
     case Material::CarGlass:

@@ -140,10 +140,10 @@ void addChurch(Ground& ground) {
   const Site nave = ground.site(middle, {1, 0});
   const House form{14.0, 6.0, 3, 1.25, false, kStone, {0.33, 0.34, 0.37}};
   ground.add(
-      block(nave, {-14, -6, -kCellarMetres}, {14, 6, 8.5}, Material::Stone, Material::Stone, {kBuilding, kStone}));
+      block(nave, {-14, -6, -kCellarMetres}, {14, 6, 8.5}, Material::Nave, Material::Stone, {kBuilding, kStone}));
   addRoof(ground, nave, form, 8.5, Material::Slate);
   const Site tower = nave.moved({-17.0, 0.0, 0.0});
-  ground.add(block(tower, {-3.4, -3.4, -kCellarMetres}, {3.4, 3.4, 23.0}, Material::Stone, Material::Stone,
+  ground.add(block(tower, {-3.4, -3.4, -kCellarMetres}, {3.4, 3.4, 23.0}, Material::Tower, Material::Stone,
                    {kBuilding, kStone}));
   addSpire(ground, tower, 3.8, 23.0, 15.0);
   const osg::Vec3d tip = tower.point({0, 0, 38.4});

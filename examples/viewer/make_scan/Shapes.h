@@ -27,6 +27,8 @@ enum class Material : std::uint8_t {
   Roof,
   Slate,
   Stone,
+  Nave,
+  Tower,
   Cloth,
   CarPaint,
   CarGlass,
