@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -43,12 +44,13 @@ class Bytes : public std::vector<unsigned char> {
   void addText(const std::string& text) { insert(end(), text.begin(), text.end()); }
 };
 
-/// A folder of its own for each test, gone with it.
+/// A folder of its own for each test, gone with it; numbered at random, since two builds' tests may run side by side.
 class Folder {
  public:
   Folder() {
     const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = std::string("quor-scan-") + test->test_suite_name() + "-" + test->name();
+    std::string name = std::string("quor-scan-") + test->test_suite_name() + "-" + test->name() + "-" +
+                       std::to_string(std::random_device()());
     for (char& c : name) {
       c = c == '/' ? '-' : c;
     }
