@@ -144,6 +144,24 @@ TEST(DepthRange, findsTheOneRiseInFallingDepthsWhereverItStands) {
   }
 }
 
+TEST(DepthRange, findsTheOneRiseBehindAnyRunOfBackgroundAndNan) {
+  constexpr std::size_t kLength = 200;
+  for (std::size_t rise = 1; rise < kLength; ++rise) {
+    for (std::size_t run = 0; run < rise && run < 70; ++run) {
+      Depths depths(kLength);
+      for (std::size_t i = 0; i < kLength; ++i) {
+        depths[i] = 0.9f - 0.001f * static_cast<float>(i);
+      }
+      for (std::size_t i = rise - run; i < rise; ++i) {
+        depths[i] = i % 3 == 0 ? kNaN : 1.0f;
+      }
+      depths[rise] = depths[rise - run - 1] + 0.0005f;
+      expectAsPlain(depths, std::to_string(rise) + " behind " + std::to_string(run));
+      ASSERT_FALSE(HasFatalFailure());
+    }
+  }
+}
+
 TEST(DepthRange, agreesWithThePlainLoopWhereDepthsKeepFallingBetweenBackgroundAndNan) {
   Generator generator(13);
   for (const std::size_t length : kLengths) {
