@@ -41,6 +41,8 @@ namespace QuorOsgUtils {
 /// GL: none is used. Errors: a missing view, camera, viewport, capture tool or event makes the step do nothing.
 class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase {
  public:
+  ~PointCloudNavigation() override;
+
   /// Hands one event to the step that the table above names. Frame and resize events are taken even when handled
   /// already; other handled events are refused. A double click is a second press.
   bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
@@ -125,7 +127,6 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   explicit PointCloudNavigation(osgViewer::Viewer* viewer);
   /// Memberwise: the copy shares the pivot marker and the viewer.
   PointCloudNavigation(const PointCloudNavigation& other);
-  ~PointCloudNavigation() override;
 
   /// Turns the view by the orbit manipulator's trackball and the orbit centre with it about `_pivotPoint`, by the
   /// trackball's angle times `angleFactor`. False without two recorded events.

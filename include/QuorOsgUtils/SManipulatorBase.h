@@ -20,6 +20,7 @@ class QUOR_OSG_UTILS_EXPORT SManipulatorBase : public osgGA::OrbitManipulator {
 
   /// Copies the orbit state shallowly, and the view centre.
   SManipulatorBase(const SManipulatorBase& other);
+  ~SManipulatorBase() override;
 
   /// The vertical field of view used to frame the scene. Here π / 6 in radians; a subclass may answer in another unit
   /// (`SPointCloudManipulator`: degrees), so ask the concrete manipulator.
@@ -43,9 +44,6 @@ class QUOR_OSG_UTILS_EXPORT SManipulatorBase : public osgGA::OrbitManipulator {
   /// The unit vector that points to the right in the current view, in world axes.
   osg::Vec3d getViewRight();
 
- protected:
-  ~SManipulatorBase() override;
-
  private:
   osg::Vec3d _viewCenter;
 };
@@ -59,9 +57,7 @@ class QUOR_OSG_UTILS_EXPORT SLidarManipulatorBase : public SManipulatorBase {
   SLidarManipulatorBase(const SLidarManipulatorBase& other);
 
   /// The same as a copy: a reference-counted object stays where its holders expect it, so the source keeps its state.
-  SLidarManipulatorBase(SLidarManipulatorBase&& other);
-
- protected:
+  SLidarManipulatorBase(SLidarManipulatorBase&& other);  // NOLINT(performance-noexcept-move-constructor): it copies
   ~SLidarManipulatorBase() override;
 };
 

@@ -25,6 +25,7 @@ class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation
 
   /// Memberwise: the copy shares the pivot marker and the viewer.
   SPointCloudManipulator(const SPointCloudManipulator& other);
+  ~SPointCloudManipulator() override;
 
   /// Takes the rotation as the initial one and sets pitch and yaw to identity.
   void setTransformation(const osg::Vec3d& eye, const osg::Quat& rotation) override;
@@ -44,8 +45,6 @@ class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation
   void trackYZball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y, float p2x, float p2y);
 
  protected:
-  ~SPointCloudManipulator() override;
-
   osg::Quat _initialRotation;
   /// In radians; without meaning before the first `setTransformation`.
   double _initialRotationAngle = 0.0;

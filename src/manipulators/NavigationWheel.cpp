@@ -14,9 +14,8 @@ bool PointCloudNavigation::handleNormalMouseWheel(const osgGA::GUIEventAdapter& 
   setViewCenter(osg::Vec3d());
   osg::View* view = aa.asView();
   if (!view) return osgGA::OrbitManipulator::handleMouseWheel(ea, aa);
-  double left, right, bottom, top, zNear, zFar;
   const osg::Camera* camera = view->getCamera();
-  const bool isFrustum = camera && camera->getProjectionMatrixAsFrustum(left, right, bottom, top, zNear, zFar);
+  const bool isFrustum = camera && frustumOf(camera->getProjectionMatrix());
   return isFrustum ? handleMouseWheelPerspective(ea, aa) : handleMouseWheelOrthographic(ea, aa);
 }
 
@@ -48,7 +47,10 @@ bool PointCloudNavigation::handleMouseWheelOrthographic(const osgGA::GUIEventAda
 bool PointCloudNavigation::handleStationMouseWheel(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
   osg::Camera* camera = cameraOf(aa);
   const std::optional<WheelNotch> notch = wheelNotchOf(ea);
-  double fieldOfView, aspectRatio, zNear, zFar;
+  double fieldOfView = 0.0;
+  double aspectRatio = 0.0;
+  double zNear = 0.0;
+  double zFar = 0.0;
   if (!camera || !notch || !camera->getProjectionMatrixAsPerspective(fieldOfView, aspectRatio, zNear, zFar)) {
     return false;
   }

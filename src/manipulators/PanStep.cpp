@@ -15,19 +15,19 @@ struct WorldWindow {
 };
 
 std::optional<WorldWindow> frustumWindow(const ViewState& state, double depth) {
-  double left, right, bottom, top, zNear, zFar;
-  if (!state.projection.getFrustum(left, right, bottom, top, zNear, zFar)) return std::nullopt;
+  const std::optional<ProjectionBox> box = frustumOf(state.projection);
+  if (!box) return std::nullopt;
   const auto inView = windowToView(state, osg::Vec3d(state.width * 0.5, state.height * 0.5, depth));
   const auto fromEye = inView ? viewToWorldDirection(state, *inView) : std::nullopt;
   if (!fromEye) return std::nullopt;
-  const double scale = zNear / fromEye->length();
-  return WorldWindow{std::abs(right - left) / scale, std::abs(top - bottom) / scale};
+  const double scale = box->zNear / fromEye->length();
+  return WorldWindow{std::abs(box->right - box->left) / scale, std::abs(box->top - box->bottom) / scale};
 }
 
 std::optional<WorldWindow> orthoWindow(const ViewState& state) {
-  double left, right, bottom, top, zNear, zFar;
-  if (!state.projection.getOrtho(left, right, bottom, top, zNear, zFar)) return std::nullopt;
-  return WorldWindow{std::abs(right - left), std::abs(top - bottom)};
+  const std::optional<ProjectionBox> box = orthoOf(state.projection);
+  if (!box) return std::nullopt;
+  return WorldWindow{std::abs(box->right - box->left), std::abs(box->top - box->bottom)};
 }
 
 std::optional<WorldWindow> worldWindow(const ViewState& state, double depth) {

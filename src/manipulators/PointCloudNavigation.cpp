@@ -13,6 +13,7 @@ PointCloudNavigation::PointCloudNavigation(osgViewer::Viewer* viewer)
 }
 
 PointCloudNavigation::PointCloudNavigation(const PointCloudNavigation& other)
+    // A virtual base is initialised here, not sliced: NOLINTNEXTLINE(cppcoreguidelines-slicing)
     : osg::Object(other, osg::CopyOp()),
       osg::Callback(other, osg::CopyOp()),
       SLidarManipulatorBase(other),

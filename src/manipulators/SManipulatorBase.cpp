@@ -18,6 +18,7 @@ constexpr double kDefaultFovRadians = 3.1415926 / 6.0;
 SManipulatorBase::SManipulatorBase() : osgGA::OrbitManipulator(kInteractionFlags) {}
 
 SManipulatorBase::SManipulatorBase(const SManipulatorBase& other)
+    // A virtual base is initialised here, not sliced: NOLINTNEXTLINE(cppcoreguidelines-slicing)
     : osg::Object(other, osg::CopyOp()),
       osg::Callback(other, osg::CopyOp()),
       osgGA::OrbitManipulator(other, osg::CopyOp()),
@@ -50,6 +51,7 @@ osg::Vec3d SManipulatorBase::getViewRight() {
 SLidarManipulatorBase::SLidarManipulatorBase() = default;
 
 SLidarManipulatorBase::SLidarManipulatorBase(const SLidarManipulatorBase& other)
+    // A virtual base is initialised here, not sliced: NOLINTNEXTLINE(cppcoreguidelines-slicing)
     : osg::Object(other, osg::CopyOp()), osg::Callback(other, osg::CopyOp()), SManipulatorBase(other) {}
 
 SLidarManipulatorBase::SLidarManipulatorBase(SLidarManipulatorBase&& other)

@@ -22,6 +22,7 @@ double angleOf(const osg::Quat& rotation) {
 SPointCloudManipulator::SPointCloudManipulator(osgViewer::Viewer* viewer) : PointCloudNavigation(viewer) {}
 
 SPointCloudManipulator::SPointCloudManipulator(const SPointCloudManipulator& other)
+    // A virtual base is initialised here, not sliced: NOLINTNEXTLINE(cppcoreguidelines-slicing)
     : osg::Object(other, osg::CopyOp()),
       osg::Callback(other, osg::CopyOp()),
       PointCloudNavigation(other),

@@ -13,26 +13,26 @@ constexpr double kSmallestRadius = 1e-6;
 constexpr double kSmallestCosine = 1e-12;
 
 osg::Matrixd scaledOrtho(const osg::Matrixd& projection, double scale) {
-  double left, right, bottom, top, zNear, zFar;
-  if (!projection.getOrtho(left, right, bottom, top, zNear, zFar)) return projection;
-  const double width = (right - left) * scale;
-  const double height = (top - bottom) * scale;
-  return osg::Matrixd::ortho(-0.5 * width, 0.5 * width, -0.5 * height, 0.5 * height, zNear, zFar);
+  const std::optional<ProjectionBox> box = orthoOf(projection);
+  if (!box) return projection;
+  const double width = (box->right - box->left) * scale;
+  const double height = (box->top - box->bottom) * scale;
+  return osg::Matrixd::ortho(-0.5 * width, 0.5 * width, -0.5 * height, 0.5 * height, box->zNear, box->zFar);
 }
 
 }  // namespace
 
 std::optional<osg::Vec3d> perspectiveWheelMovement(const ViewState& state, const osg::Vec3d& target, double percent,
                                                    WheelNotch notch) {
-  double left, right, bottom, top, zNear, zFar;
-  if (!state.projection.getFrustum(left, right, bottom, top, zNear, zFar)) return std::nullopt;
+  const std::optional<ProjectionBox> box = frustumOf(state.projection);
+  if (!box) return std::nullopt;
   osg::Vec3d eye, center, up;
   state.view.getLookAt(eye, center, up, 1.0);
   osg::Vec3d ray = target - eye;
   ray.normalize();
   const double along = ray * lookDirection(state.view);
   if (!(std::abs(along) > kSmallestCosine)) return std::nullopt;
-  const double step = std::abs(zFar) * percent / 100.0;
+  const double step = std::abs(box->zFar) * percent / 100.0;
   return ifFinite(ray * ((notch == WheelNotch::Up ? step : -step) / along));
 }
 

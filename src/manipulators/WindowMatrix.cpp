@@ -14,6 +14,18 @@ std::optional<osg::Matrixd> inverseView(const ViewState& state) {
 
 }  // namespace
 
+std::optional<ProjectionBox> frustumOf(const osg::Matrixd& projection) {
+  ProjectionBox box;
+  if (!projection.getFrustum(box.left, box.right, box.bottom, box.top, box.zNear, box.zFar)) return std::nullopt;
+  return box;
+}
+
+std::optional<ProjectionBox> orthoOf(const osg::Matrixd& projection) {
+  ProjectionBox box;
+  if (!projection.getOrtho(box.left, box.right, box.bottom, box.top, box.zNear, box.zFar)) return std::nullopt;
+  return box;
+}
+
 osg::Matrixd windowMatrix(const ViewState& state) {
   return osg::Matrixd::translate(1.0, 1.0, 1.0) * osg::Matrixd::scale(state.width * 0.5, state.height * 0.5, 0.5) *
          osg::Matrixd::translate(state.x, state.y, 0.0);

@@ -17,6 +17,20 @@ struct ViewState {
   double height = 0.0;
 };
 
+/// The planes that bound a projection: for a frustum its sides at the near plane.
+struct ProjectionBox {
+  double left = 0.0;
+  double right = 0.0;
+  double bottom = 0.0;
+  double top = 0.0;
+  double zNear = 0.0;
+  double zFar = 0.0;
+};
+
+/// Each reads its own kind of projection, and nothing from the other.
+std::optional<ProjectionBox> frustumOf(const osg::Matrixd& projection);
+std::optional<ProjectionBox> orthoOf(const osg::Matrixd& projection);
+
 /// Clip space to window positions in pixels with depths from 0 to 1.
 osg::Matrixd windowMatrix(const ViewState& state);
 

@@ -1,18 +1,18 @@
 #include "support/CapturedManipulatorFixture.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <new>
 #include <vector>
 
 namespace {
 
-std::atomic<bool> isCounting{false};
-std::atomic<int> allocations{0};
+// Of this thread: the driver's own threads may still be at work on the last frame.
+thread_local bool isCounting = false;
+thread_local int allocations = 0;
 
 }  // namespace
 
-// The whole program's allocations, the libraries' included.
+// All of the program's allocations, the libraries' included.
 void* operator new(std::size_t size) {
   if (isCounting) ++allocations;
   if (void* memory = std::malloc(size > 0 ? size : 1)) return memory;

@@ -31,9 +31,6 @@ class OpenManipulator : public QuorOsgUtils::SPointCloudManipulator {
   using SPointCloudManipulator::_yawQuat;
 
   double orbitWheelZoomFactor() const { return osgGA::OrbitManipulator::_wheelZoomFactor; }
-
- protected:
-  ~OpenManipulator() override = default;
 };
 
 /// A viewer of kWidth × kHeight pixels without a graphics context, a scene of one group, and the manipulator under

@@ -23,7 +23,9 @@ struct DepthSearchTest : ::testing::Test {
   std::vector<float> depths = std::vector<float>(kWidth * kHeight, 1.0f);
   DepthImage image{depths, 0, 0, kWidth, kHeight};
 
-  void set(int x, int y, float depth) { depths[static_cast<std::size_t>(y * kWidth + x)] = depth; }
+  void set(int x, int y, float depth) {
+    depths[static_cast<std::size_t>(y) * kWidth + static_cast<std::size_t>(x)] = depth;
+  }
 };
 
 TEST_F(DepthSearchTest, takesTheDepthAtThePositionWhereItIsScene) {

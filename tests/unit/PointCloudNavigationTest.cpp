@@ -24,6 +24,13 @@ struct OrthoBox {
   double left, right, bottom, top, zNear, zFar;
 };
 
+struct Perspective {
+  double degrees = 0.0;
+  double aspectRatio = 0.0;
+  double zNear = 0.0;
+  double zFar = 0.0;
+};
+
 /// An action adapter without a view.
 class Viewless : public osgGA::GUIActionAdapter {
  public:
@@ -40,10 +47,10 @@ class PointCloudNavigationTest : public ManipulatorFixture {
     return box;
   }
 
-  double fieldOfView() {
-    double degrees, aspectRatio, zNear, zFar;
-    EXPECT_TRUE(camera().getProjectionMatrixAsPerspective(degrees, aspectRatio, zNear, zFar));
-    return degrees;
+  Perspective perspective() {
+    Perspective view;
+    EXPECT_TRUE(camera().getProjectionMatrixAsPerspective(view.degrees, view.aspectRatio, view.zNear, view.zFar));
+    return view;
   }
 
   bool sendTo(osgGA::GUIActionAdapter& aa, Event::EventType type, int buttons, double x, double y) {
@@ -697,23 +704,21 @@ TEST_F(StationModeTest, theWheelNarrowsAndWidensTheFieldOfViewAndStaysUnhandled)
   camera().setProjectionMatrixAsPerspective(40.0, 1.5, kNear, kFar);
   const osg::Matrixd before = _manipulator->getMatrix();
   EXPECT_FALSE(scroll(Event::SCROLL_UP, 400.0, 300.0));
-  EXPECT_NEAR(fieldOfView(), 30.0, 1e-9);
+  EXPECT_NEAR(perspective().degrees, 30.0, 1e-9);
   EXPECT_FALSE(scroll(Event::SCROLL_DOWN, 400.0, 300.0));
-  EXPECT_NEAR(fieldOfView(), 40.0, 1e-9);
-  double degrees, aspectRatio, zNear, zFar;
-  camera().getProjectionMatrixAsPerspective(degrees, aspectRatio, zNear, zFar);
-  EXPECT_NEAR(aspectRatio, 1.5, 1e-9);
-  EXPECT_NEAR(zNear, kNear, 1e-9);
-  EXPECT_NEAR(zFar, kFar, 1e-6);
+  EXPECT_NEAR(perspective().degrees, 40.0, 1e-9);
+  EXPECT_NEAR(perspective().aspectRatio, 1.5, 1e-9);
+  EXPECT_NEAR(perspective().zNear, kNear, 1e-9);
+  EXPECT_NEAR(perspective().zFar, kFar, 1e-6);
   EXPECT_EQ(_manipulator->getMatrix(), before);
 }
 
 TEST_F(StationModeTest, aFieldOfViewOfEightyNineDegreesWidensPastNinetyAndThenNoMore) {
   camera().setProjectionMatrixAsPerspective(89.0, 1.5, kNear, kFar);
   scroll(Event::SCROLL_DOWN, 400.0, 300.0);
-  EXPECT_NEAR(fieldOfView(), 89.0 * 4.0 / 3.0, 1e-9);
+  EXPECT_NEAR(perspective().degrees, 89.0 * 4.0 / 3.0, 1e-9);
   scroll(Event::SCROLL_DOWN, 400.0, 300.0);
-  EXPECT_NEAR(fieldOfView(), 89.0 * 4.0 / 3.0, 1e-9);
+  EXPECT_NEAR(perspective().degrees, 89.0 * 4.0 / 3.0, 1e-9);
 }
 
 TEST_F(StationModeTest, otherScrollingMotionsChangeNothing) {

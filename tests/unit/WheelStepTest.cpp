@@ -6,7 +6,12 @@
 
 namespace {
 
-using namespace QuorOsgUtils;
+using QuorOsgUtils::framingDistance;
+using QuorOsgUtils::orthographicWheelStep;
+using QuorOsgUtils::perspectiveWheelMovement;
+using QuorOsgUtils::stationFieldOfView;
+using QuorOsgUtils::ViewState;
+using QuorOsgUtils::WheelNotch;
 
 /// Seen from (0, -100, 0) along +Y with Z up: right is +X.
 ViewState viewAlongY(const osg::Matrixd& projection) {
@@ -20,6 +25,21 @@ ViewState viewAlongY(const osg::Matrixd& projection) {
 
 const osg::Matrixd kFrustum = osg::Matrixd::frustum(-1.0, 1.0, -0.5, 0.5, 1.0, 1000.0);
 const osg::Matrixd kOrtho = osg::Matrixd::ortho(-20.0, 20.0, -10.0, 10.0, 1.0, 1000.0);
+
+struct OrthoBox {
+  double left = 0.0;
+  double right = 0.0;
+  double bottom = 0.0;
+  double top = 0.0;
+  double zNear = 0.0;
+  double zFar = 0.0;
+};
+
+OrthoBox boxOf(const osg::Matrixd& projection) {
+  OrthoBox box;
+  EXPECT_TRUE(projection.getOrtho(box.left, box.right, box.bottom, box.top, box.zNear, box.zFar));
+  return box;
+}
 
 TEST(WheelStepTest, aPerspectiveNotchMovesByTenPercentOfTheFarPlaneAlongTheView) {
   const auto up = perspectiveWheelMovement(viewAlongY(kFrustum), osg::Vec3d(30.0, 0.0, 10.0), 10.0, WheelNotch::Up);
@@ -51,14 +71,13 @@ TEST(WheelStepTest, aTargetInTheEyeTellsNoMovement) {
 TEST(WheelStepTest, anOrthographicNotchScalesTheBoxAndKeepsThePointInItsPlace) {
   const auto step = orthographicWheelStep(viewAlongY(kOrtho), 400.0, 200.0, 10.0, WheelNotch::Up);
   ASSERT_TRUE(step);
-  double left, right, bottom, top, zNear, zFar;
-  ASSERT_TRUE(step->projection.getOrtho(left, right, bottom, top, zNear, zFar));
-  EXPECT_NEAR(left, -18.0, 1e-9);
-  EXPECT_NEAR(right, 18.0, 1e-9);
-  EXPECT_NEAR(bottom, -9.0, 1e-9);
-  EXPECT_NEAR(top, 9.0, 1e-9);
-  EXPECT_NEAR(zNear, 1.0, 1e-9);
-  EXPECT_NEAR(zFar, 1000.0, 1e-9);
+  const OrthoBox box = boxOf(step->projection);
+  EXPECT_NEAR(box.left, -18.0, 1e-9);
+  EXPECT_NEAR(box.right, 18.0, 1e-9);
+  EXPECT_NEAR(box.bottom, -9.0, 1e-9);
+  EXPECT_NEAR(box.top, 9.0, 1e-9);
+  EXPECT_NEAR(box.zNear, 1.0, 1e-9);
+  EXPECT_NEAR(box.zFar, 1000.0, 1e-9);
   // The upper right corner was at (20, 10) and would now be at (18, 9).
   EXPECT_NEAR((step->movement - osg::Vec3d(2.0, 0.0, 1.0)).length(), 0.0, 1e-9);
 }
@@ -66,10 +85,9 @@ TEST(WheelStepTest, anOrthographicNotchScalesTheBoxAndKeepsThePointInItsPlace) {
 TEST(WheelStepTest, anOrthographicNotchDownWidensTheBox) {
   const auto step = orthographicWheelStep(viewAlongY(kOrtho), 200.0, 100.0, 10.0, WheelNotch::Down);
   ASSERT_TRUE(step);
-  double left, right, bottom, top, zNear, zFar;
-  ASSERT_TRUE(step->projection.getOrtho(left, right, bottom, top, zNear, zFar));
-  EXPECT_NEAR(right - left, 44.0, 1e-9);
-  EXPECT_NEAR(top - bottom, 22.0, 1e-9);
+  const OrthoBox box = boxOf(step->projection);
+  EXPECT_NEAR(box.right - box.left, 44.0, 1e-9);
+  EXPECT_NEAR(box.top - box.bottom, 22.0, 1e-9);
   EXPECT_NEAR(step->movement.length(), 0.0, 1e-9);
 }
 
@@ -77,10 +95,9 @@ TEST(WheelStepTest, anOffCentreBoxIsCentredOnTheAxis) {
   const osg::Matrixd ortho = osg::Matrixd::ortho(0.0, 40.0, 5.0, 25.0, 1.0, 1000.0);
   const auto step = orthographicWheelStep(viewAlongY(ortho), 200.0, 100.0, 10.0, WheelNotch::Up);
   ASSERT_TRUE(step);
-  double left, right, bottom, top, zNear, zFar;
-  ASSERT_TRUE(step->projection.getOrtho(left, right, bottom, top, zNear, zFar));
-  EXPECT_NEAR(left, -18.0, 1e-9);
-  EXPECT_NEAR(top, 9.0, 1e-9);
+  const OrthoBox box = boxOf(step->projection);
+  EXPECT_NEAR(box.left, -18.0, 1e-9);
+  EXPECT_NEAR(box.top, 9.0, 1e-9);
   // The middle of the window showed (20, 15).
   EXPECT_NEAR((step->movement - osg::Vec3d(20.0, 0.0, 15.0)).length(), 0.0, 1e-9);
 }
