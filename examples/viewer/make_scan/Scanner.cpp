@@ -15,6 +15,7 @@ constexpr double kHighestTurns = 58.0 / 360.0;
 constexpr double kShareBelowHorizon = 0.62;
 constexpr double kHalfSwathTurns = 17.0 / 360.0;
 constexpr double kElbowRoomMetres = 1.2;
+constexpr double kEchoesApartMetres = 0.4;  // closer ones are one to the receiver
 
 const std::array<osg::Vec2d, 8> kChosenPlaces = {{{24.0, 40.0},
                                                   {-4.4, -46.0},
@@ -113,14 +114,13 @@ void Scanner::_addReturn(Echo& echo, const Ray& ray, const Hit& hit, double stre
 
 // True if the pulse ended in the leaves.
 bool Scanner::_addLeaves(Echo& echo, const Ray& ray, const Sight& sight, std::uint64_t chance) const {
-  constexpr double kApartMetres = 0.4;  // echoes closer than that are one to the receiver
   constexpr double kEndingShare = 0.55;
   const double opaque = sight.opaque ? sight.opaque->t : kRangeMostMetres;
   double last = 0.0;
   for (std::size_t place = 0; place < sight.thicketCount && echo.count + 1 < Echo::kReturnsMost; ++place) {
     chance = scrambled(chance);
     const std::optional<double> depth = _leafDepth(sight.thickets[place], chance);
-    if (!depth || *depth >= opaque || *depth < last + kApartMetres) continue;
+    if (!depth || *depth >= opaque || *depth < last + kEchoesApartMetres) continue;
     last = *depth;
     const double strength = echo.count == 0 ? 1.0 : 0.5;
     _addReturn(echo, ray, _town.leafHit(ray, sight.thickets[place], *depth), strength);
@@ -153,6 +153,7 @@ Echo Scanner::echo(unsigned sector, std::uint64_t number) const {
                                                     : _angleTurns(_spread(sector, number).along));
   const bool ended = _addLeaves(echo, ray, sight, chance);
   if (ended || !sight.opaque || sight.opaque->t > kRangeMostMetres) return echo;
+  if (echo.count > 0 && sight.opaque->t < echo.returns[echo.count - 1].hit.t + kEchoesApartMetres) return echo;
   _addReturn(echo, ray, *sight.opaque, echo.count == 0 ? 1.0 : 0.6);
   if (echo.count < Echo::kReturnsMost && chance % kPulsesPerEdgeTest == 0) _addEdge(echo, ray, chance);
   return echo;
