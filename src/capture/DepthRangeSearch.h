@@ -37,7 +37,7 @@ class DepthRangeSearch {
 
   static std::size_t length(const float* first, const float* last) { return static_cast<std::size_t>(last - first); }
 
-  static bool isAbove(float depth, float minimum) { return (depth > minimum) & (depth != kBackground); }
+  static bool isAbove(float depth, float minimum) { return depth > minimum && depth != kBackground; }
 
   static float leastLane(Lanes lanes) {
     std::array<float, kLanes> values;

@@ -14,7 +14,7 @@ namespace QuorOsgUtils {
 /// floats exactly, NaN and the two zeros included.
 struct PlainLanes {
   static constexpr std::size_t kCount = 4;
-  using Flags = std::array<bool, kCount>;
+  using Flags = std::array<int, kCount>;
 
   static PlainLanes load(const float* first) {
     PlainLanes lanes;
@@ -47,12 +47,12 @@ struct PlainLanes {
   /// Adds to `flags` where a is above b and not `excluded`.
   static void flagAbove(Flags& flags, PlainLanes a, PlainLanes b, PlainLanes excluded) {
     for (std::size_t k = 0; k < kCount; ++k) {
-      flags[k] |= (a.values[k] > b.values[k]) & (a.values[k] != excluded.values[k]);
+      flags[k] |= static_cast<int>(a.values[k] > b.values[k]) & static_cast<int>(a.values[k] != excluded.values[k]);
     }
   }
 
   static Flags noFlags() { return {}; }
-  static bool any(const Flags& flags) { return flags[0] | flags[1] | flags[2] | flags[3]; }
+  static bool any(const Flags& flags) { return (flags[0] | flags[1] | flags[2] | flags[3]) != 0; }
 
   std::array<float, kCount> values;
 };

@@ -36,7 +36,6 @@ constexpr GLenum kGLProgramPointSize = 0x8642;
 constexpr GLenum kGLPixelPackBuffer = 0x88EB;
 constexpr GLenum kGLPixelPackBufferBinding = 0x88ED;
 constexpr GLenum kGLStreamRead = 0x88E1;
-constexpr GLenum kGLReadFramebuffer = 0x8CA8;
 constexpr GLenum kGLDrawFramebufferBinding = 0x8CA6;
 constexpr GLenum kGLReadFramebufferBinding = 0x8CAA;
 constexpr GLint kGLColorAttachment4 = 0x8CE4;
@@ -44,7 +43,6 @@ constexpr GLint kGLColorAttachment4 = 0x8CE4;
 // Odd on both sides, so that every kind of row padding would show.
 constexpr int kWidth = 7;
 constexpr int kHeight = 5;
-constexpr float kBackgroundDepth = 1.0f;
 
 using Image = std::vector<unsigned char>;
 

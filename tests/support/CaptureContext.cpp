@@ -153,8 +153,8 @@ void CaptureContext::fill(int x, int y, int width, int height, const FrameConten
 
 void CaptureContext::attachImages(int width, int height) {
   for (const Image& image : kImages) {
-    _object->setAttachment(
-        image.buffer, osg::FrameBufferAttachment(new osg::RenderBuffer(width, height, static_cast<int>(image.format))));
+    _object->setAttachment(image.buffer,
+                           osg::FrameBufferAttachment(new osg::RenderBuffer(width, height, image.format)));
   }
   camera().setViewport(0, 0, width, height);
 }
