@@ -18,11 +18,13 @@ constexpr double kDefaultFovRadians = 3.1415926 / 6.0;
 SManipulatorBase::SManipulatorBase() : osgGA::OrbitManipulator(kInteractionFlags) {}
 
 SManipulatorBase::SManipulatorBase(const SManipulatorBase& other)
-    // A virtual base is initialised here, not sliced: NOLINTNEXTLINE(cppcoreguidelines-slicing)
+    // Bases are initialised here, nothing is sliced: NOLINTBEGIN(cppcoreguidelines-slicing)
     : osg::Object(other, osg::CopyOp()),
       osg::Callback(other, osg::CopyOp()),
       osgGA::OrbitManipulator(other, osg::CopyOp()),
-      _viewCenter(other._viewCenter) {}
+      _viewCenter(other._viewCenter) {
+  // NOLINTEND(cppcoreguidelines-slicing)
+}
 
 SManipulatorBase::~SManipulatorBase() = default;
 
@@ -55,6 +57,7 @@ SLidarManipulatorBase::SLidarManipulatorBase(const SLidarManipulatorBase& other)
     : osg::Object(other, osg::CopyOp()), osg::Callback(other, osg::CopyOp()), SManipulatorBase(other) {}
 
 SLidarManipulatorBase::SLidarManipulatorBase(SLidarManipulatorBase&& other)
+    // NOLINTNEXTLINE(performance-move-constructor-init)
     : SLidarManipulatorBase(static_cast<const SLidarManipulatorBase&>(other)) {}
 
 SLidarManipulatorBase::~SLidarManipulatorBase() = default;
