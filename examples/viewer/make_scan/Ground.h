@@ -36,6 +36,16 @@ class Ground {
   std::vector<Shape> _shapes;
 };
 
+/// Calls `visit(along)` from `first` on to below `end`, each time `apart()` metres farther.
+template <typename Apart, typename Visitor>
+void stepAlong(double first, double end, const Apart& apart, const Visitor& visit) {
+  double along = first;
+  while (along < end) {
+    visit(along);
+    along += apart();
+  }
+}
+
 /// A street runs along the x axis of a house's site; its front looks along -y.
 void addHouses(Ground& ground, Dice& dice);
 void addChurch(Ground& ground);

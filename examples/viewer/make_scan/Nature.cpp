@@ -60,11 +60,13 @@ void addBushes(Ground& ground, Dice& dice, const osg::Vec2d& from, const osg::Ve
   constexpr double kApartMetres = 0.75;
   const Make leaves{kMediumVegetation, kLeafColours[dice.below(3)]};
   const double length = (to - from).length();
-  for (double along = 0.0; along < length; along += kApartMetres) {
-    const osg::Vec2d place = from + (to - from) * (along / length);
-    const double radius = dice.between(0.5, 0.7);
-    ground.add(foliage(ground.onGround(place) + up(0.65 * radius), radius, Material::Bush, leaves));
-  }
+  stepAlong(
+      0.0, length, [] { return kApartMetres; },
+      [&](double along) {
+        const osg::Vec2d place = from + (to - from) * (along / length);
+        const double radius = dice.between(0.5, 0.7);
+        ground.add(foliage(ground.onGround(place) + up(0.65 * radius), radius, Material::Bush, leaves));
+      });
 }
 
 void addFlowerBed(Ground& ground, Dice& dice, const osg::Vec2d& middle) {
@@ -88,14 +90,16 @@ void addPond(Ground& ground) {
 }
 
 void addStreetTrees(Ground& ground, Dice& dice, const Street& street) {
-  for (double along = 9.0; along < street.length(); along += 13.5) {
-    for (const double side : {-1.0, 1.0}) {
-      const osg::Vec2d place = street.at(along, side * (street.halfWidth + 1.6));
-      if (place.length() > 120.0 || streetClearance(place) < 1.0 || !ground.isFree(place, 0.4)) continue;
-      addBroadleaf(ground, dice, place, dice.between(5.5, 7.5));
-      ground.occupy(place, 1.5);
-    }
-  }
+  stepAlong(
+      9.0, street.length(), [] { return 13.5; },
+      [&](double along) {
+        for (const double side : {-1.0, 1.0}) {
+          const osg::Vec2d place = street.at(along, side * (street.halfWidth + 1.6));
+          if (place.length() > 120.0 || streetClearance(place) < 1.0 || !ground.isFree(place, 0.4)) continue;
+          addBroadleaf(ground, dice, place, dice.between(5.5, 7.5));
+          ground.occupy(place, 1.5);
+        }
+      });
 }
 
 double treeChance(const osg::Vec2d& place) {
@@ -119,15 +123,17 @@ void addScatteredTrees(Ground& ground, Dice& dice) {
 
 void addHedgesAlong(Ground& ground, Dice& dice, const Street& street, double side) {
   const double across = side * (street.halfWidth + 2.7);
-  for (double along = 10.0; along < street.length() - 20.0; along += dice.between(14.0, 30.0)) {
-    const osg::Vec2d from = street.at(along, across);
-    const osg::Vec2d to = street.at(along + dice.between(5.0, 10.0), across);
-    const bool inTown = from.length() < kTownRadiusMetres && to.length() < kTownRadiusMetres;
-    const bool apart = streetClearance(from) > 2.0 && streetClearance(to) > 2.0;
-    if (inTown && apart && !square().contains(from, 8.0) && ground.isFree(from, 0.8) && ground.isFree(to, 0.8)) {
-      addBushes(ground, dice, from, to);
-    }
-  }
+  stepAlong(
+      10.0, street.length() - 20.0, [&] { return dice.between(14.0, 30.0); },
+      [&](double along) {
+        const osg::Vec2d from = street.at(along, across);
+        const osg::Vec2d to = street.at(along + dice.between(5.0, 10.0), across);
+        const bool inTown = from.length() < kTownRadiusMetres && to.length() < kTownRadiusMetres;
+        const bool apart = streetClearance(from) > 2.0 && streetClearance(to) > 2.0;
+        if (inTown && apart && !square().contains(from, 8.0) && ground.isFree(from, 0.8) && ground.isFree(to, 0.8)) {
+          addBushes(ground, dice, from, to);
+        }
+      });
 }
 
 }  // namespace

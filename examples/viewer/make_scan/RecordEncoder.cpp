@@ -4,8 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <limits>
+#include <string_view>
 
 namespace QuorViewer {
 
@@ -19,11 +18,14 @@ constexpr std::uint16_t kCoordinateSystemRecord = 2112;
 constexpr std::uint16_t kWellKnownTextBit = 1U << 4U;
 const char kCoordinateSystem[] = "LOCAL_CS[\"Simulated town\",UNIT[\"metre\",1]]";
 
-void setText(unsigned char* field, const char* text) {
-  std::memcpy(field, text, std::strlen(text));
+// Fields of text are filled up with zero bytes, which is what they begin as.
+template <typename Iterator>
+void setText(Iterator field, std::string_view text) {
+  std::copy(text.begin(), text.end(), field);
 }
 
-void addRecord(Preamble& preamble, const char* user, std::uint16_t record, const std::vector<unsigned char>& content) {
+void addRecord(Preamble& preamble, std::string_view user, std::uint16_t record,
+               const std::vector<unsigned char>& content) {
   std::vector<unsigned char> bytes(kRecordHeaderBytes);
   setText(bytes.data() + 2, user);
   storeLittle(record, bytes.data() + 18);
@@ -48,7 +50,7 @@ void describeExtraBytes(Preamble& preamble, std::size_t count) {
 }
 
 std::uint16_t toField(double share, double most) {
-  return static_cast<std::uint16_t>(std::clamp(share, 0.0, 1.0) * most + 0.5);
+  return static_cast<std::uint16_t>(std::floor(std::clamp(share, 0.0, 1.0) * most + 0.5));
 }
 
 std::int32_t steps(double metres, double scale) {
@@ -136,8 +138,8 @@ Preamble preamble(const Options& options) {
   // A fixed date: the same arguments make the same bytes on any day.
   header.creationYear = 2026;
   header.creationDayOfYear = 1;
-  std::strcpy(header.systemIdentifier.data(), "simulated scanner");
-  std::strcpy(header.generatingSoftware.data(), "quor_make_scan");
+  setText(header.systemIdentifier.begin(), "simulated scanner");
+  setText(header.generatingSoftware.begin(), "quor_make_scan");
   if (options.extraBytes > 0) describeExtraBytes(result, options.extraBytes);
   if (options.format >= 6) {
     addRecord(result, "LASF_Projection", kCoordinateSystemRecord,

@@ -53,12 +53,14 @@ bool nearCrossing(const osg::Vec2d& place, const Street& own) {
 }
 
 void addCarsAlong(Ground& ground, Dice& dice, const Street& street, double side) {
-  for (double along = 12.0; along < street.length() - 12.0; along += dice.between(6.0, 26.0)) {
-    const osg::Vec2d place = street.at(along, side * (street.halfWidth - 1.05));
-    const osg::Vec3d paint = kPaints[dice.below(kPaints.size())];
-    if (place.length() > kTownRadiusMetres || nearCrossing(place, street)) continue;
-    addCar(ground, ground.site(place, street.direction() * -side), paint);
-  }
+  stepAlong(
+      12.0, street.length() - 12.0, [&] { return dice.between(6.0, 26.0); },
+      [&](double along) {
+        const osg::Vec2d place = street.at(along, side * (street.halfWidth - 1.05));
+        const osg::Vec3d paint = kPaints[dice.below(kPaints.size())];
+        if (place.length() > kTownRadiusMetres || nearCrossing(place, street)) return;
+        addCar(ground, ground.site(place, street.direction() * -side), paint);
+      });
 }
 
 void addLamp(Ground& ground, const osg::Vec2d& place) {
@@ -70,11 +72,13 @@ void addLamp(Ground& ground, const osg::Vec2d& place) {
 
 void addLampsAlong(Ground& ground, const Street& street) {
   double side = 1.0;
-  for (double along = 15.0; along < street.length(); along += 22.0) {
-    const osg::Vec2d place = street.at(along, side * (street.halfWidth + 0.7));
-    side = -side;
-    if (place.length() < kTownRadiusMetres && !nearCrossing(place, street)) addLamp(ground, place);
-  }
+  stepAlong(
+      15.0, street.length(), [] { return 22.0; },
+      [&](double along) {
+        const osg::Vec2d place = street.at(along, side * (street.halfWidth + 0.7));
+        side = -side;
+        if (place.length() < kTownRadiusMetres && !nearCrossing(place, street)) addLamp(ground, place);
+      });
 }
 
 // A wire between two masts hangs through; short straight pieces follow a parabola.
@@ -104,16 +108,18 @@ Mast addMast(Ground& ground, const osg::Vec2d& place, const osg::Vec2d& along) {
 
 void addWiresAlong(Ground& ground, const Street& street) {
   std::optional<Mast> last;
-  for (double along = 14.0; along < street.length(); along += 33.0) {
-    const osg::Vec2d place = street.at(along, -(street.halfWidth + 1.3));
-    const Mast mast = addMast(ground, place, street.direction());
-    ground.occupy(place, 1.5);
-    if (last) {
-      addWire(ground, last->left, mast.left);
-      addWire(ground, last->right, mast.right);
-    }
-    last = mast;
-  }
+  stepAlong(
+      14.0, street.length(), [] { return 33.0; },
+      [&](double along) {
+        const osg::Vec2d place = street.at(along, -(street.halfWidth + 1.3));
+        const Mast mast = addMast(ground, place, street.direction());
+        ground.occupy(place, 1.5);
+        if (last) {
+          addWire(ground, last->left, mast.left);
+          addWire(ground, last->right, mast.right);
+        }
+        last = mast;
+      });
 }
 
 void addStall(Ground& ground, const Site& site, const osg::Vec3d& awning) {
@@ -158,7 +164,8 @@ void addFountain(Ground& ground, const osg::Vec2d& place) {
 void furnishSquare(Ground& ground, Dice& dice) {
   addFountain(ground, {38.0, 33.0});
   for (int number = 0; number < 8; ++number) {
-    const osg::Vec2d place(15.0 + 6.5 * (number % 4), 17.0 + 7.5 * (number / 4) + 0.5 * (number % 2));
+    const int row = number / 4;
+    const osg::Vec2d place(15.0 + 6.5 * (number % 4), 17.0 + 7.5 * row + 0.5 * (number % 2));
     addStall(ground, ground.site(place, {1, 0}), kAwnings[dice.below(kAwnings.size())]);
     ground.occupy(place, 3.0);
   }

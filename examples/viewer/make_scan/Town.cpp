@@ -14,6 +14,10 @@ constexpr double kNever = std::numeric_limits<double>::infinity();
 constexpr std::uint64_t kPlanSeed = 1879;
 constexpr double kHalf = Terrain::kHalfSizeMetres;
 
+std::size_t placeOf(int column, int row) {
+  return static_cast<std::size_t>(row) * Terrain::kCellsAcross + static_cast<std::size_t>(column);
+}
+
 std::vector<Shape> plannedShapes(const Terrain& terrain) {
   Ground ground(terrain);
   Dice dice(kPlanSeed);
@@ -161,8 +165,7 @@ void Town::_fillCells() {
     const Shape& shape = _shapes[index];
     for (int row = Terrain::cellOf(shape.low.y()); row <= Terrain::cellOf(shape.high.y()); ++row) {
       for (int column = Terrain::cellOf(shape.low.x()); column <= Terrain::cellOf(shape.high.x()); ++column) {
-        inCell[static_cast<std::size_t>(row * Terrain::kCellsAcross + column)].push_back(
-            static_cast<std::uint32_t>(index));
+        inCell[placeOf(column, row)].push_back(static_cast<std::uint32_t>(index));
       }
     }
   }
@@ -178,7 +181,7 @@ void Town::_fillCells() {
 }
 
 const Town::Cell& Town::_cell(int column, int row) const {
-  return _cells[static_cast<std::size_t>(row * Terrain::kCellsAcross + column)];
+  return _cells[placeOf(column, row)];
 }
 
 Sight Town::sight(const Ray& ray) const {
