@@ -21,4 +21,4 @@ case " $* " in
     tour=(--tour tour)
     ;;
 esac
-exec env LIBGL_ALWAYS_SOFTWARE=1 xvfb-run -a -s '-screen 0 1920x1200x24 -nolisten tcp' "$viewer" "${tour[@]}" "$@"
+exec env LIBGL_ALWAYS_SOFTWARE=1 xvfb-run -a -s '-screen 0 1920x1200x24 -noreset -nolisten tcp' "$viewer" "${tour[@]}" "$@"

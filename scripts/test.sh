@@ -16,5 +16,5 @@ cmake --build --preset "$preset"
 export LIBGL_ALWAYS_SOFTWARE=1 OSG_NOTIFY_LEVEL=${OSG_NOTIFY_LEVEL:-WARN}
 export LSAN_OPTIONS="suppressions=$PWD/tests/lsan.supp:print_suppressions=0"
 export TSAN_OPTIONS="suppressions=$PWD/tests/tsan.supp"
-exec xvfb-run -a -s '-screen 0 1920x1200x24 -nolisten tcp' \
+exec xvfb-run -a -s '-screen 0 1920x1200x24 -noreset -nolisten tcp' \
   ctest --test-dir "build/$preset" --output-on-failure --parallel "$(nproc)" "$@"
