@@ -46,7 +46,7 @@ void addConifer(Ground& ground, Dice& dice, const osg::Vec2d& place, double heig
   for (int tier = 0; tier < kTiers; ++tier) {
     const double share = (tier + 0.5) / kTiers;
     const double radius = height * (0.19 - 0.15 * share);
-    const osg::Vec3d aside(dice.between(-0.15, 0.15), dice.between(-0.15, 0.15), 0.0);
+    const osg::Vec3d aside{dice.between(-0.15, 0.15), dice.between(-0.15, 0.15), 0.0};
     ground.add(foliage(foot + aside + up(height * (0.16 + 0.8 * share)), radius, Material::Needles, needles));
   }
 }
@@ -113,7 +113,7 @@ void addScatteredTrees(Ground& ground, Dice& dice) {
   constexpr int kCandidates = 6500;
   constexpr double kReach = Terrain::kHalfSizeMetres - 6.0;
   for (int candidate = 0; candidate < kCandidates; ++candidate) {
-    const osg::Vec2d place(dice.between(-kReach, kReach), dice.between(-kReach, kReach));
+    const osg::Vec2d place{dice.between(-kReach, kReach), dice.between(-kReach, kReach)};
     const double wanted = dice.unit();
     if (wanted >= treeChance(place) || streetClearance(place) < 2.8 || !ground.isFree(place, 1.8)) continue;
     addTree(ground, dice, place, dice.chance(0.15 + 0.65 * woodland(place)));

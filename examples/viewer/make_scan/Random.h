@@ -23,7 +23,8 @@ constexpr double toUnit(std::uint64_t bits) {
   return static_cast<double>(bits >> 11) * 0x1p-53;
 }
 
-/// A stream of numbers that depends on its seed alone.
+/// A stream of numbers that depends on its seed alone. Compilers differ in the order in which they compute the
+/// arguments of a call: draw twice in one expression only within braces, whose order is fixed.
 class Dice {
  public:
   explicit Dice(std::uint64_t seed) : _state(scrambled(seed)) {}

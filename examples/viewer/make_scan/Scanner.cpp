@@ -39,10 +39,11 @@ std::vector<osg::Vec3d> tripods(const Town& town, unsigned count) {
     osg::Vec2d place = result.size() < kChosenPlaces.size() ? kChosenPlaces[result.size()] : osg::Vec2d();
     if (result.size() >= kChosenPlaces.size()) {
       const Street& street = streets()[dice.below(streets().size())];
-      place = street.at(dice.between(20.0, street.length() - 20.0), dice.between(-1.0, 1.0) * street.halfWidth);
+      const double along = dice.between(20.0, street.length() - 20.0);
+      place = street.at(along, dice.between(-1.0, 1.0) * street.halfWidth);
     }
     while (!isClear(town, place, kTripodMetres)) {
-      place += osg::Vec2d(dice.between(-1.0, 1.0), dice.between(-1.0, 1.0));
+      place += osg::Vec2d{dice.between(-1.0, 1.0), dice.between(-1.0, 1.0)};
     }
     result.emplace_back(place.x(), place.y(), town.terrain().height(place.x(), place.y()) + kTripodMetres);
   }
