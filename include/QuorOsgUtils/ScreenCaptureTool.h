@@ -33,7 +33,7 @@ class QUOR_OSG_UTILS_EXPORT CaptureOp : public OpenThreads::Barrier, public virt
   CaptureOp();
   CaptureOp(const CaptureOp&) = delete;
   CaptureOp& operator=(const CaptureOp&) = delete;
-  virtual ~CaptureOp();
+  ~CaptureOp() override;
 
   /// Receives the image: called once, on the draw thread with its context current and the frame-buffer object bound,
   /// before the waiting thread goes on. `rgba` is width × height × 4 bytes, row-major, bottom row first; it belongs to
@@ -90,7 +90,7 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
   /// the depth buffer and starts at 4 times that number in the others.
   class QUOR_OSG_UTILS_EXPORT FrameBuffer : public SpinLock {
    public:
-    ~FrameBuffer();
+    ~FrameBuffer() override;
 
     /// Gives back what `lock` took.
     void release();
@@ -151,7 +151,7 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
   };
 
   ScreenCaptureTool();
-  virtual ~ScreenCaptureTool();
+  ~ScreenCaptureTool() override;
 
   /// The capture. OpenSceneGraph calls it on the draw thread after the camera's draw.
   void operator()(osg::RenderInfo& renderInfo) const override;

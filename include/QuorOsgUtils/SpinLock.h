@@ -26,7 +26,7 @@ class QUOR_OSG_UTILS_EXPORT SpinLock : public osg::Referenced {
   SpinLock();
   SpinLock(const SpinLock&) = delete;
   SpinLock& operator=(const SpinLock&) = delete;
-  virtual ~SpinLock();
+  ~SpinLock() override;
 
   /// Waits until the lock is free and takes it.
   void lock();

@@ -49,7 +49,7 @@ class QUOR_OSG_UTILS_EXPORT ThreadCount {
 
  private:
   ThreadCount();
-  ~ThreadCount();
+  ~ThreadCount() = default;
 
   std::atomic<std::int32_t> _count;
   std::atomic<bool> _stop;

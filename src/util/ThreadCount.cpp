@@ -9,8 +9,6 @@ ThreadCount* ThreadCount::getInstance() {
 
 ThreadCount::ThreadCount() : _count(0), _stop(false), _ok(false) {}
 
-ThreadCount::~ThreadCount() = default;
-
 void ThreadCount::ref() {
   _count.fetch_add(1);
 }

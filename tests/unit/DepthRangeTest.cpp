@@ -27,7 +27,7 @@ constexpr float kInfinity = std::numeric_limits<float>::infinity();
 using Depths = std::vector<float>;
 
 std::uint32_t bits(float value) {
-  std::uint32_t result;
+  std::uint32_t result = 0;
   std::memcpy(&result, &value, sizeof(result));
   return result;
 }
