@@ -77,7 +77,6 @@ class SceneGLTest : public testing::Test {
       GTEST_SKIP() << "there is no display";
     }
     openWindow(*_viewer, kWidth, kHeight, "scene test");
-    _viewer->setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
     _viewer->setCameraManipulator(_manipulator);
     const PointChunk chunk = createChunk();
     _scene->cloud.add(1, chunk);

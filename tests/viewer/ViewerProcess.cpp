@@ -106,6 +106,7 @@ std::string ViewerProcess::waitForLine(const std::string& beginning, std::chrono
 void ViewerProcess::settle() {
   while (_readSome(kQuiet)) {
   }
+  _seen = _output.rfind('\n') == std::string::npos ? 0 : _output.rfind('\n') + 1;
 }
 
 ReportedView ViewerProcess::view() const {

@@ -31,7 +31,7 @@ class ViewerProcess {
 
   /// Waits for the next line that begins so. Empty when none comes in time, or the program ends.
   std::string waitForLine(const std::string& beginning, std::chrono::seconds limit = std::chrono::seconds(60));
-  /// Waits until no line has come for a while: the picture has settled.
+  /// Waits until no line has come for a while: the picture has settled. Lines so far count as seen.
   void settle();
   /// The latest view reported so far.
   ReportedView view() const;

@@ -114,13 +114,24 @@ class ViewerTest : public testing::Test {
     EXPECT_THAT(line, HasSubstr(" point " + std::to_string(number) + " of grid.las"));
   }
 
+  // A hand that waits for each picture: the manipulator reads the frame drawn last. The left button moves no view.
+  void waitForTheMove(int button) {
+    if (button == kLeft) {
+      _viewer->settle();
+    } else {
+      EXPECT_NE(_viewer->waitForLine("view", std::chrono::seconds(20)), "");
+    }
+  }
+
   void drag(int button, Pixel from, Pixel by) {
     constexpr int kMoves = 8;
     _viewer->movePointer(from.x, from.yFromTop);
+    _viewer->settle();
     _viewer->press(button);
+    _viewer->settle();
     for (int move = 1; move <= kMoves; ++move) {
       _viewer->movePointer(from.x + by.x * move / kMoves, from.yFromTop + by.yFromTop * move / kMoves);
-      _viewer->settle();
+      waitForTheMove(button);
     }
     _viewer->release(button);
     _viewer->settle();
@@ -230,6 +241,28 @@ TEST_F(ViewerTest, theKeyForTheProjectionSwitchesAndHomeComesBack) {
   _viewer->settle();
   EXPECT_EQ(_viewer->view().projection(3, 3), 0.0);
   EXPECT_LT((_viewer->view().eye - home.eye).length(), 1e-3);
+}
+
+TEST_F(ViewerTest, theKeyForAPictureWritesOneIntoTheWorkingFolder) {
+  std::filesystem::current_path(_folder);
+  showGrid();
+  _viewer->movePointer(400, 300);
+  _viewer->key("p");
+  EXPECT_THAT(_viewer->waitForLine("Picture"), HasSubstr("quor_viewer_1.png"));
+  _viewer->key("p");
+  EXPECT_THAT(_viewer->waitForLine("Picture"), HasSubstr("quor_viewer_2.png"));
+  EXPECT_GT(std::filesystem::file_size(path("quor_viewer_2.png")), 1000U);
+  std::filesystem::current_path("/");
+}
+
+TEST_F(ViewerTest, theKeyForACloseLookBringsThePickIntoTheMiddle) {
+  showGrid();
+  expectClickReports(8);
+  _viewer->key("f");
+  _viewer->settle();
+  const Pixel middle = pixelOf(_points[8]);
+  EXPECT_NEAR(middle.x, 400, 1);
+  EXPECT_NEAR(middle.yFromTop, 300, 1);
 }
 
 TEST_F(ViewerTest, escapeQuitsWithSuccess) {

@@ -25,7 +25,10 @@ using Key = osgGA::GUIEventAdapter::KeySymbol;
 using namespace std::chrono_literals;
 
 constexpr auto kLoadingBudget = 30ms;
+// While loading, drawing gets a fifth of the time at most, however long a frame of the points so far may take; what the
+// user does is answered at once all the same.
 constexpr auto kProgressInterval = 100ms;
+constexpr int kLoadingPerDrawing = 4;
 constexpr auto kIdle = 4ms;
 // The shares of the points below and above a range: a few stray ones must not squeeze all others into one colour.
 constexpr double kLowShare = 0.003;
@@ -96,7 +99,6 @@ int Application::run() {
 }
 
 void Application::_setUpViewer() {
-  _viewer->setThreadingModel(osgViewer::ViewerBase::SingleThreaded);
   _viewer->setRunFrameScheme(osgViewer::ViewerBase::ON_DEMAND);
   _viewer->setCameraManipulator(_manipulator);
   _viewer->addEventHandler(new KeyHandler(_bindings));
@@ -184,18 +186,21 @@ void Application::_drawFrame() {
   const osg::Viewport& viewport = *_viewer->getCamera()->getViewport();
   _scene.hud.resize(static_cast<int>(viewport.width()), static_cast<int>(viewport.height()));
   _updateSummary();
+  const auto start = std::chrono::steady_clock::now();
   _viewer->frame();
+  _latestFrameEnd = std::chrono::steady_clock::now();
+  _latestFrameDuration = _latestFrameEnd - start;
   _writeViewWhenChanged();
   _reportScreenshot();
 }
 
 void Application::_loadALittle() {
   _loader.step(kLoadingBudget);
-  const auto now = std::chrono::steady_clock::now();
+  const auto sinceFrame = std::chrono::steady_clock::now() - _latestFrameEnd;
   if (_loader.finished()) {
     _finishLoading();
-  } else if (now - _latestProgress > kProgressInterval) {
-    _latestProgress = now;
+  } else if (sinceFrame > std::max<std::chrono::steady_clock::duration>(kProgressInterval,
+                                                                        kLoadingPerDrawing * _latestFrameDuration)) {
     _showProgress();
   }
 }
@@ -217,7 +222,6 @@ void Application::_takeChunk(unsigned int scanNumber, const PointChunk& chunk) {
   if (!_userNavigated) {
     _view.home();
   }
-  _viewer->requestRedraw();
 }
 
 void Application::_showProgress() {

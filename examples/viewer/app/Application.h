@@ -72,7 +72,8 @@ class Application {
 
   bool _loaded = false;
   bool _userNavigated = false;
-  std::chrono::steady_clock::time_point _latestProgress;
+  std::chrono::steady_clock::time_point _latestFrameEnd;
+  std::chrono::steady_clock::duration _latestFrameDuration{};
   unsigned int _screenshotCount = 0;
   std::string _screenshotPath;
   std::string _latestView;

@@ -21,7 +21,7 @@ class Screenshot::Request : public QuorOsgUtils::CaptureOp {
     osg::ref_ptr<osg::Image> image = new osg::Image;
     image->allocateImage(_width, _height, 1, GL_RGB, GL_UNSIGNED_BYTE);
     for (int row = 0; row < _height; ++row) {
-      unsigned char* to = image->data(0, row);
+      unsigned char* to = image->data(0, static_cast<unsigned int>(row));
       const unsigned char* from = &_rgba[static_cast<std::size_t>(row) * static_cast<std::size_t>(_width) * 4];
       for (int pixel = 0; pixel < _width; ++pixel, to += 3, from += 4) {
         std::memcpy(to, from, 3);

@@ -34,7 +34,7 @@ using FrameBuffer = QuorOsgUtils::ScreenCaptureTool::FrameBuffer;
 constexpr unsigned int kLeftButton = 1;
 constexpr int kMiddleButton = 2;
 constexpr int kRightButton = 3;
-constexpr int kDragMoves = 12;
+constexpr int kDragMoves = 6;
 
 const osg::Vec2f kMiddle(0.5F, 0.5F);
 
@@ -153,6 +153,7 @@ void Tour::_drag(const TourStep& step) {
   for (int move = 1; move <= kDragMoves; ++move) {
     const float share = static_cast<float>(move) / kDragMoves;
     _movePointer(_pixelAt(step.from * (1.0F - share) + step.to * share));
+    _host.drawFrame();
   }
 }
 
@@ -180,7 +181,6 @@ void Tour::_click(const osg::Vec2i& pixel) {
 void Tour::_movePointer(const osg::Vec2i& pixel) {
   _pointer = pixel;
   _events().mouseMotion(_windowX(), _windowY());
-  _host.drawFrame();
 }
 
 bool Tour::_takePicture(const std::string& path) {

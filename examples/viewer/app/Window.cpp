@@ -52,6 +52,7 @@ void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::str
   camera.setProjectionMatrixAsPerspective(kVerticalDegrees, static_cast<double>(width) / height, kNear, kFar);
   camera.setDrawBuffer(GL_BACK);
   camera.setReadBuffer(GL_BACK);
+  viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);  // before threads of its own choice would start
   viewer.realize();
   if (!viewer.isRealized()) {
     throw WindowError("the window could not be brought up on this display");

@@ -13,7 +13,8 @@ class WindowError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Opens the viewer's one window and makes the camera fill it. Sizes in pixels. Throws WindowError without a display,
+/// Opens the viewer's one window and makes the camera fill it; from then on everything is drawn on the calling thread.
+/// Sizes in pixels. Throws WindowError without a display,
 /// or where the display's OpenGL is too old for the shaders.
 void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::string& title);
 
