@@ -22,7 +22,7 @@ case $profile in
   test | checks)
     packages+=(libgtest-dev libgmock-dev    # tests
       libbenchmark-dev                      # benchmarks
-      xdotool)                              # a real pointer over the real window
+      xdotool libx11-dev)                   # a real pointer over the real window
     ;;&
   checks) packages+=(clang clang-format clang-tidy) ;;
   test) ;;

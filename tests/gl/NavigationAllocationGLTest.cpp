@@ -1,31 +1,7 @@
+#include "support/AllocationHook.h"
 #include "support/CapturedManipulatorFixture.h"
 
-#include <cstdlib>
-#include <new>
 #include <vector>
-
-namespace {
-
-// Of this thread: the driver's own threads may still be at work on the last frame.
-thread_local bool isCounting = false;
-thread_local int allocations = 0;
-
-}  // namespace
-
-// All of the program's allocations, the libraries' included.
-void* operator new(std::size_t size) {
-  if (isCounting) ++allocations;
-  if (void* memory = std::malloc(size > 0 ? size : 1)) return memory;
-  throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
 
 namespace {
 
@@ -62,49 +38,46 @@ class NavigationAllocationGLTest : public CapturedManipulatorFixture {
   }
 
   /// Of a second round: the first one fills what stays.
-  int allocationsOf(const Events& events) {
+  std::size_t allocationsOf(const Events& events) {
     sendAll(events);
-    allocations = 0;
-    isCounting = true;
+    const AllocationCount allocations;
     sendAll(events);
-    isCounting = false;
-    return allocations;
+    return allocations.value();
   }
 };
 
 TEST_F(NavigationAllocationGLTest, theCounterSeesTheLibrarysAllocations) {
-  isCounting = true;
+  const AllocationCount allocations;
   const osg::ref_ptr<OpenManipulator> manipulator = new OpenManipulator(_viewer);
-  isCounting = false;
   // The manipulator itself, and in the library the marker's many parts.
-  EXPECT_GT(allocations, 20);
+  EXPECT_GT(allocations.value(), 20U);
 }
 
 TEST_F(NavigationAllocationGLTest, rotatingAllocatesNothing) {
-  EXPECT_EQ(allocationsOf(dragsOf(kRight)), 0);
+  EXPECT_EQ(allocationsOf(dragsOf(kRight)), 0U);
 }
 
 TEST_F(NavigationAllocationGLTest, panningAllocatesNothing) {
-  EXPECT_EQ(allocationsOf(dragsOf(kMiddle)), 0);
+  EXPECT_EQ(allocationsOf(dragsOf(kMiddle)), 0U);
 }
 
 TEST_F(NavigationAllocationGLTest, panningInAnOrthographicViewAllocatesNothing) {
   useOrthographic(60.0);
-  EXPECT_EQ(allocationsOf(dragsOf(kMiddle)), 0);
+  EXPECT_EQ(allocationsOf(dragsOf(kMiddle)), 0U);
 }
 
 TEST_F(NavigationAllocationGLTest, turningAboutAStationAllocatesNothing) {
   _manipulator->setStationModel(true);
-  EXPECT_EQ(allocationsOf(dragsOf(kRight)), 0);
+  EXPECT_EQ(allocationsOf(dragsOf(kRight)), 0U);
 }
 
 TEST_F(NavigationAllocationGLTest, theWheelAllocatesNothing) {
-  EXPECT_EQ(allocationsOf(wheelNotches()), 0);
+  EXPECT_EQ(allocationsOf(wheelNotches()), 0U);
   useOrthographic(60.0);
-  EXPECT_EQ(allocationsOf(wheelNotches()), 0);
+  EXPECT_EQ(allocationsOf(wheelNotches()), 0U);
   usePerspective();
   _manipulator->setStationModel(true);
-  EXPECT_EQ(allocationsOf(wheelNotches()), 0);
+  EXPECT_EQ(allocationsOf(wheelNotches()), 0U);
 }
 
 }  // namespace
