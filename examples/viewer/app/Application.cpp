@@ -127,6 +127,7 @@ KeyBinding Application::_colourBinding(int key, ColourMode mode) {
 
 std::vector<KeyBinding> Application::_createBindings() {
   std::vector<KeyBinding> bindings;
+  bindings.reserve(kColourModeCount);
   for (int mode = 0; mode < kColourModeCount; ++mode) {
     bindings.push_back(_colourBinding('1' + mode, static_cast<ColourMode>(mode)));
   }
