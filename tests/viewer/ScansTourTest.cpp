@@ -37,7 +37,7 @@ TEST_P(ScansTourTest, runsThroughWithoutAGlError) {
   }
   const auto folder = std::filesystem::temp_directory_path() / ("quor_scans_tour_" + std::to_string(getpid()));
   QuorTests::ViewerProcess viewer({"--size", "480x270", "--tour", folder.string(), GetParam()});
-  EXPECT_EQ(viewer.exitStatus(std::chrono::seconds(290)), 0) << viewer.output();
+  EXPECT_EQ(viewer.exitStatus(std::chrono::minutes(14)), 0) << viewer.output();
   EXPECT_THAT(viewer.output(), testing::HasSubstr(" 0 GL errors"));
   std::filesystem::remove_all(folder);
 }
