@@ -11,6 +11,7 @@
 #include <osgDB/ReadFile>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <cstdlib>
@@ -159,7 +160,8 @@ class SceneGLTest : public testing::Test {
   }
 
   osg::ref_ptr<osg::Image> picture() {
-    const std::string path = (std::filesystem::temp_directory_path() / "quor_scene_gl_test.png").string();
+    const std::string name = "quor_scene_gl_test_" + std::to_string(getpid()) + ".png";
+    const std::string path = (std::filesystem::temp_directory_path() / name).string();
     Screenshot screenshot(_scene->target.tool());
     screenshot.request(path);
     _viewer->frame();

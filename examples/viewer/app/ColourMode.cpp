@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace QuorViewer {
 namespace {
@@ -42,7 +43,7 @@ osg::Vec3f rampStep(std::size_t index) {
 }
 
 osg::Vec4ub toBytes(const osg::Vec3f& colour) {
-  const auto byte = [](float channel) { return static_cast<unsigned char>(channel * 255.0F + 0.5F); };
+  const auto byte = [](float channel) { return static_cast<unsigned char>(std::lround(channel * 255.0F)); };
   return {byte(colour.x()), byte(colour.y()), byte(colour.z()), 255};
 }
 
