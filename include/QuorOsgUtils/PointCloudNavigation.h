@@ -32,9 +32,8 @@ namespace QuorOsgUtils {
 /// Modifier keys change none of this.
 ///
 /// Frames: world units; window positions in pixels from the bottom left of the image, Y up, as events carry them.
-/// Depth: read from the `ScreenCaptureTool` that is the post-draw callback of the view's camera, which therefore must
-/// render with the projection it carries (`osg::CullSettings::DO_NOT_COMPUTE_NEAR_FAR`). Without a tool a pick finds
-/// nothing and a pan takes depth 0.
+/// Depth: read from the `ScreenCaptureTool` that is the post-draw callback of the view's camera, with the matrices
+/// that the tool captured beside it. Without a tool a pick finds nothing and a pan takes depth 0.
 /// Ownership: the viewer is observed, not kept. The pivot marker is kept and, while the view turns, a child of the
 /// viewer's scene data (which must be a group to receive it).
 /// Threads: the viewer's event thread. The captured frame is read under its lock, held for one pick or pan step.
@@ -127,6 +126,9 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   explicit PointCloudNavigation(osgViewer::Viewer* viewer);
   /// Memberwise: the copy shares the pivot marker and the viewer.
   PointCloudNavigation(const PointCloudNavigation& other);
+
+  /// False while the rotation factor is no finite number; a turn by it would leave the camera without a place.
+  bool canTurn() const;
 
   /// Turns the view by the orbit manipulator's trackball and the orbit centre with it about `_pivotPoint`, by the
   /// trackball's angle times `angleFactor`. False without two recorded events.

@@ -16,8 +16,9 @@ namespace QuorOsgUtils {
 /// `PointCloudNavigation` tells the whole table of inputs, the frames and units, and what is needed from the host.
 ///
 /// Rotation: yaw turns about the world's vertical (Z), pitch runs from 0 (looking straight down) to π (looking straight
-/// up). The orbit rotation is pitch × yaw after every operation but `setTransformation(eye, rotation)`, which sets both
-/// parts to identity; the next rotation joins them again.
+/// up). A step that would leave the range ends at its border; only a single step down that passes 0 by less than the
+/// pitch it began with goes on beyond it. The orbit rotation is pitch × yaw after every operation but
+/// `setTransformation(eye, rotation)`, which sets both parts to identity; the next rotation joins them again.
 class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation {
  public:
   /// The viewer is observed only, and may be null. Throwing and the fixed vertical axis of the scene graph are off.

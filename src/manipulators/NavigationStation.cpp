@@ -19,7 +19,7 @@ bool PointCloudNavigation::performStationMovementRightMouseButton(double eventTi
 
 bool PointCloudNavigation::swingAboutPivot(double eventTimeDelta, double dx, double dy, double angleFactor) {
   const std::optional<PointerMove> move = pointerMove(_ga_t1.get(), _ga_t0.get());
-  if (!move) return false;
+  if (!move || !canTurn()) return false;
   osgGA::OrbitManipulator::performMovementLeftMouseButton(eventTimeDelta, dx, dy);
   osg::Vec3d axis;
   float angle = 0.0f;

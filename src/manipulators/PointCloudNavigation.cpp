@@ -4,6 +4,8 @@
 
 #include <osg/CopyOp>
 
+#include <cmath>
+
 namespace QuorOsgUtils {
 
 PointCloudNavigation::PointCloudNavigation(osgViewer::Viewer* viewer)
@@ -69,6 +71,10 @@ void PointCloudNavigation::setLockPerspective(bool lock) {
 void PointCloudNavigation::setRotationFactor(double factor) {
   _rotationFactor = factor;
   setTrackballSize(1.0 - factor / 10.0 + 0.1);
+}
+
+bool PointCloudNavigation::canTurn() const {
+  return std::isfinite(_rotationFactor) && std::isfinite(_trackballSize);
 }
 
 double PointCloudNavigation::getRotationFactor() {

@@ -69,15 +69,17 @@ void SPointCloudManipulator::placeCentreOnScene(osgViewer::Viewer& viewer) {
   osg::Vec3d ahead = _center - eye;
   // An eye in the orbit centre has no line of sight to move the centre along.
   if (!(ahead.normalize() > 0.0)) return;
-  _pivotPoint = eye + ahead * ((_pivotPoint - eye) * ahead);
-  _center = _pivotPoint;
+  const std::optional<osg::Vec3d> foot = ifFinite(eye + ahead * ((_pivotPoint - eye) * ahead));
+  if (!foot) return;
+  _pivotPoint = *foot;
+  _center = *foot;
   _distance = (eye - _center).length();
   _pivotIndicator->setPosition(_center);
 }
 
 bool SPointCloudManipulator::performNormalMovementRightMouseButton(double, double, double) {
   const std::optional<PointerMove> move = pointerMove(_ga_t1.get(), _ga_t0.get());
-  if (!move) return false;
+  if (!move || !canTurn()) return false;
   const double pitchBefore = angleOf(_pitchQuat);
   osg::Vec3d axis;
   float angle = 0.0f;

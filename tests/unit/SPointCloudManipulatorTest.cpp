@@ -1,5 +1,6 @@
 #include "support/ManipulatorFixture.h"
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -78,6 +79,12 @@ TEST_F(SPointCloudManipulatorTest, aCopyTakesEveryFieldAndSharesMarkerAndViewer)
   _manipulator->setWheelZoomFactor(20.0);
   _manipulator->setRotationFactor(2.0);
   _manipulator->setViewCenter(osg::Vec3d(7.0, 8.0, 9.0));
+  _manipulator->_yawQuat = osg::Quat(0.3, osg::Vec3d(0.0, 0.0, 1.0));
+  _manipulator->_pivotPoint = osg::Vec3d(10.0, 11.0, 12.0);
+  _manipulator->_spareRatio = 0.25;
+  _manipulator->_spareCount = 13;
+  _manipulator->_spareVector = osg::Vec3d(14.0, 15.0, 16.0);
+  _manipulator->_fov = 45.0;
   const osg::ref_ptr<OpenManipulator> copy = new OpenManipulator(*_manipulator);
   EXPECT_EQ(copy->getMatrix(), _manipulator->getMatrix());
   EXPECT_EQ(copy->_osgViewer.get(), _viewer.get());
@@ -90,6 +97,12 @@ TEST_F(SPointCloudManipulatorTest, aCopyTakesEveryFieldAndSharesMarkerAndViewer)
   EXPECT_EQ(copy->getTrackballSize(), 0.9);
   EXPECT_EQ(copy->getViewCenter(), osg::Vec3d(7.0, 8.0, 9.0));
   EXPECT_EQ(copy->_pitchQuat, _manipulator->_pitchQuat);
+  EXPECT_EQ(copy->_yawQuat, osg::Quat(0.3, osg::Vec3d(0.0, 0.0, 1.0)));
+  EXPECT_EQ(copy->_pivotPoint, osg::Vec3d(10.0, 11.0, 12.0));
+  EXPECT_EQ(copy->_spareRatio, 0.25);
+  EXPECT_EQ(copy->_spareCount, 13);
+  EXPECT_EQ(copy->_spareVector, osg::Vec3d(14.0, 15.0, 16.0));
+  EXPECT_EQ(copy->getFov(), 45.0);
   EXPECT_EQ(copy->_initialRotation, _manipulator->_initialRotation);
   EXPECT_EQ(copy->_initialRotationAngle, _manipulator->_initialRotationAngle);
 }
@@ -226,6 +239,37 @@ TEST_F(SPointCloudManipulatorTest, pitchDropsToStraightDownWhenADragDownWouldInc
   EXPECT_EQ(angleOf(_manipulator->_pitchQuat), 0.0);
 }
 
+TEST_F(SPointCloudManipulatorTest, aDragDownNeverLeavesALargerAngleOfPitchThanBefore) {
+  std::mt19937 random(12);
+  std::uniform_real_distribution<double> pitch(0.0, kPi);
+  std::uniform_real_distribution<double> y(1.0, kHeight - 1.0);
+  for (int i = 0; i < 1000; ++i) {
+    const double before = pitch(random);
+    const double one = y(random);
+    const double other = y(random);
+    pitchTo(before);
+    dragRightFrom(400.0, std::max(one, other), 400.0, std::min(one, other));
+    ASSERT_LE(angleOf(_manipulator->_pitchQuat), before + 1e-9);
+  }
+}
+
+TEST_F(SPointCloudManipulatorTest, aRotationFactorThatIsNoNumberTurnsNothing) {
+  pitchTo(1.0, 0.5);
+  const osg::Quat before = _manipulator->getRotation();
+  for (const double factor : {std::nan(""), HUGE_VAL}) {
+    for (const bool isStation : {false, true}) {
+      _manipulator->setRotationFactor(factor);
+      _manipulator->setStationModel(isStation);
+      push(kRight, 300.0, 200.0);
+      const osg::Vec3d centre = _manipulator->getCenter();
+      drag(kRight, 400.0, 220.0);
+      drag(kRight, 500.0, 250.0);
+      EXPECT_EQ(_manipulator->getRotation(), before);
+      EXPECT_EQ(_manipulator->getCenter(), centre);
+    }
+  }
+}
+
 TEST_F(SPointCloudManipulatorTest, rotationIsPitchTimesYawAndPitchStaysWithinItsLimitsAfterAnySequenceOfEvents) {
   std::mt19937 random(11);
   std::uniform_real_distribution<double> x(0.0, kWidth);
@@ -254,7 +298,6 @@ TEST_F(SPointCloudManipulatorTest, rotationIsPitchTimesYawAndPitchStaysWithinIts
     }
     updateCamera();
     expectRotationIsPitchTimesYaw();
-    ASSERT_GE(angleOf(_manipulator->_pitchQuat), 0.0);
     ASSERT_LE(angleOf(_manipulator->_pitchQuat), kPi + 1e-9);
     ASSERT_NEAR(_manipulator->_yawQuat.length(), 1.0, 1e-9);
   }
