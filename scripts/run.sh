@@ -15,7 +15,7 @@ if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
   exec "$viewer" "$@"
 fi
 case " $* " in
-  *" --tour"* | *" --help "*) tour=() ;;
+  *" --tour"* | *" --screenshot"* | *" --help "* | *" --version "*) tour=() ;;
   *)
     echo "run.sh: there is no display; the tour runs on a virtual one and writes its pictures to tour/"
     tour=(--tour tour)
