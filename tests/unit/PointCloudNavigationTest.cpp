@@ -579,6 +579,17 @@ TEST_F(WorldBoundsTest, carriesTheCentreToTheWorldAndKeepsTheRadius) {
   EXPECT_NEAR(bounds.radius(), std::sqrt(3.0), 1e-5);
 }
 
+TEST_F(WorldBoundsTest, aTransformInTheWorldsOwnFrameForgetsTheTransformsAboveIt) {
+  const osg::ref_ptr<osg::MatrixTransform> absolute = new osg::MatrixTransform(osg::Matrixd::translate(7.0, 8.0, 9.0));
+  const osg::ref_ptr<osg::Node> node = new osg::ShapeDrawable(new osg::Sphere(osg::Vec3f(1.0f, 1.0f, 1.0f), 2.0f));
+  absolute->setReferenceFrame(osg::Transform::ABSOLUTE_RF);
+  absolute->addChild(node);
+  outer->addChild(absolute);
+  Path path;
+  ASSERT_TRUE(_manipulator->collectParent(path, node));
+  expectNear(_manipulator->getWorldBoundingBox(path, node).center(), osg::Vec3d(8.0, 9.0, 10.0), 1e-5);
+}
+
 TEST_F(WorldBoundsTest, reversesTheCallersPath) {
   Path path;
   _manipulator->collectParent(path, leaf);
