@@ -1,4 +1,5 @@
 #include "manipulators/PanStep.h"
+#include "support/ViewAlongY.h"
 
 #include <gtest/gtest.h>
 
@@ -6,16 +7,7 @@ namespace {
 
 using QuorOsgUtils::panMovement;
 using QuorOsgUtils::ViewState;
-
-/// Seen from (0, -100, 0) along +Y with Z up: right is +X.
-ViewState viewAlongY(const osg::Matrixd& projection) {
-  return {osg::Matrixd::lookAt(osg::Vec3d(0.0, -100.0, 0.0), osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0)),
-          projection,
-          0.0,
-          0.0,
-          400.0,
-          200.0};
-}
+using QuorTests::viewAlongY;
 
 void expectMovement(const ViewState& state, double depth, const osg::Vec3d& expected) {
   const auto movement = panMovement(state, depth, osg::Vec2d(100.0, 50.0), osg::Vec2d(140.0, 70.0));

@@ -1,4 +1,5 @@
 #include "manipulators/WheelStep.h"
+#include "support/ViewAlongY.h"
 
 #include <gtest/gtest.h>
 
@@ -12,16 +13,7 @@ using QuorOsgUtils::perspectiveWheelMovement;
 using QuorOsgUtils::stationFieldOfView;
 using QuorOsgUtils::ViewState;
 using QuorOsgUtils::WheelNotch;
-
-/// Seen from (0, -100, 0) along +Y with Z up: right is +X.
-ViewState viewAlongY(const osg::Matrixd& projection) {
-  return {osg::Matrixd::lookAt(osg::Vec3d(0.0, -100.0, 0.0), osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0)),
-          projection,
-          0.0,
-          0.0,
-          400.0,
-          200.0};
-}
+using QuorTests::viewAlongY;
 
 const osg::Matrixd kFrustum = osg::Matrixd::frustum(-1.0, 1.0, -0.5, 0.5, 1.0, 1000.0);
 const osg::Matrixd kOrtho = osg::Matrixd::ortho(-20.0, 20.0, -10.0, 10.0, 1.0, 1000.0);
