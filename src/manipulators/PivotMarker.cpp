@@ -1,6 +1,7 @@
 #include "manipulators/PivotMarker.h"
 
-#include "manipulators/RingCap.h"
+#include "util/FlatStrip.h"
+#include "util/RingStrip.h"
 
 #include <osg/Array>
 #include <osg/Geode>
@@ -91,16 +92,7 @@ osg::ref_ptr<osg::AutoTransform> createPivotMarker() {
 }
 
 osg::ref_ptr<osg::Geometry> createRingCapGeometry(double radius, double width, double z) {
-  const std::vector<osg::Vec3f> points = ringCapVertices(radius, width, z);
-  const unsigned int count = static_cast<unsigned int>(points.size());
-  osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array(points.begin(), points.end());
-  osg::ref_ptr<osg::Vec3Array> normals = new osg::Vec3Array(count);
-  normals->assign(points.size(), osg::Vec3f(0.0f, 0.0f, -1.0f));
-  osg::ref_ptr<osg::Geometry> cap = new osg::Geometry;
-  cap->setVertexArray(vertices);
-  cap->setNormalArray(normals, osg::Array::BIND_PER_VERTEX);
-  cap->addPrimitiveSet(new osg::DrawArrays(GL_TRIANGLE_STRIP, 0, static_cast<int>(count)));
-  return cap;
+  return createFlatStrip(ringStripVertices(radius, width, z));
 }
 
 }  // namespace QuorOsgUtils

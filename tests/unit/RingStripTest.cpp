@@ -1,4 +1,4 @@
-#include "manipulators/RingCap.h"
+#include "util/RingStrip.h"
 
 #include <gtest/gtest.h>
 
@@ -6,10 +6,10 @@
 
 namespace {
 
-using QuorOsgUtils::ringCapVertices;
+using QuorOsgUtils::ringStripVertices;
 
-TEST(RingCapTest, hasTwoVerticesAtEachOfAHundredAnglesAndRepeatsTheFirstTwo) {
-  const std::vector<osg::Vec3f> vertices = ringCapVertices(100.0, 3.0, 1.5);
+TEST(RingStripTest, hasTwoVerticesAtEachOfAHundredAnglesAndRepeatsTheFirstTwo) {
+  const std::vector<osg::Vec3f> vertices = ringStripVertices(100.0, 3.0, 1.5);
   ASSERT_EQ(vertices.size(), 202u);
   EXPECT_EQ(vertices[0], osg::Vec3f(100.0f, 0.0f, 1.5f));
   EXPECT_EQ(vertices[1], osg::Vec3f(97.0f, 0.0f, 1.5f));
@@ -17,8 +17,8 @@ TEST(RingCapTest, hasTwoVerticesAtEachOfAHundredAnglesAndRepeatsTheFirstTwo) {
   EXPECT_EQ(vertices[201], vertices[1]);
 }
 
-TEST(RingCapTest, alternatesBetweenTheOuterAndTheInnerRadius) {
-  const std::vector<osg::Vec3f> vertices = ringCapVertices(100.0, 3.0, -1.5);
+TEST(RingStripTest, alternatesBetweenTheOuterAndTheInnerRadius) {
+  const std::vector<osg::Vec3f> vertices = ringStripVertices(100.0, 3.0, -1.5);
   for (std::size_t i = 0; i < 100; ++i) {
     const double angle = 0.06283186 * static_cast<double>(i);
     const osg::Vec3f outer(static_cast<float>(100.0 * std::cos(angle)), static_cast<float>(100.0 * std::sin(angle)),
