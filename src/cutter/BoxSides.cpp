@@ -1,0 +1,38 @@
+#include "cutter/BoxSides.h"
+
+#include <osg/Vec3d>
+
+#include <algorithm>
+#include <array>
+
+namespace QuorOsgUtils {
+
+void moveSide(osg::BoundingBoxf& box, const osg::BoundingBoxf& startBox, BoxSide side, float delta, float minSize) {
+  if (side.upper) {
+    box._max[side.axis] = std::max(startBox._max[side.axis] + delta, box._min[side.axis] + minSize);
+  } else {
+    box._min[side.axis] = std::min(startBox._min[side.axis] + delta, box._max[side.axis] - minSize);
+  }
+}
+
+std::vector<osg::Plane> clipPlanesOf(const osg::BoundingBoxf& box, const osg::Matrixd& matrix) {
+  // Three corners of each face, turning so that (Q - P) x (R - P) points inwards. A corner's bits 0, 1 and 2 tell
+  // whether it is on the upper side in x, y and z.
+  struct Corners {
+    unsigned int p, q, r;
+  };
+  static constexpr std::array<Corners, 6> kFaces = {{{4, 5, 1}, {5, 7, 3}, {7, 6, 2}, {6, 4, 0}, {5, 6, 7}, {2, 1, 3}}};
+  const auto corner = [&](unsigned int number) { return osg::Vec3d(box.corner(number)) * matrix; };
+
+  std::vector<osg::Plane> planes;
+  planes.reserve(kFaces.size());
+  for (const Corners& face : kFaces) {
+    const osg::Vec3d p = corner(face.p);
+    osg::Vec3d normal = (corner(face.q) - p) ^ (corner(face.r) - p);
+    normal.normalize();
+    planes.emplace_back(normal, -(normal * p));
+  }
+  return planes;
+}
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <osg/BoundingBox>
+#include <osg/Matrixd>
+#include <osg/Plane>
+
+#include <cstddef>
+#include <vector>
+
+namespace QuorOsgUtils {
+
+/// One side of an axis-aligned box. Sides are numbered axis by axis, the lower one first.
+struct BoxSide {
+  explicit constexpr BoxSide(std::size_t number) : axis(static_cast<int>(number / 2)), upper(number % 2 == 1) {}
+
+  int axis;
+  bool upper;
+};
+
+/// Puts a side of `box` at its place in `startBox` plus `delta`, but no nearer than `minSize` to the opposite side.
+void moveSide(osg::BoundingBoxf& box, const osg::BoundingBoxf& startBox, BoxSide side, float delta, float minSize);
+
+/// The six planes of a box that `matrix` moves, through its corners there: low y, high x, high y, low x, high z, low z.
+/// Normals are unit vectors that point inwards, or zero where the corners span no plane.
+std::vector<osg::Plane> clipPlanesOf(const osg::BoundingBoxf& box, const osg::Matrixd& matrix);
+
+}  // namespace QuorOsgUtils

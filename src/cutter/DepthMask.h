@@ -1,0 +1,13 @@
+#pragma once
+
+#include <osg/Drawable>
+
+namespace QuorOsgUtils {
+
+/// Draws its drawable without writing depth, so that what is drawn later and lies behind still shows through. Leaves
+/// depth writes on. A clone is a plain draw callback.
+struct DepthMask : osg::Drawable::DrawCallback {
+  void drawImplementation(osg::RenderInfo& renderInfo, const osg::Drawable* drawable) const override;
+};
+
+}  // namespace QuorOsgUtils
