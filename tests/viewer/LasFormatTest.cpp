@@ -9,6 +9,7 @@ namespace {
 
 using QuorViewer::LasHeader;
 using QuorViewer::LasPoint;
+using QuorViewer::LasRecordHead;
 using QuorViewer::RecordLayout;
 using ScanBytes::Bytes;
 using testing::ElementsAreArray;
@@ -210,6 +211,49 @@ TEST(LasFormat, aLongerHeaderIsWrittenWithZerosBehindItsFields) {
   const std::vector<unsigned char> bytes = header.write();
   ASSERT_EQ(bytes.size(), 240U);
   EXPECT_TRUE(std::all_of(bytes.begin() + 227, bytes.end(), [](unsigned char byte) { return byte == 0; }));
+}
+
+TEST(LasFormat, furtherBytesOfALongerHeaderAreReadAndWrittenBack) {
+  Bytes bytes = ScanBytes::header({2, 1}, 5);
+  bytes.set(94, std::uint16_t{230});
+  bytes.insert(bytes.end(), {7, 8, 9, 250});
+  const LasHeader header = LasHeader::parse(bytes.data(), bytes.size());
+  EXPECT_THAT(header.furtherBytes, testing::ElementsAre(7, 8, 9));
+  bytes.resize(230);
+  EXPECT_THAT(header.write(), ElementsAreArray(bytes));
+  EXPECT_THAT(LasHeader::parse(bytes.data(), 228).furtherBytes, testing::ElementsAre(7));
+  EXPECT_TRUE(LasHeader::parse(bytes.data(), 226).furtherBytes.empty());
+}
+
+TEST(LasFormat, furtherBytesBeyondTheHeadersLengthAreNotWritten) {
+  LasHeader header;
+  header.headerLengthBytes = 377;
+  header.furtherBytes = {7, 8, 9};
+  const std::vector<unsigned char> bytes = header.write();
+  ASSERT_EQ(bytes.size(), 377U);
+  EXPECT_EQ(bytes[376], 8);
+}
+
+TEST(LasFormat, theHeadOfAVariableRecordTellsUserNumberAndLength) {
+  Bytes bytes(2);
+  bytes.addText("sixteen letters!");
+  bytes.add(std::uint16_t{4242});
+  bytes.add(std::uint16_t{65535});
+  bytes.resize(60, 0xFF);
+  const LasRecordHead head = LasRecordHead::parse(bytes.data(), false);
+  EXPECT_TRUE(head.is("sixteen letters!", 4242));
+  EXPECT_FALSE(head.is("sixteen letters", 4242));
+  EXPECT_FALSE(head.is("sixteen letters!", 4243));
+  EXPECT_EQ(head.contentBytes, 65535U);
+  EXPECT_EQ(LasRecordHead::parse(bytes.data(), true).contentBytes, 0xFFFFFFFFFFFFFFFFU);
+}
+
+TEST(LasFormat, aUserShorterThanItsFieldEndsAtTheFirstZero) {
+  Bytes bytes(60);
+  bytes[2] = 'a';
+  bytes[4] = 'b';
+  EXPECT_TRUE(LasRecordHead::parse(bytes.data(), true).is("a", 0));
+  EXPECT_FALSE(LasRecordHead::parse(bytes.data(), true).is("", 0));
 }
 
 TEST(LasFormat, theSixtyFourBitCountHoldsUnlessItIsZero) {

@@ -197,6 +197,41 @@ TEST_F(LasWriterTest, aHoleBeforeNoPointsIsAsLongAsTheHeaderSays) {
   EXPECT_EQ(contentOf(_path)[227], 7);
 }
 
+TEST_F(LasWriterTest, whatComesBehindThePointsFollowsThem) {
+  LasHeader header = headerOf(6, 4);
+  header.pointDataOffsetBytes = 400;
+  for (const std::size_t points : {0U, 3U}) {
+    LasWriter writer(_path, header, {});
+    for (std::size_t point = 0; point < points; ++point) writer.append(record(header, 1, 2, 3, 1).data(), 1);
+    const std::vector<unsigned char> behind = {9, 8, 7};
+    writer.appendBehindPoints(behind.data(), 2);
+    writer.appendBehindPoints(behind.data() + 2, 1);
+    LasHeader last = writer.header();
+    last.extendedRecordsOffsetBytes = 400 + 30 * points;
+    writer.finish(last);
+    const std::vector<unsigned char> bytes = contentOf(_path);
+    ASSERT_EQ(bytes.size(), 400 + 30 * points + 3);
+    EXPECT_TRUE(std::equal(behind.begin(), behind.end(), bytes.end() - 3));
+    EXPECT_EQ(written().extendedRecordsOffsetBytes, 400 + 30 * points);
+    EXPECT_EQ(written().extendedPointCount, points);
+  }
+}
+
+TEST_F(LasWriterTest, furtherBytesOfALongHeaderAreKept) {
+  LasHeader header = headerOf(1, 2);
+  header.headerLengthBytes = 230;
+  header.furtherBytes = {1, 2, 3};
+  LasWriter(_path, header, {}).finish();
+  EXPECT_THAT(written().furtherBytes, ElementsAre(1, 2, 3));
+  EXPECT_EQ(contentOf(_path)[229], 3);
+}
+
+TEST_F(LasWriterTest, whatItDidNotMakeItDoesNotRemove) {
+  fs::create_directory(_folder / "out.las.part");
+  EXPECT_THAT(messageOf([&] { LasWriter writer(_path, headerOf(0, 2), {}); }), HasSubstr(_path));
+  EXPECT_THAT(namesInFolder(), ElementsAre("out.las.part"));
+}
+
 TEST_F(LasWriterTest, withoutFinishNothingIsLeft) {
   const LasHeader header = headerOf(0, 2);
   {

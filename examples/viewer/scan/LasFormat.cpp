@@ -128,7 +128,10 @@ LasHeader LasHeader::parse(const unsigned char* bytes, std::size_t size) {
   };
   const std::size_t common = std::min<std::size_t>(size, lasHeaderLengthBytes(0));
   readUpTo(common);
-  readUpTo(std::min<std::size_t>(size, lasHeaderLengthBytes(header.versionMinor)));
+  const std::size_t fieldsEnd = lasHeaderLengthBytes(header.versionMinor);
+  readUpTo(std::min(size, fieldsEnd));
+  const std::size_t end = std::min<std::size_t>(size, header.headerLengthBytes);
+  if (end > fieldsEnd) header.furtherBytes.assign(bytes + fieldsEnd, bytes + end);
   return header;
 }
 
@@ -140,11 +143,26 @@ std::vector<unsigned char> LasHeader::write() const {
       storeLittle(this->*field.member, bytes.data() + field.offset);
     }
   });
+  std::copy_n(furtherBytes.begin(), std::min(furtherBytes.size(), bytes.size() - versionLength),
+              bytes.begin() + versionLength);
   return bytes;
 }
 
 std::uint64_t LasHeader::pointCount() const {
   return extendedPointCount != 0 ? extendedPointCount : legacyPointCount;
+}
+
+LasRecordHead LasRecordHead::parse(const unsigned char* bytes, bool extended) {
+  LasRecordHead head;
+  loadLittle(bytes + 2, head.userId);
+  loadLittle(bytes + 18, head.recordId);
+  head.contentBytes = extended ? loadLittle<std::uint64_t>(bytes + 20) : loadLittle<std::uint16_t>(bytes + 20);
+  return head;
+}
+
+bool LasRecordHead::is(std::string_view user, std::uint16_t record) const {
+  const auto end = std::find(userId.begin(), userId.end(), '\0');
+  return recordId == record && std::equal(userId.begin(), end, user.begin(), user.end());
 }
 
 const RecordLayout* RecordLayout::of(unsigned format) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <vector>
@@ -46,11 +47,13 @@ struct LasHeader {
   std::uint32_t extendedRecordCount = 0;
   std::uint64_t extendedPointCount = 0;
   std::array<std::uint64_t, 15> extendedPointsByReturn{};
+  std::vector<unsigned char> furtherBytes;  ///< what a header longer than its version's holds behind all fields
 
-  /// Reads the fields that lie within `size` bytes and that the version stated there has; the others stay 0.
+  /// Reads the fields that lie within `size` bytes and that the version stated there has; the others stay 0. Further
+  /// bytes are read as far as they are there.
   static LasHeader parse(const unsigned char* bytes, std::size_t size);
 
-  /// `headerLengthBytes` bytes, at least what the version needs; bytes beyond the version's fields are 0.
+  /// `headerLengthBytes` bytes, at least what the version needs; where further bytes are missing they are 0.
   std::vector<unsigned char> write() const;
 
   /// The count that holds: 1.4 keeps it in 64 bits and leaves the older field 0 where that is too small or forbidden,
@@ -115,6 +118,25 @@ std::string lasHeaderPlace(T LasHeader::*member) {
   std::apply([&](const auto&... field) { (compare(field), ...); }, kLasHeaderFields);
   return place;
 }
+
+/// What a variable length record begins with, extended or not.
+struct LasRecordHead {
+  static constexpr std::size_t kBytes = 54;
+  static constexpr std::size_t kExtendedBytes = 60;  ///< behind the points, where a length has 64 bits
+
+  std::array<char, 16> userId{};
+  std::uint16_t recordId = 0;
+  std::uint64_t contentBytes = 0;  ///< that follow the head
+
+  /// Reads `kBytes` or `kExtendedBytes` bytes.
+  static LasRecordHead parse(const unsigned char* bytes, bool extended);
+
+  bool is(std::string_view user, std::uint16_t record) const;
+};
+
+/// The variable length record that tells how points are compressed.
+inline constexpr std::string_view kCompressionUserId = "laszip encoded";
+inline constexpr std::uint16_t kCompressionRecordId = 22204;
 
 /// One point as its record holds it.
 struct LasPoint {

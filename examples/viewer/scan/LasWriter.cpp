@@ -17,7 +17,7 @@ constexpr std::uint64_t kLegacyMost = std::numeric_limits<std::uint32_t>::max();
 }  // namespace
 
 LasWriter::LasWriter(std::string path, const LasHeader& header, const std::vector<unsigned char>& variableRecords)
-    : _path(std::move(path)), _part(_path + ".part"), _header(header) {
+    : _path(std::move(path)), _part(partPath(_path)), _header(header) {
   const RecordLayout* layout = RecordLayout::of(header.pointFormat);
   if (!layout || header.recordLengthBytes < layout->lengthBytes) _fail("no such point format");
   _returnMask = (1U << layout->returnBits) - 1U;
@@ -34,14 +34,16 @@ LasWriter::LasWriter(std::string path, const LasHeader& header, const std::vecto
   errno = 0;
   _file.open(_part.path(), std::ios::binary | std::ios::trunc);
   if (!_file) _failBySystem();
+  _part.opened();
   const std::vector<unsigned char> room(_header.headerLengthBytes);
   _write(room.data(), room.size());
   _write(variableRecords.data(), variableRecords.size());
-  _file.seekp(static_cast<std::streamoff>(_header.pointDataOffsetBytes));
+  _seek(_header.pointDataOffsetBytes);
+  _endOffsetBytes = _header.pointDataOffsetBytes;
 }
 
 LasWriter::PartFile::~PartFile() {
-  if (_path.empty()) return;
+  if (!_present) return;
   std::error_code ignored;
   std::filesystem::remove(_path, ignored);
 }
@@ -51,7 +53,12 @@ void LasWriter::append(const unsigned char* records, std::size_t count) {
     _fail("before version 1.4 a file holds at most " + std::to_string(kLegacyMost) + " points");
   }
   for (std::size_t record = 0; record < count; ++record) _count(records + record * _header.recordLengthBytes);
-  _write(records, count * _header.recordLengthBytes);
+  _writeAtEnd(records, count * _header.recordLengthBytes);
+}
+
+void LasWriter::_writeAtEnd(const unsigned char* bytes, std::size_t count) {
+  _write(bytes, count);
+  _endOffsetBytes += count;
 }
 
 void LasWriter::_count(const unsigned char* record) {
@@ -97,18 +104,25 @@ LasHeader LasWriter::header() const {
 }
 
 void LasWriter::finish(const LasHeader& header) {
-  _file.seekp(0);
+  _seek(0);
   const std::vector<unsigned char> bytes = header.write();
   _write(bytes.data(), bytes.size());
   errno = 0;
   _file.close();
   if (!_file) _failBySystem();
   std::error_code error;
-  // A hole with no points behind it is still as long as the header says.
-  if (_pointCount == 0) std::filesystem::resize_file(_part.path(), _header.pointDataOffsetBytes, error);
+  // A hole with nothing behind it is still as long as the header says.
+  if (_pointCount == 0) std::filesystem::resize_file(_part.path(), _endOffsetBytes, error);
   if (!error) std::filesystem::rename(_part.path(), _path, error);
   if (error) _fail(error.message());
   _part.renamed();
+}
+
+// Seeking writes what the stream still holds.
+void LasWriter::_seek(std::uint64_t offset) {
+  errno = 0;
+  _file.seekp(static_cast<std::streamoff>(offset));
+  if (!_file) _failBySystem();
 }
 
 void LasWriter::_write(const unsigned char* bytes, std::size_t count) {

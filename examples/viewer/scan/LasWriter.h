@@ -33,11 +33,18 @@ class LasWriter {
   /// Keeps the header's version, format, record length, scale, offset, texts and identifiers, so that records copied
   /// from another file with its header keep their meaning. `variableRecords` is what stands between header and points,
   /// `header.variableRecordCount` of them. A greater `pointDataOffsetBytes` than needed leaves a hole before the
-  /// points. What another file holds behind its points is not carried over; the header's references to it are cleared.
+  /// points. The header's references to what another file holds behind its points are cleared: see
+  /// `appendBehindPoints`.
   LasWriter(std::string path, const LasHeader& header, const std::vector<unsigned char>& variableRecords);
+
+  /// The name under which the file that gets a path grows.
+  static std::string partPath(const std::string& path) { return path + ".part"; }
 
   /// `count` records of `header.recordLengthBytes` each.
   void append(const unsigned char* records, std::size_t count);
+
+  /// Any bytes behind the points; no points may follow. The header given to `finish` must tell of them.
+  void appendBehindPoints(const unsigned char* bytes, std::size_t count) { _writeAtEnd(bytes, count); }
 
   /// The header as it is right for the points so far: counts in all and by return, bounds.
   LasHeader header() const;
@@ -48,7 +55,7 @@ class LasWriter {
   void finish(const LasHeader& header);
 
  private:
-  /// The growing file, taken away with the writer unless it has been given its final name.
+  /// The growing file, taken away with the writer once it has been opened, unless it has been given its final name.
   class PartFile {
    public:
     explicit PartFile(std::string path) : _path(std::move(path)) {}
@@ -57,13 +64,17 @@ class LasWriter {
     PartFile& operator=(const PartFile&) = delete;
 
     const std::string& path() const { return _path; }
-    void renamed() { _path.clear(); }
+    void opened() { _present = true; }
+    void renamed() { _present = false; }
 
    private:
     std::string _path;
+    bool _present = false;
   };
 
+  void _seek(std::uint64_t offset);
   void _write(const unsigned char* bytes, std::size_t count);
+  void _writeAtEnd(const unsigned char* bytes, std::size_t count);
   void _count(const unsigned char* record);
   void _setCounts(LasHeader& header) const;
   [[noreturn]] void _fail(const std::string& reason) const;
@@ -75,6 +86,7 @@ class LasWriter {
   LasHeader _header;
   unsigned _returnMask = 0;
   std::uint64_t _pointCount = 0;
+  std::uint64_t _endOffsetBytes = 0;
   std::array<std::uint64_t, 16> _byReturn{};  // at the return's number
   std::array<std::int32_t, 3> _least{};
   std::array<std::int32_t, 3> _greatest{};

@@ -4,15 +4,10 @@
 
 #include <algorithm>
 #include <limits>
-#include <string_view>
 
 namespace QuorViewer {
 
 namespace {
-
-constexpr std::uint64_t kRecordHeaderBytes = 54;  // of a variable length record
-constexpr std::uint16_t kCompressionRecordId = 22204;
-constexpr std::string_view kCompressionUserId = "laszip encoded";
 
 constexpr std::size_t kCompressionFixedBytes = 34;
 constexpr std::size_t kItemBytes = 6;
@@ -78,19 +73,20 @@ class LazCheck {
   void _findCompressionRecord() {
     std::uint64_t at = _las.header.headerLengthBytes;
     for (std::uint32_t record = 0; record < _las.header.variableRecordCount; ++record) {
-      std::array<unsigned char, kRecordHeaderBytes> bytes{};
+      std::array<unsigned char, LasRecordHead::kBytes> bytes{};
       if (_pointsBegin() - at < bytes.size()) {
         _failRecords(record);
       }
       _file.read(at, bytes.data(), bytes.size());
       at += bytes.size();
-      const auto length = loadLittle<std::uint16_t>(bytes.data() + 20);
+      const LasRecordHead head = LasRecordHead::parse(bytes.data(), false);
+      const std::uint64_t length = head.contentBytes;
       if (_pointsBegin() - at < length) {
         _fail(
             "a variable length record reaches into the points", at - 34, "record length after header",
             text(length) + " bytes stated, " + text(_pointsBegin() - at) + " left before byte " + text(_pointsBegin()));
       }
-      _keepIfCompression(bytes, at, length);
+      _keepIfCompression(head, at);
       at += length;
     }
     if (_record.empty()) {
@@ -105,15 +101,13 @@ class LazCheck {
                       " stated, " + text(held) + " found before byte " + text(_pointsBegin()));
   }
 
-  void _keepIfCompression(const std::array<unsigned char, kRecordHeaderBytes>& header, std::uint64_t at,
-                          std::uint16_t length) {
-    const char* userId = reinterpret_cast<const char*>(header.data() + 2);
-    if (loadLittle<std::uint16_t>(header.data() + 18) != kCompressionRecordId ||
-        !std::equal(kCompressionUserId.begin(), kCompressionUserId.end(), userId)) {
+  void _keepIfCompression(const LasRecordHead& head, std::uint64_t at) {
+    const auto length = static_cast<std::size_t>(head.contentBytes);
+    if (!head.is(kCompressionUserId, kCompressionRecordId)) {
       return;
     }
     if (!_record.empty()) {
-      _fail("a second record on compression contradicts the first", at - kRecordHeaderBytes, "user ID",
+      _fail("a second record on compression contradicts the first", at - LasRecordHead::kBytes, "user ID",
             "\"laszip encoded\" twice, once allowed");
     }
     if (length < kCompressionFixedBytes + kItemBytes) {
