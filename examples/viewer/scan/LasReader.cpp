@@ -1,6 +1,7 @@
 #include "LasReader.h"
 
 #include "ChunkBuilder.h"
+#include "LasFrame.h"
 #include "ScanSample.h"
 
 #include <algorithm>
@@ -35,14 +36,29 @@ class LasReader : public ScanReader {
   osg::Vec3d coordinates(std::uint64_t point) override {
     requirePoints(_info, point, 1);
     osg::Vec3d exact;
-    _forEachBlock(point, 1, [&](const unsigned char* record, std::size_t) {
-      const RawPoint raw = readRecord<false, false>(record, 0);
-      exact = lasCoordinates(_las.header, raw.x, raw.y, raw.z);
-    });
+    _forEachBlock(point, 1, [&](const unsigned char* record, std::size_t) { exact = _coordinatesIn(record); });
     return exact;
   }
 
+  LasFrame lasFrame() override { return readLasFrame(_file, _las); }
+
+  void readInside(std::uint64_t first, std::uint32_t count, const InsideTest& inside,
+                  std::vector<unsigned char>& records) override {
+    requirePoints(_info, first, count);
+    const std::size_t stride = _las.header.recordLengthBytes;
+    _forEachBlock(first, count, [&](const unsigned char* block, std::size_t held) {
+      for (const unsigned char* record = block; record != block + held * stride; record += stride) {
+        if (inside(_coordinatesIn(record))) records.insert(records.end(), record, record + stride);
+      }
+    });
+  }
+
  private:
+  osg::Vec3d _coordinatesIn(const unsigned char* record) const {
+    return lasCoordinates(_las.header, loadLittle<std::int32_t>(record), loadLittle<std::int32_t>(record + 4),
+                          loadLittle<std::int32_t>(record + 8));
+  }
+
   /// Calls `visit(records, their number)` until all are through. The offset cannot overflow: the file holds the points.
   template <typename Visitor>
   void _forEachBlock(std::uint64_t first, std::size_t count, const Visitor& visit) {

@@ -5,9 +5,11 @@
 #include <osg/Vec3d>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace QuorViewer {
 
@@ -41,6 +43,11 @@ struct ScanInfo {
   bool localOnly = false;          ///< the format holds single-precision coordinates, so georeference is lost
 };
 
+struct LasFrame;
+
+/// Tells whether a point is inside, by its coordinates exactly as the file states them.
+using InsideTest = std::function<bool(const osg::Vec3d& coordinates)>;
+
 /// Reads one scan. One thread at a time.
 class ScanReader {
  public:
@@ -58,6 +65,16 @@ class ScanReader {
 
   /// The coordinates of one point exactly as the file states them. Throws ScanError.
   virtual osg::Vec3d coordinates(std::uint64_t point) = 0;
+
+  /// The LAS file that this scan's points fit in: of LAS and LAZ their own, of others one of LAS 1.2, point format 0,
+  /// or 2 where there is colour, with the finest decimal grid about `origin` that holds all points. Throws ScanError.
+  virtual LasFrame lasFrame() = 0;
+
+  /// Appends to `records` the point records, as they fit into `lasFrame`, of those among the `count` points from
+  /// `first` on that are inside, in their order. Of LAS and LAZ they are the file's own, byte for byte; a point of
+  /// others whose coordinates are no finite numbers is never inside. Throws ScanError.
+  virtual void readInside(std::uint64_t first, std::uint32_t count, const InsideTest& inside,
+                          std::vector<unsigned char>& records) = 0;
 };
 
 }  // namespace QuorViewer

@@ -1,5 +1,6 @@
 #include "VertexReader.h"
 
+#include "LasFrame.h"
 #include "LasReader.h"
 #include "ScanSample.h"
 
@@ -8,8 +9,11 @@
 #include <osgDB/Registry>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <limits>
 #include <mutex>
+#include <string_view>
 
 namespace QuorViewer {
 
@@ -33,6 +37,21 @@ osg::Vec4ub colourAt(const osg::Array* colours, std::size_t index) {
     return {toByte(colour.r()), toByte(colour.g()), toByte(colour.b()), 255};
   }
   return {255, 255, 255, 255};
+}
+
+/// The finest power of ten whose multiples an integer of 32 bits can count up to `reach`.
+double gridStep(double reach) {
+  constexpr double most = std::numeric_limits<std::int32_t>::max();
+  if (reach == 0) {
+    return 1;
+  }
+  const double exponent = std::ceil(std::log10(reach / most));
+  const double step = std::pow(10.0, exponent);
+  return std::round(reach / step) <= most ? step : std::pow(10.0, exponent + 1);
+}
+
+std::int32_t stepsIn(double distance, double step) {
+  return static_cast<std::int32_t>(std::lround(distance / step));
 }
 
 struct Vertices {
@@ -106,6 +125,7 @@ class VertexReader : public ScanReader {
     _info.pointCount = found.count;
     _info.origin = _origin();
     _info.localOnly = true;
+    _setGrid();
     _info.hasColour = found.coloured && _anyBright();
   }
 
@@ -136,7 +156,50 @@ class VertexReader : public ScanReader {
     return _vertices.positions[static_cast<std::size_t>(point)];
   }
 
+  LasFrame lasFrame() override {
+    constexpr std::string_view software = "quor_viewer";
+    LasFrame frame;
+    LasHeader& header = frame.header;
+    header.versionMinor = 2;
+    header.headerLengthBytes = lasHeaderLengthBytes(2);
+    header.pointDataOffsetBytes = header.headerLengthBytes;
+    header.pointFormat = _layout().format;
+    header.recordLengthBytes = _layout().lengthBytes;
+    std::copy(software.begin(), software.end(), header.generatingSoftware.begin());
+    header.scale = _gridSteps;
+    header.offset = {_info.origin.x(), _info.origin.y(), _info.origin.z()};
+    return frame;
+  }
+
+  void readInside(std::uint64_t first, std::uint32_t count, const InsideTest& inside,
+                  std::vector<unsigned char>& records) override {
+    requirePoints(_info, first, count);
+    for (std::uint64_t point = first; point < first + count; ++point) {
+      const osg::Vec3f& position = _vertices.positions[static_cast<std::size_t>(point)];
+      if (isFinite(position) && inside(position)) {
+        _appendRecord(static_cast<std::size_t>(point), records);
+      }
+    }
+  }
+
  private:
+  const RecordLayout& _layout() const { return *RecordLayout::of(_info.hasColour ? 2 : 0); }
+
+  void _appendRecord(std::size_t index, std::vector<unsigned char>& records) const {
+    const osg::Vec3d position = osg::Vec3d(_vertices.positions[index]) - _info.origin;
+    const osg::Vec4ub& colour = _vertices.colours[index];
+    LasPoint point;
+    point.x = stepsIn(position.x(), _gridSteps[0]);
+    point.y = stepsIn(position.y(), _gridSteps[1]);
+    point.z = stepsIn(position.z(), _gridSteps[2]);
+    point.returnNumber = point.returnCount = 1;
+    for (unsigned channel = 0; channel < 3; ++channel) {
+      point.colour[channel] = static_cast<std::uint16_t>(colour[channel] * 257);  // 255 becomes 65535
+    }
+    records.resize(records.size() + _layout().lengthBytes);
+    _layout().encode(point, records.data() + records.size() - _layout().lengthBytes);
+  }
+
   bool _anyBright() const {
     return std::any_of(_vertices.colours.begin(), _vertices.colours.end(),
                        [](const osg::Vec4ub& colour) { return colour.r() != 0 || colour.g() != 0 || colour.b() != 0; });
@@ -161,8 +224,19 @@ class VertexReader : public ScanReader {
     return origin;
   }
 
+  void _setGrid() {
+    osg::Vec3d reach;
+    for (const osg::Vec3f& position : _vertices.positions) {
+      for (int axis = 0; isFinite(position) && axis < 3; ++axis) {
+        reach[axis] = std::max(reach[axis], std::abs(position[axis] - _info.origin[axis]));
+      }
+    }
+    _gridSteps = {gridStep(reach.x()), gridStep(reach.y()), gridStep(reach.z())};
+  }
+
   Vertices _vertices;
   ScanInfo _info;
+  std::array<double, 3> _gridSteps{};  // of the LAS file that the points fit in
 };
 
 }  // namespace
