@@ -4,6 +4,8 @@
 #include <osg/LightSource>
 #include <osgGA/EventVisitor>
 
+#include <initializer_list>
+
 namespace QuorOsgUtils {
 
 namespace {
@@ -57,17 +59,18 @@ BoxCutterDragger::BoxCutterDragger(osg::BoundingBoxf box, osg::ref_ptr<osg::Clip
   BoxCutterDragger::setupDefaultGeometry();
   setType(CUTTER_SCALE, 0);
   osg::StateSet& state = *getOrCreateStateSet();
-  for (const GLenum mode : {GL_DEPTH_TEST, GL_LIGHTING, GL_RESCALE_NORMAL}) {
+  for (const GLenum mode : std::initializer_list<GLenum>{GL_DEPTH_TEST, GL_LIGHTING, GL_RESCALE_NORMAL}) {
     state.setMode(mode, osg::StateAttribute::ON | osg::StateAttribute::PROTECTED);
   }
   state.setMode(GL_BLEND, osg::StateAttribute::ON);
   addChild(createLight(_box));
 }
 
+// The base is initialised here, not sliced: NOLINTNEXTLINE(cppcoreguidelines-slicing)
 BoxCutterDragger::BoxCutterDragger(const BoxCutterDragger& other) = default;
 
-// The base can only be copied, and copying allocates.
-// NOLINTNEXTLINE(performance-noexcept-move-constructor)
+// As above; and the base can only be copied, which allocates.
+// NOLINTNEXTLINE(cppcoreguidelines-slicing,performance-noexcept-move-constructor)
 BoxCutterDragger::BoxCutterDragger(BoxCutterDragger&& other) = default;
 
 BoxCutterDragger::~BoxCutterDragger() = default;
