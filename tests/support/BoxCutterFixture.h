@@ -1,0 +1,172 @@
+#pragma once
+
+#include "support/DragOracle.h"
+#include "support/ExposedBoxCutter.h"
+
+#include <osg/Camera>
+#include <osg/ClipNode>
+#include <osg/Group>
+#include <osgGA/GUIEventAdapter>
+#include <osgViewer/Viewer>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace QuorTests {
+
+/// With the dispatch of a press or drag to the handles open too.
+class OpenBoxCutter : public ExposedBoxCutter {
+ public:
+  using BoxCutterDragger::handle;
+  using ExposedBoxCutter::ExposedBoxCutter;
+};
+
+/// A viewer that counts the redraws asked of it.
+class CountingViewer : public osgViewer::Viewer {
+ public:
+  void requestRedraw() override { ++redraws; }
+
+  int redraws = 0;
+};
+
+/// The box's faces in the order of a press, with the place of their extents in `BoxCutterFixture::extents`.
+struct FaceName {
+  const char* text;
+  std::size_t axis;
+  bool upper;
+};
+constexpr std::array<FaceName, 6> kFaceNames = {{{"left", 0, false},
+                                                 {"right", 0, true},
+                                                 {"front", 1, false},
+                                                 {"back", 1, true},
+                                                 {"bottom", 2, false},
+                                                 {"top", 2, true}}};
+
+/// Whether in perspective, the direction from the box to the eye, whether the box is turned and moved.
+using Outlook = std::tuple<bool, osg::Vec3d, bool>;
+
+/// A clip box of 4 x 6 x 5.5 units in a scene of a viewer of kWidth x kHeight pixels without a graphics context. Real
+/// events go through the box's public `handle`; positions are pixels from the bottom left. Where a point is seen, and
+/// along which line, is told by the fixture's own arithmetic, not by the camera's matrices.
+class BoxCutterFixture : public ::testing::Test {
+ protected:
+  using Event = osgGA::GUIEventAdapter;
+  using Cutter = QuorOsgUtils::BoxCutterDragger;
+
+  static constexpr int kWidth = 800;
+  static constexpr int kHeight = 600;
+  static constexpr int kLeft = Event::LEFT_MOUSE_BUTTON;
+  static constexpr int kMiddle = Event::MIDDLE_MOUSE_BUTTON;
+  static constexpr int kRight = Event::RIGHT_MOUSE_BUTTON;
+  static constexpr int kAllAxes = 7;
+  static constexpr std::size_t kRightFace = 1;
+
+  BoxCutterFixture();
+
+  osg::Camera& viewCamera() { return *_viewer->getCamera(); }
+
+  void usePerspective(double fieldDegrees = 60.0);
+  /// `height` world units high.
+  void useOrthographic(double height = 28.0);
+  void lookAt(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up = osg::Vec3d(0.0, 0.0, 1.0));
+  /// Looks at the box's centre from a distance in a direction of the world.
+  void lookAtBoxFrom(const osg::Vec3d& direction, double distance = 25.0);
+
+  /// A group between the scene and the box with its clip node; positions of the box are told through `matrix`.
+  void putBelow(osg::Group& parent, const osg::Matrixd& matrix);
+  /// A camera of the host's own in the scene, which takes over the view of the box.
+  osg::Camera& putBelowNestedCamera();
+  /// Turns and moves the box's own node.
+  void placeBox();
+
+  void take(const Outlook& outlook);
+
+  /// What drawing a frame does to the handles: they take their size on the screen.
+  void settleHandles();
+
+  osg::Vec2d toWindow(const osg::Vec3d& world) const;
+  Line sightLine(const osg::Vec2d& window) const;
+  osg::Vec3d towardsEye() const { return _back; }
+  double worldPerPixel(const osg::Vec3d& world) const;
+
+  osg::Vec3d toWorld(const osg::Vec3d& local) const { return local * _box->getMatrix() * _parentMatrix; }
+  osg::Vec3d directionToWorld(const osg::Vec3d& local) const { return toWorld(local) - toWorld(osg::Vec3d()); }
+  /// Unit vector of one of the box's axes in the world.
+  osg::Vec3d axisInWorld(std::size_t axis) const;
+  osg::Vec3d centerInWorld() const { return toWorld(osg::Vec3d(_box->_box.center())); }
+  osg::Vec3d faceInWorld(std::size_t face) const;
+  /// The line through the middle of a face out of the box.
+  Line outwards(std::size_t face) const;
+  /// Where the right face's cone takes a press, and a place to drag it to.
+  osg::Vec2d cone() const { return toWindow(faceInWorld(kRightFace)); }
+  osg::Vec2d beyond() const { return cone() + osg::Vec2d(40.0, 20.0); }
+  /// A point of an axis' shaft, at a share of its length from the centre.
+  osg::Vec3d shaftInWorld(std::size_t axis, double share = 0.6) const;
+  /// Shows the handle of one axis alone, so that no other stands before it.
+  void showOnly(Cutter::CutterType type, std::size_t axis) { _box->setType(type, 1 << axis); }
+  /// The circle of a ring's handle as the pointer sees it, from a press at its near side.
+  RingOracle ringOracle(std::size_t axis) const;
+  /// A point of the circle itself, away from the ring's point of touch by an angle about its axis.
+  osg::Vec3d ringInWorld(const RingOracle& ring, double radians) const;
+
+  /// An event that a test may change before it sends it.
+  osg::ref_ptr<Event> makeEvent(Event::EventType type, int button, int buttonMask, const osg::Vec2d& at);
+  bool send(const Event& event) { return _box->handle(event, *_viewer); }
+  /// Left button, after a frame, through the public `handle`.
+  bool push(const osg::Vec2d& at);
+  bool drag(const osg::Vec2d& at);
+  bool release(const osg::Vec2d& at);
+  /// Through the protected `handle`.
+  bool handleAt(QuorOsgUtils::BoxPointerInfo& pointer, Event::EventType type, const osg::Vec2d& at);
+  /// Press, one move, release.
+  void dragFromTo(const osg::Vec2d& from, const osg::Vec2d& to);
+
+  /// min x, max x, min y, max y, min z, max z.
+  std::array<float, 6> extents() const;
+  /// The box's corners in the world.
+  std::vector<osg::Vec3d> cornersInWorld() const;
+  std::vector<osg::Plane> planesInClipNode() const;
+  /// That the corners stand where a matrix has carried the given ones.
+  void expectCornersMoved(const std::vector<osg::Vec3d>& before, const osg::Matrixd& motion, double tolerance) const;
+  /// That no drag is on.
+  void expectIdle() const;
+  /// That the clip node holds the planes of the box's corners where they are now: through four of them each, of unit
+  /// length, the other four inside.
+  void expectPlanesFitBox() const;
+  void expectAllFinite() const;
+
+  float ringLineWidth(std::size_t axis) const;
+  float axisLineWidth(std::size_t axis) const;
+
+  osg::ref_ptr<CountingViewer> _viewer = new CountingViewer;
+  osg::ref_ptr<osg::Group> _scene = new osg::Group;
+  osg::ref_ptr<osg::ClipNode> _clip = new osg::ClipNode;
+  osg::ref_ptr<OpenBoxCutter> _box;
+  /// The camera that sees the box.
+  osg::ref_ptr<osg::Camera> _camera;
+  osg::Matrixd _parentMatrix;
+
+ private:
+  osg::Vec3d _eye, _right, _up, _back;
+  bool _isPerspective = true;
+  /// The tangent of half the field of view, or half the height in world units.
+  double _halfHeight = 0.5;
+  double _time = 1.0;
+};
+
+/// Perspective and orthographic, from four sides, as built and turned.
+inline auto outlooks() {
+  return ::testing::Combine(::testing::Bool(),
+                            ::testing::Values(osg::Vec3d(8.0, -20.0, 9.0), osg::Vec3d(-15.0, -11.0, -7.0),
+                                              osg::Vec3d(-9.0, 14.0, 12.0), osg::Vec3d(5.0, 4.0, 20.0)),
+                            ::testing::Bool());
+}
+
+/// Of an outlook among a test's parameters.
+std::string outlookName(const ::testing::TestParamInfo<Outlook>& info);
+
+}  // namespace QuorTests
