@@ -34,6 +34,14 @@ TEST(ArgumentsTest, filesAndOptionsMayStandInAnyOrder) {
   EXPECT_EQ(parsed.screenshotFile, "p.png");
 }
 
+TEST(ArgumentsTest, aClipBoxIsSixNumbersInTheScansCoordinates) {
+  EXPECT_FALSE(parseArguments({}).clip.has_value());
+  const Arguments parsed = parseArguments({"--clip", " 2230738.84 -7.5 1e2  2230739.34 0 100.5 "});
+  ASSERT_TRUE(parsed.clip.has_value());
+  EXPECT_EQ(parsed.clip->_min, osg::Vec3d(2230738.84, -7.5, 100.0));
+  EXPECT_EQ(parsed.clip->_max, osg::Vec3d(2230739.34, 0.0, 100.5));
+}
+
 struct BadLine {
   std::vector<std::string> arguments;
   std::string complaint;
@@ -58,12 +66,18 @@ INSTANTIATE_TEST_SUITE_P(
                     BadLine{{"--size", "99999999999x600"}, "--size"}, BadLine{{"--size", "-800x600"}, "--size"},
                     BadLine{{"--colour-by", "smell"}, "'smell'"}, BadLine{{"--point-size", "0"}, "'0'"},
                     BadLine{{"--point-size", "33"}, "'33'"}, BadLine{{"--point-size", "3px"}, "'3px'"},
+                    BadLine{{"--clip"}, "--clip wants"}, BadLine{{"--clip", "0 0 0 1 1"}, "'0 0 0 1 1'"},
+                    BadLine{{"--clip", "0 0 0 1 1 1 1"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 z"}, "'0 0 0 1 1 z'"},
+                    BadLine{{"--clip", "0,0,0,1,1,1"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1m 1"}, "--clip"},
+                    BadLine{{"--clip", "0 0 0 1 0 1"}, "above"}, BadLine{{"--clip", "1 0 0 0 1 1"}, "--clip"},
+                    BadLine{{"--clip", "0 0 0 1 1 nan"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 inf"}, "--clip"},
+                    BadLine{{"--clip", "0 0 0 1 1 1e300"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 0.4999"}, "0.5"},
                     BadLine{{"--tour"}, "--tour wants"}, BadLine{{"--screenshot", ""}, "--screenshot wants"}));
 
 TEST(ArgumentsTest, theHelpNamesEveryOption) {
   const std::string help = QuorViewer::usage();
-  for (const char* option : {"--colour-by", "--point-size", "--ortho", "--size", "--screenshot", "--tour", "--verbose",
-                             "--help", "--version"}) {
+  for (const char* option : {"--colour-by", "--point-size", "--clip", "--ortho", "--size", "--screenshot", "--tour",
+                             "--verbose", "--help", "--version"}) {
     EXPECT_THAT(help, testing::HasSubstr(option));
   }
 }

@@ -1,127 +1,16 @@
-#include "DisplayConnection.h"
-#include "Scene.h"
-#include "Screenshot.h"
-#include "ViewControl.h"
-#include "Window.h"
-#include "support/CaptureContext.h"
-
-#include <QuorOsgUtils/SPointCloudManipulator.h>
+#include "SceneFixture.h"
 
 #include <osg/ShapeDrawable>
-#include <osgDB/ReadFile>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <memory>
 
 namespace {
 
+using namespace QuorTests;
 using namespace QuorViewer;
 
-constexpr int kWidth = 640;
-constexpr int kHeight = 480;
-constexpr int kColumns = 8;
-constexpr int kRows = 6;
-constexpr double kSpacing = 10.0;
-constexpr float kPointPixels = 9.0F;
-constexpr std::uint64_t kFirstPoint = 0xFFFFFFF0ULL;  // the chunk's indices cross the 32-bit border
-
-osg::Vec3f placeOf(int point) {
-  const int column = point % kColumns;
-  const int row = point / kColumns;
-  return {static_cast<float>(column * kSpacing), static_cast<float>(row * kSpacing), static_cast<float>(column + row)};
-}
-
-PointChunk createChunk() {
-  PointChunk chunk;
-  chunk.firstPoint = kFirstPoint;
-  chunk.positions = new osg::Vec3Array;
-  chunk.colours = new osg::Vec4ubArray;
-  chunk.intensities = new osg::UShortArray;
-  chunk.classesReturns = new osg::Vec2ubArray;
-  for (int point = 0; point < kColumns * kRows; ++point) {
-    const auto byte = static_cast<unsigned char>(point);
-    chunk.positions->push_back(placeOf(point));
-    chunk.colours->push_back(osg::Vec4ub(200, 100, byte, 255));
-    chunk.intensities->push_back(static_cast<unsigned short>(60000 + point));
-    chunk.classesReturns->push_back(
-        osg::Vec2ub(static_cast<unsigned char>(200 + point), static_cast<unsigned char>((point % 8) | (15 << 4))));
-    chunk.bounds.expandBy(placeOf(point));
-  }
-  return chunk;
-}
-
-// The captured identifiers and values, as one comparable whole.
-struct Captured {
-  std::vector<unsigned int> identifiers;
-  std::vector<float> positions;
-  std::vector<float> values;
-  std::vector<int> codes;
-
-  bool operator==(const Captured& other) const {
-    return identifiers == other.identifiers && positions == other.positions && values == other.values &&
-           codes == other.codes;
-  }
-};
-
-class SceneGLTest : public testing::Test {
+class SceneGLTest : public SceneFixture {
  protected:
-  void SetUp() override {
-    _viewer = new osgViewer::Viewer;
-    _manipulator = new QuorOsgUtils::SPointCloudManipulator(_viewer);
-    _scene = std::make_unique<Scene>(*_viewer, Hud::HelpRows{{"A", "what A does"}});
-    _view = std::make_unique<ViewControl>(*_viewer->getCamera(), *_manipulator);
-    if (!QuorTests::holdDisplay()) {
-      GTEST_SKIP() << "there is no display";
-    }
-    // An open context keeps the driver loaded; a leak checker could not tell an unloaded driver's memory from ours.
-    static const auto* const keepsDriverLoaded = new QuorTests::CaptureContext(8, 8);
-    ASSERT_NE(keepsDriverLoaded, nullptr);
-    openWindow(*_viewer, kWidth, kHeight, "scene test");
-    _viewer->setCameraManipulator(_manipulator);
-    const PointChunk chunk = createChunk();
-    _scene->cloud.add(1, chunk);
-    _scene->cloud.setPointSizePixels(kPointPixels);
-    _scene->hud.resize(kWidth, kHeight);
-    _view->setContent({chunk.bounds._min, chunk.bounds._max}, chunk.positions->asVector());
-    _view->home();
-    draw();
-  }
-
-  // Twice, so that what one frame leaves behind in the state shows in the other.
-  void draw() {
-    _viewer->frame();
-    _viewer->frame();
-  }
-
-  QuorOsgUtils::ScreenCaptureTool::FrameBuffer& frame() { return _scene->target.tool().getFrameBuffer(); }
-
-  Captured captured() {
-    return {frame().getItemIDBuffer(), frame().getItemFloatBuffer(), frame().getPCFloatBuffer(),
-            frame().getPCUIntBuffer()};
-  }
-
-  int width() {
-    int x = 0, y = 0, frameWidth = 0, frameHeight = 0;
-    frame().getViewPort(x, y, frameWidth, frameHeight);
-    return frameWidth;
-  }
-
-  int height() { return static_cast<int>(frame().getDepthBuffer().size()) / std::max(width(), 1); }
-
-  // The pixel on which a point's middle falls, by the captured matrices.
-  std::size_t pixelOf(const osg::Vec3d& place) {
-    const osg::Vec3d device = place * frame().getViewMatrix() * frame().getProjectionMatrix();
-    const int x = static_cast<int>(std::floor((device.x() + 1.0) * 0.5 * width()));
-    const int y = static_cast<int>(std::floor((device.y() + 1.0) * 0.5 * height()));
-    EXPECT_TRUE(x >= 0 && x < width() && y >= 0 && y < height());
-    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) + static_cast<std::size_t>(x);
-  }
-
   void expectEveryPointIsCaptured() {
     for (int point = 0; point < kColumns * kRows; ++point) {
       SCOPED_TRACE(point);
@@ -144,42 +33,6 @@ class SceneGLTest : public testing::Test {
       EXPECT_EQ(codes[3], 15);
     }
   }
-
-  // A pixel's captured depth, led back through the captured matrices, must meet the point that the pixel shows: along
-  // the view to a fraction of the spacing, across it within the point's radius in pixels.
-  void expectDepthsMeetPositions() {
-    const osg::Matrixd toDevice = frame().getViewMatrix() * frame().getProjectionMatrix();
-    for (int point = 0; point < kColumns * kRows; ++point) {
-      const osg::Vec3d place = placeOf(point);
-      const std::size_t pixel = pixelOf(place);
-      const osg::Vec3d device = place * toDevice;
-      const double depth = frame().getDepthBuffer()[pixel];
-      const osg::Vec3d met = osg::Vec3d(device.x(), device.y(), depth * 2.0 - 1.0) * osg::Matrixd::inverse(toDevice);
-      EXPECT_LT((met - place).length(), kSpacing * 1e-3) << point;
-    }
-  }
-
-  osg::ref_ptr<osg::Image> picture() {
-    const std::string name = "quor_scene_gl_test_" + std::to_string(getpid()) + ".png";
-    const std::string path = (std::filesystem::temp_directory_path() / name).string();
-    Screenshot screenshot(_scene->target.tool());
-    screenshot.request(path);
-    _viewer->frame();
-    EXPECT_TRUE(screenshot.captured() && screenshot.finish());
-    osg::ref_ptr<osg::Image> image = osgDB::readRefImageFile(path);
-    std::filesystem::remove(path);
-    return image;
-  }
-
-  osg::Vec4 colourAt(osg::Image& image, std::size_t pixel) {
-    return image.getColor(static_cast<unsigned int>(pixel % static_cast<std::size_t>(width())),
-                          static_cast<unsigned int>(pixel / static_cast<std::size_t>(width())));
-  }
-
-  osg::ref_ptr<osgViewer::Viewer> _viewer;
-  osg::ref_ptr<QuorOsgUtils::SPointCloudManipulator> _manipulator;
-  std::unique_ptr<Scene> _scene;
-  std::unique_ptr<ViewControl> _view;
 };
 
 TEST_F(SceneGLTest, everyAttachmentHoldsWhatTheScanSaysOfThePoint) {

@@ -1,148 +1,17 @@
-#include "DisplayConnection.h"
-#include "LasFile.h"
-#include "ViewerProcess.h"
+#include "ViewerFixture.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <memory>
-#include <sstream>
 
 namespace {
 
 using namespace QuorTests;
 using testing::HasSubstr;
 
-constexpr int kRight = 3;
-constexpr int kMiddle = 2;
-constexpr int kLeft = 1;
-constexpr int kWheelUp = 4;
-constexpr int kWheelDown = 5;
-
-constexpr double kOffsetX = 9876543.0;
-constexpr double kOffsetY = 10000000.0;
-constexpr int kSide = 7;
-constexpr int kSpacingSteps = 1000;  // ten metres
-
-std::vector<LasFilePoint> gridPoints() {
-  std::vector<LasFilePoint> points;
-  for (int row = 0; row < kSide; ++row) {
-    for (int column = 0; column < kSide; ++column) {
-      const int number = row * kSide + column;
-      points.push_back({column * kSpacingSteps + number, row * kSpacingSteps - number, number * 7,
-                        static_cast<std::uint16_t>(1000 + number), static_cast<std::uint8_t>(number % 23)});
-    }
-  }
-  return points;
-}
-
-osg::Vec3d coordinatesOf(const LasFilePoint& point) {
-  return {point.x * kLasFileScale + kOffsetX, point.y * kLasFileScale + kOffsetY, point.z * kLasFileScale};
-}
-
-std::string inMetres(double value) {
-  std::ostringstream text;
-  text.precision(2);
-  text << std::fixed << value;
-  return text.str();
-}
-
-struct Pixel {
-  int x = 0;
-  int yFromTop = 0;
-};
-
-class ViewerTest : public testing::Test {
- protected:
-  void SetUp() override {
-    if (!holdDisplay()) {
-      GTEST_SKIP() << "there is no display";
-    }
-    _folder = std::filesystem::temp_directory_path() / ("quor_viewer_test_" + std::to_string(getpid()));
-    std::filesystem::create_directories(_folder);
-  }
-
-  void TearDown() override {
-    _viewer.reset();
-    if (!_folder.empty()) {
-      std::filesystem::remove_all(_folder);
-    }
-  }
-
-  std::string path(const std::string& name) const { return (_folder / name).string(); }
-
-  void start(std::vector<std::string> arguments) { _viewer = std::make_unique<ViewerProcess>(arguments); }
-
-  void showGrid(const std::vector<std::string>& options = {}) {
-    _points = gridPoints();
-    writeLasFile(path("grid.las"), _points, kOffsetX, kOffsetY);
-    std::vector<std::string> arguments = {"--verbose", "--point-size", "9", "--size", "800x600", path("grid.las")};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    start(arguments);
-    ASSERT_TRUE(_viewer->findWindow("quor_viewer: grid.las"));
-    ASSERT_EQ(_viewer->waitForLine("loaded"), "loaded 49 points");
-    _viewer->settle();
-  }
-
-  // Where the reported view says that a point of the file must be seen.
-  Pixel pixelOf(const LasFilePoint& point) const {
-    const ReportedView view = _viewer->view();
-    const osg::Matrixd look = osg::Matrixd::lookAt(osg::Vec3d(), view.direction(), view.up);
-    const osg::Vec3d device = (coordinatesOf(point) - view.eye) * look * view.projection;
-    return {static_cast<int>(std::floor((device.x() + 1.0) * 0.5 * _width)),
-            static_cast<int>(std::floor((1.0 - device.y()) * 0.5 * _height))};
-  }
-
-  std::string clickAt(const Pixel& pixel) {
-    _viewer->movePointer(pixel.x, pixel.yFromTop);
-    _viewer->click(kLeft);
-    return _viewer->waitForLine("picked");
-  }
-
-  void expectClickReports(int number) {
-    SCOPED_TRACE(number);
-    const LasFilePoint& point = _points.at(static_cast<std::size_t>(number));
-    const osg::Vec3d place = coordinatesOf(point);
-    const std::string line = clickAt(pixelOf(point));
-    EXPECT_THAT(line, HasSubstr("picked " + inMetres(place.x()) + " " + inMetres(place.y()) + " " +
-                                inMetres(place.z()) + " class " + std::to_string(number % 23) + " "));
-    EXPECT_THAT(line, HasSubstr(" intensity " + std::to_string(1000 + number) + " "));
-    EXPECT_THAT(line, HasSubstr(" point " + std::to_string(number) + " of grid.las"));
-  }
-
-  // A hand that waits for each picture: the manipulator reads the frame drawn last. The left button moves no view.
-  void waitForTheMove(int button) {
-    if (button == kLeft) {
-      _viewer->settle();
-    } else {
-      EXPECT_NE(_viewer->waitForLine("view", std::chrono::seconds(20)), "");
-    }
-  }
-
-  void drag(int button, Pixel from, Pixel by) {
-    constexpr int kMoves = 8;
-    _viewer->movePointer(from.x, from.yFromTop);
-    _viewer->settle();
-    _viewer->press(button);
-    _viewer->settle();
-    for (int move = 1; move <= kMoves; ++move) {
-      _viewer->movePointer(from.x + by.x * move / kMoves, from.yFromTop + by.yFromTop * move / kMoves);
-      waitForTheMove(button);
-    }
-    _viewer->release(button);
-    _viewer->settle();
-  }
-
-  int _width = 800;
-  int _height = 600;
-  std::filesystem::path _folder;
-  std::vector<LasFilePoint> _points;
-  std::unique_ptr<ViewerProcess> _viewer;
-};
+using ViewerTest = ViewerFixture;
 
 TEST_F(ViewerTest, leftClickReportsTheCoordinatesOfThePointThatIsThere) {
   showGrid();

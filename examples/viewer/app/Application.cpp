@@ -24,11 +24,11 @@ namespace {
 using Key = osgGA::GUIEventAdapter::KeySymbol;
 using namespace std::chrono_literals;
 
-constexpr auto kLoadingBudget = 30ms;
-// While loading, drawing gets a fifth of the time at most, however long a frame of the points so far may take; what the
-// user does is answered at once all the same.
+constexpr auto kWorkBudget = 30ms;
+// While loading or writing, drawing gets a fifth of the time at most, however long a frame of the points so far may
+// take; what the user does is answered at once all the same.
 constexpr auto kProgressInterval = 100ms;
-constexpr int kLoadingPerDrawing = 4;
+constexpr int kWorkPerDrawing = 4;
 constexpr auto kIdle = 4ms;
 // The shares of the points below and above a range: a few stray ones must not squeeze all others into one colour.
 constexpr double kLowShare = 0.003;
@@ -36,11 +36,14 @@ constexpr double kHighShare = 0.997;
 
 Hud::HelpRows helpRows(const std::vector<KeyBinding>& bindings) {
   Hud::HelpRows rows = {{"Left click", "pick a point, measure from the one before"},
+                        {"Left drag", "a handle of the clip box"},
                         {"Right drag", "orbit about the middle of the view"},
                         {"Middle drag", "pan with the point under the pointer"},
                         {"Wheel", "move towards the pointer, or away"}};
   for (const KeyBinding& binding : bindings) {
-    rows.emplace_back(binding.shown, binding.effect);
+    if (!binding.shown.empty()) {
+      rows.emplace_back(binding.shown, binding.effect);
+    }
   }
   rows.emplace_back("F11", "full screen");
   rows.emplace_back("Esc", "quit");
@@ -84,6 +87,7 @@ Application::Application(const Arguments& arguments)
       _manipulator(new QuorOsgUtils::SPointCloudManipulator(_viewer)),
       _bindings(_createBindings()),
       _scene(*_viewer, helpRows(_bindings)),
+      _clip({_scene.clip, _scene.hud, _scans, [this](const std::string& line) { _say(line); }, arguments.verbose}),
       _view(*_viewer->getCamera(), *_manipulator),
       _picker(_scene.target.tool(), _scans),
       _loader(_scans, [this](unsigned int scan, const PointChunk& chunk) { _takeChunk(scan, chunk); }),
@@ -108,12 +112,16 @@ void Application::_setUpViewer() {
   fullScreen->setKeyEventToggleFullscreen(Key::KEY_F11);
   fullScreen->setChangeWindowedResolution(false);
   _viewer->addEventHandler(fullScreen);
+  _viewer->addEventHandler(_clip.createFollower());
 
   _scene.cloud.setColourMode(_arguments.colourMode.value_or(fittingColourMode(_scans)));
   const double pixels = static_cast<double>(_arguments.width) * _arguments.height;
   _scene.cloud.setPointSizePixels(_arguments.pointSizePixels.value_or(fittingPointSize(_scans.pointCount(), pixels)));
   if (_arguments.orthographic) {
     _view.toggleProjection();
+  }
+  if (_arguments.clip) {
+    _clip.startWith(*_arguments.clip);
   }
   _view.home();
   _updateSummary();
@@ -142,18 +150,19 @@ std::vector<KeyBinding> Application::_createBindings() {
       {{'p', 'P'}, "P", "write the picture to a file", [this] { _requestScreenshot(); }},
       {{'h', 'H', '?'}, "H", "this help", [this] { _scene.hud.showHelp(!_scene.hud.isHelpShown()); }},
   };
-  bindings.insert(bindings.end(), others.begin(), others.end());
+  const std::vector<KeyBinding> ofBox = ClipControl::bindings(_clip);
+  bindings.insert(bindings.end(), others.begin(), others.end() - 1);
+  bindings.insert(bindings.end(), ofBox.begin(), ofBox.end());
+  bindings.push_back(others.back());
   return bindings;
 }
 
 int Application::_explore() {
   while (!_viewer->done()) {
-    if (!_loaded) {
-      _loadALittle();
-    }
+    const bool busy = _workALittle();
     if (_viewer->checkNeedToDoFrame()) {
       _drawFrame();
-    } else if (_loaded) {
+    } else if (!busy) {
       std::this_thread::sleep_for(kIdle);
     }
   }
@@ -175,7 +184,8 @@ int Application::_takeOnePicture() {
 
 int Application::_takeTour() {
   _loadEverything();
-  Tour tour({*_viewer, _scene.target.tool(), _picker, _view, _screenshot, _scans, [this] { _drawFrame(); }});
+  Tour tour(
+      {*_viewer, _scene.target.tool(), _picker, _view, _scene.clip, _screenshot, _scans, [this] { _drawFrame(); }});
   const bool written = tour.run(_arguments.tourFolder);
   const unsigned int errors = _scene.target.glErrorCount();
   std::cout << "tour: " << tour.pictureCount() << " pictures in " << _arguments.tourFolder << ", " << errors
@@ -195,15 +205,41 @@ void Application::_drawFrame() {
   _reportScreenshot();
 }
 
+// False when there is nothing to do but to wait for the user.
+bool Application::_workALittle() {
+  if (!_loaded) {
+    _loadALittle();
+  } else if (_clip.isSaving()) {
+    _saveALittle();
+  } else {
+    return false;
+  }
+  return true;
+}
+
 void Application::_loadALittle() {
-  _loader.step(kLoadingBudget);
-  const auto sinceFrame = std::chrono::steady_clock::now() - _latestFrameEnd;
+  _loader.step(kWorkBudget);
   if (_loader.finished()) {
     _finishLoading();
-  } else if (sinceFrame > std::max<std::chrono::steady_clock::duration>(kProgressInterval,
-                                                                        kLoadingPerDrawing * _latestFrameDuration)) {
+  } else if (_isProgressDue()) {
     _showProgress();
   }
+}
+
+void Application::_saveALittle() {
+  _clip.saveALittle(kWorkBudget);
+  if (!_clip.isSaving()) {
+    _viewer->requestRedraw();
+  } else if (_isProgressDue()) {
+    _clip.showProgress();
+    _viewer->requestRedraw();
+  }
+}
+
+bool Application::_isProgressDue() const {
+  const auto sinceFrame = std::chrono::steady_clock::now() - _latestFrameEnd;
+  return sinceFrame >
+         std::max<std::chrono::steady_clock::duration>(kProgressInterval, kWorkPerDrawing * _latestFrameDuration);
 }
 
 void Application::_loadEverything() {
@@ -219,6 +255,7 @@ void Application::_takeChunk(unsigned int scanNumber, const PointChunk& chunk) {
   _scene.cloud.add(scanNumber, chunk);
   const osg::BoundingBox& bounds = _scene.cloud.bounds();
   _view.setContent({bounds._min, bounds._max}, _loader.places());
+  _clip.setContent(bounds, false);
   _updateRanges();
   if (!_userNavigated) {
     _view.home();
@@ -230,12 +267,13 @@ void Application::_showProgress() {
   const double share = static_cast<double>(_loader.pointsRead()) / static_cast<double>(total);
   _scene.hud.setProgress(share);
   _scene.hud.setMessage("Loading " + grouped(_loader.pointsRead()) + " of " + grouped(total) + " points");
-  showTerminalProgress(_loader.pointsRead(), total);
+  showTerminalProgress("loading", _loader.pointsRead(), total);
   _viewer->requestRedraw();
 }
 
 void Application::_finishLoading() {
   _loaded = true;
+  _clip.setContent(_scene.cloud.bounds(), true);
   _scene.hud.setProgress(1.0);
   clearTerminalProgress();
   _updateRanges();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Arguments.h"
+#include "ClipControl.h"
 #include "Keys.h"
 #include "Picker.h"
 #include "ScanLoader.h"
@@ -39,7 +40,10 @@ class Application {
   int _takeTour();
   void _drawFrame();
 
+  bool _workALittle();
   void _loadALittle();
+  void _saveALittle();
+  bool _isProgressDue() const;
   void _loadEverything();
   void _takeChunk(unsigned int scanNumber, const PointChunk& chunk);
   void _showProgress();
@@ -65,6 +69,7 @@ class Application {
   osg::ref_ptr<QuorOsgUtils::SPointCloudManipulator> _manipulator;
   std::vector<KeyBinding> _bindings;
   Scene _scene;
+  ClipControl _clip;
   ViewControl _view;
   Picker _picker;
   ScanLoader _loader;

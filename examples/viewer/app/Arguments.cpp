@@ -1,8 +1,11 @@
 #include "Arguments.h"
 
+#include "ClipPose.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 
 namespace QuorViewer {
 namespace {
@@ -53,9 +56,39 @@ void setPointSize(Arguments& into, const std::string& value) {
   into.pointSizePixels = static_cast<float>(pixels);
 }
 
-const std::array<Option, 9> kOptions = {{
+// Six numbers with blanks between them. Numbers that are not finite fit no box.
+std::optional<osg::BoundingBoxd> readBox(const std::string& value) {
+  constexpr double kFarthest = 1e9;  // far beyond, single precision tells the sides of a box no longer apart
+  const char* text = value.data();
+  const char* end = text + value.size();
+  const auto skipBlanks = [&] { text = std::find_if(text, end, [](char c) { return c != ' '; }); };
+  std::array<double, 6> numbers{};
+  for (double& number : numbers) {
+    skipBlanks();
+    if (!readNumber(text, end, number) || !(std::abs(number) <= kFarthest) || (text != end && *text != ' ')) {
+      return std::nullopt;
+    }
+  }
+  skipBlanks();
+  const osg::BoundingBoxd box(numbers[0], numbers[1], numbers[2], numbers[3], numbers[4], numbers[5]);
+  const osg::Vec3d size = box._max - box._min;
+  const bool large = std::min({size.x(), size.y(), size.z()}) >= kLeastClipExtent;
+  return text == end && large ? std::optional<osg::BoundingBoxd>(box) : std::nullopt;
+}
+
+void setClip(Arguments& into, const std::string& value) {
+  into.clip = readBox(value);
+  if (!into.clip) {
+    throw ArgumentError(
+        "--clip wants \"xmin ymin zmin xmax ymax zmax\", each maximum at least 0.5 above its minimum, not '" + value +
+        "'");
+  }
+}
+
+const std::array<Option, 10> kOptions = {{
     {"--colour-by", "WHAT", "rgb, intensity, elevation or classification; by default what the scan has", setColourMode},
     {"--point-size", "PIXELS", "diameter of a point, 1 to 32; by default from the number of points", setPointSize},
+    {"--clip", "BOX", "begin with a clip box: \"xmin ymin zmin xmax ymax zmax\", in the scan's coordinates", setClip},
     {"--ortho", nullptr, "begin with the orthographic projection",
      [](Arguments& a, const std::string&) { a.orthographic = true; }},
     {"--size", "WxH", "size of the window in pixels, 1280x720 by default", setSize},

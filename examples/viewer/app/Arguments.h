@@ -2,6 +2,8 @@
 
 #include "ColourMode.h"
 
+#include <osg/BoundingBox>
+
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -22,6 +24,7 @@ struct Arguments {
   std::optional<float> pointSizePixels;
   int width = 1280;
   int height = 720;
+  std::optional<osg::BoundingBoxd> clip;  ///< world coordinates, no side under `kLeastClipExtent`
   bool orthographic = false;
   bool verbose = false;
   bool help = false;

@@ -55,7 +55,10 @@ void Hud::_createBar() {
   _progressLine = Overlay::createRectangle(Overlay::kAccentColour);
   _message = createBarText(Overlay::kTextColour, osgText::Text::LEFT_BASE_LINE);
   _summary = createBarText(Overlay::kQuietTextColour, osgText::Text::RIGHT_BASE_LINE);
-  for (osg::Drawable* part : std::initializer_list<osg::Drawable*>{_bar, _progressLine, _message, _summary}) {
+  _notePanel = Overlay::createRectangle(Overlay::kPanelColour);
+  _note = createBarText(Overlay::kTextColour, osgText::Text::LEFT_BASE_LINE);
+  for (osg::Drawable* part :
+       std::initializer_list<osg::Drawable*>{_bar, _progressLine, _message, _summary, _notePanel, _note}) {
     _root->addChild(part);
   }
 }
@@ -97,6 +100,11 @@ void Hud::setSummary(const std::string& utf8) {
   Overlay::setText(*_summary, utf8);
 }
 
+void Hud::setNote(const std::string& utf8) {
+  Overlay::setText(*_note, utf8);
+  _layOutNote();
+}
+
 void Hud::setProgress(double share) {
   _progress = share;
   _layOut();
@@ -118,7 +126,16 @@ void Hud::_layOut() {
   Overlay::setPlace(*_message, {kSideMargin, kBaseLine});
   Overlay::setPlace(*_summary, {width - kSideMargin, kBaseLine});
   _legend.resize({width, static_cast<float>(_height)});
+  _layOutNote();
   _layOutHelp();
+}
+
+void Hud::_layOutNote() {
+  const osg::Vec2f low(0.0F, kBarHeight + kProgressThickness);
+  const float textWidth = Overlay::sizeOf(*_note).x();
+  const osg::Vec2f size = textWidth > 0.0F ? osg::Vec2f(textWidth + 2.0F * kSideMargin, kBarHeight) : osg::Vec2f();
+  Overlay::setRectangle(*_notePanel, {low, low + size});
+  Overlay::setPlace(*_note, low + osg::Vec2f(kSideMargin, kBaseLine));
 }
 
 void Hud::_layOutHelp() {

@@ -29,6 +29,8 @@ class Hud {
   void setMessage(const std::string& utf8);
   /// The right of the bar: what is shown.
   void setSummary(const std::string& utf8);
+  /// A line of its own over the bar, for what lasts; gone when empty.
+  void setNote(const std::string& utf8);
   /// A line along the bar's upper edge; gone at 1.
   void setProgress(double share);
   bool isHelpShown() const;
@@ -38,6 +40,7 @@ class Hud {
   void _createBar();
   void _createHelp(const HelpRows& rows);
   void _layOut();
+  void _layOutNote();
   void _layOutHelp();
 
   osg::ref_ptr<osg::Projection> _projection;
@@ -45,9 +48,11 @@ class Hud {
   osg::ref_ptr<osg::Group> _help;
   osg::ref_ptr<osg::Geometry> _bar;
   osg::ref_ptr<osg::Geometry> _progressLine;
+  osg::ref_ptr<osg::Geometry> _notePanel;
   osg::ref_ptr<osg::Geometry> _helpPanel;
   osg::ref_ptr<osgText::Text> _message;
   osg::ref_ptr<osgText::Text> _summary;
+  osg::ref_ptr<osgText::Text> _note;
   std::vector<osg::ref_ptr<osgText::Text>> _helpTexts;  // title, inputs, effects
   Legend _legend;
   int _width = 0;

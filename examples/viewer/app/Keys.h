@@ -12,7 +12,7 @@ namespace QuorViewer {
 /// What a key does. Several keys may do the same (the digit row and the number pad).
 struct KeyBinding {
   std::vector<int> keys;
-  std::string shown;
+  std::string shown;  ///< in the help; empty: another one's row speaks for this one too
   std::string effect;
   std::function<void()> action;
 };

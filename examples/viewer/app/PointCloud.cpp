@@ -5,6 +5,7 @@
 
 #include <osg/Depth>
 #include <osg/Geometry>
+#include <osg/NodeVisitor>
 #include <osg/Texture2D>
 
 #include <algorithm>
@@ -58,6 +59,7 @@ void main() {
   value = float(intensity);
   attributes = ivec4(int(low), int(codes.x), int(codes.y & 15u), int(codes.y >> 4u));
   gl_PointSize = pointSizePixels;
+  gl_ClipVertex = gl_ModelViewMatrix * gl_Vertex;
   gl_Position = gl_ModelViewProjectionMatrix * gl_Vertex;
 }
 )";
@@ -85,6 +87,16 @@ void main() {
   attributesOut = attributes;
 }
 )";
+
+// Rays never hit points, so they need not be held against each of them at every press of a button.
+class UnseenByRays : public osg::Group {
+ public:
+  void traverse(osg::NodeVisitor& visitor) override {
+    if (visitor.getVisitorType() != osg::NodeVisitor::INTERSECTION_VISITOR) {
+      osg::Group::traverse(visitor);
+    }
+  }
+};
 
 struct KnownBounds : osg::Drawable::ComputeBoundingBoxCallback {
   explicit KnownBounds(const osg::BoundingBox& box) : bounds(box) {}
@@ -139,7 +151,7 @@ osg::ref_ptr<osg::Geometry> createDrawable(const PointChunk& chunk) {
 }  // namespace
 
 PointCloud::PointCloud()
-    : _node(new osg::Group),
+    : _node(new UnseenByRays),
       _modeUniform(new osg::Uniform("colourMode", 0)),
       _sizeUniform(new osg::Uniform("pointSizePixels", 1.0F)),
       _elevationUniform(new osg::Uniform("elevationRange", osg::Vec2f(0.0F, 1.0F))),

@@ -13,7 +13,8 @@
 namespace QuorViewer {
 
 /// The points on the graphics card: one drawable with its own buffers per chunk, culled by the chunk's box, drawn as
-/// round dots. Nothing walks the points after they have been added. Fills all five attachments of the captured frame.
+/// round dots. Nothing walks the points after they have been added, no ray either. Fills all five attachments of the
+/// captured frame. Clip planes cut it.
 /// Positions are relative to the local origin; so are the elevations of `setElevationRange`.
 class PointCloud {
  public:

@@ -12,6 +12,10 @@ constexpr float kClickSlackPixels = 3.0F;
 bool PointerHandler::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
   using Event = osgGA::GUIEventAdapter;
   const bool left = ea.getButton() == Event::LEFT_MOUSE_BUTTON;
+  if (ea.getHandled()) {
+    _pressed = false;
+    return false;
+  }
   if (ea.getEventType() == Event::PUSH || ea.getEventType() == Event::DOUBLECLICK) {
     _pressed = left;
     _pressX = ea.getX();

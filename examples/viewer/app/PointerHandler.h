@@ -8,7 +8,8 @@
 namespace QuorViewer {
 
 /// Tells a click of the left button (press and release at nearly the same place) from everything that navigates.
-/// Takes no event from the manipulator.
+/// Takes no event from the manipulator, and leaves alone what others have handled: the clip box' handles are dragged,
+/// not clicked.
 class PointerHandler : public osgGA::GUIEventHandler {
  public:
   /// `clicked` gets the pixel under the pointer, from the bottom left. `navigated` is called when the user takes the

@@ -5,9 +5,9 @@
 namespace QuorViewer {
 
 Scene::Scene(osgViewer::Viewer& viewer, const Hud::HelpRows& help)
-    : target(*viewer.getCamera()), eyeDome(target.depthCopy()), hud(help) {
+    : target(*viewer.getCamera()), clip(cloud.node()), eyeDome(target.depthCopy()), hud(help) {
   osg::ref_ptr<osg::Group> world = new osg::Group;
-  world->addChild(cloud.node());
+  world->addChild(clip.node());
   world->addChild(marker.node());
   viewer.setSceneData(world);
 

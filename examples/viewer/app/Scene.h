@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CaptureTarget.h"
+#include "ClipBox.h"
 #include "EyeDomeLighting.h"
 #include "Hud.h"
 #include "PickMarker.h"
@@ -10,13 +11,15 @@
 
 namespace QuorViewer {
 
-/// All that the window shows, hung up in the viewer: below the scene data what has a place in the world (the cloud, the
-/// picks, the manipulator's own markers), beside it what belongs to the picture (backdrop, lighting, words).
+/// All that the window shows, hung up in the viewer: below the scene data what has a place in the world (the cloud in
+/// its clip box, the picks, the manipulator's own markers), beside it what belongs to the picture (backdrop, lighting,
+/// words).
 struct Scene {
   Scene(osgViewer::Viewer& viewer, const Hud::HelpRows& help);
 
   CaptureTarget target;
   PointCloud cloud;
+  ClipBox clip;
   PickMarker marker;
   EyeDomeLighting eyeDome;
   Hud hud;

@@ -16,13 +16,15 @@ osg::ref_ptr<osg::Program> createPlainProgram();
 /// `fragmentSource` may read `window`, from (0, 0) at the bottom left to (1, 1).
 void becomeFullScreenPass(osg::Geometry& geometry, const char* name, const char* fragmentSource);
 
-/// Order of drawing within the frame. The manipulators' own markers use the default, 0.
+/// Order of drawing within the frame. The manipulators' own markers use the default, 0; the clip box takes -100 for its
+/// disc and rings and 100 for its other handles.
 namespace DrawOrder {
-constexpr int kBackground = -30;
+constexpr int kBackground = -110;
 constexpr int kCloud = -20;
 constexpr int kEyeDome = -10;
 constexpr int kPickMarker = 10;
-constexpr int kHud = 20;
+constexpr int kHandles = 100;
+constexpr int kHud = 200;
 }  // namespace DrawOrder
 
 }  // namespace QuorViewer

@@ -23,10 +23,10 @@ bool isTerminal() {
 
 }  // namespace
 
-void showTerminalProgress(std::uint64_t done, std::uint64_t total) {
+void showTerminalProgress(const char* doing, std::uint64_t done, std::uint64_t total) {
   if (isTerminal()) {
     const std::uint64_t percent = total > 0 ? done * 100 / total : 100;
-    std::cerr << "\rloading " << grouped(done) << " of " << grouped(total) << " points (" << percent << " %) "
+    std::cerr << "\r" << doing << " " << grouped(done) << " of " << grouped(total) << " points (" << percent << " %) "
               << std::flush;
   }
 }

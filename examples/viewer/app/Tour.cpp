@@ -14,14 +14,14 @@
 
 namespace QuorViewer {
 
-enum class TourAction { Key, Drag, HeldDrag, Release, Wheel, ClickNearPoint, Click };
+enum class TourAction { Key, Drag, HeldDrag, Release, Wheel, ClickNearPoint, Click, PullFace, MoveAlongAxis, TurnRing };
 
 /// One step. Places are fractions of the window from the bottom left.
 struct TourStep {
   const char* name;
   TourAction action;
-  int detail;  ///< key, mouse button, or notches of the wheel (negative: away)
-  osg::Vec2f from;
+  int detail;       ///< key, mouse button, notches of the wheel (negative: away), or handle of the clip box
+  osg::Vec2f from;  ///< of a handle: how far, as a share of the box' extent or in degrees
   osg::Vec2f to;
 };
 
@@ -31,7 +31,7 @@ using Event = osgGA::GUIEventAdapter;
 
 using FrameBuffer = QuorOsgUtils::ScreenCaptureTool::FrameBuffer;
 
-constexpr unsigned int kLeftButton = 1;
+constexpr int kLeftButton = 1;
 constexpr int kMiddleButton = 2;
 constexpr int kRightButton = 3;
 constexpr int kDragMoves = 6;
@@ -60,6 +60,22 @@ const std::vector<TourStep> kSteps = {
     {"eye-dome-on", TourAction::Key, 'e', kMiddle, {}},
     {"larger-points", TourAction::Key, '+', kMiddle, {}},
     {"smaller-points", TourAction::Key, '-', kMiddle, {}},
+    {"clip-on", TourAction::Key, 'b', kMiddle, {}},
+    {"clip-overview", TourAction::Wheel, -1, kMiddle, {}},
+    {"clip-face", TourAction::PullFace, 1, {0.30F, 0.0F}, {}},
+    {"clip-top", TourAction::PullFace, 5, {0.30F, 0.0F}, {}},
+    {"clip-other-side", TourAction::Drag, kRightButton, {0.90F, 0.50F}, {0.10F, 0.54F}},
+    {"clip-one-axis", TourAction::Key, 'y', kMiddle, {}},
+    {"clip-all-axes", TourAction::Key, 'y', kMiddle, {}},
+    {"clip-turn", TourAction::Key, 't', kMiddle, {}},
+    {"clip-ring", TourAction::TurnRing, 2, {-40.0F, 0.0F}, {}},
+    {"clip-move", TourAction::Key, 'm', kMiddle, {}},
+    {"clip-axis", TourAction::MoveAlongAxis, 1, {0.12F, 0.0F}, {}},
+    {"clip-orthographic", TourAction::Key, 'o', kMiddle, {}},
+    {"clip-resize", TourAction::Key, 's', kMiddle, {}},
+    {"clip-face-orthographic", TourAction::PullFace, 0, {0.25F, 0.0F}, {}},
+    {"clip-perspective", TourAction::Key, 'o', kMiddle, {}},
+    {"clip-off", TourAction::Key, 'b', kMiddle, {}},
     {"colour-rgb", TourAction::Key, '1', kMiddle, {}},
     {"colour-intensity", TourAction::Key, '2', kMiddle, {}},
     {"colour-elevation", TourAction::Key, '3', kMiddle, {}},
@@ -141,6 +157,11 @@ void Tour::_perform(const TourStep& step) {
     case TourAction::Click:
       _click(_pixelAt(step.from));
       break;
+    case TourAction::PullFace:
+    case TourAction::MoveAlongAxis:
+    case TourAction::TurnRing:
+      _dragHandle(step);
+      break;
   }
   _host.drawFrame();
 }
@@ -155,6 +176,19 @@ void Tour::_drag(const TourStep& step) {
     _movePointer(_pixelAt(step.from * (1.0F - share) + step.to * share));
     _host.drawFrame();
   }
+}
+
+void Tour::_dragHandle(const TourStep& step) {
+  osg::Vec3d eye, centre, up;
+  _host.tool.getFrameBuffer().getViewMatrix().getLookAt(eye, centre, up);
+  const ClipHandles& handles = _host.clip.handles();
+  const auto number = static_cast<std::size_t>(step.detail);
+  const double amount = step.from.x();
+  const HandlePath path = step.action == TourAction::PullFace        ? handles.pathOfFace(number, amount)
+                          : step.action == TourAction::MoveAlongAxis ? handles.pathOfAxis(number, amount)
+                                                                     : handles.pathOfRing(number, amount, eye);
+  _drag({step.name, TourAction::Drag, kLeftButton, _fractionOf(path.from), _fractionOf(path.to)});
+  _release(kLeftButton);
 }
 
 void Tour::_release(int button) {
@@ -226,6 +260,12 @@ float Tour::_depthAtPointer() {
   const auto pixel = static_cast<std::size_t>(_pointer.y()) * static_cast<std::size_t>(_windowSize().x()) +
                      static_cast<std::size_t>(_pointer.x());
   return pixel < depths.size() ? depths[pixel] : 1.0F;
+}
+
+osg::Vec2f Tour::_fractionOf(const osg::Vec3d& place) const {
+  FrameBuffer& frame = _host.tool.getFrameBuffer();
+  const osg::Vec3d device = place * frame.getViewMatrix() * frame.getProjectionMatrix();
+  return {static_cast<float>(0.5 * (device.x() + 1.0)), static_cast<float>(0.5 * (device.y() + 1.0))};
 }
 
 osg::Vec2i Tour::_pixelAt(const osg::Vec2f& fraction) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ClipBox.h"
 #include "Picker.h"
 #include "ScanSet.h"
 #include "Screenshot.h"
@@ -29,6 +30,7 @@ class Tour {
     QuorOsgUtils::ScreenCaptureTool& tool;
     Picker& picker;
     const ViewControl& view;
+    const ClipBox& clip;
     Screenshot& screenshot;
     const ScanSet& scans;
     std::function<void()> drawFrame;
@@ -44,6 +46,7 @@ class Tour {
  private:
   void _perform(const TourStep& step);
   void _drag(const TourStep& step);
+  void _dragHandle(const TourStep& step);
   void _release(int button);
   void _turnWheel(const TourStep& step);
   void _click(const osg::Vec2i& pixel);
@@ -52,6 +55,7 @@ class Tour {
   std::string _record(const TourStep& step, const std::string& picture);
   std::string _pickRecord() const;
   float _depthAtPointer();
+  osg::Vec2f _fractionOf(const osg::Vec3d& place) const;
   osg::Vec2i _pixelAt(const osg::Vec2f& fraction) const;
   float _windowX() const;
   float _windowY() const;

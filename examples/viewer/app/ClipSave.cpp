@@ -1,0 +1,80 @@
+#include "ClipSave.h"
+
+#include "Format.h"
+
+#include <filesystem>
+#include <utility>
+
+namespace QuorViewer {
+namespace {
+
+// The first free one of town_inside.las, town_inside_2.las, …
+std::string freePathFor(const std::string& scanPath) {
+  const std::string stem = std::filesystem::path(scanPath).stem().string() + "_inside";
+  std::string path = stem + ".las";
+  for (int number = 2; std::filesystem::exists(path); ++number) {
+    path = stem + "_" + std::to_string(number) + ".las";
+  }
+  return std::filesystem::absolute(path).string();
+}
+
+}  // namespace
+
+ClipSave::ClipSave(ScanSet& scans, std::vector<osg::Plane> planes, Listener listener)
+    : _scans(scans), _planes(std::move(planes)), _listener(std::move(listener)) {}
+
+void ClipSave::step(std::chrono::milliseconds budget) {
+  if (finished()) {
+    return;
+  }
+  try {
+    if (!_crop) {
+      _open();
+    }
+    _crop->step(budget);
+    if (_crop->finished()) {
+      _tell();
+      _next();
+    }
+  } catch (const std::exception& error) {
+    if (!_nothingInside()) {
+      _fail(error.what());
+    }
+    _next();
+  }
+}
+
+void ClipSave::_open() {
+  const osg::Vec3d origin = _scans.origin();
+  _path = freePathFor(_scans.info(_scan).path);
+  _crop = std::make_unique<ScanCrop>(_scans.reader(_scan), _path, [planes = _planes, origin](const osg::Vec3d& place) {
+    return insidePlanes(planes, place - origin);
+  });
+}
+
+void ClipSave::_tell() {
+  _anyToldOf = true;
+  _listener.written(grouped(_crop->pointsWritten()) + " of " + grouped(_crop->pointCount()) + " points written to " +
+                    _path);
+}
+
+void ClipSave::_fail(const std::string& reason) {
+  _anyToldOf = true;
+  _listener.failed(reason);
+}
+
+// A crop that kept no point ends with an error; among several scans that is nothing to complain about.
+bool ClipSave::_nothingInside() const {
+  return _crop && _crop->pointsWritten() == 0 && _crop->pointsRead() == _crop->pointCount();
+}
+
+void ClipSave::_next() {
+  _crop.reset();
+  _readBefore += _scans.info(_scan).pointCount;
+  ++_scan;
+  if (finished() && !_anyToldOf) {
+    _listener.failed("No point is inside the box: no file is written");
+  }
+}
+
+}  // namespace QuorViewer

@@ -1,0 +1,343 @@
+#include "SceneFixture.h"
+#include "ViewerFixture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <sstream>
+#include <thread>
+
+namespace {
+
+using namespace QuorTests;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr double kPi = 3.14159265358979323846;
+
+// The box as the viewer tells of it, with arithmetic of the test's own.
+struct ToldBox {
+  osg::Vec3d size, centre, axis;
+  double degrees = 0.0;
+
+  explicit ToldBox(const std::string& line) {
+    std::string word;
+    std::istringstream words(line);
+    words >> word >> word >> size.x() >> size.y() >> size.z() >> word >> centre.x() >> centre.y() >> centre.z() >>
+        word >> degrees >> axis.x() >> axis.y() >> axis.z();
+    EXPECT_TRUE(static_cast<bool>(words)) << line;
+  }
+
+  // Turns by Rodrigues' formula.
+  osg::Vec3d turned(const osg::Vec3d& v, double sign) const {
+    const double t = sign * degrees * kPi / 180.0;
+    return v * std::cos(t) + (axis ^ v) * std::sin(t) + axis * ((axis * v) * (1.0 - std::cos(t)));
+  }
+
+  // From a place in the box' own frame, its centre the origin.
+  osg::Vec3d world(const osg::Vec3d& local) const { return centre + turned(local, 1.0); }
+
+  // How far inside the nearest face; negative outside.
+  double depthOf(const osg::Vec3d& place) const {
+    const osg::Vec3d local = turned(place - centre, -1.0);
+    double depth = 1e300;
+    for (int i = 0; i < 3; ++i) {
+      depth = std::min(depth, 0.5 * size[i] - std::abs(local[i]));
+    }
+    return depth;
+  }
+};
+
+using GridPoint = std::array<std::int32_t, 3>;
+
+std::multiset<GridPoint> pointsInLasFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::vector<char> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  std::multiset<GridPoint> points;
+  if (bytes.size() < 227) {
+    ADD_FAILURE() << path << " has " << bytes.size() << " bytes";
+    return points;
+  }
+  std::uint32_t start = 0, count = 0;
+  std::uint16_t length = 0;
+  std::memcpy(&start, &bytes[96], sizeof start);
+  std::memcpy(&length, &bytes[105], sizeof length);
+  std::memcpy(&count, &bytes[107], sizeof count);
+  EXPECT_EQ(bytes.size(), start + static_cast<std::size_t>(count) * length);
+  for (std::size_t at = start; at + length <= bytes.size(); at += length) {
+    GridPoint point{};
+    std::memcpy(point.data(), &bytes[at], sizeof point);
+    points.insert(point);
+  }
+  return points;
+}
+
+class ClipBoxViewerTest : public ViewerFixture {
+ protected:
+  void SetUp() override {
+    ViewerFixture::SetUp();
+    if (!_folder.empty()) {
+      std::filesystem::current_path(_folder);
+    }
+  }
+
+  void TearDown() override {
+    std::filesystem::current_path("/");
+    ViewerFixture::TearDown();
+  }
+
+  ToldBox toldBox() const {
+    const std::string& output = _viewer->output();
+    const std::size_t start = output.rfind("\nclip size");
+    return ToldBox(start == std::string::npos ? std::string()
+                                              : output.substr(start + 1, output.find('\n', start + 1) - start));
+  }
+
+  void pressKey(const std::string& name) {
+    _viewer->movePointer(400, 20);
+    _viewer->key(name);
+    _viewer->settle();
+  }
+
+  static Pixel between(Pixel from, Pixel to) { return {to.x - from.x, to.yFromTop - from.yFromTop}; }
+
+  // Drags what is at a place of the box' own frame to another one.
+  void dragHandle(const osg::Vec3d& from, const osg::Vec3d& to) {
+    const ToldBox box = toldBox();
+    const Pixel start = pixelOf(box.world(from));
+    drag(kLeft, start, between(start, pixelOf(box.world(to))));
+  }
+
+  Pixel rightCone() {
+    const ToldBox box = toldBox();
+    return pixelOf(box.world({0.5 * box.size.x(), 0.0, 0.0}));
+  }
+
+  std::multiset<GridPoint> pointsInside(const ToldBox& box) const {
+    std::multiset<GridPoint> inside;
+    for (const LasFilePoint& point : _points) {
+      const double depth = box.depthOf(coordinatesOf(point));
+      EXPECT_GT(std::abs(depth), 1e-3) << "a point too near to a face to tell";
+      if (depth > 0.0) {
+        inside.insert({point.x, point.y, point.z});
+      }
+    }
+    return inside;
+  }
+
+  void expectSaveHoldsWhatIsInside(const std::string& name) {
+    const ToldBox box = toldBox();
+    const std::multiset<GridPoint> expected = pointsInside(box);
+    EXPECT_GT(expected.size(), 0U);
+    EXPECT_LT(expected.size(), _points.size());
+    _viewer->key("w");
+    const std::string line = _viewer->waitForLine(std::to_string(expected.size()) + " of 49 points written to ");
+    EXPECT_THAT(line, testing::EndsWith(path(name)));
+    EXPECT_EQ(pointsInLasFile(path(name)), expected);
+  }
+};
+
+TEST_F(ClipBoxViewerTest, theKeySwitchesABoxOnAroundTheScanAndOff) {
+  showGrid();
+  pressKey("b");
+  EXPECT_THAT(_viewer->output(), HasSubstr("\nclip on\n"));
+  const ToldBox box = toldBox();
+  for (const LasFilePoint& point : _points) {
+    EXPECT_GT(box.depthOf(coordinatesOf(point)), 0.01);
+    EXPECT_LT((coordinatesOf(point) - box.centre).length(), 0.51 * box.size.length());
+  }
+  pressKey("b");
+  EXPECT_THAT(_viewer->output(), HasSubstr("\nclip off\n"));
+  expectClickReports(24);
+}
+
+TEST_F(ClipBoxViewerTest, theOptionStartsWithItsBoxAndPicksHitOnlyWhatIsInside) {
+  showGrid({"--clip", "9876540 9999990 -10 9876575.1 10000070 10"});
+  const ToldBox box = toldBox();
+  EXPECT_NEAR(box.size.x(), 35.1, 1e-4);
+  EXPECT_NEAR(box.centre.y(), 10000030.0, 1e-4);
+  EXPECT_EQ(box.degrees, 0.0);
+  for (const int number : {0, 16, 24, 45}) {
+    if (box.depthOf(coordinatesOf(_points[static_cast<std::size_t>(number)])) > 0.0) {
+      expectClickReports(number);
+    }
+  }
+  for (const std::size_t number : {std::size_t{6}, std::size_t{26}, std::size_t{48}}) {
+    ASSERT_LT(box.depthOf(coordinatesOf(_points[number])), 0.0);
+    EXPECT_EQ(clickAt(pixelOf(_points[number])), "picked nothing");
+  }
+  pressKey("b");
+  expectClickReports(26);
+}
+
+TEST_F(ClipBoxViewerTest, theRightFacePulledInByItsConeCutsAndSaveWritesWhatIsLeft) {
+  showGrid({"--clip", "9876538 9999988 -12 9876610 10000068 16"});
+  const ToldBox before = toldBox();
+  dragHandle({0.5 * before.size.x(), 0.0, 0.0}, {0.1 * before.size.x(), 0.0, 0.0});
+  const ToldBox after = toldBox();
+  EXPECT_NEAR(after.size.x(), 0.6 * before.size.x(), 1.0);
+  EXPECT_EQ(after.size.y(), before.size.y());
+  EXPECT_NEAR(after.centre.x() - 0.5 * after.size.x(), before.centre.x() - 0.5 * before.size.x(), 1e-3);
+  EXPECT_THAT(_viewer->output(), Not(HasSubstr("picked")));
+  expectSaveHoldsWhatIsInside("grid_inside.las");
+  expectSaveHoldsWhatIsInside("grid_inside_2.las");
+}
+
+TEST_F(ClipBoxViewerTest, aTurnedAndMovedBoxSavesWhatIsInside) {
+  showGrid({"--clip", "9876538 9999988 -12 9876590 10000048 16"});
+  const ToldBox before = toldBox();
+  pressKey("t");
+  const osg::Vec3d eye = _viewer->view().eye - before.centre;
+  const double start = std::atan2(eye.y(), eye.x()) + 0.35;
+  const double radius = 1.1 * 0.5 * before.size.length();
+  const auto onRing = [&](double angle) { return osg::Vec3d(radius * std::cos(angle), radius * std::sin(angle), 0.0); };
+  dragHandle(onRing(start), onRing(start + 0.6));
+  const ToldBox turned = toldBox();
+  EXPECT_GT(turned.degrees, 10.0);
+  EXPECT_LT((turned.axis - osg::Vec3d(0.0, 0.0, 1.0)).length(), 1e-6);
+  EXPECT_LT((turned.size - before.size).length(), 1e-6);
+  pressKey("m");
+  // The shaft of the X arrow, somewhere along it, whatever the distance.
+  dragHandle({7.0, 0.0, 0.0}, {17.0, 0.0, 0.0});
+  const ToldBox moved = toldBox();
+  EXPECT_NEAR((moved.centre - turned.centre).length(), 10.0, 1.0);
+  EXPECT_LT((moved.centre - turned.world({10.0, 0.0, 0.0})).length(), 1.0);
+  expectSaveHoldsWhatIsInside("grid_inside.las");
+}
+
+TEST_F(ClipBoxViewerTest, aClickOnAHandlePicksNothingAndOneBesideItPicksAsBefore) {
+  showGrid({"--clip", "9876538 9999988 -12 9876610 10000068 16"});
+  const std::string before = _viewer->output();
+  const Pixel cone = rightCone();
+  _viewer->movePointer(cone.x, cone.yFromTop);
+  _viewer->click(kLeft);
+  _viewer->settle();
+  EXPECT_THAT(_viewer->output(), Not(HasSubstr("picked")));
+  expectClickReports(24);
+}
+
+TEST_F(ClipBoxViewerTest, aRightDragThatStartsOnAHandleOrbitsAndLeavesTheBoxAlone) {
+  showGrid({"--clip", "9876538 9999988 -12 9876610 10000068 16"});
+  const ReportedView before = _viewer->view();
+  const ToldBox box = toldBox();
+  drag(kRight, rightCone(), {90, 30});
+  EXPECT_GT(std::acos(before.direction() * _viewer->view().direction()), 0.1);
+  EXPECT_EQ(toldBox().size, box.size);
+  EXPECT_EQ(toldBox().centre, box.centre);
+}
+
+TEST_F(ClipBoxViewerTest, resetPutsTheBoxAroundEverythingAgainAndAxesShowAloneOrTogether) {
+  showGrid({"--clip", "9876538 9999988 -12 9876550 10000008 16"});
+  pressKey("r");
+  EXPECT_THAT(_viewer->output(), HasSubstr("\nclip reset\n"));
+  EXPECT_EQ(pointsInside(toldBox()).size(), _points.size());
+  pressKey("y");
+  EXPECT_THAT(_viewer->output(), HasSubstr("\nclip axes Y\n"));
+  const ToldBox box = toldBox();
+  dragHandle({0.5 * box.size.x(), 0.0, 0.0}, {0.3 * box.size.x(), 0.0, 0.0});
+  EXPECT_EQ(toldBox().size, box.size);
+  pressKey("y");
+  EXPECT_THAT(_viewer->output(), HasSubstr("\nclip axes XYZ\n"));
+  dragHandle({0.5 * box.size.x(), 0.0, 0.0}, {0.3 * box.size.x(), 0.0, 0.0});
+  EXPECT_LT(toldBox().size.x(), box.size.x());
+}
+
+TEST_F(ClipBoxViewerTest, keysOfABoxThatIsOffChangeNothing) {
+  showGrid();
+  for (const char* key : {"s", "m", "t", "x", "r", "w"}) {
+    pressKey(key);
+  }
+  EXPECT_THAT(_viewer->output(), Not(HasSubstr("clip")));
+  EXPECT_FALSE(std::filesystem::exists(path("grid_inside.las")));
+}
+
+TEST_F(ClipBoxViewerTest, aBoxWithNothingInsideIsToldAndWritesNoFile) {
+  showGrid({"--clip", "9876544 10000001 -12 9876546 10000003 16"});
+  pressKey("w");
+  EXPECT_THAT(_viewer->output(), HasSubstr("No point is inside the box"));
+  EXPECT_TRUE(std::filesystem::is_empty(_folder) || !std::filesystem::exists(path("grid_inside.las")));
+  EXPECT_FALSE(std::filesystem::exists(path("grid_inside.las.part")));
+}
+
+TEST_F(ClipBoxViewerTest, aFileThatCannotBeWrittenIsNamedAndTheViewerGoesOn) {
+  showGrid({"--clip", "9876538 9999988 -12 9876610 10000068 16"});
+  std::filesystem::create_directory(path("grid_inside.las.part"));
+  pressKey("w");
+  EXPECT_THAT(_viewer->output(), HasSubstr("quor_viewer: cannot write " + path("grid_inside.las")));
+  EXPECT_FALSE(std::filesystem::exists(path("grid_inside.las")));
+  expectClickReports(24);
+}
+
+TEST_F(ClipBoxViewerTest, ofSeveralScansEachWithPointsInsideGetsAFile) {
+  _points = gridPoints();
+  writeLasFile(path("a.las"), _points, kOffsetX, kOffsetY);
+  writeLasFile(path("b.las"), _points, kOffsetX + 100.0, kOffsetY);
+  writeLasFile(path("c.las"), _points, kOffsetX + 200.0, kOffsetY);
+  start(
+      {"--verbose", "--clip", "9876620 9999900 -50 9876720 10000100 50", path("a.las"), path("b.las"), path("c.las")});
+  ASSERT_TRUE(_viewer->findWindow("quor_viewer: a.las"));
+  EXPECT_EQ(_viewer->waitForLine("loaded"), "loaded 147 points");
+  _viewer->settle();
+  pressKey("w");
+  EXPECT_THAT(_viewer->output(), HasSubstr("written to " + path("b_inside.las")));
+  EXPECT_EQ(pointsInLasFile(path("b_inside.las")).size(), 49U);
+  EXPECT_FALSE(std::filesystem::exists(path("c_inside.las")));
+  EXPECT_THAT(_viewer->output(), Not(HasSubstr("quor_viewer: ")));
+}
+
+// In this program's own window, so that the frame's identifiers are at hand, with the display's real pointer.
+class ClipBoxPointerTest : public SceneFixture {
+ protected:
+  void control(const std::string& command) { EXPECT_EQ(std::system(("xdotool " + command).c_str()), 0) << command; }
+
+  // What the pointer did arrives with one of the next frames.
+  void settle() {
+    for (int i = 0; i < 5; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      _viewer->frame();
+    }
+  }
+
+  void movePointer(const osg::Vec3d& place) {
+    const osg::Vec2d pixel = windowPlaceOf(place);
+    control("search --onlyvisible --name '^scene test$' mousemove --window %1 " +
+            std::to_string(static_cast<int>(pixel.x())) + " " +
+            std::to_string(height() - 1 - static_cast<int>(pixel.y())));
+    settle();
+  }
+};
+
+TEST_F(ClipBoxPointerTest, theRightFacePulledInLeavesFewerPointsInTheIdentifiers) {
+  _scene->clip.place(osg::BoundingBoxf(-6.0F, -6.0F, -6.0F, 76.0F, 56.0F, 18.0F));
+  settle();
+  const std::size_t before = seenPoints().size();
+  EXPECT_EQ(before, static_cast<std::size_t>(kColumns * kRows));
+  const osg::Vec3d cone(76.0, 25.0, 6.0);
+  movePointer(cone);
+  control("mousedown 1");
+  settle();
+  for (int step = 1; step <= 4; ++step) {
+    movePointer(cone - osg::Vec3d(step * 10.0, 0.0, 0.0));
+  }
+  control("mouseup 1");
+  settle();
+  const float right = _scene->clip.handles().box().xMax();
+  EXPECT_NEAR(right, 36.0F, 1.0F);
+  std::set<unsigned int> expected;
+  for (int point = 0; point < kColumns * kRows; ++point) {
+    if (placeOf(point).x() < right) {
+      expected.insert(static_cast<unsigned int>(point));
+    }
+  }
+  EXPECT_LT(expected.size(), before);
+  EXPECT_EQ(seenPoints(), expected);
+}
+
+}  // namespace

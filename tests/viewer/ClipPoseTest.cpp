@@ -1,0 +1,100 @@
+#include "ClipPose.h"
+
+#include <osg/Quat>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+namespace {
+
+using namespace QuorViewer;
+using testing::HasSubstr;
+
+const osg::BoundingBoxf kBox(-1.0F, 2.0F, 3.0F, 5.0F, 4.0F, 3.5F);
+
+TEST(ClipPoseTest, anUnmovedBoxStandsInTheWorldByItsOriginAlone) {
+  const ClipPose pose = poseOf(kBox, osg::Matrixd(), {2230000.0, 252000.0, 10.0});
+  EXPECT_EQ(pose.size, osg::Vec3d(6.0, 2.0, 0.5));
+  EXPECT_EQ(pose.centre, osg::Vec3d(2230002.0, 252003.0, 13.25));
+  EXPECT_EQ(pose.degrees, 0.0);
+  EXPECT_EQ(statusText(pose), "Box  6.00 × 2.00 × 0.50      centre  2230002.00   252003.00   13.25      not turned");
+  EXPECT_EQ(outputText(pose),
+            "clip size 6.000000 2.000000 0.500000 centre 2230002.000000 252003.000000 13.250000 rotation 0.000000000 "
+            "0.000000000 0.000000000 1.000000000");
+}
+
+TEST(ClipPoseTest, theCentreFollowsTheMatrix) {
+  // A quarter turn about z takes (2, 3) to (-3, 2).
+  const osg::Matrixd matrix(0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 100, 200, 300, 1);
+  const ClipPose pose = poseOf(kBox, matrix, {});
+  EXPECT_LT((pose.centre - osg::Vec3d(97.0, 202.0, 303.25)).length(), 1e-9);
+  EXPECT_NEAR(pose.degrees, 90.0, 1e-9);
+  EXPECT_LT((pose.axis - osg::Vec3d(0.0, 0.0, 1.0)).length(), 1e-9);
+  EXPECT_THAT(statusText(pose), HasSubstr("turned 90.0° about Z"));
+}
+
+TEST(ClipPoseTest, aTurnTheOtherWayIsToldAboutTheOppositeAxis) {
+  const osg::Matrixd matrix(0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
+  const ClipPose pose = poseOf(kBox, matrix, {});
+  EXPECT_NEAR(pose.degrees, 90.0, 1e-9);
+  EXPECT_LT((pose.axis - osg::Vec3d(0.0, 0.0, -1.0)).length(), 1e-9);
+  EXPECT_THAT(statusText(pose), HasSubstr("about −Z"));
+}
+
+// Rodrigues' formula: v cos t + (k × v) sin t + k (k · v) (1 - cos t).
+osg::Vec3d turned(const osg::Vec3d& v, const osg::Vec3d& k, double degrees) {
+  const double t = degrees * std::acos(-1.0) / 180.0;
+  return v * std::cos(t) + (k ^ v) * std::sin(t) + k * ((k * v) * (1.0 - std::cos(t)));
+}
+
+TEST(ClipPoseTest, axisAndAngleTurnEveryDirectionAsTheMatrixDoes) {
+  std::mt19937 random(7);
+  std::uniform_real_distribution<double> number(-1.0, 1.0);
+  for (int round = 0; round < 200; ++round) {
+    osg::Quat quat(number(random), number(random), number(random), number(random));
+    quat /= quat.length();
+    const osg::Matrixd matrix = osg::Matrixd::rotate(quat);
+    const ClipPose pose = poseOf(kBox, matrix, {});
+    EXPECT_GE(pose.degrees, 0.0);
+    EXPECT_LE(pose.degrees, 180.0);
+    EXPECT_NEAR(pose.axis.length(), 1.0, 1e-12);
+    const osg::Vec3d direction(number(random), number(random), number(random));
+    EXPECT_LT((turned(direction, pose.axis, pose.degrees) - direction * matrix).length(), 1e-9);
+  }
+}
+
+TEST(ClipPoseTest, anObliqueAxisIsToldByItsComponents) {
+  ClipPose pose;
+  pose.degrees = 41.26;
+  pose.axis = osg::Vec3d(0.6, 0.0, -0.8);
+  EXPECT_THAT(statusText(pose), HasSubstr("turned 41.3° about (0.60, 0.00, -0.80)"));
+}
+
+TEST(ClipPoseTest, theBoxAroundContentHasAMarginOnEverySide) {
+  const osg::BoundingBox content(0.0F, 0.0F, 0.0F, 300.0F, 200.0F, 60.0F);
+  const osg::BoundingBoxf box = boxAround(content);
+  for (int axis = 0; axis < 3; ++axis) {
+    EXPECT_LT(box._min[axis], content._min[axis]);
+    EXPECT_GT(box._max[axis], content._max[axis]);
+    EXPECT_GT(box._min[axis], content._min[axis] - 10.0F);
+    EXPECT_LT(box._max[axis], content._max[axis] + 10.0F);
+  }
+}
+
+TEST(ClipPoseTest, theBoxAroundFlatOrTinyContentLeavesRoomToPullEachFace) {
+  for (const osg::BoundingBox& content :
+       {osg::BoundingBox(0.0F, 0.0F, 5.0F, 100.0F, 100.0F, 5.0F), osg::BoundingBox(1.0F, 2.0F, 3.0F, 1.0F, 2.0F, 3.0F),
+        osg::BoundingBox(0.0F, 0.0F, 0.0F, 0.01F, 0.02F, 0.01F)}) {
+    const osg::BoundingBoxf box = boxAround(content);
+    for (int axis = 0; axis < 3; ++axis) {
+      EXPECT_GT(box._max[axis] - box._min[axis], 0.5F);
+      EXPECT_LT(box._min[axis], content._min[axis]);
+      EXPECT_GT(box._max[axis], content._max[axis]);
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,147 @@
+#include "SceneFixture.h"
+
+#include "DisplayConnection.h"
+#include "Screenshot.h"
+#include "Window.h"
+#include "support/CaptureContext.h"
+
+#include <osgDB/ReadFile>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <string>
+
+namespace QuorTests {
+
+using namespace QuorViewer;
+
+namespace {
+
+constexpr float kPointPixels = 9.0F;
+
+}  // namespace
+
+osg::Vec3f placeOf(int point) {
+  const int column = point % kColumns;
+  const int row = point / kColumns;
+  return {static_cast<float>(column * kSpacing), static_cast<float>(row * kSpacing), static_cast<float>(column + row)};
+}
+
+PointChunk createChunk() {
+  PointChunk chunk;
+  chunk.firstPoint = kFirstPoint;
+  chunk.positions = new osg::Vec3Array;
+  chunk.colours = new osg::Vec4ubArray;
+  chunk.intensities = new osg::UShortArray;
+  chunk.classesReturns = new osg::Vec2ubArray;
+  for (int point = 0; point < kColumns * kRows; ++point) {
+    const auto byte = static_cast<unsigned char>(point);
+    chunk.positions->push_back(placeOf(point));
+    chunk.colours->push_back(osg::Vec4ub(200, 100, byte, 255));
+    chunk.intensities->push_back(static_cast<unsigned short>(60000 + point));
+    chunk.classesReturns->push_back(
+        osg::Vec2ub(static_cast<unsigned char>(200 + point), static_cast<unsigned char>((point % 8) | (15 << 4))));
+    chunk.bounds.expandBy(placeOf(point));
+  }
+  return chunk;
+}
+
+void SceneFixture::SetUp() {
+  _viewer = new osgViewer::Viewer;
+  _manipulator = new QuorOsgUtils::SPointCloudManipulator(_viewer);
+  _scene = std::make_unique<Scene>(*_viewer, Hud::HelpRows{{"A", "what A does"}});
+  _view = std::make_unique<ViewControl>(*_viewer->getCamera(), *_manipulator);
+  if (!holdDisplay()) {
+    GTEST_SKIP() << "there is no display";
+  }
+  // An open context keeps the driver loaded; a leak checker could not tell an unloaded driver's memory from ours.
+  static const auto* const keepsDriverLoaded = new CaptureContext(8, 8);
+  ASSERT_NE(keepsDriverLoaded, nullptr);
+  openWindow(*_viewer, kWidth, kHeight, "scene test");
+  _viewer->setCameraManipulator(_manipulator);
+  const PointChunk chunk = createChunk();
+  _scene->cloud.add(1, chunk);
+  _scene->cloud.setPointSizePixels(kPointPixels);
+  _scene->hud.resize(kWidth, kHeight);
+  _view->setContent({chunk.bounds._min, chunk.bounds._max}, chunk.positions->asVector());
+  _view->home();
+  draw();
+}
+
+void SceneFixture::draw() {
+  _viewer->frame();
+  _viewer->frame();
+}
+
+Captured SceneFixture::captured() {
+  return {frame().getItemIDBuffer(), frame().getItemFloatBuffer(), frame().getPCFloatBuffer(),
+          frame().getPCUIntBuffer()};
+}
+
+std::set<unsigned int> SceneFixture::seenPoints() {
+  std::set<unsigned int> seen;
+  const std::vector<unsigned int>& identifiers = frame().getItemIDBuffer();
+  for (std::size_t first = 0; first < identifiers.size(); first += 4) {
+    if (identifiers[first] != 0) {
+      seen.insert(identifiers[first + 1] - static_cast<unsigned int>(kFirstPoint & 0xFFFFFFFFU));
+    }
+  }
+  return seen;
+}
+
+int SceneFixture::width() {
+  int x = 0, y = 0, frameWidth = 0, frameHeight = 0;
+  frame().getViewPort(x, y, frameWidth, frameHeight);
+  return frameWidth;
+}
+
+int SceneFixture::height() {
+  return static_cast<int>(frame().getDepthBuffer().size()) / std::max(width(), 1);
+}
+
+osg::Vec2d SceneFixture::windowPlaceOf(const osg::Vec3d& place) {
+  const osg::Vec3d device = place * frame().getViewMatrix() * frame().getProjectionMatrix();
+  return {(device.x() + 1.0) * 0.5 * width(), (device.y() + 1.0) * 0.5 * height()};
+}
+
+std::size_t SceneFixture::pixelOf(const osg::Vec3d& place) {
+  const osg::Vec2d inWindow = windowPlaceOf(place);
+  const int x = static_cast<int>(std::floor(inWindow.x()));
+  const int y = static_cast<int>(std::floor(inWindow.y()));
+  EXPECT_TRUE(x >= 0 && x < width() && y >= 0 && y < height());
+  return static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) + static_cast<std::size_t>(x);
+}
+
+void SceneFixture::expectDepthsMeetPositions() {
+  const osg::Matrixd toDevice = frame().getViewMatrix() * frame().getProjectionMatrix();
+  for (int point = 0; point < kColumns * kRows; ++point) {
+    const osg::Vec3d place = placeOf(point);
+    const std::size_t pixel = pixelOf(place);
+    const osg::Vec3d device = place * toDevice;
+    const double depth = frame().getDepthBuffer()[pixel];
+    const osg::Vec3d met = osg::Vec3d(device.x(), device.y(), depth * 2.0 - 1.0) * osg::Matrixd::inverse(toDevice);
+    EXPECT_LT((met - place).length(), kSpacing * 1e-3) << point;
+  }
+}
+
+osg::ref_ptr<osg::Image> SceneFixture::picture() {
+  const std::string name = "quor_scene_gl_test_" + std::to_string(getpid()) + ".png";
+  const std::string path = (std::filesystem::temp_directory_path() / name).string();
+  Screenshot screenshot(_scene->target.tool());
+  screenshot.request(path);
+  _viewer->frame();
+  EXPECT_TRUE(screenshot.captured() && screenshot.finish());
+  osg::ref_ptr<osg::Image> image = osgDB::readRefImageFile(path);
+  std::filesystem::remove(path);
+  return image;
+}
+
+osg::Vec4 SceneFixture::colourAt(osg::Image& image, std::size_t pixel) {
+  return image.getColor(static_cast<unsigned int>(pixel % static_cast<std::size_t>(width())),
+                        static_cast<unsigned int>(pixel / static_cast<std::size_t>(width())));
+}
+
+}  // namespace QuorTests

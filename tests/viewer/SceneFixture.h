@@ -1,0 +1,73 @@
+#pragma once
+
+#include "Scene.h"
+#include "ViewControl.h"
+
+#include <QuorOsgUtils/SPointCloudManipulator.h>
+
+#include <osg/Image>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <vector>
+
+namespace QuorTests {
+
+constexpr int kWidth = 640;
+constexpr int kHeight = 480;
+constexpr int kColumns = 8;
+constexpr int kRows = 6;
+constexpr double kSpacing = 10.0;
+constexpr std::uint64_t kFirstPoint = 0xFFFFFFF0ULL;  // the chunk's indices cross the 32-bit border
+
+/// Where a point of the scene stands: a tilted grid, rows and columns from the origin on.
+osg::Vec3f placeOf(int point);
+/// All points, each with attributes of its own.
+QuorViewer::PointChunk createChunk();
+
+/// The captured identifiers and values, as one comparable whole.
+struct Captured {
+  std::vector<unsigned int> identifiers;
+  std::vector<float> positions;
+  std::vector<float> values;
+  std::vector<int> codes;
+
+  bool operator==(const Captured& other) const {
+    return identifiers == other.identifiers && positions == other.positions && values == other.values &&
+           codes == other.codes;
+  }
+};
+
+/// The viewer's scene in a real window, with the grid of points in it, and what the captured frame holds of it.
+class SceneFixture : public testing::Test {
+ protected:
+  void SetUp() override;
+
+  /// Twice, so that what one frame leaves behind in the state shows in the other.
+  void draw();
+  QuorOsgUtils::ScreenCaptureTool::FrameBuffer& frame() { return _scene->target.tool().getFrameBuffer(); }
+  Captured captured();
+  /// The points that have a pixel.
+  std::set<unsigned int> seenPoints();
+  int width();
+  int height();
+  /// Where a place falls in the window, by the captured matrices: pixels from the bottom left.
+  osg::Vec2d windowPlaceOf(const osg::Vec3d& place);
+  /// The pixel on which a place falls.
+  std::size_t pixelOf(const osg::Vec3d& place);
+  /// A pixel's captured depth, led back through the captured matrices, must meet the point that the pixel shows: along
+  /// the view to a fraction of the spacing, across it within the point's radius in pixels.
+  void expectDepthsMeetPositions();
+  osg::ref_ptr<osg::Image> picture();
+  osg::Vec4 colourAt(osg::Image& image, std::size_t pixel);
+
+  osg::ref_ptr<osgViewer::Viewer> _viewer;
+  osg::ref_ptr<QuorOsgUtils::SPointCloudManipulator> _manipulator;
+  std::unique_ptr<QuorViewer::Scene> _scene;
+  std::unique_ptr<QuorViewer::ViewControl> _view;
+};
+
+}  // namespace QuorTests

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "LasFile.h"
+#include "ViewerProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace QuorTests {
+
+constexpr int kLeft = 1;
+constexpr int kMiddle = 2;
+constexpr int kRight = 3;
+constexpr int kWheelUp = 4;
+constexpr int kWheelDown = 5;
+
+constexpr double kOffsetX = 9876543.0;
+constexpr double kOffsetY = 10000000.0;
+
+/// Seven by seven points ten metres apart, shifted a little so that no two share a coordinate, each with attributes of
+/// its own.
+std::vector<LasFilePoint> gridPoints();
+/// The world coordinates of a point of a file written with the offsets above.
+osg::Vec3d coordinatesOf(const LasFilePoint& point);
+std::string inMetres(double value);
+
+struct Pixel {
+  int x = 0;
+  int yFromTop = 0;
+};
+
+/// The viewer as a program, in a window of its own, with a folder for its files.
+class ViewerFixture : public testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  std::string path(const std::string& name) const { return (_folder / name).string(); }
+  void start(std::vector<std::string> arguments) { _viewer = std::make_unique<ViewerProcess>(arguments); }
+  /// Starts the viewer with the grid and waits until it has been loaded and drawn.
+  void showGrid(const std::vector<std::string>& options = {});
+
+  /// Where the reported view says that a place of the world must be seen.
+  Pixel pixelOf(const osg::Vec3d& world) const;
+  Pixel pixelOf(const LasFilePoint& point) const { return pixelOf(coordinatesOf(point)); }
+  /// The line that tells of the pick.
+  std::string clickAt(const Pixel& pixel);
+  void expectClickReports(int number);
+  /// Like a hand that waits for each picture: the manipulator reads the frame drawn last.
+  void drag(int button, Pixel from, Pixel by);
+
+  int _width = 800;
+  int _height = 600;
+  std::filesystem::path _folder;
+  std::vector<LasFilePoint> _points;
+  std::unique_ptr<ViewerProcess> _viewer;
+
+ private:
+  void _waitForTheMove(int button);
+};
+
+}  // namespace QuorTests
