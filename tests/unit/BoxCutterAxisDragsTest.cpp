@@ -26,7 +26,7 @@ class BoxCutterAxisDrags : public BoxCutterFixture {
     return line.direction * (nearestAlong(line, sightLine(to)) - nearestAlong(line, sightLine(from)));
   }
 
-  void expectFollows(std::size_t axis, double distance) {
+  void expectFollows(std::size_t axis, double distance, double tolerance = kTolerance) {
     SCOPED_TRACE(testing::Message() << "axis " << axis << " by " << distance);
     showOnly(Cutter::CUTTER_TRANSLATE, axis);
     const std::array<float, 6> extentsBefore = extents();
@@ -36,7 +36,7 @@ class BoxCutterAxisDrags : public BoxCutterFixture {
     const osg::Vec3d motion = dragged(axis, from, to);
     EXPECT_GT(motion * axisInWorld(axis) * distance, 0.0);
     dragFromTo(from, to);
-    expectCornersMoved(before, osg::Matrixd::translate(motion), kTolerance);
+    expectCornersMoved(before, osg::Matrixd::translate(motion), tolerance);
     expectPlanesFitBox();
     EXPECT_EQ(extents(), extentsBefore);
   }
@@ -74,14 +74,17 @@ INSTANTIATE_TEST_SUITE_P(Outlooks, BoxCutterAxisDragsFrom, outlooks(), outlookNa
 TEST_F(BoxCutterAxisDrags, thePlanesMoveByExactlyTheDraggedDistanceAtEveryMove) {
   expectFollows(0, 0.5);
   const std::vector<osg::Plane> before = planesInClipNode();
+  ASSERT_EQ(before.size(), 6u);
   const osg::Vec2d from = toWindow(shaftInWorld(0));
   const std::vector<osg::Vec2d> places = {along(0, 0.4), along(0, 2.0), along(0, -1.0)};
   std::vector<osg::Vec3d> motions;
+  motions.reserve(places.size());
   for (const osg::Vec2d& place : places) motions.push_back(dragged(0, from, place));
   ASSERT_TRUE(push(from));
   for (std::size_t move = 0; move < places.size(); ++move) {
     EXPECT_TRUE(drag(places[move]));
     const std::vector<osg::Plane> now = planesInClipNode();
+    ASSERT_EQ(now.size(), 6u);
     for (std::size_t i = 0; i < 6; ++i) {
       const osg::Vec3d normal(before[i][0], before[i][1], before[i][2]);
       const osg::Vec4d moved(0.0, 0.0, 0.0, -(normal * motions[move]));
@@ -126,6 +129,16 @@ TEST_F(BoxCutterAxisDrags, belowAHostsTransformTheBoxFollowsInTheWorld) {
   placeBox();
   lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
   for (std::size_t axis = 0; axis < 3; ++axis) expectFollows(axis, 1.75);
+}
+
+TEST_F(BoxCutterAxisDrags, atTheCoordinatesOfASurveyTheBoxFollowsToAMillimetre) {
+  const osg::Matrixd matrix = osg::Matrixd::translate(687000.0, 5337000.0, 510.0);
+  putBelow(*new osg::MatrixTransform(matrix), matrix);
+  for (const bool isPerspective : {true, false}) {
+    if (!isPerspective) useOrthographic();
+    lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
+    for (std::size_t axis = 0; axis < 3; ++axis) expectFollows(axis, 1.75, 1e-3);
+  }
 }
 
 TEST_F(BoxCutterAxisDrags, belowAHostsOwnCameraThePointerIsThatCameras) {

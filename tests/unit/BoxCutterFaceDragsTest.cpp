@@ -33,15 +33,16 @@ class BoxCutterFaceDrags : public BoxCutterFixture {
     return before[face] + (kFaceNames[face].upper ? outwards : -outwards);
   }
 
-  void expectOnlyChanged(std::size_t face, const std::array<float, 6>& before, double expected) const {
+  void expectOnlyChanged(std::size_t face, const std::array<float, 6>& before, double expected,
+                         double tolerance = kTolerance) const {
     const std::array<float, 6> now = extents();
     std::array<float, 6> unchanged = before;
     unchanged[face] = now[face];
     EXPECT_EQ(now, unchanged);
-    EXPECT_NEAR(now[face], expected, kTolerance);
+    EXPECT_NEAR(now[face], expected, tolerance);
   }
 
-  void expectFollows(std::size_t face, double distance) {
+  void expectFollows(std::size_t face, double distance, double tolerance = kTolerance) {
     SCOPED_TRACE(testing::Message() << kFaceNames[face].text << " by " << distance);
     const std::array<float, 6> before = extents();
     const osg::Vec2d from = toWindow(faceInWorld(face));
@@ -49,7 +50,7 @@ class BoxCutterFaceDrags : public BoxCutterFixture {
     const double dragged = draggedOutwards(face, from, to);
     EXPECT_GT(dragged * distance, 0.0);
     dragFromTo(from, to);
-    expectOnlyChanged(face, before, grown(face, before, dragged));
+    expectOnlyChanged(face, before, grown(face, before, dragged), tolerance);
     expectPlanesFitBox();
   }
 };
@@ -109,6 +110,8 @@ TEST_F(BoxCutterFaceDrags, aFacesDragMovesItsPlaneByTheDistanceAndNoOther) {
   const double dragged = draggedOutwards(kTopFace, from, to);
   dragFromTo(from, to);
   const std::vector<osg::Plane> after = planesInClipNode();
+  ASSERT_EQ(before.size(), 6u);
+  ASSERT_EQ(after.size(), 6u);
   constexpr std::size_t kTopPlane = 4;
   for (std::size_t i = 0; i < 6; ++i) {
     const double moved = i == kTopPlane ? dragged : 0.0;
@@ -140,6 +143,16 @@ TEST_F(BoxCutterFaceDrags, belowAHostsTransformTheFacesFollowInTheWorld) {
   placeBox();
   lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
   for (std::size_t face = 0; face < 6; ++face) expectFollows(face, 0.75);
+}
+
+TEST_F(BoxCutterFaceDrags, atTheCoordinatesOfASurveyTheFacesFollowToAMillimetre) {
+  const osg::Matrixd matrix = osg::Matrixd::translate(687000.0, 5337000.0, 510.0);
+  putBelow(*new osg::MatrixTransform(matrix), matrix);
+  for (const bool isPerspective : {true, false}) {
+    if (!isPerspective) useOrthographic();
+    lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
+    for (std::size_t face = 0; face < 6; ++face) expectFollows(face, 0.75, 1e-3);
+  }
 }
 
 TEST_F(BoxCutterFaceDrags, belowAHostsOwnCameraThePointerIsThatCameras) {
