@@ -57,10 +57,11 @@ void expectNear(const Extent& found, const Extent& expected, double tolerance) {
 
 // Red, green or blue enough to be a handle of that axis, lit or not.
 bool isColourOf(int axis, const osg::Vec4& colour) {
-  constexpr float kBrightest = 0.30F;
+  constexpr float kDarkest = 0.30F;
   constexpr float kDominance = 1.35F;
-  const float others = std::max(colour[(axis + 1) % 3], colour[(axis + 2) % 3]);
-  return colour[axis] > kBrightest && colour[axis] > kDominance * others;
+  const float channels[] = {colour.r(), colour.g(), colour.b()};
+  const float others = std::max(channels[(axis + 1) % 3], channels[(axis + 2) % 3]);
+  return channels[axis] > kDarkest && channels[axis] > kDominance * others;
 }
 
 class ClipBoxGLTest : public SceneFixture {

@@ -283,8 +283,7 @@ TEST_F(ClipBoxViewerTest, ofSeveralScansEachWithPointsInsideGetsAFile) {
   start(
       {"--verbose", "--clip", "9876620 9999900 -50 9876720 10000100 50", path("a.las"), path("b.las"), path("c.las")});
   ASSERT_TRUE(_viewer->findWindow("quor_viewer: a.las"));
-  EXPECT_EQ(_viewer->waitForLine("loaded"), "loaded 147 points");
-  _viewer->settle();
+  waitUntilLoaded(147);
   pressKey("w");
   EXPECT_THAT(_viewer->output(), HasSubstr("written to " + path("b_inside.las")));
   EXPECT_EQ(pointsInLasFile(path("b_inside.las")).size(), 49U);

@@ -64,7 +64,13 @@ void ViewerFixture::showGrid(const std::vector<std::string>& options) {
   arguments.insert(arguments.end(), options.begin(), options.end());
   start(arguments);
   ASSERT_TRUE(_viewer->findWindow("quor_viewer: grid.las"));
-  ASSERT_EQ(_viewer->waitForLine("loaded"), "loaded 49 points");
+  waitUntilLoaded(49);
+}
+
+// The first frame with all points may take a busy machine longer than settling waits.
+void ViewerFixture::waitUntilLoaded(int points) {
+  ASSERT_EQ(_viewer->waitForLine("loaded"), "loaded " + std::to_string(points) + " points");
+  _viewer->waitForLine("view", std::chrono::seconds(5));
   _viewer->settle();
 }
 

@@ -44,6 +44,9 @@ class ViewerFixture : public testing::Test {
   /// Starts the viewer with the grid and waits until it has been loaded and drawn.
   void showGrid(const std::vector<std::string>& options = {});
 
+  /// Waits until so many points have been loaded and drawn.
+  void waitUntilLoaded(int points);
+
   /// Where the reported view says that a place of the world must be seen.
   Pixel pixelOf(const osg::Vec3d& world) const;
   Pixel pixelOf(const LasFilePoint& point) const { return pixelOf(coordinatesOf(point)); }

@@ -159,8 +159,7 @@ TEST_F(ViewerTest, severalFilesAppearInTheirCommonFrame) {
   writeLasFile(path("b.las"), _points, kOffsetX + 100.0, kOffsetY);
   start({"--verbose", "--point-size", "9", "--size", "800x600", path("a.las"), path("b.las")});
   ASSERT_TRUE(_viewer->findWindow("quor_viewer: a.las, b.las"));
-  EXPECT_EQ(_viewer->waitForLine("loaded"), "loaded 98 points");
-  _viewer->settle();
+  waitUntilLoaded(98);
   LasFilePoint inSecond = _points[24];
   EXPECT_THAT(clickAt(pixelOf(inSecond)), HasSubstr("point 24 of a.las"));
   inSecond.x += 10000;
