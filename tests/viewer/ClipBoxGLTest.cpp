@@ -469,6 +469,34 @@ TEST_F(ClipBoxGLTest, aClickOnAHandleIsNoClickAndOneBesideItIs) {
   EXPECT_EQ(clicks, 2);
 }
 
+TEST_F(ClipBoxGLTest, aHandleThatPointsAtTheEyeTakesNoPressAndOneBesideItDoes) {
+  box().place(kHalf);
+  _view->toggleProjection();
+  _manipulator->setPitchWithYawQuat(osg::Quat(), osg::Quat());
+  draw();
+  const osg::Vec3d top = box().handles().pathOfFace(5, 0.1).from;
+  drag({top, top + osg::Vec3d(3.0, 2.0, 0.0)});
+  EXPECT_EQ(box().handles().box()._max, kHalf._max);
+  drag(box().handles().pathOfFace(1, 0.4));
+  EXPECT_LT(box().handles().box().xMax(), 25.0F);
+}
+
+TEST_F(ClipBoxGLTest, aPulledArrowMovesTheBoxUnlessItPointsAtTheEye) {
+  box().place(kHalf);
+  box().showHandles(ClipHandles::CUTTER_TRANSLATE, 7);
+  draw();
+  const HandlePath sideways = box().handles().pathOfAxis(0, 0.3);
+  drag(sideways);
+  const osg::Vec3d moved = box().handles().getMatrix().getTrans();
+  EXPECT_GT(moved.x(), 1.0);
+  _view->toggleProjection();
+  _manipulator->setPitchWithYawQuat(osg::Quat(), osg::Quat());
+  draw();
+  const HandlePath up = box().handles().pathOfAxis(2, 0.3);
+  drag({up.from, up.from + osg::Vec3d(2.0, 1.0, 0.0)});
+  EXPECT_EQ(box().handles().getMatrix().getTrans(), moved);
+}
+
 TEST_F(ClipBoxGLTest, raysPassThePointsByWithoutLookingAtThem) {
   const osg::Vec2d pixel = windowPlaceOf(placeOf(20));
   const auto hits = [&](osg::Node& node) {

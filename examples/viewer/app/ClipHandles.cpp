@@ -24,6 +24,7 @@ constexpr float kArrowLengthPixels = 150.0F;
 constexpr float kRingPickRadius = 1.1F;
 // A pull across the place nearest to the eye turns this way or that; beside it the direction is clear.
 constexpr double kBesideNearestDegrees = 20.0;
+constexpr double kLeastSightDegrees = 5.0;
 
 const osg::Vec4f kXColour(0.93F, 0.27F, 0.26F, 1.0F);
 const osg::Vec4f kYColour(0.42F, 0.80F, 0.30F, 1.0F);
@@ -149,6 +150,28 @@ HandlePath ClipHandles::pathOfRing(std::size_t axis, double degrees, const osg::
     return osg::Vec3d(kRingPickRadius * std::cos(radians), kRingPickRadius * std::sin(radians), 0.0) * matrix;
   };
   return {placeAt(start), placeAt(start + osg::DegreesToRadians(degrees))};
+}
+
+bool ClipHandles::handle(const QuorOsgUtils::BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
+                         osgGA::GUIActionAdapter& aa) {
+  const bool blind = ea.getEventType() == osgGA::GUIEventAdapter::PUSH && _pointsAtEye(pointer);
+  return !blind && BoxCutterDragger::handle(pointer, ea, aa);
+}
+
+bool ClipHandles::_pointsAtEye(const QuorOsgUtils::BoxPointerInfo& pointer) const {
+  const double leastSine = std::sin(osg::DegreesToRadians(kLeastSightDegrees));
+  osg::Vec3d nearPoint, farPoint;
+  pointer.getNearFarPoints(nearPoint, farPoint);
+  osg::Vec3d sight = farPoint - nearPoint;
+  sight.normalize();
+  for (std::size_t axis = 0; axis < _axes.size(); ++axis) {
+    const bool hit = pointer.contains(_faces.at(2 * axis).transform) ||
+                     pointer.contains(_faces.at(2 * axis + 1).transform) || pointer.contains(_axes.at(axis).transform);
+    if (hit && (sight ^ _directionOf(axis)).length() < leastSine) {
+      return true;
+    }
+  }
+  return false;
 }
 
 osg::Vec3d ClipHandles::_directionOf(std::size_t axis) const {

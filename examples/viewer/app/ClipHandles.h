@@ -20,6 +20,9 @@ struct HandlePath {
 /// The library's clip box, dressed for this viewer's frame: programs in place of the fixed-function state that OpenGL
 /// refuses there, and no traces in the captured depth, which belongs to the cloud alone.
 ///
+/// A cone or an arrow that points at the eye takes no press: there, a pixel's move of the pointer would be a
+/// kilometre's on the handle.
+///
 /// Cones stand before everything; lines hide behind points. The rings are meant to be drawn twice: before the cloud
 /// with `setUpState`, and after it with `setUpStateOfRingsAgain`, where only what stands before the disc appears.
 class ClipHandles : public QuorOsgUtils::BoxCutterDragger {
@@ -32,6 +35,7 @@ class ClipHandles : public QuorOsgUtils::BoxCutterDragger {
   static void setUpStateOfRingsAgain(osg::StateSet& state);
 
   using BoxCutterDragger::applyClipPlane;
+  using BoxCutterDragger::handle;
   const osg::BoundingBoxf& box() const { return _box; }
   bool isDragged() const { return _draggerActive; }
 
@@ -43,7 +47,12 @@ class ClipHandles : public QuorOsgUtils::BoxCutterDragger {
   /// Turns the box, by a place of the ring near the one that is nearest to the eye.
   HandlePath pathOfRing(std::size_t axis, double degrees, const osg::Vec3d& eye) const;
 
+ protected:
+  bool handle(const QuorOsgUtils::BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
+              osgGA::GUIActionAdapter& aa) override;
+
  private:
+  bool _pointsAtEye(const QuorOsgUtils::BoxPointerInfo& pointer) const;
   osg::Vec3d _directionOf(std::size_t axis) const;
   double _extentAlong(std::size_t axis) const;
 };
