@@ -72,19 +72,25 @@ class QUOR_OSG_UTILS_EXPORT BoxPointerInfo : public osgManipulator::PointerInfo 
 ///
 /// Model: the extents are an axis-aligned box in this node's own frame and change only by the faces; turning and moving
 /// change this node's matrix. The six planes stand in the frame of this node's parent, which must be the clip node's
-/// frame too. A face never comes nearer than 0.5 local units to the opposite one. Distances dragged on a face are world
-/// units, and taken for local ones: a scaled node's faces do not keep to the pointer.
+/// frame too. A face never comes nearer than 0.5 local units to the opposite one, as far as single precision tells them
+/// apart. Distances dragged on a face are world units, and taken for local ones: a scaled node's faces do not keep to
+/// the pointer. A handle seen end-on is hard to hold: a pixel's move is a long way there, and a press that finds no
+/// place on an arrow's line fixes no beginning, so that the moves count from the beginning before. A host may refuse
+/// such presses by overriding the protected `handle`.
 ///
-/// Handles: cones and arrows keep their size in pixels (10 across, 18 long; arrows 150 away from the centre) from the
-/// first frame on; before it they stand in world units. The rings circle the box. They are drawn with fixed-function
-/// state, lit by the view's head light (light 0): where programs are in use, the host gives the node one. In the mode
-/// of the rings the node is drawn in render bin -100 with a dark disc behind them, otherwise in bin 100.
+/// Handles: cones and arrows keep their size in pixels (about 20 across, 18 long; arrows 150 away from the centre) from
+/// the first frame on; before it they stand in world units. The rings circle the box. They are drawn with
+/// fixed-function state, lit by the view's head light (light 0): where programs are in use, the host gives the node
+/// one. In the mode of the rings the node is drawn in render bin -100 with a dark disc behind them, otherwise in bin
+/// 100.
 ///
 /// Ownership: the node keeps the clip node, which keeps the last planes when the node is gone. Copies share handles,
-/// projectors, transform callback and clip node with their source: drags of a copy move its source, and a copy that
-/// was made while events were handled takes none before `setHandleEvents` has turned it off and on.
-/// Threads: the event thread of the viewer. GL: needs no current context; the disc turns depth writes off and on again.
-/// Errors: nothing is thrown; an event that meets no viewport, no hit or no parent changes nothing.
+/// state set, projectors, transform callback and clip node with their source: drags of a copy move its source, and a
+/// copy that was made while events were handled takes none before `setHandleEvents` has turned it off and on.
+/// Threads: the event thread of the viewer, between frames: colours and line widths of the handles are not marked as
+/// dynamic. GL: needs no current context; the disc turns depth writes off and on again.
+/// Errors: nothing is thrown; an event that meets no view or no hit changes nothing. Without a viewport nobody can tell
+/// where the pointer is: a drag then moves the box by an amount without meaning, but finite.
 class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
  public:
   /// Which handles are shown.
@@ -135,7 +141,7 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
 
   /// The planes of the box at hand, in the frame of this node's parent: front (low y), right (high x), back, left, top
   /// (high z), bottom. Normals have length 1 and point inwards: a x + b y + c z + d >= 0 inside. A box without extent
-  /// yields planes of zeros.
+  /// yields planes of zeros, a matrix that mirrors normals that point outwards.
   std::vector<osg::Plane> getCurrentClipPlanes() const;
   /// The planes of the last cut; none before the first.
   std::vector<osg::Plane> getAllClipPlane() const;

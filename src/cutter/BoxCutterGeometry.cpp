@@ -4,6 +4,7 @@
 #include "cutter/HandleLines.h"
 #include "util/FlatStrip.h"
 #include "util/RingStrip.h"
+#include "util/TubeHints.h"
 
 #include <QuorOsgUtils/BoxCutterDragger.h>
 
@@ -96,18 +97,8 @@ osg::ref_ptr<DrawableType> asPickVolume(osg::ref_ptr<DrawableType> drawable) {
 }
 
 osg::ref_ptr<osg::ShapeDrawable> createPickTube(const osg::Vec4f& color) {
-  osg::ref_ptr<osg::TessellationHints> hints = new osg::TessellationHints;
-  hints->setDetailRatio(1.0f);
-  hints->setTargetNumFaces(100);
-  hints->setCreateFrontFace(true);
-  hints->setCreateBackFace(false);
-  hints->setCreateNormals(true);
-  hints->setCreateTextureCoords(false);
-  hints->setCreateTop(false);
-  hints->setCreateBody(true);
-  hints->setCreateBottom(false);
   osg::ref_ptr<osg::ShapeDrawable> tube =
-      new osg::ShapeDrawable(new osg::Cylinder(osg::Vec3f(), kTubeRadius, kTubeHeight), hints);
+      new osg::ShapeDrawable(new osg::Cylinder(osg::Vec3f(), kTubeRadius, kTubeHeight), createTubeHints());
   tube->setColor(color);
   return asPickVolume(tube);
 }

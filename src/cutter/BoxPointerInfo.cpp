@@ -4,7 +4,10 @@ namespace QuorOsgUtils {
 
 BoxPointerInfo::BoxPointerInfo() = default;
 
-BoxPointerInfo::BoxPointerInfo(const BoxPointerInfo& other) = default;
+// The base's own copy leaves the camera's matrices out.
+BoxPointerInfo::BoxPointerInfo(const BoxPointerInfo& other) : BoxPointerInfo() {
+  *this = other;
+}
 
 BoxPointerInfo& BoxPointerInfo::operator=(const BoxPointerInfo& other) {
   osgManipulator::PointerInfo::operator=(other);

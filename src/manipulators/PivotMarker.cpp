@@ -2,6 +2,7 @@
 
 #include "util/FlatStrip.h"
 #include "util/RingStrip.h"
+#include "util/TubeHints.h"
 
 #include <osg/Array>
 #include <osg/Geode>
@@ -25,20 +26,6 @@ struct RingColours {
   osg::Vec4f band;
   osg::Vec4f line;
 };
-
-osg::ref_ptr<osg::TessellationHints> ringHints() {
-  osg::ref_ptr<osg::TessellationHints> hints = new osg::TessellationHints;
-  hints->setDetailRatio(1.0f);
-  hints->setTargetNumFaces(100);
-  hints->setCreateFrontFace(true);
-  hints->setCreateBackFace(false);
-  hints->setCreateNormals(true);
-  hints->setCreateTextureCoords(false);
-  hints->setCreateBody(true);
-  hints->setCreateTop(false);
-  hints->setCreateBottom(false);
-  return hints;
-}
 
 osg::ref_ptr<osg::ShapeDrawable> createBand(const osg::Vec4f& colour, osg::TessellationHints* hints) {
   osg::ref_ptr<osg::Cylinder> cylinder = new osg::Cylinder(osg::Vec3f(), kRingRadius, kRingWidth);
@@ -81,7 +68,7 @@ osg::ref_ptr<osg::MatrixTransform> turned(osg::Node* ring, const osg::Vec3d& fir
 osg::ref_ptr<osg::AutoTransform> createPivotMarker() {
   const osg::Vec3d xAxis(1.0, 0.0, 0.0);
   const osg::Vec3d yAxis(0.0, 1.0, 0.0);
-  const osg::ref_ptr<osg::TessellationHints> hints = ringHints();
+  const osg::ref_ptr<osg::TessellationHints> hints = createTubeHints();
   osg::ref_ptr<osg::AutoTransform> marker = new osg::AutoTransform;
   marker->setAutoScaleToScreen(true);
   marker->getOrCreateStateSet()->setMode(GL_DEPTH_TEST, osg::StateAttribute::OFF);

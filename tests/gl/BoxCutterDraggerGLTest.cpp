@@ -203,7 +203,7 @@ TEST_F(BoxCutterPicture, theRingsKeepTheirSizeRelativeToTheBox) {
     int previousWidth = 0;
     for (const osg::BoundingBoxf& extents : {small, doubled}) {
       _scene->removeChild(_box);
-      _box = new OpenBoxCutter(extents, _clip);
+      _box = new ExposedBoxCutter(extents, _clip);
       _scene->addChild(_box);
       showOnly(Cutter::CUTTER_ROTATE, 2);
       if (!isPerspective) useOrthographic();

@@ -45,7 +45,7 @@ BoxCutterFixture::BoxCutterFixture() {
   _viewer->setSceneData(_scene);
   _camera = &viewCamera();
   _camera->setViewport(0, 0, kWidth, kHeight);
-  _box = new OpenBoxCutter(osg::BoundingBoxf(-1.0f, -2.0f, -0.5f, 3.0f, 4.0f, 5.0f), _clip);
+  _box = new ExposedBoxCutter(osg::BoundingBoxf(-1.0f, -2.0f, -0.5f, 3.0f, 4.0f, 5.0f), _clip);
   _scene->addChild(_clip);
   _scene->addChild(_box);
   _box->setType(Cutter::CUTTER_SCALE, kAllAxes);

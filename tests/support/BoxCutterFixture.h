@@ -18,13 +18,6 @@
 
 namespace QuorTests {
 
-/// With the dispatch of a press or drag to the handles open too.
-class OpenBoxCutter : public ExposedBoxCutter {
- public:
-  using BoxCutterDragger::handle;
-  using ExposedBoxCutter::ExposedBoxCutter;
-};
-
 /// A viewer that counts the redraws asked of it.
 class CountingViewer : public osgViewer::Viewer {
  public:
@@ -145,7 +138,7 @@ class BoxCutterFixture : public ::testing::Test {
   osg::ref_ptr<CountingViewer> _viewer = new CountingViewer;
   osg::ref_ptr<osg::Group> _scene = new osg::Group;
   osg::ref_ptr<osg::ClipNode> _clip = new osg::ClipNode;
-  osg::ref_ptr<OpenBoxCutter> _box;
+  osg::ref_ptr<ExposedBoxCutter> _box;
   /// The camera that sees the box.
   osg::ref_ptr<osg::Camera> _camera;
   osg::Matrixd _parentMatrix;

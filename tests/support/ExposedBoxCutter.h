@@ -32,6 +32,7 @@ class ExposedBoxCutter : public QuorOsgUtils::BoxCutterDragger {
 
   using BoxCutterDragger::applyClipPlane;
   using BoxCutterDragger::computeNodePathToRoot;
+  using BoxCutterDragger::handle;
   using osg::Node::setNumChildrenRequiringEventTraversal;
 
   using BoxCutterDragger::_axes;

@@ -92,8 +92,8 @@ TEST_F(BoxCutterDrags, onlyTheNearestHitOfTheBoxIsKept) {
 }
 
 TEST_F(BoxCutterDrags, theHandleOfAnotherBoxIsNotTaken) {
-  osg::ref_ptr<OpenBoxCutter> other =
-      new OpenBoxCutter(osg::BoundingBoxf(-1.0f, -2.0f, -0.5f, 3.0f, 4.0f, 5.0f), nullptr);
+  osg::ref_ptr<ExposedBoxCutter> other =
+      new ExposedBoxCutter(osg::BoundingBoxf(-1.0f, -2.0f, -0.5f, 3.0f, 4.0f, 5.0f), nullptr);
   other->setType(Cutter::CUTTER_SCALE, kAllAxes);
   _box->setType(Cutter::CUTTER_SCALE, 0);
   _scene->addChild(other);

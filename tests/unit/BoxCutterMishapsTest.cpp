@@ -103,7 +103,7 @@ TEST_F(BoxCutterMishaps, aPointerWithoutHitsIsTakenByNoHandle) {
 TEST_F(BoxCutterMishaps, withoutAClipNodeEveryHandleStillWorks) {
   const std::vector<Mode> all = modes();
   _scene->removeChild(_box);
-  _box = new OpenBoxCutter(osg::BoundingBoxf(-1.0f, -2.0f, -0.5f, 3.0f, 4.0f, 5.0f), nullptr);
+  _box = new ExposedBoxCutter(osg::BoundingBoxf(-1.0f, -2.0f, -0.5f, 3.0f, 4.0f, 5.0f), nullptr);
   _scene->addChild(_box);
   for (const Mode& mode : all) {
     begin(mode);
@@ -112,7 +112,7 @@ TEST_F(BoxCutterMishaps, withoutAClipNodeEveryHandleStillWorks) {
   EXPECT_TRUE(_box->getAllClipPlane().empty());
 }
 
-TEST_F(BoxCutterMishaps, withoutAViewportADragLeadsNowhereHarmful) {
+TEST_F(BoxCutterMishaps, withoutAViewportADragEndsAndTheBoxStaysFiniteAndUsable) {
   for (const Mode& mode : modes()) {
     _box->setMatrix(osg::Matrixd());
     showOnly(mode.type, 0);
@@ -122,7 +122,11 @@ TEST_F(BoxCutterMishaps, withoutAViewportADragLeadsNowhereHarmful) {
     EXPECT_TRUE(send(*makeEvent(Event::DRAG, 0, kLeft, mode.at + osg::Vec2d(9.0, 9.0))));
     EXPECT_TRUE(send(*makeEvent(Event::RELEASE, kLeft, 0, mode.at)));
     expectAllFinite();
+    expectIdle();
+    EXPECT_EQ(_box->_pointer._pixelSize, 1.0);
     viewCamera().setViewport(0, 0, kWidth, kHeight);
+    begin(mode);
+    expectDragGoesOnAndEnds(mode);
   }
 }
 

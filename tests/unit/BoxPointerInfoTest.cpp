@@ -106,6 +106,24 @@ TEST_F(BoxPointerInfoTest, aCopyHasItsOwnHits) {
   expectOwnHits(copy);
 }
 
+TEST_F(BoxPointerInfoTest, aCopyProjectsThePointerAsItsSourceDoes) {
+  BoxPointerInfo source = makeUsed();
+  osg::ref_ptr<osg::Camera> camera = new osg::Camera;
+  camera->setViewport(0, 0, 800, 600);
+  camera->setViewMatrixAsLookAt(osg::Vec3d(3.0, -20.0, 5.0), osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0));
+  camera->setProjectionMatrixAsPerspective(40.0, 4.0 / 3.0, 1.0, 100.0);
+  source.setCamera(camera);
+  BoxPointerInfo copy(source);
+  source.setMousePosition(123.0f, 456.0f);
+  copy.setMousePosition(123.0f, 456.0f);
+  osg::Vec3d nearOfSource, farOfSource, nearOfCopy, farOfCopy;
+  source.getNearFarPoints(nearOfSource, farOfSource);
+  copy.getNearFarPoints(nearOfCopy, farOfCopy);
+  EXPECT_NEAR((farOfSource - nearOfSource).length(), 99.0, 10.0);
+  EXPECT_EQ(nearOfCopy, nearOfSource);
+  EXPECT_EQ(farOfCopy, farOfSource);
+}
+
 TEST_F(BoxPointerInfoTest, assignmentKeepsThePlaceInItsOwnListOfHits) {
   BoxPointerInfo source = makeUsed();
   BoxPointerInfo target;

@@ -30,4 +30,15 @@ TEST(RingStripTest, alternatesBetweenTheOuterAndTheInnerRadius) {
   }
 }
 
+TEST(RingStripTest, addsTheAnglesUpInThePrecisionOfItsNumbers) {
+  const std::vector<osg::Vec3f> vertices = ringStripVertices(1.1f, 0.05f, 0.03f);
+  float angle = 0.0f;
+  for (std::size_t i = 0; i < 100; ++i, angle += 0.06283186f) {
+    EXPECT_EQ(vertices[2 * i], osg::Vec3f(1.1f * std::cos(angle), 1.1f * std::sin(angle), 0.03f)) << i;
+    const float inner = 1.1f - 0.05f;
+    EXPECT_EQ(vertices[2 * i + 1], osg::Vec3f(inner * std::cos(angle), inner * std::sin(angle), 0.03f)) << i;
+  }
+  EXPECT_NE(vertices, ringStripVertices(1.1, 0.05, 0.03)) << "the two precisions cannot be told apart here";
+}
+
 }  // namespace

@@ -296,6 +296,21 @@ TEST_F(ScanCropTest, aVariableRecordThatRunsIntoThePointsIsKeptAsItStands) {
   EXPECT_EQ(part(file, 227, 227 + record.size()), plain(record));
 }
 
+TEST_F(ScanCropTest, aHoleOfMegabytesBeforeThePointsIsLeftOutAndTheRecordsBeforeItStay) {
+  Bytes scan = variedScan({2, 0}, 10);
+  const std::size_t pointsAt = 227;
+  const Bytes points(scan.begin() + pointsAt, scan.end());
+  const Bytes kept = variableRecord("LASF_Projection", 2112, 40);
+  std::vector<unsigned char> between(kept.begin(), kept.end());
+  between.resize(between.size() + (std::size_t{17} << 20U));
+  insertBehindHeader(scan, between);
+  scan.set(100, std::uint32_t{1});
+  const LasBytes saved(_cropOf(scan));
+  EXPECT_EQ(saved.pointsAt, 227 + kept.size());
+  EXPECT_EQ(part(saved.bytes, 227, 227 + kept.size()), plain(kept));
+  EXPECT_EQ(part(saved.bytes, saved.pointsAt), plain(points));
+}
+
 TEST_F(ScanCropTest, recordsThatTellWherePointsStoodAreLeftOut) {
   Bytes scan = variedScan({4, 6}, 10);
   const Bytes kept = variableRecord("LASF_Projection", 2112, 40);

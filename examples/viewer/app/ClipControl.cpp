@@ -78,7 +78,13 @@ osg::ref_ptr<osgGA::GUIEventHandler> ClipControl::createFollower() {
 }
 
 void ClipControl::startWith(const osg::BoundingBoxd& world) {
-  _host.box.place(relativeTo(_host.scans.origin(), world));
+  const osg::BoundingBoxf box = relativeTo(_host.scans.origin(), world);
+  const osg::Vec3f lost = box._max - box._min - osg::Vec3f(world._max - world._min);
+  constexpr float kLostAtMost = 0.01F;
+  if (lost.length() > kLostAtMost) {
+    return _fail("--clip is too far away from the scan for a box of its size");
+  }
+  _host.box.place(box);
 }
 
 void ClipControl::setContent(const osg::BoundingBox& content, bool complete) {
@@ -103,6 +109,9 @@ bool ClipControl::_placeAroundContent() {
 }
 
 void ClipControl::_toggle() {
+  if (_isHeld()) {
+    return;
+  }
   if (_host.box.isOn()) {
     _host.box.setOn(false);
     _announce("clip off", "The clip box is off: everything shows");
@@ -148,7 +157,15 @@ bool ClipControl::_isReady() {
   if (!_host.box.isOn()) {
     _host.hud.setMessage("Switch the clip box on first, with B");
   }
-  return _host.box.isOn();
+  return _host.box.isOn() && !_isHeld();
+}
+
+// A handle would stay as it is held, were it taken away from under the pointer.
+bool ClipControl::_isHeld() {
+  if (_host.box.isDragged()) {
+    _host.hud.setMessage("Let go of the handle first");
+  }
+  return _host.box.isDragged();
 }
 
 void ClipControl::_beginSave() {

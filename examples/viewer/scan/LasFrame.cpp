@@ -41,31 +41,43 @@ class FrameReading {
   }
 
  private:
-  // Records that run into the points are no reason to refuse the scan: what stands there stays as it is.
+  // Records that run into the points are no reason to refuse the scan: what stands there stays as it is. So does what
+  // follows the last record, unless it is a hole of a size that no producer fills.
   void _readVariableRecords() {
+    constexpr std::uint64_t kMostFollowingBytes = std::uint64_t{1} << 24;
     const std::uint64_t begin = _las.header.headerLengthBytes;
-    std::vector<unsigned char>& bytes = _frame.variableRecords;
-    bytes.resize(static_cast<std::size_t>(_las.pointDataOffsetBytes - begin));
-    _file.read(begin, bytes.data(), bytes.size());
-    std::size_t at = 0;
+    const std::uint64_t end = _las.pointDataOffsetBytes;
+    std::uint64_t at = begin;
     for (std::uint32_t record = 0; record < _las.header.variableRecordCount; ++record) {
-      if (bytes.size() - at < LasRecordHead::kBytes) break;
-      const LasRecordHead head = LasRecordHead::parse(bytes.data() + at, false);
-      const auto length = static_cast<std::size_t>(LasRecordHead::kBytes + head.contentBytes);
-      if (bytes.size() - at < length) break;
-      if (tellsArrangement(head)) {
-        _dropVariableRecord(at, length);
-      } else {
-        at += length;
-      }
+      const std::optional<std::uint64_t> length = _takeVariableRecord(at, end);
+      if (!length) break;
+      at += *length;
     }
-    _frame.header.pointDataOffsetBytes = static_cast<std::uint32_t>(begin + bytes.size());
+    if (end - at <= kMostFollowingBytes) _appendToVariableRecords(at, end - at);
+    _frame.header.pointDataOffsetBytes = static_cast<std::uint32_t>(begin + _frame.variableRecords.size());
   }
 
-  void _dropVariableRecord(std::size_t at, std::size_t length) {
-    const auto first = _frame.variableRecords.begin() + static_cast<std::ptrdiff_t>(at);
-    _frame.variableRecords.erase(first, first + static_cast<std::ptrdiff_t>(length));
-    --_frame.header.variableRecordCount;
+  /// The length of the record at `at`, nothing where it would reach beyond `end`.
+  std::optional<std::uint64_t> _takeVariableRecord(std::uint64_t at, std::uint64_t end) {
+    if (end - at < LasRecordHead::kBytes) return std::nullopt;
+    std::array<unsigned char, LasRecordHead::kBytes> bytes{};
+    _file.read(at, bytes.data(), bytes.size());
+    const LasRecordHead head = LasRecordHead::parse(bytes.data(), false);
+    const std::uint64_t length = LasRecordHead::kBytes + head.contentBytes;
+    if (end - at < length) return std::nullopt;
+    if (tellsArrangement(head)) {
+      --_frame.header.variableRecordCount;
+    } else {
+      _appendToVariableRecords(at, length);
+    }
+    return length;
+  }
+
+  void _appendToVariableRecords(std::uint64_t at, std::uint64_t count) {
+    std::vector<unsigned char>& bytes = _frame.variableRecords;
+    const std::size_t before = bytes.size();
+    bytes.resize(before + static_cast<std::size_t>(count));
+    _file.read(at, bytes.data() + before, static_cast<std::size_t>(count));
   }
 
   void _findExtendedRecords() {
