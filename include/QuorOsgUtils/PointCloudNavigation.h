@@ -51,6 +51,7 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   void computeHomePosition(const osg::Camera* camera = nullptr, bool useBoundingBox = false) override;
 
   bool handleMouseDrag(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
+  bool handleMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
   /// Hides the marker. Always false, so that the event stays unhandled; nothing is thrown on.
   bool handleMouseRelease(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
   bool handleMouseWheel(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
@@ -102,6 +103,7 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   /// Scales the view and keeps what is under the pointer in its place; false. A box off the axis is centred on it.
   virtual bool handleMouseWheelOrthographic(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
 
+  bool handleNormalMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleNormalMouseDrag(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleNormalMouseWheel(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleStationMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
@@ -126,6 +128,9 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   explicit PointCloudNavigation(osgViewer::Viewer* viewer);
   /// Memberwise: the copy shares the pivot marker and the viewer.
   PointCloudNavigation(const PointCloudNavigation& other);
+
+  /// What a press of the normal mode does with the turning point, the marker and, if it likes, the orbit centre.
+  virtual void placePivot(const osgGA::GUIEventAdapter& ea, osgViewer::Viewer& viewer) = 0;
 
   /// False while the rotation factor is no finite number; a turn by it would leave the camera without a place.
   bool canTurn() const;

@@ -33,11 +33,7 @@ class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation
   /// Takes the resulting rotation as the initial one and as the pitch; yaw becomes identity.
   void setTransformation(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up) override;
 
-  bool handleMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
   bool performNormalMovementRightMouseButton(double eventTimeDelta, double dx, double dy) override;
-
-  /// Re-places the orbit centre: the scene's depth in the middle of the view, on the line from the eye to the centre.
-  bool handleNormalMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
 
   /// The rotation that carries a ball's point p1 to p2, both in normalised window units: `axis` in world axes, `angle`
   /// in radians. For XY they lie in the plane of the view's right and up axes under `rotation`, for YZ in that of up
@@ -46,12 +42,12 @@ class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation
   void trackYZball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y, float p2x, float p2y);
 
  protected:
+  /// Re-places the orbit centre: the scene's depth in the middle of the view, on the line from the eye to the centre.
+  void placePivot(const osgGA::GUIEventAdapter& ea, osgViewer::Viewer& viewer) override;
+
   osg::Quat _initialRotation;
   /// In radians; without meaning before the first `setTransformation`.
   double _initialRotationAngle = 0.0;
-
- private:
-  void placeCentreOnScene(osgViewer::Viewer& viewer);
 };
 
 }  // namespace QuorOsgUtils

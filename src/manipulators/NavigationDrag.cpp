@@ -17,6 +17,16 @@ osg::Group* sceneGroupOf(osgViewer::Viewer& viewer) {
 
 }  // namespace
 
+bool PointCloudNavigation::handleMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
+  if (isLeftButtonAlone(ea)) return false;
+  return _stationModel ? handleStationMousePush(ea, aa) : handleNormalMousePush(ea, aa);
+}
+
+bool PointCloudNavigation::handleNormalMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
+  if (osgViewer::Viewer* viewer = viewerOf(aa)) placePivot(ea, *viewer);
+  return osgGA::StandardManipulator::handleMousePush(ea, aa);
+}
+
 bool PointCloudNavigation::handleMouseDrag(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
   if (isLeftButtonAlone(ea)) return false;
   return _stationModel ? osgGA::StandardManipulator::handleMouseDrag(ea, aa) : handleNormalMouseDrag(ea, aa);

@@ -48,17 +48,7 @@ void SPointCloudManipulator::setTransformation(const osg::Vec3d& eye, const osg:
   _initialRotationAngle = angleOf(_initialRotation);
 }
 
-bool SPointCloudManipulator::handleMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
-  if (isLeftButtonAlone(ea)) return false;
-  return _stationModel ? handleStationMousePush(ea, aa) : handleNormalMousePush(ea, aa);
-}
-
-bool SPointCloudManipulator::handleNormalMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
-  if (osgViewer::Viewer* viewer = viewerOf(aa)) placeCentreOnScene(*viewer);
-  return osgGA::StandardManipulator::handleMousePush(ea, aa);
-}
-
-void SPointCloudManipulator::placeCentreOnScene(osgViewer::Viewer& viewer) {
+void SPointCloudManipulator::placePivot(const osgGA::GUIEventAdapter&, osgViewer::Viewer& viewer) {
   const osg::Camera* camera = viewer.getCamera();
   const std::optional<ViewState> state = camera ? viewStateOf(*camera) : std::nullopt;
   if (!state) return;

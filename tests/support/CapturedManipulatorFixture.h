@@ -10,9 +10,10 @@ namespace QuorTests {
 
 /// The manipulator fixture on a real graphics context whose frames are captured: `paint` rectangles of the depth image,
 /// `draw` a frame, send events.
-class CapturedManipulatorFixture : public ManipulatorFixture {
+template <typename Manipulator>
+class CapturedNavigationFixture : public NavigationFixture<Manipulator> {
  protected:
-  CapturedManipulatorFixture();
+  CapturedNavigationFixture();
 
   void SetUp() override;
 
@@ -33,10 +34,13 @@ class CapturedManipulatorFixture : public ManipulatorFixture {
     float depth;
   };
 
-  explicit CapturedManipulatorFixture(std::unique_ptr<CaptureContext> context);
+  explicit CapturedNavigationFixture(std::unique_ptr<CaptureContext> context);
 
   std::unique_ptr<CaptureContext> _context;
   std::vector<Rectangle> _rectangles;
 };
+
+using CapturedManipulatorFixture = CapturedNavigationFixture<OpenManipulator>;
+using CapturedPivotManipulatorFixture = CapturedNavigationFixture<OpenPivotManipulator>;
 
 }  // namespace QuorTests

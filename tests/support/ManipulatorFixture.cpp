@@ -11,36 +11,42 @@ constexpr double kHalfFieldOfView = 30.0 * 3.14159265358979323846 / 180.0;
 
 }  // namespace
 
-ManipulatorFixture::ManipulatorFixture() : ManipulatorFixture(new osgViewer::Viewer) {
+template <typename Manipulator>
+NavigationFixture<Manipulator>::NavigationFixture() : NavigationFixture(new osgViewer::Viewer) {
   _viewer->setSceneData(_scene);
   camera().setViewport(0, 0, kWidth, kHeight);
 }
 
-ManipulatorFixture::ManipulatorFixture(osgViewer::Viewer* viewer) : _viewer(viewer) {
+template <typename Manipulator>
+NavigationFixture<Manipulator>::NavigationFixture(osgViewer::Viewer* viewer) : _viewer(viewer) {
   camera().setComputeNearFarMode(osg::CullSettings::DO_NOT_COMPUTE_NEAR_FAR);
-  _manipulator = new OpenManipulator(_viewer);
+  _manipulator = new Manipulator(_viewer);
   usePerspective();
   lookAt(osg::Vec3d(0.0, -100.0, 0.0), osg::Vec3d(0.0, 0.0, 0.0));
 }
 
-void ManipulatorFixture::usePerspective() {
+template <typename Manipulator>
+void NavigationFixture<Manipulator>::usePerspective() {
   const double top = kNear * std::tan(kHalfFieldOfView);
   const double right = top * kWidth / kHeight;
   camera().setProjectionMatrixAsFrustum(-right, right, -top, top, kNear, kFar);
 }
 
-void ManipulatorFixture::useOrthographic(double height) {
+template <typename Manipulator>
+void NavigationFixture<Manipulator>::useOrthographic(double height) {
   const double width = height * kWidth / kHeight;
   camera().setProjectionMatrixAsOrtho(-0.5 * width, 0.5 * width, -0.5 * height, 0.5 * height, kNear, kFar);
 }
 
-void ManipulatorFixture::lookAt(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up) {
+template <typename Manipulator>
+void NavigationFixture<Manipulator>::lookAt(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up) {
   _manipulator->setTransformation(eye, center, up);
   updateCamera();
 }
 
-osg::ref_ptr<osgGA::GUIEventAdapter> ManipulatorFixture::makeEvent(Event::EventType type, int buttons, double x,
-                                                                   double y) {
+template <typename Manipulator>
+osg::ref_ptr<osgGA::GUIEventAdapter> NavigationFixture<Manipulator>::makeEvent(Event::EventType type, int buttons,
+                                                                               double x, double y) {
   osg::ref_ptr<Event> event = new Event;
   event->setEventType(type);
   event->setButtonMask(buttons);
@@ -52,34 +58,40 @@ osg::ref_ptr<osgGA::GUIEventAdapter> ManipulatorFixture::makeEvent(Event::EventT
   return event;
 }
 
-bool ManipulatorFixture::scroll(Event::ScrollingMotion motion, double x, double y) {
+template <typename Manipulator>
+bool NavigationFixture<Manipulator>::scroll(Event::ScrollingMotion motion, double x, double y) {
   const osg::ref_ptr<Event> event = makeEvent(Event::SCROLL, 0, x, y);
   event->setScrollingMotion(motion);
   return send(*event);
 }
 
-bool ManipulatorFixture::key(int keySymbol) {
+template <typename Manipulator>
+bool NavigationFixture<Manipulator>::key(int keySymbol) {
   const osg::ref_ptr<Event> event = makeEvent(Event::KEYDOWN, 0, 0.0, 0.0);
   event->setKey(keySymbol);
   return send(*event);
 }
 
-osg::Vec3d ManipulatorFixture::eye() const {
+template <typename Manipulator>
+osg::Vec3d NavigationFixture<Manipulator>::eye() const {
   return _manipulator->getCenter() - viewDirection() * _manipulator->getDistance();
 }
 
-osg::Vec3d ManipulatorFixture::viewDirection() const {
+template <typename Manipulator>
+osg::Vec3d NavigationFixture<Manipulator>::viewDirection() const {
   return _manipulator->getRotation() * osg::Vec3d(0.0, 0.0, -1.0);
 }
 
-osg::Vec3d ManipulatorFixture::toWindow(const osg::Vec3d& world) {
+template <typename Manipulator>
+osg::Vec3d NavigationFixture<Manipulator>::toWindow(const osg::Vec3d& world) {
   // Relative to the eye first, so that the test's own arithmetic keeps its digits far from the origin.
   const osg::Vec3d inView = _manipulator->getRotation().inverse() * (world - eye());
   const osg::Vec3d clip = inView * camera().getProjectionMatrix();
   return osg::Vec3d((clip.x() + 1.0) * 0.5 * kWidth, (clip.y() + 1.0) * 0.5 * kHeight, (clip.z() + 1.0) * 0.5);
 }
 
-osg::Vec3d ManipulatorFixture::worldAtDistance(double x, double y, double distance) {
+template <typename Manipulator>
+osg::Vec3d NavigationFixture<Manipulator>::worldAtDistance(double x, double y, double distance) {
   // A plane of constant depth is at right angles to the view: only its width depends on the distance.
   const osg::Matrixd& projection = camera().getProjectionMatrix();
   const bool isPerspective = projection(3, 3) == 0.0;
@@ -89,16 +101,21 @@ osg::Vec3d ManipulatorFixture::worldAtDistance(double x, double y, double distan
   return eye() + _manipulator->getRotation() * inView;
 }
 
-float ManipulatorFixture::depthAtDistance(double distance) {
+template <typename Manipulator>
+float NavigationFixture<Manipulator>::depthAtDistance(double distance) {
   const osg::Vec3d clip = osg::Vec3d(0.0, 0.0, -distance) * camera().getProjectionMatrix();
   return static_cast<float>((clip.z() + 1.0) * 0.5);
 }
 
-double ManipulatorFixture::distanceOfDepth(float depth) {
+template <typename Manipulator>
+double NavigationFixture<Manipulator>::distanceOfDepth(float depth) {
   const bool isPerspective = camera().getProjectionMatrix()(3, 3) == 0.0;
   if (!isPerspective) return kNear + depth * (kFar - kNear);
   return kNear * kFar / (kFar - depth * (kFar - kNear));
 }
+
+template class NavigationFixture<OpenManipulator>;
+template class NavigationFixture<OpenPivotManipulator>;
 
 void expectNear(const osg::Vec3d& actual, const osg::Vec3d& expected, double tolerance) {
   EXPECT_NEAR(actual.x(), expected.x(), tolerance);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QuorOsgUtils/SPointCloudManipulator.h>
+#include <QuorOsgUtils/SPointCloudPrivotManipulator.h>
 
 #include <osg/Group>
 #include <osgGA/GUIEventAdapter>
@@ -11,31 +12,41 @@
 namespace QuorTests {
 
 /// A manipulator that shows its state to tests. Nothing of its behaviour is changed.
-class OpenManipulator : public QuorOsgUtils::SPointCloudManipulator {
+template <typename Manipulator>
+class Opened : public Manipulator {
  public:
-  using SPointCloudManipulator::SPointCloudManipulator;
+  using Manipulator::Manipulator;
 
-  using SPointCloudManipulator::_fov;
-  using SPointCloudManipulator::_initialRotation;
-  using SPointCloudManipulator::_initialRotationAngle;
-  using SPointCloudManipulator::_lockPerspective;
-  using SPointCloudManipulator::_osgViewer;
-  using SPointCloudManipulator::_pitchQuat;
-  using SPointCloudManipulator::_pivotIndicator;
-  using SPointCloudManipulator::_pivotPoint;
-  using SPointCloudManipulator::_spareCount;
-  using SPointCloudManipulator::_spareRatio;
-  using SPointCloudManipulator::_spareVector;
-  using SPointCloudManipulator::_stationCenter;
-  using SPointCloudManipulator::_wheelZoomFactor;
-  using SPointCloudManipulator::_yawQuat;
+  using Manipulator::_fov;
+  using Manipulator::_lockPerspective;
+  using Manipulator::_osgViewer;
+  using Manipulator::_pitchQuat;
+  using Manipulator::_pivotIndicator;
+  using Manipulator::_pivotPoint;
+  using Manipulator::_spareCount;
+  using Manipulator::_spareRatio;
+  using Manipulator::_spareVector;
+  using Manipulator::_stationCenter;
+  using Manipulator::_wheelZoomFactor;
+  using Manipulator::_yawQuat;
 
   double orbitWheelZoomFactor() const { return osgGA::OrbitManipulator::_wheelZoomFactor; }
 };
 
+class OpenManipulator : public Opened<QuorOsgUtils::SPointCloudManipulator> {
+ public:
+  using Opened::Opened;
+
+  using SPointCloudManipulator::_initialRotation;
+  using SPointCloudManipulator::_initialRotationAngle;
+};
+
+using OpenPivotManipulator = Opened<QuorOsgUtils::SPointCloudPrivotManipulator>;
+
 /// A viewer of kWidth × kHeight pixels without a graphics context, a scene of one group, and the manipulator under
 /// test; real events go through the manipulator's public `handle`. Positions are pixels from the bottom left.
-class ManipulatorFixture : public ::testing::Test {
+template <typename Manipulator>
+class NavigationFixture : public ::testing::Test {
  protected:
   using Event = osgGA::GUIEventAdapter;
 
@@ -47,9 +58,9 @@ class ManipulatorFixture : public ::testing::Test {
   static constexpr int kMiddle = Event::MIDDLE_MOUSE_BUTTON;
   static constexpr int kRight = Event::RIGHT_MOUSE_BUTTON;
 
-  ManipulatorFixture();
+  NavigationFixture();
   /// The same on a viewer that has its own scene and viewport.
-  explicit ManipulatorFixture(osgViewer::Viewer* viewer);
+  explicit NavigationFixture(osgViewer::Viewer* viewer);
 
   osg::Camera& camera() { return *_viewer->getCamera(); }
 
@@ -85,9 +96,12 @@ class ManipulatorFixture : public ::testing::Test {
 
   osg::ref_ptr<osgViewer::Viewer> _viewer;
   osg::ref_ptr<osg::Group> _scene = new osg::Group;
-  osg::ref_ptr<OpenManipulator> _manipulator;
+  osg::ref_ptr<Manipulator> _manipulator;
   double _time = 1.0;
 };
+
+using ManipulatorFixture = NavigationFixture<OpenManipulator>;
+using PivotManipulatorFixture = NavigationFixture<OpenPivotManipulator>;
 
 void expectNear(const osg::Vec3d& actual, const osg::Vec3d& expected, double tolerance);
 /// As rotations: q and −q are the same.

@@ -1,6 +1,7 @@
 // Names something of every header and runs it, so that a missing export or a missing link shows.
 #include <QuorOsgUtils/BoxCutterDragger.h>
 #include <QuorOsgUtils/SPointCloudManipulator.h>
+#include <QuorOsgUtils/SPointCloudPrivotManipulator.h>
 #include <QuorOsgUtils/ScreenCaptureTool.h>
 #include <QuorOsgUtils/SpinLock.h>
 #include <QuorOsgUtils/ThreadCount.h>
@@ -13,6 +14,8 @@
 int main() {
   osg::ref_ptr<osgViewer::Viewer> viewer = new osgViewer::Viewer;
   osg::ref_ptr<QuorOsgUtils::SPointCloudManipulator> manipulator = new QuorOsgUtils::SPointCloudManipulator(viewer);
+  osg::ref_ptr<QuorOsgUtils::SPointCloudPrivotManipulator> pivot =
+      new QuorOsgUtils::SPointCloudPrivotManipulator(viewer);
   osg::ref_ptr<QuorOsgUtils::ScreenCaptureTool> capture = new QuorOsgUtils::ScreenCaptureTool;
   osg::ref_ptr<QuorOsgUtils::SpinLock> lock = new QuorOsgUtils::SpinLock;
   osg::ref_ptr<QuorOsgUtils::BoxCutterDragger> box =
@@ -23,9 +26,9 @@ int main() {
   lock->lock();
   lock->unlock();
 
-  const bool fresh = manipulator->getFov() == 30.0 && capture->getFrameBuffer().getFrameStamp() == 0 &&
-                     box->getCurrentClipPlanes().size() == 6 && pointer._pixelSize == 1.0 &&
-                     QuorOsgUtils::ThreadCount::getInstance()->value() == 0;
+  const bool fresh = manipulator->getFov() == 30.0 && pivot->getFov() == 30.0 &&
+                     capture->getFrameBuffer().getFrameStamp() == 0 && box->getCurrentClipPlanes().size() == 6 &&
+                     pointer._pixelSize == 1.0 && QuorOsgUtils::ThreadCount::getInstance()->value() == 0;
   std::printf("quor_osg_utils %d.%d.%d %s\n", QuorOsgUtils::kVersionMajor, QuorOsgUtils::kVersionMinor,
               QuorOsgUtils::kVersionPatch, fresh ? "works" : "has wrong defaults");
   return fresh ? 0 : 1;

@@ -1,0 +1,384 @@
+#include "support/ManipulatorFixture.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace {
+
+using namespace QuorTests;
+
+const osg::Vec3d kXAxis(1.0, 0.0, 0.0);
+const osg::Vec3d kZAxis(0.0, 0.0, 1.0);
+
+/// Without a capture tool a press picks the world's origin. The camera stands off it, so that the pivot is not in the
+/// orbit centre.
+class SPointCloudPrivotManipulatorTest : public PivotManipulatorFixture {
+ protected:
+  SPointCloudPrivotManipulatorTest() { lookAt(osg::Vec3d(30.0, -100.0, 40.0), osg::Vec3d(5.0, 10.0, 15.0)); }
+
+  double distanceToPivot() { return (eye() - _manipulator->_pivotPoint).length(); }
+
+  /// The angle of the smallest turn between two rotations.
+  static double angleBetween(const osg::Quat& from, const osg::Quat& to) {
+    return 2.0 * std::acos(std::min(std::abs(from.asVec4() * to.asVec4()), 1.0));
+  }
+};
+
+TEST_F(SPointCloudPrivotManipulatorTest, isBuiltWithItsDefaults) {
+  const osg::ref_ptr<OpenPivotManipulator> fresh = new OpenPivotManipulator(_viewer);
+  EXPECT_EQ(fresh->_osgViewer.get(), _viewer.get());
+  EXPECT_EQ(fresh->_spareRatio, 0.15);
+  EXPECT_EQ(fresh->_pivotPoint, osg::Vec3d());
+  EXPECT_EQ(fresh->_spareCount, 0);
+  EXPECT_EQ(fresh->getFov(), 30.0);
+  EXPECT_FALSE(fresh->_lockPerspective);
+  EXPECT_EQ(fresh->_spareVector, osg::Vec3d());
+  EXPECT_FALSE(fresh->isStationModel());
+  EXPECT_EQ(fresh->_stationCenter, osg::Vec3d());
+  EXPECT_EQ(fresh->getWheelZoomFactor(), 10.0);
+  EXPECT_EQ(fresh->getRotationFactor(), 1.0);
+  EXPECT_EQ(fresh->_pitchQuat, osg::Quat());
+  EXPECT_EQ(fresh->_yawQuat, osg::Quat());
+  EXPECT_EQ(fresh->_pivotIndicator->getNumChildren(), 3u);
+  EXPECT_FALSE(fresh->getVerticalAxisFixed());
+  EXPECT_FALSE(fresh->getAllowThrow());
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, aCopyTakesEveryFieldAndSharesMarkerAndViewer) {
+  _manipulator->setStationCenter(osg::Vec3f(1.5f, 2.5f, 3.5f));
+  _manipulator->setStationModel(true);
+  _manipulator->setLockPerspective(true);
+  _manipulator->setWheelZoomFactor(20.0);
+  _manipulator->setRotationFactor(2.0);
+  _manipulator->setPitchWithYawQuat(osg::Quat(0.4, kXAxis), osg::Quat(0.3, kZAxis));
+  _manipulator->_pivotPoint = osg::Vec3d(10.0, 11.0, 12.0);
+  _manipulator->_spareRatio = 0.25;
+  _manipulator->_spareCount = 13;
+  _manipulator->_spareVector = osg::Vec3d(14.0, 15.0, 16.0);
+  _manipulator->_fov = 45.0;
+  const osg::ref_ptr<OpenPivotManipulator> copy = new OpenPivotManipulator(*_manipulator);
+  EXPECT_EQ(copy->getMatrix(), _manipulator->getMatrix());
+  EXPECT_EQ(copy->_osgViewer.get(), _viewer.get());
+  EXPECT_EQ(copy->_pivotIndicator.get(), _manipulator->_pivotIndicator.get());
+  EXPECT_EQ(copy->_stationCenter, osg::Vec3d(1.5, 2.5, 3.5));
+  EXPECT_TRUE(copy->isStationModel());
+  EXPECT_TRUE(copy->_lockPerspective);
+  EXPECT_EQ(copy->getWheelZoomFactor(), 20.0);
+  EXPECT_EQ(copy->getRotationFactor(), 2.0);
+  EXPECT_EQ(copy->_pitchQuat, osg::Quat(0.4, kXAxis));
+  EXPECT_EQ(copy->_yawQuat, osg::Quat(0.3, kZAxis));
+  EXPECT_EQ(copy->_pivotPoint, osg::Vec3d(10.0, 11.0, 12.0));
+  EXPECT_EQ(copy->_spareRatio, 0.25);
+  EXPECT_EQ(copy->_spareCount, 13);
+  EXPECT_EQ(copy->_spareVector, osg::Vec3d(14.0, 15.0, 16.0));
+  EXPECT_EQ(copy->getFov(), 45.0);
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, setTransformationIsTheOrbitManipulatorsOwnAndLeavesPitchAndYaw) {
+  const osg::Quat pitch(0.4, kXAxis);
+  const osg::Quat yaw(0.3, kZAxis);
+  _manipulator->setPitchWithYawQuat(pitch, yaw);
+  lookAt(osg::Vec3d(0.0, -50.0, 0.0), osg::Vec3d());
+  EXPECT_EQ(_manipulator->_pitchQuat, pitch);
+  EXPECT_EQ(_manipulator->_yawQuat, yaw);
+  _manipulator->setTransformation(osg::Vec3d(0.0, 0.0, 9.0), osg::Quat(0.7, kZAxis));
+  EXPECT_EQ(_manipulator->_pitchQuat, pitch);
+  EXPECT_EQ(_manipulator->_yawQuat, yaw);
+  expectSameRotation(_manipulator->getRotation(), osg::Quat(0.7, kZAxis), 1e-12);
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, aPressMovesPivotAndMarkerButNotTheOrbitCentre) {
+  _manipulator->_pivotPoint = osg::Vec3d(1.0, 2.0, 3.0);
+  _manipulator->_pivotIndicator->setPosition(osg::Vec3d(1.0, 2.0, 3.0));
+  const osg::Matrixd view = _manipulator->getMatrix();
+  const osg::Vec3d centre = _manipulator->getCenter();
+  EXPECT_TRUE(push(kRight, 400.0, 300.0));
+  EXPECT_EQ(_manipulator->_pivotPoint, osg::Vec3d());
+  EXPECT_EQ(_manipulator->_pivotIndicator->getPosition(), osg::Vec3d());
+  EXPECT_EQ(_manipulator->getCenter(), centre);
+  EXPECT_EQ(_manipulator->getMatrix(), view);
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, aDoubleClickPicksAsAPressDoes) {
+  _manipulator->_pivotPoint = osg::Vec3d(1.0, 2.0, 3.0);
+  EXPECT_TRUE(doubleClick(kRight, 400.0, 300.0));
+  EXPECT_EQ(_manipulator->_pivotPoint, osg::Vec3d());
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, aPressOnAViewerWithoutACameraLeavesThePivot) {
+  _manipulator->_pivotPoint = osg::Vec3d(1.0, 2.0, 3.0);
+  const osg::ref_ptr<osg::Camera> camera = _viewer->getCamera();
+  _viewer->setCamera(nullptr);
+  push(kRight, 400.0, 300.0);
+  EXPECT_EQ(_manipulator->_pivotPoint, osg::Vec3d(1.0, 2.0, 3.0));
+  _viewer->setCamera(camera);
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, aPressOnAViewThatIsNoViewerLeavesThePivot) {
+  _manipulator->_pivotPoint = osg::Vec3d(1.0, 2.0, 3.0);
+  const osg::ref_ptr<osgViewer::View> view = new osgViewer::View;
+  _manipulator->handle(*makeEvent(Event::PUSH, kRight, 400.0, 300.0), *view);
+  EXPECT_EQ(_manipulator->_pivotPoint, osg::Vec3d(1.0, 2.0, 3.0));
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, theLeftButtonAloneIsLeftToTheHost) {
+  _manipulator->_pivotPoint = osg::Vec3d(1.0, 2.0, 3.0);
+  const osg::Matrixd before = _manipulator->getMatrix();
+  EXPECT_FALSE(push(kLeft, 400.0, 300.0));
+  EXPECT_FALSE(drag(kLeft, 470.0, 340.0));
+  EXPECT_FALSE(release(kLeft, 470.0, 340.0));
+  EXPECT_EQ(_manipulator->_pivotPoint, osg::Vec3d(1.0, 2.0, 3.0));
+  EXPECT_EQ(_manipulator->getMatrix(), before);
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, aRightDragShowsTheMarkerAtThePivotAndTheReleaseHidesIt) {
+  push(kRight, 400.0, 300.0);
+  EXPECT_FALSE(isMarkerShown());
+  EXPECT_TRUE(drag(kRight, 470.0, 340.0));
+  EXPECT_TRUE(isMarkerShown());
+  EXPECT_FALSE(release(kRight, 470.0, 340.0));
+  EXPECT_FALSE(isMarkerShown());
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, anyDragKeepsTheEyesDistanceAndThePivotsPlaceInTheWindow) {
+  constexpr unsigned int kSeed = 7;
+  std::mt19937 random(kSeed);
+  std::uniform_real_distribution<double> x(0.0, kWidth), y(0.0, kHeight);
+  push(kRight, 400.0, 300.0);
+  const double distance = distanceToPivot();
+  const osg::Vec3d place = toWindow(_manipulator->_pivotPoint);
+  for (int move = 0; move < 200; ++move) {
+    const osg::Quat before = _manipulator->getRotation();
+    EXPECT_TRUE(drag(kRight, x(random), y(random)));
+    EXPECT_GT(angleBetween(before, _manipulator->getRotation()), 1e-3);
+    // The trackball's axis and angle are single precision; what they lose adds up over the moves.
+    EXPECT_NEAR(distanceToPivot(), distance, 1e-3 * distance);
+    EXPECT_NEAR((toWindow(_manipulator->_pivotPoint) - place).length(), 0.0, 1.0) << "after move " << move;
+  }
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, viewAndOrbitCentreTurnByTheTrackballsAngle) {
+  constexpr double kBall = 0.8;
+  _manipulator->setTrackballSize(kBall);
+  lookAt(osg::Vec3d(0.0, -100.0, 0.0), osg::Vec3d(0.0, -20.0, 0.0));
+  const osg::Quat before = _manipulator->getRotation();
+  push(kRight, 400.0, 300.0);
+  drag(kRight, 440.0, 300.0);
+  // From the middle to a tenth of the half window, both lifted onto the ball; the sine of the turn is half their
+  // distance over the ball's radius.
+  const osg::Vec2d from(0.0, kBall);
+  const osg::Vec2d to(0.1, std::sqrt(kBall * kBall - 0.1 * 0.1));
+  const double angle = std::asin((to - from).length() / (2.0 * kBall));
+  EXPECT_NEAR(angleBetween(before, _manipulator->getRotation()), angle, 1e-4);
+  // Moved to the right, the scene follows: the eye and the orbit centre go to the left about the pivot, the origin.
+  const osg::Vec3d left(-std::sin(angle), -std::cos(angle), 0.0);
+  expectNear(_manipulator->getCenter(), left * 20.0, 1e-3);
+  expectNear(eye(), left * 100.0, 1e-2);
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, pitchAndYawAreNotTouched) {
+  _manipulator->setPitchWithYawQuat(osg::Quat(1.2, kXAxis), osg::Quat(0.5, kZAxis));
+  push(kRight, 400.0, 300.0);
+  EXPECT_TRUE(drag(kRight, 470.0, 340.0));
+  EXPECT_EQ(_manipulator->_pitchQuat, osg::Quat(1.2, kXAxis));
+  EXPECT_EQ(_manipulator->_yawQuat, osg::Quat(0.5, kZAxis));
+  EXPECT_GT(angleBetween(osg::Quat(1.2, kXAxis) * osg::Quat(0.5, kZAxis), _manipulator->getRotation()), 1e-3);
+  _manipulator->setYawQuat(osg::Quat(0.5, kZAxis));
+  expectSameRotation(_manipulator->getRotation(), osg::Quat(1.2, kXAxis) * osg::Quat(0.5, kZAxis), 1e-12);
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, thePitchIsNotLimited) {
+  lookAt(osg::Vec3d(0.0, -100.0, 0.0), osg::Vec3d());
+  push(kRight, 400.0, 300.0);
+  double lowestUp = 1.0;
+  double y = 300.0;
+  for (int move = 0; move < 60; ++move) {
+    drag(kRight, 400.0, y == 300.0 ? y -= 60.0 : y += 60.0);
+    lowestUp = std::min(lowestUp, (_manipulator->getRotation() * osg::Vec3d(0.0, 1.0, 0.0)).z());
+    // Back to the start with another press, so that the view turns one way only.
+    if (y == 240.0) push(kRight, 400.0, y = 300.0);
+  }
+  EXPECT_LT(lowestUp, -0.5) << "the view never went over the top";
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, theRotationFactorActsThroughTheTrackballsSizeOnly) {
+  _manipulator->setRotationFactor(2.0);
+  EXPECT_DOUBLE_EQ(_manipulator->getTrackballSize(), 0.9);
+  push(kRight, 400.0, 300.0);
+  const osg::Quat rotation = _manipulator->getRotation();
+  const osg::Vec3d view = _manipulator->_pivotPoint * _manipulator->getInverseMatrix();
+  drag(kRight, 410.0, 300.0);
+  EXPECT_GT(angleBetween(rotation, _manipulator->getRotation()), 1e-3);
+  // The centre swings by the very angle of the view, so the pivot stays where it is before the eye.
+  expectNear(_manipulator->_pivotPoint * _manipulator->getInverseMatrix(), view, 1e-3);
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, aRotationFactorThatIsNoNumberTurnsNothing) {
+  push(kRight, 400.0, 300.0);
+  _manipulator->setRotationFactor(std::numeric_limits<double>::quiet_NaN());
+  const osg::Matrixd before = _manipulator->getMatrix();
+  drag(kRight, 470.0, 340.0);
+  EXPECT_EQ(_manipulator->getMatrix(), before);
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, theRotationStepWithoutRecordedEventsReturnsFalse) {
+  const osg::Matrixd before = _manipulator->getMatrix();
+  EXPECT_FALSE(_manipulator->performNormalMovementRightMouseButton(0.1, 0.1, 0.1));
+  drag(kRight, 470.0, 340.0);
+  EXPECT_FALSE(_manipulator->performNormalMovementRightMouseButton(0.1, 0.1, 0.1));
+  EXPECT_EQ(_manipulator->getMatrix(), before);
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, aDragThatDoesNotMoveChangesNothing) {
+  push(kRight, 400.0, 300.0);
+  const osg::Matrixd before = _manipulator->getMatrix();
+  drag(kRight, 400.0, 300.0);
+  EXPECT_EQ(_manipulator->getMatrix(), before);
+}
+
+TEST_F(SPointCloudPrivotManipulatorTest, switchingStationModeInTheMiddleOfADragTurnsAboutThePickedPointToTheEnd) {
+  _manipulator->setStationCenter(osg::Vec3f(200.0f, 0.0f, 0.0f));
+  push(kRight, 400.0, 300.0);
+  const double distance = distanceToPivot();
+  for (const bool on : {true, false, true, false}) {
+    _manipulator->setStationModel(on);
+    EXPECT_TRUE(drag(kRight, on ? 470.0 : 400.0, 340.0));
+    EXPECT_EQ(_manipulator->_pivotPoint, osg::Vec3d());
+    EXPECT_NEAR(distanceToPivot(), distance, 1e-3);
+  }
+  _manipulator->setStationModel(true);
+  EXPECT_FALSE(release(kRight, 470.0, 340.0));
+  EXPECT_FALSE(isMarkerShown());
+  push(kRight, 400.0, 300.0);
+  EXPECT_EQ(_manipulator->_pivotPoint, osg::Vec3d(200.0, 0.0, 0.0));
+}
+
+/// The other manipulator on a viewer of its own, with the same camera, scene and events.
+class SharedBehaviourTest : public SPointCloudPrivotManipulatorTest {
+ protected:
+  SharedBehaviourTest() {
+    _otherViewer->setSceneData(new osg::Group);
+    _otherViewer->getCamera()->setViewport(0, 0, kWidth, kHeight);
+    _otherViewer->getCamera()->setComputeNearFarMode(osg::CullSettings::DO_NOT_COMPUTE_NEAR_FAR);
+    _other = new OpenManipulator(_otherViewer);
+    sameView();
+  }
+
+  void sameView() {
+    _otherViewer->getCamera()->setProjectionMatrix(camera().getProjectionMatrix());
+    osg::Vec3d centre, up, from;
+    camera().getViewMatrixAsLookAt(from, centre, up);
+    _other->setTransformation(eye(), _manipulator->getCenter(), up);
+    _other->updateCamera(*_otherViewer->getCamera());
+  }
+
+  osg::Vec3d otherEye() const {
+    return _other->getCenter() - _other->getRotation() * osg::Vec3d(0.0, 0.0, -1.0) * _other->getDistance();
+  }
+
+  void expectBothTake(Event& event) {
+    const osg::ref_ptr<Event> copy = new Event(event);
+    EXPECT_EQ(send(event), _other->handle(*copy, *_otherViewer));
+    updateCamera();
+    _other->updateCamera(*_otherViewer->getCamera());
+    expectNear(otherEye(), eye(), 1e-6);
+    expectSameRotation(_other->getRotation(), _manipulator->getRotation(), 1e-9);
+    EXPECT_EQ(_other->_pivotIndicator->getNumParents(), _manipulator->_pivotIndicator->getNumParents());
+    const osg::Matrixd& projection = camera().getProjectionMatrix();
+    for (int element = 0; element < 16; ++element) {
+      EXPECT_NEAR(_otherViewer->getCamera()->getProjectionMatrix().ptr()[element], projection.ptr()[element], 1e-9);
+    }
+  }
+
+  void expectBothTake(Event::EventType type, int buttons, double x, double y) {
+    expectBothTake(*makeEvent(type, buttons, x, y));
+  }
+
+  void expectBothScroll(Event::ScrollingMotion motion, double x, double y) {
+    const osg::ref_ptr<Event> event = makeEvent(Event::SCROLL, 0, x, y);
+    event->setScrollingMotion(motion);
+    expectBothTake(*event);
+  }
+
+  void expectBothDrag(int buttons) {
+    expectBothTake(Event::PUSH, buttons, 400.0, 300.0);
+    expectBothTake(Event::DRAG, buttons, 455.0, 330.0);
+    expectBothTake(Event::DRAG, buttons, 340.0, 250.0);
+    expectBothTake(Event::RELEASE, 0, 340.0, 250.0);
+  }
+
+  osg::ref_ptr<osgViewer::Viewer> _otherViewer = new osgViewer::Viewer;
+  osg::ref_ptr<OpenManipulator> _other;
+};
+
+TEST_F(SharedBehaviourTest, bothZoomByTheWheelAlike) {
+  expectBothScroll(Event::SCROLL_UP, 250.0, 420.0);
+  expectBothScroll(Event::SCROLL_DOWN, 600.0, 100.0);
+  useOrthographic(60.0);
+  sameView();
+  expectBothScroll(Event::SCROLL_UP, 250.0, 420.0);
+  expectBothScroll(Event::SCROLL_DOWN, 600.0, 100.0);
+  expectBothScroll(Event::SCROLL_LEFT, 600.0, 100.0);
+}
+
+TEST_F(SharedBehaviourTest, bothPanAlikeInBothProjections) {
+  expectBothDrag(kMiddle);
+  useOrthographic(60.0);
+  sameView();
+  expectBothDrag(kMiddle);
+}
+
+TEST_F(SharedBehaviourTest, bothLeaveTheLeftButtonAndRefuseALockedRightDrag) {
+  expectBothDrag(kLeft);
+  _manipulator->setLockPerspective(true);
+  _other->setLockPerspective(true);
+  expectBothDrag(kRight);
+}
+
+TEST_F(SharedBehaviourTest, bothGoHomeAlike) {
+  for (osgViewer::Viewer* viewer : {_viewer.get(), _otherViewer.get()}) {
+    osg::Group& scene = *viewer->getSceneData()->asGroup();
+    scene.setInitialBound(osg::BoundingSphere(osg::Vec3(3.0f, 4.0f, 5.0f), 6.0f));
+    scene.dirtyBound();
+  }
+  _manipulator->setNode(_viewer->getSceneData());
+  _other->setNode(_otherViewer->getSceneData());
+  const osg::ref_ptr<Event> event = makeEvent(Event::KEYDOWN, 0, 0.0, 0.0);
+  event->setKey(Event::KEY_Space);
+  const osg::Vec3d before = eye();
+  expectBothTake(*event);
+  EXPECT_GT((eye() - before).length(), 1.0);
+}
+
+TEST_F(SharedBehaviourTest, bothBehaveAlikeInStationMode) {
+  for (QuorOsgUtils::PointCloudNavigation* manipulator :
+       std::initializer_list<QuorOsgUtils::PointCloudNavigation*>{_manipulator, _other}) {
+    manipulator->setStationCenter(osg::Vec3f(1.5f, 2.5f, 3.5f));
+    manipulator->setStationModel(true);
+    manipulator->setRotationFactor(2.0);
+  }
+  for (const int buttons : {kRight, kMiddle, kLeft, kRight}) {
+    expectBothDrag(buttons);
+    EXPECT_EQ(_manipulator->_pivotPoint, _other->_pivotPoint);
+    expectNear(_manipulator->getCenter(), _other->getCenter(), 1e-9);
+  }
+  expectBothScroll(Event::SCROLL_UP, 250.0, 420.0);
+  expectBothScroll(Event::SCROLL_DOWN, 250.0, 420.0);
+  useOrthographic(60.0);
+  sameView();
+  expectBothScroll(Event::SCROLL_UP, 250.0, 420.0);
+}
+
+TEST_F(SharedBehaviourTest, aRightDragTurnsThemDifferently) {
+  const osg::ref_ptr<Event> pushed = makeEvent(Event::PUSH, kRight, 400.0, 300.0);
+  const osg::ref_ptr<Event> dragged = makeEvent(Event::DRAG, kRight, 455.0, 380.0);
+  for (Event* event : {pushed.get(), dragged.get()}) {
+    EXPECT_TRUE(send(*event));
+    EXPECT_TRUE(_other->handle(*event, *_otherViewer));
+  }
+  EXPECT_GT(angleBetween(_other->getRotation(), _manipulator->getRotation()), 1e-3);
+}
+
+}  // namespace
