@@ -42,6 +42,13 @@ TEST(ArgumentsTest, aClipBoxIsSixNumbersInTheScansCoordinates) {
   EXPECT_EQ(parsed.clip->_max, osg::Vec3d(2230739.34, 0.0, 100.5));
 }
 
+TEST(ArgumentsTest, aStationIsThreeNumbersInTheScansCoordinates) {
+  EXPECT_FALSE(parseArguments({}).station.has_value());
+  const Arguments parsed = parseArguments({"--station", "2230738.84  -7.5 1e2"});
+  ASSERT_TRUE(parsed.station.has_value());
+  EXPECT_EQ(*parsed.station, osg::Vec3d(2230738.84, -7.5, 100.0));
+}
+
 struct BadLine {
   std::vector<std::string> arguments;
   std::string complaint;
@@ -72,12 +79,14 @@ INSTANTIATE_TEST_SUITE_P(
                     BadLine{{"--clip", "0 0 0 1 0 1"}, "above"}, BadLine{{"--clip", "1 0 0 0 1 1"}, "--clip"},
                     BadLine{{"--clip", "0 0 0 1 1 nan"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 inf"}, "--clip"},
                     BadLine{{"--clip", "0 0 0 1 1 1e300"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 0.4999"}, "0.5"},
+                    BadLine{{"--station"}, "--station wants"}, BadLine{{"--station", "1 2"}, "'1 2'"},
+                    BadLine{{"--station", "1 2 3 4"}, "--station"}, BadLine{{"--station", "1 2 nan"}, "--station"},
                     BadLine{{"--tour"}, "--tour wants"}, BadLine{{"--screenshot", ""}, "--screenshot wants"}));
 
 TEST(ArgumentsTest, theHelpNamesEveryOption) {
   const std::string help = QuorViewer::usage();
-  for (const char* option : {"--colour-by", "--point-size", "--clip", "--ortho", "--size", "--screenshot", "--tour",
-                             "--verbose", "--help", "--version"}) {
+  for (const char* option : {"--colour-by", "--point-size", "--clip", "--station", "--ortho", "--size", "--screenshot",
+                             "--tour", "--verbose", "--help", "--version"}) {
     EXPECT_THAT(help, testing::HasSubstr(option));
   }
 }

@@ -85,7 +85,7 @@ class ClipBoxGLTest : public SceneFixture {
     if (camera.getProjectionMatrixAsOrtho(left, right, bottom, top, near, far)) {
       camera.setProjectionMatrixAsOrtho(left * factor, right * factor, bottom * factor, top * factor, near, far);
     } else {
-      _manipulator->setDistance(_manipulator->getDistance() * factor);
+      _navigator->manipulator().setDistance(_navigator->manipulator().getDistance() * factor);
     }
     draw();
   }
@@ -472,7 +472,7 @@ TEST_F(ClipBoxGLTest, aClickOnAHandleIsNoClickAndOneBesideItIs) {
 TEST_F(ClipBoxGLTest, aHandleThatPointsAtTheEyeTakesNoPressAndOneBesideItDoes) {
   box().place(kHalf);
   _view->toggleProjection();
-  _manipulator->setPitchWithYawQuat(osg::Quat(), osg::Quat());
+  _navigator->manipulator().setPitchWithYawQuat(osg::Quat(), osg::Quat());
   draw();
   const osg::Vec3d top = box().handles().pathOfFace(5, 0.1).from;
   drag({top, top + osg::Vec3d(3.0, 2.0, 0.0)});
@@ -490,7 +490,7 @@ TEST_F(ClipBoxGLTest, aPulledArrowMovesTheBoxUnlessItPointsAtTheEye) {
   const osg::Vec3d moved = box().handles().getMatrix().getTrans();
   EXPECT_GT(moved.x(), 1.0);
   _view->toggleProjection();
-  _manipulator->setPitchWithYawQuat(osg::Quat(), osg::Quat());
+  _navigator->manipulator().setPitchWithYawQuat(osg::Quat(), osg::Quat());
   draw();
   const HandlePath up = box().handles().pathOfAxis(2, 0.3);
   drag({up.from, up.from + osg::Vec3d(2.0, 1.0, 0.0)});

@@ -51,9 +51,9 @@ PointChunk createChunk() {
 
 void SceneFixture::SetUp() {
   _viewer = new osgViewer::Viewer;
-  _manipulator = new QuorOsgUtils::SPointCloudManipulator(_viewer);
+  _navigator = std::make_unique<Navigator>(*_viewer);
   _scene = std::make_unique<Scene>(*_viewer, Hud::HelpRows{{"A", "what A does"}});
-  _view = std::make_unique<ViewControl>(*_viewer->getCamera(), *_manipulator);
+  _view = std::make_unique<ViewControl>(*_viewer->getCamera(), *_navigator);
   if (!holdDisplay()) {
     GTEST_SKIP() << "there is no display";
   }
@@ -61,7 +61,6 @@ void SceneFixture::SetUp() {
   static const auto* const keepsDriverLoaded = new CaptureContext(8, 8);
   ASSERT_NE(keepsDriverLoaded, nullptr);
   openWindow(*_viewer, kWidth, kHeight, "scene test");
-  _viewer->setCameraManipulator(_manipulator);
   const PointChunk chunk = createChunk();
   _scene->cloud.add(1, chunk);
   _scene->cloud.setPointSizePixels(kPointPixels);

@@ -1,9 +1,8 @@
 #pragma once
 
+#include "Navigator.h"
 #include "Scene.h"
 #include "ViewControl.h"
-
-#include <QuorOsgUtils/SPointCloudManipulator.h>
 
 #include <osg/Image>
 
@@ -65,7 +64,7 @@ class SceneFixture : public testing::Test {
   osg::Vec4 colourAt(osg::Image& image, std::size_t pixel);
 
   osg::ref_ptr<osgViewer::Viewer> _viewer;
-  osg::ref_ptr<QuorOsgUtils::SPointCloudManipulator> _manipulator;
+  std::unique_ptr<QuorViewer::Navigator> _navigator;
   std::unique_ptr<QuorViewer::Scene> _scene;
   std::unique_ptr<QuorViewer::ViewControl> _view;
 };

@@ -152,8 +152,8 @@ TEST_F(SceneGLTest, aPointFarFromTheLocalOriginKeepsItsPlaceToTheMillimetre) {
 }
 
 TEST_F(SceneGLTest, theSwitchOfProjectionKeepsTheSizeAtTheOrbitCentre) {
-  const osg::Vec3d centre = _manipulator->getCenter();
-  const osg::Vec3d right = _manipulator->getViewRight();
+  const osg::Vec3d centre = _navigator->pose().centre;
+  const osg::Vec3d right = _navigator->pose().rotation * osg::Vec3d(1.0, 0.0, 0.0);
   const auto pixelsAcross = [&] {
     draw();
     const osg::Matrixd toDevice = frame().getViewMatrix() * frame().getProjectionMatrix();

@@ -5,7 +5,6 @@
 #include "PointerHandler.h"
 #include "TerminalProgress.h"
 #include "Tour.h"
-#include "ValueRange.h"
 #include "Window.h"
 
 #include <osg/Viewport>
@@ -13,7 +12,6 @@
 #include <osgViewer/ViewerEventHandlers>
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <iostream>
 #include <thread>
@@ -30,14 +28,10 @@ constexpr auto kWorkBudget = 30ms;
 constexpr auto kProgressInterval = 100ms;
 constexpr int kWorkPerDrawing = 4;
 constexpr auto kIdle = 4ms;
-// The shares of the points below and above a range: a few stray ones must not squeeze all others into one colour.
-constexpr double kLowShare = 0.003;
-constexpr double kHighShare = 0.997;
-
 Hud::HelpRows helpRows(const std::vector<KeyBinding>& bindings) {
   Hud::HelpRows rows = {{"Left click", "pick a point, measure from the one before"},
                         {"Left drag", "a handle of the clip box"},
-                        {"Right drag", "orbit about the middle of the view"},
+                        {"Right drag", "orbit about the middle, or about the pointer"},
                         {"Middle drag", "pan with the point under the pointer"},
                         {"Wheel", "move towards the pointer, or away"}};
   for (const KeyBinding& binding : bindings) {
@@ -48,22 +42,6 @@ Hud::HelpRows helpRows(const std::vector<KeyBinding>& bindings) {
   rows.emplace_back("F11", "full screen");
   rows.emplace_back("Esc", "quit");
   return rows;
-}
-
-ColourMode fittingColourMode(const ScanSet& scans) {
-  if (scans.anyHas(&ScanInfo::hasColour)) {
-    return ColourMode::Rgb;
-  }
-  return scans.anyHas(&ScanInfo::hasIntensity) ? ColourMode::Intensity : ColourMode::Elevation;
-}
-
-// Small clouds need thick points to look like a surface; about this share of the picture is covered by points.
-float fittingPointSize(std::uint64_t points, double pixels) {
-  constexpr double kCoveredShare = 0.9;
-  constexpr double kSmallestPixels = 2.0;
-  constexpr double kLargestPixels = 7.0;
-  const double pixelsPerPoint = kCoveredShare * pixels / static_cast<double>(std::max<std::uint64_t>(points, 1));
-  return static_cast<float>(std::clamp(std::round(std::sqrt(pixelsPerPoint)), kSmallestPixels, kLargestPixels));
 }
 
 std::string titleOf(const ScanSet& scans) {
@@ -84,13 +62,16 @@ Application::Application(const Arguments& arguments)
     : _arguments(arguments),
       _scans(filesToShow(arguments)),
       _viewer(new osgViewer::Viewer),
-      _manipulator(new QuorOsgUtils::SPointCloudManipulator(_viewer)),
+      _navigator(*_viewer),
       _bindings(_createBindings()),
       _scene(*_viewer, helpRows(_bindings)),
       _clip({_scene.clip, _scene.hud, _scans, [this](const std::string& line) { _say(line); }, arguments.verbose}),
-      _view(*_viewer->getCamera(), *_manipulator),
+      _view(*_viewer->getCamera(), _navigator),
       _picker(_scene.target.tool(), _scans),
+      _station({_navigator, _view, _picker, _scans, _scene.hud, [this](const std::string& line) { _say(line); }},
+               arguments.station),
       _loader(_scans, [this](unsigned int scan, const PointChunk& chunk) { _takeChunk(scan, chunk); }),
+      _points({_scene.cloud, _scene.hud.legend(), _scans, _loader}),
       _screenshot(_scene.target.tool()) {}
 
 int Application::run() {
@@ -104,7 +85,6 @@ int Application::run() {
 
 void Application::_setUpViewer() {
   _viewer->setRunFrameScheme(osgViewer::ViewerBase::ON_DEMAND);
-  _viewer->setCameraManipulator(_manipulator);
   _viewer->addEventHandler(new KeyHandler(_bindings));
   _viewer->addEventHandler(
       new PointerHandler([this](int x, int y) { _pick(x, y); }, [this] { _userNavigated = true; }));
@@ -114,9 +94,8 @@ void Application::_setUpViewer() {
   _viewer->addEventHandler(fullScreen);
   _viewer->addEventHandler(_clip.createFollower());
 
-  _scene.cloud.setColourMode(_arguments.colourMode.value_or(fittingColourMode(_scans)));
   const double pixels = static_cast<double>(_arguments.width) * _arguments.height;
-  _scene.cloud.setPointSizePixels(_arguments.pointSizePixels.value_or(fittingPointSize(_scans.pointCount(), pixels)));
+  _points.start(_arguments.colourMode, _arguments.pointSizePixels, pixels);
   if (_arguments.orthographic) {
     _view.toggleProjection();
   }
@@ -127,33 +106,22 @@ void Application::_setUpViewer() {
   _updateSummary();
 }
 
-KeyBinding Application::_colourBinding(int key, ColourMode mode) {
-  return {{key}, std::string(1, static_cast<char>(key)), std::string("colour by ") + optionOf(mode), [this, mode] {
-            _setColourMode(mode);
-          }};
-}
-
 std::vector<KeyBinding> Application::_createBindings() {
-  std::vector<KeyBinding> bindings;
-  bindings.reserve(kColourModeCount);
-  for (int mode = 0; mode < kColourModeCount; ++mode) {
-    bindings.push_back(_colourBinding('1' + mode, static_cast<ColourMode>(mode)));
-  }
-  const std::vector<KeyBinding> others = {
-      {{'c', 'C'}, "C", "next colouring", [this] { _setColourMode(nextOf(_scene.cloud.colourMode())); }},
-      {{'+', '=', Key::KEY_KP_Add}, "+", "larger points", [this] { _changePointSize(1.0F); }},
-      {{'-', '_', Key::KEY_KP_Subtract}, "-", "smaller points", [this] { _changePointSize(-1.0F); }},
+  const std::vector<KeyBinding> ofView = {
       {{'e', 'E'}, "E", "eye-dome lighting on or off", [this] { _scene.eyeDome.setOn(!_scene.eyeDome.isOn()); }},
-      {{'o', 'O'}, "O", "orthographic or perspective", [this] { _view.toggleProjection(); }},
-      {{Key::KEY_Home, Key::KEY_KP_Home, ' '}, "Home, Space", "everything in view", [this] { _view.home(); }},
+      {{'o', 'O'}, "O", "orthographic or perspective", [this] { _toggleProjection(); }},
+      {{Key::KEY_Home, Key::KEY_KP_Home, ' '}, "Home, Space", "everything in view", [this] { _goHome(); }},
       {{'f', 'F'}, "F", "close look at the picked point", [this] { _lookAtPick(); }},
       {{'p', 'P'}, "P", "write the picture to a file", [this] { _requestScreenshot(); }},
-      {{'h', 'H', '?'}, "H", "this help", [this] { _scene.hud.showHelp(!_scene.hud.isHelpShown()); }},
   };
-  const std::vector<KeyBinding> ofBox = ClipControl::bindings(_clip);
-  bindings.insert(bindings.end(), others.begin(), others.end() - 1);
-  bindings.insert(bindings.end(), ofBox.begin(), ofBox.end());
-  bindings.push_back(others.back());
+  const std::vector<KeyBinding> ofHelp = {
+      {{'h', 'H', '?'}, "H", "this help", [this] { _scene.hud.showHelp(!_scene.hud.isHelpShown()); }}};
+  std::vector<KeyBinding> bindings;
+  for (const std::vector<KeyBinding>& more :
+       {CloudControl::bindings(_points), ofView, StationControl::bindings(_station), ClipControl::bindings(_clip),
+        ofHelp}) {
+    bindings.insert(bindings.end(), more.begin(), more.end());
+  }
   return bindings;
 }
 
@@ -196,6 +164,7 @@ int Application::_takeTour() {
 void Application::_drawFrame() {
   const osg::Viewport& viewport = *_viewer->getCamera()->getViewport();
   _scene.hud.resize(static_cast<int>(viewport.width()), static_cast<int>(viewport.height()));
+  _station.showFieldOfView();
   _updateSummary();
   const auto start = std::chrono::steady_clock::now();
   _viewer->frame();
@@ -256,7 +225,7 @@ void Application::_takeChunk(unsigned int scanNumber, const PointChunk& chunk) {
   const osg::BoundingBox& bounds = _scene.cloud.bounds();
   _view.setContent({bounds._min, bounds._max}, _loader.places());
   _clip.setContent(bounds, false);
-  _updateRanges();
+  _points.updateRanges();
   if (!_userNavigated) {
     _view.home();
   }
@@ -276,7 +245,7 @@ void Application::_finishLoading() {
   _clip.setContent(_scene.cloud.bounds(), true);
   _scene.hud.setProgress(1.0);
   clearTerminalProgress();
-  _updateRanges();
+  _points.updateRanges();
   _warnOfLocalCoordinates();
   _say("loaded " + std::to_string(_loader.pointsRead()) + " points");
   _scene.hud.setMessage("Click a point to see its coordinates; H shows mouse and keys");
@@ -313,22 +282,27 @@ void Application::_pick(int x, int y) {
   }
 }
 
+void Application::_goHome() {
+  _station.abandon();
+  _view.home();
+}
+
+void Application::_toggleProjection() {
+  if (_station.isAtStation()) {
+    _scene.hud.setMessage("A station is looked around from in perspective; L leaves it");
+  } else {
+    _view.toggleProjection();
+  }
+}
+
 void Application::_lookAtPick() {
   if (_picker.latest()) {
+    _station.abandon();
     _userNavigated = true;
     _view.lookAt(_picker.latest()->localPosition);
   } else {
     _scene.hud.setMessage("Pick a point first, with a left click");
   }
-}
-
-void Application::_setColourMode(ColourMode mode) {
-  _scene.cloud.setColourMode(mode);
-  _updateLegend();
-}
-
-void Application::_changePointSize(float stepPixels) {
-  _scene.cloud.setPointSizePixels(_scene.cloud.pointSizePixels() + stepPixels);
 }
 
 void Application::_requestScreenshot() {
@@ -353,36 +327,9 @@ void Application::_reportScreenshot() {
   _viewer->requestRedraw();
 }
 
-void Application::_updateRanges() {
-  _scene.cloud.setElevationRange(valuesBetween(_loader.elevations(), kLowShare, kHighShare));
-  _scene.cloud.setIntensityRange(valuesBetween(_loader.intensities(), kLowShare, kHighShare));
-  _updateLegend();
-}
-
-void Application::_updateLegend() {
-  constexpr int kElevationDecimals = 1;
-  Legend& legend = _scene.hud.legend();
-  switch (_scene.cloud.colourMode()) {
-    case ColourMode::Rgb:
-      return legend.hide();
-    case ColourMode::Classification:
-      return legend.showClasses(_loader.classifications());
-    case ColourMode::Intensity: {
-      const auto [low, high] = valuesBetween(_loader.intensities(), kLowShare, kHighShare);
-      return legend.showRamp(ColourMode::Intensity, fixed(low, 0), fixed(high, 0));
-    }
-    case ColourMode::Elevation: {
-      const auto [low, high] = valuesBetween(_loader.elevations(), kLowShare, kHighShare);
-      const double origin = _scans.origin().z();
-      return legend.showRamp(ColourMode::Elevation, fixed(low + origin, kElevationDecimals),
-                             fixed(high + origin, kElevationDecimals));
-    }
-  }
-}
-
 void Application::_updateSummary() {
   _scene.hud.setSummary(grouped(_loader.pointsRead()) + " points   ·   " + titleOf(_scene.cloud.colourMode()) +
-                        (_view.isOrthographic() ? "   ·   Orthographic" : "   ·   Perspective"));
+                        "   ·   " + _station.summary());
 }
 
 // Scripts and tests follow the viewer line by line, so each line leaves at once.

@@ -2,15 +2,16 @@
 
 #include "Arguments.h"
 #include "ClipControl.h"
+#include "CloudControl.h"
 #include "Keys.h"
+#include "Navigator.h"
 #include "Picker.h"
 #include "ScanLoader.h"
 #include "ScanSet.h"
 #include "Scene.h"
 #include "Screenshot.h"
+#include "StationControl.h"
 #include "ViewControl.h"
-
-#include <QuorOsgUtils/SPointCloudManipulator.h>
 
 #include <osgViewer/Viewer>
 
@@ -33,7 +34,6 @@ class Application {
  private:
   void _setUpViewer();
   std::vector<KeyBinding> _createBindings();
-  KeyBinding _colourBinding(int key, ColourMode mode);
 
   int _explore();
   int _takeOnePicture();
@@ -51,14 +51,12 @@ class Application {
   void _warnOfLocalCoordinates();
 
   void _pick(int x, int y);
+  void _goHome();
+  void _toggleProjection();
   void _lookAtPick();
-  void _setColourMode(ColourMode mode);
-  void _changePointSize(float stepPixels);
   void _requestScreenshot();
   void _reportScreenshot();
 
-  void _updateRanges();
-  void _updateLegend();
   void _updateSummary();
   void _say(const std::string& message);
   void _writeViewWhenChanged();
@@ -66,13 +64,15 @@ class Application {
   Arguments _arguments;
   ScanSet _scans;
   osg::ref_ptr<osgViewer::Viewer> _viewer;
-  osg::ref_ptr<QuorOsgUtils::SPointCloudManipulator> _manipulator;
+  Navigator _navigator;
   std::vector<KeyBinding> _bindings;
   Scene _scene;
   ClipControl _clip;
   ViewControl _view;
   Picker _picker;
+  StationControl _station;
   ScanLoader _loader;
+  CloudControl _points;
   Screenshot _screenshot;
 
   bool _loaded = false;

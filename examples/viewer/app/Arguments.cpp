@@ -56,13 +56,14 @@ void setPointSize(Arguments& into, const std::string& value) {
   into.pointSizePixels = static_cast<float>(pixels);
 }
 
-// Six numbers with blanks between them. Numbers that are not finite fit no box.
-std::optional<osg::BoundingBoxd> readBox(const std::string& value) {
-  constexpr double kFarthest = 1e9;  // far beyond, single precision tells the sides of a box no longer apart
+// That many finite numbers with blanks between them, as coordinates that single precision still tells apart.
+template <std::size_t Count>
+std::optional<std::array<double, Count>> readCoordinates(const std::string& value) {
+  constexpr double kFarthest = 1e9;
   const char* text = value.data();
   const char* end = text + value.size();
   const auto skipBlanks = [&] { text = std::find_if(text, end, [](char c) { return c != ' '; }); };
-  std::array<double, 6> numbers{};
+  std::array<double, Count> numbers{};
   for (double& number : numbers) {
     skipBlanks();
     if (!readNumber(text, end, number) || !(std::abs(number) <= kFarthest) || (text != end && *text != ' ')) {
@@ -70,10 +71,17 @@ std::optional<osg::BoundingBoxd> readBox(const std::string& value) {
     }
   }
   skipBlanks();
-  const osg::BoundingBoxd box(numbers[0], numbers[1], numbers[2], numbers[3], numbers[4], numbers[5]);
-  const osg::Vec3d size = box._max - box._min;
-  const bool large = std::min({size.x(), size.y(), size.z()}) >= kLeastClipExtent;
-  return text == end && large ? std::optional<osg::BoundingBoxd>(box) : std::nullopt;
+  return text == end ? std::optional(numbers) : std::nullopt;
+}
+
+std::optional<osg::BoundingBoxd> readBox(const std::string& value) {
+  const auto numbers = readCoordinates<6>(value);
+  if (!numbers) {
+    return std::nullopt;
+  }
+  const auto& [xMin, yMin, zMin, xMax, yMax, zMax] = *numbers;
+  const bool large = std::min({xMax - xMin, yMax - yMin, zMax - zMin}) >= kLeastClipExtent;
+  return large ? std::optional(osg::BoundingBoxd(xMin, yMin, zMin, xMax, yMax, zMax)) : std::nullopt;
 }
 
 void setClip(Arguments& into, const std::string& value) {
@@ -85,10 +93,20 @@ void setClip(Arguments& into, const std::string& value) {
   }
 }
 
-const std::array<Option, 10> kOptions = {{
+void setStation(Arguments& into, const std::string& value) {
+  const auto numbers = readCoordinates<3>(value);
+  if (!numbers) {
+    throw ArgumentError("--station wants \"x y z\", three numbers, not '" + value + "'");
+  }
+  const auto& [x, y, z] = *numbers;
+  into.station = osg::Vec3d(x, y, z);
+}
+
+const std::array<Option, 11> kOptions = {{
     {"--colour-by", "WHAT", "rgb, intensity, elevation or classification; by default what the scan has", setColourMode},
     {"--point-size", "PIXELS", "diameter of a point, 1 to 32; by default from the number of points", setPointSize},
     {"--clip", "BOX", "begin with a clip box: \"xmin ymin zmin xmax ymax zmax\", in the scan's coordinates", setClip},
+    {"--station", "PLACE", "where to look around from with L: \"x y z\", in the scan's coordinates", setStation},
     {"--ortho", nullptr, "begin with the orthographic projection",
      [](Arguments& a, const std::string&) { a.orthographic = true; }},
     {"--size", "WxH", "size of the window in pixels, 1280x720 by default", setSize},

@@ -3,6 +3,7 @@
 #include "ColourMode.h"
 
 #include <osg/BoundingBox>
+#include <osg/Vec3d>
 
 #include <optional>
 #include <stdexcept>
@@ -24,6 +25,7 @@ struct Arguments {
   std::optional<float> pointSizePixels;
   int width = 1280;
   int height = 720;
+  std::optional<osg::Vec3d> station;      ///< world coordinates
   std::optional<osg::BoundingBoxd> clip;  ///< world coordinates, no side under `kLeastClipExtent`
   bool orthographic = false;
   bool verbose = false;

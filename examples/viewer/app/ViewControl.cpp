@@ -32,9 +32,9 @@ void appendVector(std::string& text, const char* name, const osg::Vec3d& vector)
 
 }  // namespace
 
-ViewControl::ViewControl(osg::Camera& camera, QuorOsgUtils::SPointCloudManipulator& manipulator)
+ViewControl::ViewControl(osg::Camera& camera, Navigator& navigator)
     : _camera(camera),
-      _manipulator(manipulator),
+      _navigator(navigator),
       _bounds(-1.0, -1.0, -1.0, 1.0, 1.0, 1.0),
       _places({_bounds.corner(0), _bounds.corner(7)}) {}
 
@@ -49,14 +49,14 @@ void ViewControl::home() {
   const osg::Quat rotation = kHomeDirection.pitch() * kHomeDirection.yaw();
   const Framing framing =
       isOrthographic() ? frameOrthographic(_places, rotation, _field()) : framePerspective(_places, rotation, _field());
-  _manipulator.setCenter(framing.centre);
-  _manipulator.setPitchWithYawQuat(kHomeDirection.pitch(), kHomeDirection.yaw());
+  _navigator.manipulator().setCenter(framing.centre);
+  _navigator.manipulator().setPitchWithYawQuat(kHomeDirection.pitch(), kHomeDirection.yaw());
   _setPictureHeight(framing.height * kHomeMargin);
 }
 
 void ViewControl::lookAt(const osg::Vec3d& point) {
   const double height = std::min(_pictureHeight(), _radius() * kCloseLookShare);
-  _manipulator.setCenter(point);
+  _navigator.manipulator().setCenter(point);
   _setPictureHeight(height);
 }
 
@@ -67,13 +67,23 @@ bool ViewControl::isOrthographic() const {
 
 void ViewControl::toggleProjection() {
   const double height = _pictureHeight();
-  const FieldOfView field = _field();
   if (isOrthographic()) {
-    _camera.setProjectionMatrixAsPerspective(field.verticalDegrees, field.aspectRatio, kStartNear, kStartFar);
+    resetFieldOfView();
   } else {
     _camera.setProjectionMatrixAsOrtho(-1.0, 1.0, -1.0, 1.0, kStartNear, kStartFar);
   }
   _setPictureHeight(height);
+}
+
+double ViewControl::fieldOfViewDegrees() const {
+  double verticalDegrees = 0.0, aspectRatio = 0.0, nearPlane = 0.0, farPlane = 0.0;
+  const bool perspective = _camera.getProjectionMatrixAsPerspective(verticalDegrees, aspectRatio, nearPlane, farPlane);
+  return perspective ? verticalDegrees : 0.0;
+}
+
+void ViewControl::resetFieldOfView() {
+  const FieldOfView field = _field();
+  _camera.setProjectionMatrixAsPerspective(field.verticalDegrees, field.aspectRatio, kStartNear, kStartFar);
 }
 
 std::string ViewControl::describe(const osg::Vec3d& origin) const {
@@ -94,7 +104,7 @@ std::string ViewControl::describe(const osg::Vec3d& origin) const {
 FieldOfView ViewControl::_field() const {
   const osg::Viewport* viewport = _camera.getViewport();
   const bool hasArea = viewport != nullptr && viewport->width() >= 1.0 && viewport->height() >= 1.0;
-  return {_manipulator.getFov(), hasArea ? viewport->aspectRatio() : 1.0};
+  return {_navigator.manipulator().getFov(), hasArea ? viewport->aspectRatio() : 1.0};
 }
 
 double ViewControl::_radius() const {
@@ -106,25 +116,25 @@ double ViewControl::_pictureHeight() const {
   if (_camera.getProjectionMatrixAsOrtho(box.left, box.right, box.bottom, box.top, box.nearPlane, box.farPlane)) {
     return box.top - box.bottom;
   }
-  return heightAtDistance(_manipulator.getDistance(), _field());
+  return heightAtDistance(_navigator.manipulator().getDistance(), _field());
 }
 
 void ViewControl::_setPictureHeight(double height) {
   const FieldOfView field = _field();
   const double used = std::max(height, kSmallestHeight);
   if (!isOrthographic()) {
-    _manipulator.setDistance(distanceForHeight(used, field));
+    _navigator.manipulator().setDistance(distanceForHeight(used, field));
     return;
   }
   const double halfHeight = 0.5 * used;
   const double halfWidth = halfHeight * field.aspectRatio;
   _camera.setProjectionMatrixAsOrtho(-halfWidth, halfWidth, -halfHeight, halfHeight, kStartNear, kStartFar);
-  _manipulator.setDistance(_distanceBehindEverything());
+  _navigator.manipulator().setDistance(_distanceBehindEverything());
 }
 
 // An orthographic picture shows the same from any distance, but what lies behind the eye is cut off: so stand far away.
 double ViewControl::_distanceBehindEverything() const {
-  return ((_manipulator.getCenter() - _bounds.center()).length() + _radius()) * 2.0;
+  return ((_navigator.manipulator().getCenter() - _bounds.center()).length() + _radius()) * 2.0;
 }
 
 }  // namespace QuorViewer

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Framing.h"
-
-#include <QuorOsgUtils/SPointCloudManipulator.h>
+#include "Navigator.h"
 
 #include <osg/BoundingBox>
 #include <osg/Camera>
@@ -17,10 +16,12 @@ namespace QuorViewer {
 class ViewControl {
  public:
   /// Both outlive the control.
-  ViewControl(osg::Camera& camera, QuorOsgUtils::SPointCloudManipulator& manipulator);
+  ViewControl(osg::Camera& camera, Navigator& navigator);
 
   /// All that there is to see, and a sample of it, which home frames.
   void setContent(const osg::BoundingBoxd& bounds, const std::vector<osg::Vec3f>& places);
+
+  const osg::BoundingBoxd& bounds() const { return _bounds; }
 
   /// An oblique view of everything, in the projection at hand.
   void home();
@@ -30,6 +31,11 @@ class ViewControl {
   bool isOrthographic() const;
   /// The other projection, in which things at the orbit centre's depth keep their size in pixels.
   void toggleProjection();
+
+  /// Of a perspective picture, vertically; 0 of an orthographic one.
+  double fieldOfViewDegrees() const;
+  /// The field of view that pictures start with, in perspective.
+  void resetFieldOfView();
 
   /// World position of the camera and its projection, as text for a terminal: "view eye … centre … up … projection …".
   /// `origin` is added to eye and centre.
@@ -44,7 +50,7 @@ class ViewControl {
   double _distanceBehindEverything() const;
 
   osg::Camera& _camera;
-  QuorOsgUtils::SPointCloudManipulator& _manipulator;
+  Navigator& _navigator;
   osg::BoundingBoxd _bounds;
   std::vector<osg::Vec3f> _places;
 };

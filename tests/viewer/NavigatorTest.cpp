@@ -1,0 +1,159 @@
+#include "Navigator.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+
+namespace {
+
+using namespace QuorViewer;
+
+const osg::Vec3d kXAxis(1.0, 0.0, 0.0);
+const osg::Vec3d kZAxis(0.0, 0.0, 1.0);
+
+void expectNear(const osg::Vec3d& actual, const osg::Vec3d& expected, double tolerance) {
+  EXPECT_LT((actual - expected).length(), tolerance);
+}
+
+void expectSameView(const osg::Matrixd& actual, const osg::Matrixd& expected) {
+  for (int element = 0; element < 16; ++element) {
+    EXPECT_NEAR(actual.ptr()[element], expected.ptr()[element], 1e-9) << "element " << element;
+  }
+}
+
+class NavigatorTest : public testing::Test {
+ protected:
+  NavigatorTest() : _navigator(*_viewer) {
+    _viewer->getCamera()->setViewport(0, 0, 800, 600);
+    _viewer->getCamera()->setProjectionMatrixAsPerspective(30.0, 4.0 / 3.0, 1.0, 1000.0);
+    _navigator.setPose({osg::Vec3d(10.0, 20.0, 5.0), 60.0, osg::Quat(1.0, kXAxis) * osg::Quat(0.7, kZAxis)});
+  }
+
+  osg::Matrixd view() { return _navigator.manipulator().getInverseMatrix(); }
+
+  void send(osgGA::GUIEventAdapter::EventType type, int buttons, float x, float y,
+            osgGA::GUIEventAdapter::ScrollingMotion motion = osgGA::GUIEventAdapter::SCROLL_NONE) {
+    osg::ref_ptr<osgGA::GUIEventAdapter> event = new osgGA::GUIEventAdapter;
+    event->setEventType(type);
+    event->setButtonMask(buttons);
+    event->setInputRange(0.0F, 0.0F, 800.0F, 600.0F);
+    event->setMouseYOrientation(osgGA::GUIEventAdapter::Y_INCREASING_UPWARDS);
+    event->setX(x);
+    event->setY(y);
+    event->setScrollingMotion(motion);
+    event->setTime(_time += 0.01);
+    _viewer->getCameraManipulator()->handle(*event, *_viewer);
+    _viewer->getCameraManipulator()->updateCamera(*_viewer->getCamera());
+  }
+
+  void rightDrag(float x, float y) {
+    constexpr int kRight = osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON;
+    send(osgGA::GUIEventAdapter::PUSH, kRight, 400.0F, 300.0F);
+    send(osgGA::GUIEventAdapter::DRAG, kRight, x, y);
+    send(osgGA::GUIEventAdapter::RELEASE, 0, x, y);
+  }
+
+  osg::ref_ptr<osgViewer::Viewer> _viewer = new osgViewer::Viewer;
+  Navigator _navigator;
+  double _time = 1.0;
+};
+
+TEST_F(NavigatorTest, beginsAboutTheMiddleWithItsManipulatorInstalled) {
+  EXPECT_FALSE(_navigator.turnsAboutPointer());
+  EXPECT_FALSE(_navigator.isAtStation());
+  EXPECT_EQ(_viewer->getCameraManipulator(), &_navigator.manipulator());
+}
+
+TEST_F(NavigatorTest, theSwapInstallsTheOtherManipulatorAndKeepsTheView) {
+  const osgGA::CameraManipulator* first = _viewer->getCameraManipulator();
+  const osg::Matrixd before = view();
+  _navigator.swap();
+  EXPECT_TRUE(_navigator.turnsAboutPointer());
+  EXPECT_NE(_viewer->getCameraManipulator(), first);
+  EXPECT_EQ(_viewer->getCameraManipulator(), &_navigator.manipulator());
+  expectSameView(view(), before);
+  _navigator.swap();
+  EXPECT_EQ(_viewer->getCameraManipulator(), first);
+  expectSameView(view(), before);
+}
+
+TEST_F(NavigatorTest, theSwapKeepsAnyViewAndTheNextSmallTurnIsSmall) {
+  constexpr unsigned int kSeed = 3;
+  std::mt19937 random(kSeed);
+  std::uniform_real_distribution<double> angle(-3.0, 3.0);
+  for (int round = 0; round < 200; ++round) {
+    _navigator.setPose(
+        {osg::Vec3d(angle(random), angle(random), angle(random)), 50.0,
+         osg::Quat(angle(random), kXAxis, angle(random), osg::Vec3d(0.0, 1.0, 0.0), angle(random), kZAxis)});
+    const osg::Matrixd before = view();
+    _navigator.swap();
+    expectSameView(view(), before);
+    const osg::Vec3d ahead = _navigator.pose().direction();
+    send(osgGA::GUIEventAdapter::PUSH, osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON, 400.0F, 300.0F);
+    send(osgGA::GUIEventAdapter::DRAG, osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON, 402.0F, 302.0F);
+    EXPECT_GT(_navigator.pose().direction() * ahead, 0.99) << "the view jumped in round " << round;
+  }
+}
+
+TEST_F(NavigatorTest, theSwapStraightDownAndStraightUpKeepsTheView) {
+  for (const double pitch : {0.0, 3.14159265358979323846}) {
+    _navigator.setPose({osg::Vec3d(), 50.0, osg::Quat(pitch, kXAxis) * osg::Quat(0.4, kZAxis)});
+    const osg::Matrixd before = view();
+    _navigator.swap();
+    expectSameView(view(), before);
+  }
+}
+
+TEST_F(NavigatorTest, aStationTakesTheEyeAndKeepsTheDirection) {
+  const Pose before = _navigator.pose();
+  const osg::Vec3d station(-4.0, 7.0, 1.5);
+  _navigator.enterStation(station);
+  EXPECT_TRUE(_navigator.isAtStation());
+  expectNear(_navigator.pose().eye(), station, 1e-9);
+  expectNear(_navigator.pose().direction(), before.direction(), 1e-9);
+}
+
+TEST_F(NavigatorTest, onAStationTheViewTurnsAndTheEyeStaysForBothManipulators) {
+  const osg::Vec3d station(-4.0, 7.0, 1.5);
+  for (int round = 0; round < 2; ++round) {
+    _navigator.enterStation(station);
+    const osg::Vec3d ahead = _navigator.pose().direction();
+    rightDrag(520.0F, 340.0F);
+    expectNear(_navigator.pose().eye(), station, 1e-4);
+    EXPECT_LT(_navigator.pose().direction() * ahead, 0.999);
+    _navigator.leaveStation();
+    _navigator.swap();
+  }
+}
+
+TEST_F(NavigatorTest, leavingAStationKeepsTheViewThatTheTurnsLeft) {
+  _navigator.enterStation(osg::Vec3d(-4.0, 7.0, 1.5));
+  rightDrag(520.0F, 440.0F);
+  const osg::Matrixd before = view();
+  _navigator.leaveStation();
+  EXPECT_FALSE(_navigator.isAtStation());
+  expectSameView(view(), before);
+}
+
+TEST_F(NavigatorTest, theSwapOnAStationStaysThere) {
+  const osg::Vec3d station(-4.0, 7.0, 1.5);
+  _navigator.enterStation(station);
+  _navigator.swap();
+  EXPECT_TRUE(_navigator.isAtStation());
+  rightDrag(520.0F, 340.0F);
+  expectNear(_navigator.pose().eye(), station, 1e-4);
+}
+
+TEST_F(NavigatorTest, theWheelOnAStationChangesTheFieldOfViewOnly) {
+  _navigator.enterStation(osg::Vec3d(-4.0, 7.0, 1.5));
+  const osg::Matrixd before = view();
+  send(osgGA::GUIEventAdapter::SCROLL, 0, 400.0F, 300.0F, osgGA::GUIEventAdapter::SCROLL_UP);
+  double degrees = 0.0, aspectRatio = 0.0, nearPlane = 0.0, farPlane = 0.0;
+  _viewer->getCamera()->getProjectionMatrixAsPerspective(degrees, aspectRatio, nearPlane, farPlane);
+  EXPECT_NEAR(degrees, 22.5, 1e-9);
+  expectSameView(view(), before);
+}
+
+}  // namespace
