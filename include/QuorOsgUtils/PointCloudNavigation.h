@@ -18,16 +18,16 @@ namespace QuorOsgUtils {
 /// The navigation that the point-cloud manipulators share: everything but what a press does and how the right button
 /// turns the view. Hosts never name this class; they use the manipulators derived from it.
 ///
-/// | input                  | normal mode                                       | station mode                       |
-/// |------------------------|---------------------------------------------------|------------------------------------|
-/// | left button alone      | ignored, left to the host                         | the same                           |
-/// | press, double click    | the manipulator's own placing of its centre       | takes the station as turning point |
-/// | right drag             | turns the view, the pivot marker shows            | turns the view about the station   |
-/// | middle drag            | pans, the scene follows the pointer at its depth  | the orbit manipulator's pan        |
-/// | release                | hides the marker                                  | the same                           |
-/// | wheel, perspective     | moves the camera along the ray under the pointer  | narrows or widens the view         |
-/// | wheel, orthographic    | scales the view about the pointer                 | nothing                            |
-/// | keys                   | the orbit manipulator's                           | the same                           |
+/// | input                  | normal mode                                        | station mode                       |
+/// |------------------------|----------------------------------------------------|------------------------------------|
+/// | left button alone      | ignored, left to the host                          | the same                           |
+/// | press, double click    | the manipulator's own placing of its turning point | takes the station as turning point |
+/// | right drag             | turns the view, the pivot marker shows             | turns the view about the station   |
+/// | middle drag            | pans, the scene follows the pointer at its depth   | the orbit manipulator's pan        |
+/// | release                | hides the marker                                   | the same                           |
+/// | wheel, perspective     | moves the camera along the ray under the pointer   | narrows or widens the view         |
+/// | wheel, orthographic    | scales the view about the pointer                  | nothing                            |
+/// | keys                   | the orbit manipulator's                            | the same                           |
 ///
 /// Modifier keys change none of this.
 ///

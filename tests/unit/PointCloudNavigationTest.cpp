@@ -759,6 +759,22 @@ TEST_F(StationModeTest, switchingItOffRestoresNormalNavigationAtTheNextPress) {
   expectNear(_manipulator->_pivotPoint, osg::Vec3d(0.0, 0.0, 7.0), 1e-9);
 }
 
+TEST_F(StationModeTest, switchingInTheMiddleOfADragHarmsNothingAndCountsFromTheNextEvent) {
+  push(kRight, 400.0, 300.0);
+  double x = 400.0;
+  for (const bool on : {false, true, false}) {
+    _manipulator->setStationModel(on);
+    const osg::Quat before = _manipulator->getRotation();
+    EXPECT_TRUE(drag(kRight, x += 30.0, 320.0));
+    EXPECT_NE(_manipulator->getRotation(), before);
+    EXPECT_EQ(_manipulator->_pivotPoint, station);
+    EXPECT_TRUE(std::isfinite(eye().length2()));
+  }
+  _manipulator->setStationModel(true);
+  EXPECT_FALSE(release(0, x, 320.0));
+  EXPECT_FALSE(isMarkerShown());
+}
+
 TEST_F(StationModeTest, theStationDragAndTheFixedPointAreInert) {
   const osg::Matrixd before = _manipulator->getMatrix();
   EXPECT_FALSE(_manipulator->handleStationMouseDrag(*makeEvent(Event::DRAG, kRight, 1.0, 1.0), *_viewer));

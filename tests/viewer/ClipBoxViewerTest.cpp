@@ -255,7 +255,7 @@ TEST_F(ClipBoxViewerTest, aBoxTooFarAwayToKeepItsSizeIsRefusedAndTheCloudShows) 
   expectClickReports(24);
 }
 
-TEST_F(ClipBoxViewerTest, keysOfABoxWhoseHandleIsHeldChangeNothing) {
+TEST_F(ClipBoxViewerTest, keysWaitWhileAHandleIsHeld) {
   showGrid();
   pressKey("b");
   const ToldBox before = toldBox();

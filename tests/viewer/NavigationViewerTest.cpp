@@ -150,6 +150,58 @@ TEST_F(NavigationViewerTest, withoutAnotherStationTheLastPickRaisedByEyeHeightIs
   EXPECT_LT((station - coordinatesOf(_points.at(24)) - osg::Vec3d(0.0, 0.0, kEyeHeight)).length(), 1e-3);
 }
 
+TEST_F(NavigationViewerTest, theOriginOfTheCoordinatesIsAStationWhereItLiesAmidThePoints) {
+  writeLasFile(path("around.las"), gridPoints(), -25.0, -35.0);
+  start({"--verbose", "--size", "800x600", path("around.las")});
+  ASSERT_TRUE(_viewer->findWindow("quor_viewer: around.las"));
+  ASSERT_EQ(_viewer->waitForLine("loaded"), "loaded 49 points");
+  _viewer->settle();
+  _viewer->key("l");
+  EXPECT_EQ(_viewer->waitForLine("station"), "station on 0.000 0.000 0.000");
+}
+
+TEST_F(NavigationViewerTest, keysWaitWhileAMouseButtonIsHeld) {
+  showGrid({"--station", "9876573 10000030 2.5"});
+  _viewer->movePointer(400, 300);
+  _viewer->press(kRight);
+  _viewer->settle();
+  _viewer->movePointer(430, 310);
+  _viewer->settle();
+  for (const char* key : {"n", "l"}) {
+    _viewer->key(key);
+    _viewer->settle();
+  }
+  _viewer->release(kRight);
+  _viewer->settle();
+  EXPECT_THAT(_viewer->output(), testing::Not(testing::HasSubstr("station on")));
+  EXPECT_THAT(_viewer->output(), testing::Not(testing::HasSubstr("navigation about")));
+  _viewer->key("n");
+  EXPECT_EQ(_viewer->waitForLine("navigation"), "navigation about the pointer");
+}
+
+TEST_F(NavigationViewerTest, atAStationTheProjectionStaysAPerspective) {
+  showGrid({"--station", "9876573 10000030 2.5"});
+  press("l");
+  const ReportedView there = _viewer->view();
+  press("o");
+  expectSameView(_viewer->view(), there);
+  EXPECT_EQ(_viewer->view().projection(3, 3), 0.0);
+}
+
+TEST_F(NavigationViewerTest, theCloseLookLeavesAStation) {
+  showGrid({"--station", "9876573 10000030 2.5", "--ortho"});
+  expectClickReports(24);
+  press("l");
+  EXPECT_EQ(_viewer->view().projection(3, 3), 0.0);
+  _viewer->key("f");
+  EXPECT_EQ(_viewer->waitForLine("station off"), "station off");
+  _viewer->settle();
+  EXPECT_EQ(_viewer->view().projection(3, 3), 1.0) << "the projection before the station came back";
+  const Pixel picked = pixelOf(_points[24]);
+  EXPECT_NEAR(picked.x, 400, 2);
+  EXPECT_NEAR(picked.yFromTop, 300, 2);
+}
+
 TEST_F(NavigationViewerTest, homeLeavesAStation) {
   showGrid({"--station", "9876573 10000030 2.5"});
   const ReportedView home = _viewer->view();

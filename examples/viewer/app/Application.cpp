@@ -28,6 +28,7 @@ constexpr auto kWorkBudget = 30ms;
 constexpr auto kProgressInterval = 100ms;
 constexpr int kWorkPerDrawing = 4;
 constexpr auto kIdle = 4ms;
+
 Hud::HelpRows helpRows(const std::vector<KeyBinding>& bindings) {
   Hud::HelpRows rows = {{"Left click", "pick a point, measure from the one before"},
                         {"Left drag", "a handle of the clip box"},
@@ -85,7 +86,8 @@ int Application::run() {
 
 void Application::_setUpViewer() {
   _viewer->setRunFrameScheme(osgViewer::ViewerBase::ON_DEMAND);
-  _viewer->addEventHandler(new KeyHandler(_bindings));
+  _viewer->addEventHandler(
+      new KeyHandler(_bindings, [this] { _scene.hud.setMessage("Let go of the mouse button first"); }));
   _viewer->addEventHandler(
       new PointerHandler([this](int x, int y) { _pick(x, y); }, [this] { _userNavigated = true; }));
   osg::ref_ptr<osgViewer::WindowSizeHandler> fullScreen = new osgViewer::WindowSizeHandler;
@@ -226,7 +228,7 @@ void Application::_takeChunk(unsigned int scanNumber, const PointChunk& chunk) {
   _view.setContent({bounds._min, bounds._max}, _loader.places());
   _clip.setContent(bounds, false);
   _points.updateRanges();
-  if (!_userNavigated) {
+  if (!_userNavigated && !_station.isAtStation()) {
     _view.home();
   }
 }

@@ -109,9 +109,6 @@ bool ClipControl::_placeAroundContent() {
 }
 
 void ClipControl::_toggle() {
-  if (_isHeld()) {
-    return;
-  }
   if (_host.box.isOn()) {
     _host.box.setOn(false);
     _announce("clip off", "The clip box is off: everything shows");
@@ -157,15 +154,7 @@ bool ClipControl::_isReady() {
   if (!_host.box.isOn()) {
     _host.hud.setMessage("Switch the clip box on first, with B");
   }
-  return _host.box.isOn() && !_isHeld();
-}
-
-// A handle would stay as it is held, were it taken away from under the pointer.
-bool ClipControl::_isHeld() {
-  if (_host.box.isDragged()) {
-    _host.hud.setMessage("Let go of the handle first");
-  }
-  return _host.box.isDragged();
+  return _host.box.isOn();
 }
 
 void ClipControl::_beginSave() {

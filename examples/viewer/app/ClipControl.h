@@ -57,7 +57,6 @@ class ClipControl {
   void _toggleAxis(int bit);
   void _beginSave();
   bool _isReady();  // tells the user what is missing
-  bool _isHeld();   // tells the user, too
   bool _placeAroundContent();
   void _announce(const std::string& line, const std::string& message);
   void _fail(const std::string& message);

@@ -10,7 +10,7 @@ bool KeyHandler::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapte
   }
   for (const KeyBinding& binding : _bindings) {
     if (std::find(binding.keys.begin(), binding.keys.end(), ea.getKey()) != binding.keys.end()) {
-      binding.action();
+      ea.getButtonMask() == 0 ? binding.action() : _held();
       aa.requestRedraw();
       return true;
     }

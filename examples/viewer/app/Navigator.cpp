@@ -31,12 +31,8 @@ Navigator::Navigator(osgViewer::Viewer& viewer)
   _viewer.setCameraManipulator(_middle);
 }
 
-QuorOsgUtils::SLidarManipulatorBase& Navigator::manipulator() {
+QuorOsgUtils::SLidarManipulatorBase& Navigator::manipulator() const {
   return _aboutPointer ? static_cast<QuorOsgUtils::SLidarManipulatorBase&>(*_pointer) : *_middle;
-}
-
-const QuorOsgUtils::SLidarManipulatorBase& Navigator::manipulator() const {
-  return const_cast<Navigator&>(*this).manipulator();
 }
 
 void Navigator::swap() {
@@ -60,11 +56,13 @@ void Navigator::setPose(const Pose& pose) {
   used.setPitchWithYawQuat(parts.pitch, parts.yaw);
 }
 
+// The manipulators keep the station in single precision; the eye must be at the very place that they turn about.
 void Navigator::enterStation(const osg::Vec3d& station) {
+  const osg::Vec3f kept(station);
   const Pose before = pose();
-  setPose({station + before.direction() * kStationReach, kStationReach, before.rotation});
-  _middle->setStationCenter(osg::Vec3f(station));
-  _pointer->setStationCenter(osg::Vec3f(station));
+  setPose({osg::Vec3d(kept) + before.direction() * kStationReach, kStationReach, before.rotation});
+  _middle->setStationCenter(kept);
+  _pointer->setStationCenter(kept);
   _setStationMode(true);
 }
 

@@ -29,8 +29,7 @@ class Navigator {
   explicit Navigator(osgViewer::Viewer& viewer);
 
   /// The manipulator in use.
-  QuorOsgUtils::SLidarManipulatorBase& manipulator();
-  const QuorOsgUtils::SLidarManipulatorBase& manipulator() const;
+  QuorOsgUtils::SLidarManipulatorBase& manipulator() const;
 
   bool turnsAboutPointer() const { return _aboutPointer; }
   /// Takes the other manipulator.

@@ -8,7 +8,7 @@ namespace QuorViewer {
 namespace {
 
 constexpr double kEyeHeight = 1.6;
-constexpr double kSeenDegrees = 0.05;
+constexpr double kSeenShare = 1e-3;
 
 std::string coordinatesText(const osg::Vec3d& place) {
   constexpr int kDecimals = 3;
@@ -16,7 +16,7 @@ std::string coordinatesText(const osg::Vec3d& place) {
 }
 
 std::string degreesText(double degrees) {
-  return fixed(degrees, 1) + "°";
+  return fixed(degrees, degrees < 1.0 ? 3 : 1) + "°";
 }
 
 }  // namespace
@@ -29,7 +29,8 @@ std::vector<KeyBinding> StationControl::bindings(StationControl& control) {
 
 void StationControl::_toggle() {
   if (isAtStation()) {
-    return _leave();
+    abandon();
+    return _host.hud.setMessage("Back where you were");
   }
   if (const std::optional<osg::Vec3d> station = _findStation()) {
     return _enter(*station);
@@ -49,21 +50,16 @@ void StationControl::_enter(const osg::Vec3d& station) {
   _host.say("station on " + coordinatesText(station + _host.scans.origin()));
 }
 
-void StationControl::_leave() {
-  abandon();
-  _host.navigator.setPose(_poseBefore);
-  if (_orthographicBefore) {
-    _host.view.toggleProjection();
-  }
-  _host.hud.setMessage("Back where you were");
-}
-
 void StationControl::abandon() {
   if (!isAtStation()) {
     return;
   }
   _host.navigator.leaveStation();
   _host.view.resetFieldOfView();
+  _host.navigator.setPose(_poseBefore);
+  if (_orthographicBefore) {
+    _host.view.toggleProjection();
+  }
   _host.say("station off");
 }
 
@@ -78,12 +74,14 @@ void StationControl::_swap() {
 void StationControl::_resetField() {
   if (isAtStation()) {
     _host.view.resetFieldOfView();
+  } else {
+    _host.hud.setMessage("The field of view changes at a station only; L takes you there");
   }
 }
 
 void StationControl::showFieldOfView() {
   const double degrees = _host.view.fieldOfViewDegrees();
-  if (isAtStation() && std::abs(degrees - _shownField) > kSeenDegrees) {
+  if (isAtStation() && std::abs(degrees - _shownField) > kSeenShare * _shownField) {
     _shownField = degrees;
     _host.hud.setMessage("Field of view " + degreesText(degrees));
   }

@@ -37,7 +37,7 @@ class StationControl {
   static std::vector<KeyBinding> bindings(StationControl& control);
 
   bool isAtStation() const { return _host.navigator.isAtStation(); }
-  /// Leaves the station, if there, because the view goes elsewhere.
+  /// Leaves the station, if there, for the view before.
   void abandon();
   /// Shows a field of view that has changed since the last call.
   void showFieldOfView();
@@ -47,7 +47,6 @@ class StationControl {
  private:
   void _toggle();
   void _enter(const osg::Vec3d& station);
-  void _leave();
   void _swap();
   void _resetField();
   std::optional<osg::Vec3d> _findStation() const;
