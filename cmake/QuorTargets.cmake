@@ -8,10 +8,11 @@ function(quor_target_defaults target)
     POSITION_INDEPENDENT_CODE ON)
 endfunction()
 
-# quor_add_test(NAME LABEL SOURCES... [LIBRARIES ...]): a GoogleTest program, each of its tests known to ctest under the label.
-# A test of the label `viewer` owns the display's pointer while it runs.
+# quor_add_test(NAME LABEL SOURCES... [LIBRARIES ...] [WINDOW]): a GoogleTest program, each of its tests known to ctest
+# under the label. WINDOW tells that its tests open windows, as those of the label `viewer` always do: one such test at a
+# time, or a window would take pointer and keys from that of another test.
 function(quor_add_test name label)
-  cmake_parse_arguments(arg "" "" "LIBRARIES" ${ARGN})
+  cmake_parse_arguments(arg "WINDOW" "" "LIBRARIES" ${ARGN})
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
   quor_target_defaults(${name})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
@@ -19,7 +20,10 @@ function(quor_add_test name label)
   set(properties LABELS ${label} TIMEOUT 300)
   if(label STREQUAL "viewer")
     # Drawing ten million points in software takes minutes.
-    list(APPEND properties RESOURCE_LOCK pointer TIMEOUT 900)
+    list(APPEND properties TIMEOUT 900)
+  endif()
+  if(arg_WINDOW OR label STREQUAL "viewer")
+    list(APPEND properties RESOURCE_LOCK windows)
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
 endfunction()
