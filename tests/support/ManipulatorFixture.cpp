@@ -114,6 +114,25 @@ double NavigationFixture<Manipulator>::distanceOfDepth(float depth) {
   return kNear * kFar / (kFar - depth * (kFar - kNear));
 }
 
+template <typename Manipulator>
+void NavigationFixture<Manipulator>::expectSharedDefaults(Manipulator& fresh) {
+  EXPECT_EQ(fresh._osgViewer.get(), _viewer.get());
+  EXPECT_EQ(fresh._spareRatio, 0.15);
+  EXPECT_EQ(fresh._pivotPoint, osg::Vec3d());
+  EXPECT_EQ(fresh._spareCount, 0);
+  EXPECT_EQ(fresh.getFov(), 30.0);
+  EXPECT_FALSE(fresh._lockPerspective);
+  EXPECT_EQ(fresh._spareVector, osg::Vec3d());
+  EXPECT_FALSE(fresh.isStationModel());
+  EXPECT_EQ(fresh._stationCenter, osg::Vec3d());
+  EXPECT_EQ(fresh.getWheelZoomFactor(), 10.0);
+  EXPECT_EQ(fresh.getRotationFactor(), 1.0);
+  EXPECT_EQ(fresh._pitchQuat, osg::Quat());
+  EXPECT_EQ(fresh._yawQuat, osg::Quat());
+  EXPECT_FALSE(fresh.getVerticalAxisFixed());
+  EXPECT_FALSE(fresh.getAllowThrow());
+}
+
 template class NavigationFixture<OpenManipulator>;
 template class NavigationFixture<OpenPivotManipulator>;
 

@@ -83,6 +83,9 @@ class NavigationFixture : public ::testing::Test {
   bool scroll(Event::ScrollingMotion motion, double x, double y);
   bool key(int keySymbol);
 
+  /// What every manipulator of this viewer is built with.
+  void expectSharedDefaults(Manipulator& fresh);
+
   bool isMarkerShown() const { return _manipulator->_pivotIndicator->getNumParents() > 0; }
   osg::Vec3d eye() const;
   osg::Vec3d viewDirection() const;

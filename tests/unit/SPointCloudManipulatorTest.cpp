@@ -42,22 +42,8 @@ class SPointCloudManipulatorTest : public ManipulatorFixture {
 
 TEST_F(SPointCloudManipulatorTest, isBuiltWithItsDefaults) {
   const osg::ref_ptr<OpenManipulator> fresh = new OpenManipulator(_viewer);
-  EXPECT_EQ(fresh->_osgViewer.get(), _viewer.get());
-  EXPECT_EQ(fresh->_spareRatio, 0.15);
-  EXPECT_EQ(fresh->_pivotPoint, osg::Vec3d());
-  EXPECT_EQ(fresh->_spareCount, 0);
-  EXPECT_EQ(fresh->getFov(), 30.0);
-  EXPECT_FALSE(fresh->_lockPerspective);
-  EXPECT_EQ(fresh->_spareVector, osg::Vec3d());
-  EXPECT_FALSE(fresh->isStationModel());
-  EXPECT_EQ(fresh->_stationCenter, osg::Vec3d());
-  EXPECT_EQ(fresh->getWheelZoomFactor(), 10.0);
-  EXPECT_EQ(fresh->getRotationFactor(), 1.0);
-  EXPECT_EQ(fresh->_pitchQuat, osg::Quat());
-  EXPECT_EQ(fresh->_yawQuat, osg::Quat());
+  expectSharedDefaults(*fresh);
   EXPECT_EQ(fresh->_initialRotation, osg::Quat());
-  EXPECT_FALSE(fresh->getVerticalAxisFixed());
-  EXPECT_FALSE(fresh->getAllowThrow());
 }
 
 TEST_F(SPointCloudManipulatorTest, theViewerIsObservedReplacedAndCleared) {
