@@ -1,0 +1,99 @@
+#include "files/FileManagerPrivate.h"
+#include "files/FileProxyPrivate.h"
+#include "files/ThreadNumber.h"
+
+#include <QuorOsgUtils/FileCmd.h>
+#include <QuorOsgUtils/FileManager.h>
+
+#include <osg/Notify>
+
+#include <exception>
+#include <system_error>
+
+namespace QuorOsgUtils {
+
+namespace {
+
+void report(const FileCmd& cmd, const char* reason) {
+  OSG_WARN << "A command on the file " << cmd.getFile() << " failed: " << reason << std::endl;
+}
+
+}  // namespace
+
+FileManager* FileManager::getInstance() {
+  static FileManager manager;
+  return &manager;
+}
+
+FileManager::FileManager() : _data(std::make_unique<Private>()) {
+  // Commands may outlive the manager, and they know the proxy.
+  static FileProxy* const proxy = new FileProxy;
+  _data->proxy = proxy;
+}
+
+FileManager::~FileManager() {
+  const bool onWorker = _data->worker && _data->worker->get_id() == std::this_thread::get_id();
+  if (_data->worker && (_data->abandoned || onWorker)) {
+    // A command ended the process, or is being waited for in vain: it goes on with what it knows until the process is
+    // gone.
+    _data->worker->detach();
+    static_cast<void>(_data.release());
+    return;
+  }
+  stopWorker();
+}
+
+int FileManager::memorySize() const {
+  constexpr int kMemorySize = 16;
+  return kMemorySize;
+}
+
+void FileManager::push(FileCmd* cmd) {
+  if (cmd != nullptr) _data->queue.push(cmd);
+}
+
+void FileManager::startWorker() {
+  if (_data->worker) return;
+  _data->queue.resume();
+  try {
+    _data->worker = std::make_unique<std::thread>([this] { work(); });
+  } catch (const std::system_error& error) {
+    OSG_WARN << "The worker of the file manager cannot be started: " << error.what() << std::endl;
+  }
+}
+
+void FileManager::stopWorker() {
+  if (!_data->worker) return;
+  _data->queue.interrupt();
+  _data->worker->join();
+  _data->worker.reset();
+}
+
+void FileManager::work() {
+  while (_data->queue.wait()) run();
+}
+
+void FileManager::run() {
+  const std::uint32_t thread = currentThreadNumber();
+  FileCmd* const first = _data->queue.take();
+  if (first == nullptr) return;
+  for (FileCmd* cmd = first; cmd != nullptr; cmd = cmd->getNext()) runOne(*cmd, thread);
+  if (first->getAutoDelete()) delete first;
+}
+
+void FileManager::runOne(FileCmd& cmd, std::uint32_t thread) {
+  FileProxy::Private& proxy = *_data->proxy->_data;
+  proxy.currentFile = _data->registry[cmd.getFile()];
+  proxy.thread = thread;
+  try {
+    cmd(_data->proxy, this);
+  } catch (const std::exception& error) {
+    report(cmd, error.what());
+  } catch (...) {
+    report(cmd, "something was thrown that is no std::exception");
+  }
+  proxy.currentFile = nullptr;
+  proxy.thread = FileProxy::Private::kNoThread;
+}
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,43 @@
+#include "files/FileManagerPrivate.h"
+#include "files/FileProxyPrivate.h"
+#include "files/ThreadNumber.h"
+
+#include <osg/Notify>
+
+#include <cstdlib>
+
+namespace QuorOsgUtils {
+
+namespace {
+
+// "该方法运行线程不合法" in GBK.
+constexpr const char* kForeignThread =
+    "\xB8\xC3\xB7\xBD\xB7\xA8\xD4\xCB\xD0\xD0\xCF\xDF\xB3\xCC\xB2\xBB\xBA\xCF\xB7\xA8";
+
+}  // namespace
+
+FileProxy::FileProxy() : _data(std::make_unique<Private>()) {}
+
+FileProxy::~FileProxy() = default;
+
+void* FileProxy::map(std::int64_t offset, std::int64_t size) const {
+  checkThread();
+  osg::ref_ptr<FilePtr> file;
+  return _data->currentFile.lock(file) ? file->map(offset, size) : nullptr;
+}
+
+void FileProxy::unmap(void* p) const {
+  checkThread();
+  osg::ref_ptr<FilePtr> file;
+  if (_data->currentFile.lock(file)) file->unmap(p);
+}
+
+// The command at hand may be waiting for this very thread, so the end of the process must not wait for the worker.
+void FileProxy::checkThread() const {
+  if (_data->thread == currentThreadNumber()) return;
+  if (osg::isNotifyEnabled(osg::DEBUG_INFO)) osg::notify(osg::DEBUG_INFO) << kForeignThread << std::endl;
+  FileManager::getInstance()->_data->abandoned = true;
+  std::exit(EXIT_FAILURE);
+}
+
+}  // namespace QuorOsgUtils

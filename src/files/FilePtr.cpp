@@ -1,0 +1,121 @@
+#include "files/SpinFlag.h"
+#include "files/platform/FileMapping.h"
+
+#include <QuorOsgUtils/FilePtr.h>
+
+#include <algorithm>
+#include <iostream>
+#include <map>
+#include <new>
+#include <string>
+
+namespace QuorOsgUtils {
+
+namespace {
+
+using View = FileMapping::View;
+
+// "文件映射参数异常：" in GBK.
+constexpr const char* kViewRefused = "\xCE\xC4\xBC\xFE\xD3\xB3\xC9\xE4\xB2\xCE\xCA\xFD\xD2\xEC\xB3\xA3\xA3\xBA";
+
+void* reportNoRange() {
+  constexpr int kReason = 84;
+  std::cout << "Abnormal normal vector data : " << kReason << std::endl;
+  return nullptr;
+}
+
+void* reportRefusal(std::uint32_t error) {
+  std::cout << kViewRefused << static_cast<std::int32_t>(error) << std::endl;
+  return nullptr;
+}
+
+}  // namespace
+
+struct FilePtr::Private {
+  explicit Private(const char* filePath) : path(filePath != nullptr ? filePath : "") {}
+
+  std::map<void*, View, std::less<>> views;  // by their starts
+  FileMapping mapping;
+  SpinFlag viewsFlag;
+  std::string path;
+};
+
+FilePtr::FilePtr(const char* path) : _data(std::make_unique<Private>(path)) {
+  open();
+}
+
+FilePtr::~FilePtr() {
+  close();
+}
+
+void FilePtr::open() {
+  if (!_closed) return;
+  const std::uint32_t error = _data->mapping.open(_data->path);
+  if (error != 0) {
+    std::cerr << "Error creating file: " << error << std::endl;
+    _valid = false;
+  }
+  _closed = false;
+}
+
+void FilePtr::close() {
+  if (_closed) return;
+  {
+    const std::lock_guard<SpinFlag> held(_data->viewsFlag);
+    for (const auto& [start, view] : _data->views) FileMapping::release(view);
+    _data->views.clear();
+  }
+  _data->mapping.close();
+  _closed = true;
+}
+
+bool FilePtr::isOpen() const {
+  return !_closed;
+}
+
+bool FilePtr::isValid() const {
+  return _valid;
+}
+
+const char* FilePtr::file() const {
+  return _data->path.c_str();
+}
+
+void* FilePtr::map(std::int64_t offset, std::int64_t size) {
+  const FileMapping& mapping = _data->mapping;
+  const std::int64_t granularity = mapping.granularityBytes();
+  if (offset < 0 || size < 0) return reportNoRange();
+  const std::int64_t aligned = offset / granularity * granularity;
+  // The sum of offset and size may lie beyond all numbers; the room behind the offset does not.
+  const std::int64_t room = std::max<std::int64_t>(mapping.sizeBytes() - offset, 0);
+  const std::int64_t end = size < room ? offset + size : mapping.sizeBytes();
+  if (aligned > end) return reportNoRange();
+
+  std::uint32_t error = 0;
+  View view = mapping.view(aligned, end - aligned, error);
+  if (view.start == nullptr) return reportRefusal(error);
+  view.address = static_cast<char*>(view.start) + (offset - aligned);
+  try {
+    const std::lock_guard<SpinFlag> held(_data->viewsFlag);
+    _data->views.insert_or_assign(view.start, view);
+  } catch (const std::bad_alloc&) {
+    FileMapping::release(view);
+    return nullptr;
+  }
+  return view.address;
+}
+
+// Taken out before it is released: once it is, the next map may get the same start.
+void FilePtr::unmap(void* p) {
+  View view;
+  {
+    const std::lock_guard<SpinFlag> held(_data->viewsFlag);
+    const auto found = _data->views.find(p);
+    if (found == _data->views.end()) return;
+    view = found->second;
+    _data->views.erase(found);
+  }
+  FileMapping::release(view);
+}
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace QuorOsgUtils {
+
+/// The system's calls for a file that is mapped in views: what they do stands here, how in one source per platform.
+/// Holds one file at a time, closed only by `close`. Errors are the system's own numbers.
+class FileMapping {
+ public:
+  struct View {
+    void* start = nullptr;         ///< of the view
+    void* address = nullptr;       ///< within it, as its user knows it
+    std::int64_t lengthBytes = 0;  ///< from the start
+  };
+
+  /// Opens an existing file for reading and writing, beside other openers and not for child processes, learns its size
+  /// and makes a mapping of all of it. Returns 0, or why the file cannot be opened; its size is then 0.
+  std::uint32_t open(const std::string& path);
+  /// Expects that no view is left.
+  void close();
+
+  std::int64_t sizeBytes() const { return _sizeBytes; }
+  std::uint32_t granularityBytes() const { return _granularityBytes; }
+
+  /// A writable view from `offset` on, a multiple of the granularity; a length of 0 reaches to the end of the mapping.
+  /// Its address is its start. A start of null means failure, with the reason in `error`.
+  View view(std::int64_t offset, std::int64_t lengthBytes, std::uint32_t& error) const;
+  static void release(const View& view);
+
+ private:
+  std::intptr_t _file = -1;
+  std::intptr_t _mapping = 0;  // where the system has a handle for it
+  std::int64_t _sizeBytes = 0;
+  std::uint32_t _granularityBytes = 0;
+};
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,79 @@
+#include "files/platform/FileMapping.h"
+
+#define NOMINMAX
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <vector>
+
+namespace QuorOsgUtils {
+
+namespace {
+
+HANDLE handleOf(std::intptr_t value) {
+  return reinterpret_cast<HANDLE>(value);
+}
+
+std::intptr_t valueOf(HANDLE handle) {
+  return reinterpret_cast<std::intptr_t>(handle);
+}
+
+// The path comes in the user's own encoding, which the C library knows by the locale only.
+std::vector<wchar_t> widened(const std::string& path) {
+  std::setlocale(LC_CTYPE, "");
+  constexpr auto kInvalid = static_cast<std::size_t>(-1);
+  const std::size_t length = std::mbstowcs(nullptr, path.c_str(), 0);
+  std::vector<wchar_t> wide(length == kInvalid ? 1 : length + 1, L'\0');
+  if (length != kInvalid) std::mbstowcs(wide.data(), path.c_str(), wide.size());
+  return wide;
+}
+
+DWORD upperHalf(std::int64_t value) {
+  return static_cast<DWORD>(static_cast<std::uint64_t>(value) >> 32u);
+}
+
+DWORD lowerHalf(std::int64_t value) {
+  return static_cast<DWORD>(static_cast<std::uint64_t>(value) & 0xFFFFFFFFu);
+}
+
+}  // namespace
+
+std::uint32_t FileMapping::open(const std::string& path) {
+  const HANDLE file =
+      ::CreateFileW(widened(path).data(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const std::uint32_t error = file == INVALID_HANDLE_VALUE ? ::GetLastError() : 0;
+  LARGE_INTEGER size{};
+  ::GetFileSizeEx(file, &size);
+  SYSTEM_INFO system{};
+  ::GetSystemInfo(&system);
+  _file = valueOf(file);
+  _mapping = valueOf(::CreateFileMappingW(file, nullptr, PAGE_READWRITE, 0, 0, nullptr));
+  _sizeBytes = size.QuadPart;
+  _granularityBytes = system.dwAllocationGranularity;
+  return error;
+}
+
+void FileMapping::close() {
+  if (handleOf(_file) != INVALID_HANDLE_VALUE) ::CloseHandle(handleOf(_file));
+  if (_mapping != 0) ::CloseHandle(handleOf(_mapping));
+  _file = valueOf(INVALID_HANDLE_VALUE);
+  _mapping = 0;
+}
+
+FileMapping::View FileMapping::view(std::int64_t offset, std::int64_t lengthBytes, std::uint32_t& error) const {
+  void* const start = ::MapViewOfFile(handleOf(_mapping), FILE_MAP_ALL_ACCESS, upperHalf(offset), lowerHalf(offset),
+                                      static_cast<SIZE_T>(lengthBytes));
+  if (start != nullptr) return {start, start, lengthBytes};
+  error = ::GetLastError();
+  return {};
+}
+
+// Any address within a view names it.
+void FileMapping::release(const View& view) {
+  ::UnmapViewOfFile(view.address);
+}
+
+}  // namespace QuorOsgUtils
