@@ -31,9 +31,11 @@ class FileProxy;
 ///     QuorOsgUtils::FileManager::getInstance()->push(command);
 ///
 /// Chains: commands linked by `setNext` run as one unit, in the order of their links, by the priority of the first.
-/// Ownership: by default the creator's, who keeps the command alive until it has run. With auto delete the first of a
-/// chain is deleted by the manager after the whole chain has run, and each following one by the one before it; a
-/// command without auto delete ends this, and with it what follows stays the creator's.
+/// Ownership: by default the creator's, who keeps the command alive until the manager is done with it: when a command
+/// pushed later with the same priority runs, or `FileManager::stopWorker` has returned. With auto delete, which is for
+/// commands pushed once, the first of a chain is deleted by the manager after the whole chain has run, and each
+/// following one by the one before it; a command without auto delete ends this, and with it what follows stays the
+/// creator's. A chain is deleted from its front, since each command looks at its next.
 /// Threads: a command is set up before it is pushed and then belongs to the worker.
 /// Errors: an exception that leaves a command is reported by the manager, and the next command of the chain runs.
 class QUOR_OSG_UTILS_EXPORT FileCmd {

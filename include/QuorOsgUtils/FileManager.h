@@ -41,7 +41,8 @@ class QUOR_OSG_UTILS_EXPORT FileProxy {
 ///
 /// Ownership: one manager per process, from the first `getInstance` to the process's end, which stops the worker. Names
 /// that ever ran stay known; the files behind them are kept. Commands belong to whom `FileCmd` says.
-/// Threads: `push` on any thread. `startWorker` and `stopWorker` on any thread but the worker, one call at a time.
+/// Threads: `push` on any thread. `startWorker` and `stopWorker` on any thread, one call at a time; from a command they
+/// do nothing.
 /// Commands run on the worker alone, and only there may they touch the manager's files. The worker sleeps while
 /// nothing is queued.
 /// Errors: a command that throws is reported at the notifier's warning level, with its file's name, and the work goes
@@ -68,7 +69,6 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   friend class OpenFile;
   friend class RemoveFile;
   friend class RegisterFile;
-  friend class FileProxy;
 
   FileManager();
   virtual ~FileManager();
@@ -79,7 +79,7 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   void runOne(FileCmd& cmd, std::uint32_t thread);
 
   struct Private;
-  std::unique_ptr<Private> _data;
+  Private* const _data;  // outlives the manager where the worker still runs at the end of the process
 };
 
 }  // namespace QuorOsgUtils

@@ -10,8 +10,8 @@ bool CommandQueue::push(FileCmd* cmd) {
   {
     const std::lock_guard<SpinLock> held(*_lock);
     _queues[queue].push_back(cmd);
+    ++_count;
   }
-  ++_count;
   if (_sleeping) wake();
   return true;
 }

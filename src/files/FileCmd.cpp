@@ -1,20 +1,18 @@
 #include "files/FileManagerPrivate.h"
 #include "files/FileProxyPrivate.h"
+#include "files/platform/FileMapping.h"
 
 #include <QuorOsgUtils/FileCmd.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 
 namespace QuorOsgUtils {
 
 namespace {
 
-// A pipe is left out: opening one waits for its other end.
 bool canBeRead(const std::string& file) {
-  std::error_code error;
-  return !std::filesystem::is_fifo(file, error) && std::ifstream(file).good();
+  return !FileMapping::isPipe(file) && std::ifstream(file).good();
 }
 
 FilePtr* fileOf(const FileRegistry& registry, const std::string& name) {

@@ -25,22 +25,18 @@ FileManager* FileManager::getInstance() {
   return &manager;
 }
 
-FileManager::FileManager() : _data(std::make_unique<Private>()) {
+FileManager::FileManager() : _data(new Private) {
   // Commands may outlive the manager, and they know the proxy.
   static FileProxy* const proxy = new FileProxy;
   _data->proxy = proxy;
 }
 
 FileManager::~FileManager() {
-  const bool onWorker = _data->worker && _data->worker->get_id() == std::this_thread::get_id();
-  if (_data->worker && (_data->abandoned || onWorker)) {
-    // A command ended the process, or is being waited for in vain: it goes on with what it knows until the process is
-    // gone.
-    _data->worker->detach();
-    static_cast<void>(_data.release());
-    return;
-  }
+  // Where a command ended the process, or waits for the thread that does, the worker goes on until the process is gone
+  // and finds everything as it knows it.
+  if (_data->onWorker() || _data->proxy->_data->misused) return;
   stopWorker();
+  delete _data;
 }
 
 int FileManager::memorySize() const {
@@ -53,7 +49,7 @@ void FileManager::push(FileCmd* cmd) {
 }
 
 void FileManager::startWorker() {
-  if (_data->worker) return;
+  if (_data->onWorker() || _data->worker) return;
   _data->queue.resume();
   try {
     _data->worker = std::make_unique<std::thread>([this] { work(); });
@@ -63,13 +59,14 @@ void FileManager::startWorker() {
 }
 
 void FileManager::stopWorker() {
-  if (!_data->worker) return;
+  if (_data->onWorker() || !_data->worker) return;
   _data->queue.interrupt();
   _data->worker->join();
   _data->worker.reset();
 }
 
 void FileManager::work() {
+  _data->workerThread = currentThreadNumber();
   while (_data->queue.wait()) run();
 }
 

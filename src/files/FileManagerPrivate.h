@@ -2,6 +2,7 @@
 
 #include "files/CommandQueue.h"
 #include "files/FileRegistry.h"
+#include "files/ThreadNumber.h"
 
 #include <QuorOsgUtils/FileManager.h>
 
@@ -15,13 +16,14 @@
 namespace QuorOsgUtils {
 
 struct FileManager::Private {
+  bool onWorker() const { return workerThread == currentThreadNumber(); }
+
   FileRegistry registry;  // touched on the worker only
   CommandQueue queue;
-  std::unique_ptr<std::thread> worker;
+  std::unique_ptr<std::thread> worker;         // not for the worker itself, which may run before this is set
+  std::atomic<std::uint32_t> workerThread{0};  // its number, or that of the worker before it
   FileProxy* proxy = nullptr;
   std::map<std::string, std::intptr_t> secondTable;
-  /// Set when the process ends in the middle of a command, which then is left where it is.
-  std::atomic<bool> abandoned{false};
 };
 
 }  // namespace QuorOsgUtils

@@ -1,4 +1,3 @@
-#include "files/FileManagerPrivate.h"
 #include "files/FileProxyPrivate.h"
 #include "files/ThreadNumber.h"
 
@@ -36,7 +35,7 @@ void FileProxy::unmap(void* p) const {
 void FileProxy::checkThread() const {
   if (_data->thread == currentThreadNumber()) return;
   if (osg::isNotifyEnabled(osg::DEBUG_INFO)) osg::notify(osg::DEBUG_INFO) << kForeignThread << std::endl;
-  FileManager::getInstance()->_data->abandoned = true;
+  _data->misused = true;
   std::exit(EXIT_FAILURE);
 }
 

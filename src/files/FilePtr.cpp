@@ -18,14 +18,20 @@ using View = FileMapping::View;
 // "文件映射参数异常：" in GBK.
 constexpr const char* kViewRefused = "\xCE\xC4\xBC\xFE\xD3\xB3\xC9\xE4\xB2\xCE\xCA\xFD\xD2\xEC\xB3\xA3\xA3\xBA";
 
+// In one piece, so that lines of several threads stay apart, and unformatted, whatever the host has set on the stream.
+void report(std::ostream& stream, const char* text, std::int64_t number) {
+  const std::string line = text + std::to_string(number) + '\n';
+  stream.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+}
+
 void* reportNoRange() {
   constexpr int kReason = 84;
-  std::cout << "Abnormal normal vector data : " << kReason << std::endl;
+  report(std::cout, "Abnormal normal vector data : ", kReason);
   return nullptr;
 }
 
 void* reportRefusal(std::uint32_t error) {
-  std::cout << kViewRefused << static_cast<std::int32_t>(error) << std::endl;
+  report(std::cout, kViewRefused, static_cast<std::int32_t>(error));
   return nullptr;
 }
 
@@ -52,7 +58,7 @@ void FilePtr::open() {
   if (!_closed) return;
   const std::uint32_t error = _data->mapping.open(_data->path);
   if (error != 0) {
-    std::cerr << "Error creating file: " << error << std::endl;
+    report(std::cerr, "Error creating file: ", error);
     _valid = false;
   }
   _closed = false;
@@ -92,9 +98,8 @@ void* FilePtr::map(std::int64_t offset, std::int64_t size) {
   if (aligned > end) return reportNoRange();
 
   std::uint32_t error = 0;
-  View view = mapping.view(aligned, end - aligned, error);
+  const View view = mapping.view(aligned, end - aligned, error);
   if (view.start == nullptr) return reportRefusal(error);
-  view.address = static_cast<char*>(view.start) + (offset - aligned);
   try {
     const std::lock_guard<SpinFlag> held(_data->viewsFlag);
     _data->views.insert_or_assign(view.start, view);
@@ -102,7 +107,7 @@ void* FilePtr::map(std::int64_t offset, std::int64_t size) {
     FileMapping::release(view);
     return nullptr;
   }
-  return view.address;
+  return static_cast<char*>(view.start) + (offset - aligned);
 }
 
 // Taken out before it is released: once it is, the next map may get the same start.

@@ -1,18 +1,20 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 namespace QuorOsgUtils {
+
+static_assert(sizeof(std::size_t) >= sizeof(std::int64_t), "a view of any length needs a 64-bit address space");
 
 /// The system's calls for a file that is mapped in views: what they do stands here, how in one source per platform.
 /// Holds one file at a time, closed only by `close`. Errors are the system's own numbers.
 class FileMapping {
  public:
   struct View {
-    void* start = nullptr;         ///< of the view
-    void* address = nullptr;       ///< within it, as its user knows it
-    std::int64_t lengthBytes = 0;  ///< from the start
+    void* start = nullptr;
+    std::int64_t lengthBytes = 0;
   };
 
   /// Opens an existing file for reading and writing, beside other openers and not for child processes, learns its size
@@ -25,9 +27,12 @@ class FileMapping {
   std::uint32_t granularityBytes() const { return _granularityBytes; }
 
   /// A writable view from `offset` on, a multiple of the granularity; a length of 0 reaches to the end of the mapping.
-  /// Its address is its start. A start of null means failure, with the reason in `error`.
+  /// A start of null means failure, with the reason in `error`.
   View view(std::int64_t offset, std::int64_t lengthBytes, std::uint32_t& error) const;
   static void release(const View& view);
+
+  /// Whether opening the path for reading would wait for someone who writes.
+  static bool isPipe(const std::string& path);
 
  private:
   std::intptr_t _file = -1;

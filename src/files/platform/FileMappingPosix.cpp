@@ -52,13 +52,18 @@ FileMapping::View FileMapping::view(std::int64_t offset, std::int64_t lengthByte
   const std::int64_t length = lengthBytes == 0 ? _sizeBytes - offset : lengthBytes;
   void* const start = ::mmap(nullptr, static_cast<std::size_t>(length), PROT_READ | PROT_WRITE, MAP_SHARED,
                              static_cast<int>(_file), offset);
-  if (start != MAP_FAILED) return {start, start, length};
+  if (start != MAP_FAILED) return {start, length};
   error = static_cast<std::uint32_t>(errno);
   return {};
 }
 
 void FileMapping::release(const View& view) {
   ::munmap(view.start, static_cast<std::size_t>(view.lengthBytes));
+}
+
+bool FileMapping::isPipe(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
 }  // namespace QuorOsgUtils

@@ -66,14 +66,18 @@ void FileMapping::close() {
 FileMapping::View FileMapping::view(std::int64_t offset, std::int64_t lengthBytes, std::uint32_t& error) const {
   void* const start = ::MapViewOfFile(handleOf(_mapping), FILE_MAP_ALL_ACCESS, upperHalf(offset), lowerHalf(offset),
                                       static_cast<SIZE_T>(lengthBytes));
-  if (start != nullptr) return {start, start, lengthBytes};
+  if (start != nullptr) return {start, lengthBytes};
   error = ::GetLastError();
   return {};
 }
 
-// Any address within a view names it.
 void FileMapping::release(const View& view) {
-  ::UnmapViewOfFile(view.address);
+  ::UnmapViewOfFile(view.start);
+}
+
+// Pipes have names of their own kind here, and opening one does not wait.
+bool FileMapping::isPipe(const std::string& /*path*/) {
+  return false;
 }
 
 }  // namespace QuorOsgUtils
