@@ -1,15 +1,15 @@
+#include "support/OnThreads.h"
+
 #include <QuorOsgUtils/ThreadCount.h>
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <atomic>
 #include <cstdlib>
-#include <thread>
 #include <type_traits>
-#include <vector>
 
 using QuorOsgUtils::ThreadCount;
+using QuorTests::onThreads;
 
 namespace {
 
@@ -26,24 +26,6 @@ void expectInANewProcess(Claim claim) {
 
 ThreadCount& threads() {
   return *ThreadCount::getInstance();
-}
-
-/// Starts all threads as close together as can be.
-template <typename Work>
-void onThreads(std::size_t count, Work work) {
-  std::atomic<bool> go{false};
-  std::vector<std::thread> running;
-  for (std::size_t i = 0; i < count; ++i) {
-    running.emplace_back([&go, work, i] {
-      while (!go) {
-      }
-      work(i);
-    });
-  }
-  go = true;
-  for (std::thread& thread : running) {
-    thread.join();
-  }
 }
 
 }  // namespace

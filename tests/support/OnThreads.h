@@ -1,0 +1,28 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <thread>
+#include <vector>
+
+namespace QuorTests {
+
+/// Does work(0) to work(count - 1), each on a thread of its own, all started as close together as can be, and waits.
+template <typename Work>
+void onThreads(std::size_t count, Work work) {
+  std::atomic<bool> go{false};
+  std::vector<std::thread> running;
+  for (std::size_t i = 0; i < count; ++i) {
+    running.emplace_back([&go, work, i] {
+      while (!go) {
+      }
+      work(i);
+    });
+  }
+  go = true;
+  for (std::thread& thread : running) {
+    thread.join();
+  }
+}
+
+}  // namespace QuorTests

@@ -1,0 +1,606 @@
+#include "support/FilesFixture.h"
+#include "support/OnThreads.h"
+
+#include <QuorOsgUtils/FilePtr.h>
+
+#include <osg/ref_ptr>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iomanip>
+#include <iostream>
+#include <iterator>
+#include <limits>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+using QuorOsgUtils::FilePtr;
+using namespace QuorTests;
+
+namespace {
+
+constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+
+const std::string& noRangeLine() {
+  static const std::string line = "Abnormal normal vector data : 84\n";
+  return line;
+}
+
+std::string refusalLine(int error) {
+  return gbk("文件映射参数异常：") + std::to_string(error) + "\n";
+}
+
+std::string openingLine(int error) {
+  return "Error creating file: " + std::to_string(error) + "\n";
+}
+
+/// What a range of an open file is by its definition, with the start of its view.
+struct Range {
+  Range(std::int64_t first, std::int64_t size, std::int64_t fileSize)
+      : offset(first), viewOffset(first - first % pageBytes()), end(std::min(first + size, fileSize)) {}
+
+  bool beginsBehindItsEnd() const { return viewOffset > end; }
+  std::int64_t bytes() const { return std::max<std::int64_t>(end - offset, 0); }
+
+  std::int64_t offset;
+  std::int64_t viewOffset;
+  std::int64_t end;
+};
+
+std::string textAt(const void* address, std::size_t size) {
+  return {static_cast<const char*>(address), size};
+}
+
+class FilePtrTest : public FilesFixture {
+ protected:
+  const std::int64_t _page = pageBytes();
+};
+
+/// The standard output and error streams of some work, byte by byte.
+struct Written {
+  std::string output;
+  std::string error;
+};
+
+template <typename Work>
+Written writtenBy(Work work) {
+  ::testing::internal::CaptureStdout();
+  ::testing::internal::CaptureStderr();
+  work();
+  return {::testing::internal::GetCapturedStdout(), ::testing::internal::GetCapturedStderr()};
+}
+
+template <typename Work>
+void expectSilence(Work work) {
+  const Written written = writtenBy(work);
+  EXPECT_EQ(written.output, "");
+  EXPECT_EQ(written.error, "");
+}
+
+}  // namespace
+
+TEST_F(FilePtrTest, isSharedThroughReferencePointersAndCannotBeCopied) {
+  static_assert(std::is_base_of_v<osg::Referenced, FilePtr>);
+  static_assert(std::has_virtual_destructor_v<FilePtr>);
+  static_assert(!std::is_copy_constructible_v<FilePtr> && !std::is_copy_assignable_v<FilePtr>);
+  const std::string name = makeFile("scan", 10);
+  osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  const osg::ref_ptr<FilePtr> other = file;
+  file = nullptr;
+  EXPECT_TRUE(other->isOpen());
+}
+
+TEST_F(FilePtrTest, anExistingFileIsOpenAndValidAndKeepsItsPath) {
+  const std::string name = makeFile("scan", 10);
+  expectSilence([&] {
+    const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+    EXPECT_TRUE(file->isOpen());
+    EXPECT_TRUE(file->isValid());
+    EXPECT_STREQ(file->file(), name.c_str());
+  });
+}
+
+TEST_F(FilePtrTest, aMissingFileIsOpenAndInvalid) {
+  const std::string name = path("missing");
+  const Written written = writtenBy([&] {
+    const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+    EXPECT_TRUE(file->isOpen());
+    EXPECT_FALSE(file->isValid());
+    EXPECT_STREQ(file->file(), name.c_str());
+  });
+  EXPECT_EQ(written.error, openingLine(ENOENT));
+  EXPECT_EQ(written.output, "");
+  EXPECT_FALSE(std::filesystem::exists(name));
+}
+
+TEST_F(FilePtrTest, anOffsetAtTheGranularityGivesTheStartOfAViewThatUnmapEnds) {
+  const std::string name = makeFile("scan", 4 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  void* const address = file->map(2 * _page, _page);
+  ASSERT_NE(address, nullptr);
+  const std::vector<ListedView> views = listedViews(name);
+  ASSERT_EQ(views.size(), 1u);
+  EXPECT_EQ(views[0].start, reinterpret_cast<std::uintptr_t>(address));
+  EXPECT_EQ(views[0].offset, 2 * _page);
+  EXPECT_EQ(views[0].bytes, static_cast<std::size_t>(_page));
+  file->unmap(address);
+  EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FilePtrTest, anOffsetBetweenGivesItsByteInAViewThatUnmapIgnoresAndCloseEnds) {
+  const std::string name = makeFile("scan", 4 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  void* const address = file->map(_page + 5, 100);
+  ASSERT_NE(address, nullptr);
+  EXPECT_EQ(textAt(address, 100), readPlainly(name, _page + 5, 100));
+  ASSERT_EQ(listedViews(name).size(), 1u);
+  EXPECT_EQ(listedViews(name)[0].start + 5, reinterpret_cast<std::uintptr_t>(address));
+  expectSilence([&] { file->unmap(address); });
+  EXPECT_EQ(listedViews(name).size(), 1u);
+  file->close();
+  EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FilePtrTest, theStartOfTheViewOfAnOffsetBetweenEndsIt) {
+  const std::string name = makeFile("scan", 4 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  char* const address = static_cast<char*>(file->map(_page + 5, 100));
+  ASSERT_NE(address, nullptr);
+  file->unmap(address - 5);
+  EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FilePtrTest, aRangeBeyondTheEndOfTheFileIsCutToTheEndInSilence) {
+  const std::string name = makeFile("scan", 2 * _page + 10);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  expectSilence([&] {
+    const void* const address = file->map(_page, 100 * _page);
+    ASSERT_NE(address, nullptr);
+    EXPECT_EQ(textAt(address, static_cast<std::size_t>(_page + 10)), readPlainly(name, _page, _page + 10));
+  });
+  ASSERT_EQ(listedViews(name).size(), 1u);
+  EXPECT_EQ(listedViews(name)[0].bytes, static_cast<std::size_t>(2 * _page));
+}
+
+TEST_F(FilePtrTest, anOffsetWhoseViewWouldBeginBehindTheEndIsRefusedWithItsLine) {
+  const std::string name = makeFile("scan", _page + 10);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  for (const std::int64_t offset : {2 * _page, 2 * _page + 1, 100 * _page}) {
+    const Written written = writtenBy([&] { EXPECT_EQ(file->map(offset, 10), nullptr); });
+    EXPECT_EQ(written.output, noRangeLine()) << offset;
+    EXPECT_EQ(written.error, "");
+  }
+  EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FilePtrTest, anOffsetBehindTheEndWhoseViewBeginsBeforeItIsNotRefused) {
+  const std::string name = makeFile("scan", _page + 10);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  expectSilence([&] {
+    char* const address = static_cast<char*>(file->map(_page + 20, 10));
+    ASSERT_NE(address, nullptr);
+    EXPECT_EQ(textAt(address - 20, 10), readPlainly(name, _page, 10));
+  });
+  EXPECT_EQ(listedViews(name).size(), 1u);
+}
+
+TEST_F(FilePtrTest, aViewOfNoBytesReachesToTheEndOfTheFile) {
+  const std::string name = makeFile("scan", 3 * _page + 10);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  const void* const address = file->map(_page, 0);
+  ASSERT_NE(address, nullptr);
+  EXPECT_EQ(textAt(address, static_cast<std::size_t>(2 * _page + 10)), readPlainly(name, _page, 2 * _page + 10));
+  ASSERT_EQ(listedViews(name).size(), 1u);
+  EXPECT_EQ(listedViews(name)[0].bytes, static_cast<std::size_t>(3 * _page));
+}
+
+TEST_F(FilePtrTest, aViewOfNoBytesAtTheVeryEndIsRefusedByTheSystem) {
+  const std::string name = makeFile("scan", 2 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  for (const std::int64_t size : {std::int64_t{0}, std::int64_t{10}, kGreatest}) {
+    const Written written = writtenBy([&] { EXPECT_EQ(file->map(2 * _page, size), nullptr); });
+    EXPECT_EQ(written.output, refusalLine(EINVAL));
+  }
+}
+
+TEST_F(FilePtrTest, negativeOffsetsAndSizesAreRefusedWithTheLineOfARangeThatIsNone) {
+  const std::string name = makeFile("scan", 4 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  const std::vector<std::pair<std::int64_t, std::int64_t>> ranges = {
+      {-1, 10}, {-_page, 10},    {-_page, 2 * _page}, {kLeast, 10},       {kLeast, kLeast},
+      {0, -1},  {_page, -1},     {_page, -_page},     {_page + 100, -50}, {2 * _page, kLeast},
+      {-1, -1}, {-1, kGreatest}, {kLeast, kGreatest}, {kGreatest, kLeast}};
+  for (const auto& [offset, size] : ranges) {
+    const std::int64_t first = offset;
+    const std::int64_t bytes = size;
+    const Written written = writtenBy([&] { EXPECT_EQ(file->map(first, bytes), nullptr); });
+    EXPECT_EQ(written.output, noRangeLine()) << offset << ", " << size;
+  }
+  EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FilePtrTest, theSumOfOffsetAndSizeCannotWrap) {
+  const std::string name = makeFile("scan", 4 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  for (const std::int64_t size : {kGreatest, kGreatest - _page, kGreatest - 4 * _page + 1}) {
+    const void* const address = file->map(3 * _page + 8, size);
+    ASSERT_NE(address, nullptr);
+    EXPECT_EQ(textAt(address, static_cast<std::size_t>(_page - 8)), readPlainly(name, 3 * _page + 8, _page - 8));
+  }
+  for (const std::int64_t offset : {kGreatest, kGreatest - 4 * _page}) {
+    const Written written = writtenBy([&] { EXPECT_EQ(file->map(offset, kGreatest), nullptr); });
+    EXPECT_EQ(written.output, noRangeLine());
+  }
+}
+
+TEST_F(FilePtrTest, twoMapsOfOneOffsetAreTwoViewsThatEndOneByOne) {
+  const std::string name = makeFile("scan", 4 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  void* const first = file->map(_page, 100);
+  void* const second = file->map(_page, 100);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(listedViews(name).size(), 2u);
+  file->unmap(first);
+  ASSERT_EQ(listedViews(name).size(), 1u);
+  EXPECT_EQ(listedViews(name)[0].start, reinterpret_cast<std::uintptr_t>(second));
+  EXPECT_EQ(textAt(second, 100), readPlainly(name, _page, 100));
+}
+
+TEST_F(FilePtrTest, unmapOfAnyOtherPointerDoesNothing) {
+  const std::string name = makeFile("scan", 4 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  char* const address = static_cast<char*>(file->map(0, 2 * _page));
+  int elsewhere = 0;
+  expectSilence([&] {
+    for (void* other : std::array<void*, 4>{nullptr, &elsewhere, address + 1, address + _page}) file->unmap(other);
+  });
+  ASSERT_EQ(listedViews(name).size(), 1u);
+  file->unmap(address);
+  expectSilence([&] { file->unmap(address); });
+  EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FilePtrTest, viewsAreWritableAndSharedWithOtherOpeners) {
+  const std::string name = makeFile("scan", 2 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  const osg::ref_ptr<FilePtr> other = new FilePtr(name.c_str());
+  const void* const seen = other->map(_page + 7, 5);
+  std::memcpy(file->map(_page + 7, 5), "tower", 5);
+  EXPECT_EQ(textAt(seen, 5), "tower");
+  EXPECT_EQ(readPlainly(name, _page + 7, 5), "tower");
+}
+
+TEST_F(FilePtrTest, openOnAnOpenObjectAndCloseOnAClosedOneDoNothing) {
+  const std::string name = makeFile("scan", 2 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  const void* const address = file->map(0, 100);
+  const std::vector<int> descriptors = listedDescriptors(name);
+  file->open();
+  EXPECT_EQ(listedDescriptors(name), descriptors);
+  EXPECT_EQ(textAt(address, 100), readPlainly(name, 0, 100));
+  file->close();
+  file->close();
+  EXPECT_FALSE(file->isOpen());
+  EXPECT_TRUE(file->isValid());
+}
+
+TEST_F(FilePtrTest, closeEndsEveryViewAndGivesTheFileBack) {
+  const std::string name = makeFile("scan", 8 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  for (int i = 0; i < 8; ++i) EXPECT_NE(file->map(i * _page + i, 2 * _page), nullptr);
+  EXPECT_FALSE(listedViews(name).empty());
+  EXPECT_EQ(listedDescriptors(name).size(), 1u);
+  file->close();
+  EXPECT_TRUE(listedViews(name).empty());
+  EXPECT_TRUE(listedDescriptors(name).empty());
+}
+
+TEST_F(FilePtrTest, theLastReferenceEndsEveryViewAndGivesTheFileBack) {
+  const std::string name = makeFile("scan", 8 * _page);
+  osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  for (int i = 0; i < 8; ++i) EXPECT_NE(file->map(i * _page + i, 2 * _page), nullptr);
+  file = nullptr;
+  EXPECT_TRUE(listedViews(name).empty());
+  EXPECT_TRUE(listedDescriptors(name).empty());
+}
+
+TEST_F(FilePtrTest, mapOnAClosedObjectIsRefusedAndUnmapDoesNothing) {
+  const std::string name = makeFile("scan", 2 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  void* const address = file->map(0, 100);
+  file->close();
+  const Written written = writtenBy([&] {
+    EXPECT_EQ(file->map(0, 100), nullptr);
+    file->unmap(address);
+  });
+  EXPECT_EQ(written.output, refusalLine(EBADF));
+}
+
+TEST_F(FilePtrTest, theSizeIsThatOfTheLastOpening) {
+  const std::string name = makeFile("scan", 10);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  std::filesystem::resize_file(name, static_cast<std::uintmax_t>(3 * _page));
+  writtenBy([&] { EXPECT_EQ(file->map(_page, 10), nullptr); });
+  file->close();
+  file->open();
+  EXPECT_TRUE(file->isOpen());
+  const void* const address = file->map(_page, 10);
+  ASSERT_NE(address, nullptr);
+  EXPECT_EQ(textAt(address, 10), std::string(10, '\0'));
+}
+
+TEST_F(FilePtrTest, aFileOnceRefusedStaysInvalidThoughItMapsWhenItCanBeOpenedAgain) {
+  const std::string name = path("late");
+  osg::ref_ptr<FilePtr> file;
+  writtenBy([&] { file = new FilePtr(name.c_str()); });
+  file->close();
+  makeFile("late", 100);
+  expectSilence([&] { file->open(); });
+  EXPECT_FALSE(file->isValid());
+  const void* const address = file->map(0, 100);
+  ASSERT_NE(address, nullptr);
+  EXPECT_EQ(textAt(address, 100), readPlainly(name, 0, 100));
+}
+
+TEST_F(FilePtrTest, theFileIsClosedWhenAnotherProgramIsStarted) {
+  const std::string name = makeFile("scan", 10);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  const std::vector<int> descriptors = listedDescriptors(name);
+  ASSERT_EQ(descriptors.size(), 1u);
+  EXPECT_TRUE((::fcntl(descriptors[0], F_GETFD) & FD_CLOEXEC) != 0);
+}
+
+TEST_F(FilePtrTest, everyPathOpensOrIsRefusedWithTheSystemsNumberAndLeavesNothingOpen) {
+  const std::string fifo = path("pipe");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  const std::string ordinary = makeFile("ordinary", _page);
+  const std::string chinese = makeFile("点云·城市.las", _page);
+  const std::string empty = makeFile("empty", 0);
+  const std::string overLong = path(std::string(5000, 'n'));
+  struct Row {
+    const char* what;
+    const char* path;
+    int openingError;
+    int mappingError;
+  };
+  const std::vector<Row> rows = {{"an ordinary file", ordinary.c_str(), 0, 0},
+                                 {"a name in Chinese", chinese.c_str(), 0, 0},
+                                 {"an empty file", empty.c_str(), 0, EINVAL},
+                                 {"a missing file", "/nowhere/at all", ENOENT, EBADF},
+                                 {"a path through a file", "/proc/self/exe/scan", ENOTDIR, EBADF},
+                                 {"a directory", "/tmp", EISDIR, EBADF},
+                                 {"a running program, which nobody may write", "/proc/self/exe", ETXTBSY, EBADF},
+                                 {"a pipe", fifo.c_str(), ENODEV, EBADF},
+                                 {"a device", "/dev/null", ENODEV, EBADF},
+                                 {"a path longer than the system allows", overLong.c_str(), ENAMETOOLONG, EBADF},
+                                 {"an empty path", "", ENOENT, EBADF},
+                                 {"no path", nullptr, ENOENT, EBADF}};
+  const std::size_t descriptors = countOfDescriptors();
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    osg::ref_ptr<FilePtr> file;
+    const Written opening = writtenBy([&] { file = new FilePtr(row.path); });
+    EXPECT_EQ(opening.error, row.openingError == 0 ? "" : openingLine(row.openingError));
+    EXPECT_EQ(opening.output, "");
+    EXPECT_TRUE(file->isOpen());
+    EXPECT_EQ(file->isValid(), row.openingError == 0);
+    EXPECT_STREQ(file->file(), row.path == nullptr ? "" : row.path);
+    EXPECT_EQ(countOfDescriptors(), descriptors + (row.openingError == 0 ? 1 : 0));
+    const Written mapping = writtenBy([&] { EXPECT_EQ(file->map(0, 10) != nullptr, row.mappingError == 0); });
+    EXPECT_EQ(mapping.output, row.mappingError == 0 ? "" : refusalLine(row.mappingError));
+    EXPECT_EQ(mapping.error, "");
+    file = nullptr;
+    EXPECT_EQ(countOfDescriptors(), descriptors);
+  }
+}
+
+TEST_F(FilePtrTest, aFileWithoutWritePermissionIsRefused) {
+  const std::string name = makeFile("read-only", 10);
+  std::filesystem::permissions(std::filesystem::path(name).parent_path(), std::filesystem::perms(0755));
+  std::filesystem::permissions(name, std::filesystem::perms(0444));
+  constexpr uid_t kNobody = 65534;
+  const uid_t user = ::geteuid();
+  if (user == 0) {
+    ASSERT_EQ(::seteuid(kNobody), 0) << "the superuser may write everything";
+  }
+  const bool readable = std::ifstream(name).good();
+  osg::ref_ptr<FilePtr> file;
+  const Written written = writtenBy([&] { file = new FilePtr(name.c_str()); });
+  if (user == 0) {
+    ASSERT_EQ(::seteuid(user), 0);
+  }
+  EXPECT_TRUE(readable);
+  EXPECT_FALSE(file->isValid());
+  EXPECT_EQ(written.error, openingLine(EACCES));
+}
+
+TEST_F(FilePtrTest, theLinesAreThoseStatedWhateverFormatTheHostHasSetOnTheStreams) {
+  const std::string name = makeFile("scan", 10);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  const std::ios_base::fmtflags flags = std::cout.flags();
+  const Written written = writtenBy([&] {
+    std::cout << std::hex << std::showpos << std::setw(60);
+    std::cerr << std::hex << std::setw(60);
+    file->map(-1, 1);
+    file->close();
+    file->map(0, 1);
+    const osg::ref_ptr<FilePtr> missing = new FilePtr(path("missing").c_str());
+    std::cout.flags(flags);
+    std::cerr << std::dec << std::setw(0);
+    std::cout << std::setw(0);
+  });
+  EXPECT_EQ(written.output, noRangeLine() + refusalLine(EBADF));
+  EXPECT_EQ(written.error, openingLine(ENOENT));
+}
+
+TEST_F(FilePtrTest, rangesOfASparseFileBeyondFourGibibytesAreAsPlainReadsHaveThem) {
+  constexpr std::int64_t kGibibyte = std::int64_t{1} << 30;
+  const std::int64_t size = 9 * kGibibyte + 123;
+  const std::string name =
+      makeSparseFile("sparse", size,
+                     {{0, "first"}, {4 * kGibibyte - 3, "across"}, {5 * kGibibyte + 77, "beyond"}, {size - 4, "last"}});
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  struct Place {
+    std::int64_t offset;
+    const char* text;
+  };
+  for (const Place& place : {Place{0, "first"}, Place{4 * kGibibyte - 3, "across"}, Place{5 * kGibibyte + 77, "beyond"},
+                             Place{size - 4, "last"}}) {
+    const std::size_t length = std::strlen(place.text);
+    const void* const address = file->map(place.offset, static_cast<std::int64_t>(length));
+    ASSERT_NE(address, nullptr);
+    EXPECT_EQ(textAt(address, length), place.text);
+    EXPECT_EQ(readPlainly(name, place.offset, static_cast<std::int64_t>(length)), place.text);
+  }
+  const char* const whole = static_cast<const char*>(file->map(0, size));
+  ASSERT_NE(whole, nullptr);
+  EXPECT_EQ(textAt(whole + 5 * kGibibyte + 77, 6), "beyond");
+  EXPECT_EQ(textAt(whole + size - 4, 4), "last");
+  writtenBy([&] { EXPECT_EQ(file->map(size + pageBytes(), 1), nullptr); });
+}
+
+TEST_F(FilePtrTest, thousandsOfRandomRangesAreAsPlainReadsHaveThem) {
+  constexpr int kRanges = 4000;
+  const std::int64_t size = 150 * _page + 123;
+  const std::string name = makeFile("scan", size);
+  const std::string contents = readPlainly(name, 0, size);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  std::mt19937_64 random(11);
+  std::uniform_int_distribution<std::int64_t> offsets(0, size + 2 * _page);
+  std::uniform_int_distribution<std::int64_t> sizes(1, 20 * _page);
+  int found = 0;
+  ::testing::internal::CaptureStdout();
+  for (int i = 0; i < kRanges; ++i) {
+    const std::int64_t offset = offsets(random);
+    const std::int64_t asked = sizes(random);
+    const Range range(offset, asked, size);
+    char* const address = static_cast<char*>(file->map(offset, asked));
+    ASSERT_EQ(address == nullptr, range.beginsBehindItsEnd()) << range.offset;
+    if (address == nullptr) continue;
+    ++found;
+    const auto bytes = static_cast<std::size_t>(range.bytes());
+    if (bytes > 0) {
+      ASSERT_EQ(std::memcmp(address, contents.data() + range.offset, bytes), 0) << range.offset;
+    }
+    file->unmap(address - (range.offset - range.viewOffset));
+  }
+  ::testing::internal::GetCapturedStdout();
+  EXPECT_GT(found, kRanges / 2);
+  EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FilePtrTest, theSystemListsTheViewsThatAreLive) {
+  const std::string name = makeFile("scan", 64 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  std::mt19937 random(3);
+  std::vector<void*> live;
+  std::size_t bytes = 0;
+  for (int i = 0; i < 500; ++i) {
+    if (!live.empty() && random() % 3 == 0) {
+      file->unmap(live.back());
+      live.pop_back();
+      bytes -= static_cast<std::size_t>(4 * _page);
+    } else {
+      live.push_back(file->map(random() % 60 * _page, 4 * _page));
+      bytes += static_cast<std::size_t>(4 * _page);
+    }
+    if (i % 50 != 0) continue;
+    std::size_t listed = 0;
+    for (const ListedView& view : listedViews(name)) listed += view.bytes;
+    ASSERT_EQ(listed, bytes);
+  }
+}
+
+TEST_F(FilePtrTest, atTheSystemsLimitOfViewsTheNextIsRefusedTheOthersStayAndUnmapMakesRoom) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizer needs mappings of its own and gives up at the limit";
+#endif
+  std::size_t limit = 0;
+  std::ifstream("/proc/sys/vm/max_map_count") >> limit;
+  ASSERT_GT(limit, 0u);
+  if (limit > 2000000) GTEST_SKIP() << "a limit of " << limit << " takes too long to reach";
+  const std::string name = makeFile("scan", 2 * _page);
+  const std::string expectedPage = readPlainly(name, _page, _page);
+  const std::string expectedLine = refusalLine(ENOMEM);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  std::vector<void*> views;
+  views.reserve(limit + 1);
+  void* afterUnmap = nullptr;
+  const Written written = writtenBy([&] {
+    for (void* view = file->map(_page, 1); view != nullptr; view = file->map(_page, 1)) views.push_back(view);
+    file->unmap(views.back());
+    afterUnmap = file->map(_page, 1);
+    // What comes after this needs mappings, too.
+    for (int i = 0; i < 100; ++i) {
+      views.pop_back();
+      file->unmap(views.back());
+    }
+    views.pop_back();
+  });
+  EXPECT_EQ(written.output, expectedLine);
+  EXPECT_NE(afterUnmap, nullptr);
+  EXPECT_GT(views.size(), limit - 5000) << "the system's limit is for views and all else together";
+  EXPECT_TRUE(std::all_of(views.begin(), views.end(), [&](const void* view) {
+    return std::memcmp(view, expectedPage.data(), expectedPage.size()) == 0;
+  }));
+  file->close();
+  EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FilePtrTest, severalThreadsMapAndUnmapAtOnceAndEachSeesItsOwnRange) {
+  constexpr std::size_t kThreads = 4;
+  constexpr int kRounds = 400;
+  const std::int64_t size = 64 * _page;
+  const std::string name = makeFile("scan", size);
+  const std::string contents = readPlainly(name, 0, size);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  std::atomic<int> wrong{0};
+  onThreads(kThreads, [&](std::size_t thread) {
+    std::mt19937 random(static_cast<std::mt19937::result_type>(thread));
+    for (int round = 0; round < kRounds; ++round) {
+      const std::int64_t offset = random() % 60 * _page;
+      void* const first = file->map(offset, 3 * _page);
+      void* const second = file->map(offset + _page, _page);
+      const auto bytes = static_cast<std::size_t>(_page);
+      if (std::memcmp(first, contents.data() + offset, 3 * bytes) != 0) ++wrong;
+      file->unmap(first);
+      if (std::memcmp(second, contents.data() + offset + _page, bytes) != 0) ++wrong;
+      file->unmap(second);
+    }
+    file->map(static_cast<std::int64_t>(thread) * _page + 1, 10);
+  });
+  EXPECT_EQ(wrong, 0);
+  std::size_t listed = 0;
+  for (const ListedView& view : listedViews(name)) listed += view.bytes;
+  EXPECT_EQ(listed, kThreads * static_cast<std::size_t>(_page));
+}
+
+TEST_F(FilePtrTest, linesOfSeveralThreadsStayApart) {
+  constexpr std::size_t kThreads = 4;
+  constexpr int kRounds = 200;
+  const std::string name = makeFile("scan", 10);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  const Written written = writtenBy([&] {
+    onThreads(kThreads, [&](std::size_t) {
+      for (int round = 0; round < kRounds; ++round) file->map(-1, 1);
+    });
+  });
+  std::string expected;
+  for (std::size_t i = 0; i < kThreads * kRounds; ++i) expected += noRangeLine();
+  EXPECT_EQ(written.output, expected);
+}
