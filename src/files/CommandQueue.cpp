@@ -1,39 +1,41 @@
 #include "files/CommandQueue.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace QuorOsgUtils {
 
 bool CommandQueue::push(FileCmd* cmd) {
-  const auto queue = static_cast<std::size_t>(cmd->getPriority());
-  if (queue >= _queues.size()) return false;
+  const auto priority = static_cast<std::size_t>(cmd->getPriority());
+  if (priority >= _queues.size()) return false;
+  bool asleep = false;
   {
     const std::lock_guard<SpinLock> held(*_lock);
-    _queues[queue].push_back(cmd);
-    ++_count;
+    _queues[priority].pushed.push_back(cmd);
+    _queues[priority].filled.store(true, std::memory_order_relaxed);
+    asleep = std::exchange(_asleep, false);
   }
-  if (_sleeping) wake();
+  if (asleep) wake();
   return true;
 }
 
 FileCmd* CommandQueue::take() {
-  const std::lock_guard<SpinLock> held(*_lock);
-  const auto queue = std::find_if(_queues.begin(), _queues.end(),
-                                  [](const std::deque<FileCmd*>& waiting) { return !waiting.empty(); });
-  if (queue == _queues.end()) return nullptr;
-  FileCmd* const cmd = queue->front();
-  queue->pop_front();
-  --_count;
-  return cmd;
+  for (Queue& queue : _queues) {
+    if (queue.empty()) continue;
+    if (queue.fetched.empty()) fetch(queue);
+    FileCmd* const cmd = queue.fetched.front();
+    queue.fetched.pop_front();
+    return cmd;
+  }
+  return nullptr;
 }
 
 bool CommandQueue::wait() {
-  if (_count != 0) return true;
+  if (!empty()) return true;
   std::unique_lock<std::mutex> held(_mutex);
-  _sleeping = true;
-  _awake.wait(held, [this] { return _count != 0 || _interrupted; });
-  _sleeping = false;
-  return _count != 0;
+  if (fallAsleep()) _awake.wait(held, [this] { return _woken || _interrupted; });
+  _woken = false;
+  return !_interrupted || !empty();
 }
 
 void CommandQueue::interrupt() {
@@ -49,10 +51,27 @@ void CommandQueue::resume() {
   _interrupted = false;
 }
 
-// The mutex is free only while the taker sleeps or is awake for good, so the call cannot fall into the gap between its
-// last look and its sleep.
+bool CommandQueue::empty() const {
+  return std::all_of(_queues.begin(), _queues.end(), [](const Queue& queue) { return queue.empty(); });
+}
+
+void CommandQueue::fetch(Queue& queue) {
+  const std::lock_guard<SpinLock> held(*_lock);
+  queue.fetched.swap(queue.pushed);
+  queue.filled.store(false, std::memory_order_relaxed);
+}
+
+bool CommandQueue::fallAsleep() {
+  const std::lock_guard<SpinLock> held(*_lock);
+  _asleep = empty();
+  return _asleep;
+}
+
 void CommandQueue::wake() {
-  { const std::lock_guard<std::mutex> held(_mutex); }
+  {
+    const std::lock_guard<std::mutex> held(_mutex);
+    _woken = true;
+  }
   _awake.notify_one();
 }
 

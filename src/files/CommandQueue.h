@@ -24,24 +24,39 @@ class CommandQueue {
   /// The command that is next, null when there is none.
   FileCmd* take();
 
-  /// Sleeps until a command is queued (true), or until `interrupt` was called and none is (false).
+  /// Sleeps until a command is queued (true), or until `interrupt` was called and none is (false). May wake for
+  /// nothing, which is as if a command had been queued and taken.
   bool wait();
   void interrupt();
   /// Takes an interruption back.
   void resume();
 
  private:
+  static constexpr std::size_t kCacheLineBytes = 64;
+
+  /// The commands of one priority. The taker fetches all that have been pushed at a time, and only once it has none
+  /// left of them, so that it rarely needs the lock, or the cache lines, that the pushers write.
+  struct Queue {
+    bool empty() const { return fetched.empty() && !filled.load(std::memory_order_relaxed); }
+
+    alignas(kCacheLineBytes) std::deque<FileCmd*> fetched;  // the taker's
+    alignas(kCacheLineBytes) std::deque<FileCmd*> pushed;   // under the lock
+    std::atomic<bool> filled{false};                        // whether any is pushed; changed under the lock
+  };
+
+  bool empty() const;
+  void fetch(Queue& queue);
+  bool fallAsleep();
   void wake();
 
-  std::array<std::deque<FileCmd*>, 3> _queues;
-  osg::ref_ptr<SpinLock> _lock = new SpinLock;  // guards the queues
-  // The taker says that it is about to sleep before it looks for commands a last time, and a pusher counts its command
-  // before it looks for a sleeper; in the one order that all threads see, one of the two sees the other. So a push to a
-  // taker at work stays clear of the mutex.
-  std::atomic<std::size_t> _count{0};
-  std::atomic<bool> _sleeping{false};
-  std::mutex _mutex;
+  std::array<Queue, 3> _queues;  // by priority
+  osg::ref_ptr<SpinLock> _lock = new SpinLock;
+  // Under the lock. The first push that finds the taker asleep wakes it; all others stay clear of the mutex.
+  bool _asleep = false;
+
+  std::mutex _mutex;  // never waited for under the lock; guards what follows
   std::condition_variable _awake;
+  bool _woken = false;
   bool _interrupted = false;
 };
 

@@ -81,7 +81,7 @@ void FileManager::run() {
 void FileManager::runOne(FileCmd& cmd, std::uint32_t thread) {
   FileProxy::Private& proxy = *_data->proxy->_data;
   proxy.currentFile = _data->registry[cmd.getFile()];
-  proxy.thread = thread;
+  proxy.thread.store(thread, std::memory_order_relaxed);
   try {
     cmd(_data->proxy, this);
   } catch (const std::exception& error) {
@@ -90,7 +90,7 @@ void FileManager::runOne(FileCmd& cmd, std::uint32_t thread) {
     report(cmd, "something was thrown that is no std::exception");
   }
   proxy.currentFile = nullptr;
-  proxy.thread = FileProxy::Private::kNoThread;
+  proxy.thread.store(FileProxy::Private::kNoThread, std::memory_order_relaxed);
 }
 
 }  // namespace QuorOsgUtils
