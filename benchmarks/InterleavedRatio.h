@@ -8,10 +8,11 @@
 
 namespace QuorBenchmarks {
 
-/// One way of doing the same work.
+/// One way of doing the same work. What there is to prepare before each time is not measured.
 struct Way {
   std::string name;
   std::function<void()> work;
+  std::function<void()> prepare = {};
 };
 
 /// Runs all ways in turn in every iteration, in an order that moves on by one each time, so that whatever slows the

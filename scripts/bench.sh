@@ -10,6 +10,8 @@ scripts/setup.sh test
 cmake --preset release -B build/bench -DQUOR_BUILD_BENCHMARKS=ON -DQUOR_BUILD_VIEWER=OFF >/dev/null
 cmake --build build/bench
 
-build/bench/bin/depth_range_benchmark --benchmark_counters_tabular=true "$@"
+for benchmark in depth_range files command; do
+  "build/bench/bin/${benchmark}_benchmark" --benchmark_counters_tabular=true "$@"
+done
 env LIBGL_ALWAYS_SOFTWARE=1 xvfb-run -a -s '-screen 0 1920x1200x24 -nolisten tcp -noreset' \
   build/bench/bin/capture_benchmark --benchmark_counters_tabular=true "$@"

@@ -3,7 +3,8 @@
 #
 # The tests open windows and move a pointer, so they always run on a virtual display of their own, with OpenGL in
 # software: the same picture on every machine, and nobody's pointer is taken.
-# QUOR_PRESET chooses another preset than `dev` (asan, tsan, coverage); QUOR_SCANS names a folder of further scans.
+# QUOR_PRESET chooses another preset than `dev` (asan, tsan, coverage); QUOR_TARGETS builds these alone; QUOR_SCANS names
+# a folder of further scans.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -11,7 +12,7 @@ preset=${QUOR_PRESET:-dev}
 
 scripts/setup.sh test
 cmake --preset "$preset" >/dev/null || { echo "test.sh: CMake could not configure the preset '$preset'" >&2; exit 1; }
-cmake --build --preset "$preset"
+cmake --build --preset "$preset" ${QUOR_TARGETS:+--target $QUOR_TARGETS}
 
 export LIBGL_ALWAYS_SOFTWARE=1 OSG_NOTIFY_LEVEL=${OSG_NOTIFY_LEVEL:-WARN}
 export LSAN_OPTIONS="suppressions=$PWD/tests/lsan.supp:print_suppressions=0"

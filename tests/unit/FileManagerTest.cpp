@@ -681,6 +681,19 @@ TEST_F(FileManagerProcessTest, useOfTheProxyAfterItsCommandEndsTheProcessWithIts
   }
 }
 
+TEST_F(FileManagerProcessTest, useOfTheProxyOnTheWorkerBetweenCommandsEndsTheProcessWithItsText) {
+  EXPECT_EXIT(
+      {
+        showNotifications(osg::DEBUG_INFO);
+        static Work::Proxy proxy = nullptr;
+        pushOwned(new Work(
+            "no file", kNormal, [](Work::Proxy given) { proxy = given; }, [] { mapSomething(proxy); }));
+        manager().startWorker();
+        std::this_thread::sleep_for(std::chrono::seconds(60));
+      },
+      ExitedWithCode(1), HasSubstr(shown(osg::DEBUG_INFO, foreignThreadText())));
+}
+
 TEST_F(FileManagerProcessTest, belowTheDebugLevelTheProcessEndsWithoutAText) {
   EXPECT_EXIT(
       {

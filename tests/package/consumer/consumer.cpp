@@ -1,5 +1,8 @@
 // Names something of every header and runs it, so that a missing export or a missing link shows.
 #include <QuorOsgUtils/BoxCutterDragger.h>
+#include <QuorOsgUtils/FileCmd.h>
+#include <QuorOsgUtils/FileManager.h>
+#include <QuorOsgUtils/FilePtr.h>
 #include <QuorOsgUtils/SPointCloudManipulator.h>
 #include <QuorOsgUtils/SPointCloudPrivotManipulator.h>
 #include <QuorOsgUtils/ScreenCaptureTool.h>
@@ -10,6 +13,44 @@
 #include <osgViewer/Viewer>
 
 #include <cstdio>
+#include <fstream>
+#include <initializer_list>
+#include <string>
+
+namespace {
+
+class ReadText : public QuorOsgUtils::FileCmd {
+ public:
+  using FileCmd::FileCmd;
+  void operator()(const QuorOsgUtils::FileProxy* proxy, QuorOsgUtils::FileManager*) override {
+    if (void* const view = map(proxy, 0, 4)) {
+      text.assign(static_cast<const char*>(view), 4);
+      unmap(proxy, view);
+    }
+  }
+  std::string text;
+};
+
+bool filesWork() {
+  const char* const name = "consumer.txt";
+  std::ofstream(name) << "scan";
+  osg::ref_ptr<QuorOsgUtils::FilePtr> file = new QuorOsgUtils::FilePtr(name);
+  QuorOsgUtils::RegisterFile registration(file, QuorOsgUtils::FileCmd::High);
+  QuorOsgUtils::OpenFile opening(name, QuorOsgUtils::FileCmd::High);
+  ReadText reading(name, QuorOsgUtils::FileCmd::High);
+  QuorOsgUtils::CloseFile closing(name, QuorOsgUtils::FileCmd::Normal);
+  QuorOsgUtils::RemoveFile removal(name, QuorOsgUtils::FileCmd::Low);
+  QuorOsgUtils::FileManager* const manager = QuorOsgUtils::FileManager::getInstance();
+  for (QuorOsgUtils::FileCmd* command :
+       std::initializer_list<QuorOsgUtils::FileCmd*>{&registration, &opening, &reading, &closing, &removal}) {
+    manager->push(command);
+  }
+  manager->startWorker();
+  manager->stopWorker();
+  return reading.text == "scan" && !file->isOpen() && !std::ifstream(name).good() && manager->memorySize() == 16;
+}
+
+}  // namespace
 
 int main() {
   osg::ref_ptr<osgViewer::Viewer> viewer = new osgViewer::Viewer;
@@ -26,7 +67,7 @@ int main() {
   lock->lock();
   lock->unlock();
 
-  const bool fresh = manipulator->getFov() == 30.0 && pivot->getFov() == 30.0 &&
+  const bool fresh = filesWork() && manipulator->getFov() == 30.0 && pivot->getFov() == 30.0 &&
                      capture->getFrameBuffer().getFrameStamp() == 0 && box->getCurrentClipPlanes().size() == 6 &&
                      pointer._pixelSize == 1.0 && QuorOsgUtils::ThreadCount::getInstance()->value() == 0;
   std::printf("quor_osg_utils %d.%d.%d %s\n", QuorOsgUtils::kVersionMajor, QuorOsgUtils::kVersionMinor,
