@@ -18,8 +18,8 @@ namespace QuorOsgUtils {
 struct FileManager::Private {
   bool onWorker() const { return workerThread == currentThreadNumber(); }
 
-  FileRegistry registry;  // touched on the worker only
   CommandQueue queue;
+  FileRegistry registry;                       // touched on the worker only
   std::unique_ptr<std::thread> worker;         // not for the worker itself, which may run before this is set
   std::atomic<std::uint32_t> workerThread{0};  // its number, or that of the worker before it
   FileProxy* proxy = nullptr;

@@ -66,6 +66,14 @@ std::string textAt(const void* address, std::size_t size) {
   return {static_cast<const char*>(address), size};
 }
 
+/// A path, and the system's numbers for what must fail, 0 for what must not.
+struct PathRow {
+  const char* what;
+  const char* path;
+  int openingError;
+  int mappingError;
+};
+
 class FilePtrTest : public FilesFixture {
  protected:
   const std::int64_t _page = pageBytes();
@@ -90,6 +98,24 @@ void expectSilence(Work work) {
   const Written written = writtenBy(work);
   EXPECT_EQ(written.output, "");
   EXPECT_EQ(written.error, "");
+}
+
+void expectAsStated(const PathRow& row) {
+  SCOPED_TRACE(row.what);
+  const std::size_t descriptors = countOfDescriptors();
+  osg::ref_ptr<FilePtr> file;
+  const Written opening = writtenBy([&] { file = new FilePtr(row.path); });
+  EXPECT_EQ(opening.error, row.openingError == 0 ? "" : openingLine(row.openingError));
+  EXPECT_EQ(opening.output, "");
+  EXPECT_TRUE(file->isOpen());
+  EXPECT_EQ(file->isValid(), row.openingError == 0);
+  EXPECT_STREQ(file->file(), row.path == nullptr ? "" : row.path);
+  EXPECT_EQ(countOfDescriptors(), descriptors + (row.openingError == 0 ? 1 : 0));
+  const Written mapping = writtenBy([&] { EXPECT_EQ(file->map(0, 10) != nullptr, row.mappingError == 0); });
+  EXPECT_EQ(mapping.output, row.mappingError == 0 ? "" : refusalLine(row.mappingError));
+  EXPECT_EQ(mapping.error, "");
+  file = nullptr;
+  EXPECT_EQ(countOfDescriptors(), descriptors);
 }
 
 }  // namespace
@@ -372,41 +398,19 @@ TEST_F(FilePtrTest, everyPathOpensOrIsRefusedWithTheSystemsNumberAndLeavesNothin
   const std::string chinese = makeFile("点云·城市.las", _page);
   const std::string empty = makeFile("empty", 0);
   const std::string overLong = path(std::string(5000, 'n'));
-  struct Row {
-    const char* what;
-    const char* path;
-    int openingError;
-    int mappingError;
-  };
-  const std::vector<Row> rows = {{"an ordinary file", ordinary.c_str(), 0, 0},
-                                 {"a name in Chinese", chinese.c_str(), 0, 0},
-                                 {"an empty file", empty.c_str(), 0, EINVAL},
-                                 {"a missing file", "/nowhere/at all", ENOENT, EBADF},
-                                 {"a path through a file", "/proc/self/exe/scan", ENOTDIR, EBADF},
-                                 {"a directory", "/tmp", EISDIR, EBADF},
-                                 {"a running program, which nobody may write", "/proc/self/exe", ETXTBSY, EBADF},
-                                 {"a pipe", fifo.c_str(), ENODEV, EBADF},
-                                 {"a device", "/dev/null", ENODEV, EBADF},
-                                 {"a path longer than the system allows", overLong.c_str(), ENAMETOOLONG, EBADF},
-                                 {"an empty path", "", ENOENT, EBADF},
-                                 {"no path", nullptr, ENOENT, EBADF}};
-  const std::size_t descriptors = countOfDescriptors();
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    osg::ref_ptr<FilePtr> file;
-    const Written opening = writtenBy([&] { file = new FilePtr(row.path); });
-    EXPECT_EQ(opening.error, row.openingError == 0 ? "" : openingLine(row.openingError));
-    EXPECT_EQ(opening.output, "");
-    EXPECT_TRUE(file->isOpen());
-    EXPECT_EQ(file->isValid(), row.openingError == 0);
-    EXPECT_STREQ(file->file(), row.path == nullptr ? "" : row.path);
-    EXPECT_EQ(countOfDescriptors(), descriptors + (row.openingError == 0 ? 1 : 0));
-    const Written mapping = writtenBy([&] { EXPECT_EQ(file->map(0, 10) != nullptr, row.mappingError == 0); });
-    EXPECT_EQ(mapping.output, row.mappingError == 0 ? "" : refusalLine(row.mappingError));
-    EXPECT_EQ(mapping.error, "");
-    file = nullptr;
-    EXPECT_EQ(countOfDescriptors(), descriptors);
-  }
+  const std::vector<PathRow> rows = {{"an ordinary file", ordinary.c_str(), 0, 0},
+                                     {"a name in Chinese", chinese.c_str(), 0, 0},
+                                     {"an empty file", empty.c_str(), 0, EINVAL},
+                                     {"a missing file", "/nowhere/at all", ENOENT, EBADF},
+                                     {"a path through a file", "/proc/self/exe/scan", ENOTDIR, EBADF},
+                                     {"a directory", "/tmp", EISDIR, EBADF},
+                                     {"a running program, which nobody may write", "/proc/self/exe", ETXTBSY, EBADF},
+                                     {"a pipe", fifo.c_str(), ENODEV, EBADF},
+                                     {"a device", "/dev/null", ENODEV, EBADF},
+                                     {"a path longer than the system allows", overLong.c_str(), ENAMETOOLONG, EBADF},
+                                     {"an empty path", "", ENOENT, EBADF},
+                                     {"no path", nullptr, ENOENT, EBADF}};
+  for (const PathRow& row : rows) expectAsStated(row);
 }
 
 TEST_F(FilePtrTest, aFileWithoutWritePermissionIsRefused) {
@@ -516,7 +520,7 @@ TEST_F(FilePtrTest, theSystemListsTheViewsThatAreLive) {
       live.pop_back();
       bytes -= static_cast<std::size_t>(4 * _page);
     } else {
-      live.push_back(file->map(random() % 60 * _page, 4 * _page));
+      live.push_back(file->map(static_cast<std::int64_t>(random() % 60) * _page, 4 * _page));
       bytes += static_cast<std::size_t>(4 * _page);
     }
     if (i % 50 != 0) continue;
@@ -573,7 +577,7 @@ TEST_F(FilePtrTest, severalThreadsMapAndUnmapAtOnceAndEachSeesItsOwnRange) {
   onThreads(kThreads, [&](std::size_t thread) {
     std::mt19937 random(static_cast<std::mt19937::result_type>(thread));
     for (int round = 0; round < kRounds; ++round) {
-      const std::int64_t offset = random() % 60 * _page;
+      const std::int64_t offset = static_cast<std::int64_t>(random() % 60) * _page;
       void* const first = file->map(offset, 3 * _page);
       void* const second = file->map(offset + _page, _page);
       const auto bytes = static_cast<std::size_t>(_page);

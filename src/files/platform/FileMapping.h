@@ -36,7 +36,7 @@ class FileMapping {
 
  private:
   std::intptr_t _file = -1;
-  std::intptr_t _mapping = 0;  // where the system has a handle for it
+  [[maybe_unused]] std::intptr_t _mapping = 0;  // where the system has a handle for it
   std::int64_t _sizeBytes = 0;
   std::uint32_t _granularityBytes = 0;
 };
