@@ -7,6 +7,8 @@
 #include <QuorOsgUtils/FileManager.h>
 
 #include <benchmark/benchmark.h>
+#include <pthread.h>
+#include <sched.h>
 
 #include <array>
 #include <atomic>
@@ -108,12 +110,54 @@ class Counting : public FileCmd {
   Countdown& _countdown;
 };
 
+// Where the system puts the threads decides the figures more than any queue does, so they are put.
+
+/// The numbers of the first and of the last processor that this process may use.
+std::array<int, 2> processors() {
+  cpu_set_t allowed;
+  ::sched_getaffinity(0, sizeof(allowed), &allowed);
+  std::array<int, 2> found{-1, -1};
+  for (int i = 0; i < CPU_SETSIZE; ++i) {
+    if (!CPU_ISSET(i, &allowed)) continue;
+    if (found[0] < 0) found[0] = i;
+    found[1] = i;
+  }
+  return found;
+}
+
+void moveTo(int processor) {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  CPU_SET(processor, &set);
+  ::pthread_setaffinity_np(::pthread_self(), sizeof(set), &set);
+}
+
+class MoveWorker : public FileCmd {
+ public:
+  MoveWorker(int processor, Countdown& countdown) : FileCmd("", High), _processor(processor), _countdown(countdown) {}
+  void operator()(const FileProxy*, FileManager*) override {
+    moveTo(_processor);
+    _countdown.count();
+  }
+
+ private:
+  int _processor;
+  Countdown& _countdown;
+};
+
 using Push = std::function<void(FileCmd*)>;
 
 /// Both queues, each with its worker, and commands of all priorities for either.
 class Queues {
  public:
-  Queues() { FileManager::getInstance()->startWorker(); }
+  explicit Queues(int processorOfWorkers) : _move(processorOfWorkers, _countdown) {
+    FileManager::getInstance()->startWorker();
+    for (const Push& push : {plain(), manager()}) {
+      _countdown.restart(1);
+      push(&_move);
+      _countdown.wait();
+    }
+  }
   Queues(const Queues&) = delete;
   Queues& operator=(const Queues&) = delete;
   ~Queues() { FileManager::getInstance()->stopWorker(); }
@@ -130,18 +174,20 @@ class Queues {
 
  private:
   Countdown _countdown;
+  MoveWorker _move;
   std::array<Counting, 3> _commands = {Counting{FileCmd::High, _countdown}, Counting{FileCmd::Normal, _countdown},
                                        Counting{FileCmd::Low, _countdown}};
   PlainQueue _plain;
 };
 
-void pushAndWait(Queues& queues, const Push& push, int pushers) {
+void pushAndWait(Queues& queues, const Push& push, int pushers, int processor) {
   constexpr int kCommands = 30000;
   const int each = kCommands / pushers;
   queues.countdown().restart(each * pushers);
   std::vector<std::thread> threads;
   for (int pusher = 0; pusher < pushers; ++pusher) {
     threads.emplace_back([&] {
+      moveTo(processor);
       for (int i = 0; i < each; ++i) push(queues.command(static_cast<std::size_t>(i)));
     });
   }
@@ -151,13 +197,20 @@ void pushAndWait(Queues& queues, const Push& push, int pushers) {
 
 void throughput(benchmark::State& state) {
   const int pushers = static_cast<int>(state.range(0));
-  Queues queues;
-  QuorBenchmarks::runInterleaved(state, {{"plain", [&] { pushAndWait(queues, queues.plain(), pushers); }},
-                                         {"manager", [&] { pushAndWait(queues, Queues::manager(), pushers); }}});
+  const auto [first, last] = processors();
+  const int pushersProcessor = first;
+  if (state.range(1) > 1 && first == last) {
+    state.SkipWithError("this needs two processors");
+    return;
+  }
+  Queues queues(state.range(1) == 1 ? first : last);
+  QuorBenchmarks::runInterleaved(
+      state, {{"plain", [&] { pushAndWait(queues, queues.plain(), pushers, pushersProcessor); }},
+              {"manager", [&] { pushAndWait(queues, Queues::manager(), pushers, pushersProcessor); }}});
 }
 
 void wakeUp(benchmark::State& state) {
-  Queues queues;
+  Queues queues(processors()[1]);
   const auto fallAsleep = [&] {
     queues.countdown().restart(1);
     std::this_thread::sleep_for(std::chrono::microseconds(300));
@@ -171,7 +224,12 @@ void wakeUp(benchmark::State& state) {
                                          {"manager", [&] { wake(Queues::manager()); }, fallAsleep}});
 }
 
-BENCHMARK(throughput)->Arg(1)->Arg(3)->ArgName("pushers")->Unit(benchmark::kMicrosecond)->MinTime(2.0)->UseRealTime();
+BENCHMARK(throughput)
+    ->ArgsProduct({{1, 3}, {1, 2}})
+    ->ArgNames({"pushers", "processors"})
+    ->Unit(benchmark::kMicrosecond)
+    ->MinTime(2.0)
+    ->UseRealTime();
 BENCHMARK(wakeUp)->Unit(benchmark::kMicrosecond)->MinTime(1.0)->UseRealTime();
 
 }  // namespace

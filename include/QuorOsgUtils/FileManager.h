@@ -73,7 +73,7 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   FileManager();
   virtual ~FileManager();
 
-  /// Runs the command that is next, with its chain; returns at once when there is none.
+  /// On the worker: runs the command that is next, with its chain; returns at once when there is none.
   virtual void run();
   void work();
   void runOne(FileCmd& cmd, std::uint32_t thread);

@@ -71,7 +71,7 @@ void FileManager::work() {
 }
 
 void FileManager::run() {
-  const std::uint32_t thread = currentThreadNumber();
+  const std::uint32_t thread = _data->workerThread.load(std::memory_order_relaxed);
   FileCmd* const first = _data->queue.take();
   if (first == nullptr) return;
   for (FileCmd* cmd = first; cmd != nullptr; cmd = cmd->getNext()) runOne(*cmd, thread);
@@ -80,7 +80,7 @@ void FileManager::run() {
 
 void FileManager::runOne(FileCmd& cmd, std::uint32_t thread) {
   FileProxy::Private& proxy = *_data->proxy->_data;
-  proxy.currentFile = _data->registry[cmd.getFile()];
+  proxy.currentFile = _data->fileOf(cmd.getFile());
   proxy.thread.store(thread, std::memory_order_relaxed);
   try {
     cmd(_data->proxy, this);

@@ -18,8 +18,15 @@ namespace QuorOsgUtils {
 struct FileManager::Private {
   bool onWorker() const { return workerThread == currentThreadNumber(); }
 
+  /// The file of a name, which is known from then on. Most commands are on the file of the one before.
+  const osg::ref_ptr<FilePtr>& fileOf(const std::string& name) {
+    if (latest == nullptr || latest->first != name) latest = &*registry.try_emplace(name).first;
+    return latest->second;
+  }
+
   CommandQueue queue;
   FileRegistry registry;                       // touched on the worker only
+  FileRegistry::value_type* latest = nullptr;  // in the registry, from which nothing is taken out
   std::unique_ptr<std::thread> worker;         // not for the worker itself, which may run before this is set
   std::atomic<std::uint32_t> workerThread{0};  // its number, or that of the worker before it
   FileProxy* proxy = nullptr;

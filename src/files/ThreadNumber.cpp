@@ -6,7 +6,8 @@ namespace QuorOsgUtils {
 
 std::uint32_t currentThreadNumber() {
   static std::atomic<std::uint32_t> latest{0};
-  thread_local const std::uint32_t number = ++latest;
+  thread_local std::uint32_t number = 0;
+  if (number == 0) number = ++latest;
   return number;
 }
 
