@@ -7,12 +7,12 @@ namespace QuorOsgUtils {
 
 bool CommandQueue::push(FileCmd* cmd) {
   const auto priority = static_cast<std::size_t>(cmd->getPriority());
-  if (priority >= _queues.size()) return false;
+  if (priority >= _pushed.size()) return false;
   bool asleep = false;
   {
     const std::lock_guard<SpinLock> held(*_lock);
-    _queues[priority].pushed.push_back(cmd);
-    _queues[priority].filled.store(true, std::memory_order_relaxed);
+    _pushed[priority].push_back(cmd);
+    _filled.store(true, std::memory_order_release);
     asleep = std::exchange(_asleep, false);
   }
   if (asleep) wake();
@@ -20,14 +20,12 @@ bool CommandQueue::push(FileCmd* cmd) {
 }
 
 FileCmd* CommandQueue::take() {
-  for (Queue& queue : _queues) {
-    if (queue.empty()) continue;
-    if (queue.fetched.empty()) fetch(queue);
-    FileCmd* const cmd = queue.fetched.front();
-    queue.fetched.pop_front();
-    return cmd;
-  }
-  return nullptr;
+  if (_filled.load(std::memory_order_acquire)) fetch();
+  const auto queue = std::find_if(_fetched.begin(), _fetched.end(), [](const auto& cmds) { return !cmds.empty(); });
+  if (queue == _fetched.end()) return nullptr;
+  FileCmd* const cmd = queue->front();
+  queue->pop_front();
+  return cmd;
 }
 
 bool CommandQueue::wait() {
@@ -52,13 +50,23 @@ void CommandQueue::resume() {
 }
 
 bool CommandQueue::empty() const {
-  return std::all_of(_queues.begin(), _queues.end(), [](const Queue& queue) { return queue.empty(); });
+  return !_filled.load(std::memory_order_acquire) &&
+         std::all_of(_fetched.begin(), _fetched.end(), [](const auto& cmds) { return cmds.empty(); });
 }
 
-void CommandQueue::fetch(Queue& queue) {
+void CommandQueue::fetch() {
   const std::lock_guard<SpinLock> held(*_lock);
-  queue.fetched.swap(queue.pushed);
-  queue.filled.store(false, std::memory_order_relaxed);
+  for (std::size_t priority = 0; priority < _pushed.size(); ++priority) {
+    std::deque<FileCmd*>& from = _pushed[priority];
+    std::deque<FileCmd*>& to = _fetched[priority];
+    if (to.empty()) {
+      to.swap(from);
+    } else {
+      to.insert(to.end(), from.begin(), from.end());
+      from.clear();
+    }
+  }
+  _filled.store(false, std::memory_order_relaxed);
 }
 
 bool CommandQueue::fallAsleep() {

@@ -33,23 +33,19 @@ class CommandQueue {
 
  private:
   static constexpr std::size_t kCacheLineBytes = 64;
-
-  /// The commands of one priority. The taker fetches all that have been pushed at a time, and only once it has none
-  /// left of them, so that it rarely needs the lock, or the cache lines, that the pushers write.
-  struct Queue {
-    bool empty() const { return fetched.empty() && !filled.load(std::memory_order_relaxed); }
-
-    alignas(kCacheLineBytes) std::deque<FileCmd*> fetched;  // the taker's
-    alignas(kCacheLineBytes) std::deque<FileCmd*> pushed;   // under the lock
-    std::atomic<bool> filled{false};                        // whether any is pushed; changed under the lock
-  };
+  using Queues = std::array<std::deque<FileCmd*>, 3>;  // by priority
 
   bool empty() const;
-  void fetch(Queue& queue);
+  void fetch();
   bool fallAsleep();
   void wake();
 
-  std::array<Queue, 3> _queues;  // by priority
+  // The taker fetches whatever has been pushed in one go, and looks for more before each command it takes. So it rarely
+  // needs the lock, or the cache lines, that the pushers write, and a command never overtakes one of a higher priority
+  // that was pushed before it.
+  alignas(kCacheLineBytes) Queues _fetched;  // the taker's
+  alignas(kCacheLineBytes) Queues _pushed;   // under the lock
+  std::atomic<bool> _filled{false};          // whether any is pushed; changed under the lock
   osg::ref_ptr<SpinLock> _lock = new SpinLock;
   // Under the lock. The first push that finds the taker asleep wakes it; all others stay clear of the mutex.
   bool _asleep = false;
