@@ -112,7 +112,7 @@ TEST_F(ScanReaderTest, aRangeInTheMiddleReadsJustItsPoints) {
   const std::vector<Point> points = ScanBytes::variedPoints(100000, 1);
   const auto reader = _open({2, 1}, points);
   const PointChunk chunk = reader->read(99000, 990, osg::Vec3d());
-  EXPECT_EQ(chunk.firstPoint, 99000U);
+  EXPECT_EQ(chunk.points.first, 99000U);
   ASSERT_EQ(chunk.positions->size(), 990U);
   for (const std::size_t index : {0U, 1U, 500U, 989U}) {
     expectPoint(chunk, index, points[99000 + index], 1);

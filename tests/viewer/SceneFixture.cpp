@@ -32,7 +32,7 @@ osg::Vec3f placeOf(int point) {
 
 PointChunk createChunk() {
   PointChunk chunk;
-  chunk.firstPoint = kFirstPoint;
+  chunk.points.first = kFirstPoint;
   chunk.positions = new osg::Vec3Array;
   chunk.colours = new osg::Vec4ubArray;
   chunk.intensities = new osg::UShortArray;

@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <iostream>
 #include <thread>
+#include <utility>
 
 namespace QuorViewer {
 namespace {
@@ -71,7 +72,11 @@ Application::Application(const Arguments& arguments)
       _picker(_scene.target.tool(), _scans),
       _station({_navigator, _view, _picker, _scans, _scene.hud, [this](const std::string& line) { _say(line); }},
                arguments.station),
-      _loader(_scans, [this](unsigned int scan, const PointChunk& chunk) { _takeChunk(scan, chunk); }),
+      _entry(new ScanEntry(_scene.hud, [this](const std::string& path) { _addScan(path); })),
+      _loader(
+          _scans, arguments.memoryBytes.value_or(defaultBudgetBytes()),
+          {[this](unsigned int scan, const PointChunk& chunk) { _scene.cloud.add(scan, chunk); },
+           [this](const std::string& error) { _complain(error); }, [this](const std::string& note) { _say(note); }}),
       _points({_scene.cloud, _scene.hud.legend(), _scans, _loader}),
       _screenshot(_scene.target.tool()) {}
 
@@ -86,6 +91,7 @@ int Application::run() {
 
 void Application::_setUpViewer() {
   _viewer->setRunFrameScheme(osgViewer::ViewerBase::ON_DEMAND);
+  _viewer->addEventHandler(_entry);
   _viewer->addEventHandler(
       new KeyHandler(_bindings, [this] { _scene.hud.setMessage("Let go of the mouse button first"); }));
   _viewer->addEventHandler(
@@ -105,6 +111,7 @@ void Application::_setUpViewer() {
     _clip.startWith(*_arguments.clip);
   }
   _view.home();
+  _loader.start();
   _updateSummary();
 }
 
@@ -114,6 +121,7 @@ std::vector<KeyBinding> Application::_createBindings() {
       {{'o', 'O'}, "O", "orthographic or perspective", [this] { _toggleProjection(); }},
       {{Key::KEY_Home, Key::KEY_KP_Home, ' '}, "Home, Space", "everything in view", [this] { _goHome(); }},
       {{'f', 'F'}, "F", "close look at the picked point", [this] { _lookAtPick(); }},
+      {{'a', 'A'}, "A", "add a scan: type its path, then Enter", [this] { _entry->open(); }},
       {{'p', 'P'}, "P", "write the picture to a file", [this] { _requestScreenshot(); }},
   };
   const std::vector<KeyBinding> ofHelp = {
@@ -149,7 +157,7 @@ int Application::_takeOnePicture() {
     std::cerr << "quor_viewer: the picture " << _screenshotPath << " could not be written\n";
     return 1;
   }
-  return _loader.errors().empty() ? 0 : 1;
+  return _loader.failed() ? 1 : 0;
 }
 
 int Application::_takeTour() {
@@ -160,7 +168,7 @@ int Application::_takeTour() {
   const unsigned int errors = _scene.target.glErrorCount();
   std::cout << "tour: " << tour.pictureCount() << " pictures in " << _arguments.tourFolder << ", " << errors
             << " GL errors" << std::endl;
-  return written && errors == 0 && _loader.errors().empty() ? 0 : 1;
+  return written && errors == 0 && !_loader.failed() ? 0 : 1;
 }
 
 void Application::_drawFrame() {
@@ -176,24 +184,42 @@ void Application::_drawFrame() {
   _reportScreenshot();
 }
 
-// False when there is nothing to do but to wait for the user.
+// False when there is nothing to do but to wait for the user, or for points to come.
 bool Application::_workALittle() {
-  if (!_loaded) {
-    _loadALittle();
-  } else if (_clip.isSaving()) {
-    _saveALittle();
-  } else {
-    return false;
+  const bool cameSome = !_loaded && _loadALittle();
+  if (!_clip.isSaving()) {
+    return cameSome;
   }
+  _saveALittle();
   return true;
 }
 
-void Application::_loadALittle() {
-  _loader.step(kWorkBudget);
+bool Application::_loadALittle() {
+  const bool cameSome = _loader.step(kWorkBudget);
+  if (cameSome) {
+    _followContent();
+  }
   if (_loader.finished()) {
     _finishLoading();
-  } else if (_isProgressDue()) {
+  } else if (_loader.pointsRead() != _pointsShown && _isProgressDue()) {
     _showProgress();
+  }
+  return cameSome;
+}
+
+void Application::_addScan(const std::string& path) {
+  try {
+    _scans.add(path);
+    _loaded = false;
+    _loader.start();
+    _say("adding " + path);
+    osgViewer::ViewerBase::Windows windows;
+    _viewer->getWindows(windows);
+    for (osgViewer::GraphicsWindow* window : windows) {
+      window->setWindowName(titleOf(_scans));
+    }
+  } catch (const ScanError& error) {
+    _complain(error.what());
   }
 }
 
@@ -215,17 +241,18 @@ bool Application::_isProgressDue() const {
 
 void Application::_loadEverything() {
   while (!_loaded && !_viewer->done()) {
-    _loadALittle();
+    const bool cameSome = _loadALittle();
     if (_viewer->checkNeedToDoFrame()) {
       _drawFrame();
+    } else if (!cameSome) {
+      std::this_thread::sleep_for(kIdle);
     }
   }
 }
 
-void Application::_takeChunk(unsigned int scanNumber, const PointChunk& chunk) {
-  _scene.cloud.add(scanNumber, chunk);
+void Application::_followContent() {
   const osg::BoundingBox& bounds = _scene.cloud.bounds();
-  _view.setContent({bounds._min, bounds._max}, _loader.places());
+  _view.setContent({bounds._min, bounds._max}, _loader.summary().places);
   _clip.setContent(bounds, false);
   _points.updateRanges();
   if (!_userNavigated && !_station.isAtStation()) {
@@ -234,10 +261,13 @@ void Application::_takeChunk(unsigned int scanNumber, const PointChunk& chunk) {
 }
 
 void Application::_showProgress() {
-  const std::uint64_t total = std::max<std::uint64_t>(_scans.pointCount(), 1);
+  _pointsShown = _loader.pointsRead();
+  const std::uint64_t total = std::max<std::uint64_t>(_loader.pointsPlanned(), 1);
   const double share = static_cast<double>(_loader.pointsRead()) / static_cast<double>(total);
   _scene.hud.setProgress(share);
-  _scene.hud.setMessage("Loading " + grouped(_loader.pointsRead()) + " of " + grouped(total) + " points");
+  if (!_entry->isOpen()) {
+    _scene.hud.setMessage("Loading " + grouped(_loader.pointsRead()) + " of " + grouped(total) + " points");
+  }
   showTerminalProgress("loading", _loader.pointsRead(), total);
   _viewer->requestRedraw();
 }
@@ -250,22 +280,28 @@ void Application::_finishLoading() {
   _points.updateRanges();
   _warnOfLocalCoordinates();
   _say("loaded " + std::to_string(_loader.pointsRead()) + " points");
-  _scene.hud.setMessage("Click a point to see its coordinates; H shows mouse and keys");
-  for (const std::string& error : _loader.errors()) {
-    std::cerr << "quor_viewer: " << error << std::endl;
-    _scene.hud.setMessage(error);
+  if (!_latestError.empty()) {
+    _scene.hud.setMessage(std::exchange(_latestError, std::string()));
+  } else if (!_entry->isOpen()) {
+    _scene.hud.setMessage("Click a point to see its coordinates; H shows mouse and keys");
   }
   _viewer->requestRedraw();
 }
 
 void Application::_warnOfLocalCoordinates() {
-  for (unsigned int number = 1; number <= _scans.count(); ++number) {
-    const ScanInfo& info = _scans.info(number);
+  while (_scansWarnedOf < _scans.count()) {
+    const ScanInfo& info = _scans.info(++_scansWarnedOf);
     if (info.localOnly) {
       std::cerr << "quor_viewer: " << info.path << ": " << info.format
                 << " is read in single precision; only local coordinates survive that\n";
     }
   }
+}
+
+void Application::_complain(const std::string& error) {
+  std::cerr << "quor_viewer: " << error << std::endl;
+  _scene.hud.setMessage(error);
+  _latestError = error;
 }
 
 void Application::_pick(int x, int y) {
@@ -330,8 +366,9 @@ void Application::_reportScreenshot() {
 }
 
 void Application::_updateSummary() {
-  _scene.hud.setSummary(grouped(_loader.pointsRead()) + " points   ·   " + titleOf(_scene.cloud.colourMode()) +
-                        "   ·   " + _station.summary());
+  const std::string thinned = _loader.thinning() > 1 ? ", every " + ordinal(_loader.thinning()) : std::string();
+  _scene.hud.setSummary(grouped(_loader.pointsRead()) + " points" + thinned + "   ·   " +
+                        titleOf(_scene.cloud.colourMode()) + "   ·   " + _station.summary());
 }
 
 // Scripts and tests follow the viewer line by line, so each line leaves at once.

@@ -6,6 +6,7 @@
 #include "Keys.h"
 #include "Navigator.h"
 #include "Picker.h"
+#include "ScanEntry.h"
 #include "ScanLoader.h"
 #include "ScanSet.h"
 #include "Scene.h"
@@ -16,12 +17,14 @@
 #include <osgViewer/Viewer>
 
 #include <chrono>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace QuorViewer {
 
-/// The viewer as a whole: one window on a set of scans. Everything runs on the thread that calls `run`.
+/// The viewer as a whole: one window on a set of scans. Everything runs on the thread that calls
+/// `run`, but for the reading of scans.
 class Application {
  public:
   /// Opens the scans. Throws ScanError.
@@ -41,14 +44,16 @@ class Application {
   void _drawFrame();
 
   bool _workALittle();
-  void _loadALittle();
+  bool _loadALittle();
   void _saveALittle();
+  void _addScan(const std::string& path);
   bool _isProgressDue() const;
   void _loadEverything();
-  void _takeChunk(unsigned int scanNumber, const PointChunk& chunk);
+  void _followContent();
   void _showProgress();
   void _finishLoading();
   void _warnOfLocalCoordinates();
+  void _complain(const std::string& error);
 
   void _pick(int x, int y);
   void _goHome();
@@ -71,17 +76,21 @@ class Application {
   ViewControl _view;
   Picker _picker;
   StationControl _station;
+  osg::ref_ptr<ScanEntry> _entry;
   ScanLoader _loader;
   CloudControl _points;
   Screenshot _screenshot;
 
   bool _loaded = false;
+  std::uint64_t _pointsShown = 0;  // by the progress told last
+  unsigned int _scansWarnedOf = 0;
   bool _userNavigated = false;
   std::chrono::steady_clock::time_point _latestFrameEnd;
   std::chrono::steady_clock::duration _latestFrameDuration{};
   unsigned int _screenshotCount = 0;
   std::string _screenshotPath;
   std::string _latestView;
+  std::string _latestError;
 };
 
 }  // namespace QuorViewer

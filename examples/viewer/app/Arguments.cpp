@@ -102,11 +102,26 @@ void setStation(Arguments& into, const std::string& value) {
   into.station = osg::Vec3d(x, y, z);
 }
 
-const std::array<Option, 11> kOptions = {{
+void setMemory(Arguments& into, const std::string& value) {
+  constexpr double kGibibyte = 1024.0 * 1024.0 * 1024.0;
+  constexpr double kLeast = 0.0001;
+  constexpr double kMost = 1e6;
+  double size = 0.0;
+  const char* text = value.data();
+  const char* end = text + value.size();
+  if (!readNumber(text, end, size) || text != end || !(size >= kLeast && size <= kMost)) {
+    throw ArgumentError("--memory wants a number of GiB from 0.0001 to 1000000, not '" + value + "'");
+  }
+  into.memoryBytes = static_cast<std::uint64_t>(size * kGibibyte);
+}
+
+const std::array<Option, 12> kOptions = {{
     {"--colour-by", "WHAT", "rgb, intensity, elevation or classification; by default what the scan has", setColourMode},
     {"--point-size", "PIXELS", "diameter of a point, 1 to 32; by default from the number of points", setPointSize},
     {"--clip", "BOX", "begin with a clip box: \"xmin ymin zmin xmax ymax zmax\", in the scan's coordinates", setClip},
     {"--station", "PLACE", "where to look around from with L: \"x y z\", in the scan's coordinates", setStation},
+    {"--memory", "GIB",
+     "for points, in arrays and graphics buffers; more are thinned; by default half of the machine's", setMemory},
     {"--ortho", nullptr, "begin with the orthographic projection",
      [](Arguments& a, const std::string&) { a.orthographic = true; }},
     {"--size", "WxH", "size of the window in pixels, 1280x720 by default", setSize},

@@ -5,6 +5,7 @@
 #include <osg/BoundingBox>
 #include <osg/Vec3d>
 
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -25,8 +26,9 @@ struct Arguments {
   std::optional<float> pointSizePixels;
   int width = 1280;
   int height = 720;
-  std::optional<osg::Vec3d> station;      ///< world coordinates
-  std::optional<osg::BoundingBoxd> clip;  ///< world coordinates, no side under `kLeastClipExtent`
+  std::optional<osg::Vec3d> station;         ///< world coordinates
+  std::optional<osg::BoundingBoxd> clip;     ///< world coordinates, no side under `kLeastClipExtent`
+  std::optional<std::uint64_t> memoryBytes;  ///< for the points on show
   bool orthographic = false;
   bool verbose = false;
   bool help = false;

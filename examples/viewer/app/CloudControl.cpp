@@ -1,7 +1,6 @@
 #include "CloudControl.h"
 
 #include "Format.h"
-#include "ValueRange.h"
 
 #include <osgGA/GUIEventAdapter>
 
@@ -12,10 +11,6 @@ namespace QuorViewer {
 namespace {
 
 using Key = osgGA::GUIEventAdapter::KeySymbol;
-
-// The shares of the points below and above a range: a few stray ones must not squeeze all others into one colour.
-constexpr double kLowShare = 0.003;
-constexpr double kHighShare = 0.997;
 
 ColourMode fittingColourMode(const ScanSet& scans) {
   if (scans.anyHas(&ScanInfo::hasColour)) {
@@ -57,8 +52,8 @@ void CloudControl::start(std::optional<ColourMode> mode, std::optional<float> po
 }
 
 void CloudControl::updateRanges() {
-  _host.cloud.setElevationRange(_elevations());
-  _host.cloud.setIntensityRange(_intensities());
+  _host.cloud.setElevationRange(_host.loader.summary().elevations);
+  _host.cloud.setIntensityRange(_host.loader.summary().intensities);
   _updateLegend();
 }
 
@@ -77,26 +72,18 @@ void CloudControl::_updateLegend() {
     case ColourMode::Rgb:
       return _host.legend.hide();
     case ColourMode::Classification:
-      return _host.legend.showClasses(_host.loader.classifications());
+      return _host.legend.showClasses(_host.loader.summary().classifications);
     case ColourMode::Intensity: {
-      const auto [low, high] = _intensities();
+      const auto [low, high] = _host.loader.summary().intensities;
       return _host.legend.showRamp(ColourMode::Intensity, fixed(low, 0), fixed(high, 0));
     }
     case ColourMode::Elevation: {
-      const auto [low, high] = _elevations();
+      const auto [low, high] = _host.loader.summary().elevations;
       const double origin = _host.scans.origin().z();
       return _host.legend.showRamp(ColourMode::Elevation, fixed(low + origin, kElevationDecimals),
                                    fixed(high + origin, kElevationDecimals));
     }
   }
-}
-
-CloudControl::Range CloudControl::_elevations() const {
-  return valuesBetween(_host.loader.elevations(), kLowShare, kHighShare);
-}
-
-CloudControl::Range CloudControl::_intensities() const {
-  return valuesBetween(_host.loader.intensities(), kLowShare, kHighShare);
 }
 
 }  // namespace QuorViewer

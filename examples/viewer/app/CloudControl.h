@@ -8,7 +8,6 @@
 
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace QuorViewer {
@@ -37,13 +36,9 @@ class CloudControl {
   void updateRanges();
 
  private:
-  using Range = std::pair<float, float>;
-
   void _setMode(ColourMode mode);
   void _changeSize(float stepPixels);
   void _updateLegend();
-  Range _elevations() const;
-  Range _intensities() const;
 
   Host _host;
 };

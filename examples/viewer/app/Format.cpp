@@ -16,6 +16,12 @@ std::string grouped(std::uint64_t number) {
   return text;
 }
 
+std::string ordinal(std::uint64_t number) {
+  const std::uint64_t last = number / 10 % 10 == 1 ? 0 : number % 10;
+  const char* const ending = last == 1 ? "st" : last == 2 ? "nd" : last == 3 ? "rd" : "th";
+  return grouped(number) + ending;
+}
+
 std::string fixed(double value, int decimals) {
   std::ostringstream stream;
   stream.imbue(std::locale::classic());

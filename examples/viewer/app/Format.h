@@ -8,6 +8,9 @@ namespace QuorViewer {
 /// "21,932": digits in groups of three.
 std::string grouped(std::uint64_t number);
 
+/// "2nd", "3rd", "4th", "11th", "21st".
+std::string ordinal(std::uint64_t number);
+
 /// `value` with that many decimals, whatever the locale.
 std::string fixed(double value, int decimals);
 

@@ -31,6 +31,7 @@ uniform float rampExponent;
 uniform sampler2D ramp;
 uniform sampler2D classColours;
 uniform uvec2 firstPoint;                 // low and high half of the chunk's first index
+uniform uvec3 runs;                       // points in a run, distance of runs, distance of points, in the file
 uniform uint scanNumber;
 
 flat out vec3 pointColour;
@@ -51,7 +52,8 @@ vec3 colourOfPoint() {
 }
 
 void main() {
-  uint low = firstPoint.x + uint(gl_VertexID);
+  uint place = uint(gl_VertexID);
+  uint low = firstPoint.x + place / runs.x * runs.y + place % runs.x * runs.z;
   uint carry = low < firstPoint.x ? 1u : 0u;
   pointColour = colourOfPoint();
   identifier = uvec4(scanNumber, low, firstPoint.y + carry, 1u);
@@ -129,6 +131,10 @@ void setUpState(osg::StateSet& state) {
   CaptureTarget::writeAllAttachments(state);
 }
 
+unsigned int halfOf(std::uint64_t number, unsigned int half) {
+  return static_cast<unsigned int>(number >> (32U * half) & 0xFFFFFFFFU);
+}
+
 void setIntegerAttribute(osg::Geometry& geometry, unsigned int index, osg::Array* array) {
   array->setPreserveDataType(true);
   geometry.setVertexAttribArray(index, array, osg::Array::BIND_PER_VERTEX);
@@ -170,9 +176,9 @@ PointCloud::PointCloud()
 void PointCloud::add(unsigned int scanNumber, const PointChunk& chunk) {
   osg::ref_ptr<osg::Geometry> drawable = createDrawable(chunk);
   osg::StateSet& state = *drawable->getOrCreateStateSet();
-  const auto low = static_cast<unsigned int>(chunk.firstPoint & 0xFFFFFFFFU);
-  const auto high = static_cast<unsigned int>(chunk.firstPoint >> 32U);
-  state.addUniform(new osg::Uniform("firstPoint", low, high));
+  const PointRange& points = chunk.points;
+  state.addUniform(new osg::Uniform("firstPoint", halfOf(points.first, 0), halfOf(points.first, 1)));
+  state.addUniform(new osg::Uniform("runs", points.perRun, halfOf(points.runStep, 0), halfOf(points.step, 0)));
   state.addUniform(new osg::Uniform("scanNumber", scanNumber));
   _node->addChild(drawable);
   _bounds.expandBy(chunk.bounds);

@@ -24,7 +24,8 @@ class PointCloud {
   const osg::BoundingBox& bounds() const { return _bounds; }
 
   /// Takes over the chunk's arrays. `scanNumber` counts from 1; 0 means background in the identifiers.
-  /// Expects at most 2^31 points, and no draw in progress.
+  /// Expects at most 2^31 points, none of whose
+  /// indices lies 2^32 or more behind the first, and no draw in progress.
   void add(unsigned int scanNumber, const PointChunk& chunk);
 
   ColourMode colourMode() const { return _mode; }

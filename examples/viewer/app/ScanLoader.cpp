@@ -1,115 +1,154 @@
 #include "ScanLoader.h"
 
+#include "Format.h"
+
+#include <QuorOsgUtils/FileManager.h>
+#include <QuorOsgUtils/FilePtr.h>
+
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <utility>
 
 namespace QuorViewer {
 namespace {
 
-// A block takes a few milliseconds to decode, also from a compressed file; a chunk is what the graphics card draws at
-// once.
-constexpr std::uint64_t kBlockPoints = 32768;
-constexpr std::size_t kChunkPoints = 1048576;
-constexpr std::size_t kSampleValues = 65536;
-constexpr std::size_t kSamplePlaces = 16384;
+using QuorOsgUtils::FileCmd;
+using QuorOsgUtils::FileManager;
 
-template <typename Array>
-void append(Array& to, const Array& from) {
-  to.insert(to.end(), from.begin(), from.end());
+std::uint64_t sizeOf(const std::string& path) {
+  std::error_code gone;
+  const std::uintmax_t size = std::filesystem::file_size(path, gone);
+  return gone ? 0 : size;
 }
 
-void append(PointChunk& to, const PointChunk& from) {
-  append(*to.positions, *from.positions);
-  append(*to.colours, *from.colours);
-  append(*to.intensities, *from.intensities);
-  append(*to.classesReturns, *from.classesReturns);
-  to.bounds.expandBy(from.bounds);
+// Mapped files are opened for writing as well, which is not everybody's right with every scan.
+bool canBeMapped(const std::string& path) {
+  return std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).is_open();
+}
+
+/// Makes the file known to the manager and answers how much of it can be mapped. A file that changes its size meanwhile
+/// counts as short as it ever was, since views end where the file ended when it was opened.
+std::uint64_t registerFile(const std::string& path) {
+  if (!canBeMapped(path)) return 0;
+  const std::uint64_t before = sizeOf(path);
+  const osg::ref_ptr<QuorOsgUtils::FilePtr> file = new QuorOsgUtils::FilePtr(path.c_str());
+  if (!file->isValid()) return 0;
+  auto* command = new QuorOsgUtils::RegisterFile(file, FileCmd::High);
+  command->setAutoDelete(true);
+  FileManager::getInstance()->push(command);
+  return std::min(before, sizeOf(path));
+}
+
+std::string inGibibytes(std::uint64_t bytes) {
+  constexpr double kGibibyte = 1024.0 * 1024.0 * 1024.0;
+  const double size = static_cast<double>(bytes) / kGibibyte;
+  return fixed(size, size < 1.0 ? 3 : 1) + " GiB";
 }
 
 }  // namespace
 
-ScanLoader::ScanLoader(ScanSet& scans, ChunkSink sink)
+ScanLoader::ScanLoader(ScanSet& scans, std::uint64_t budgetBytes, Listener listener)
     : _scans(scans),
-      _sink(std::move(sink)),
-      _elevations(kSampleValues),
-      _intensities(kSampleValues),
-      _places(kSamplePlaces) {}
+      _budgetBytes(budgetBytes),
+      _budget(budgetBytes),
+      _listener(std::move(listener)),
+      _desk(std::make_shared<LoadDesk>()) {
+  FileManager::getInstance()->startWorker();
+}
 
-void ScanLoader::step(std::chrono::milliseconds budget) {
+ScanLoader::~ScanLoader() {
+  for (unsigned int number = 1; number <= _loading.size(); ++number) cancel(number);
+  FileManager::getInstance()->stopWorker();
+}
+
+void ScanLoader::start() {
+  std::uint64_t points = 0;
+  const auto firstNew = static_cast<unsigned int>(_loading.size() + 1);
+  for (unsigned int number = firstNew; number <= _scans.count(); ++number) points += _scans.info(number).pointCount;
+  const std::uint64_t thinning = _budget.thinningFor(points);
+  for (unsigned int number = firstNew; number <= _scans.count(); ++number) _begin(number, thinning);
+}
+
+void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
+  const ScanInfo& info = _scans.info(scanNumber);
+  auto scan = std::make_shared<LoadingScan>();
+  _loading.push_back(scan);
+  if (thinning == 0) {
+    return _tellFailure(info.path + ": none of its points fits into " + inGibibytes(_budgetBytes) +
+                        " beside those that show already");
+  }
+  scan->number = scanNumber;
+  scan->origin = _scans.origin();
+  scan->reader = _scans.reader(scanNumber).again();
+  if (scan->reader->records()) scan->mappedBytes = registerFile(info.path);
+  const std::uint64_t kept = thinnedCount(info.pointCount, thinning);
+  _budget.take(kept);
+  _pointsPlanned += kept;
+  if (thinning > 1) _tellThinning(scanNumber, thinning);
+  for (const PlannedChunk& planned : planLoad(info.pointCount, scan->reader->entryPoints(), thinning)) {
+    _push(scan, planned);
+  }
+}
+
+// Ranges of values are wanted as soon as the sample shows; what the rest adds to them can wait.
+void ScanLoader::_push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned) {
+  const auto chunk = std::make_shared<PointChunk>();
+  const bool canWait = planned.turn == Turn::Later;
+  auto* read = new ReadChunk(_desk, scan, planned, chunk);
+  auto* measure = new MeasureChunk(_desk, scan, chunk, FileCmd::Low);
+  if (!canWait) read->setNext(measure);
+  _lettersDue += 2;
+  FileManager::getInstance()->push(read);
+  if (canWait) FileManager::getInstance()->push(measure);
+}
+
+void ScanLoader::_tellThinning(unsigned int scanNumber, std::uint64_t thinning) {
+  _thinning = std::max(_thinning, thinning);
+  const ScanInfo& info = _scans.info(scanNumber);
+  _listener.thinned("showing every " + ordinal(thinning) + " point of " + fileName(info.path) + ": " +
+                    grouped(thinnedCount(info.pointCount, thinning)) + " of " + grouped(info.pointCount) +
+                    ", to fit into " + inGibibytes(_budgetBytes));
+}
+
+void ScanLoader::_tellFailure(const std::string& error) {
+  _failed = true;
+  _listener.failed(error);
+}
+
+bool ScanLoader::step(std::chrono::milliseconds budget) {
   const auto end = std::chrono::steady_clock::now() + budget;
+  bool any = false;
   do {
-    if (finished()) {
-      return;
+    std::optional<LoadLetter> letter = _desk->letters.take();
+    if (!letter) {
+      break;
     }
-    _readBlock();
+    any = true;
+    _receive(std::move(*letter));
   } while (std::chrono::steady_clock::now() < end);
+  return any;
 }
 
-void ScanLoader::_readBlock() {
-  const std::uint64_t left = _scans.info(_scan).pointCount - _next;
-  const auto count = static_cast<std::uint32_t>(std::min(left, kBlockPoints));
-  try {
-    if (count > 0) {
-      _take(_scans.reader(_scan).read(_next, count, _scans.origin()));
-    }
-    _next += count;
-    if (count == left) {
-      _beginNextScan();
-    }
-  } catch (const ScanError& error) {
-    _errors.emplace_back(error.what());
-    _beginNextScan();
-  }
-}
-
-void ScanLoader::_take(PointChunk&& block) {
-  _learnFrom(block);
-  _pointsRead += block.positions->size();
-  if (_chunk) {
-    append(*_chunk, block);
-  } else {
-    _chunk = std::move(block);
-  }
-  if (_chunk->positions->size() >= kChunkPoints) {
-    _handOut();
-  }
-}
-
-void ScanLoader::_learnFrom(const PointChunk& block) {
-  const std::size_t count = block.positions->size();
-  if (count == 0) {
+void ScanLoader::_receive(LoadLetter letter) {
+  --_lettersDue;
+  if (_loading.at(letter.scan - 1)->cancelled) {
     return;
   }
-  constexpr std::size_t kCoordinates = 3;
-  _elevations.add(&block.positions->front().z(), count, kCoordinates);
-  _intensities.add(&block.intensities->front(), count);
-  _places.add(&block.positions->front(), count);
-  for (const osg::Vec2ub& codes : *block.classesReturns) {
-    _classifications.set(codes.x());
+  if (letter.chunk && !letter.chunk->positions->empty()) {
+    _pointsRead += letter.chunk->positions->size();
+    _listener.loaded(letter.scan, *letter.chunk);
+  }
+  if (letter.summary) {
+    _summary = std::move(*letter.summary);
+  }
+  if (!letter.error.empty()) {
+    _tellFailure(letter.error);
   }
 }
 
-void ScanLoader::_handOut() {
-  if (_chunk && !_chunk->positions->empty()) {
-    _sink(_scan, *_chunk);
-  }
-  _chunk.reset();
-}
-
-std::vector<unsigned int> ScanLoader::classifications() const {
-  std::vector<unsigned int> codes;
-  for (unsigned int code = 0; code < _classifications.size(); ++code) {
-    if (_classifications[code]) {
-      codes.push_back(code);
-    }
-  }
-  return codes;
-}
-
-void ScanLoader::_beginNextScan() {
-  _handOut();
-  ++_scan;
-  _next = 0;
+void ScanLoader::cancel(unsigned int scanNumber) {
+  _loading.at(scanNumber - 1)->cancelled = true;
 }
 
 }  // namespace QuorViewer

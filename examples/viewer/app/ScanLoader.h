@@ -1,60 +1,75 @@
 #pragma once
 
-#include "Sample.h"
+#include "ScanCommands.h"
 #include "ScanSet.h"
+#include "VertexBudget.h"
 
-#include <bitset>
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <optional>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace QuorViewer {
 
-/// Reads a set of scans a little at a time, so that the window stays alive, and hands out chunks of about a million
-/// points, ready for drawing. Learns on the way what the points look like on the whole.
+/// Has scans read by the library's file manager and hands out chunks, ready for drawing. Of a large scan, a sample from
+/// all over it comes first, of all scans that wait; then the rest. What does not fit into the memory is thinned evenly.
 /// A scan that turns out damaged is left at the place of the damage, with what was read of it; the others go on.
+///
+/// Starts the manager's worker, and stops it at the end; all of the viewer's side on one thread.
 class ScanLoader {
  public:
-  using ChunkSink = std::function<void(unsigned int scanNumber, const PointChunk& chunk)>;
+  /// Who is told what. `thinned`: a line for people.
+  struct Listener {
+    std::function<void(unsigned int scanNumber, const PointChunk& chunk)> loaded;
+    std::function<void(const std::string& error)> failed;
+    std::function<void(const std::string& note)> thinned;
+  };
 
   /// `scans` outlives the loader.
-  ScanLoader(ScanSet& scans, ChunkSink sink);
+  ScanLoader(ScanSet& scans, std::uint64_t budgetBytes, Listener listener);
+  ScanLoader(const ScanLoader&) = delete;
+  ScanLoader& operator=(const ScanLoader&) = delete;
+  /// Drops what is still to be read.
+  ~ScanLoader();
 
-  /// Reads for about as long as `budget` allows, at least one block while there is one.
-  void step(std::chrono::milliseconds budget);
+  /// Begins to read those scans of the set that came to it since the last call. Throws ScanError.
+  void start();
+  /// Hands out what has come from the worker, for no longer than `budget`. False when nothing had come.
+  bool step(std::chrono::milliseconds budget);
+  /// Drops what is still to be read of a scan. What was handed out stays.
+  void cancel(unsigned int scanNumber);
 
-  bool finished() const { return _scan > _scans.count(); }
+  bool finished() const { return _lettersDue == 0; }
   std::uint64_t pointsRead() const { return _pointsRead; }
-  /// What went wrong, a line each, in the order of happening.
-  const std::vector<std::string>& errors() const { return _errors; }
-  /// What the points read so far look like on the whole. Elevations and places are relative to the local origin.
-  const std::vector<float>& elevations() const { return _elevations.values(); }
-  const std::vector<float>& intensities() const { return _intensities.values(); }
-  const std::vector<osg::Vec3f>& places() const { return _places.values(); }
-  /// The classifications met so far, ascending.
-  std::vector<unsigned int> classifications() const;
+  /// How many points there are to read, after thinning.
+  std::uint64_t pointsPlanned() const { return _pointsPlanned; }
+  /// Has anything gone wrong so far?
+  bool failed() const { return _failed; }
+  /// The strongest thinning of any scan; 1: all points show.
+  std::uint64_t thinning() const { return _thinning; }
+  const CloudSummary& summary() const { return _summary; }
 
  private:
-  void _readBlock();
-  void _take(PointChunk&& block);
-  void _learnFrom(const PointChunk& block);
-  void _handOut();
-  void _beginNextScan();
+  void _begin(unsigned int scanNumber, std::uint64_t thinning);
+  void _push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned);
+  void _tellThinning(unsigned int scanNumber, std::uint64_t thinning);
+  void _tellFailure(const std::string& error);
+  void _receive(LoadLetter letter);
 
   ScanSet& _scans;
-  ChunkSink _sink;
-  unsigned int _scan = 1;
-  std::uint64_t _next = 0;  // index of the next point of the scan at hand
+  std::uint64_t _budgetBytes;
+  VertexBudget _budget;
+  Listener _listener;
+  std::shared_ptr<LoadDesk> _desk;
+  std::vector<std::shared_ptr<LoadingScan>> _loading;  // by the scans' numbers, from 1
+  std::uint64_t _lettersDue = 0;
   std::uint64_t _pointsRead = 0;
-  std::optional<PointChunk> _chunk;
-  std::vector<std::string> _errors;
-  Sample<float> _elevations;
-  Sample<float> _intensities;
-  Sample<osg::Vec3f> _places;
-  std::bitset<256> _classifications;
+  std::uint64_t _pointsPlanned = 0;
+  std::uint64_t _thinning = 1;
+  bool _failed = false;
+  CloudSummary _summary;
 };
 
 }  // namespace QuorViewer

@@ -15,6 +15,9 @@ class ScanSet {
   /// Opens all or none. Throws ScanError.
   explicit ScanSet(const std::vector<std::string>& paths);
 
+  /// Opens one more, behind the others. Throws ScanError, and then has the same scans as before.
+  void add(const std::string& path) { _readers.push_back(ScanReader::open(path)); }
+
   unsigned int count() const { return static_cast<unsigned int>(_readers.size()); }
   ScanReader& reader(unsigned int number) { return *_readers.at(number - 1); }
   const ScanInfo& info(unsigned int number) const { return _readers.at(number - 1)->info(); }

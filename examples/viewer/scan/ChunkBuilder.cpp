@@ -1,6 +1,7 @@
 #include "ChunkBuilder.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace QuorViewer {
 
@@ -64,13 +65,12 @@ void RawBounds::include(const RawPoint& point) {
   }
 }
 
-ChunkBuilder::ChunkBuilder(std::uint64_t firstPoint, std::uint32_t count, const ChunkSettings& settings)
-    : _settings(settings) {
-  _chunk.firstPoint = firstPoint;
-  _chunk.positions = new osg::Vec3Array(count);
-  _chunk.colours = new osg::Vec4ubArray(count);
-  _chunk.intensities = new osg::UShortArray(count);
-  _chunk.classesReturns = new osg::Vec2ubArray(count);
+ChunkBuilder::ChunkBuilder(const PointRange& points, const ChunkSettings& settings) : _settings(settings) {
+  _chunk.points = points;
+  _chunk.positions = new osg::Vec3Array(points.count);
+  _chunk.colours = new osg::Vec4ubArray(points.count);
+  _chunk.intensities = new osg::UShortArray(points.count);
+  _chunk.classesReturns = new osg::Vec2ubArray(points.count);
 }
 
 void ChunkBuilder::decode(const RecordLayout& layout, const unsigned char* records, std::size_t strideBytes,
@@ -80,8 +80,8 @@ void ChunkBuilder::decode(const RecordLayout& layout, const unsigned char* recor
     const std::size_t colourOffset = layout.colourOffset;
     RawBounds bounds = _bounds;
     Cursor to(_chunk, _filledPoints);
-    for (const unsigned char* end = records + count * strideBytes; records != end; records += strideBytes, to.next()) {
-      const RawPoint point = readRecord<extended.value, coloured.value>(records, colourOffset);
+    for (std::size_t index = 0; index < count; ++index, to.next()) {
+      const RawPoint point = readRecord<extended.value, coloured.value>(records + index * strideBytes, colourOffset);
       bounds.include(point);
       put<coloured.value>(point, settings, to);
     }
@@ -97,8 +97,26 @@ void ChunkBuilder::add(const RawPoint& point) {
   ++_filledPoints;
 }
 
+void ChunkBuilder::add(const osg::Vec3d& position, const osg::Vec4ub& colour) {
+  const osg::Vec3f local = position + _settings.shift;
+  (*_chunk.positions)[_filledPoints] = local;
+  (*_chunk.colours)[_filledPoints] = colour;
+  if (std::isfinite(local.x()) && std::isfinite(local.y()) && std::isfinite(local.z())) _chunk.bounds.expandBy(local);
+  ++_filledPoints;
+}
+
+void ChunkBuilder::_cutToFilled() {
+  if (_filledPoints == _chunk.points.count) return;
+  _chunk.points.count = filledPoints();
+  _chunk.positions->resize(_filledPoints);
+  _chunk.colours->resize(_filledPoints);
+  _chunk.intensities->resize(_filledPoints);
+  _chunk.classesReturns->resize(_filledPoints);
+}
+
 PointChunk ChunkBuilder::finish() {
-  if (_filledPoints > 0) {
+  _cutToFilled();
+  if (_bounds.any()) {
     for (const std::array<std::int32_t, 3>& raw : {_bounds.least, _bounds.greatest}) {
       RawPoint corner{};
       corner.x = raw[0];

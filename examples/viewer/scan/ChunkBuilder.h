@@ -23,26 +23,35 @@ struct RawBounds {
   std::array<std::int32_t, 3> greatest = {kLeast, kLeast, kLeast};
 
   void include(const RawPoint& point);
+  bool any() const { return least[0] <= greatest[0]; }
 
   static constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
   static constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
 };
 
-/// Fills one PointChunk, point by point or from a range of records in memory, read or mapped.
+/// Fills one PointChunk, point by point or from a range of records in memory, read or mapped. A copy fills the same
+/// arrays, and so stands for a place to go back to.
 class ChunkBuilder {
  public:
-  ChunkBuilder(std::uint64_t firstPoint, std::uint32_t count, const ChunkSettings& settings);
+  ChunkBuilder(const PointRange& points, const ChunkSettings& settings);
 
-  /// Decodes `count` records that lie `strideBytes` apart; together no more points than the chunk was made for.
+  /// Decodes `count` records that lie `strideBytes` apart; together no more points than the chunk was made for. What
+  /// is left before its end has added nothing.
   void decode(const RecordLayout& layout, const unsigned char* records, std::size_t strideBytes, std::size_t count);
 
   /// Adds a point decoded elsewhere.
   void add(const RawPoint& point);
+  /// Adds a point that the file states in floating point.
+  void add(const osg::Vec3d& position, const osg::Vec4ub& colour);
 
-  /// The chunk, once all its points are there.
+  std::uint32_t filledPoints() const { return static_cast<std::uint32_t>(_filledPoints); }
+
+  /// The chunk, with the points that have been added.
   PointChunk finish();
 
  private:
+  void _cutToFilled();
+
   ChunkSettings _settings;
   PointChunk _chunk;
   RawBounds _bounds;

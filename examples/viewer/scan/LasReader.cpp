@@ -22,21 +22,34 @@ class LasReader : public ScanReader {
     _colour = sample.colourDepth();
   }
 
+  LasReader(const LasReader& other)
+      : _file(other._info.path), _las(other._las), _info(other._info), _colour(other._colour) {}
+
   const ScanInfo& info() const override { return _info; }
 
-  PointChunk read(std::uint64_t first, std::uint32_t count, const osg::Vec3d& origin) override {
-    requirePoints(_info, first, count);
-    ChunkBuilder builder(first, count, {_info.scale, _info.offset - origin, _colour});
-    _forEachBlock(first, count, [&](const unsigned char* records, std::size_t held) {
-      builder.decode(*_las.layout, records, _las.header.recordLengthBytes, held);
-    });
-    return builder.finish();
+  std::unique_ptr<ScanReader> again() const override { return std::make_unique<LasReader>(*this); }
+
+  std::optional<RecordTable> records() const override {
+    return RecordTable{_las.pointDataOffsetBytes, _las.header.recordLengthBytes, _las.layout};
+  }
+
+  ChunkBuilder startChunk(const PointRange& points, const osg::Vec3d& origin) const override {
+    return {points, {_info.scale, _info.offset - origin, _colour}};
+  }
+
+  void decode(const PointRun& run, ChunkBuilder& to) override {
+    requirePoints(_info, run.first, run.span());
+    const auto step = static_cast<std::size_t>(run.step);
+    _forEachBlock(run.first, static_cast<std::size_t>(run.span()), step,
+                  [&](const unsigned char* records, std::size_t held) {
+                    to.decode(*_las.layout, records, step * _las.header.recordLengthBytes, (held + step - 1) / step);
+                  });
   }
 
   osg::Vec3d coordinates(std::uint64_t point) override {
     requirePoints(_info, point, 1);
     osg::Vec3d exact;
-    _forEachBlock(point, 1, [&](const unsigned char* record, std::size_t) { exact = _coordinatesIn(record); });
+    _forEachBlock(point, 1, 1, [&](const unsigned char* record, std::size_t) { exact = _coordinatesIn(record); });
     return exact;
   }
 
@@ -46,7 +59,7 @@ class LasReader : public ScanReader {
                   std::vector<unsigned char>& records) override {
     requirePoints(_info, first, count);
     const std::size_t stride = _las.header.recordLengthBytes;
-    _forEachBlock(first, count, [&](const unsigned char* block, std::size_t held) {
+    _forEachBlock(first, count, 1, [&](const unsigned char* block, std::size_t held) {
       for (const unsigned char* record = block; record != block + held * stride; record += stride) {
         if (inside(_coordinatesIn(record))) records.insert(records.end(), record, record + stride);
       }
@@ -59,11 +72,12 @@ class LasReader : public ScanReader {
                           loadLittle<std::int32_t>(record + 8));
   }
 
-  /// Calls `visit(records, their number)` until all are through. The offset cannot overflow: the file holds the points.
+  /// Calls `visit(records, their number)` until all are through; each block begins a multiple of `step` behind the
+  /// first record. The offset cannot overflow: the file holds the points.
   template <typename Visitor>
-  void _forEachBlock(std::uint64_t first, std::size_t count, const Visitor& visit) {
+  void _forEachBlock(std::uint64_t first, std::size_t count, std::size_t step, const Visitor& visit) {
     const std::size_t stride = _las.header.recordLengthBytes;
-    const std::size_t most = std::max<std::size_t>(kBlockBytes / stride, 1);
+    const std::size_t most = std::max<std::size_t>(kBlockBytes / stride / step, 1) * step;
     _block.resize(std::max(_block.size(), std::min(most, count) * stride));
     while (count > 0) {
       const std::size_t now = std::min(most, count);
@@ -80,7 +94,7 @@ class LasReader : public ScanReader {
     sample.reserve(runs.firstPoints.size() * runs.length);
     for (const std::uint64_t first : runs.firstPoints) {
       const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(runs.length, _info.pointCount - first));
-      _forEachBlock(first, count, [&](const unsigned char* records, std::size_t held) {
+      _forEachBlock(first, count, 1, [&](const unsigned char* records, std::size_t held) {
         _addRecords(records, held, coloured, sample);
       });
     }

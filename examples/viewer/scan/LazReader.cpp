@@ -135,15 +135,30 @@ class LazReader : public ScanReader {
     _colour = coloured ? sample.colourDepth() : ColourDepth();
   }
 
+  LazReader(const LazReader& other)
+      : _file(other._info.path),
+        _las(other._las),
+        _info(other._info),
+        _chunkPoints(other._chunkPoints),
+        _colour(other._colour) {
+    if (_info.pointCount > 0) _laszip = std::make_unique<LaszipReader>(_file.path(), kShownChannels);
+  }
+
   const ScanInfo& info() const override { return _info; }
 
-  PointChunk read(std::uint64_t first, std::uint32_t count, const osg::Vec3d& origin) override {
-    requirePoints(_info, first, count);
-    ChunkBuilder builder(first, count, {_info.scale, _info.offset - origin, _colour});
-    for (std::uint64_t point = first; point < first + count; ++point) {
-      builder.add(_raw(_laszip->read(point)));
+  std::unique_ptr<ScanReader> again() const override { return std::make_unique<LazReader>(*this); }
+
+  std::uint64_t entryPoints() const override { return _chunkPoints; }
+
+  ChunkBuilder startChunk(const PointRange& points, const osg::Vec3d& origin) const override {
+    return {points, {_info.scale, _info.offset - origin, _colour}};
+  }
+
+  void decode(const PointRun& run, ChunkBuilder& to) override {
+    requirePoints(_info, run.first, run.span());
+    for (std::uint32_t place = 0; place < run.count; ++place) {
+      to.add(_raw(_laszip->read(run.first + place * run.step)));
     }
-    return builder.finish();
   }
 
   osg::Vec3d coordinates(std::uint64_t point) override {

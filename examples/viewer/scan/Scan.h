@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PointRange.h"
+
 #include <osg/Array>
 #include <osg/BoundingBox>
 #include <osg/Vec3d>
@@ -7,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -19,10 +22,10 @@ class ScanError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Consecutive points of a scan in the arrays that the graphics card takes as they are, one element a point in each.
+/// Points of a scan in the arrays that the graphics card takes as they are, one element a point in each.
 struct PointChunk {
-  std::uint64_t firstPoint = 0;                   ///< index in the file of the first point here
-  osg::ref_ptr<osg::Vec3Array> positions;         ///< world units, relative to the origin given to `ScanReader::read`
+  PointRange points;                              ///< which of the file's
+  osg::ref_ptr<osg::Vec3Array> positions;         ///< world units, relative to the origin of `ScanReader::startChunk`
   osg::ref_ptr<osg::Vec4ubArray> colours;         ///< RGB 0 to 255 and 255; white where the scan has no colour
   osg::ref_ptr<osg::UShortArray> intensities;     ///< as the file holds them, 0 where it holds none
   osg::ref_ptr<osg::Vec2ubArray> classesReturns;  ///< class; return number in the low, returns in the high 4 bits
@@ -43,7 +46,16 @@ struct ScanInfo {
   bool localOnly = false;          ///< the format holds single-precision coordinates, so georeference is lost
 };
 
+class ChunkBuilder;
 struct LasFrame;
+struct RecordLayout;
+
+/// Where a file keeps its points as records that need no unpacking.
+struct RecordTable {
+  std::uint64_t offsetBytes = 0;  ///< of the first record in the file
+  std::size_t recordBytes = 0;    ///< from one record to the next
+  const RecordLayout* layout = nullptr;
+};
 
 /// Tells whether a point is inside, by its coordinates exactly as the file states them.
 using InsideTest = std::function<bool(const osg::Vec3d& coordinates)>;
@@ -59,9 +71,22 @@ class ScanReader {
 
   virtual const ScanInfo& info() const = 0;
 
-  /// Decodes `count` points from `first` on; both lie within the scan. Subtracts `origin` in double precision.
-  /// Throws ScanError (a file that shrank, a damaged compressed block).
-  virtual PointChunk read(std::uint64_t first, std::uint32_t count, const osg::Vec3d& origin) = 0;
+  /// Another reader of the same file, for another thread; neither needs the other. Throws ScanError.
+  virtual std::unique_ptr<ScanReader> again() const = 0;
+
+  /// Reading begins without a detour at each point whose index is a multiple of this.
+  virtual std::uint64_t entryPoints() const { return 1; }
+  /// The file's records, for who has the file's bytes at hand; nothing where points must be unpacked.
+  virtual std::optional<RecordTable> records() const { return std::nullopt; }
+
+  /// An empty chunk for points of this scan, relative to `origin`, which is subtracted in double precision.
+  virtual ChunkBuilder startChunk(const PointRange& points, const osg::Vec3d& origin) const = 0;
+  /// Adds the points of a run, which lies within the scan, to a chunk. Throws ScanError (a file that shrank, a damaged
+  /// compressed block); the points before the damage may have been added then.
+  virtual void decode(const PointRun& run, ChunkBuilder& to) = 0;
+
+  /// Decodes `count` consecutive points from `first` on. Throws ScanError.
+  PointChunk read(std::uint64_t first, std::uint32_t count, const osg::Vec3d& origin);
 
   /// The coordinates of one point exactly as the file states them. Throws ScanError.
   virtual osg::Vec3d coordinates(std::uint64_t point) = 0;

@@ -1,4 +1,5 @@
 #include "AscCheck.h"
+#include "ChunkBuilder.h"
 #include "LasCheck.h"
 #include "LasReader.h"
 #include "LazReader.h"
@@ -68,6 +69,16 @@ std::unique_ptr<ScanReader> ScanReader::open(const std::string& path) {
     return openAsc(file);
   }
   refuse(file);
+}
+
+PointChunk ScanReader::read(std::uint64_t first, std::uint32_t count, const osg::Vec3d& origin) {
+  PointRange range;
+  range.first = first;
+  range.count = count;
+  requirePoints(info(), first, count);
+  ChunkBuilder chunk = startChunk(range, origin);
+  decode({first, 1, count}, chunk);
+  return chunk.finish();
 }
 
 }  // namespace QuorViewer

@@ -1,5 +1,6 @@
 #include "VertexReader.h"
 
+#include "ChunkBuilder.h"
 #include "LasFrame.h"
 #include "LasReader.h"
 #include "ScanSample.h"
@@ -12,6 +13,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <mutex>
 #include <string_view>
 
@@ -119,7 +121,7 @@ Vertices loadVertices(const ScanFile& file, const CheckedVertices& found) {
 class VertexReader : public ScanReader {
  public:
   VertexReader(const ScanFile& file, const std::string& format, const CheckedVertices& found)
-      : _vertices(loadVertices(file, found)) {
+      : _vertices(std::make_shared<const Vertices>(loadVertices(file, found))) {
     _info.path = file.path();
     _info.format = format;
     _info.pointCount = found.count;
@@ -131,29 +133,24 @@ class VertexReader : public ScanReader {
 
   const ScanInfo& info() const override { return _info; }
 
-  PointChunk read(std::uint64_t first, std::uint32_t count, const osg::Vec3d& origin) override {
-    requirePoints(_info, first, count);
-    PointChunk chunk;
-    chunk.firstPoint = first;
-    chunk.positions = new osg::Vec3Array(count);
-    chunk.colours = new osg::Vec4ubArray(count);
-    chunk.intensities = new osg::UShortArray(count);
-    chunk.classesReturns = new osg::Vec2ubArray(count);
-    for (std::size_t index = 0; index < count; ++index) {
-      const std::size_t point = static_cast<std::size_t>(first) + index;
-      const osg::Vec3f position = osg::Vec3d(_vertices.positions[point]) - origin;
-      (*chunk.positions)[index] = position;
-      (*chunk.colours)[index] = _info.hasColour ? _vertices.colours[point] : osg::Vec4ub(255, 255, 255, 255);
-      if (isFinite(position)) {
-        chunk.bounds.expandBy(position);
-      }
+  std::unique_ptr<ScanReader> again() const override { return std::make_unique<VertexReader>(*this); }
+
+  ChunkBuilder startChunk(const PointRange& points, const osg::Vec3d& origin) const override {
+    return {points, {osg::Vec3d(), -origin, ColourDepth()}};
+  }
+
+  void decode(const PointRun& run, ChunkBuilder& to) override {
+    requirePoints(_info, run.first, run.span());
+    for (std::uint32_t place = 0; place < run.count; ++place) {
+      const auto point = static_cast<std::size_t>(run.first + place * run.step);
+      to.add(_vertices->positions[point],
+             _info.hasColour ? _vertices->colours[point] : osg::Vec4ub(255, 255, 255, 255));
     }
-    return chunk;
   }
 
   osg::Vec3d coordinates(std::uint64_t point) override {
     requirePoints(_info, point, 1);
-    return _vertices.positions[static_cast<std::size_t>(point)];
+    return _vertices->positions[static_cast<std::size_t>(point)];
   }
 
   LasFrame lasFrame() override {
@@ -175,7 +172,7 @@ class VertexReader : public ScanReader {
                   std::vector<unsigned char>& records) override {
     requirePoints(_info, first, count);
     for (std::uint64_t point = first; point < first + count; ++point) {
-      const osg::Vec3f& position = _vertices.positions[static_cast<std::size_t>(point)];
+      const osg::Vec3f& position = _vertices->positions[static_cast<std::size_t>(point)];
       if (isFinite(position) && inside(position)) {
         _appendRecord(static_cast<std::size_t>(point), records);
       }
@@ -186,8 +183,8 @@ class VertexReader : public ScanReader {
   const RecordLayout& _layout() const { return *RecordLayout::of(_info.hasColour ? 2 : 0); }
 
   void _appendRecord(std::size_t index, std::vector<unsigned char>& records) const {
-    const osg::Vec3d position = osg::Vec3d(_vertices.positions[index]) - _info.origin;
-    const osg::Vec4ub& colour = _vertices.colours[index];
+    const osg::Vec3d position = osg::Vec3d(_vertices->positions[index]) - _info.origin;
+    const osg::Vec4ub& colour = _vertices->colours[index];
     LasPoint point;
     point.x = stepsIn(position.x(), _gridSteps[0]);
     point.y = stepsIn(position.y(), _gridSteps[1]);
@@ -201,7 +198,7 @@ class VertexReader : public ScanReader {
   }
 
   bool _anyBright() const {
-    return std::any_of(_vertices.colours.begin(), _vertices.colours.end(),
+    return std::any_of(_vertices->colours.begin(), _vertices->colours.end(),
                        [](const osg::Vec4ub& colour) { return colour.r() != 0 || colour.g() != 0 || colour.b() != 0; });
   }
 
@@ -210,7 +207,7 @@ class VertexReader : public ScanReader {
     osg::Vec3d origin;
     for (int axis = 0; axis < 3; ++axis) {
       std::vector<float> values;
-      for (const osg::Vec3f& position : _vertices.positions) {
+      for (const osg::Vec3f& position : _vertices->positions) {
         if (isFinite(position)) {
           values.push_back(position[axis]);
         }
@@ -226,7 +223,7 @@ class VertexReader : public ScanReader {
 
   void _setGrid() {
     osg::Vec3d reach;
-    for (const osg::Vec3f& position : _vertices.positions) {
+    for (const osg::Vec3f& position : _vertices->positions) {
       for (int axis = 0; isFinite(position) && axis < 3; ++axis) {
         reach[axis] = std::max(reach[axis], std::abs(position[axis] - _info.origin[axis]));
       }
@@ -234,7 +231,7 @@ class VertexReader : public ScanReader {
     _gridSteps = {gridStep(reach.x()), gridStep(reach.y()), gridStep(reach.z())};
   }
 
-  Vertices _vertices;
+  std::shared_ptr<const Vertices> _vertices;  // of all readers of the file
   ScanInfo _info;
   std::array<double, 3> _gridSteps{};  // of the LAS file that the points fit in
 };

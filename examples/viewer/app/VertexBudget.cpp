@@ -1,0 +1,25 @@
+#include "VertexBudget.h"
+
+#include "platform/Platform.h"
+#include "scan/LoadPlan.h"
+
+#include <algorithm>
+
+namespace QuorViewer {
+
+std::uint64_t VertexBudget::thinningFor(std::uint64_t points) const {
+  const std::uint64_t left = _mostPoints - _taken;
+  return left > 0 ? QuorViewer::thinningFor(points, left) : 0;
+}
+
+void VertexBudget::take(std::uint64_t points) {
+  _taken += std::min(points, _mostPoints - _taken);
+}
+
+std::uint64_t defaultBudgetBytes() {
+  constexpr std::uint64_t kWhereNotTold = std::uint64_t{2} << 30U;
+  const std::uint64_t machine = machineMemoryBytes();
+  return machine > 0 ? machine / 2 : kWhereNotTold;
+}
+
+}  // namespace QuorViewer

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+namespace QuorViewer {
+
+/// What the viewer asks of the operating system itself; a file for each.
+
+/// Runs `work`, which reads mapped files. Where it touches a page that its file no longer has, because the file became
+/// shorter, or that the disk cannot deliver, the work is left on the spot and the answer is the address touched.
+/// No destructor runs on the way out: inside of `work` nothing may own anything. Any thread, each for itself; not
+/// within itself.
+std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work);
+
+/// The memory that the machine, or the container that the process runs in, has in all. Bytes; 0 where it is not told.
+std::uint64_t machineMemoryBytes();
+
+}  // namespace QuorViewer

@@ -1,0 +1,48 @@
+#include "platform/Platform.h"
+
+#include <windows.h>
+
+namespace QuorViewer {
+
+namespace {
+
+struct Guard {
+  void* outside[5] = {};
+  std::uintptr_t address = 0;
+};
+
+thread_local Guard* guardOfThread = nullptr;
+
+// A file that is mapped cannot be shortened here; what is left are disks and shares that go away.
+LONG CALLBACK leaveGuardedWork(EXCEPTION_POINTERS* exception) {
+  const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
+  Guard* const guard = guardOfThread;
+  if (guard == nullptr || record.ExceptionCode != EXCEPTION_IN_PAGE_ERROR) return EXCEPTION_CONTINUE_SEARCH;
+  guard->address = static_cast<std::uintptr_t>(record.ExceptionInformation[1]);
+  __builtin_longjmp(guard->outside, 1);
+}
+
+}  // namespace
+
+std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work) {
+  static void* const installed = AddVectoredExceptionHandler(1, leaveGuardedWork);
+  static_cast<void>(installed);
+  Guard guard;
+  if (__builtin_setjmp(guard.outside) != 0) {
+    const std::uintptr_t address = guardOfThread->address;
+    guardOfThread = nullptr;
+    return address;
+  }
+  guardOfThread = &guard;
+  work();
+  guardOfThread = nullptr;
+  return std::nullopt;
+}
+
+std::uint64_t machineMemoryBytes() {
+  MEMORYSTATUSEX status = {};
+  status.dwLength = sizeof status;
+  return GlobalMemoryStatusEx(&status) != 0 ? status.ullTotalPhys : 0;
+}
+
+}  // namespace QuorViewer
