@@ -19,6 +19,15 @@ TEST(ArgumentsTest, anEmptyLineAsksForTheDefaults) {
   EXPECT_FALSE(parsed.orthographic || parsed.verbose || parsed.help || parsed.version);
 }
 
+TEST(ArgumentsTest, theMemoryIsANumberOfGibibytes) {
+  EXPECT_FALSE(parseArguments({}).memoryBytes.has_value());
+  EXPECT_EQ(parseArguments({"--memory", "2"}).memoryBytes, 2147483648U);
+  EXPECT_EQ(parseArguments({"--memory", "0.5"}).memoryBytes, 536870912U);
+  for (const char* wrong : {"0", "-1", "much", "2GiB", "nan", "inf", "1e9"}) {
+    EXPECT_THROW(parseArguments({"--memory", wrong}), ArgumentError) << wrong;
+  }
+}
+
 TEST(ArgumentsTest, filesAndOptionsMayStandInAnyOrder) {
   const Arguments parsed =
       parseArguments({"a.las", "--size", "800x600", "b.laz", "--ortho", "--colour-by", "intensity", "--point-size", "7",

@@ -36,4 +36,13 @@ TEST(FormatTest, quotesBackslashesAndControlCharactersAreEscaped) {
   EXPECT_EQ(jsonString("a \"b\" \\ \n"), "\"a \\\"b\\\" \\\\ \\u000a\"");
 }
 
+TEST(FormatTest, ordinalsEndAsTheyAreSpoken) {
+  const std::pair<std::uint64_t, const char*> spoken[] = {
+      {1, "1st"},   {2, "2nd"},   {3, "3rd"},     {4, "4th"},     {11, "11th"},     {12, "12th"},
+      {13, "13th"}, {21, "21st"}, {102, "102nd"}, {111, "111th"}, {1003, "1,003rd"}};
+  for (const auto& [number, words] : spoken) {
+    EXPECT_EQ(ordinal(number), words);
+  }
+}
+
 }  // namespace

@@ -1,4 +1,5 @@
 #include "ScanBytes.h"
+#include "scan/ChunkBuilder.h"
 #include "scan/Scan.h"
 
 #include <gmock/gmock.h>
@@ -136,6 +137,24 @@ TEST_P(LazReaderOfEachPointFormat, everyPointReadsAsItWasWrittenInWhateverOrder)
   }
   const Point& last = points.back();
   EXPECT_EQ(reader->coordinates(2499), osg::Vec3d(last.x * 0.01 + 1000, last.y * 0.01 + 2000, last.z * 0.001 + 30));
+}
+
+TEST_P(LazReaderOfEachPointFormat, everyNthPointReadsAlikeThroughAnotherReaderThatOutlivesTheFirst) {
+  const std::vector<Point> points = ScanBytes::variedPoints(2500, _format);
+  const std::string path = _folder.path("scan.laz");
+  writeLaz(path, _settings, points, 1000);
+  auto first = ScanReader::open(path);
+  const auto reader = first->again();
+  first.reset();
+  EXPECT_EQ(reader->entryPoints(), 1000U);
+  const QuorViewer::PointRange range = {1000, 20, 70, 10, 800};  // two runs of ten
+  QuorViewer::ChunkBuilder builder = reader->startChunk(range, osg::Vec3d());
+  QuorViewer::forEachRun(range, [&](const QuorViewer::PointRun& run) { reader->decode(run, builder); });
+  const PointChunk chunk = builder.finish();
+  ASSERT_EQ(chunk.positions->size(), 20U);
+  for (std::size_t place = 0; place < 20; ++place) {
+    expectPoint(chunk, place, points[1000 + place / 10 * 800 + place % 10 * 70], _settings);
+  }
 }
 
 /// The points of `LazReaderTest::_small`, read backwards in parts.

@@ -1,4 +1,5 @@
 #include "ScanBytes.h"
+#include "scan/ChunkBuilder.h"
 #include "scan/Scan.h"
 
 #include <gmock/gmock.h>
@@ -117,6 +118,35 @@ TEST_F(ScanReaderTest, aRangeInTheMiddleReadsJustItsPoints) {
   for (const std::size_t index : {0U, 1U, 500U, 989U}) {
     expectPoint(chunk, index, points[99000 + index], 1);
   }
+}
+
+TEST_F(ScanReaderTest, everyNthPointReadsAlikeThroughAnotherReaderThatOutlivesTheFirst) {
+  const std::vector<Point> points = ScanBytes::variedPoints(100000, 3);
+  for (const std::uint64_t step : {1U, 7U, 9999U}) {
+    auto first = _open({2, 3}, points);
+    const auto reader = first->again();
+    first.reset();
+    const QuorViewer::PointRun run = {9, step, 10};
+    QuorViewer::ChunkBuilder builder = reader->startChunk({run.first, run.count, run.step}, osg::Vec3d());
+    reader->decode(run, builder);
+    const PointChunk chunk = builder.finish();
+    ASSERT_EQ(chunk.positions->size(), 10U);
+    for (std::size_t place = 0; place < 10; ++place) expectPoint(chunk, place, points[9 + place * step], 3);
+  }
+}
+
+TEST_F(ScanReaderTest, aChunkThatIsNotFilledEndsWithItsLastPoint) {
+  const std::vector<Point> points = ScanBytes::variedPoints(100, 0);
+  const auto reader = _open({2, 0}, points);
+  QuorViewer::ChunkBuilder builder = reader->startChunk({0, 100}, osg::Vec3d());
+  reader->decode({0, 1, 30}, builder);
+  EXPECT_EQ(builder.filledPoints(), 30U);
+  const PointChunk chunk = builder.finish();
+  EXPECT_EQ(chunk.points.count, 30U);
+  EXPECT_EQ(chunk.positions->size(), 30U);
+  EXPECT_EQ(chunk.colours->size(), 30U);
+  EXPECT_EQ(chunk.intensities->size(), 30U);
+  EXPECT_EQ(chunk.classesReturns->size(), 30U);
 }
 
 TEST_F(ScanReaderTest, theBoundsAreThoseOfTheChunksOwnPoints) {

@@ -33,6 +33,7 @@ osg::Vec3f placeOf(int point) {
 PointChunk createChunk() {
   PointChunk chunk;
   chunk.points.first = kFirstPoint;
+  chunk.points.count = kColumns * kRows;
   chunk.positions = new osg::Vec3Array;
   chunk.colours = new osg::Vec4ubArray;
   chunk.intensities = new osg::UShortArray;

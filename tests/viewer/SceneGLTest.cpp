@@ -39,6 +39,24 @@ TEST_F(SceneGLTest, everyAttachmentHoldsWhatTheScanSaysOfThePoint) {
   expectEveryPointIsCaptured();
 }
 
+// Runs of three points, every second of the file's, a thousand apart: 0, 2, 4, 1000, 1002, …
+TEST_F(SceneGLTest, pointsOfAThinnedChunkAreIdentifiedByTheirPlaceInTheFile) {
+  PointChunk chunk = createChunk();
+  chunk.points.step = 2;
+  chunk.points.perRun = 3;
+  chunk.points.runStep = 1000;
+  _scene->cloud.add(3, chunk);
+  _scene->cloud.node()->getChild(0)->setNodeMask(0);
+  draw();
+  for (unsigned int point = 0; point < kColumns * kRows; ++point) {
+    const unsigned int* identifier = &frame().getItemIDBuffer()[pixelOf(placeOf(static_cast<int>(point))) * 4];
+    const std::uint64_t index = kFirstPoint + point / 3 * 1000 + point % 3 * 2;
+    EXPECT_EQ(identifier[0], 3U);
+    EXPECT_EQ(identifier[1], static_cast<unsigned int>(index & 0xFFFFFFFFU)) << point;
+    EXPECT_EQ(identifier[2], static_cast<unsigned int>(index >> 32U)) << point;
+  }
+}
+
 TEST_F(SceneGLTest, theBackgroundIsZeroInEveryIdentifierAttachmentAndFarthestInDepth) {
   const std::size_t corner = static_cast<std::size_t>(width() * (height() - 1));
   EXPECT_EQ(frame().getDepthBuffer()[corner], 1.0F);

@@ -174,6 +174,10 @@ void ViewerProcess::key(const std::string& name) {
   _control("key " + name);
 }
 
+void ViewerProcess::type(const std::string& text) {
+  _control("type --delay 30 '" + text + "'");
+}
+
 void ViewerProcess::resizeWindow(int width, int height) {
   _control("windowsize " + _window + " " + std::to_string(width) + " " + std::to_string(height));
 }

@@ -47,6 +47,7 @@ class ViewerProcess {
   void release(int button);
   void click(int button);
   void key(const std::string& name);
+  void type(const std::string& text);
   void resizeWindow(int width, int height);
 
  private:

@@ -142,8 +142,8 @@ TEST_F(ViewerTest, escapeQuitsWithSuccess) {
 }
 
 TEST_F(ViewerTest, closingWhileLoadingIsClean) {
-  writeHollowLasFile(path("long.las"), 40000000);
-  start({"--verbose", path("long.las")});
+  writeHollowLasFile(path("long.las"), 200000000);
+  start({"--verbose", "--memory", "6", path("long.las")});
   ASSERT_TRUE(_viewer->findWindow("quor_viewer: long.las"));
   ASSERT_NE(_viewer->waitForLine("view"),
             "");  // keys that come before the window's first frame are dropped by the engine
@@ -167,6 +167,73 @@ TEST_F(ViewerTest, severalFilesAppearInTheirCommonFrame) {
   EXPECT_THAT(line, HasSubstr("point 24 of b.las"));
   EXPECT_THAT(line, HasSubstr("picked " + inMetres(coordinatesOf(inSecond).x()) + " "));
   EXPECT_THAT(line, HasSubstr("distance 100.00"));
+}
+
+TEST_F(ViewerTest, aFileCutWhileItLoadsIsNamedWithTheByteAndTheViewerLivesOn) {
+  constexpr std::uintmax_t kEnd = 20000007;
+  writeHollowLasFile(path("cut.las"), 200000000);
+  start({"--verbose", "--memory", "1", path("cut.las")});
+  ASSERT_TRUE(_viewer->findWindow("quor_viewer: cut.las"));
+  std::filesystem::resize_file(path("cut.las"), kEnd);
+  EXPECT_EQ(
+      _viewer->waitForLine("quor_viewer:"),
+      "quor_viewer: " + path("cut.las") + ": the file ended while it was being read, at byte " + std::to_string(kEnd));
+  EXPECT_NE(_viewer->waitForLine("loaded"), "");
+  _viewer->settle();
+  _viewer->movePointer(400, 300);
+  _viewer->key("Escape");
+  EXPECT_EQ(_viewer->exitStatus(), 0);
+}
+
+TEST_F(ViewerTest, aScanCanBeAddedByItsPathWhileAnotherStillLoads) {
+  constexpr unsigned int kLong = 20000000;
+  writeHollowLasFile(path("long.las"), kLong);
+  writeLasFile(path("b.las"), gridPoints(), 0.0, 0.0);
+  start({"--verbose", "--memory", "6", "--size", "320x240", path("long.las")});
+  ASSERT_TRUE(_viewer->findWindow("quor_viewer: long.las"));
+  ASSERT_NE(_viewer->waitForLine("view"), "");
+  _viewer->movePointer(100, 100);
+  _viewer->key("a");
+  _viewer->type(path("x.las"));
+  _viewer->key("BackSpace BackSpace BackSpace BackSpace BackSpace");
+  _viewer->type("b.las");
+  _viewer->key("Return");
+  EXPECT_EQ(_viewer->waitForLine("adding"), "adding " + path("b.las"));
+  EXPECT_EQ(_viewer->output().find("loaded"), std::string::npos) << "the first had been loaded already";
+  EXPECT_EQ(_viewer->waitForLine("loaded", std::chrono::seconds(120)),
+            "loaded " + std::to_string(kLong + 49) + " points");
+}
+
+TEST_F(ViewerTest, aPathThatLeadsToNoScanIsToldOfAndChangesNothing) {
+  showGrid();
+  _viewer->movePointer(400, 300);
+  _viewer->key("a");
+  _viewer->type("/nowhere.las");
+  _viewer->key("Return");
+  EXPECT_EQ(_viewer->waitForLine("quor_viewer:"), "quor_viewer: /nowhere.las: there is no such file");
+  expectClickReports(24);
+}
+
+TEST_F(ViewerTest, aScanThatIsTooLargeForTheMemoryIsThinnedAndPicksStayExact) {
+  constexpr int kPoints = 6000;  // 2,684 fit into 0.0001 GiB
+  _points.clear();
+  for (int number = 0; number < kPoints; ++number) {
+    _points.push_back(
+        {number % 100 * 100, number / 100 * 100, number % 13, static_cast<std::uint16_t>(1000 + number), 2});
+  }
+  writeLasFile(path("dense.las"), _points, kOffsetX, kOffsetY);
+  start({"--verbose", "--memory", "0.0001", "--point-size", "5", "--size", "800x600", path("dense.las")});
+  ASSERT_TRUE(_viewer->findWindow("quor_viewer: dense.las"));
+  EXPECT_EQ(_viewer->waitForLine("showing"),
+            "showing every 3rd point of dense.las: 2,000 of 6,000, to fit into 0.000 GiB");
+  waitUntilLoaded(2000);
+  for (const std::size_t number : {3000U, 2925U, 3036U}) {
+    const osg::Vec3d place = coordinatesOf(_points[number]);
+    const std::string line = clickAt(pixelOf(_points[number]));
+    EXPECT_THAT(line, HasSubstr("picked " + inMetres(place.x()) + " " + inMetres(place.y()) + " "));
+    EXPECT_THAT(line, HasSubstr(" intensity " + std::to_string(1000 + number) + " "));
+    EXPECT_THAT(line, HasSubstr(" point " + std::to_string(number) + " of dense.las"));
+  }
 }
 
 TEST_F(ViewerTest, whatCannotBeShownIsNamedAndEndsWithFailure) {

@@ -1,0 +1,140 @@
+#include "scan/LoadPlan.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <vector>
+
+namespace {
+
+using namespace QuorViewer;
+
+struct Case {
+  const char* name;
+  std::uint64_t points;
+  std::uint64_t entry;
+  std::uint64_t thinning;
+};
+
+constexpr LoadSizes kSmallSizes = {1000, 300, 64, 8};
+
+std::vector<std::uint64_t> indicesOf(const PointRange& range) {
+  std::vector<std::uint64_t> indices;
+  forEachRun(range, [&](const PointRun& run) {
+    for (std::uint32_t place = 0; place < run.count; ++place) indices.push_back(run.first + place * run.step);
+  });
+  return indices;
+}
+
+class LoadPlanOf : public testing::TestWithParam<Case> {
+ protected:
+  std::vector<PlannedChunk> plan() const {
+    return planLoad(GetParam().points, GetParam().entry, GetParam().thinning, kSmallSizes);
+  }
+  bool hasSample() const { return !plan().empty() && plan().front().turn == Turn::First; }
+};
+
+TEST_P(LoadPlanOf, everyThinningthPointIsReadOnceAndNoOther) {
+  std::map<std::uint64_t, int> reads;
+  for (const PlannedChunk& chunk : plan()) {
+    for (const std::uint64_t index : indicesOf(chunk.points)) ++reads[index];
+  }
+  std::map<std::uint64_t, int> wanted;
+  for (std::uint64_t index = 0; index < GetParam().points; index += GetParam().thinning) wanted[index] = 1;
+  EXPECT_EQ(reads, wanted);
+  EXPECT_EQ(thinnedCount(GetParam().points, GetParam().thinning), wanted.size());
+}
+
+TEST_P(LoadPlanOf, aPlaceInAChunkTellsThePointOfTheFile) {
+  for (const PlannedChunk& chunk : plan()) {
+    const std::vector<std::uint64_t> indices = indicesOf(chunk.points);
+    ASSERT_EQ(indices.size(), chunk.points.count);
+    for (std::uint32_t place = 0; place < chunk.points.count; ++place) {
+      EXPECT_EQ(chunk.points.at(place), indices[place]);
+    }
+  }
+}
+
+TEST_P(LoadPlanOf, noChunkIsLargerThanAllowedOrEmpty) {
+  for (const PlannedChunk& chunk : plan()) {
+    EXPECT_GE(chunk.points.count, 1U);
+    EXPECT_LE(chunk.points.count, kSmallSizes.chunk);
+  }
+}
+
+TEST_P(LoadPlanOf, theSampleComesFirstAndFromAllOverTheScan) {
+  if (!hasSample()) {
+    for (const PlannedChunk& chunk : plan()) EXPECT_EQ(chunk.turn, Turn::Plain);
+    return;
+  }
+  std::vector<std::uint64_t> sample;
+  bool later = false;
+  for (const PlannedChunk& chunk : plan()) {
+    EXPECT_FALSE(later && chunk.turn == Turn::First);
+    later = chunk.turn == Turn::Later;
+    const std::vector<std::uint64_t> indices = indicesOf(chunk.points);
+    if (!later) sample.insert(sample.end(), indices.begin(), indices.end());
+  }
+  EXPECT_LE(sample.size(), 2 * kSmallSizes.sample);
+  EXPECT_EQ(sample.front(), 0U);
+  const std::uint64_t widest = GetParam().points / kSmallSizes.fewestRuns + 1;
+  for (std::size_t place = 1; place < sample.size(); ++place) EXPECT_LE(sample[place] - sample[place - 1], widest);
+  EXPECT_GE(sample.back() + 2 * widest, GetParam().points);
+}
+
+TEST_P(LoadPlanOf, theSampleEntersWhereReadingCanBegin) {
+  for (const PlannedChunk& chunk : plan()) {
+    if (chunk.turn != Turn::First) continue;
+    forEachRun(chunk.points, [](const PointRun& run) { EXPECT_EQ(run.first % GetParam().entry, 0U); });
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, LoadPlanOf,
+                         testing::Values(Case{"nothing", 0, 1, 1}, Case{"one", 1, 1, 1}, Case{"small", 1999, 1, 1},
+                                         Case{"large", 100003, 1, 1}, Case{"thinned", 100003, 1, 7},
+                                         Case{"thinnedToOne", 500, 1, 500}, Case{"thinnedBeyond", 500, 1, 10000},
+                                         Case{"compressed", 100003, 500, 1}, Case{"compressedThinned", 100003, 500, 3},
+                                         Case{"compressedInLargePieces", 100003, 5000, 1},
+                                         Case{"compressedWhole", 100003, 100003, 1},
+                                         Case{"compressedWholeThinned", 100003, 100003, 9}),
+                         [](const auto& one) { return std::string(one.param.name); });
+
+TEST(LoadPlanTest, aLargeScanHasASampleAndOneThatCannotBeEnteredHasNone) {
+  EXPECT_EQ(planLoad(100003, 500, 1, kSmallSizes).front().turn, Turn::First);
+  EXPECT_EQ(planLoad(100003, 100003, 1, kSmallSizes).front().turn, Turn::Plain);
+  EXPECT_EQ(planLoad(100000000, 1, 1).front().turn, Turn::First);
+}
+
+TEST(LoadPlanTest, noIndexOfAChunkLiesFartherBehindTheFirstThanThirtyTwoBitsTell) {
+  const std::uint64_t points = std::uint64_t{1} << 40U;
+  for (const std::uint64_t thinning : {std::uint64_t{1} << 14U, std::uint64_t{1} << 20U}) {
+    for (const PlannedChunk& chunk : planLoad(points, 1, thinning)) {
+      ASSERT_LT(chunk.points.at(chunk.points.count - 1) - chunk.points.first, std::uint64_t{1} << 32U);
+    }
+  }
+}
+
+TEST(LoadPlanTest, theLeastThinningThatFitsIsFound) {
+  EXPECT_EQ(thinningFor(100, 100), 1U);
+  EXPECT_EQ(thinningFor(101, 100), 2U);
+  EXPECT_EQ(thinningFor(0, 100), 1U);
+  EXPECT_EQ(thinningFor(1000, 1), 1000U);
+  for (const std::uint64_t points : {12345U, 99999U}) {
+    for (const std::uint64_t most : {1U, 7U, 5000U}) {
+      EXPECT_LE(thinnedCount(points, thinningFor(points, most)), most);
+    }
+  }
+}
+
+TEST(PointRunTest, whatComesBeforeAPointIsCounted) {
+  const PointRun run = {100, 10, 5};  // 100, 110, 120, 130, 140
+  EXPECT_EQ(run.span(), 41U);
+  EXPECT_EQ(run.before(100).count, 0U);
+  EXPECT_EQ(run.before(101).count, 1U);
+  EXPECT_EQ(run.before(120).count, 2U);
+  EXPECT_EQ(run.before(121).count, 3U);
+  EXPECT_EQ(run.before(1000).count, 5U);
+  EXPECT_EQ((PointRun{5, 1, 0}).span(), 0U);
+}
+
+}  // namespace

@@ -1,0 +1,276 @@
+#include "LasFile.h"
+#include "ScanBytes.h"
+#include "ScanLoader.h"
+
+#include <QuorOsgUtils/FileManager.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <map>
+#include <thread>
+
+namespace {
+
+using namespace QuorTests;
+using namespace QuorViewer;
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr std::uint64_t kPlenty = std::uint64_t{1} << 30U;
+constexpr std::uint64_t kHeaderBytes = 227;
+constexpr std::uint64_t kRecordBytes = 20;
+
+std::vector<LasFilePoint> manyPoints(int count) {
+  std::vector<LasFilePoint> points;
+  for (int number = 0; number < count; ++number) {
+    points.push_back({number % 1009 * 3, number / 1009 * 5, number % 77, static_cast<std::uint16_t>(number % 60000),
+                      static_cast<std::uint8_t>(number % 7)});
+  }
+  return points;
+}
+
+/// Holds the manager's worker up until it is opened.
+class Gate : public QuorOsgUtils::FileCmd {
+ public:
+  explicit Gate(std::shared_future<void> opened) : FileCmd("gate", High), _opened(std::move(opened)) {
+    setAutoDelete(true);
+  }
+  void operator()(const QuorOsgUtils::FileProxy* /*proxy*/, QuorOsgUtils::FileManager* /*manager*/) override {
+    _opened.wait();
+  }
+
+ private:
+  std::shared_future<void> _opened;
+};
+
+class ScanLoaderTest : public testing::Test {
+ protected:
+  using Found = std::map<std::pair<unsigned int, std::uint64_t>, osg::Vec3d>;
+
+  std::string write(const std::string& name, const std::vector<LasFilePoint>& points) {
+    writeLasFile(_folder.path(name), points, 5000.0, 7000.0);
+    return _folder.path(name);
+  }
+
+  void load(const std::vector<std::string>& paths, std::uint64_t budget = kPlenty) {
+    _scans = std::make_unique<ScanSet>(paths);
+    _loader = std::make_unique<ScanLoader>(
+        *_scans, budget,
+        ScanLoader::Listener{[this](unsigned int scan, const PointChunk& chunk) { take(scan, chunk); },
+                             [this](const std::string& error) { _errors.push_back(error); },
+                             [this](const std::string& note) { _notes.push_back(note); }});
+  }
+  void holdUp() { QuorOsgUtils::FileManager::getInstance()->push(new Gate(_open.get_future().share())); }
+  void letGo() { _open.set_value(); }
+
+  void take(unsigned int scan, const PointChunk& chunk) {
+    ASSERT_EQ(chunk.positions->size(), chunk.points.count);
+    for (std::uint32_t place = 0; place < chunk.points.count; ++place) {
+      const osg::Vec3d position = osg::Vec3d((*chunk.positions)[place]) + _scans->origin();
+      EXPECT_TRUE(_found.emplace(std::pair(scan, chunk.points.at(place)), position).second) << "drawn twice";
+      EXPECT_TRUE(chunk.bounds.contains((*chunk.positions)[place]));
+    }
+  }
+  void finish() {
+    const auto end = std::chrono::steady_clock::now() + 60s;
+    while (!_loader->finished() && std::chrono::steady_clock::now() < end) {
+      if (!_loader->step(10ms)) std::this_thread::sleep_for(1ms);
+    }
+    ASSERT_TRUE(_loader->finished());
+    EXPECT_EQ(_loader->pointsRead(), _found.size());
+  }
+  void expectPoint(unsigned int scan, std::uint64_t index, const LasFilePoint& point) {
+    const auto found = _found.find({scan, index});
+    ASSERT_NE(found, _found.end()) << index;
+    const osg::Vec3d exact(point.x * kLasFileScale + 5000.0, point.y * kLasFileScale + 7000.0, point.z * kLasFileScale);
+    EXPECT_LT((found->second - exact).length(), 1e-3) << index;
+  }
+
+  ScanBytes::Folder _folder;
+  std::promise<void> _open;
+  std::unique_ptr<ScanSet> _scans;
+  std::unique_ptr<ScanLoader> _loader;
+  Found _found;
+  std::vector<std::string> _errors;
+  std::vector<std::string> _notes;
+};
+
+TEST_F(ScanLoaderTest, everyPointOfEveryScanArrivesOnceInItsPlace) {
+  const std::vector<LasFilePoint> points = manyPoints(300000);
+  load({write("a.las", points), write("b.las", manyPoints(10))});
+  _loader->start();
+  EXPECT_EQ(_loader->pointsPlanned(), 300010U);
+  finish();
+  EXPECT_EQ(_found.size(), 300010U);
+  for (const std::uint64_t index : {0U, 1U, 262143U, 262144U, 299999U}) expectPoint(1, index, points[index]);
+  EXPECT_THAT(_errors, ElementsAre());
+  EXPECT_THAT(_notes, ElementsAre());
+  EXPECT_FALSE(_loader->failed());
+}
+
+TEST_F(ScanLoaderTest, theSummaryIsThatOfThePoints) {
+  load({write("a.las", manyPoints(60000))});
+  _loader->start();
+  finish();
+  const CloudSummary& summary = _loader->summary();
+  EXPECT_THAT(summary.classifications, ElementsAre(0U, 1U, 2U, 3U, 4U, 5U, 6U));
+  const double origin = _scans->origin().z();
+  EXPECT_NEAR(summary.elevations.first + origin, 0.0, 0.011);
+  EXPECT_NEAR(summary.elevations.second + origin, 0.76, 0.011);
+  EXPECT_NEAR(summary.intensities.first, 0.003 * 60000, 60.0);
+  EXPECT_NEAR(summary.intensities.second, 0.997 * 60000, 60.0);
+  EXPECT_GT(summary.places.size(), 8000U);
+}
+
+TEST_F(ScanLoaderTest, aScanLargerThanTheBudgetIsThinnedEvenlyAndToldOf) {
+  const std::vector<LasFilePoint> points = manyPoints(100000);
+  load({write("a.las", points)}, 40 * 30000);
+  _loader->start();
+  finish();
+  ASSERT_EQ(_found.size(), 25000U);
+  for (const auto& [place, position] : _found) EXPECT_EQ(place.second % 4, 0U);
+  expectPoint(1, 99996, points[99996]);
+  EXPECT_THAT(_notes, ElementsAre("showing every 4th point of a.las: 25,000 of 100,000, to fit into 0.001 GiB"));
+  EXPECT_EQ(_loader->thinning(), 4U);
+}
+
+TEST_F(ScanLoaderTest, scansAddedLaterGetWhatIsLeftAndWhereNothingIsLeftAreRefused) {
+  load({write("a.las", manyPoints(1000))}, 40 * 1100);
+  _loader->start();
+  _scans->add(write("b.las", manyPoints(400)));
+  _loader->start();
+  _scans->add(write("c.las", manyPoints(400)));
+  _loader->start();
+  finish();
+  EXPECT_EQ(_found.size(), 1100U);
+  EXPECT_THAT(_notes, ElementsAre(HasSubstr("every 4th point of b.las: 100 of 400")));
+  EXPECT_THAT(_errors, ElementsAre(HasSubstr("c.las: none of its points fits")));
+}
+
+TEST_F(ScanLoaderTest, recordsBeyondFourGibibytesArrive) {
+  const std::vector<LasFilePoint> points = manyPoints(100);
+  constexpr std::uint32_t kOffset = 4294967000U;
+  const std::string near = write("near.las", points);
+  std::string bytes(static_cast<std::size_t>(std::filesystem::file_size(near)), '\0');
+  std::ifstream(near, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  for (unsigned byte = 0; byte < 4; ++byte) bytes[96 + byte] = static_cast<char>(kOffset >> (8 * byte) & 0xFFU);
+  std::ofstream far(_folder.path("far.las"), std::ios::binary);
+  far.write(bytes.data(), static_cast<std::streamsize>(kHeaderBytes));
+  far.seekp(kOffset);
+  far.write(bytes.data() + kHeaderBytes, static_cast<std::streamsize>(bytes.size() - kHeaderBytes));
+  far.close();
+  ASSERT_GT(std::filesystem::file_size(_folder.path("far.las")), std::uint64_t{1} << 32U);
+  load({_folder.path("far.las")});
+  _loader->start();
+  finish();
+  ASSERT_EQ(_found.size(), 100U);
+  for (std::size_t index = 0; index < points.size(); ++index) expectPoint(1, index, points[index]);
+}
+
+TEST_F(ScanLoaderTest, aFileCutWhileItLoadsIsToldWithItsByteAndTheOtherScansGoOn) {
+  const std::vector<LasFilePoint> points = manyPoints(700000);
+  load({write("cut.las", points), write("whole.las", manyPoints(50))});
+  holdUp();
+  _loader->start();
+  const std::uint64_t end = kHeaderBytes + 600001 * kRecordBytes + 7;
+  std::filesystem::resize_file(_folder.path("cut.las"), end);
+  letGo();
+  finish();
+  EXPECT_THAT(_errors, ElementsAre(_folder.path("cut.las") + ": the file ended while it was being read, at byte " +
+                                   std::to_string(end)));
+  EXPECT_TRUE(_loader->failed());
+  EXPECT_EQ(_found.size(), 600001U + 50U);
+  for (const std::uint64_t index : {0U, 524288U, 600000U}) expectPoint(1, index, points[index]);
+  EXPECT_EQ(_found.count({1, 600001}), 0U);
+}
+
+TEST_F(ScanLoaderTest, aFileEmptiedWhileItLoadsLeavesTheLoaderAlive) {
+  load({write("gone.las", manyPoints(300000))});
+  holdUp();
+  _loader->start();
+  std::filesystem::resize_file(_folder.path("gone.las"), 0);
+  letGo();
+  finish();
+  EXPECT_THAT(_errors, ElementsAre(HasSubstr("at byte 0")));
+  EXPECT_TRUE(_found.empty());
+}
+
+TEST_F(ScanLoaderTest, aFileCutBeforeItIsMappedIsToldAsWell) {
+  load({write("cut.las", manyPoints(1000))});
+  std::filesystem::resize_file(_folder.path("cut.las"), kHeaderBytes + 400 * kRecordBytes);
+  _loader->start();
+  finish();
+  EXPECT_EQ(_found.size(), 400U);
+  EXPECT_THAT(_errors, ElementsAre(HasSubstr("at byte " + std::to_string(kHeaderBytes + 400 * kRecordBytes))));
+}
+
+TEST_F(ScanLoaderTest, aFileWhoseNameGoesAwayStillLoads) {
+  load({write("unlinked.las", manyPoints(1000))});
+  holdUp();
+  _loader->start();
+  std::filesystem::remove(_folder.path("unlinked.las"));
+  letGo();
+  finish();
+  EXPECT_EQ(_found.size(), 1000U);
+  EXPECT_THAT(_errors, ElementsAre());
+}
+
+TEST_F(ScanLoaderTest, aCancelledScanIsDroppedAndTheOthersGoOn) {
+  load({write("dropped.las", manyPoints(300000)), write("kept.las", manyPoints(50))});
+  holdUp();
+  _loader->start();
+  _loader->cancel(1);
+  letGo();
+  finish();
+  EXPECT_EQ(_found.size(), 50U);
+  EXPECT_EQ(_found.begin()->first.first, 2U);
+}
+
+TEST_F(ScanLoaderTest, theEndOfTheLoaderDropsWhatIsStillToBeRead) {
+  writeHollowLasFile(_folder.path("long.las"), 200000000);
+  load({_folder.path("long.las")}, std::uint64_t{16} << 30U);
+  _loader->start();
+  const auto start = std::chrono::steady_clock::now();
+  _loader.reset();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+}
+
+TEST_F(ScanLoaderTest, aSampleOfALargeScanComesBeforeTheRestOfAnother) {
+  writeHollowLasFile(_folder.path("one.las"), 4000000);
+  writeHollowLasFile(_folder.path("other.las"), 4000000);
+  _scans = std::make_unique<ScanSet>(std::vector{_folder.path("one.las"), _folder.path("other.las")});
+  std::vector<unsigned int> arrivals;  // the scans of the chunks
+  _loader = std::make_unique<ScanLoader>(
+      *_scans, kPlenty,
+      ScanLoader::Listener{[&](unsigned int scan, const PointChunk& /*chunk*/) { arrivals.push_back(scan); },
+                           [](const std::string&) {}, [](const std::string&) {}});
+  holdUp();
+  _loader->start();
+  letGo();
+  while (!_loader->finished()) {
+    if (!_loader->step(10ms)) std::this_thread::sleep_for(1ms);
+  }
+  const auto second = std::find(arrivals.begin(), arrivals.end(), 2U);
+  ASSERT_NE(second, arrivals.end());
+  const auto after = std::find(second, arrivals.end(), 1U);
+  EXPECT_NE(after, arrivals.end()) << "the second scan's sample waited for the whole of the first";
+  EXPECT_EQ(_loader->pointsRead(), 8000000U);
+}
+
+TEST_F(ScanLoaderTest, formatsWithoutPlainRecordsComeThroughTheirReader) {
+  std::ofstream asc(_folder.path("points.asc"));
+  for (int number = 0; number < 100; ++number) asc << number << ' ' << number * 2 << ' ' << number % 5 << '\n';
+  asc.close();
+  load({_folder.path("points.asc")}, 40 * 34);
+  _loader->start();
+  finish();
+  EXPECT_EQ(_found.size(), 34U);
+  EXPECT_LT((_found.at({1, 99}) - osg::Vec3d(99, 198, 4)).length(), 1e-3);
+}
+
+}  // namespace

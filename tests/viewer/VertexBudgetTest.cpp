@@ -1,0 +1,38 @@
+#include "VertexBudget.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using QuorViewer::VertexBudget;
+
+TEST(VertexBudgetTest, whatFitsIsNotThinned) {
+  EXPECT_EQ(VertexBudget(40 * 1000).thinningFor(1000), 1U);
+  EXPECT_EQ(VertexBudget(40 * 1000).thinningFor(0), 1U);
+}
+
+TEST(VertexBudgetTest, whatDoesNotFitIsThinnedJustAsFarAsItMust) {
+  EXPECT_EQ(VertexBudget(40 * 1000 - 1).thinningFor(1000), 2U);
+  EXPECT_EQ(VertexBudget(40 * 1000).thinningFor(3000), 3U);
+  EXPECT_EQ(VertexBudget(40 * 1000).thinningFor(3001), 4U);
+  EXPECT_EQ(VertexBudget(std::uint64_t{1} << 30U).thinningFor(130000000), 5U);  // 26,843,545 points fit
+}
+
+TEST(VertexBudgetTest, laterScansGetWhatTheFirstLeft) {
+  VertexBudget budget(40 * 1000);
+  budget.take(900);
+  EXPECT_EQ(budget.thinningFor(100), 1U);
+  EXPECT_EQ(budget.thinningFor(1000), 10U);
+  budget.take(100);
+  EXPECT_EQ(budget.thinningFor(1), 0U);
+}
+
+TEST(VertexBudgetTest, aBudgetOfNothingHoldsNoPoint) {
+  EXPECT_EQ(VertexBudget(39).thinningFor(1), 0U);
+}
+
+TEST(VertexBudgetTest, theDefaultIsSomeMemory) {
+  EXPECT_GT(QuorViewer::defaultBudgetBytes(), std::uint64_t{1} << 23U);
+}
+
+}  // namespace
