@@ -23,7 +23,8 @@ echo "large_scan.sh: writing $points points"
 build/release/bin/quor_make_scan "$folder/large.las" --points "$points" >/dev/null 2>&1
 du -h --apparent-size "$folder/large.las"
 
-display=(env LIBGL_ALWAYS_SOFTWARE=1 xvfb-run -a -s '-screen 0 1920x1200x24 -noreset -nolisten tcp')
+# With threads of its own the software driver queues 2 GiB of pictures, however few points there are.
+display=(env LIBGL_ALWAYS_SOFTWARE=1 LP_NUM_THREADS=0 xvfb-run -a -s '-screen 0 1920x1200x24 -noreset -nolisten tcp')
 [ -z "${DISPLAY:-}" ] || display=()
 # The shell's own number becomes the viewer's.
 "${display[@]}" bash -c 'echo $$ >"$1/pid"; exec "${@:2}"' bash "$folder" \

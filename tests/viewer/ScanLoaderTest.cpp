@@ -135,7 +135,7 @@ TEST_F(ScanLoaderTest, aScanLargerThanTheBudgetIsThinnedEvenlyAndToldOf) {
   ASSERT_EQ(_found.size(), 25000U);
   for (const auto& [place, position] : _found) EXPECT_EQ(place.second % 4, 0U);
   expectPoint(1, 99996, points[99996]);
-  EXPECT_THAT(_notes, ElementsAre("showing every 4th point of a.las: 25,000 of 100,000, to fit into 0.001 GiB"));
+  EXPECT_THAT(_notes, ElementsAre("showing every 4th point of a.las: 25,000 of 100,000, to fit into 0.0011 GiB"));
   EXPECT_EQ(_loader->thinning(), 4U);
 }
 
@@ -260,6 +260,30 @@ TEST_F(ScanLoaderTest, aSampleOfALargeScanComesBeforeTheRestOfAnother) {
   const auto after = std::find(second, arrivals.end(), 1U);
   EXPECT_NE(after, arrivals.end()) << "the second scan's sample waited for the whole of the first";
   EXPECT_EQ(_loader->pointsRead(), 8000000U);
+}
+
+TEST_F(ScanLoaderTest, theSampleOfALargeScanIsHandedOutBeforeTheRestAndToldOf) {
+  writeHollowLasFile(_folder.path("large.las"), 4000000);
+  _scans = std::make_unique<ScanSet>(std::vector{_folder.path("large.las")});
+  std::uint64_t reach = 0;
+  _loader = std::make_unique<ScanLoader>(*_scans, kPlenty,
+                                         ScanLoader::Listener{[&](unsigned int /*scan*/, const PointChunk& chunk) {
+                                                                reach = std::max(
+                                                                    reach, chunk.points.at(chunk.points.count - 1));
+                                                              },
+                                                              [](const std::string&) {}, [](const std::string&) {}});
+  _loader->start();
+  while (!_loader->finished() && !_loader->takeSampleEnd()) {
+    if (!_loader->step(10s)) std::this_thread::sleep_for(1ms);
+  }
+  EXPECT_LT(_loader->pointsRead(), 2000000U);
+  EXPECT_GT(reach, 3900000U);
+  EXPECT_GT(_loader->summary().places.size(), 1000U);
+  while (!_loader->finished()) {
+    if (!_loader->step(10s)) std::this_thread::sleep_for(1ms);
+    EXPECT_FALSE(_loader->takeSampleEnd());
+  }
+  EXPECT_EQ(_loader->pointsRead(), 4000000U);
 }
 
 TEST_F(ScanLoaderTest, formatsWithoutPlainRecordsComeThroughTheirReader) {

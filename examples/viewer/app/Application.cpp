@@ -201,7 +201,7 @@ bool Application::_loadALittle() {
   }
   if (_loader.finished()) {
     _finishLoading();
-  } else if (_loader.pointsRead() != _pointsShown && _isProgressDue()) {
+  } else if (_loader.takeSampleEnd() || (_loader.pointsRead() != _pointsShown && _isProgressDue())) {
     _showProgress();
   }
   return cameSome;
@@ -210,9 +210,9 @@ bool Application::_loadALittle() {
 void Application::_addScan(const std::string& path) {
   try {
     _scans.add(path);
-    _loaded = false;
-    _loader.start();
     _say("adding " + path);
+    _loader.start();
+    _loaded = false;
     osgViewer::ViewerBase::Windows windows;
     _viewer->getWindows(windows);
     for (osgViewer::GraphicsWindow* window : windows) {
@@ -301,7 +301,9 @@ void Application::_warnOfLocalCoordinates() {
 void Application::_complain(const std::string& error) {
   std::cerr << "quor_viewer: " << error << std::endl;
   _scene.hud.setMessage(error);
-  _latestError = error;
+  if (!_loaded) {
+    _latestError = error;
+  }
 }
 
 void Application::_pick(int x, int y) {

@@ -47,6 +47,7 @@ ScanCommand::ScanCommand(std::shared_ptr<LoadDesk> desk, std::shared_ptr<Loading
 void ScanCommand::operator()(const FileProxy* proxy, QuorOsgUtils::FileManager* /*manager*/) {
   LoadLetter letter;
   letter.scan = _scan->number;
+  letter.ofSample = getPriority() == High;
   try {
     if (!_scan->cancelled) work(proxy, letter);
   } catch (const std::bad_alloc&) {

@@ -35,6 +35,7 @@ struct LoadingScan {
 /// What a command leaves for the viewer's thread: each exactly one.
 struct LoadLetter {
   unsigned int scan = 0;
+  bool ofSample = false;  ///< of the sample that shows at once what a large scan is like
   std::optional<PointChunk> chunk;
   std::optional<CloudSummary> summary;
   std::string error;  ///< for people, empty: none

@@ -42,8 +42,10 @@ std::uint64_t registerFile(const std::string& path) {
 
 std::string inGibibytes(std::uint64_t bytes) {
   constexpr double kGibibyte = 1024.0 * 1024.0 * 1024.0;
-  const double size = static_cast<double>(bytes) / kGibibyte;
-  return fixed(size, size < 1.0 ? 3 : 1) + " GiB";
+  constexpr int kDecimals = 4;
+  std::string size = fixed(static_cast<double>(bytes) / kGibibyte, kDecimals);
+  size.erase(size.find_last_not_of('0') + 1);
+  return (size.back() == '.' ? size.substr(0, size.size() - 1) : size) + " GiB";
 }
 
 }  // namespace
@@ -96,9 +98,10 @@ void ScanLoader::_push(const std::shared_ptr<LoadingScan>& scan, const PlannedCh
   const auto chunk = std::make_shared<PointChunk>();
   const bool canWait = planned.turn == Turn::Later;
   auto* read = new ReadChunk(_desk, scan, planned, chunk);
-  auto* measure = new MeasureChunk(_desk, scan, chunk, FileCmd::Low);
+  auto* measure = new MeasureChunk(_desk, scan, chunk, canWait ? FileCmd::Low : read->getPriority());
   if (!canWait) read->setNext(measure);
   _lettersDue += 2;
+  if (planned.turn == Turn::First) _sampleLettersDue += 2;
   FileManager::getInstance()->push(read);
   if (canWait) FileManager::getInstance()->push(measure);
 }
@@ -126,12 +129,13 @@ bool ScanLoader::step(std::chrono::milliseconds budget) {
     }
     any = true;
     _receive(std::move(*letter));
-  } while (std::chrono::steady_clock::now() < end);
+  } while (!_sampleEnded && std::chrono::steady_clock::now() < end);
   return any;
 }
 
 void ScanLoader::_receive(LoadLetter letter) {
   --_lettersDue;
+  if (letter.ofSample && --_sampleLettersDue == 0) _sampleEnded = true;
   if (_loading.at(letter.scan - 1)->cancelled) {
     return;
   }

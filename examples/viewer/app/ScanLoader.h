@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace QuorViewer {
@@ -36,8 +37,11 @@ class ScanLoader {
 
   /// Begins to read those scans of the set that came to it since the last call. Throws ScanError.
   void start();
-  /// Hands out what has come from the worker, for no longer than `budget`. False when nothing had come.
+  /// Hands out what has come from the worker, for no longer than `budget`, and no further than to the end of the
+  /// samples of large scans: that is worth a picture. False when nothing had come.
   bool step(std::chrono::milliseconds budget);
+  /// True once after each time that the samples have come to their end.
+  bool takeSampleEnd() { return std::exchange(_sampleEnded, false); }
   /// Drops what is still to be read of a scan. What was handed out stays.
   void cancel(unsigned int scanNumber);
 
@@ -65,6 +69,8 @@ class ScanLoader {
   std::shared_ptr<LoadDesk> _desk;
   std::vector<std::shared_ptr<LoadingScan>> _loading;  // by the scans' numbers, from 1
   std::uint64_t _lettersDue = 0;
+  std::uint64_t _sampleLettersDue = 0;  // among them
+  bool _sampleEnded = false;
   std::uint64_t _pointsRead = 0;
   std::uint64_t _pointsPlanned = 0;
   std::uint64_t _thinning = 1;

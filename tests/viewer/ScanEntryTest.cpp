@@ -1,0 +1,102 @@
+#include "ScanEntry.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace QuorViewer;
+using Key = osgGA::GUIEventAdapter::KeySymbol;
+using testing::ElementsAre;
+
+class ScanEntryTest : public testing::Test {
+ protected:
+  bool send(osgGA::GUIEventAdapter::EventType type, int key) {
+    const osg::ref_ptr<osgGA::GUIEventAdapter> event = new osgGA::GUIEventAdapter;
+    event->setEventType(type);
+    event->setKey(key);
+    return _entry->handle(*event, _actions);
+  }
+  bool press(int key) { return send(osgGA::GUIEventAdapter::KEYDOWN, key); }
+  void type(const std::string& text) {
+    for (const char c : text) EXPECT_TRUE(press(c));
+  }
+
+  struct Actions : osgGA::GUIActionAdapter {
+    void requestRedraw() override { ++redraws; }
+    void requestContinuousUpdate(bool /*needed*/) override {}
+    void requestWarpPointer(float /*x*/, float /*y*/) override {}
+    int redraws = 0;
+  };
+
+  Actions _actions;
+  Hud _hud{{}};
+  std::vector<std::string> _entered;
+  osg::ref_ptr<ScanEntry> _entry = new ScanEntry(_hud, [this](const std::string& path) { _entered.push_back(path); });
+};
+
+TEST_F(ScanEntryTest, keysPassByUntilItIsOpened) {
+  EXPECT_FALSE(press('x'));
+  EXPECT_FALSE(press(Key::KEY_Return));
+  EXPECT_THAT(_entered, ElementsAre());
+}
+
+TEST_F(ScanEntryTest, whatIsTypedIsEnteredWithReturnAndKeysPassByAgain) {
+  _entry->open();
+  EXPECT_TRUE(_entry->isOpen());
+  type("/Scans/my town_2.las");
+  EXPECT_TRUE(press(Key::KEY_Return));
+  EXPECT_THAT(_entered, ElementsAre("/Scans/my town_2.las"));
+  EXPECT_FALSE(_entry->isOpen());
+  EXPECT_FALSE(press('x'));
+  EXPECT_EQ(_actions.redraws, 21);
+}
+
+TEST_F(ScanEntryTest, backspaceErasesACharacterOfWhateverLength) {
+  _entry->open();
+  type("a");
+  press(0xE9);  // é
+  press('b');
+  press(Key::KEY_BackSpace);
+  press(Key::KEY_BackSpace);
+  press(0xFC);  // ü
+  press(Key::KEY_KP_Enter);
+  EXPECT_THAT(_entered, ElementsAre("a\xC3\xBC"));
+}
+
+TEST_F(ScanEntryTest, anEmptyPathIsGivenUp) {
+  _entry->open();
+  press('a');
+  press(Key::KEY_BackSpace);
+  press(Key::KEY_BackSpace);
+  press(Key::KEY_Return);
+  EXPECT_THAT(_entered, ElementsAre());
+  EXPECT_FALSE(_entry->isOpen());
+}
+
+TEST_F(ScanEntryTest, keysThatAreNoCharactersAddNothingAndReachNobody) {
+  _entry->open();
+  for (const int key : {static_cast<int>(Key::KEY_Left), static_cast<int>(Key::KEY_F1),
+                        static_cast<int>(Key::KEY_Shift_L), static_cast<int>(Key::KEY_Home)}) {
+    EXPECT_TRUE(press(key));
+  }
+  type("a");
+  press(Key::KEY_Return);
+  EXPECT_THAT(_entered, ElementsAre("a"));
+}
+
+TEST_F(ScanEntryTest, otherEventsPassBy) {
+  _entry->open();
+  EXPECT_FALSE(send(osgGA::GUIEventAdapter::KEYUP, 'x'));
+  EXPECT_FALSE(send(osgGA::GUIEventAdapter::PUSH, 0));
+}
+
+TEST_F(ScanEntryTest, eachOpeningBeginsAnew) {
+  _entry->open();
+  type("old");
+  _entry->open();
+  type("new");
+  press(Key::KEY_Return);
+  EXPECT_THAT(_entered, ElementsAre("new"));
+}
+
+}  // namespace
