@@ -94,7 +94,7 @@ class ClipBoxViewerTest : public ViewerFixture {
   }
 
   ToldBox toldBox() const {
-    const std::string& output = _viewer->output();
+    const std::string output = "\n" + _viewer->output();  // it may be the first line
     const std::size_t start = output.rfind("\nclip size");
     return ToldBox(start == std::string::npos ? std::string()
                                               : output.substr(start + 1, output.find('\n', start + 1) - start));

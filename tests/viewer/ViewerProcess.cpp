@@ -110,8 +110,9 @@ void ViewerProcess::settle() {
 }
 
 ReportedView ViewerProcess::view() const {
-  const std::size_t start = _output.rfind("\nview eye");
-  std::istringstream words(start == std::string::npos ? std::string() : _output.substr(start + 6));
+  const std::string lines = "\n" + _output;
+  const std::size_t start = lines.rfind("\nview eye");
+  std::istringstream words(start == std::string::npos ? std::string() : lines.substr(start + 6));
   ReportedView view;
   readVector(words, view.eye);
   readVector(words, view.centre);
