@@ -25,7 +25,7 @@ struct PlannedChunk {
 struct LoadSizes {
   std::uint64_t sample = std::uint64_t{1} << 19U;  ///< about as many make up the first picture
   std::uint64_t chunk = std::uint64_t{1} << 18U;   ///< at most; on the graphics card a buffer, on the worker a command
-  std::uint64_t runs = 512;                       ///< places where the sample enters the scan, at most
+  std::uint64_t runs = 512;                        ///< places where the sample enters the scan, at most
   std::uint64_t fewestRuns = 16;                   ///< fewer would show a part for the whole
 };
 
