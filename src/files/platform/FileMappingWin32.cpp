@@ -1,7 +1,5 @@
 #include "files/platform/FileMapping.h"
 
-#define NOMINMAX
-#define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
 #include <clocale>
