@@ -56,8 +56,8 @@ class QUOR_OSG_UTILS_EXPORT FileCmd {
   Priority getPriority() const;
   /// The next command of the chain, or null.
   FileCmd* getNext() const;
-  /// Puts `cmd`, which must not be in a chain yet, between this command and its next. Null and this command itself are
-  /// ignored.
+  /// Puts `cmd`, which must not be in a chain yet, between this command and its next. Null, this command itself and the
+  /// one that is its next already are ignored.
   void setNext(FileCmd* cmd);
   /// Off at first.
   bool getAutoDelete() const;
@@ -75,7 +75,8 @@ class QUOR_OSG_UTILS_EXPORT FileCmd {
 };
 
 /// Opens a file that the manager knows, again if it has been closed; of any other it only tries whether it can be
-/// opened. Works in a direct call with a null proxy; pushed to the manager it does nothing.
+/// opened. Works in a direct call with a null proxy, which has to be made where the manager's files may be touched:
+/// from a command, or while there is no worker. Pushed to the manager it does nothing.
 class QUOR_OSG_UTILS_EXPORT OpenFile : public FileCmd {
  public:
   OpenFile(const std::string& file, Priority priority);

@@ -58,7 +58,7 @@ FileCmd* FileCmd::getNext() const {
 }
 
 void FileCmd::setNext(FileCmd* cmd) {
-  if (cmd == nullptr || cmd == this) return;
+  if (cmd == nullptr || cmd == this || cmd == _data->next) return;
   cmd->_data->next = _data->next;
   _data->next = cmd;
 }

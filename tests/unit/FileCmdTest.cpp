@@ -101,6 +101,16 @@ TEST_F(FileCmdTest, setNextIgnoresNullAndTheCommandItself) {
   EXPECT_EQ(chainOf(&a), "ab");
 }
 
+TEST_F(FileCmdTest, setNextOfTheCommandThatIsNextAlreadyMakesNoLoop) {
+  Work* const b = make("b", true);
+  Work* const a = make("a", true);
+  a->setNext(b);
+  a->setNext(b);
+  ASSERT_EQ(b->getNext(), nullptr);
+  delete a;
+  EXPECT_EQ(_destroyed, "ab");
+}
+
 TEST_F(FileCmdTest, aCommandDeletesItsNextOnlyIfThatHasAutoDelete) {
   Work* const head = make("head ", false);
   head->setNext(make("next ", true));
