@@ -4,6 +4,7 @@
 #include <QuorOsgUtils/FilePtr.h>
 
 #include <algorithm>
+#include <exception>
 #include <iostream>
 #include <map>
 #include <new>
@@ -19,9 +20,14 @@ using View = FileMapping::View;
 constexpr const char* kViewRefused = "\xCE\xC4\xBC\xFE\xD3\xB3\xC9\xE4\xB2\xCE\xCA\xFD\xD2\xEC\xB3\xA3\xA3\xBA";
 
 // In one piece, so that lines of several threads stay apart, and unformatted, whatever the host has set on the stream.
+// That may be to throw where nothing can be written; then the line is lost, as it is without.
 void report(std::ostream& stream, const char* text, std::int64_t number) {
-  const std::string line = text + std::to_string(number) + '\n';
-  stream.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+  try {
+    const std::string line = text + std::to_string(number) + '\n';
+    stream.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+  } catch (const std::exception&) {
+    return;
+  }
 }
 
 void* reportNoRange() {

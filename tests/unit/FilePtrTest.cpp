@@ -452,6 +452,21 @@ TEST_F(FilePtrTest, theLinesAreThoseStatedWhateverFormatTheHostHasSetOnTheStream
   EXPECT_EQ(written.error, openingLine(ENOENT));
 }
 
+TEST_F(FilePtrTest, nothingIsThrownWhereTheHostHasStreamsThrowAndNothingCanBeWritten) {
+  const std::string name = makeFile("scan", 10);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  const std::string missing = path("missing");
+  for (std::ostream* stream : {&std::cout, &std::cerr}) {
+    std::streambuf* const buffer = stream->rdbuf(nullptr);
+    stream->clear();
+    stream->exceptions(std::ios_base::failbit);
+    EXPECT_NO_THROW(file->map(-1, 1));
+    EXPECT_NO_THROW(osg::ref_ptr<FilePtr>(new FilePtr(missing.c_str())));
+    stream->exceptions(std::ios_base::goodbit);
+    stream->rdbuf(buffer);
+  }
+}
+
 TEST_F(FilePtrTest, rangesOfASparseFileBeyondFourGibibytesAreAsPlainReadsHaveThem) {
   constexpr std::int64_t kGibibyte = std::int64_t{1} << 30;
   const std::int64_t size = 9 * kGibibyte + 123;

@@ -15,11 +15,11 @@ static_assert(sizeof(off_t) == sizeof(std::int64_t), "files beyond 2 GiB need 64
 
 constexpr int kNoFile = -1;
 
-// A pipe without a partner would hold up a plain open.
+// A pipe without a partner would hold up a plain open, and a terminal might become the process's own.
 int openFile(const char* path) {
   int file = kNoFile;
   do {
-    file = ::open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK);
+    file = ::open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   } while (file == kNoFile && errno == EINTR);
   return file;
 }
