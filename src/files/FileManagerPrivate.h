@@ -24,9 +24,9 @@ struct FileManager::Private {
     return latest->second;
   }
 
-  CommandQueue queue;
-  FileRegistry registry;                       // touched on the worker only
+  FileRegistry registry;                       // touched on the worker only; released last, which closes files
   FileRegistry::value_type* latest = nullptr;  // in the registry, from which nothing is taken out
+  CommandQueue queue;
   std::unique_ptr<std::thread> worker;         // not for the worker itself, which may run before this is set
   std::atomic<std::uint32_t> workerThread{0};  // its number, or that of the worker before it
   FileProxy* proxy = nullptr;
