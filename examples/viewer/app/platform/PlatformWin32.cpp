@@ -13,11 +13,18 @@ struct Guard {
 
 thread_local Guard* guardOfThread = nullptr;
 
-// A file that is mapped cannot be shortened here; what is left are disks and shares that go away.
+// A file that is mapped cannot be shortened here; what is left are disks and shares that go away. Where the system is
+// emulated, a page that is gone counts as a forbidden one.
+bool isLostPage(const EXCEPTION_RECORD& record) {
+  constexpr ULONG_PTR kReading = 0;
+  return (record.ExceptionCode == EXCEPTION_IN_PAGE_ERROR || record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION) &&
+         record.ExceptionInformation[0] == kReading;
+}
+
 LONG CALLBACK leaveGuardedWork(EXCEPTION_POINTERS* exception) {
   const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
   Guard* const guard = guardOfThread;
-  if (guard == nullptr || record.ExceptionCode != EXCEPTION_IN_PAGE_ERROR) return EXCEPTION_CONTINUE_SEARCH;
+  if (guard == nullptr || !isLostPage(record)) return EXCEPTION_CONTINUE_SEARCH;
   guard->address = static_cast<std::uintptr_t>(record.ExceptionInformation[1]);
   __builtin_longjmp(guard->outside, 1);
 }
