@@ -35,8 +35,11 @@ std::vector<char> header(std::uint32_t count, double offsetX, double offsetY) {
 
 }  // namespace
 
-void writeLasFile(const std::string& path, const std::vector<LasFilePoint>& points, double offsetX, double offsetY) {
-  std::vector<char> bytes = header(static_cast<std::uint32_t>(points.size()), offsetX, offsetY);
+void writeLasFile(const std::string& path, const std::vector<LasFilePoint>& points, double offsetX, double offsetY,
+                  std::uint32_t recordsOffset) {
+  std::vector<char> head = header(static_cast<std::uint32_t>(points.size()), offsetX, offsetY);
+  put(head, 96, recordsOffset);
+  std::vector<char> bytes;
   for (const LasFilePoint& point : points) {
     const std::size_t at = bytes.size();
     bytes.resize(at + kRecordBytes);
@@ -47,7 +50,10 @@ void writeLasFile(const std::string& path, const std::vector<LasFilePoint>& poin
     bytes[at + 14] = 0x09;  // the first return of one
     bytes[at + 15] = static_cast<char>(point.classification);
   }
-  std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  std::ofstream file(path, std::ios::binary);
+  file.write(head.data(), static_cast<std::streamsize>(head.size()));
+  file.seekp(recordsOffset);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 void writeHollowLasFile(const std::string& path, std::uint32_t count) {

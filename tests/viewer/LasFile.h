@@ -18,8 +18,10 @@ struct LasFilePoint {
 /// The grid: coordinate = integer × scale + offset on every axis.
 constexpr double kLasFileScale = 0.01;
 
-/// Writes LAS 1.2, point format 0, byte by byte, so that nothing of the reader under test has a hand in it.
-void writeLasFile(const std::string& path, const std::vector<LasFilePoint>& points, double offsetX, double offsetY);
+/// Writes LAS 1.2, point format 0, byte by byte, so that nothing of the reader under test has a hand in it. Where the
+/// records begin later than right behind the header, there is a hole before them, which takes no space on most disks.
+void writeLasFile(const std::string& path, const std::vector<LasFilePoint>& points, double offsetX, double offsetY,
+                  std::uint32_t recordsOffset = 227);
 
 /// The same with `count` points at the grid's origin, without writing them: a file with a hole, which reads as zeros.
 void writeHollowLasFile(const std::string& path, std::uint32_t count);

@@ -154,16 +154,7 @@ TEST_F(ScanLoaderTest, scansAddedLaterGetWhatIsLeftAndWhereNothingIsLeftAreRefus
 
 TEST_F(ScanLoaderTest, recordsBeyondFourGibibytesArrive) {
   const std::vector<LasFilePoint> points = manyPoints(100);
-  constexpr std::uint32_t kOffset = 4294967000U;
-  const std::string near = write("near.las", points);
-  std::string bytes(static_cast<std::size_t>(std::filesystem::file_size(near)), '\0');
-  std::ifstream(near, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  for (unsigned byte = 0; byte < 4; ++byte) bytes[96 + byte] = static_cast<char>(kOffset >> (8 * byte) & 0xFFU);
-  std::ofstream far(_folder.path("far.las"), std::ios::binary);
-  far.write(bytes.data(), static_cast<std::streamsize>(kHeaderBytes));
-  far.seekp(kOffset);
-  far.write(bytes.data() + kHeaderBytes, static_cast<std::streamsize>(bytes.size() - kHeaderBytes));
-  far.close();
+  writeLasFile(_folder.path("far.las"), points, 5000.0, 7000.0, 4294967000U);
   ASSERT_GT(std::filesystem::file_size(_folder.path("far.las")), std::uint64_t{1} << 32U);
   load({_folder.path("far.las")});
   _loader->start();
@@ -218,6 +209,53 @@ TEST_F(ScanLoaderTest, aFileWhoseNameGoesAwayStillLoads) {
   finish();
   EXPECT_EQ(_found.size(), 1000U);
   EXPECT_THAT(_errors, ElementsAre());
+}
+
+TEST_F(ScanLoaderTest, aFileWhoseNameIsGivenToAnotherStillLoads) {
+  const std::vector<LasFilePoint> points = manyPoints(1000);
+  load({write("scan.las", points)});
+  holdUp();
+  _loader->start();
+  std::filesystem::rename(write("short.las", {LasFilePoint{1, 2, 3, 4, 5}}), _folder.path("scan.las"));
+  letGo();
+  finish();
+  EXPECT_EQ(_found.size(), 1000U);
+  expectPoint(1, 999, points[999]);
+  EXPECT_THAT(_errors, ElementsAre());
+}
+
+TEST_F(ScanLoaderTest, aScanAddedUnderTheNameOfOneThatStillLoadsLeavesThatOneAlone) {
+  const std::vector<LasFilePoint> points = manyPoints(300000);
+  const std::vector<LasFilePoint> others(400, LasFilePoint{-1000, -2000, -3000, 4, 5});
+  load({write("scan.las", points)});
+  holdUp();
+  _loader->start();
+  std::filesystem::rename(write("other.las", others), _folder.path("scan.las"));
+  _scans->add(_folder.path("scan.las"));
+  _loader->start();
+  letGo();
+  finish();
+  EXPECT_EQ(_found.size(), 300400U);
+  for (const std::uint64_t index : {0U, 262144U, 299999U}) expectPoint(1, index, points[index]);
+  for (const std::uint64_t index : {0U, 399U}) expectPoint(2, index, others[index]);
+  EXPECT_THAT(_errors, ElementsAre());
+}
+
+TEST_F(ScanLoaderTest, aFileShortenedWhileItLoadsAndAddedAgainIsReadToItsNewEndByBoth) {
+  std::vector<LasFilePoint> points = manyPoints(700000);
+  load({write("scan.las", points)});
+  holdUp();
+  _loader->start();
+  points.resize(600001);
+  _scans->add(write("scan.las", points));
+  _loader->start();
+  letGo();
+  finish();
+  EXPECT_THAT(_errors, ElementsAre(HasSubstr("the file ended while it was being read, at byte " +
+                                             std::to_string(kHeaderBytes + 600001 * kRecordBytes))));
+  for (const std::uint64_t index : {0U, 524288U}) expectPoint(1, index, points[index]);
+  EXPECT_EQ(_found.count({1, 600001}), 0U);
+  for (const std::uint64_t index : {0U, 524288U, 600000U}) expectPoint(2, index, points[index]);
 }
 
 TEST_F(ScanLoaderTest, aCancelledScanIsDroppedAndTheOthersGoOn) {

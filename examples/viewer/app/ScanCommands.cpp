@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <filesystem>
 #include <new>
 #include <utility>
 
@@ -20,13 +19,6 @@ constexpr std::uint64_t kViewAlignmentBytes = std::uint64_t{1} << 16U;
 
 FileCmd::Priority priorityOf(Turn turn) {
   return turn == Turn::First ? FileCmd::High : FileCmd::Normal;
-}
-
-// A name that has gone tells nothing: the views of its file stay whole.
-std::uint64_t sizeNow(const std::string& path) {
-  std::error_code gone;
-  const std::uintmax_t size = std::filesystem::file_size(path, gone);
-  return gone ? std::numeric_limits<std::uint64_t>::max() : size;
 }
 
 ScanError cutOff(const std::string& path, std::uint64_t byte) {
@@ -82,8 +74,9 @@ void ReadChunk::work(const FileProxy* proxy, LoadLetter& letter) {
 
 void ReadChunk::_readRun(const FileProxy* proxy, const PointRun& run, ChunkBuilder& to) {
   const std::optional<RecordTable> table = _scan->reader->records();
-  if (!table || _scan->mappedBytes == 0) return _scan->reader->decode(run, to);
-  const PointRun held = run.before(recordsWithin(*table, _scan->mappedBytes));
+  const std::uint64_t mappedBytes = _scan->mappedBytes;
+  if (!table || mappedBytes == 0) return _scan->reader->decode(run, to);
+  const PointRun held = run.before(recordsWithin(*table, mappedBytes));
   const std::uint64_t begin = table->offsetBytes + run.first * table->recordBytes;
   const std::uint64_t lead = begin % kViewAlignmentBytes;
   if (held.count > 0) {
@@ -93,7 +86,7 @@ void ReadChunk::_readRun(const FileProxy* proxy, const PointRun& run, ChunkBuild
     const std::shared_ptr<void> unmapped(view, [proxy](void* start) { unmap(proxy, start); });
     _decodeMapped(static_cast<const unsigned char*>(view) + lead, *table, held, to);
   }
-  if (held.count < run.count) throw cutOff(getFile(), _scan->mappedBytes);
+  if (held.count < run.count) throw cutOff(getFile(), mappedBytes);
 }
 
 // Behind the end of a file that has become shorter, the rest of a page reads as zeros; only then come faults. So the
@@ -108,7 +101,7 @@ void ReadChunk::_decodeMapped(const unsigned char* records, const RecordTable& t
         [&] { to.decode(*table.layout, records, static_cast<std::size_t>(run.step) * table.recordBytes, count); });
   };
   const std::optional<std::uintptr_t> fault = decode(run.count);
-  std::uint64_t lost = std::min(sizeNow(getFile()), end);
+  std::uint64_t lost = std::min(_scan->reader->fileBytesNow(), end);
   if (fault) lost = std::min(lost, begin + (*fault - reinterpret_cast<std::uintptr_t>(records)));
   if (lost == end) return;
   to = before;

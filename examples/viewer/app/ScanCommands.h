@@ -23,10 +23,10 @@ struct LoadingScan {
   // Set up before the first command is pushed.
   unsigned int number = 0;             ///< from 1
   osg::Vec3d origin;                   ///< that the chunks are relative to
-  std::uint64_t mappedBytes = 0;       ///< of the file, which are there to be mapped; 0: it is read without mapping
   std::unique_ptr<ScanReader> reader;  ///< the worker's own
 
-  std::atomic<bool> cancelled{false};  ///< commands yet to run do nothing, the one at hand ends soon
+  std::atomic<std::uint64_t> mappedBytes{0};  ///< of the file, there to be mapped; 0: it is read without mapping
+  std::atomic<bool> cancelled{false};         ///< commands yet to run do nothing, the one at hand ends soon
 
   // The worker's own.
   std::uint64_t end = std::numeric_limits<std::uint64_t>::max();  ///< points from here on cannot be read

@@ -27,19 +27,6 @@ bool canBeMapped(const std::string& path) {
   return std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).is_open();
 }
 
-/// Makes the file known to the manager and answers how much of it can be mapped. A file that changes its size meanwhile
-/// counts as short as it ever was, since views end where the file ended when it was opened.
-std::uint64_t registerFile(const std::string& path) {
-  if (!canBeMapped(path)) return 0;
-  const std::uint64_t before = sizeOf(path);
-  const osg::ref_ptr<QuorOsgUtils::FilePtr> file = new QuorOsgUtils::FilePtr(path.c_str());
-  if (!file->isValid()) return 0;
-  auto* command = new QuorOsgUtils::RegisterFile(file, FileCmd::High);
-  command->setAutoDelete(true);
-  FileManager::getInstance()->push(command);
-  return std::min(before, sizeOf(path));
-}
-
 std::string inGibibytes(std::uint64_t bytes) {
   constexpr double kGibibyte = 1024.0 * 1024.0 * 1024.0;
   constexpr int kDecimals = 4;
@@ -83,7 +70,7 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
   scan->number = scanNumber;
   scan->origin = _scans.origin();
   scan->reader = _scans.reader(scanNumber).again();
-  if (scan->reader->records()) scan->mappedBytes = registerFile(info.path);
+  if (scan->reader->records() && canBeMapped(info.path)) _register(*scan);
   const std::uint64_t kept = thinnedCount(info.pointCount, thinning);
   _budget.take(kept);
   _pointsPlanned += kept;
@@ -91,6 +78,23 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
   for (const PlannedChunk& planned : planLoad(info.pointCount, scan->reader->entryPoints(), thinning)) {
     _push(scan, planned);
   }
+}
+
+// A file that changes its size meanwhile counts as short as it ever was, since views end where the file ended when it
+// was opened. Commands find a file by its name; those on scans that had the name before would now get this file, which
+// may be shorter or another one, and go without.
+void ScanLoader::_register(LoadingScan& scan) {
+  const std::string& path = scan.reader->info().path;
+  const std::uint64_t before = sizeOf(path);
+  const osg::ref_ptr<QuorOsgUtils::FilePtr> file = new QuorOsgUtils::FilePtr(path.c_str());
+  if (!file->isValid()) return;
+  for (const std::shared_ptr<LoadingScan>& other : _loading) {
+    if (other->reader && other->reader->info().path == path) other->mappedBytes = 0;
+  }
+  scan.mappedBytes = std::min(before, sizeOf(path));
+  auto* command = new QuorOsgUtils::RegisterFile(file, FileCmd::High);
+  command->setAutoDelete(true);
+  FileManager::getInstance()->push(command);
 }
 
 // Ranges of values are wanted as soon as the sample shows; what the rest adds to them can wait.

@@ -57,6 +57,8 @@ class ScanLoader {
 
  private:
   void _begin(unsigned int scanNumber, std::uint64_t thinning);
+  /// Makes a scan's file known to the manager.
+  void _register(LoadingScan& scan);
   void _push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned);
   void _tellThinning(unsigned int scanNumber, std::uint64_t thinning);
   void _tellFailure(const std::string& error);

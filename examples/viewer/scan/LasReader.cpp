@@ -33,6 +33,8 @@ class LasReader : public ScanReader {
     return RecordTable{_las.pointDataOffsetBytes, _las.header.recordLengthBytes, _las.layout};
   }
 
+  std::uint64_t fileBytesNow() override { return _file.sizeNow(); }
+
   ChunkBuilder startChunk(const PointRange& points, const osg::Vec3d& origin) const override {
     return {points, {_info.scale, _info.offset - origin, _colour}};
   }

@@ -78,6 +78,8 @@ class ScanReader {
   virtual std::uint64_t entryPoints() const { return 1; }
   /// The file's records, for who has the file's bytes at hand; nothing where points must be unpacked.
   virtual std::optional<RecordTable> records() const { return std::nullopt; }
+  /// Bytes that are left of the file these records are in: it may become shorter, or its name another file's.
+  virtual std::uint64_t fileBytesNow() { return 0; }
 
   /// An empty chunk for points of this scan, relative to `origin`, which is subtracted in double precision.
   virtual ChunkBuilder startChunk(const PointRange& points, const osg::Vec3d& origin) const = 0;

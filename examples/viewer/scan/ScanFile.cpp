@@ -43,6 +43,13 @@ ScanFile::ScanFile(std::string path) : _path(std::move(path)) {
   }
 }
 
+std::uint64_t ScanFile::sizeNow() {
+  _stream.clear();
+  _stream.seekg(0, std::ios::end);
+  const std::streamoff end = _stream.tellg();
+  return end >= 0 ? static_cast<std::uint64_t>(end) : _size;
+}
+
 void ScanFile::read(std::uint64_t offset, unsigned char* to, std::size_t count) {
   _stream.clear();
   _stream.seekg(static_cast<std::streamoff>(offset));

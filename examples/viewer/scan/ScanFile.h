@@ -18,6 +18,8 @@ class ScanFile {
 
   const std::string& path() const { return _path; }
   std::uint64_t size() const { return _size; }
+  /// The size that the opened file has by now, whatever file its name has come to stand for.
+  std::uint64_t sizeNow();
 
   /// Reads exactly `count` bytes from `offset` on. Throws ScanError where the file has become shorter.
   void read(std::uint64_t offset, unsigned char* to, std::size_t count);
