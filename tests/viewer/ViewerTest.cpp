@@ -241,6 +241,17 @@ TEST_F(ViewerTest, aScanThatIsTooLargeForTheMemoryIsThinnedAndPicksStayExact) {
   }
 }
 
+TEST_F(ViewerTest, recordsBeyondFourGibibytesAreLoadedToTheLastAndPicksAreExact) {
+  constexpr std::uint32_t kRecordsOffset = 4294967000U;
+  _points = gridPoints();
+  writeLasFile(path("grid.las"), _points, kOffsetX, kOffsetY, kRecordsOffset);
+  ASSERT_GT(std::filesystem::file_size(path("grid.las")), std::uintmax_t{1} << 32U);
+  start({"--verbose", "--point-size", "9", "--size", "800x600", path("grid.las")});
+  ASSERT_TRUE(_viewer->findWindow("quor_viewer: grid.las"));
+  waitUntilLoaded(49);
+  for (const int number : {0, 24, 48}) expectClickReports(number);
+}
+
 TEST_F(ViewerTest, whatCannotBeShownIsNamedAndEndsWithFailure) {
   writeLasFile(path("cut.las"), gridPoints(), kOffsetX, kOffsetY);
   std::filesystem::resize_file(path("cut.las"), 500);
