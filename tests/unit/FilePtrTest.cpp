@@ -1,4 +1,5 @@
 #include "support/FilesFixture.h"
+#include "support/InterruptedOpen.h"
 #include "support/OnThreads.h"
 
 #include <QuorOsgUtils/FilePtr.h>
@@ -411,6 +412,16 @@ TEST_F(FilePtrTest, everyPathOpensOrIsRefusedWithTheSystemsNumberAndLeavesNothin
                                      {"an empty path", "", ENOENT, EBADF},
                                      {"no path", nullptr, ENOENT, EBADF}};
   for (const PathRow& row : rows) expectAsStated(row);
+}
+
+TEST_F(FilePtrTest, anOpeningThatSignalsInterruptIsTriedAgain) {
+  const std::string name = makeFile("scan", 10);
+  interruptNextOpens(3);
+  osg::ref_ptr<FilePtr> file;
+  expectSilence([&] { file = new FilePtr(name.c_str()); });
+  EXPECT_EQ(interruptionsLeft(), 0);
+  EXPECT_TRUE(file->isValid());
+  EXPECT_NE(file->map(0, 10), nullptr);
 }
 
 TEST_F(FilePtrTest, aFileWithoutWritePermissionIsRefused) {
