@@ -260,6 +260,26 @@ TEST_F(LazReaderTest, aCompressedFileThatIsCutOffIsRefused) {
   EXPECT_THAT(_refusalOf(half), StartsWith("the file is cut off or its table of compressed chunks is misplaced"));
 }
 
+// Forwards and backwards, from the first points of chunks and from between them, and once more after each error.
+TEST_F(LazReaderTest, aFileCutWhileItIsReadIsToldWithItsByteWhereverReadingGoesOn) {
+  constexpr std::uint32_t count = 20000;
+  writeLaz(_folder.path("whole.laz"), {2, 3}, ScanBytes::variedPoints(count, 3), 1000);
+  const Bytes whole = contentOf(_folder.path("whole.laz"));
+  for (std::size_t sixteenths = 1; sixteenths < 16; ++sixteenths) {
+    const std::size_t end = whole.size() * sixteenths / 16;
+    const std::string path = _folder.write("cut.laz", whole);
+    const auto reader = ScanReader::open(path);
+    std::filesystem::resize_file(path, end);
+    const std::string told = path + ": the file ended while it was being read, at byte " + std::to_string(end);
+    for (const std::uint64_t point : {19999U, 19500U, 10050U, 10049U, 10051U, 10000U, 9999U, 1700U, 0U, 19999U}) {
+      const std::string message = messageOf([&] { reader->coordinates(point); });
+      EXPECT_THAT(message, testing::AnyOf(StartsWith(told), "no error")) << point;
+    }
+    EXPECT_THAT(messageOf([&] { reader->read(0, count, osg::Vec3d()); }), StartsWith(told));
+    EXPECT_EQ(messageOf([&] { reader->read(0, 1000, osg::Vec3d()); }), "no error") << "what is before the end stays";
+  }
+}
+
 // The table of chunks stands last. Without its last bytes LASzip still finds the points, and finds the right ones.
 TEST_F(LazReaderTest, aTableWithoutItsLastBytesNeverLeadsToWrongPoints) {
   const Bytes whole = _small();

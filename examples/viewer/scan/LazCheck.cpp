@@ -57,8 +57,9 @@ class LazCheck {
     if (_las.pointCount > 0 && _compressor != kPointwise) {
       _checkChunkTable();
     }
-    const bool evenChunks = _compressor != kPointwise && _chunkPoints != kVaryingChunks;
-    return {evenChunks ? _chunkPoints : std::max<std::uint64_t>(_las.pointCount, 1)};
+    const bool chunked = _compressor != kPointwise;
+    const bool varying = chunked && _chunkPoints == kVaryingChunks;
+    return {chunked && !varying ? _chunkPoints : std::max<std::uint64_t>(_las.pointCount, 1), varying};
   }
 
  private:

@@ -10,6 +10,8 @@ struct CheckedLaz {
   /// Points in each independently compressed chunk, the places where reading can begin. All points where the chunks
   /// differ in size or where there are none.
   std::uint64_t chunkPoints = 0;
+  /// Do the chunks differ in size, so that only LASzip knows where they begin?
+  bool varyingChunks = false;
 };
 
 /// Checks all that leads to the compressed points: the variable length records, the one on compression among them, and

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <type_traits>
+#include <utility>
 
 namespace QuorViewer {
 
@@ -27,11 +28,14 @@ struct CloseReader {
   }
 };
 
-/// LASzip's own reader object, its errors turned into ScanError.
+/// LASzip's own reader object, its errors turned into ScanError. An error leaves the decoder as it was, and going on
+/// with it may divide by zero; so what follows in its chunk is refused from then on. Entering another chunk begins
+/// anew.
 class LaszipReader {
  public:
   /// `channels`: what to decompress of points in layers (`laszip_DECOMPRESS_SELECTIVE_…`); others come whole.
-  LaszipReader(std::string path, laszip_U32 channels) : _path(std::move(path)) {
+  LaszipReader(std::string path, const CheckedLaz& chunks, laszip_U32 channels)
+      : _path(std::move(path)), _chunks(chunks) {
     laszip_POINTER created = nullptr;
     if (laszip_create(&created) != 0) {
       throw ScanError(_path + ": LASzip cannot be started");
@@ -43,39 +47,63 @@ class LaszipReader {
     _require(laszip_get_point_pointer(created, &_point), "the compressed scan has no points to give");
   }
 
-  /// Decompresses point `index`. Only where it does not follow the one before is anything sought: seeking unpacks a
-  /// chunk from its first point. What it answers is the same object, filled anew, each time.
+  /// Decompresses point `index`. What it answers is the same object, filled anew, each time.
   const laszip_point_struct& read(std::uint64_t index) {
-    if (index != _next) {
-      _requireAt(laszip_seek_point(_reader.get(), static_cast<laszip_I64>(index)), index);
+    if (!_isReachedByGoingOn(index)) _seek(index);
+    for (std::uint64_t point = std::exchange(_next, kNowhere); point <= index; ++point) {
+      _requireAt(laszip_read_point(_reader.get()), point);
     }
-    _next = kNowhere;
-    _requireAt(laszip_read_point(_reader.get()), index);
     _next = index + 1;
     return *_point;
   }
 
  private:
   static constexpr std::uint64_t kNowhere = std::numeric_limits<std::uint64_t>::max();
+  static constexpr std::uint64_t kUsualChunkPoints = 50000;
 
-  void _require(laszip_I32 failed, const std::string& what) const {
-    if (failed != 0) {
-      laszip_CHAR* reason = nullptr;
-      laszip_get_error(_reader.get(), &reason);
-      throw ScanError(_path + ": " + what + ": LASzip says \"" + (reason != nullptr ? reason : "nothing") + "\"");
-    }
+  bool _isReachedByGoingOn(std::uint64_t index) const {
+    if (_next == kNowhere || index < _next) return false;
+    return _chunks.varyingChunks ? index - _next < kUsualChunkPoints : _isInChunkOf(_next, index);
   }
 
-  void _requireAt(laszip_I32 failed, std::uint64_t index) const {
-    if (failed != 0) {
-      _require(failed, "point " + std::to_string(index) + " (counted from 0) cannot be decompressed");
-    }
+  bool _isInChunkOf(std::uint64_t one, std::uint64_t other) const {
+    return one / _chunks.chunkPoints == other / _chunks.chunkPoints;
+  }
+
+  // On the way to a point within a chunk, LASzip does not look whether those before it can be decompressed. So chunks
+  // are entered at their first point, and the way is gone here.
+  void _seek(std::uint64_t index) {
+    if (index >= _damage && _isInChunkOf(_damage, index)) throw ScanError(_damageText);
+    const std::uint64_t start = _chunks.varyingChunks ? index : index - index % _chunks.chunkPoints;
+    _next = kNowhere;
+    _requireAt(laszip_seek_point(_reader.get(), static_cast<laszip_I64>(start)), start);
+    _next = start;
+  }
+
+  std::string _errorText(const std::string& what) const {
+    laszip_CHAR* reason = nullptr;
+    laszip_get_error(_reader.get(), &reason);
+    return _path + ": " + what + ": LASzip says \"" + (reason != nullptr ? reason : "nothing") + "\"";
+  }
+
+  void _require(laszip_I32 failed, const std::string& what) const {
+    if (failed != 0) throw ScanError(_errorText(what));
+  }
+
+  void _requireAt(laszip_I32 failed, std::uint64_t index) {
+    if (failed == 0) return;
+    _damage = index;
+    _damageText = _errorText("point " + std::to_string(index) + " (counted from 0) cannot be decompressed");
+    throw ScanError(_damageText);
   }
 
   std::string _path;
+  CheckedLaz _chunks;
   std::unique_ptr<std::remove_pointer_t<laszip_POINTER>, CloseReader> _reader;
   laszip_point_struct* _point = nullptr;
   std::uint64_t _next = kNowhere;
+  std::uint64_t _damage = kNowhere;  // the point that was refused last
+  std::string _damageText;
 };
 
 void decodeOldFlags(const laszip_point_struct& from, LasPoint& to) {
@@ -119,36 +147,30 @@ LasPoint decodePoint(const laszip_point_struct& from, bool extended) {
 }
 
 class LazReader : public ScanReader {
+  /// Opened when it is first wanted.
+  struct Decompression {
+    laszip_U32 channels;
+    std::unique_ptr<LaszipReader> laszip;
+  };
+
  public:
   LazReader(ScanFile file, const CheckedLas& las)
-      : _file(std::move(file)),
-        _las(las),
-        _info(las.info(_file.path())),
-        _chunkPoints(checkLaz(_file, las).chunkPoints) {
+      : _file(std::move(file)), _las(las), _info(las.info(_file.path())), _chunks(checkLaz(_file, las)) {
     const bool coloured = las.layout->colourOffset != 0;
     ScanSample sample;
-    if (las.pointCount > 0) {
-      _laszip = std::make_unique<LaszipReader>(_file.path(), kShownChannels);
-      _fill(sample);
-    }
+    if (las.pointCount > 0) _fill(sample);
     sample.complete(_info, coloured);
     _colour = coloured ? sample.colourDepth() : ColourDepth();
   }
 
   LazReader(const LazReader& other)
-      : _file(other._info.path),
-        _las(other._las),
-        _info(other._info),
-        _chunkPoints(other._chunkPoints),
-        _colour(other._colour) {
-    if (_info.pointCount > 0) _laszip = std::make_unique<LaszipReader>(_file.path(), kShownChannels);
-  }
+      : _file(other._info.path), _las(other._las), _info(other._info), _chunks(other._chunks), _colour(other._colour) {}
 
   const ScanInfo& info() const override { return _info; }
 
   std::unique_ptr<ScanReader> again() const override { return std::make_unique<LazReader>(*this); }
 
-  std::uint64_t entryPoints() const override { return _chunkPoints; }
+  std::uint64_t entryPoints() const override { return _chunks.chunkPoints; }
 
   ChunkBuilder startChunk(const PointRange& points, const osg::Vec3d& origin) const override {
     return {points, {_info.scale, _info.offset - origin, _colour}};
@@ -157,13 +179,13 @@ class LazReader : public ScanReader {
   void decode(const PointRun& run, ChunkBuilder& to) override {
     requirePoints(_info, run.first, run.span());
     for (std::uint32_t place = 0; place < run.count; ++place) {
-      to.add(_raw(_laszip->read(run.first + place * run.step)));
+      to.add(_raw(_read(_shown, run.first + place * run.step)));
     }
   }
 
   osg::Vec3d coordinates(std::uint64_t point) override {
     requirePoints(_info, point, 1);
-    return _coordinatesOf(_laszip->read(point));
+    return _coordinatesOf(_read(_shown, point));
   }
 
   LasFrame lasFrame() override { return readLasFrame(_file, _las); }
@@ -171,16 +193,31 @@ class LazReader : public ScanReader {
   void readInside(std::uint64_t first, std::uint32_t count, const InsideTest& inside,
                   std::vector<unsigned char>& records) override {
     requirePoints(_info, first, count);
-    if (!_whole && count > 0) {
-      _whole = std::make_unique<LaszipReader>(_file.path(), laszip_DECOMPRESS_SELECTIVE_ALL);
-    }
     for (std::uint64_t point = first; point < first + count; ++point) {
-      const laszip_point_struct& decompressed = _whole->read(point);
+      const laszip_point_struct& decompressed = _read(_whole, point);
       if (inside(_coordinatesOf(decompressed))) _appendRecord(decompressed, records);
     }
   }
 
  private:
+  const laszip_point_struct& _read(Decompression& from, std::uint64_t point) {
+    try {
+      if (!from.laszip) from.laszip = _open(from.channels);
+      return from.laszip->read(point);
+    } catch (const ScanError&) {
+      const std::uint64_t bytes = _file.sizeNow();
+      if (bytes < _file.size()) throw _file.cutOff(bytes);
+      throw;
+    }
+  }
+
+  // LASzip reads the file's beginning and its table by itself, and they may have changed meanwhile.
+  std::unique_ptr<LaszipReader> _open(laszip_U32 channels) const {
+    ScanFile file(_file.path());
+    checkLaz(file, _las);
+    return std::make_unique<LaszipReader>(_file.path(), _chunks, channels);
+  }
+
   RawPoint _raw(const laszip_point_struct& point) const {
     const bool extended = _las.layout->extended();
     RawPoint raw{};
@@ -210,11 +247,11 @@ class LazReader : public ScanReader {
 
   // Runs begin where chunks do, so that no point is unpacked only to be passed over.
   void _fill(ScanSample& sample) {
-    const SampleRuns runs = spreadRuns(_info.pointCount, _chunkPoints);
+    const SampleRuns runs = spreadRuns(_info.pointCount, _chunks.chunkPoints);
     for (const std::uint64_t first : runs.firstPoints) {
       const std::uint64_t end = std::min(first + runs.length, _info.pointCount);
       for (std::uint64_t point = first; point < end; ++point) {
-        sample.add(_raw(_laszip->read(point)));
+        sample.add(_raw(_read(_shown, point)));
       }
     }
   }
@@ -222,9 +259,9 @@ class LazReader : public ScanReader {
   ScanFile _file;
   CheckedLas _las;
   ScanInfo _info;
-  std::uint64_t _chunkPoints;
-  std::unique_ptr<LaszipReader> _laszip;
-  std::unique_ptr<LaszipReader> _whole;  // unpacks what `_laszip` passes over; opened where records are wanted
+  CheckedLaz _chunks;
+  Decompression _shown{kShownChannels, nullptr};
+  Decompression _whole{laszip_DECOMPRESS_SELECTIVE_ALL, nullptr};
   ColourDepth _colour;
 };
 

@@ -55,10 +55,12 @@ void ScanFile::read(std::uint64_t offset, unsigned char* to, std::size_t count) 
   _stream.seekg(static_cast<std::streamoff>(offset));
   _stream.read(reinterpret_cast<char*>(to), static_cast<std::streamsize>(count));
   const auto got = static_cast<std::uint64_t>(_stream.gcount());
-  if (got != count) {
-    throw error("the file ended while it was being read, at byte " + std::to_string(offset + got) + ": " +
-                std::to_string(_size) + " bytes when it was opened");
-  }
+  if (got != count) throw cutOff(offset + got);
+}
+
+ScanError ScanFile::cutOff(std::uint64_t byte) const {
+  return error("the file ended while it was being read, at byte " + std::to_string(byte) + ": " +
+               std::to_string(_size) + " bytes when it was opened");
 }
 
 std::vector<unsigned char> ScanFile::beginning(std::size_t most) {

@@ -29,6 +29,8 @@ class ScanFile {
 
   /// An error that names this file.
   ScanError error(const std::string& what) const { return ScanError(_path + ": " + what); }
+  /// The error of a file that has become shorter.
+  ScanError cutOff(std::uint64_t byte) const;
 
  private:
   std::string _path;
