@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdarg>
 
 namespace QuorTests {
 namespace {
@@ -31,16 +30,13 @@ int interruptionsLeft() {
 
 }  // namespace QuorTests
 
-// A program's own definition goes before the C library's. The system's header would declare it in other words.
-extern "C" __attribute__((visibility("default"))) int open(const char* path, int flags, ...) {
+// A program's own definition goes before the C library's. That takes any number of arguments, of which the third is of
+// no meaning where the flags make no file.
+extern "C" __attribute__((visibility("default"))) int open(const char* path, int flags, unsigned int mode) {
   if (QuorTests::isInterrupted()) {
     errno = EINTR;
     return -1;
   }
-  std::va_list rest;
-  va_start(rest, flags);
-  const auto mode = va_arg(rest, unsigned int);  // of no meaning where the flags make no file
-  va_end(rest);
   constexpr int kFromWorkingFolder = -100;
   return static_cast<int>(::syscall(SYS_openat, kFromWorkingFolder, path, flags, mode));
 }
