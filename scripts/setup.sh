@@ -3,7 +3,7 @@
 #
 #   scripts/setup.sh [run|test|checks]     default: test
 #
-# run     compiler, CMake, OpenSceneGraph, LASzip and a software-rendered virtual display: builds and shows quor_viewer
+# run     compiler, CMake, OpenSceneGraph, plog, LASzip and a display rendered in software: builds and shows quor_viewer
 # test    the same, and GoogleTest, Google Benchmark and xdotool, which moves the pointer over the real window
 # checks  the same, and clang-format, clang-tidy and clang for the static checks and the second compiler
 set -euo pipefail
@@ -16,6 +16,10 @@ packages=(
   libopenscenegraph-dev                     # the scene graph that the library extends
   xvfb xauth libgl1-mesa-dri libglx-mesa0   # a display and OpenGL in software, where there is no screen
   fonts-dejavu-core                         # the viewer's status line
+)
+newer_packages=(
+  libplog-dev                               # the log file
+  liblaszip-dev                             # compressed scans in the viewer
 )
 case $profile in
   run) ;;
@@ -30,7 +34,7 @@ case $profile in
 esac
 
 command -v apt-get >/dev/null || fail "this script installs Debian packages, and apt-get is not on this machine;" \
-  "install the equivalents of: ${packages[*]} liblaszip-dev"
+  "install the equivalents of: ${packages[*]} ${newer_packages[*]}"
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
@@ -58,7 +62,7 @@ install() {
     fail "these packages could not be installed: $*"
 }
 
-# The oldest release whose LASzip has the interface that the viewer uses is Debian 13; its package runs on Debian 12.
+# Debian 12 has no plog, and its LASzip lacks the interface that the viewer uses; the packages of Debian 13 run on it.
 # There, the successor's package source is added, pinned so that nothing else can ever come from it. The mirror is the
 # one that this machine already uses.
 allow_from_successor() {
@@ -75,16 +79,21 @@ allow_from_successor() {
   refreshed=no
 }
 
-missing=()
-for package in "${packages[@]}"; do
-  installed "$package" || missing+=("$package")
-done
+missing_of() {
+  local package
+  for package in "$@"; do
+    installed "$package" || printf '%s\n' "$package"
+  done
+}
+
+mapfile -t missing < <(missing_of "${packages[@]}")
 [ ${#missing[@]} -eq 0 ] || install "${missing[@]}"
 
-if ! installed liblaszip-dev; then
+mapfile -t missing < <(missing_of "${newer_packages[@]}")
+if [ ${#missing[@]} -gt 0 ]; then
   refresh
   case "$(. /etc/os-release && printf '%s' "${ID:-}${VERSION_ID:-}")" in
-    debian12) allow_from_successor liblaszip-dev ;;
+    debian12) allow_from_successor "${missing[@]}" ;;
   esac
-  install liblaszip-dev
+  install "${missing[@]}"
 fi

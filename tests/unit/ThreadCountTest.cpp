@@ -1,3 +1,4 @@
+#include "support/NewProcess.h"
 #include "support/OnThreads.h"
 
 #include <QuorOsgUtils/ThreadCount.h>
@@ -5,10 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
 #include <type_traits>
 
 using QuorOsgUtils::ThreadCount;
+using QuorTests::expectInANewProcess;
 using QuorTests::onThreads;
 
 namespace {
@@ -18,11 +19,6 @@ class ThreadCountTest : public ::testing::Test {
  protected:
   ThreadCountTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
-
-template <typename Claim>
-void expectInANewProcess(Claim claim) {
-  EXPECT_EXIT(std::exit(claim() ? 0 : 1), ::testing::ExitedWithCode(0), "");
-}
 
 ThreadCount& threads() {
   return *ThreadCount::getInstance();

@@ -3,6 +3,7 @@
 #include <QuorOsgUtils/FileCmd.h>
 #include <QuorOsgUtils/FileManager.h>
 #include <QuorOsgUtils/FilePtr.h>
+#include <QuorOsgUtils/LogFile.h>
 #include <QuorOsgUtils/SPointCloudManipulator.h>
 #include <QuorOsgUtils/SPointCloudPrivotManipulator.h>
 #include <QuorOsgUtils/ScreenCaptureTool.h>
@@ -50,6 +51,15 @@ bool filesWork() {
   return reading.text == "scan" && !file->isOpen() && !std::ifstream(name).good() && manager->memorySize() == 16;
 }
 
+bool logWorks() {
+  std::remove("3Dengine.log");
+  QuorOsgUtils::LogFile::getInstance()->info("the consumer");
+  std::ifstream log("3Dengine.log");
+  std::string line;
+  std::getline(log, line);
+  return line.find("QuorOsgUtils::LogFile::info@20] the consumer") != std::string::npos;
+}
+
 }  // namespace
 
 int main() {
@@ -67,7 +77,7 @@ int main() {
   lock->lock();
   lock->unlock();
 
-  const bool fresh = filesWork() && manipulator->getFov() == 30.0 && pivot->getFov() == 30.0 &&
+  const bool fresh = filesWork() && logWorks() && manipulator->getFov() == 30.0 && pivot->getFov() == 30.0 &&
                      capture->getFrameBuffer().getFrameStamp() == 0 && box->getCurrentClipPlanes().size() == 6 &&
                      pointer._pixelSize == 1.0 && QuorOsgUtils::ThreadCount::getInstance()->value() == 0;
   std::printf("quor_osg_utils %d.%d.%d %s\n", QuorOsgUtils::kVersionMajor, QuorOsgUtils::kVersionMinor,
