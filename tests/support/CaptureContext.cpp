@@ -1,9 +1,10 @@
 #include "support/CaptureContext.h"
 
+#include "support/PixelBuffer.h"
+
 #include <osg/Drawable>
 #include <osg/GLExtensions>
 #include <osg/Geode>
-#include <osg/GraphicsContext>
 
 #include <utility>
 
@@ -82,24 +83,6 @@ struct PainterDrawable : osg::Drawable {
 
   const std::function<void()>& painter;
 };
-
-osg::ref_ptr<osg::GraphicsContext> newPixelBuffer() {
-  osg::ref_ptr<osg::GraphicsContext::Traits> traits = new osg::GraphicsContext::Traits;
-  traits->readDISPLAY();
-  traits->setUndefinedScreenDetailsToDefaultScreen();
-  traits->width = 16;
-  traits->height = 16;
-  traits->pbuffer = true;
-  osg::ref_ptr<osg::GraphicsContext> context = osg::GraphicsContext::createGraphicsContext(traits);
-  return context.valid() && context->valid() ? context : nullptr;
-}
-
-/// The first context stays open to the end of the program and is never used: closing the last one would unload the
-/// driver, whose memory a leak checker could then no longer tell from ours.
-osg::ref_ptr<osg::GraphicsContext> pixelBuffer() {
-  static const auto* const keepsDriverLoaded = new osg::ref_ptr<osg::GraphicsContext>(newPixelBuffer());
-  return keepsDriverLoaded->valid() ? newPixelBuffer() : nullptr;
-}
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 // Names something of every header and runs it, so that a missing export or a missing link shows.
 #include <QuorOsgUtils/BoxCutterDragger.h>
+#include <QuorOsgUtils/DecrementalCompileOperation.h>
 #include <QuorOsgUtils/FileCmd.h>
 #include <QuorOsgUtils/FileManager.h>
 #include <QuorOsgUtils/FilePtr.h>
@@ -60,6 +61,15 @@ bool logWorks() {
   return line.find("QuorOsgUtils::LogFile::info@20] the consumer") != std::string::npos;
 }
 
+bool removalWorks() {
+  osg::ref_ptr<osg::Group> group = new osg::Group;
+  group->addChild(new osg::Node);
+  osg::ref_ptr<QuorOsgUtils::DecrementalCompileOperation> removal = new QuorOsgUtils::DecrementalCompileOperation;
+  removal->add(new QuorOsgUtils::DecrementalCompileOperation::DeleteSet(group, group->getChild(0)));
+  (*removal)(static_cast<osg::GraphicsContext*>(nullptr));
+  return group->getNumChildren() == 0;
+}
+
 }  // namespace
 
 int main() {
@@ -77,9 +87,10 @@ int main() {
   lock->lock();
   lock->unlock();
 
-  const bool fresh = filesWork() && logWorks() && manipulator->getFov() == 30.0 && pivot->getFov() == 30.0 &&
-                     capture->getFrameBuffer().getFrameStamp() == 0 && box->getCurrentClipPlanes().size() == 6 &&
-                     pointer._pixelSize == 1.0 && QuorOsgUtils::ThreadCount::getInstance()->value() == 0;
+  const bool fresh = filesWork() && logWorks() && removalWorks() && manipulator->getFov() == 30.0 &&
+                     pivot->getFov() == 30.0 && capture->getFrameBuffer().getFrameStamp() == 0 &&
+                     box->getCurrentClipPlanes().size() == 6 && pointer._pixelSize == 1.0 &&
+                     QuorOsgUtils::ThreadCount::getInstance()->value() == 0;
   std::printf("quor_osg_utils %d.%d.%d %s\n", QuorOsgUtils::kVersionMajor, QuorOsgUtils::kVersionMinor,
               QuorOsgUtils::kVersionPatch, fresh ? "works" : "has wrong defaults");
   return fresh ? 0 : 1;

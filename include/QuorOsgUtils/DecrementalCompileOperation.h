@@ -1,0 +1,174 @@
+#pragma once
+
+#include <QuorOsgUtils/Export.h>
+
+#include <OpenThreads/Mutex>
+#include <osg/GraphicsContext>
+#include <osg/GraphicsThread>
+#include <osg/Group>
+#include <osg/Node>
+#include <osg/Referenced>
+#include <osg/observer_ptr>
+#include <osg/ref_ptr>
+
+#include <list>
+#include <set>
+#include <vector>
+
+namespace QuorOsgUtils {
+
+/// Takes subgraphs out of the scene on the graphics thread, between frames, instead of on the thread that decides it.
+///
+///     osg::ref_ptr<DecrementalCompileOperation> removal = new DecrementalCompileOperation;
+///     removal->addGraphicsContext(window);
+///     ...
+///     removal->add(scans, closedScan);  // detached the next time the window's context runs its operations
+///
+/// Every run takes all requests that are pending then: it detaches each node from its group, tells the request's
+/// callback and drops the request. With the node's last reference its GL objects go to the scene graph's lists of
+/// deleted objects, which the following frames work off.
+///
+/// The settings (target frame rate to delete-all-till frame number) are kept for the host and read by nothing here.
+///
+/// Lifecycle: a request is pending from `add` until the next run on any context, or until `remove`. A callback may add
+/// and remove requests: what it adds waits for the next run, what it removes still has its turn if the run under way
+/// has taken it already. A request that is queued twice has two turns. The group of a request is only observed: one
+/// that is gone at its turn is passed over, and the request is finished as usual.
+///
+/// Ownership: each context keeps the operation; the operation knows its contexts by bare pointers, so remove a context
+/// before it is destroyed. An operation destroyed first takes itself out of no context.
+///
+/// Threads: `add` and `remove` may be called from any thread. Contexts are added and removed while their graphics
+/// threads rest, or from a callback on the context's own thread: the scene graph reads its list of operations without a
+/// lock. The run takes place on the graphics thread of every context; what it detaches must not be traversed at that
+/// moment, so in the viewer's threading models that update or cull beside the drawing the host decides when it queues.
+/// With several contexts one request may have a turn on each: the node is detached once, and the callback runs on each
+/// of them, perhaps at the same time. Nodes are detached and destroyed by one thread at a time, callbacks run without
+/// any lock held. Settings, `isActive` and `isEmpty` are read and written without a lock.
+///
+/// Cost: removing n children of one group one by one costs n² (10,000: 0.2 s; 100,000: half a minute), all within one
+/// run: queue the parent of many, not the many.
+///
+/// GL: none is called here, and the current context stays as it is.
+class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOperation {
+ public:
+  class DeleteSet;
+
+  /// Told when a request has been finished, on the graphics thread. Hosts derive from it.
+  class QUOR_OSG_UTILS_EXPORT DeleteCompletedCallback : public virtual osg::Referenced {
+   public:
+    /// `set` is no longer pending and lives at least until the call returns.
+    virtual void deleteCompleted(DeleteSet* set) = 0;
+
+   protected:
+    ~DeleteCompletedCallback() override;
+  };
+
+  /// A request: the child to detach from its parent.
+  class QUOR_OSG_UTILS_EXPORT DeleteSet : public osg::Referenced {
+   public:
+    DeleteSet();
+    DeleteSet(osg::Group* group, osg::Node* node);
+    DeleteSet(const DeleteSet& other);
+    DeleteSet& operator=(const DeleteSet& other);
+
+    /// Detaches the node from the group, where both are there and the one is a child of the other. Always true.
+    bool deleteop();
+
+    osg::observer_ptr<osg::Group> _group;
+    osg::ref_ptr<osg::Node> _node;
+    /// Null at first. Set it before the request is added.
+    osg::ref_ptr<DeleteCompletedCallback> _deleteCompletedCallback;
+
+   protected:
+    ~DeleteSet() override;
+  };
+
+  using DeleteSets = std::list<osg::ref_ptr<DeleteSet>>;
+  using ContextSet = std::set<osg::GraphicsContext*>;
+
+  /// Named "DecrementalCompileOperation", and kept by the contexts' queues after each run.
+  DecrementalCompileOperation();
+  DecrementalCompileOperation(const DecrementalCompileOperation&) = delete;
+  DecrementalCompileOperation& operator=(const DecrementalCompileOperation&) = delete;
+  ~DecrementalCompileOperation() override;
+
+  /// Whether any context runs this operation.
+  bool isActive() const;
+
+  /// Frames per second; 100 at first.
+  void setTargetFrameRate(double targetFrameRate);
+  double getTargetFrameRate();
+
+  /// Seconds; 0.001 at first.
+  void setMinimumTimeAvailableForGLCompileAndDeletePerFrame(double seconds);
+  double getMinimumTimeAvailableForGLCompileAndDeletePerFrame();
+
+  /// 20 at first.
+  void setMaximumNumOfObjectsToDeletePerFrame(unsigned int count);
+  unsigned int getMaximumNumOfObjectsToDeletePerFrame();
+
+  /// Both 0.5 at first.
+  void setFlushTimeRatio(double ratio);
+  double getFlushTimeRatio();
+  void setConservativeTimeRatio(double ratio);
+  double getConservativeTimeRatio();
+
+  /// Both 0 at first.
+  void setCurrentFrameNumber(unsigned int frameNumber);
+  unsigned int getCurrentFrameNumber();
+  void setDeleteAllTillFrameNumber(unsigned int frameNumber);
+  unsigned int getDeleteAllTillFrameNumber();
+
+  /// Sets the delete-all-till frame number so many frames after the current one; the sum wraps at 2^32.
+  void compileAllForNextFrame(unsigned int numFramesToDeleteAll);
+
+  ContextSet& getContextSet();
+  const ContextSet& getContextSet() const;
+
+  /// Has the contexts run this operation, or no longer. A context that is there already, or not there, and null are
+  /// ignored.
+  void assignContexts(std::vector<osg::GraphicsContext*>& contexts);
+  void removeContexts(std::vector<osg::GraphicsContext*>& contexts);
+  void addGraphicsContext(osg::GraphicsContext* gc);
+  void removeGraphicsContext(osg::GraphicsContext* gc);
+
+  /// Queues the removal of `node` from `group`.
+  void add(osg::Group* group, osg::Node* node);
+  /// Queues a request, and takes its first place in the queue back. Null, and a request that is not queued, are
+  /// ignored.
+  void add(DeleteSet* set);
+  void remove(DeleteSet* set);
+
+  /// Whether no request is pending.
+  bool isEmpty();
+
+  /// The run. Contexts call it; a direct call, also with null, does the same on the calling thread.
+  void operator()(osg::GraphicsContext* context) override;
+  using osg::GraphicsOperation::operator();
+
+  /// The pending requests in order of arrival, and the mutex to hold while they are looked at. The mutex is not
+  /// recursive: no other call on the operation's queue while it is held.
+  OpenThreads::Mutex* getToCompiledMutex();
+  DeleteSets& getToCompile();
+
+ protected:
+  /// Finishes the requests from the front on and leaves the list empty.
+  void deleteSets(DeleteSets& sets);
+
+ private:
+  void unlink(const DeleteSet* set);
+
+  double _targetFrameRate = 100.0;
+  double _minimumTimePerFrameSeconds = 0.001;
+  unsigned int _maximumObjectsPerFrame = 20;
+  double _flushTimeRatio = 0.5;
+  double _conservativeTimeRatio = 0.5;
+  unsigned int _currentFrameNumber = 0;
+  unsigned int _deleteAllTillFrameNumber = 0;
+  OpenThreads::Mutex _toCompileMutex;
+  DeleteSets _toCompile;
+  ContextSet _contexts;
+};
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <osg/GraphicsContext>
+#include <osg/ref_ptr>
+
+namespace QuorTests {
+
+/// A small off-screen context of the test's own, or null where none is to be had.
+inline osg::ref_ptr<osg::GraphicsContext> newPixelBuffer() {
+  osg::ref_ptr<osg::GraphicsContext::Traits> traits = new osg::GraphicsContext::Traits;
+  traits->readDISPLAY();
+  traits->setUndefinedScreenDetailsToDefaultScreen();
+  traits->width = 16;
+  traits->height = 16;
+  traits->pbuffer = true;
+  osg::ref_ptr<osg::GraphicsContext> context = osg::GraphicsContext::createGraphicsContext(traits);
+  return context.valid() && context->valid() ? context : nullptr;
+}
+
+/// The same. The first context stays open to the end of the program and is never used: closing the last one would
+/// unload the driver, whose memory a leak checker could then no longer tell from ours.
+inline osg::ref_ptr<osg::GraphicsContext> pixelBuffer() {
+  static const auto* const keepsDriverLoaded = new osg::ref_ptr<osg::GraphicsContext>(newPixelBuffer());
+  return keepsDriverLoaded->valid() ? newPixelBuffer() : nullptr;
+}
+
+}  // namespace QuorTests

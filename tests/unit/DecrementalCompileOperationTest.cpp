@@ -1,0 +1,864 @@
+#include "support/OnThreads.h"
+#include "support/Removal.h"
+
+#include <osgViewer/GraphicsWindow>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::Ge;
+using ::testing::IsEmpty;
+using namespace QuorTests;
+
+namespace {
+
+class ExposedOperation : public Removal {
+ public:
+  using Removal::deleteSets;
+};
+
+/// A context without GL that runs operations as any other does.
+osg::ref_ptr<osg::GraphicsContext> plainContext() {
+  return new osgViewer::GraphicsWindowEmbedded(0, 0, 16, 16);
+}
+
+class DecrementalCompileOperationTest : public ::testing::Test {
+ protected:
+  DecrementalCompileOperationTest() : _group(new osg::Group), _operation(new ExposedOperation) {}
+
+  osg::ref_ptr<osg::Node> child() {
+    osg::ref_ptr<osg::Node> node = new Counted;
+    _group->addChild(node);
+    return node;
+  }
+
+  void run() { (*_operation)(static_cast<osg::GraphicsContext*>(nullptr)); }
+
+  /// A set that leaves its name in the record when it has been finished.
+  osg::ref_ptr<DeleteSet> recording(const std::string& name) {
+    return toldSet(_group, child(), [this, name](DeleteSet*) { _record.push_back(name); });
+  }
+
+  bool isPending(const DeleteSet* set) const {
+    const auto& pending = _operation->getToCompile();
+    return std::find(pending.begin(), pending.end(), set) != pending.end();
+  }
+
+  std::size_t queuedIn(osg::GraphicsContext& context) const {
+    const auto& queue = context.getOperationsQueue();
+    return static_cast<std::size_t>(std::count(queue.begin(), queue.end(), _operation));
+  }
+
+  const int _aliveBefore = Counted::alive();
+  osg::ref_ptr<osg::Group> _group;
+  osg::ref_ptr<ExposedOperation> _operation;
+  std::vector<std::string> _record;
+};
+
+}  // namespace
+
+TEST_F(DecrementalCompileOperationTest, isAKeptGraphicsOperationOfItsName) {
+  EXPECT_EQ(_operation->getName(), "DecrementalCompileOperation");
+  EXPECT_TRUE(_operation->getKeep());
+  EXPECT_TRUE(_operation->isEmpty());
+  EXPECT_FALSE(_operation->isActive());
+}
+
+TEST_F(DecrementalCompileOperationTest, settingsHaveTheirDefaults) {
+  EXPECT_EQ(_operation->getTargetFrameRate(), 100.0);
+  EXPECT_EQ(_operation->getMinimumTimeAvailableForGLCompileAndDeletePerFrame(), 0.001);
+  EXPECT_EQ(_operation->getMaximumNumOfObjectsToDeletePerFrame(), 20u);
+  EXPECT_EQ(_operation->getFlushTimeRatio(), 0.5);
+  EXPECT_EQ(_operation->getConservativeTimeRatio(), 0.5);
+  EXPECT_EQ(_operation->getCurrentFrameNumber(), 0u);
+  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 0u);
+}
+
+TEST_F(DecrementalCompileOperationTest, eachSettingKeepsWhatItIsGiven) {
+  _operation->setTargetFrameRate(-1.5);
+  _operation->setMinimumTimeAvailableForGLCompileAndDeletePerFrame(2.5);
+  _operation->setMaximumNumOfObjectsToDeletePerFrame(3);
+  _operation->setFlushTimeRatio(4.5);
+  _operation->setConservativeTimeRatio(5.5);
+  _operation->setCurrentFrameNumber(6);
+  _operation->setDeleteAllTillFrameNumber(7);
+  EXPECT_EQ(_operation->getTargetFrameRate(), -1.5);
+  EXPECT_EQ(_operation->getMinimumTimeAvailableForGLCompileAndDeletePerFrame(), 2.5);
+  EXPECT_EQ(_operation->getMaximumNumOfObjectsToDeletePerFrame(), 3u);
+  EXPECT_EQ(_operation->getFlushTimeRatio(), 4.5);
+  EXPECT_EQ(_operation->getConservativeTimeRatio(), 5.5);
+  EXPECT_EQ(_operation->getCurrentFrameNumber(), 6u);
+  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 7u);
+}
+
+TEST_F(DecrementalCompileOperationTest, compileAllForFiveFramesAfterTheTenthSetsTheFifteenthAndChangesNoProcessing) {
+  _operation->setCurrentFrameNumber(10);
+  _operation->compileAllForNextFrame(5);
+  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 15u);
+  EXPECT_EQ(_operation->getCurrentFrameNumber(), 10u);
+  _operation->add(_group, child());
+  run();
+  EXPECT_EQ(_group->getNumChildren(), 0u);
+}
+
+TEST_F(DecrementalCompileOperationTest, theSumOfFrameNumbersWraps) {
+  _operation->setCurrentFrameNumber(0xFFFFFFFFu);
+  _operation->compileAllForNextFrame(3);
+  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 2u);
+}
+
+TEST_F(DecrementalCompileOperationTest, aMaximumOfOneObjectPerFrameStillFinishesEverySetInOneRun) {
+  _operation->setMaximumNumOfObjectsToDeletePerFrame(1);
+  for (int i = 0; i < 50; ++i) _operation->add(_group, child());
+  run();
+  EXPECT_EQ(_group->getNumChildren(), 0u);
+  EXPECT_TRUE(_operation->isEmpty());
+}
+
+TEST_F(DecrementalCompileOperationTest, aRequestWaitsForTheNextRun) {
+  const osg::ref_ptr<osg::Node> node = child();
+  _operation->add(_group, node);
+  EXPECT_FALSE(_operation->isEmpty());
+  EXPECT_TRUE(_group->containsNode(node));
+  run();
+  EXPECT_TRUE(_operation->isEmpty());
+  EXPECT_FALSE(_group->containsNode(node));
+  EXPECT_EQ(node->referenceCount(), 1);
+}
+
+TEST_F(DecrementalCompileOperationTest, aRunWithoutRequestsDoesNothing) {
+  child();
+  run();
+  EXPECT_EQ(_group->getNumChildren(), 1u);
+}
+
+TEST_F(DecrementalCompileOperationTest, onlyTheRequestedChildIsDetached) {
+  const osg::ref_ptr<osg::Node> before = child();
+  const osg::ref_ptr<osg::Node> node = child();
+  const osg::ref_ptr<osg::Node> after = child();
+  _operation->add(_group, node);
+  run();
+  ASSERT_EQ(_group->getNumChildren(), 2u);
+  EXPECT_EQ(_group->getChild(0), before);
+  EXPECT_EQ(_group->getChild(1), after);
+}
+
+TEST_F(DecrementalCompileOperationTest, requestsAreFinishedInTheOrderOfTheirArrival) {
+  for (const char* const name : {"first", "second", "third"}) _operation->add(recording(name));
+  run();
+  EXPECT_THAT(_record, ElementsAre("first", "second", "third"));
+}
+
+TEST_F(DecrementalCompileOperationTest, aNodeWithoutOtherReferencesIsDestroyedBeforeTheNextTurn) {
+  const osg::ref_ptr<DeleteSet> next = toldSet(
+      _group, child(), [this](DeleteSet*) { _record.push_back(std::to_string(Counted::alive() - _aliveBefore)); });
+  _operation->add(_group, child());
+  _operation->add(next);
+  run();
+  EXPECT_THAT(_record, ElementsAre("1"));
+}
+
+TEST_F(DecrementalCompileOperationTest, addingAndRemovingNullDoesNothing) {
+  _operation->add(nullptr);
+  EXPECT_TRUE(_operation->isEmpty());
+  _operation->add(_group, child());
+  _operation->remove(nullptr);
+  EXPECT_FALSE(_operation->isEmpty());
+}
+
+TEST_F(DecrementalCompileOperationTest, removingASetThatIsNotPendingLeavesItAndTheQueueAlone) {
+  auto* const stranger = new DeleteSet(_group, child());
+  _operation->add(_group, child());
+  _operation->remove(stranger);
+  EXPECT_EQ(_operation->getToCompile().size(), 1u);
+  EXPECT_EQ(stranger->referenceCount(), 0);
+  const osg::ref_ptr<DeleteSet> destroysIt = stranger;
+}
+
+TEST_F(DecrementalCompileOperationTest, aRemovedRequestHasNoTurn) {
+  const osg::ref_ptr<DeleteSet> set = recording("removed");
+  _operation->add(set);
+  _operation->add(recording("stays"));
+  _operation->remove(set);
+  EXPECT_EQ(set->referenceCount(), 1);
+  run();
+  EXPECT_THAT(_record, ElementsAre("stays"));
+  EXPECT_TRUE(_group->containsNode(set->_node));
+}
+
+TEST_F(DecrementalCompileOperationTest, removalTakesTheFirstPlaceOfASetThatIsQueuedTwice) {
+  const osg::ref_ptr<DeleteSet> twice = recording("twice");
+  const osg::ref_ptr<DeleteSet> other = recording("other");
+  for (const auto& set : {twice, other, twice}) _operation->add(set);
+  _operation->remove(twice);
+  EXPECT_THAT(_operation->getToCompile(), ElementsAre(other, twice));
+}
+
+TEST_F(DecrementalCompileOperationTest, aSetThatIsQueuedTwiceHasTwoTurnsInOneRun) {
+  const osg::ref_ptr<DeleteSet> twice = recording("twice");
+  _operation->add(twice);
+  _operation->add(twice);
+  run();
+  EXPECT_THAT(_record, ElementsAre("twice", "twice"));
+  EXPECT_TRUE(_operation->isEmpty());
+  EXPECT_EQ(_group->getNumChildren(), 0u);
+  EXPECT_EQ(twice->referenceCount(), 1);
+}
+
+TEST_F(DecrementalCompileOperationTest, aNodeThatIsAChildTwiceIsDetachedOnceByEachTurn) {
+  const osg::ref_ptr<osg::Node> node = child();
+  _group->addChild(node);
+  _operation->add(_group, node);
+  run();
+  EXPECT_EQ(_group->getNumChildren(), 1u);
+  _operation->add(_group, node);
+  run();
+  EXPECT_EQ(_group->getNumChildren(), 0u);
+}
+
+TEST_F(DecrementalCompileOperationTest, theRequestKeepsTheNodeAndNotTheGroup) {
+  _operation->add(_group, child());
+  EXPECT_EQ(_group->referenceCount(), 1);
+  _group = nullptr;
+  EXPECT_EQ(Counted::alive(), _aliveBefore + 1);
+  run();
+  EXPECT_EQ(Counted::alive(), _aliveBefore);
+}
+
+TEST_F(DecrementalCompileOperationTest, aSetWhoseGroupIsGoneIsStillTakenOffAndItsCallbackRunsAndNoNodeIsTouched) {
+  const osg::ref_ptr<osg::Group> elsewhere = new osg::Group;
+  const osg::ref_ptr<DeleteSet> set = recording("told");
+  elsewhere->addChild(set->_node);
+  _operation->add(set);
+  _group = nullptr;
+  run();
+  EXPECT_TRUE(_operation->isEmpty());
+  EXPECT_THAT(_record, ElementsAre("told"));
+  EXPECT_TRUE(elsewhere->containsNode(set->_node));
+}
+
+TEST_F(DecrementalCompileOperationTest, aGroupThatDiesBetweenTheSnapshotAndItsTurnIsPassedOver) {
+  osg::ref_ptr<osg::Group> dying = new Counted;
+  const osg::ref_ptr<osg::Node> node = child();
+  dying->addChild(node);
+  _operation->add(toldSet(_group, node, [&dying](DeleteSet*) { dying = nullptr; }));
+  _operation->add(toldSet(dying, node, [this](DeleteSet*) { _record.push_back("told"); }));
+  run();
+  EXPECT_THAT(_record, ElementsAre("told"));
+  EXPECT_EQ(node->getNumParents(), 0u);
+  EXPECT_EQ(Counted::alive(), _aliveBefore + 1);
+}
+
+TEST_F(DecrementalCompileOperationTest, aSetWithoutGroupOrNodeIsFinishedAllTheSame) {
+  const auto record = [this](DeleteSet*) { _record.push_back("told"); };
+  child();
+  _operation->add(toldSet(nullptr, _group->getChild(0), record));
+  _operation->add(toldSet(_group, nullptr, record));
+  _operation->add(nullptr, nullptr);
+  run();
+  EXPECT_THAT(_record, ElementsAre("told", "told"));
+  EXPECT_TRUE(_operation->isEmpty());
+  EXPECT_EQ(_group->getNumChildren(), 1u);
+}
+
+TEST_F(DecrementalCompileOperationTest, aSetWhoseNodeIsNoChildOfTheGroupIsDroppedQuietly) {
+  child();
+  const osg::ref_ptr<osg::Node> stranger = new Counted;
+  _operation->add(_group, stranger);
+  run();
+  EXPECT_TRUE(_operation->isEmpty());
+  EXPECT_EQ(_group->getNumChildren(), 1u);
+  EXPECT_EQ(stranger->referenceCount(), 1);
+}
+
+TEST_F(DecrementalCompileOperationTest, theRemovalGoesThroughTheGroupsOwnRemoveChild) {
+  struct Refusing : osg::Group {
+    bool removeChild(osg::Node* node) override {
+      asked = node;
+      return false;
+    }
+    osg::Node* asked = nullptr;
+  };
+  const osg::ref_ptr<Refusing> group = new Refusing;
+  const osg::ref_ptr<osg::Node> node = new Counted;
+  group->addChild(node);
+  _operation->add(group, node);
+  run();
+  EXPECT_EQ(group->asked, node);
+  EXPECT_EQ(group->getNumChildren(), 1u);
+  EXPECT_TRUE(_operation->isEmpty());
+}
+
+TEST_F(DecrementalCompileOperationTest, theCallbackSeesItsSetDetachedAndOffThePendingListWithTheMutexFree) {
+  bool told = false;
+  const osg::ref_ptr<DeleteSet> set = toldSet(_group, child(), [&](DeleteSet* finished) {
+    EXPECT_EQ(finished, set);
+    EXPECT_FALSE(isPending(set));
+    EXPECT_FALSE(_group->containsNode(set->_node));
+    EXPECT_EQ(_operation->getToCompiledMutex()->trylock(), 0);
+    _operation->getToCompiledMutex()->unlock();
+    told = true;
+  });
+  _operation->add(set);
+  run();
+  EXPECT_TRUE(told);
+}
+
+TEST_F(DecrementalCompileOperationTest, aSetThatACallbackAddsWaitsForTheNextRun) {
+  const osg::ref_ptr<DeleteSet> added = recording("added");
+  _operation->add(toldSet(_group, child(), [&](DeleteSet*) { _operation->add(added); }));
+  run();
+  EXPECT_THAT(_record, IsEmpty());
+  EXPECT_TRUE(isPending(added));
+  run();
+  EXPECT_THAT(_record, ElementsAre("added"));
+}
+
+TEST_F(DecrementalCompileOperationTest, aCallbackMayAddItsOwnSetAgain) {
+  int turns = 0;
+  const osg::ref_ptr<DeleteSet> set = toldSet(_group, child(), [&](DeleteSet* finished) {
+    ++turns;
+    _operation->add(finished);
+  });
+  _operation->add(set);
+  run();
+  run();
+  EXPECT_EQ(turns, 2);
+  EXPECT_TRUE(isPending(set));
+  _operation->remove(set);
+}
+
+TEST_F(DecrementalCompileOperationTest, aSetThatACallbackRemovesStillHasTheTurnThatTheRunHasTaken) {
+  const osg::ref_ptr<DeleteSet> removed = recording("removed");
+  _operation->add(toldSet(_group, child(), [&](DeleteSet*) {
+    _operation->remove(removed);
+    EXPECT_FALSE(isPending(removed));
+  }));
+  _operation->add(removed);
+  run();
+  EXPECT_THAT(_record, ElementsAre("removed"));
+  run();
+  EXPECT_THAT(_record, ElementsAre("removed"));
+}
+
+TEST_F(DecrementalCompileOperationTest, aCallbackMayRunTheOperation) {
+  _operation->add(toldSet(_group, child(), [this](DeleteSet*) { run(); }));
+  _operation->add(recording("second"));
+  run();
+  EXPECT_THAT(_record, ElementsAre("second", "second"));
+  EXPECT_TRUE(_operation->isEmpty());
+  EXPECT_EQ(_group->getNumChildren(), 0u);
+}
+
+TEST_F(DecrementalCompileOperationTest, aCallbackMayTakeItselfOffItsSet) {
+  const osg::ref_ptr<DeleteSet> set = toldSet(_group, child(), [this](DeleteSet* finished) {
+    finished->_deleteCompletedCallback = nullptr;
+    _record.push_back("told");
+  });
+  _operation->add(set);
+  run();
+  EXPECT_THAT(_record, ElementsAre("told"));
+}
+
+TEST_F(DecrementalCompileOperationTest, aNodeThatGoesMayUseTheOperation) {
+  const osg::ref_ptr<DeleteSet> added = recording("added");
+  const auto useIt = [this, added] {
+    _operation->add(added);
+    run();
+  };
+  auto* const node = new Counted(useIt);
+  _group->addChild(node);
+  _operation->add(_group, node);
+  run();
+  EXPECT_THAT(_record, ElementsAre("added"));
+}
+
+TEST_F(DecrementalCompileOperationTest, aNodeThatGoesWithARemovedRequestMayUseTheOperation) {
+  const osg::ref_ptr<DeleteSet> added = recording("added");
+  auto* const set = new DeleteSet(nullptr, new Counted([this, added] { _operation->add(added); }));
+  _operation->add(set);
+  _operation->remove(set);
+  EXPECT_TRUE(isPending(added));
+}
+
+TEST_F(DecrementalCompileOperationTest, deleteSetsEmptiesTheGivenListAndUnlinksItsSetsFromThePendingOnes) {
+  const osg::ref_ptr<DeleteSet> pending = recording("pending");
+  const osg::ref_ptr<DeleteSet> stays = recording("stays");
+  Removal::DeleteSets given = {pending, recording("given")};
+  _operation->add(pending);
+  _operation->add(stays);
+  _operation->deleteSets(given);
+  EXPECT_TRUE(given.empty());
+  EXPECT_THAT(_record, ElementsAre("pending", "given"));
+  EXPECT_THAT(_operation->getToCompile(), ElementsAre(stays));
+}
+
+TEST_F(DecrementalCompileOperationTest, deleteSetsMayBeGivenThePendingListItself) {
+  const osg::ref_ptr<DeleteSet> twice = recording("twice");
+  for (const auto& set : {twice, recording("other"), twice}) _operation->add(set);
+  _operation->deleteSets(_operation->getToCompile());
+  EXPECT_THAT(_record, ElementsAre("twice", "other"));
+  EXPECT_TRUE(_operation->isEmpty());
+}
+
+TEST_F(DecrementalCompileOperationTest, aNullThatTheHostPutIntoThePendingListIsDropped) {
+  _operation->getToCompile().emplace_back();
+  _operation->add(recording("after"));
+  run();
+  EXPECT_THAT(_record, ElementsAre("after"));
+  EXPECT_TRUE(_operation->isEmpty());
+}
+
+TEST_F(DecrementalCompileOperationTest, aContextThatIsAddedTwiceHoldsTheOperationOnce) {
+  const osg::ref_ptr<osg::GraphicsContext> context = plainContext();
+  _operation->addGraphicsContext(context);
+  _operation->addGraphicsContext(context);
+  EXPECT_EQ(queuedIn(*context), 1u);
+  EXPECT_THAT(_operation->getContextSet(), ElementsAre(context.get()));
+  EXPECT_TRUE(_operation->isActive());
+  _operation->removeGraphicsContext(context);
+  EXPECT_EQ(queuedIn(*context), 0u);
+  EXPECT_FALSE(_operation->isActive());
+}
+
+TEST_F(DecrementalCompileOperationTest, removingAnUnassignedContextAndNullDoesNothing) {
+  const osg::ref_ptr<osg::GraphicsContext> context = plainContext();
+  context->add(_operation);
+  _operation->removeGraphicsContext(context);
+  _operation->removeGraphicsContext(nullptr);
+  _operation->addGraphicsContext(nullptr);
+  EXPECT_EQ(queuedIn(*context), 1u);
+  EXPECT_FALSE(_operation->isActive());
+}
+
+TEST_F(DecrementalCompileOperationTest, severalContextsAreAssignedAndRemovedAtOnce) {
+  const osg::ref_ptr<osg::GraphicsContext> one = plainContext();
+  const osg::ref_ptr<osg::GraphicsContext> two = plainContext();
+  std::vector<osg::GraphicsContext*> contexts = {one, two, one, nullptr};
+  _operation->assignContexts(contexts);
+  EXPECT_EQ(queuedIn(*one), 1u);
+  EXPECT_EQ(queuedIn(*two), 1u);
+  EXPECT_EQ(std::as_const(*_operation).getContextSet().size(), 2u);
+  _operation->removeContexts(contexts);
+  EXPECT_EQ(queuedIn(*one) + queuedIn(*two), 0u);
+  EXPECT_FALSE(_operation->isActive());
+}
+
+TEST_F(DecrementalCompileOperationTest, everyRunOfTheContextsOperationsIsARun) {
+  const osg::ref_ptr<osg::GraphicsContext> context = plainContext();
+  _operation->addGraphicsContext(context);
+  for (int run = 0; run < 3; ++run) {
+    _operation->add(_group, child());
+    context->runOperations();
+    EXPECT_EQ(_group->getNumChildren(), 0u);
+  }
+}
+
+TEST_F(DecrementalCompileOperationTest, aCallbackMayRemoveTheContextThatRuns) {
+  const osg::ref_ptr<osg::GraphicsContext> context = plainContext();
+  _operation->addGraphicsContext(context);
+  _operation->add(toldSet(_group, child(), [&](DeleteSet*) { _operation->removeGraphicsContext(context); }));
+  _operation->add(recording("second"));
+  context->runOperations();
+  EXPECT_THAT(_record, ElementsAre("second"));
+  EXPECT_EQ(queuedIn(*context), 0u);
+}
+
+TEST_F(DecrementalCompileOperationTest, contextsKeepTheOperationAndTheLastToBeRemovedDestroysIt) {
+  std::vector<osg::ref_ptr<osg::GraphicsContext>> owned = {plainContext(), plainContext(), plainContext()};
+  std::vector<osg::GraphicsContext*> contexts = {owned[0], owned[1], owned[2]};
+  std::vector<osg::GraphicsContext*> firstTwo = {owned[0], owned[1]};
+  const osg::observer_ptr<ExposedOperation> observed = _operation;
+  ExposedOperation* const operation = _operation;
+  operation->assignContexts(firstTwo);
+  operation->add(_group, child());
+  _operation = nullptr;
+  ASSERT_TRUE(observed.valid());
+  EXPECT_EQ(Counted::alive(), _aliveBefore + 1);
+  operation->removeContexts(contexts);
+  EXPECT_FALSE(observed.valid());
+}
+
+TEST_F(DecrementalCompileOperationTest, aSetIsMadeEmptyOrOfItsGroupAndNodeAndWithoutCallback) {
+  const osg::ref_ptr<DeleteSet> empty = new DeleteSet;
+  EXPECT_FALSE(empty->_group.valid() || empty->_node.valid() || empty->_deleteCompletedCallback.valid());
+  EXPECT_TRUE(empty->deleteop());
+
+  const osg::ref_ptr<osg::Node> node = child();
+  const osg::ref_ptr<DeleteSet> set = new DeleteSet(_group, node);
+  EXPECT_EQ(set->_group.get(), _group);
+  EXPECT_EQ(set->_node, node);
+  EXPECT_FALSE(set->_deleteCompletedCallback.valid());
+  EXPECT_TRUE(set->deleteop());
+  EXPECT_FALSE(_group->containsNode(node));
+  EXPECT_TRUE(set->deleteop());
+}
+
+TEST_F(DecrementalCompileOperationTest, copiesOfASetShareItsNodeAndCallbackAndObserveItsGroup) {
+  const osg::ref_ptr<DeleteSet> set = recording("told");
+  const osg::ref_ptr<DeleteSet> copy = new DeleteSet(*set);
+  const osg::ref_ptr<DeleteSet> assigned = new DeleteSet(nullptr, child());
+  *assigned = *set;
+  for (const auto& other : {copy, assigned}) {
+    EXPECT_EQ(other->_group.get(), _group);
+    EXPECT_EQ(other->_node, set->_node);
+    EXPECT_EQ(other->_deleteCompletedCallback, set->_deleteCompletedCallback);
+    EXPECT_EQ(other->referenceCount(), 2);
+  }
+  EXPECT_EQ(set->_node->referenceCount(), 4);
+  EXPECT_EQ(_group->referenceCount(), 1);
+  _group = nullptr;
+  EXPECT_FALSE(assigned->_group.valid());
+}
+
+TEST_F(DecrementalCompileOperationTest, assigningASetToItselfIsHarmless) {
+  const osg::ref_ptr<DeleteSet> set = recording("told");
+  const DeleteSet& same = *set;
+  *set = same;
+  EXPECT_EQ(set->_group.get(), _group);
+  EXPECT_EQ(set->_node->referenceCount(), 2);
+  EXPECT_TRUE(set->_deleteCompletedCallback.valid());
+}
+
+TEST_F(DecrementalCompileOperationTest, onlyReferencesDestroyASet) {
+  static_assert(!std::is_destructible_v<DeleteSet>);
+  static_assert(std::is_base_of_v<osg::GraphicsOperation, Removal>);
+}
+
+namespace {
+
+/// Stays in `pass` for a while and tells whether anybody else was there.
+class Narrows {
+ public:
+  void pass() {
+    if (++_inside > 1) _met = true;
+    std::this_thread::sleep_for(std::chrono::microseconds(300));
+    --_inside;
+  }
+  bool met() const { return _met; }
+
+ private:
+  std::atomic<int> _inside{0};
+  std::atomic<bool> _met{false};
+};
+
+}  // namespace
+
+TEST_F(DecrementalCompileOperationTest, twoContextsThatRunAtOnceDetachAndDestroyOneAfterTheOther) {
+  struct SlowGroup : osg::Group {
+    explicit SlowGroup(Narrows& passed) : narrows(passed) {}
+    bool removeChild(osg::Node* node) override {
+      narrows.pass();
+      return osg::Group::removeChild(node);
+    }
+    Narrows& narrows;
+  };
+  constexpr int kSets = 30;
+  Narrows narrows;
+  const osg::ref_ptr<SlowGroup> group = new SlowGroup(narrows);
+  const osg::ref_ptr<osg::BarrierOperation> together = new osg::BarrierOperation(2);
+  std::atomic<int> turns{0};
+  for (int i = 0; i < kSets; ++i) {
+    auto* const node = new Counted([&narrows] { narrows.pass(); });
+    group->addChild(node);
+    _operation->add(toldSet(group, node, [&turns](DeleteSet*) { ++turns; }));
+  }
+  {
+    ContextOnThread one(plainContext());
+    ContextOnThread two(plainContext());
+    for (ContextOnThread* const context : {&one, &two}) {
+      context->get()->add(together);
+      _operation->addGraphicsContext(context->get());
+    }
+    one.startRuns(1);
+    two.startRuns(1);
+    one.call({});
+    two.call({});
+  }
+  EXPECT_FALSE(narrows.met());
+  EXPECT_GT(turns, kSets) << "the runs were meant to take the same requests";
+  EXPECT_EQ(group->getNumChildren(), 0u);
+  EXPECT_EQ(Counted::alive(), _aliveBefore);
+}
+
+TEST_F(DecrementalCompileOperationTest, twoContextsOnTwoThreadsDetachEachNodeOnceAndDestroyIt) {
+  constexpr int kRounds = 20;
+  constexpr std::size_t kSets = 200;
+  const osg::ref_ptr<osg::Node> shared = new Counted;
+  std::vector<std::atomic<int>> told(kSets * kRounds);
+  {
+    ContextOnThread one(plainContext());
+    ContextOnThread two(plainContext());
+    _operation->addGraphicsContext(one.get());
+    _operation->addGraphicsContext(two.get());
+    for (std::size_t round = 0; round < kRounds; ++round) {
+      for (std::size_t i = 0; i < kSets; ++i) {
+        const osg::ref_ptr<osg::Node> node = child();
+        node->asGroup()->addChild(shared);
+        std::atomic<int>& count = told[round * kSets + i];
+        _operation->add(toldSet(_group, node, [&count](DeleteSet*) { ++count; }));
+      }
+      one.startRuns(1);
+      two.startRuns(1);
+      one.call({});
+      two.call({});
+      ASSERT_EQ(_group->getNumChildren(), 0u);
+    }
+    std::vector<osg::GraphicsContext*> contexts = {one.get(), two.get()};
+    _operation->removeContexts(contexts);
+  }
+  EXPECT_EQ(shared->getNumParents(), 0u);
+  EXPECT_EQ(Counted::alive(), _aliveBefore + 1);
+  for (const auto& count : told) {
+    EXPECT_GE(count, 1);
+    EXPECT_LE(count, 2);
+  }
+}
+
+TEST_F(DecrementalCompileOperationTest, requestsOfSeveralThreadsAreAllFinishedWhileTwoContextsRun) {
+  constexpr std::size_t kWriters = 4;
+  constexpr std::size_t kSets = 500;
+  // Each writer has a group of its own, as nobody may change a group that the operation works on.
+  std::vector<osg::ref_ptr<osg::Group>> groups(kWriters);
+  std::vector<std::vector<osg::ref_ptr<osg::Node>>> nodes(kWriters);
+  for (std::size_t i = 0; i < kWriters; ++i) {
+    groups[i] = new osg::Group;
+    for (std::size_t k = 0; k < kSets; ++k) {
+      nodes[i].emplace_back(new Counted);
+      groups[i]->addChild(nodes[i].back());
+    }
+  }
+  std::vector<std::atomic<int>> told(kWriters * kSets);
+  {
+    ContextOnThread one(plainContext());
+    ContextOnThread two(plainContext());
+    _operation->addGraphicsContext(one.get());
+    _operation->addGraphicsContext(two.get());
+    onThreads(kWriters, [&](std::size_t i) {
+      for (std::size_t k = 0; k < kSets; ++k) {
+        std::atomic<int>& count = told[i * kSets + k];
+        _operation->add(toldSet(groups[i], nodes[i][k], [&count](DeleteSet*) { ++count; }));
+        nodes[i][k] = nullptr;
+        if (k % 16 == 0) (i % 2 == 0 ? one : two).startRuns(1);
+      }
+    });
+    one.run();
+    two.run();
+    std::vector<osg::GraphicsContext*> contexts = {one.get(), two.get()};
+    _operation->removeContexts(contexts);
+  }
+  EXPECT_TRUE(_operation->isEmpty());
+  EXPECT_EQ(Counted::alive(), _aliveBefore);
+  EXPECT_THAT(told, Each(Ge(1)));
+}
+
+namespace {
+
+constexpr int kGroups = 6;
+constexpr int kNodes = 12;
+
+/// What a callback does once its set has been finished.
+struct Action {
+  enum Kind { Nothing, Add, Remove, Destroy } kind = Nothing;
+  int target = 0;  // a set, or a group to destroy
+};
+
+struct Plan {
+  int group = 0;
+  int node = 0;
+  Action action;
+};
+
+/// Follows the rules with lists of numbers.
+struct Model {
+  std::vector<Plan> plans;
+  std::vector<bool> groupAlive = std::vector<bool>(kGroups, true);
+  std::vector<std::vector<int>> children = std::vector<std::vector<int>>(kGroups);
+  std::vector<int> pending;
+  std::vector<int> turns;
+
+  template <typename List>
+  static void eraseFirst(List& list, int value) {
+    const auto place = std::find(list.begin(), list.end(), value);
+    if (place != list.end()) list.erase(place);
+  }
+
+  void destroy(int group) {
+    groupAlive[static_cast<std::size_t>(group)] = false;
+    children[static_cast<std::size_t>(group)].clear();
+  }
+
+  void act(const Action& action) {
+    if (action.kind == Action::Add) pending.push_back(action.target);
+    if (action.kind == Action::Remove) eraseFirst(pending, action.target);
+    if (action.kind == Action::Destroy) destroy(action.target);
+  }
+
+  void run() {
+    for (const int set : std::vector<int>(pending)) {
+      const Plan& plan = plans[static_cast<std::size_t>(set)];
+      eraseFirst(children[static_cast<std::size_t>(plan.group)], plan.node);
+      eraseFirst(pending, set);
+      turns.push_back(set);
+      act(plan.action);
+    }
+  }
+};
+
+/// The same with groups, nodes and sets.
+struct World {
+  osg::ref_ptr<Removal> operation = new Removal;
+  std::vector<osg::ref_ptr<osg::Group>> groups;
+  std::vector<osg::ref_ptr<osg::Node>> nodes;
+  std::vector<osg::ref_ptr<DeleteSet>> sets;
+  std::vector<int> turns;
+
+  World() {
+    for (int i = 0; i < kGroups; ++i) groups.emplace_back(new Counted);
+    for (int i = 0; i < kNodes; ++i) nodes.emplace_back(new Counted);
+  }
+
+  void act(const Action& action) {
+    const auto target = static_cast<std::size_t>(action.target);
+    if (action.kind == Action::Add) operation->add(sets[target]);
+    if (action.kind == Action::Remove) operation->remove(sets[target]);
+    if (action.kind == Action::Destroy) groups[target] = nullptr;
+  }
+
+  void makeSet(const Plan& plan) {
+    const int number = static_cast<int>(sets.size());
+    sets.push_back(toldSet(groups[static_cast<std::size_t>(plan.group)], nodes[static_cast<std::size_t>(plan.node)],
+                           [this, plan, number](DeleteSet*) {
+                             turns.push_back(number);
+                             act(plan.action);
+                           }));
+  }
+
+  template <typename Pointers, typename Pointer>
+  static int placeOf(const Pointers& pointers, const Pointer* pointer) {
+    return static_cast<int>(std::find(pointers.begin(), pointers.end(), pointer) - pointers.begin());
+  }
+
+  std::vector<int> pending() const {
+    std::vector<int> numbers;
+    for (const auto& set : operation->getToCompile()) numbers.push_back(placeOf(sets, set.get()));
+    return numbers;
+  }
+
+  std::vector<int> childrenOf(std::size_t group) const {
+    std::vector<int> numbers;
+    for (unsigned int i = 0; groups[group].valid() && i < groups[group]->getNumChildren(); ++i) {
+      numbers.push_back(placeOf(nodes, groups[group]->getChild(i)));
+    }
+    return numbers;
+  }
+};
+
+/// One random step in both.
+class Chain {
+ public:
+  explicit Chain(unsigned int seed) : _random(seed) {
+    for (int i = 0; i < 10; ++i) makeSet();
+  }
+
+  void step() {
+    const auto group = static_cast<std::size_t>(below(kGroups));
+    const int node = below(kNodes);
+    switch (below(10)) {
+      case 0:
+        return makeSet();
+      case 1:
+        return both({Action::Remove, below(static_cast<int>(model.plans.size()))});
+      case 2:
+        return _random() % 8 == 0 ? both({Action::Destroy, static_cast<int>(group)}) : run();
+      case 3:
+        return run();
+      case 4:
+      case 5:
+      case 6:
+        return addChild(group, node);
+      default:
+        return both({Action::Add, below(static_cast<int>(model.plans.size()))});
+    }
+  }
+
+  void expectSame() const {
+    ASSERT_EQ(world.turns, model.turns);
+    ASSERT_EQ(world.pending(), model.pending);
+    for (std::size_t group = 0; group < kGroups; ++group) {
+      ASSERT_EQ(world.groups[group].valid(), model.groupAlive[group]);
+      ASSERT_EQ(world.childrenOf(group), model.children[group]);
+    }
+  }
+
+  Model model;
+  World world;
+
+ private:
+  int below(int limit) { return static_cast<int>(_random() % static_cast<unsigned int>(limit)); }
+
+  void both(const Action& action) {
+    model.act(action);
+    world.act(action);
+  }
+
+  void run() {
+    model.run();
+    (*world.operation)(static_cast<osg::GraphicsContext*>(nullptr));
+  }
+
+  void addChild(std::size_t group, int node) {
+    if (!model.groupAlive[group]) return;
+    model.children[group].push_back(node);
+    world.groups[group]->addChild(world.nodes[static_cast<std::size_t>(node)]);
+  }
+
+  // Sets of groups that are gone are left out, since nothing would tell them apart from sets without a group. Few
+  // callbacks destroy a group, or too soon none would be left.
+  void makeSet() {
+    const int group = below(kGroups);
+    if (!model.groupAlive[static_cast<std::size_t>(group)]) return;
+    const int number = static_cast<int>(model.plans.size());
+    Action action{static_cast<Action::Kind>(below(3)), below(number + 1)};
+    if (_random() % 60 == 0) action = {Action::Destroy, below(kGroups)};
+    const Plan plan{group, below(kNodes), action};
+    model.plans.push_back(plan);
+    world.makeSet(plan);
+  }
+
+  std::mt19937 _random;
+};
+
+}  // namespace
+
+TEST_F(DecrementalCompileOperationTest, randomChainsOfEverythingAgreeWithAModelAndLeaveNothingBehind) {
+  std::size_t turns = 0;
+  std::size_t groupsLost = 0;
+  for (unsigned int seed = 1; seed <= 60; ++seed) {
+    auto chain = std::make_unique<Chain>(seed);
+    for (int i = 0; i < 150; ++i) {
+      chain->step();
+      chain->expectSame();
+      ASSERT_FALSE(HasFatalFailure()) << "seed " << seed << ", step " << i;
+    }
+    turns += chain->model.turns.size();
+    groupsLost +=
+        static_cast<std::size_t>(std::count(chain->model.groupAlive.begin(), chain->model.groupAlive.end(), false));
+    chain = nullptr;
+    ASSERT_EQ(Counted::alive(), _aliveBefore) << "seed " << seed;
+  }
+  // The chains did get to the interesting places.
+  EXPECT_GT(turns, 1000u);
+  EXPECT_GT(groupsLost, 30u);
+}
