@@ -4,6 +4,7 @@
 #include <QuorOsgUtils/FileCmd.h>
 #include <QuorOsgUtils/FileManager.h>
 #include <QuorOsgUtils/FilePtr.h>
+#include <QuorOsgUtils/GCTool.h>
 #include <QuorOsgUtils/LogFile.h>
 #include <QuorOsgUtils/SPointCloudManipulator.h>
 #include <QuorOsgUtils/SPointCloudPrivotManipulator.h>
@@ -70,6 +71,12 @@ bool removalWorks() {
   return group->getNumChildren() == 0;
 }
 
+// Empty where this runs without a display.
+bool gpuAnswers() {
+  const std::string renderer = QuorOsgUtils::GCTool::getGPURender();
+  return renderer.empty() == std::string(QuorOsgUtils::GCTool::getVertexMaxUniform()).empty();
+}
+
 }  // namespace
 
 int main() {
@@ -87,7 +94,7 @@ int main() {
   lock->lock();
   lock->unlock();
 
-  const bool fresh = filesWork() && logWorks() && removalWorks() && manipulator->getFov() == 30.0 &&
+  const bool fresh = filesWork() && logWorks() && removalWorks() && gpuAnswers() && manipulator->getFov() == 30.0 &&
                      pivot->getFov() == 30.0 && capture->getFrameBuffer().getFrameStamp() == 0 &&
                      box->getCurrentClipPlanes().size() == 6 && pointer._pixelSize == 1.0 &&
                      QuorOsgUtils::ThreadCount::getInstance()->value() == 0;

@@ -1,0 +1,180 @@
+// Each test in a process of its own, since the first call settles the answers for good. This process itself must stay
+// without GL, as a driver does not survive a fork.
+#include "support/FilesFixture.h"
+#include "support/IdlePixelBuffer.h"
+#include "support/NewProcess.h"
+#include "support/OnThreads.h"
+#include "support/PixelBuffer.h"
+#include "support/RecordedWindowing.h"
+
+#include <QuorOsgUtils/GCTool.h>
+
+#include <osg/GL>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+using QuorOsgUtils::GCTool;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using namespace QuorTests;
+
+namespace {
+
+std::string textOf(GLenum name) {
+  const GLubyte* const text = glGetString(name);
+  return text == nullptr ? "no text" : reinterpret_cast<const char*>(text);
+}
+
+std::string numberOf(GLenum name) {
+  GLint number = -1;
+  glGetIntegerv(name, &number);
+  return std::to_string(number);
+}
+
+/// What the driver says to a context of the test's own.
+Six askDriver(osg::GraphicsContext& context) {
+  context.realize();
+  EXPECT_TRUE(context.makeCurrent());
+  Six six = {textOf(0x1F00), textOf(0x1F01), textOf(0x8B8C), textOf(0x1F03), numberOf(0x8B4A), numberOf(0x8B49)};
+  context.releaseContext();
+  return six;
+}
+
+Six expectedAnswers() {
+  const osg::ref_ptr<osg::GraphicsContext> context = pixelBuffer();
+  if (!context.valid()) {
+    ADD_FAILURE() << "no off-screen context; is there a display?";
+    return {};
+  }
+  Six six = askDriver(*context);
+  context->close();
+  return six;
+}
+
+std::size_t countOfThreads() {
+  using Listing = std::filesystem::directory_iterator;
+  return static_cast<std::size_t>(std::distance(Listing("/proc/self/task"), Listing()));
+}
+
+}  // namespace
+
+TEST(GCToolGLTest, allSixAnswersAgreeWithThoseToAnotherContext) {
+  workInANewProcess([] {
+    const Six expected = expectedAnswers();
+    EXPECT_THAT(expected, Each(Not(IsEmpty())));
+    EXPECT_EQ(answers(), expected);
+  });
+}
+
+TEST(GCToolGLTest, whicheverIsAskedFirstAnswersAsTheOthersWould) {
+  for (const auto getter : kGetters) {
+    workInANewProcess([getter] {
+      const std::string first = getter();
+      const auto place =
+          static_cast<std::size_t>(std::find(kGetters.begin(), kGetters.end(), getter) - kGetters.begin());
+      const Six expected = expectedAnswers();
+      EXPECT_EQ(first, expected[place]);
+      EXPECT_EQ(answers(), expected);
+    });
+  }
+}
+
+TEST(GCToolGLTest, theExtensionsAskedFirstProbeEverythingWithOneContext) {
+  workInANewProcess([] {
+    const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install();
+    EXPECT_STRNE(GCTool::getGPUExt(), "");
+    EXPECT_EQ(windowing->asked().size(), 1u);
+    EXPECT_THAT(answers(), Each(Not(IsEmpty())));
+    EXPECT_EQ(windowing->asked().size(), 1u);
+  });
+}
+
+TEST(GCToolGLTest, theTextsStayWhereTheyAre) {
+  workInANewProcess([] {
+    std::array<const char*, kGetters.size()> first{};
+    std::transform(kGetters.begin(), kGetters.end(), first.begin(), [](const auto getter) { return getter(); });
+    for (std::size_t i = 0; i < first.size(); ++i) EXPECT_EQ(kGetters[i](), first[i]);
+  });
+}
+
+TEST(GCToolGLTest, afterTheFirstCallAnyThreadMayAsk) {
+  workInANewProcess([] {
+    const Six expected = answers();
+    std::array<Six, 4> seen;
+    onThreads(seen.size(), [&seen](std::size_t i) {
+      for (int k = 0; k < 1000; ++k) seen[i] = answers();
+    });
+    EXPECT_THAT(seen, Each(expected));
+  });
+}
+
+TEST(GCToolGLTest, aDisplayThatComesLaterIsNotTried) {
+  workInANewProcess([] {
+    const std::string display = std::getenv("DISPLAY");
+    ::setenv("DISPLAY", ":59999", 1);
+    EXPECT_STREQ(GCTool::getGPUVendor(), "");
+    ::setenv("DISPLAY", display.c_str(), 1);
+    EXPECT_THAT(expectedAnswers(), Each(Not(IsEmpty())));
+    EXPECT_THAT(answers(), Each(IsEmpty()));
+  });
+}
+
+TEST(GCToolGLTest, aRefusedTextIsEmptyAndAnUnknownLimitIsZero) {
+  workInANewProcess([] {
+    std::vector<std::string> calls;
+    const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install(
+        [&calls](RecordedWindowing::Traits* traits) { return newIdlePixelBuffer(traits, calls); });
+    EXPECT_THAT(answers(), ElementsAre("", "", "", "", "0", "0"));
+    EXPECT_THAT(calls, ElementsAre("realize", "make current", "close"));
+  });
+}
+
+TEST(GCToolGLTest, theProbeLeavesNoDescriptorThreadOrContext) {
+  workInANewProcess([] {
+    // What the driver keeps after its first context of this size is there before it is counted.
+    const Six expected = expectedAnswers();
+    const std::size_t descriptors = countOfDescriptors();
+    const std::size_t threads = countOfThreads();
+    const std::size_t contexts = osg::GraphicsContext::getAllRegisteredGraphicsContexts().size();
+    const unsigned int maxContextID = osg::GraphicsContext::getMaxContextID();
+    EXPECT_EQ(answers(), expected);
+    EXPECT_EQ(countOfDescriptors(), descriptors);
+    EXPECT_EQ(countOfThreads(), threads);
+    EXPECT_EQ(osg::GraphicsContext::getAllRegisteredGraphicsContexts().size(), contexts);
+    EXPECT_EQ(osg::GraphicsContext::getMaxContextID(), maxContextID);
+  });
+}
+
+TEST(GCToolGLTest, aContextThatWasCurrentCanBeMadeCurrentAgainAndDraws) {
+  workInANewProcess([] {
+    const osg::ref_ptr<osg::GraphicsContext> context = pixelBuffer();
+    ASSERT_TRUE(context.valid());
+    context->realize();
+    ASSERT_TRUE(context->makeCurrent());
+    EXPECT_STRNE(GCTool::getGPURender(), "");
+    ASSERT_TRUE(context->makeCurrent());
+    glClearColor(0.0f, 1.0f, 0.0f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    std::array<unsigned char, 4> pixel{};
+    glReadPixels(3, 3, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel.data());
+    EXPECT_EQ(pixel[0], 0);
+    EXPECT_EQ(pixel[1], 255);
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    context->close();
+  });
+}
+
+TEST(GCToolGLTest, contextsCanBeMadeAndUsedAfterTheProbeOnItsThreadAndOnOthers) {
+  workInANewProcess([] {
+    const Six six = answers();
+    EXPECT_EQ(expectedAnswers(), six);
+    onThreads(1, [&six](std::size_t) { EXPECT_EQ(expectedAnswers(), six); });
+  });
+}

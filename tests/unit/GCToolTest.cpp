@@ -1,0 +1,163 @@
+// Without any display. Each test in a process of its own, since the first call settles the answers for good.
+#include "support/FilesFixture.h"
+#include "support/NewProcess.h"
+#include "support/NotifyRecorder.h"
+#include "support/RecordedWindowing.h"
+
+#include <QuorOsgUtils/GCTool.h>
+
+#include <osg/DisplaySettings>
+#include <osgViewer/GraphicsWindow>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <type_traits>
+
+using QuorOsgUtils::GCTool;
+using ::testing::Each;
+using ::testing::IsEmpty;
+using namespace QuorTests;
+
+namespace {
+
+constexpr const char* kNoDisplay = ":59999";
+
+/// Does the work in a process without a display.
+template <typename Work>
+void withoutDisplay(Work work) {
+  workInANewProcess([&work] {
+    ::setenv("DISPLAY", kNoDisplay, 1);
+    work();
+  });
+}
+
+std::vector<std::string> textsOf(const NotifyRecorder& recorder, std::size_t from) {
+  std::vector<std::string> texts;
+  for (std::size_t i = from; i < recorder.entries().size(); ++i) texts.push_back(recorder.entries()[i].text);
+  return texts;
+}
+
+/// What the scene graph says when it is asked for such a context.
+void askForTheSameContext() {
+  const osg::ref_ptr<osg::GraphicsContext::Traits> traits =
+      new osg::GraphicsContext::Traits(osg::DisplaySettings::instance().get());
+  traits->readDISPLAY();
+  traits->screenNum = std::max(traits->screenNum, 0);
+  traits->width = 4096;
+  traits->height = 4096;
+  traits->pbuffer = true;
+  const osg::ref_ptr<osg::GraphicsContext> none = osg::GraphicsContext::createGraphicsContext(traits);
+  EXPECT_FALSE(none.valid());
+}
+
+using GCToolTest = FilesFixture;
+
+}  // namespace
+
+TEST_F(GCToolTest, withoutADisplayAllSixAnswersAreEmptyTextsAndItIsTriedOnce) {
+  withoutDisplay([] {
+    const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install();
+    ASSERT_TRUE(windowing.valid());
+    EXPECT_STREQ(GCTool::getGPUVendor(), "");
+    EXPECT_EQ(windowing->asked().size(), 1u);
+    EXPECT_THAT(answers(), Each(IsEmpty()));
+    EXPECT_THAT(answers(), Each(IsEmpty()));
+    EXPECT_EQ(windowing->asked().size(), 1u);
+  });
+}
+
+TEST_F(GCToolTest, withoutAnyWindowingSystemAllSixAnswersAreEmptyTexts) {
+  withoutDisplay([] {
+    osg::GraphicsContext::getWindowingSystemInterfaces()->getInterfaces().clear();
+    EXPECT_THAT(answers(), Each(IsEmpty()));
+  });
+}
+
+TEST_F(GCToolTest, aContextOfAnotherClassLeavesAllSixAnswersEmptyAndIsNotAskedForAgain) {
+  withoutDisplay([] {
+    const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install(
+        [](RecordedWindowing::Traits* traits) { return new osgViewer::GraphicsWindowEmbedded(traits); });
+    EXPECT_THAT(answers(), Each(IsEmpty()));
+    EXPECT_THAT(answers(), Each(IsEmpty()));
+    EXPECT_EQ(windowing->asked().size(), 1u);
+  });
+}
+
+TEST_F(GCToolTest, withoutADisplayOnlyTheSceneGraphItselfHasSomethingToSay) {
+  withoutDisplay([] {
+    const NotifyRecorder recorder(osg::DEBUG_FP);
+    askForTheSameContext();
+    const std::vector<std::string> expected = textsOf(recorder, 0);
+    answers();
+    EXPECT_EQ(textsOf(recorder, expected.size()), expected);
+  });
+}
+
+TEST_F(GCToolTest, withoutADisplayNothingGoesToTheStandardStreams) {
+  const std::string written = path("written");
+  withoutDisplay([&written] {
+    const NotifyRecorder takesTheSceneGraphs(osg::DEBUG_FP);
+    const int file = ::open(written.c_str(), O_CREAT | O_WRONLY | O_APPEND, 0600);
+    const int out = ::dup(STDOUT_FILENO);
+    const int error = ::dup(STDERR_FILENO);
+    std::fflush(nullptr);
+    ::dup2(file, STDOUT_FILENO);
+    ::dup2(file, STDERR_FILENO);
+    answers();
+    std::fflush(nullptr);
+    ::dup2(out, STDOUT_FILENO);
+    ::dup2(error, STDERR_FILENO);
+  });
+  ASSERT_TRUE(std::filesystem::exists(written));
+  EXPECT_EQ(std::filesystem::file_size(written), 0u);
+}
+
+TEST_F(GCToolTest, asksForOneLargePixelBufferOnTheDisplayOfTheEnvironment) {
+  struct Case {
+    const char* display;
+    const char* host;
+    int number;
+    int screen;
+  };
+  // Without a number it is display 0, without a screen screen 0.
+  for (const Case& each : {Case{nullptr, "", 0, 0}, Case{"", "", 0, 0}, Case{":7", "", 7, 0}, Case{":7.2", "", 7, 2},
+                           Case{"far:3.1", "far", 3, 1}}) {
+    workInANewProcess([&each] {
+      ::unsetenv("DISPLAY");
+      if (each.display != nullptr) ::setenv("DISPLAY", each.display, 1);
+      const auto none = [](RecordedWindowing::Traits*) -> osg::GraphicsContext* { return nullptr; };
+      const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install(none);
+      GCTool::getFragmentMaxUniform();
+      EXPECT_EQ(windowing->asked().size(), 1u);
+      const RecordedWindowing::Traits& traits = *windowing->asked().at(0);
+      EXPECT_EQ(traits.hostName, each.host);
+      EXPECT_EQ(traits.displayNum, each.number);
+      EXPECT_EQ(traits.screenNum, each.screen);
+      EXPECT_EQ(traits.width, 4096);
+      EXPECT_EQ(traits.height, 4096);
+      EXPECT_TRUE(traits.pbuffer);
+    });
+  }
+}
+
+TEST_F(GCToolTest, theContextFollowsTheHostsDisplaySettings) {
+  withoutDisplay([] {
+    osg::DisplaySettings::instance()->setGLContextVersion("3.3");
+    const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install();
+    GCTool::getGPUVendor();
+    EXPECT_EQ(windowing->asked().at(0)->glContextVersion, "3.3");
+  });
+}
+
+TEST_F(GCToolTest, hasStaticMembersOnly) {
+  static_assert(!std::is_default_constructible_v<GCTool>);
+  static_assert(std::is_empty_v<GCTool>);
+}
