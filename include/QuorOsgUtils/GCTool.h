@@ -17,6 +17,8 @@ namespace QuorOsgUtils {
 ///
 /// Threads: let the first call return before other threads ask; after it they may ask at any time.
 /// GL: the first call takes away the thread's current context. Make one that is still needed current again afterwards.
+/// Memory: that context is closed while it is current, and a driver may keep its 4096 × 4096 pixels (64 MiB) to the end
+/// of the process; the software driver does.
 /// Errors: nothing is written here; what the scene graph has to say goes to its own notifier.
 class QUOR_OSG_UTILS_EXPORT GCTool {
  public:

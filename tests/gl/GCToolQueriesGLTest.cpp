@@ -2,6 +2,7 @@
 // come before the driver's when the library's calls are resolved.
 #include "support/IdlePixelBuffer.h"
 #include "support/NewProcess.h"
+#include "support/PixelBuffer.h"
 #include "support/RecordedWindowing.h"
 
 #include <osg/GL>
@@ -60,6 +61,7 @@ __attribute__((visibility("default"))) void glGetIntegerv(GLenum name, GLint* va
 
 TEST(GCToolQueriesGLTest, theSixQueriesComeInTheirOrderAndTheirAnswersAreKeptAsTheyAre) {
   workInANewProcess([] {
+    ASSERT_TRUE(pixelBuffer().valid()) << "no off-screen context; is there a display?";
     std::vector<std::string> calls;
     const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install(
         [&calls](RecordedWindowing::Traits* traits) { return newIdlePixelBuffer(traits, calls); });

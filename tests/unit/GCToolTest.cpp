@@ -39,9 +39,18 @@ void withoutDisplay(Work work) {
   });
 }
 
+/// Addresses differ from object to object.
+std::string withoutAddress(const std::string& text) {
+  const std::size_t start = std::min(text.find("0x"), text.size());
+  const std::size_t end = std::min(text.find_first_not_of("0123456789abcdef", start + 2), text.size());
+  return text.substr(0, start) + text.substr(end);
+}
+
 std::vector<std::string> textsOf(const NotifyRecorder& recorder, std::size_t from) {
   std::vector<std::string> texts;
-  for (std::size_t i = from; i < recorder.entries().size(); ++i) texts.push_back(recorder.entries()[i].text);
+  for (std::size_t i = from; i < recorder.entries().size(); ++i) {
+    texts.push_back(withoutAddress(recorder.entries()[i].text));
+  }
   return texts;
 }
 
