@@ -59,6 +59,8 @@ class ContextOnThread {
     _context->realize();
     _context->createGraphicsThread();
     _context->getGraphicsThread()->startThread();
+    // A thread that starts may write to the notifier, which bears one at a time.
+    call({});
   }
   ContextOnThread(const ContextOnThread&) = delete;
   ContextOnThread& operator=(const ContextOnThread&) = delete;
