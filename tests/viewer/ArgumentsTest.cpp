@@ -90,12 +90,23 @@ INSTANTIATE_TEST_SUITE_P(
                     BadLine{{"--clip", "0 0 0 1 1 1e300"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 0.4999"}, "0.5"},
                     BadLine{{"--station"}, "--station wants"}, BadLine{{"--station", "1 2"}, "'1 2'"},
                     BadLine{{"--station", "1 2 3 4"}, "--station"}, BadLine{{"--station", "1 2 nan"}, "--station"},
+                    BadLine{{"--threading"}, "--threading wants"}, BadLine{{"--threading", "many"}, "'many'"},
                     BadLine{{"--tour"}, "--tour wants"}, BadLine{{"--screenshot", ""}, "--screenshot wants"}));
+
+TEST(ArgumentsTest, everyThreadingModelHasAName) {
+  using osgViewer::ViewerBase;
+  const auto modelOf = [](const std::string& name) { return parseArguments({"--threading", name}).threading; };
+  EXPECT_EQ(parseArguments({}).threading, ViewerBase::SingleThreaded);
+  EXPECT_EQ(modelOf("single"), ViewerBase::SingleThreaded);
+  EXPECT_EQ(modelOf("cull-draw"), ViewerBase::CullDrawThreadPerContext);
+  EXPECT_EQ(modelOf("draw"), ViewerBase::DrawThreadPerContext);
+  EXPECT_EQ(modelOf("camera"), ViewerBase::CullThreadPerCameraDrawThreadPerContext);
+}
 
 TEST(ArgumentsTest, theHelpNamesEveryOption) {
   const std::string help = QuorViewer::usage();
   for (const char* option : {"--colour-by", "--point-size", "--clip", "--station", "--ortho", "--size", "--screenshot",
-                             "--tour", "--verbose", "--help", "--version"}) {
+                             "--tour", "--threading", "--gpu", "--memory", "--verbose", "--help", "--version"}) {
     EXPECT_THAT(help, testing::HasSubstr(option));
   }
 }

@@ -81,18 +81,6 @@ std::multiset<GridPoint> pointsInLasFile(const std::string& path) {
 
 class ClipBoxViewerTest : public ViewerFixture {
  protected:
-  void SetUp() override {
-    ViewerFixture::SetUp();
-    if (!_folder.empty()) {
-      std::filesystem::current_path(_folder);
-    }
-  }
-
-  void TearDown() override {
-    std::filesystem::current_path("/");
-    ViewerFixture::TearDown();
-  }
-
   ToldBox toldBox() const {
     const std::string output = "\n" + _viewer->output();  // it may be the first line
     const std::size_t start = output.rfind("\nclip size");

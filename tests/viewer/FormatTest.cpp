@@ -36,6 +36,15 @@ TEST(FormatTest, quotesBackslashesAndControlCharactersAreEscaped) {
   EXPECT_EQ(jsonString("a \"b\" \\ \n"), "\"a \\\"b\\\" \\\\ \\u000a\"");
 }
 
+TEST(FormatTest, memoryIsToldInMebibytesWithADecimalWhereItIsLittle) {
+  constexpr std::uint64_t kMebibyte = 1024 * 1024;
+  EXPECT_EQ(inMebibytes(0), "0.0 MiB");
+  EXPECT_EQ(inMebibytes(kMebibyte / 2), "0.5 MiB");
+  EXPECT_EQ(inMebibytes(9 * kMebibyte), "9.0 MiB");
+  EXPECT_EQ(inMebibytes(10 * kMebibyte - 1), "10 MiB");
+  EXPECT_EQ(inMebibytes(5120 * kMebibyte + 1), "5,120 MiB");
+}
+
 TEST(FormatTest, ordinalsEndAsTheyAreSpoken) {
   const std::pair<std::uint64_t, const char*> spoken[] = {
       {1, "1st"},   {2, "2nd"},   {3, "3rd"},     {4, "4th"},     {11, "11th"},     {12, "12th"},

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <numeric>
 
@@ -36,6 +37,32 @@ TEST(SampleTest, aLongStreamIsKeptEvenlyAndInBounds) {
   for (std::size_t i = 0; i < sample.values().size(); ++i) {
     EXPECT_EQ(sample.values()[i], static_cast<float>(i) * step);
   }
+}
+
+TEST(SampleTest, joinedSamplesStandForBothStreamsEachWithItsShare) {
+  Sample<float> many(64);
+  Sample<float> few(64);
+  const std::vector<float> ones(3000, 1.0F);
+  const std::vector<float> twos(1000, 2.0F);
+  many.add(ones.data(), ones.size());
+  few.add(twos.data(), twos.size());
+  for (Sample<float> joined : {many, few}) {
+    joined.join(joined.values().front() == 1.0F ? few : many);
+    ASSERT_LE(joined.values().size(), 64U);
+    ASSERT_GE(joined.values().size(), 16U);
+    const auto share = static_cast<double>(std::count(joined.values().begin(), joined.values().end(), 2.0F)) /
+                       static_cast<double>(joined.values().size());
+    EXPECT_NEAR(share, 0.25, 0.05);
+  }
+}
+
+TEST(SampleTest, aSampleJoinedToNothingStaysAsItIs) {
+  Sample<float> nothing(64);
+  Sample<float> sample(64);
+  const auto values = countedTo(1000);
+  sample.add(values.data(), values.size());
+  nothing.join(sample);
+  EXPECT_EQ(nothing.values(), sample.values());
 }
 
 TEST(SampleTest, aStrideReadsOneOfSeveralInterleavedStreams) {

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <future>
 #include <map>
+#include <random>
 #include <thread>
 
 namespace {
@@ -83,6 +84,25 @@ class ScanLoaderTest : public testing::Test {
     }
     ASSERT_TRUE(_loader->finished());
     EXPECT_EQ(_loader->pointsRead(), _found.size());
+  }
+  // Where scans have been closed: what was handed out of them counts no more.
+  void finishWith(std::uint64_t points) {
+    while (!_loader->finished()) {
+      if (!_loader->step(10ms)) std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_EQ(_loader->pointsRead(), points);
+  }
+  void close(unsigned int scan) {
+    _loader->close(scan);
+    _scans->close(scan);
+  }
+  static int handlesOn(const std::string& path) {
+    int count = 0;
+    std::error_code gone;
+    for (const auto& handle : std::filesystem::directory_iterator("/proc/self/fd")) {
+      count += std::filesystem::read_symlink(handle, gone) == std::filesystem::canonical(path);
+    }
+    return count;
   }
   void expectPoint(unsigned int scan, std::uint64_t index, const LasFilePoint& point) {
     const auto found = _found.find({scan, index});
@@ -258,15 +278,107 @@ TEST_F(ScanLoaderTest, aFileShortenedWhileItLoadsAndAddedAgainIsReadToItsNewEndB
   for (const std::uint64_t index : {0U, 524288U, 600000U}) expectPoint(2, index, points[index]);
 }
 
-TEST_F(ScanLoaderTest, aCancelledScanIsDroppedAndTheOthersGoOn) {
+TEST_F(ScanLoaderTest, aScanClosedWhileItWaitsIsDroppedAndTheOthersGoOn) {
   load({write("dropped.las", manyPoints(300000)), write("kept.las", manyPoints(50))});
   holdUp();
   _loader->start();
-  _loader->cancel(1);
+  close(1);
+  EXPECT_EQ(_loader->pointsPlanned(), 50U);
   letGo();
   finish();
   EXPECT_EQ(_found.size(), 50U);
   EXPECT_EQ(_found.begin()->first.first, 2U);
+}
+
+TEST_F(ScanLoaderTest, aClosedScanCountsNoMore) {
+  load({write("gone.las", manyPoints(1000)), write("kept.las", manyPoints(50))}, 40 * 1050);
+  _loader->start();
+  finish();
+  close(1);
+  EXPECT_EQ(_loader->pointsRead(), 50U);
+  EXPECT_EQ(_loader->pointsPlanned(), 50U);
+  EXPECT_FALSE(_loader->finished()) << "what is known of all scans together has yet to follow";
+  finishWith(50);
+  _scans->add(write("next.las", manyPoints(1000)));
+  _loader->start();
+  finishWith(1050);
+  EXPECT_EQ(_loader->thinning(), 1U) << "the memory is not free again";
+}
+
+TEST_F(ScanLoaderTest, theThinningOfAClosedScanIsForgotten) {
+  load({write("thinned.las", manyPoints(1000))}, 40 * 400);
+  _loader->start();
+  finish();
+  EXPECT_EQ(_loader->thinning(), 3U);
+  close(1);
+  EXPECT_EQ(_loader->thinning(), 1U);
+}
+
+TEST_F(ScanLoaderTest, theRangesFollowWhenAScanIsClosed) {
+  std::vector<LasFilePoint> high(500), low(500);
+  for (std::size_t number = 0; number < high.size(); ++number) {
+    const int step = static_cast<int>(number);
+    high[number] = {step, step, 900000 + step, 50000, 6};
+    low[number] = {step, step, step, 100, 2};
+  }
+  load({write("low.las", low), write("high.las", high)});
+  _loader->start();
+  finish();
+  EXPECT_THAT(_loader->summary().classifications, ElementsAre(2U, 6U));
+  EXPECT_GT(_loader->summary().elevations.second - _loader->summary().elevations.first, 8000.0F);
+  close(2);
+  finishWith(500);
+  EXPECT_THAT(_loader->summary().classifications, ElementsAre(2U));
+  EXPECT_LT(_loader->summary().elevations.second - _loader->summary().elevations.first, 10.0F);
+  EXPECT_EQ(_loader->summary().places.size(), 500U);
+}
+
+TEST_F(ScanLoaderTest, theFileOfAClosedScanIsNoLongerOpen) {
+  const std::string path = write("held.las", manyPoints(1000));
+  load({path});
+  _loader->start();
+  finish();
+  EXPECT_GT(handlesOn(path), 1) << "the loader maps nothing";
+  close(1);
+  finishWith(0);
+  EXPECT_EQ(handlesOn(path), 0);
+}
+
+TEST_F(ScanLoaderTest, aFileOpenedTwiceStaysOpenForTheOther) {
+  const std::string path = write("twice.las", manyPoints(300000));
+  load({path, path});
+  holdUp();
+  _loader->start();
+  close(1);
+  letGo();
+  finish();
+  EXPECT_EQ(_found.size(), 300000U);
+  EXPECT_THAT(_errors, ElementsAre());
+}
+
+TEST_F(ScanLoaderTest, scansMayBeAddedAndClosedInAnyOrder) {
+  load({write("0.las", manyPoints(100))});
+  _loader->start();
+  std::mt19937 random(3);
+  std::uint64_t left = 100;
+  std::map<unsigned int, std::uint64_t> open = {{1, 100}};
+  for (int step = 0; step < 300; ++step) {
+    if (open.size() < 2 || random() % 2 == 0) {
+      const int count = 1 + static_cast<int>(random() % 400);
+      open[_scans->add(write(std::to_string(step) + ".las", manyPoints(count)))] = static_cast<std::uint64_t>(count);
+      left += static_cast<std::uint64_t>(count);
+      _loader->start();
+    } else {
+      const auto victim = std::next(open.begin(), static_cast<std::ptrdiff_t>(random() % open.size()));
+      left -= victim->second;
+      close(victim->first);
+      open.erase(victim);
+    }
+    if (random() % 4 == 0) _loader->step(1ms);
+  }
+  finishWith(left);
+  EXPECT_EQ(_scans->pointCount(), left);
+  EXPECT_THAT(_errors, ElementsAre());
 }
 
 TEST_F(ScanLoaderTest, theEndOfTheLoaderDropsWhatIsStillToBeRead) {

@@ -27,6 +27,14 @@ TEST(VertexBudgetTest, laterScansGetWhatTheFirstLeft) {
   EXPECT_EQ(budget.thinningFor(1), 0U);
 }
 
+TEST(VertexBudgetTest, whatAClosedScanGivesBackIsThereForTheNext) {
+  VertexBudget budget(40 * 1000);
+  budget.take(1000);
+  budget.giveBack(400);
+  EXPECT_EQ(budget.thinningFor(400), 1U);
+  EXPECT_EQ(budget.thinningFor(401), 2U);
+}
+
 TEST(VertexBudgetTest, aBudgetOfNothingHoldsNoPoint) {
   EXPECT_EQ(VertexBudget(39).thinningFor(1), 0U);
 }

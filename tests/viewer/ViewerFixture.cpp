@@ -48,10 +48,12 @@ void ViewerFixture::SetUp() {
   }
   _folder = std::filesystem::temp_directory_path() / ("quor_viewer_test_" + std::to_string(getpid()));
   std::filesystem::create_directories(_folder);
+  std::filesystem::current_path(_folder);
 }
 
 void ViewerFixture::TearDown() {
   _viewer.reset();
+  std::filesystem::current_path("/");
   if (!_folder.empty()) {
     std::filesystem::remove_all(_folder);
   }

@@ -33,7 +33,7 @@ struct Pixel {
   int yFromTop = 0;
 };
 
-/// The viewer as a program, in a window of its own, with a folder for its files.
+/// The viewer as a program, in a window of its own, with a folder for its files to work in.
 class ViewerFixture : public testing::Test {
  protected:
   void SetUp() override;

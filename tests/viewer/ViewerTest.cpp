@@ -116,7 +116,6 @@ TEST_F(ViewerTest, theKeyForTheProjectionSwitchesAndHomeComesBack) {
 }
 
 TEST_F(ViewerTest, theKeyForAPictureWritesOneIntoTheWorkingFolder) {
-  std::filesystem::current_path(_folder);
   showGrid();
   _viewer->movePointer(400, 300);
   _viewer->key("p");
@@ -124,7 +123,6 @@ TEST_F(ViewerTest, theKeyForAPictureWritesOneIntoTheWorkingFolder) {
   _viewer->key("p");
   EXPECT_THAT(_viewer->waitForLine("Picture"), HasSubstr("quor_viewer_2.png"));
   EXPECT_GT(std::filesystem::file_size(path("quor_viewer_2.png")), 1000U);
-  std::filesystem::current_path("/");
 }
 
 TEST_F(ViewerTest, theKeyForACloseLookBringsThePickIntoTheMiddle) {

@@ -2,10 +2,13 @@
 
 #include "BundledScan.h"
 #include "Format.h"
-#include "PointerHandler.h"
+#include "Gpu.h"
 #include "TerminalProgress.h"
 #include "Tour.h"
 #include "Window.h"
+#include "platform/Platform.h"
+
+#include <QuorOsgUtils/GCTool.h>
 
 #include <osg/Viewport>
 #include <osgGA/GUIEventAdapter>
@@ -13,7 +16,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <iostream>
 #include <thread>
 #include <utility>
 
@@ -48,10 +50,16 @@ Hud::HelpRows helpRows(const std::vector<KeyBinding>& bindings) {
 
 std::string titleOf(const ScanSet& scans) {
   std::string title = "quor_viewer";
-  for (unsigned int number = 1; number <= scans.count(); ++number) {
-    title += (number == 1 ? ": " : ", ") + fileName(scans.info(number).path);
+  const char* before = ": ";
+  for (const unsigned int number : scans.numbers()) {
+    title += std::exchange(before, ", ") + fileName(scans.info(number).path);
   }
   return title;
+}
+
+std::string placeText(const osg::Vec3d& place) {
+  constexpr int kDecimals = 3;
+  return fixed(place.x(), kDecimals) + " " + fixed(place.y(), kDecimals) + " " + fixed(place.z(), kDecimals);
 }
 
 std::vector<std::string> filesToShow(const Arguments& arguments) {
@@ -67,21 +75,24 @@ Application::Application(const Arguments& arguments)
       _navigator(*_viewer),
       _bindings(_createBindings()),
       _scene(*_viewer, helpRows(_bindings)),
-      _clip({_scene.clip, _scene.hud, _scans, [this](const std::string& line) { _say(line); }, arguments.verbose}),
+      _messages(_scene.hud),
+      _clip({_scene.clip, _scene.hud, _messages, _scans, arguments.verbose}),
       _view(*_viewer->getCamera(), _navigator),
       _picker(_scene.target.tool(), _scans),
-      _station({_navigator, _view, _picker, _scans, _scene.hud, [this](const std::string& line) { _say(line); }},
-               arguments.station),
+      _station({_navigator, _view, _picker, _scans, _messages}, arguments.station),
       _entry(new ScanEntry(_scene.hud, [this](const std::string& path) { _addScan(path); })),
-      _loader(
-          _scans, arguments.memoryBytes.value_or(defaultBudgetBytes()),
-          {[this](unsigned int scan, const PointChunk& chunk) { _scene.cloud.add(scan, chunk); },
-           [this](const std::string& error) { _complain(error); }, [this](const std::string& note) { _say(note); }}),
+      _loader(_scans, arguments.memoryBytes.value_or(defaultBudgetBytes()),
+              {[this](unsigned int scan, const PointChunk& chunk) { _scene.cloud.add(scan, chunk); },
+               [this](const std::string& error) { _complain(error); },
+               [this](const std::string& note) { _messages.say(note); }}),
       _points({_scene.cloud, _scene.hud.legend(), _scans, _loader}),
-      _screenshot(_scene.target.tool()) {}
+      _screenshot(_scene.target.tool()),
+      _pointer(new PointerHandler([this](int x, int y) { _pick(x, y); }, [this] { _userNavigated = true; })) {}
 
 int Application::run() {
+  _askGpu();
   openWindow(*_viewer, _arguments.width, _arguments.height, titleOf(_scans));
+  _frames = std::make_unique<FrameLoop>(*_viewer, _arguments.threading);
   _setUpViewer();
   if (!_arguments.tourFolder.empty()) {
     return _takeTour();
@@ -89,13 +100,18 @@ int Application::run() {
   return _arguments.screenshotFile.empty() ? _explore() : _takeOnePicture();
 }
 
+void Application::_askGpu() {
+  for (const auto& [name, answer] : gpuAnswers()) {
+    _messages.note(name + ": " + answer);
+  }
+  _softwareRenderer = softwareRendererOf(QuorOsgUtils::GCTool::getGPURender());
+}
+
 void Application::_setUpViewer() {
   _viewer->setRunFrameScheme(osgViewer::ViewerBase::ON_DEMAND);
   _viewer->addEventHandler(_entry);
-  _viewer->addEventHandler(
-      new KeyHandler(_bindings, [this] { _scene.hud.setMessage("Let go of the mouse button first"); }));
-  _viewer->addEventHandler(
-      new PointerHandler([this](int x, int y) { _pick(x, y); }, [this] { _userNavigated = true; }));
+  _viewer->addEventHandler(new KeyHandler(_bindings, [this] { _messages.show("Let go of the mouse button first"); }));
+  _viewer->addEventHandler(_pointer);
   osg::ref_ptr<osgViewer::WindowSizeHandler> fullScreen = new osgViewer::WindowSizeHandler;
   fullScreen->setKeyEventToggleFullscreen(Key::KEY_F11);
   fullScreen->setChangeWindowedResolution(false);
@@ -122,6 +138,7 @@ std::vector<KeyBinding> Application::_createBindings() {
       {{Key::KEY_Home, Key::KEY_KP_Home, ' '}, "Home, Space", "everything in view", [this] { _goHome(); }},
       {{'f', 'F'}, "F", "close look at the picked point", [this] { _lookAtPick(); }},
       {{'a', 'A'}, "A", "add a scan: type its path, then Enter", [this] { _entry->open(); }},
+      {{'d', 'D', Key::KEY_Delete}, "D", "close the scan under the pointer", [this] { _closeScanUnderPointer(); }},
       {{'p', 'P'}, "P", "write the picture to a file", [this] { _requestScreenshot(); }},
   };
   const std::vector<KeyBinding> ofHelp = {
@@ -154,7 +171,7 @@ int Application::_takeOnePicture() {
   _screenshotPath = _arguments.screenshotFile;
   _drawFrame();
   if (!_screenshot.captured() || !_screenshot.finish()) {
-    std::cerr << "quor_viewer: the picture " << _screenshotPath << " could not be written\n";
+    complainOnTerminal("the picture " + _screenshotPath + " could not be written");
     return 1;
   }
   return _loader.failed() ? 1 : 0;
@@ -166,8 +183,8 @@ int Application::_takeTour() {
       {*_viewer, _scene.target.tool(), _picker, _view, _scene.clip, _screenshot, _scans, [this] { _drawFrame(); }});
   const bool written = tour.run(_arguments.tourFolder);
   const unsigned int errors = _scene.target.glErrorCount();
-  std::cout << "tour: " << tour.pictureCount() << " pictures in " << _arguments.tourFolder << ", " << errors
-            << " GL errors" << std::endl;
+  _messages.say("tour: " + std::to_string(tour.pictureCount()) + " pictures in " + _arguments.tourFolder + ", " +
+                std::to_string(errors) + " GL errors");
   return written && errors == 0 && !_loader.failed() ? 0 : 1;
 }
 
@@ -177,16 +194,20 @@ void Application::_drawFrame() {
   _station.showFieldOfView();
   _updateSummary();
   const auto start = std::chrono::steady_clock::now();
-  _viewer->frame();
+  _frames->draw();
   _latestFrameEnd = std::chrono::steady_clock::now();
   _latestFrameDuration = _latestFrameEnd - start;
+  // While points come, the next frame comes anyway.
+  if (_loaded && _frames->gpuBufferBytes() != _bufferBytesShown) {
+    _viewer->requestRedraw();
+  }
   _writeViewWhenChanged();
   _reportScreenshot();
 }
 
 // False when there is nothing to do but to wait for the user, or for points to come.
 bool Application::_workALittle() {
-  const bool cameSome = !_loaded && _loadALittle();
+  const bool cameSome = !(_loaded && _loader.finished()) && _loadALittle();
   if (!_clip.isSaving()) {
     return cameSome;
   }
@@ -200,7 +221,9 @@ bool Application::_loadALittle() {
     _followContent();
   }
   if (_loader.finished()) {
-    _finishLoading();
+    if (!_loaded) {
+      _finishLoading();
+    }
   } else if (_loader.takeSampleEnd() || (_loader.pointsRead() != _pointsShown && _isProgressDue())) {
     _showProgress();
   }
@@ -210,16 +233,54 @@ bool Application::_loadALittle() {
 void Application::_addScan(const std::string& path) {
   try {
     _scans.add(path);
-    _say("adding " + path);
+    _messages.say("adding " + path);
     _loader.start();
     _loaded = false;
-    osgViewer::ViewerBase::Windows windows;
-    _viewer->getWindows(windows);
-    for (osgViewer::GraphicsWindow* window : windows) {
-      window->setWindowName(titleOf(_scans));
-    }
+    _showTitle();
   } catch (const ScanError& error) {
     _complain(error.what());
+  }
+}
+
+void Application::_closeScanUnderPointer() {
+  const osg::Vec2i pixel = _pointer->pixel();
+  const std::optional<unsigned int> scan = _picker.scanAt(pixel.x(), pixel.y());
+  if (!scan) {
+    _messages.show("There is no scan under the pointer to be closed");
+  } else if (_clip.isSaving()) {
+    _messages.show("A scan can be closed once the points inside the box are written");
+  } else {
+    _closeScan(*scan);
+  }
+}
+
+// The view stays, unless it is on nothing: then it is for the next scan to say.
+void Application::_closeScan(unsigned int scan) {
+  const std::string name = fileName(_scans.info(scan).path);
+  _loader.close(scan);
+  if (const osg::ref_ptr<osg::Node> points = _scene.cloud.release(scan)) {
+    _frames->remove(_scene.cloud.node(), points);
+  }
+  _scans.close(scan);
+  _picker.forget();
+  _scene.marker.clear();
+  _userNavigated = !_scans.isEmpty();
+  if (_scans.isEmpty()) {
+    _station.abandon();
+    _clip.abandon();
+  } else {
+    _clip.setContent(_scene.cloud.bounds(), _loaded);
+  }
+  _showTitle();
+  _messages.say("closed " + name);
+  _messages.show(name + (_scans.isEmpty() ? " is closed; A adds a scan" : " is closed"));
+}
+
+void Application::_showTitle() {
+  osgViewer::ViewerBase::Windows windows;
+  _viewer->getWindows(windows);
+  for (osgViewer::GraphicsWindow* window : windows) {
+    window->setWindowName(titleOf(_scans));
   }
 }
 
@@ -251,9 +312,11 @@ void Application::_loadEverything() {
 }
 
 void Application::_followContent() {
-  const osg::BoundingBox& bounds = _scene.cloud.bounds();
-  _view.setContent({bounds._min, bounds._max}, _loader.summary().places);
-  _clip.setContent(bounds, false);
+  const osg::BoundingBox bounds = _scene.cloud.bounds();
+  if (bounds.valid()) {
+    _view.setContent({bounds._min, bounds._max}, _loader.summary().places);
+    _clip.setContent(bounds, _loaded);
+  }
   _points.updateRanges();
   if (!_userNavigated && !_station.isAtStation()) {
     _view.home();
@@ -266,7 +329,7 @@ void Application::_showProgress() {
   const double share = static_cast<double>(_loader.pointsRead()) / static_cast<double>(total);
   _scene.hud.setProgress(share);
   if (!_entry->isOpen()) {
-    _scene.hud.setMessage("Loading " + grouped(_loader.pointsRead()) + " of " + grouped(total) + " points");
+    _messages.showProgress("Loading " + grouped(_loader.pointsRead()) + " of " + grouped(total) + " points");
   }
   showTerminalProgress("loading", _loader.pointsRead(), total);
   _viewer->requestRedraw();
@@ -278,29 +341,38 @@ void Application::_finishLoading() {
   _scene.hud.setProgress(1.0);
   clearTerminalProgress();
   _points.updateRanges();
-  _warnOfLocalCoordinates();
-  _say("loaded " + std::to_string(_loader.pointsRead()) + " points");
+  _describeNewScans();
+  _messages.say("loaded " + std::to_string(_loader.pointsRead()) + " points");
   if (!_latestError.empty()) {
-    _scene.hud.setMessage(std::exchange(_latestError, std::string()));
+    _messages.show(std::exchange(_latestError, std::string()));
   } else if (!_entry->isOpen()) {
-    _scene.hud.setMessage("Click a point to see its coordinates; H shows mouse and keys");
+    _messages.show("Click a point to see its coordinates; H shows mouse and keys");
   }
   _viewer->requestRedraw();
 }
 
-void Application::_warnOfLocalCoordinates() {
-  while (_scansWarnedOf < _scans.count()) {
-    const ScanInfo& info = _scans.info(++_scansWarnedOf);
+// Where a scan is shows once its points are there.
+void Application::_describeNewScans() {
+  for (const unsigned int number : _scans.numbers()) {
+    if (number <= _latestScanDescribed) {
+      continue;
+    }
+    _latestScanDescribed = number;
+    const ScanInfo& info = _scans.info(number);
+    const osg::BoundingBox bounds = _scene.cloud.boundsOf(number);
+    const std::string place = bounds.valid() ? ", from " + placeText(_scans.origin() + bounds._min) + " to " +
+                                                   placeText(_scans.origin() + bounds._max)
+                                             : std::string();
+    _messages.note(info.path + ": " + info.format + ", " + grouped(info.pointCount) + " points" + place);
     if (info.localOnly) {
-      std::cerr << "quor_viewer: " << info.path << ": " << info.format
-                << " is read in single precision; only local coordinates survive that\n";
+      complainOnTerminal(info.path + ": " + info.format +
+                         " is read in single precision; only local coordinates survive that");
     }
   }
 }
 
 void Application::_complain(const std::string& error) {
-  std::cerr << "quor_viewer: " << error << std::endl;
-  _scene.hud.setMessage(error);
+  _messages.complain(error);
   if (!_loaded) {
     _latestError = error;
   }
@@ -310,15 +382,14 @@ void Application::_pick(int x, int y) {
   try {
     if (const std::optional<PickedPoint> picked = _picker.pick(x, y)) {
       _scene.marker.mark(picked->localPosition);
-      _scene.hud.setMessage(statusText(*picked));
-      _say(outputText(*picked, fileName(_scans.info(picked->scan).path)));
+      _messages.show(statusText(*picked));
+      _messages.say(outputText(*picked, fileName(_scans.info(picked->scan).path)));
     } else {
-      _scene.hud.setMessage("There is no point under the pointer");
-      _say("picked nothing");
+      _messages.show("There is no point under the pointer");
+      _messages.say("picked nothing");
     }
   } catch (const ScanError& error) {
-    std::cerr << "quor_viewer: " << error.what() << std::endl;
-    _scene.hud.setMessage(error.what());
+    _messages.complain(error.what());
   }
 }
 
@@ -329,7 +400,7 @@ void Application::_goHome() {
 
 void Application::_toggleProjection() {
   if (_station.isAtStation()) {
-    _scene.hud.setMessage("A station is looked around from in perspective; L leaves it");
+    _messages.show("A station is looked around from in perspective; L leaves it");
   } else {
     _view.toggleProjection();
   }
@@ -341,7 +412,7 @@ void Application::_lookAtPick() {
     _userNavigated = true;
     _view.lookAt(_picker.latest()->localPosition);
   } else {
-    _scene.hud.setMessage("Pick a point first, with a left click");
+    _messages.show("Pick a point first, with a left click");
   }
 }
 
@@ -362,8 +433,8 @@ void Application::_reportScreenshot() {
   }
   const std::string path = std::filesystem::absolute(_screenshotPath).string();
   const std::string message = (_screenshot.finish() ? "Picture written to " : "This file cannot be written: ") + path;
-  _scene.hud.setMessage(message);
-  _say(message);
+  _messages.show(message);
+  _messages.say(message);
   _viewer->requestRedraw();
 }
 
@@ -371,11 +442,10 @@ void Application::_updateSummary() {
   const std::string thinned = _loader.thinning() > 1 ? ", every " + ordinal(_loader.thinning()) : std::string();
   _scene.hud.setSummary(grouped(_loader.pointsRead()) + " points" + thinned + "   ·   " +
                         titleOf(_scene.cloud.colourMode()) + "   ·   " + _station.summary());
-}
-
-// Scripts and tests follow the viewer line by line, so each line leaves at once.
-void Application::_say(const std::string& message) {
-  std::cout << message << std::endl;
+  _bufferBytesShown = _frames->gpuBufferBytes();
+  const std::string software = _softwareRenderer.empty() ? "" : "Drawn in software, " + _softwareRenderer + "   ·   ";
+  _scene.hud.setResources(software + inMebibytes(processMemoryBytes()) + " memory   ·   " +
+                          inMebibytes(_bufferBytesShown) + " graphics buffers");
 }
 
 void Application::_writeViewWhenChanged() {
@@ -384,7 +454,7 @@ void Application::_writeViewWhenChanged() {
   }
   std::string view = _view.describe(_scans.origin());
   if (view != _latestView) {
-    _say(view);
+    _messages.report(view);
     _latestView = std::move(view);
   }
 }

@@ -3,9 +3,12 @@
 #include "Arguments.h"
 #include "ClipControl.h"
 #include "CloudControl.h"
+#include "FrameLoop.h"
 #include "Keys.h"
+#include "Messages.h"
 #include "Navigator.h"
 #include "Picker.h"
+#include "PointerHandler.h"
 #include "ScanEntry.h"
 #include "ScanLoader.h"
 #include "ScanSet.h"
@@ -18,6 +21,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -35,6 +39,7 @@ class Application {
   int run();
 
  private:
+  void _askGpu();
   void _setUpViewer();
   std::vector<KeyBinding> _createBindings();
 
@@ -47,12 +52,15 @@ class Application {
   bool _loadALittle();
   void _saveALittle();
   void _addScan(const std::string& path);
+  void _closeScanUnderPointer();
+  void _closeScan(unsigned int scan);
+  void _showTitle();
   bool _isProgressDue() const;
   void _loadEverything();
   void _followContent();
   void _showProgress();
   void _finishLoading();
-  void _warnOfLocalCoordinates();
+  void _describeNewScans();
   void _complain(const std::string& error);
 
   void _pick(int x, int y);
@@ -63,7 +71,6 @@ class Application {
   void _reportScreenshot();
 
   void _updateSummary();
-  void _say(const std::string& message);
   void _writeViewWhenChanged();
 
   Arguments _arguments;
@@ -72,6 +79,7 @@ class Application {
   Navigator _navigator;
   std::vector<KeyBinding> _bindings;
   Scene _scene;
+  Messages _messages;
   ClipControl _clip;
   ViewControl _view;
   Picker _picker;
@@ -80,10 +88,13 @@ class Application {
   ScanLoader _loader;
   CloudControl _points;
   Screenshot _screenshot;
+  osg::ref_ptr<PointerHandler> _pointer;
+  std::unique_ptr<FrameLoop> _frames;  // from the opening of the window on
 
   bool _loaded = false;
   std::uint64_t _pointsShown = 0;  // by the progress told last
-  unsigned int _scansWarnedOf = 0;
+  unsigned int _latestScanDescribed = 0;
+  std::uint64_t _bufferBytesShown = 0;
   bool _userNavigated = false;
   std::chrono::steady_clock::time_point _latestFrameEnd;
   std::chrono::steady_clock::duration _latestFrameDuration{};
@@ -91,6 +102,7 @@ class Application {
   std::string _screenshotPath;
   std::string _latestView;
   std::string _latestError;
+  std::string _softwareRenderer;  // empty: a graphics card draws
 };
 
 }  // namespace QuorViewer

@@ -6,6 +6,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 namespace QuorViewer {
 namespace {
@@ -115,7 +116,22 @@ void setMemory(Arguments& into, const std::string& value) {
   into.memoryBytes = static_cast<std::uint64_t>(size * kGibibyte);
 }
 
-const std::array<Option, 12> kOptions = {{
+void setThreading(Arguments& into, const std::string& value) {
+  using osgViewer::ViewerBase;
+  constexpr std::array<std::pair<const char*, ViewerBase::ThreadingModel>, 4> kModels = {
+      {{"single", ViewerBase::SingleThreaded},
+       {"cull-draw", ViewerBase::CullDrawThreadPerContext},
+       {"draw", ViewerBase::DrawThreadPerContext},
+       {"camera", ViewerBase::CullThreadPerCameraDrawThreadPerContext}}};
+  const auto* const found =
+      std::find_if(kModels.begin(), kModels.end(), [&](const auto& model) { return value == model.first; });
+  if (found == kModels.end()) {
+    throw ArgumentError("--threading wants single, cull-draw, draw or camera, not '" + value + "'");
+  }
+  into.threading = found->second;
+}
+
+const std::array<Option, 14> kOptions = {{
     {"--colour-by", "WHAT", "rgb, intensity, elevation or classification; by default what the scan has", setColourMode},
     {"--point-size", "PIXELS", "diameter of a point, 1 to 32; by default from the number of points", setPointSize},
     {"--clip", "BOX", "begin with a clip box: \"xmin ymin zmin xmax ymax zmax\", in the scan's coordinates", setClip},
@@ -129,6 +145,10 @@ const std::array<Option, 12> kOptions = {{
      [](Arguments& a, const std::string& value) { a.screenshotFile = value; }},
     {"--tour", "FOLDER", "walk through the viewer by its own events, write numbered pictures and tour.json, and end",
      [](Arguments& a, const std::string& value) { a.tourFolder = value; }},
+    {"--threading", "MODEL", "what has a thread of its own: single (nothing), cull-draw, draw, or camera (both)",
+     setThreading},
+    {"--gpu", nullptr, "write what the GPU says of itself and end",
+     [](Arguments& a, const std::string&) { a.gpu = true; }},
     {"--verbose", nullptr, "also write each new view to the standard output",
      [](Arguments& a, const std::string&) { a.verbose = true; }},
     {"--help", nullptr, "write this and end", [](Arguments& a, const std::string&) { a.help = true; }},

@@ -4,6 +4,7 @@
 
 #include <osg/BoundingBox>
 #include <osg/Vec3d>
+#include <osgViewer/ViewerBase>
 
 #include <cstdint>
 #include <optional>
@@ -29,8 +30,10 @@ struct Arguments {
   std::optional<osg::Vec3d> station;         ///< world coordinates
   std::optional<osg::BoundingBoxd> clip;     ///< world coordinates, no side under `kLeastClipExtent`
   std::optional<std::uint64_t> memoryBytes;  ///< for the points on show
+  osgViewer::ViewerBase::ThreadingModel threading = osgViewer::ViewerBase::SingleThreaded;
   bool orthographic = false;
   bool verbose = false;
+  bool gpu = false;
   bool help = false;
   bool version = false;
   std::string screenshotFile;  ///< empty: none

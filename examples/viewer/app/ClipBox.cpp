@@ -47,6 +47,11 @@ void ClipBox::place(const osg::BoundingBoxf& box) {
   setOn(true);
 }
 
+void ClipBox::remove() {
+  setOn(false);
+  _handles = nullptr;
+}
+
 void ClipBox::setOn(bool on) {
   if (!_handles || on == isOn()) {
     return;

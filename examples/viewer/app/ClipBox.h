@@ -22,6 +22,8 @@ class ClipBox {
   /// A box that is not turned, on at once, in place of the one before. Sides of at least `kLeastClipExtent`.
   void place(const osg::BoundingBoxf& box);
   bool isPlaced() const { return _handles.valid(); }
+  /// As before the first `place`.
+  void remove();
   /// Without effect before the first `place`.
   void setOn(bool on);
   bool isOn() const { return _handleParent->getNumChildren() > 0; }

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <iostream>
 #include <utility>
 
 namespace QuorViewer {
@@ -98,9 +97,15 @@ void ClipControl::setContent(const osg::BoundingBox& content, bool complete) {
   }
 }
 
+void ClipControl::abandon() {
+  _host.box.remove();
+  _content.init();
+  _automaticPose.clear();
+}
+
 bool ClipControl::_placeAroundContent() {
   if (!_content.valid()) {
-    _host.hud.setMessage("Nothing is loaded yet that a box could be put around");
+    _host.messages.show("Nothing is loaded yet that a box could be put around");
     return false;
   }
   _host.box.place(boxAround(_content));
@@ -152,7 +157,7 @@ void ClipControl::_toggleAxis(int bit) {
 
 bool ClipControl::_isReady() {
   if (!_host.box.isOn()) {
-    _host.hud.setMessage("Switch the clip box on first, with B");
+    _host.messages.show("Switch the clip box on first, with B");
   }
   return _host.box.isOn();
 }
@@ -162,8 +167,8 @@ void ClipControl::_beginSave() {
     return;
   }
   if (!_complete || _save) {
-    _host.hud.setMessage(_save ? "The points inside are being written already"
-                               : "Points can be written once everything is loaded");
+    _host.messages.show(_save ? "The points inside are being written already"
+                              : "Points can be written once everything is loaded");
     return;
   }
   const ClipSave::Listener listener = {[this](const std::string& message) { _announce(message, message); },
@@ -184,18 +189,18 @@ void ClipControl::showProgress() {
   const std::uint64_t total = std::max<std::uint64_t>(_save->pointCount(), 1);
   const std::uint64_t read = _save->pointsRead();
   _host.hud.setProgress(static_cast<double>(read) / static_cast<double>(total));
-  _host.hud.setMessage("Writing what is inside: " + grouped(read) + " of " + grouped(total) + " points looked at");
+  _host.messages.showProgress("Writing what is inside: " + grouped(read) + " of " + grouped(total) +
+                              " points looked at");
   showTerminalProgress("writing: looked at", read, total);
 }
 
 void ClipControl::_announce(const std::string& line, const std::string& message) {
-  _host.say(line);
-  _host.hud.setMessage(message);
+  _host.messages.say(line);
+  _host.messages.show(message);
 }
 
 void ClipControl::_fail(const std::string& message) {
-  std::cerr << "quor_viewer: " << message << std::endl;
-  _host.hud.setMessage(message);
+  _host.messages.complain(message);
 }
 
 void ClipControl::_follow() {
@@ -207,7 +212,7 @@ void ClipControl::_follow() {
   }
   const std::string pose = on ? _poseText(outputText) : std::string();
   if (_host.verbose && on && pose != _saidPose) {
-    _host.say(pose);
+    _host.messages.report(pose);
   }
   _saidPose = pose;
 }

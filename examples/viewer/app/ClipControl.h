@@ -5,13 +5,13 @@
 #include "ClipSave.h"
 #include "Hud.h"
 #include "Keys.h"
+#include "Messages.h"
 #include "ScanSet.h"
 
 #include <osg/BoundingBox>
 #include <osgGA/GUIEventHandler>
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,12 +22,12 @@ namespace QuorViewer {
 /// writing what is inside to files.
 class ClipControl {
  public:
-  /// All outlive the control. `say` writes a line to the standard output.
+  /// All outlive the control.
   struct Host {
     ClipBox& box;
     Hud& hud;
+    Messages& messages;
     ScanSet& scans;
-    std::function<void(const std::string& line)> say;
     bool verbose = false;  ///< also write each new pose of the box
   };
 
@@ -43,6 +43,9 @@ class ClipControl {
   /// What there is to put the box around. A box that nobody has changed since grows with it. `complete` once no more
   /// is to come.
   void setContent(const osg::BoundingBox& content, bool complete);
+
+  /// Takes the box away, when nothing is left that it could be around.
+  void abandon();
 
   bool isSaving() const { return _save != nullptr; }
   /// Goes on writing files for about as long as `budget` allows. Expects that a save is going on.

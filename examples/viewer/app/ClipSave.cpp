@@ -2,6 +2,7 @@
 
 #include "Format.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -21,7 +22,9 @@ std::string freePathFor(const std::string& scanPath) {
 }  // namespace
 
 ClipSave::ClipSave(ScanSet& scans, std::vector<osg::Plane> planes, Listener listener)
-    : _scans(scans), _planes(std::move(planes)), _listener(std::move(listener)) {}
+    : _scans(scans), _planes(std::move(planes)), _listener(std::move(listener)), _scansLeft(scans.numbers()) {
+  std::reverse(_scansLeft.begin(), _scansLeft.end());
+}
 
 void ClipSave::step(std::chrono::milliseconds budget) {
   if (finished()) {
@@ -46,8 +49,9 @@ void ClipSave::step(std::chrono::milliseconds budget) {
 
 void ClipSave::_open() {
   const osg::Vec3d origin = _scans.origin();
-  _path = freePathFor(_scans.info(_scan).path);
-  _crop = std::make_unique<ScanCrop>(_scans.reader(_scan), _path, [planes = _planes, origin](const osg::Vec3d& place) {
+  const unsigned int scan = _scansLeft.back();
+  _path = freePathFor(_scans.info(scan).path);
+  _crop = std::make_unique<ScanCrop>(_scans.reader(scan), _path, [planes = _planes, origin](const osg::Vec3d& place) {
     return insidePlanes(planes, place - origin);
   });
 }
@@ -70,8 +74,8 @@ bool ClipSave::_nothingInside() const {
 
 void ClipSave::_next() {
   _crop.reset();
-  _readBefore += _scans.info(_scan).pointCount;
-  ++_scan;
+  _readBefore += _scans.info(_scansLeft.back()).pointCount;
+  _scansLeft.pop_back();
   if (finished() && !_anyToldOf) {
     _listener.failed("No point is inside the box: no file is written");
   }

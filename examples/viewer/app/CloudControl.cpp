@@ -67,6 +67,9 @@ void CloudControl::_changeSize(float stepPixels) {
 }
 
 void CloudControl::_updateLegend() {
+  if (_host.scans.isEmpty()) {
+    return _host.legend.hide();
+  }
   constexpr int kElevationDecimals = 1;
   switch (_host.cloud.colourMode()) {
     case ColourMode::Rgb:

@@ -14,29 +14,44 @@ constexpr double kHighShare = 0.997;
 
 }  // namespace
 
-CloudStatistics::CloudStatistics() : _elevations(kSampleValues), _intensities(kSampleValues), _places(kSamplePlaces) {}
+CloudStatistics::OfScan::OfScan() : elevations(kSampleValues), intensities(kSampleValues), places(kSamplePlaces) {}
 
-void CloudStatistics::add(const PointChunk& chunk) {
+void CloudStatistics::OfScan::add(const PointChunk& chunk) {
   const std::size_t count = chunk.positions->size();
   if (count == 0) {
     return;
   }
   constexpr std::size_t kCoordinates = 3;
-  _elevations.add(&chunk.positions->front().z(), count, kCoordinates);
-  _intensities.add(&chunk.intensities->front(), count);
-  _places.add(&chunk.positions->front(), count);
+  elevations.add(&chunk.positions->front().z(), count, kCoordinates);
+  intensities.add(&chunk.intensities->front(), count);
+  places.add(&chunk.positions->front(), count);
   for (const osg::Vec2ub& codes : *chunk.classesReturns) {
-    _classifications.set(codes.x());
+    classifications.set(codes.x());
   }
 }
 
+void CloudStatistics::OfScan::join(const OfScan& other) {
+  elevations.join(other.elevations);
+  intensities.join(other.intensities);
+  places.join(other.places);
+  classifications |= other.classifications;
+}
+
+void CloudStatistics::add(unsigned int scan, const PointChunk& chunk) {
+  _ofScans[scan].add(chunk);
+}
+
 CloudSummary CloudStatistics::summary() const {
+  OfScan all;
+  for (const auto& [scan, statistics] : _ofScans) {
+    all.join(statistics);
+  }
   CloudSummary summary;
-  summary.elevations = valuesBetween(_elevations.values(), kLowShare, kHighShare);
-  summary.intensities = valuesBetween(_intensities.values(), kLowShare, kHighShare);
-  summary.places = _places.values();
-  for (unsigned int code = 0; code < _classifications.size(); ++code) {
-    if (_classifications[code]) {
+  summary.elevations = valuesBetween(all.elevations.values(), kLowShare, kHighShare);
+  summary.intensities = valuesBetween(all.intensities.values(), kLowShare, kHighShare);
+  summary.places = all.places.values();
+  for (unsigned int code = 0; code < all.classifications.size(); ++code) {
+    if (all.classifications[code]) {
       summary.classifications.push_back(code);
     }
   }

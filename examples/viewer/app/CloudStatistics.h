@@ -6,6 +6,7 @@
 #include <osg/Vec3f>
 
 #include <bitset>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -19,19 +20,27 @@ struct CloudSummary {
   std::vector<unsigned int> classifications;  ///< that occur, ascending
 };
 
-/// Learns from chunks, one after the other. One thread at a time.
+/// Learns from chunks, one after the other, and forgets whole scans. One thread at a time.
 class CloudStatistics {
  public:
-  CloudStatistics();
-
-  void add(const PointChunk& chunk);
+  void add(unsigned int scan, const PointChunk& chunk);
+  void forget(unsigned int scan) { _ofScans.erase(scan); }
+  /// Of all scans together.
   CloudSummary summary() const;
 
  private:
-  Sample<float> _elevations;
-  Sample<float> _intensities;
-  Sample<osg::Vec3f> _places;
-  std::bitset<256> _classifications;
+  struct OfScan {
+    OfScan();
+    void add(const PointChunk& chunk);
+    void join(const OfScan& other);
+
+    Sample<float> elevations;
+    Sample<float> intensities;
+    Sample<osg::Vec3f> places;
+    std::bitset<256> classifications;
+  };
+
+  std::map<unsigned int, OfScan> _ofScans;
 };
 
 }  // namespace QuorViewer

@@ -16,6 +16,14 @@ std::string grouped(std::uint64_t number) {
   return text;
 }
 
+std::string inMebibytes(std::uint64_t bytes) {
+  constexpr double kMebibyte = 1024.0 * 1024.0;
+  constexpr double kLittle = 9.95;
+  const double mebibytes = static_cast<double>(bytes) / kMebibyte;
+  return (mebibytes < kLittle ? fixed(mebibytes, 1) : grouped(static_cast<std::uint64_t>(std::llround(mebibytes)))) +
+         " MiB";
+}
+
 std::string ordinal(std::uint64_t number) {
   const std::uint64_t last = number / 10 % 10 == 1 ? 0 : number % 10;
   const char* const ending = last == 1 ? "st" : last == 2 ? "nd" : last == 3 ? "rd" : "th";

@@ -8,6 +8,9 @@ namespace QuorViewer {
 /// "21,932": digits in groups of three.
 std::string grouped(std::uint64_t number);
 
+/// "1,234 MiB", and "1.2 MiB" where that is little.
+std::string inMebibytes(std::uint64_t bytes);
+
 /// "2nd", "3rd", "4th", "11th", "21st".
 std::string ordinal(std::uint64_t number);
 

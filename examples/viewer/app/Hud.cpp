@@ -12,8 +12,11 @@
 namespace QuorViewer {
 namespace {
 
-constexpr float kBarHeight = 34.0F;
-constexpr float kBaseLine = 12.0F;
+constexpr float kBarHeight = 56.0F;
+constexpr float kUpperBaseLine = 34.0F;
+constexpr float kLowerBaseLine = 12.0F;
+constexpr float kNoteHeight = 34.0F;
+constexpr float kNoteBaseLine = 12.0F;
 constexpr float kSideMargin = 14.0F;
 constexpr float kProgressThickness = 3.0F;
 constexpr float kHelpPadding = 24.0F;
@@ -54,11 +57,12 @@ void Hud::_createBar() {
   _bar = Overlay::createRectangle(Overlay::kPanelColour);
   _progressLine = Overlay::createRectangle(Overlay::kAccentColour);
   _message = createBarText(Overlay::kTextColour, osgText::Text::LEFT_BASE_LINE);
-  _summary = createBarText(Overlay::kQuietTextColour, osgText::Text::RIGHT_BASE_LINE);
+  _summary = createBarText(Overlay::kQuietTextColour, osgText::Text::LEFT_BASE_LINE);
+  _resources = createBarText(Overlay::kQuietTextColour, osgText::Text::RIGHT_BASE_LINE);
   _notePanel = Overlay::createRectangle(Overlay::kPanelColour);
   _note = createBarText(Overlay::kTextColour, osgText::Text::LEFT_BASE_LINE);
   for (osg::Drawable* part :
-       std::initializer_list<osg::Drawable*>{_bar, _progressLine, _message, _summary, _notePanel, _note}) {
+       std::initializer_list<osg::Drawable*>{_bar, _progressLine, _message, _summary, _resources, _notePanel, _note}) {
     _root->addChild(part);
   }
 }
@@ -98,6 +102,12 @@ void Hud::setMessage(const std::string& utf8) {
 
 void Hud::setSummary(const std::string& utf8) {
   Overlay::setText(*_summary, utf8);
+  _layOutResources();
+}
+
+void Hud::setResources(const std::string& utf8) {
+  Overlay::setText(*_resources, utf8);
+  _layOutResources();
 }
 
 void Hud::setNote(const std::string& utf8) {
@@ -123,19 +133,27 @@ void Hud::_layOut() {
   const float done = _progress < 1.0 ? width * static_cast<float>(_progress) : 0.0F;
   Overlay::setRectangle(*_bar, {{0.0F, 0.0F}, {width, kBarHeight}});
   Overlay::setRectangle(*_progressLine, {{0.0F, kBarHeight}, {done, kBarHeight + kProgressThickness}});
-  Overlay::setPlace(*_message, {kSideMargin, kBaseLine});
-  Overlay::setPlace(*_summary, {width - kSideMargin, kBaseLine});
+  Overlay::setPlace(*_message, {kSideMargin, kUpperBaseLine});
+  Overlay::setPlace(*_summary, {kSideMargin, kLowerBaseLine});
+  Overlay::setPlace(*_resources, {width - kSideMargin, kLowerBaseLine});
+  _layOutResources();
   _legend.resize({width, static_cast<float>(_height)});
   _layOutNote();
   _layOutHelp();
 }
 
+void Hud::_layOutResources() {
+  const float taken = Overlay::sizeOf(*_summary).x() + Overlay::sizeOf(*_resources).x();
+  constexpr float kMargins = 4.0F;  // two at the sides, two between the texts
+  _resources->setNodeMask(taken + kMargins * kSideMargin <= static_cast<float>(_width) ? ~0U : 0U);
+}
+
 void Hud::_layOutNote() {
   const osg::Vec2f low(0.0F, kBarHeight + kProgressThickness);
   const float textWidth = Overlay::sizeOf(*_note).x();
-  const osg::Vec2f size = textWidth > 0.0F ? osg::Vec2f(textWidth + 2.0F * kSideMargin, kBarHeight) : osg::Vec2f();
+  const osg::Vec2f size = textWidth > 0.0F ? osg::Vec2f(textWidth + 2.0F * kSideMargin, kNoteHeight) : osg::Vec2f();
   Overlay::setRectangle(*_notePanel, {low, low + size});
-  Overlay::setPlace(*_note, low + osg::Vec2f(kSideMargin, kBaseLine));
+  Overlay::setPlace(*_note, low + osg::Vec2f(kSideMargin, kNoteBaseLine));
 }
 
 void Hud::_layOutHelp() {

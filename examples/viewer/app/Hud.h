@@ -13,7 +13,8 @@
 
 namespace QuorViewer {
 
-/// What is written over the picture: a status bar at the bottom, the legend, and the help panel. Sizes in pixels.
+/// What is written over the picture: a status bar of two lines at the bottom, the legend, and the help panel. Sizes in
+/// pixels.
 class Hud {
  public:
   using HelpRows = std::vector<std::pair<std::string, std::string>>;  ///< input and effect
@@ -25,10 +26,12 @@ class Hud {
 
   /// Lays everything out for a window of this size; cheap when nothing has changed.
   void resize(int width, int height);
-  /// The left of the bar: what happened last.
+  /// The upper line: what happened last.
   void setMessage(const std::string& utf8);
-  /// The right of the bar: what is shown.
+  /// The left of the lower line: what is shown.
   void setSummary(const std::string& utf8);
+  /// The right of the lower line: what it takes. Shows where there is room for it.
+  void setResources(const std::string& utf8);
   /// A line of its own over the bar, for what lasts; gone when empty.
   void setNote(const std::string& utf8);
   /// A line along the bar's upper edge; gone at 1.
@@ -40,6 +43,7 @@ class Hud {
   void _createBar();
   void _createHelp(const HelpRows& rows);
   void _layOut();
+  void _layOutResources();
   void _layOutNote();
   void _layOutHelp();
 
@@ -52,6 +56,7 @@ class Hud {
   osg::ref_ptr<osg::Geometry> _helpPanel;
   osg::ref_ptr<osgText::Text> _message;
   osg::ref_ptr<osgText::Text> _summary;
+  osg::ref_ptr<osgText::Text> _resources;
   osg::ref_ptr<osgText::Text> _note;
   std::vector<osg::ref_ptr<osgText::Text>> _helpTexts;  // title, inputs, effects
   Legend _legend;

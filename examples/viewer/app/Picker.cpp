@@ -59,12 +59,17 @@ std::optional<PickedPoint> Picker::pick(int x, int y) {
   return picked;
 }
 
+std::optional<unsigned int> Picker::scanAt(int x, int y) {
+  const std::optional<PickedPoint> point = _readCapturedPoint(x, y);
+  return point ? std::optional(point->scan) : std::nullopt;
+}
+
 std::optional<PickedPoint> Picker::_readCapturedPoint(int x, int y) {
   FrameBuffer& frame = _tool.getFrameBuffer();
   const FrameLock lock(frame);
   const IdentifierImage image = identifiers(frame);
   const std::optional<PickedPixel> pixel = pickNearest(image, x, y);
-  if (!pixel || pixel->scan > _scans.count()) {
+  if (!pixel || !_scans.isOpen(pixel->scan)) {
     return std::nullopt;
   }
   const std::size_t first = (static_cast<std::size_t>(pixel->y) * static_cast<std::size_t>(image.width) +

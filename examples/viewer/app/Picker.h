@@ -38,6 +38,11 @@ class Picker {
   /// the next distance is measured from. Throws ScanError when the file can no longer be read.
   std::optional<PickedPoint> pick(int x, int y);
 
+  /// The scan whose point is near a pixel, the same way. Nothing beside the cloud.
+  std::optional<unsigned int> scanAt(int x, int y);
+  /// Forgets the latest pick. The next one has no distance.
+  void forget() { _latest.reset(); }
+
   /// The pixel of a point near the window's fraction (0 to 1, from the bottom left), searched ever farther.
   std::optional<osg::Vec2i> pixelOfAnyPointNear(const osg::Vec2f& fraction);
 

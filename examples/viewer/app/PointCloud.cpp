@@ -180,8 +180,36 @@ void PointCloud::add(unsigned int scanNumber, const PointChunk& chunk) {
   state.addUniform(new osg::Uniform("firstPoint", halfOf(points.first, 0), halfOf(points.first, 1)));
   state.addUniform(new osg::Uniform("runs", points.perRun, halfOf(points.runStep, 0), halfOf(points.step, 0)));
   state.addUniform(new osg::Uniform("scanNumber", scanNumber));
-  _node->addChild(drawable);
-  _bounds.expandBy(chunk.bounds);
+  Part& part = _parts[scanNumber];
+  if (!part.node) {
+    part.node = new osg::Group;
+    _node->addChild(part.node);
+  }
+  part.node->addChild(drawable);
+  part.bounds.expandBy(chunk.bounds);
+}
+
+osg::ref_ptr<osg::Node> PointCloud::release(unsigned int scanNumber) {
+  const auto found = _parts.find(scanNumber);
+  if (found == _parts.end()) {
+    return nullptr;
+  }
+  osg::ref_ptr<osg::Node> node = found->second.node;
+  _parts.erase(found);
+  return node;
+}
+
+osg::BoundingBox PointCloud::bounds() const {
+  osg::BoundingBox bounds;
+  for (const auto& [scan, part] : _parts) {
+    bounds.expandBy(part.bounds);
+  }
+  return bounds;
+}
+
+osg::BoundingBox PointCloud::boundsOf(unsigned int scanNumber) const {
+  const auto found = _parts.find(scanNumber);
+  return found != _parts.end() ? found->second.bounds : osg::BoundingBox();
 }
 
 void PointCloud::setColourMode(ColourMode mode) {

@@ -8,6 +8,7 @@
 #include <osg/Uniform>
 
 #include <cstdint>
+#include <map>
 #include <utility>
 
 namespace QuorViewer {
@@ -21,12 +22,17 @@ class PointCloud {
   PointCloud();
 
   osg::Group* node() { return _node; }
-  const osg::BoundingBox& bounds() const { return _bounds; }
+  /// Of all scans; not valid without any point.
+  osg::BoundingBox bounds() const;
+  osg::BoundingBox boundsOf(unsigned int scanNumber) const;
 
   /// Takes over the chunk's arrays. `scanNumber` counts from 1; 0 means background in the identifiers.
   /// Expects at most 2^31 points, none of whose
   /// indices lies 2^32 or more behind the first, and no draw in progress.
   void add(unsigned int scanNumber, const PointChunk& chunk);
+  /// Counts a scan's points as gone, and answers the child of `node()` that has them, to be removed from it by whoever
+  /// keeps scene and drawing apart. Null when there is no such scan.
+  osg::ref_ptr<osg::Node> release(unsigned int scanNumber);
 
   ColourMode colourMode() const { return _mode; }
   void setColourMode(ColourMode mode);
@@ -39,8 +45,13 @@ class PointCloud {
   void setPointSizePixels(float pixels);
 
  private:
+  struct Part {
+    osg::ref_ptr<osg::Group> node;
+    osg::BoundingBox bounds;
+  };
+
   osg::ref_ptr<osg::Group> _node;
-  osg::BoundingBox _bounds;
+  std::map<unsigned int, Part> _parts;  // by scan
   ColourMode _mode = ColourMode::Elevation;
   float _sizePixels = 0.0F;
   osg::ref_ptr<osg::Uniform> _modeUniform;

@@ -7,10 +7,17 @@ namespace {
 
 constexpr float kClickSlackPixels = 3.0F;
 
+// Rows counted from the top start at 0, so the window system's row r, turned upside down by the engine, reads
+// height - r: one more than the pixel's row from the bottom.
+osg::Vec2i pixelOf(const osgGA::GUIEventAdapter& ea) {
+  return {static_cast<int>(ea.getX()), static_cast<int>(ea.getY()) - 1};
+}
+
 }  // namespace
 
 bool PointerHandler::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
   using Event = osgGA::GUIEventAdapter;
+  _pixel = pixelOf(ea);
   const bool left = ea.getButton() == Event::LEFT_MOUSE_BUTTON;
   if (ea.getHandled()) {
     _pressed = false;
@@ -36,9 +43,7 @@ void PointerHandler::_release(const osgGA::GUIEventAdapter& ea, osgGA::GUIAction
   if (std::hypot(ea.getX() - _pressX, ea.getY() - _pressY) > kClickSlackPixels) {
     return;
   }
-  // Rows counted from the top start at 0, so the window system's row r, turned upside down by the engine, reads
-  // height - r: one more than the pixel's row from the bottom.
-  _clicked(static_cast<int>(ea.getX()), static_cast<int>(ea.getY()) - 1);
+  _clicked(_pixel.x(), _pixel.y());
   aa.requestRedraw();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <osg/Vec2i>
 #include <osgGA/GUIEventHandler>
 
 #include <functional>
@@ -19,11 +20,15 @@ class PointerHandler : public osgGA::GUIEventHandler {
 
   bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
 
+  /// The pixel under the pointer, from the bottom left, as of the latest event.
+  osg::Vec2i pixel() const { return _pixel; }
+
  private:
   void _release(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
 
   std::function<void(int, int)> _clicked;
   std::function<void()> _navigated;
+  osg::Vec2i _pixel;
   bool _pressed = false;
   float _pressX = 0.0F;
   float _pressY = 0.0F;

@@ -34,6 +34,21 @@ class Sample {
     _skip -= count;
   }
 
+  /// Stands for both streams from now on, each with its share, and takes no more values.
+  void join(Sample other) {
+    while (_step < other._step) {
+      _thinOut();
+    }
+    while (other._step < _step) {
+      other._thinOut();
+    }
+    while (_values.size() + other._values.size() > _mostValues) {
+      _thinOut();
+      other._thinOut();
+    }
+    _values.insert(_values.end(), other._values.begin(), other._values.end());
+  }
+
   const std::vector<Value>& values() const { return _values; }
 
  private:

@@ -109,13 +109,26 @@ void ReadChunk::_decodeMapped(const unsigned char* records, const RecordTable& t
   throw cutOff(getFile(), lost);
 }
 
+// At once: the scan's commands that come later do nothing.
+ForgetScan::ForgetScan(std::shared_ptr<LoadDesk> desk, const std::string& path, unsigned int scanNumber)
+    : FileCmd(path, High), _desk(std::move(desk)), _scanNumber(scanNumber) {
+  setAutoDelete(true);
+}
+
+void ForgetScan::operator()(const FileProxy* /*proxy*/, QuorOsgUtils::FileManager* /*manager*/) {
+  _desk->statistics.forget(_scanNumber);
+  LoadLetter letter;
+  letter.summary = _desk->statistics.summary();
+  _desk->letters.post(std::move(letter));
+}
+
 MeasureChunk::MeasureChunk(std::shared_ptr<LoadDesk> desk, std::shared_ptr<LoadingScan> scan, ChunkSlot chunk,
                            Priority priority)
     : ScanCommand(std::move(desk), std::move(scan), priority), _chunk(std::move(chunk)) {}
 
 void MeasureChunk::work(const FileProxy* /*proxy*/, LoadLetter& letter) {
   if (!_chunk->positions) return;
-  _desk->statistics.add(*_chunk);
+  _desk->statistics.add(letter.scan, *_chunk);
   letter.summary = _desk->statistics.summary();
 }
 

@@ -28,13 +28,18 @@ struct LoadingScan {
   std::atomic<std::uint64_t> mappedBytes{0};  ///< of the file, there to be mapped; 0: it is read without mapping
   std::atomic<bool> cancelled{false};         ///< commands yet to run do nothing, the one at hand ends soon
 
+  // The viewer thread's own.
+  std::uint64_t pointsPlanned = 0;  ///< after thinning
+  std::uint64_t pointsRead = 0;
+  std::uint64_t thinning = 1;
+
   // The worker's own.
   std::uint64_t end = std::numeric_limits<std::uint64_t>::max();  ///< points from here on cannot be read
 };
 
 /// What a command leaves for the viewer's thread: each exactly one.
 struct LoadLetter {
-  unsigned int scan = 0;
+  unsigned int scan = 0;  ///< 0: of none
   bool ofSample = false;  ///< of the sample that shows at once what a large scan is like
   std::optional<PointChunk> chunk;
   std::optional<CloudSummary> summary;
@@ -84,6 +89,18 @@ class ReadChunk : public ScanCommand {
 
   PointRange _points;
   ChunkSlot _to;
+};
+
+/// Takes a scan that has been cancelled out of the statistics.
+class ForgetScan : public QuorOsgUtils::FileCmd {
+ public:
+  ForgetScan(std::shared_ptr<LoadDesk> desk, const std::string& path, unsigned int scanNumber);
+
+  void operator()(const QuorOsgUtils::FileProxy* proxy, QuorOsgUtils::FileManager* manager) override;
+
+ private:
+  std::shared_ptr<LoadDesk> _desk;
+  unsigned int _scanNumber;
 };
 
 /// Counts a chunk that has been read into the statistics.

@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 #include <utility>
+#include <vector>
 
 namespace QuorViewer {
 namespace {
@@ -47,22 +49,25 @@ ScanLoader::ScanLoader(ScanSet& scans, std::uint64_t budgetBytes, Listener liste
 }
 
 ScanLoader::~ScanLoader() {
-  for (unsigned int number = 1; number <= _loading.size(); ++number) cancel(number);
+  for (const auto& [number, scan] : _loading) scan->cancelled = true;
   FileManager::getInstance()->stopWorker();
 }
 
 void ScanLoader::start() {
+  std::vector<unsigned int> fresh = _scans.numbers();
+  fresh.erase(
+      std::remove_if(fresh.begin(), fresh.end(), [this](unsigned int number) { return _loading.count(number); }),
+      fresh.end());
   std::uint64_t points = 0;
-  const auto firstNew = static_cast<unsigned int>(_loading.size() + 1);
-  for (unsigned int number = firstNew; number <= _scans.count(); ++number) points += _scans.info(number).pointCount;
+  for (const unsigned int number : fresh) points += _scans.info(number).pointCount;
   const std::uint64_t thinning = _budget.thinningFor(points);
-  for (unsigned int number = firstNew; number <= _scans.count(); ++number) _begin(number, thinning);
+  for (const unsigned int number : fresh) _begin(number, thinning);
 }
 
 void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
   const ScanInfo& info = _scans.info(scanNumber);
   auto scan = std::make_shared<LoadingScan>();
-  _loading.push_back(scan);
+  _loading[scanNumber] = scan;
   if (thinning == 0) {
     return _tellFailure(info.path + ": none of its points fits into " + inGibibytes(_budgetBytes) +
                         " beside those that show already");
@@ -71,10 +76,11 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
   scan->origin = _scans.origin();
   scan->reader = _scans.reader(scanNumber).again();
   if (scan->reader->records() && canBeMapped(info.path)) _register(*scan);
-  const std::uint64_t kept = thinnedCount(info.pointCount, thinning);
-  _budget.take(kept);
-  _pointsPlanned += kept;
-  if (thinning > 1) _tellThinning(scanNumber, thinning);
+  scan->thinning = thinning;
+  scan->pointsPlanned = thinnedCount(info.pointCount, thinning);
+  _budget.take(scan->pointsPlanned);
+  _pointsPlanned += scan->pointsPlanned;
+  if (thinning > 1) _tellThinning(*scan);
   for (const PlannedChunk& planned : planLoad(info.pointCount, scan->reader->entryPoints(), thinning)) {
     _push(scan, planned);
   }
@@ -88,7 +94,7 @@ void ScanLoader::_register(LoadingScan& scan) {
   const std::uint64_t before = sizeOf(path);
   const osg::ref_ptr<QuorOsgUtils::FilePtr> file = new QuorOsgUtils::FilePtr(path.c_str());
   if (!file->isValid()) return;
-  for (const std::shared_ptr<LoadingScan>& other : _loading) {
+  for (const auto& [number, other] : _loading) {
     if (other->reader && other->reader->info().path == path) other->mappedBytes = 0;
   }
   scan.mappedBytes = std::min(before, sizeOf(path));
@@ -110,12 +116,11 @@ void ScanLoader::_push(const std::shared_ptr<LoadingScan>& scan, const PlannedCh
   if (canWait) FileManager::getInstance()->push(measure);
 }
 
-void ScanLoader::_tellThinning(unsigned int scanNumber, std::uint64_t thinning) {
-  _thinning = std::max(_thinning, thinning);
-  const ScanInfo& info = _scans.info(scanNumber);
-  _listener.thinned("showing every " + ordinal(thinning) + " point of " + fileName(info.path) + ": " +
-                    grouped(thinnedCount(info.pointCount, thinning)) + " of " + grouped(info.pointCount) +
-                    ", to fit into " + inGibibytes(_budgetBytes));
+void ScanLoader::_tellThinning(const LoadingScan& scan) {
+  const ScanInfo& info = _scans.info(scan.number);
+  _listener.thinned("showing every " + ordinal(scan.thinning) + " point of " + fileName(info.path) + ": " +
+                    grouped(scan.pointsPlanned) + " of " + grouped(info.pointCount) + ", to fit into " +
+                    inGibibytes(_budgetBytes));
 }
 
 void ScanLoader::_tellFailure(const std::string& error) {
@@ -140,23 +145,44 @@ bool ScanLoader::step(std::chrono::milliseconds budget) {
 void ScanLoader::_receive(LoadLetter letter) {
   --_lettersDue;
   if (letter.ofSample && --_sampleLettersDue == 0) _sampleEnded = true;
-  if (_loading.at(letter.scan - 1)->cancelled) {
+  if (letter.summary) _summary = std::move(*letter.summary);
+  const auto loading = _loading.find(letter.scan);
+  if (loading == _loading.end()) {
     return;
   }
   if (letter.chunk && !letter.chunk->positions->empty()) {
     _pointsRead += letter.chunk->positions->size();
+    loading->second->pointsRead += letter.chunk->positions->size();
     _listener.loaded(letter.scan, *letter.chunk);
-  }
-  if (letter.summary) {
-    _summary = std::move(*letter.summary);
   }
   if (!letter.error.empty()) {
     _tellFailure(letter.error);
   }
 }
 
-void ScanLoader::cancel(unsigned int scanNumber) {
-  _loading.at(scanNumber - 1)->cancelled = true;
+void ScanLoader::close(unsigned int scanNumber) {
+  const std::shared_ptr<LoadingScan> scan = _loading.at(scanNumber);
+  _loading.erase(scanNumber);
+  scan->cancelled = true;
+  _pointsRead -= scan->pointsRead;
+  _pointsPlanned -= scan->pointsPlanned;
+  _budget.giveBack(scan->pointsPlanned);
+
+  const std::string& path = _scans.info(scanNumber).path;
+  auto* forget = new ForgetScan(_desk, path, scanNumber);
+  if (scan->mappedBytes > 0) {
+    auto* closeFile = new QuorOsgUtils::CloseFile(path, FileCmd::High);
+    closeFile->setAutoDelete(true);
+    forget->setNext(closeFile);
+  }
+  ++_lettersDue;
+  FileManager::getInstance()->push(forget);
+}
+
+std::uint64_t ScanLoader::thinning() const {
+  return std::accumulate(
+      _loading.begin(), _loading.end(), std::uint64_t{1},
+      [](std::uint64_t most, const auto& loading) { return std::max(most, loading.second->thinning); });
 }
 
 }  // namespace QuorViewer

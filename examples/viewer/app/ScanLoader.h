@@ -7,10 +7,10 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace QuorViewer {
 
@@ -42,8 +42,9 @@ class ScanLoader {
   bool step(std::chrono::milliseconds budget);
   /// True once after each time that the samples have come to their end.
   bool takeSampleEnd() { return std::exchange(_sampleEnded, false); }
-  /// Drops what is still to be read of a scan. What was handed out stays.
-  void cancel(unsigned int scanNumber);
+  /// Drops what is still to be read of a scan, counts its points as gone, and closes its file. What was handed out of
+  /// it is for its holder to drop. The scan is still open in the set.
+  void close(unsigned int scanNumber);
 
   bool finished() const { return _lettersDue == 0; }
   std::uint64_t pointsRead() const { return _pointsRead; }
@@ -52,7 +53,7 @@ class ScanLoader {
   /// Has anything gone wrong so far?
   bool failed() const { return _failed; }
   /// The strongest thinning of any scan; 1: all points show.
-  std::uint64_t thinning() const { return _thinning; }
+  std::uint64_t thinning() const;
   const CloudSummary& summary() const { return _summary; }
 
  private:
@@ -60,7 +61,7 @@ class ScanLoader {
   /// Makes a scan's file known to the manager.
   void _register(LoadingScan& scan);
   void _push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned);
-  void _tellThinning(unsigned int scanNumber, std::uint64_t thinning);
+  void _tellThinning(const LoadingScan& scan);
   void _tellFailure(const std::string& error);
   void _receive(LoadLetter letter);
 
@@ -69,13 +70,12 @@ class ScanLoader {
   VertexBudget _budget;
   Listener _listener;
   std::shared_ptr<LoadDesk> _desk;
-  std::vector<std::shared_ptr<LoadingScan>> _loading;  // by the scans' numbers, from 1
+  std::map<unsigned int, std::shared_ptr<LoadingScan>> _loading;  // by the scans' numbers, finished ones too
   std::uint64_t _lettersDue = 0;
   std::uint64_t _sampleLettersDue = 0;  // among them
   bool _sampleEnded = false;
   std::uint64_t _pointsRead = 0;
   std::uint64_t _pointsPlanned = 0;
-  std::uint64_t _thinning = 1;
   bool _failed = false;
   CloudSummary _summary;
 };

@@ -7,21 +7,43 @@
 namespace QuorViewer {
 
 ScanSet::ScanSet(const std::vector<std::string>& paths) {
-  std::transform(paths.begin(), paths.end(), std::back_inserter(_readers), ScanReader::open);
+  for (const std::string& path : paths) {
+    add(path);
+  }
 }
 
-osg::Vec3d ScanSet::origin() const {
-  return _readers.empty() ? osg::Vec3d() : _readers.front()->info().origin;
+unsigned int ScanSet::add(const std::string& path) {
+  std::unique_ptr<ScanReader> reader = ScanReader::open(path);
+  if (isEmpty()) {
+    _origin = reader->info().origin;
+  }
+  _readers.push_back(std::move(reader));
+  return static_cast<unsigned int>(_readers.size());
+}
+
+std::vector<unsigned int> ScanSet::numbers() const {
+  std::vector<unsigned int> open;
+  for (unsigned int number = 1; number <= _readers.size(); ++number) {
+    if (isOpen(number)) {
+      open.push_back(number);
+    }
+  }
+  return open;
+}
+
+bool ScanSet::isOpen(unsigned int number) const {
+  return number >= 1 && number <= _readers.size() && _readers[number - 1] != nullptr;
 }
 
 std::uint64_t ScanSet::pointCount() const {
-  return std::accumulate(_readers.begin(), _readers.end(), std::uint64_t{0},
-                         [](std::uint64_t sum, const auto& reader) { return sum + reader->info().pointCount; });
+  const std::vector<unsigned int> open = numbers();
+  return std::accumulate(open.begin(), open.end(), std::uint64_t{0},
+                         [this](std::uint64_t sum, unsigned int number) { return sum + info(number).pointCount; });
 }
 
 bool ScanSet::anyHas(bool ScanInfo::*property) const {
-  return std::any_of(_readers.begin(), _readers.end(),
-                     [property](const auto& reader) { return reader->info().*property; });
+  const std::vector<unsigned int> open = numbers();
+  return std::any_of(open.begin(), open.end(), [&](unsigned int number) { return info(number).*property; });
 }
 
 std::string fileName(const std::string& path) {

@@ -30,12 +30,12 @@ std::vector<KeyBinding> StationControl::bindings(StationControl& control) {
 void StationControl::_toggle() {
   if (isAtStation()) {
     abandon();
-    return _host.hud.setMessage("Back where you were");
+    return _host.messages.show("Back where you were");
   }
   if (const std::optional<osg::Vec3d> station = _findStation()) {
     return _enter(*station);
   }
-  _host.hud.setMessage("No station is known: pick the point to stand on, with a left click");
+  _host.messages.show("No station is known: pick the point to stand on, with a left click");
 }
 
 void StationControl::_enter(const osg::Vec3d& station) {
@@ -46,8 +46,8 @@ void StationControl::_enter(const osg::Vec3d& station) {
   _poseBefore = _host.navigator.pose();
   _shownField = _host.view.fieldOfViewDegrees();
   _host.navigator.enterStation(station);
-  _host.hud.setMessage("Right drag looks around, the wheel changes the field of view; V restores it, L leaves");
-  _host.say("station on " + coordinatesText(station + _host.scans.origin()));
+  _host.messages.show("Right drag looks around, the wheel changes the field of view; V restores it, L leaves");
+  _host.messages.say("station on " + coordinatesText(station + _host.scans.origin()));
 }
 
 void StationControl::abandon() {
@@ -60,22 +60,22 @@ void StationControl::abandon() {
   if (_orthographicBefore) {
     _host.view.toggleProjection();
   }
-  _host.say("station off");
+  _host.messages.say("station off");
 }
 
 void StationControl::_swap() {
   _host.navigator.swap();
   const bool aboutPointer = _host.navigator.turnsAboutPointer();
-  _host.hud.setMessage(aboutPointer ? "Right drag turns about the point under the pointer"
-                                    : "Right drag turns about the middle of the view");
-  _host.say(aboutPointer ? "navigation about the pointer" : "navigation about the middle");
+  _host.messages.show(aboutPointer ? "Right drag turns about the point under the pointer"
+                                   : "Right drag turns about the middle of the view");
+  _host.messages.say(aboutPointer ? "navigation about the pointer" : "navigation about the middle");
 }
 
 void StationControl::_resetField() {
   if (isAtStation()) {
     _host.view.resetFieldOfView();
   } else {
-    _host.hud.setMessage("The field of view changes at a station only; L takes you there");
+    _host.messages.show("The field of view changes at a station only; L takes you there");
   }
 }
 
@@ -83,7 +83,7 @@ void StationControl::showFieldOfView() {
   const double degrees = _host.view.fieldOfViewDegrees();
   if (isAtStation() && std::abs(degrees - _shownField) > kSeenShare * _shownField) {
     _shownField = degrees;
-    _host.hud.setMessage("Field of view " + degreesText(degrees));
+    _host.messages.show("Field of view " + degreesText(degrees));
   }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Hud.h"
 #include "Keys.h"
+#include "Messages.h"
 #include "Navigator.h"
 #include "Picker.h"
 #include "ScanSet.h"
@@ -9,7 +9,6 @@
 
 #include <osg/Vec3d>
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,8 +25,7 @@ class StationControl {
     ViewControl& view;
     const Picker& picker;
     const ScanSet& scans;
-    Hud& hud;
-    std::function<void(const std::string& line)> say;
+    Messages& messages;
   };
 
   /// `station`, in the scans' own coordinates, goes before all that the scans or the user's picks suggest.

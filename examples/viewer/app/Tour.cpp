@@ -1,6 +1,7 @@
 #include "Tour.h"
 
 #include "Format.h"
+#include "Messages.h"
 
 #include <osg/Viewport>
 #include <osgViewer/GraphicsWindow>
@@ -9,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
-#include <iostream>
 #include <sstream>
 
 namespace QuorViewer {
@@ -124,7 +124,7 @@ bool Tour::run(const std::string& folder) {
     const std::string picture = pictureName(index + 1, kSteps[index].name);
     _perform(kSteps[index]);
     if (!_takePicture((std::filesystem::path(folder) / picture).string())) {
-      std::cerr << "quor_viewer: the picture " << picture << " cannot be written in " << folder << '\n';
+      complainOnTerminal("the picture " + picture + " cannot be written in " + folder);
       return false;
     }
     records += (index > 0 ? ",\n" : "") + _record(kSteps[index], picture);
@@ -135,7 +135,7 @@ bool Tour::run(const std::string& folder) {
        << ",\n  \"steps\": [\n"
        << records << "\n  ]\n}\n";
   if (!file.flush()) {
-    std::cerr << "quor_viewer: " << path << " cannot be written\n";
+    complainOnTerminal(path + " cannot be written");
   }
   return file.good();
 }

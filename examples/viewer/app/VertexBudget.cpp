@@ -16,6 +16,10 @@ void VertexBudget::take(std::uint64_t points) {
   _taken += std::min(points, _mostPoints - _taken);
 }
 
+void VertexBudget::giveBack(std::uint64_t points) {
+  _taken -= std::min(points, _taken);
+}
+
 std::uint64_t defaultBudgetBytes() {
   constexpr std::uint64_t kWhereNotTold = std::uint64_t{2} << 30U;
   const std::uint64_t machine = machineMemoryBytes();

@@ -16,8 +16,9 @@ class VertexBudget {
 
   /// The thinning under which scans of so many points in all fit into what is left; 0 where not a single point fits.
   std::uint64_t thinningFor(std::uint64_t points) const;
-  /// Counts points as being on show.
+  /// Counts points as being on show, and as no longer so.
   void take(std::uint64_t points);
+  void giveBack(std::uint64_t points);
 
  private:
   std::uint64_t _mostPoints;

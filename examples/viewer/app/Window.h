@@ -13,9 +13,9 @@ class WindowError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Opens the viewer's one window and makes the camera fill it; from then on everything is drawn on the calling thread.
-/// Sizes in pixels. Throws WindowError without a display,
-/// or where the display's OpenGL is too old for the shaders.
+/// Opens the viewer's one window and makes the camera fill it; everything is drawn on the calling thread
+/// until another threading model is set. Sizes in pixels. Throws WindowError without a display, or where the display's
+/// OpenGL is too old for the shaders.
 void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::string& title);
 
 }  // namespace QuorViewer

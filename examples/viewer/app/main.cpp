@@ -1,5 +1,7 @@
 #include "Application.h"
 #include "Arguments.h"
+#include "Gpu.h"
+#include "Messages.h"
 #include "Window.h"
 
 #include <QuorOsgUtils/Version.h>
@@ -8,6 +10,19 @@
 #include <iostream>
 #include <string>
 #include <vector>
+
+namespace {
+
+int tellGpu() {
+  const std::string table = QuorViewer::gpuTable();
+  if (table.empty()) {
+    throw QuorViewer::WindowError("no graphics can be asked here: is there a display (the variable DISPLAY)?");
+  }
+  std::cout << table;
+  return 0;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   using namespace QuorViewer;
@@ -22,9 +37,9 @@ int main(int argc, char** argv) {
       std::cout << "quor_viewer " << kVersionMajor << '.' << kVersionMinor << '.' << kVersionPatch << '\n';
       return 0;
     }
-    return Application(arguments).run();
+    return arguments.gpu ? tellGpu() : Application(arguments).run();
   } catch (const std::exception& error) {
-    std::cerr << "quor_viewer: " << error.what() << '\n';
+    complainOnTerminal(error.what());
     return 1;
   }
 }

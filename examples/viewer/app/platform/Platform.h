@@ -17,4 +17,9 @@ std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work);
 /// The memory that the machine, or the container that the process runs in, has in all. Bytes; 0 where it is not told.
 std::uint64_t machineMemoryBytes();
 
+/// The memory that the process takes up at the moment. Bytes; 0 where it is not told.
+std::uint64_t processMemoryBytes();
+/// Gives memory back to the system that was freed and only kept for later.
+void returnFreeMemory();
+
 }  // namespace QuorViewer

@@ -1,5 +1,6 @@
 #include "platform/Platform.h"
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -67,6 +68,16 @@ std::uint64_t machineMemoryBytes() {
   const std::uint64_t physical = pages * static_cast<std::uint64_t>(std::max(sysconf(_SC_PAGESIZE), 0L));
   const std::uint64_t container = containerMemoryBytes();
   return container > 0 ? std::min(container, physical) : physical;
+}
+
+std::uint64_t processMemoryBytes() {
+  std::uint64_t allPages = 0, residentPages = 0;
+  std::ifstream("/proc/self/statm") >> allPages >> residentPages;
+  return residentPages * static_cast<std::uint64_t>(std::max(sysconf(_SC_PAGESIZE), 0L));
+}
+
+void returnFreeMemory() {
+  malloc_trim(0);
 }
 
 }  // namespace QuorViewer

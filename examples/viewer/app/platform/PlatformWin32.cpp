@@ -1,6 +1,8 @@
 #include "platform/Platform.h"
 
 #include <windows.h>
+// After the header it builds on.
+#include <psapi.h>
 
 namespace QuorViewer {
 
@@ -50,6 +52,15 @@ std::uint64_t machineMemoryBytes() {
   MEMORYSTATUSEX status = {};
   status.dwLength = sizeof status;
   return GlobalMemoryStatusEx(&status) != 0 ? status.ullTotalPhys : 0;
+}
+
+std::uint64_t processMemoryBytes() {
+  PROCESS_MEMORY_COUNTERS counters = {};
+  return K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) != 0 ? counters.WorkingSetSize : 0;
+}
+
+void returnFreeMemory() {
+  HeapCompact(GetProcessHeap(), 0);
 }
 
 }  // namespace QuorViewer

@@ -1,0 +1,99 @@
+#include "FrameLoop.h"
+
+#include "platform/Platform.h"
+
+#include <osg/BufferObject>
+#include <osg/ContextData>
+#include <osg/GLObjects>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+namespace QuorViewer {
+
+// The last of a frame's operations on the graphics thread. What was released since the frame before is freed at once,
+// and not a little in each of many frames, for this viewer draws none without need.
+class FrameLoop::FrameEnd : public osg::GraphicsOperation {
+ public:
+  FrameEnd() : osg::GraphicsOperation("FrameEnd", true) {}
+
+  void operator()(osg::GraphicsContext* context) override {
+    const unsigned int contextId = context->getState()->getContextID();
+    osg::flushAllDeletedGLObjects(contextId);
+    _note(osg::get<osg::GLBufferObjectManager>(contextId)->getCurrGLBufferObjectPoolSize());
+  }
+
+  std::uint64_t frames() const {
+    const std::lock_guard<std::mutex> held(_mutex);
+    return _frames;
+  }
+  /// Waits for a little; true when more frames have ended.
+  bool waitBeyond(std::uint64_t frames) {
+    constexpr std::chrono::milliseconds kLimit(20);
+    std::unique_lock<std::mutex> held(_mutex);
+    return _ended.wait_for(held, kLimit, [&] { return _frames > frames; });
+  }
+  std::uint64_t bufferBytes() const {
+    const std::lock_guard<std::mutex> held(_mutex);
+    return _bufferBytes;
+  }
+
+ private:
+  // The engine counts in 32 bits, which large clouds exceed; what changes within a frame does not.
+  void _note(std::uint32_t poolBytes) {
+    const std::lock_guard<std::mutex> held(_mutex);
+    const auto change = static_cast<std::int32_t>(poolBytes - static_cast<std::uint32_t>(_bufferBytes));
+    _bufferBytes = static_cast<std::uint64_t>(static_cast<std::int64_t>(_bufferBytes) + change);
+    ++_frames;
+    _ended.notify_all();
+  }
+
+  mutable std::mutex _mutex;
+  std::condition_variable _ended;
+  std::uint64_t _frames = 0;
+  std::uint64_t _bufferBytes = 0;
+};
+
+FrameLoop::FrameLoop(osgViewer::Viewer& viewer, osgViewer::ViewerBase::ThreadingModel threading)
+    : _viewer(viewer),
+      _context(viewer.getCamera()->getGraphicsContext()),
+      _removal(new QuorOsgUtils::DecrementalCompileOperation),
+      _end(new FrameEnd) {
+  _removal->addGraphicsContext(_context);
+  _context->add(_end);
+  viewer.setThreadingModel(threading);
+}
+
+// The context walks its operations on its own thread, so that has to rest first.
+FrameLoop::~FrameLoop() {
+  _viewer.stopThreading();
+  _context->remove(_end);
+  _removal->removeGraphicsContext(_context);
+}
+
+void FrameLoop::draw() {
+  const std::uint64_t before = _end->frames();
+  _viewer.frame();
+  while (_viewer.areThreadsRunning() && !_viewer.done() && !_end->waitBeyond(before)) {
+  }
+  if (_framesDue > 0 && --_framesDue > 0) {
+    _viewer.requestRedraw();
+    returnFreeMemory();
+  }
+}
+
+// The frame at whose end the child leaves; one for each of the two lists of drawables that the engine fills by turns
+// when it draws on a thread of its own, which hold what was drawn last; and one that shows what has become free.
+void FrameLoop::remove(osg::Group* parent, osg::Node* child) {
+  constexpr int kFrames = 4;
+  _removal->add(parent, child);
+  _framesDue = kFrames;
+  _viewer.requestRedraw();
+}
+
+std::uint64_t FrameLoop::gpuBufferBytes() const {
+  return _end->bufferBytes();
+}
+
+}  // namespace QuorViewer

@@ -1,0 +1,215 @@
+#include "FrameLoop.h"
+#include "SceneFixture.h"
+
+#include <osg/GLExtensions>
+#include <osg/NodeVisitor>
+#include <osg/observer_ptr>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <future>
+#include <random>
+#include <tuple>
+
+namespace {
+
+using namespace QuorTests;
+using namespace QuorViewer;
+using Model = osgViewer::ViewerBase::ThreadingModel;
+
+constexpr std::uint64_t kBytesPerPoint = 20;
+constexpr unsigned int kPointsPerScan = kColumns * kRows;
+
+/// The GL objects that there are in a context.
+struct GlNames {
+  int buffers = 0;
+  int textures = 0;
+
+  bool operator==(const GlNames& other) const {
+    return std::tie(buffers, textures) == std::tie(other.buffers, other.textures);
+  }
+};
+
+std::ostream& operator<<(std::ostream& out, const GlNames& names) {
+  return out << names.buffers << " buffers, " << names.textures << " textures";
+}
+
+/// Counts on the graphics thread. Names are given from 1 on, lowest first, so few are as high as the limit.
+class CountNames : public osg::GraphicsOperation {
+ public:
+  CountNames() : osg::GraphicsOperation("CountNames", false) {}
+  void operator()(osg::GraphicsContext* context) override {
+    constexpr GLuint kLimit = 20000;
+    const auto* gl = context->getState()->get<osg::GLExtensions>();
+    GlNames names;
+    for (GLuint name = 1; name < kLimit; ++name) {
+      names.buffers += gl->glIsBuffer(name) != GL_FALSE;
+      names.textures += glIsTexture(name) != GL_FALSE;
+    }
+    _counted.set_value(names);
+  }
+  GlNames counted() { return _counted.get_future().get(); }
+
+ private:
+  std::promise<GlNames> _counted;
+};
+
+class CountNodes : public osg::NodeVisitor {
+ public:
+  CountNodes() : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN) { setNodeMaskOverride(~0U); }
+  void apply(osg::Node& node) override {
+    ++_count;
+    traverse(node);
+  }
+  int count() const { return _count; }
+
+ private:
+  int _count = 0;
+};
+
+class FrameLoopGLTest : public SceneFixture, public testing::WithParamInterface<Model> {
+ protected:
+  void SetUp() override {
+    SceneFixture::SetUp();
+    if (!IsSkipped()) {
+      _loop = std::make_unique<FrameLoop>(*_viewer, GetParam());
+      settle();
+    }
+  }
+  void TearDown() override { _loop.reset(); }
+
+  void settle() {
+    constexpr int kEnough = 5;
+    for (int frame = 0; frame < kEnough; ++frame) {
+      _loop->draw();
+    }
+  }
+  void add(unsigned int scan) { _scene->cloud.add(scan, createChunk()); }
+  osg::observer_ptr<osg::Node> close(unsigned int scan) {
+    const osg::ref_ptr<osg::Node> points = _scene->cloud.release(scan);
+    _loop->remove(_scene->cloud.node(), points);
+    return points.get();
+  }
+  GlNames glNames() {
+    const osg::ref_ptr<CountNames> count = new CountNames;
+    _viewer->getCamera()->getGraphicsContext()->add(count);
+    _loop->draw();
+    return count->counted();
+  }
+  int nodes() {
+    CountNodes count;
+    _viewer->getCamera()->accept(count);
+    return count.count();
+  }
+
+  std::unique_ptr<FrameLoop> _loop;
+};
+
+TEST_P(FrameLoopGLTest, theThreadsAreThoseOfTheModel) {
+  EXPECT_EQ(_viewer->getThreadingModel(), GetParam());
+  EXPECT_EQ(_viewer->areThreadsRunning(), GetParam() != osgViewer::ViewerBase::SingleThreaded);
+}
+
+TEST_P(FrameLoopGLTest, aFrameHasBeenDrawnAndCapturedWhenDrawReturns) {
+  EXPECT_EQ(seenPoints().size(), kPointsPerScan);
+  _scene->cloud.node()->setNodeMask(0);
+  _loop->draw();
+  EXPECT_TRUE(seenPoints().empty());
+}
+
+TEST_P(FrameLoopGLTest, whatIsRemovedLeavesTheSceneAtTheEndOfTheNextFrame) {
+  const auto points = close(1);
+  EXPECT_EQ(_scene->cloud.node()->getNumChildren(), 1U);
+  _loop->draw();
+  EXPECT_EQ(_scene->cloud.node()->getNumChildren(), 0U);
+  _loop->draw();
+  EXPECT_TRUE(seenPoints().empty());
+  settle();
+  EXPECT_FALSE(points.valid());
+}
+
+TEST_P(FrameLoopGLTest, theBuffersOnTheGraphicsCardAreCountedAndGoWithTheScan) {
+  const std::uint64_t before = _loop->gpuBufferBytes();
+  const GlNames namesBefore = glNames();
+  add(2);
+  settle();
+  EXPECT_GE(_loop->gpuBufferBytes(), before + kPointsPerScan * kBytesPerPoint);
+  EXPECT_GT(glNames().buffers, namesBefore.buffers);
+  close(2);
+  settle();
+  EXPECT_EQ(_loop->gpuBufferBytes(), before);
+  EXPECT_EQ(glNames(), namesBefore);
+}
+
+TEST_P(FrameLoopGLTest, enoughFramesAreRequestedForAllOfAScanToGo) {
+  const std::uint64_t before = _loop->gpuBufferBytes();
+  add(2);
+  settle();
+  close(2);
+  int frames = 0;
+  while (_viewer->checkNeedToDoFrame()) {
+    ASSERT_LT(++frames, 20);
+    _loop->draw();
+  }
+  EXPECT_EQ(_loop->gpuBufferBytes(), before);
+}
+
+TEST_P(FrameLoopGLTest, aThousandScansAddedAndClosedAtRandomLeaveNothing) {
+  const GlNames namesBefore = glNames();
+  const int nodesBefore = nodes();
+  const std::uint64_t bytesBefore = _loop->gpuBufferBytes();
+  constexpr unsigned int kLatest = 1001;
+  std::mt19937 random(1);
+  std::vector<unsigned int> open;
+  std::vector<osg::observer_ptr<osg::Node>> closed;
+  unsigned int latest = 1;
+  while (latest < kLatest || !open.empty()) {
+    const auto dice = random() % 5;
+    if (latest < kLatest && dice < 2) {
+      add(++latest);
+      open.push_back(latest);
+    } else if (!open.empty() && dice < 4) {
+      std::swap(open[random() % open.size()], open.back());
+      closed.push_back(close(open.back()));
+      open.pop_back();
+    } else {
+      _loop->draw();
+    }
+  }
+  settle();
+  EXPECT_EQ(closed.size(), 1000U);
+  for (const auto& points : closed) {
+    EXPECT_FALSE(points.valid());
+  }
+  EXPECT_EQ(nodes(), nodesBefore);
+  EXPECT_EQ(_loop->gpuBufferBytes(), bytesBefore);
+  EXPECT_EQ(glNames(), namesBefore);
+  EXPECT_EQ(seenPoints().size(), kPointsPerScan);
+  EXPECT_EQ(_scene->target.glErrorCount(), 0U);
+}
+
+struct NamedModel {
+  Model model;
+  const char* name;
+};
+
+std::string nameOf(const testing::TestParamInfo<Model>& info) {
+  constexpr std::array<NamedModel, 4> kNames = {
+      {{osgViewer::ViewerBase::SingleThreaded, "single"},
+       {osgViewer::ViewerBase::CullDrawThreadPerContext, "cullAndDraw"},
+       {osgViewer::ViewerBase::DrawThreadPerContext, "draw"},
+       {osgViewer::ViewerBase::CullThreadPerCameraDrawThreadPerContext, "camera"}}};
+  return std::find_if(kNames.begin(), kNames.end(), [&](const NamedModel& named) { return named.model == info.param; })
+      ->name;
+}
+
+INSTANTIATE_TEST_SUITE_P(InEachThreadingModel, FrameLoopGLTest,
+                         testing::Values(osgViewer::ViewerBase::SingleThreaded,
+                                         osgViewer::ViewerBase::CullDrawThreadPerContext,
+                                         osgViewer::ViewerBase::DrawThreadPerContext,
+                                         osgViewer::ViewerBase::CullThreadPerCameraDrawThreadPerContext),
+                         nameOf);
+
+}  // namespace

@@ -1,0 +1,212 @@
+#include "ViewerFixture.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+using namespace QuorTests;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr double kBesideMetres = 150.0;
+
+/// Scans that come and go while the viewer runs, and what it writes down of them.
+class ScansViewerTest : public ViewerFixture {
+ protected:
+  /// The grid, and the same grid beside it in a file of its own.
+  void showTwoGrids(std::vector<std::string> options = {}) {
+    writeLasFile(path("beside.las"), gridPoints(), kOffsetX + kBesideMetres, kOffsetY);
+    _points = gridPoints();
+    writeLasFile(path("grid.las"), _points, kOffsetX, kOffsetY);
+    std::vector<std::string> arguments = {"--verbose",      "--point-size",    "9", "--size", "800x600",
+                                          path("grid.las"), path("beside.las")};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    start(arguments);
+    ASSERT_TRUE(_viewer->findWindow("quor_viewer: grid.las, beside.las"));
+    waitUntilLoaded(98);
+  }
+  Pixel pixelBeside(int number) const {
+    return pixelOf(coordinatesOf(_points.at(static_cast<std::size_t>(number))) + osg::Vec3d(kBesideMetres, 0.0, 0.0));
+  }
+  std::string closeAt(const Pixel& pixel, const std::string& key = "d") {
+    _viewer->movePointer(pixel.x, pixel.yFromTop);
+    _viewer->settle();
+    _viewer->key(key);
+    return _viewer->waitForLine("closed", std::chrono::seconds(10));
+  }
+  std::string log() const {
+    std::ifstream file(path("3Dengine.log"), std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+  }
+};
+
+TEST_F(ScansViewerTest, theScanUnderThePointerIsClosedAndTheViewStays) {
+  showTwoGrids();
+  const Pixel onClosed = pixelBeside(24);
+  EXPECT_THAT(clickAt(onClosed), HasSubstr("point 24 of beside.las"));
+  const ReportedView before = _viewer->view();
+  EXPECT_EQ(closeAt(onClosed), "closed beside.las");
+  _viewer->settle();
+  EXPECT_EQ((_viewer->view().eye - before.eye).length(), 0.0);
+  EXPECT_EQ((_viewer->view().centre - before.centre).length(), 0.0);
+  EXPECT_TRUE(_viewer->findWindow("quor_viewer: grid.las"));
+  EXPECT_EQ(clickAt(onClosed), "picked nothing");
+  expectClickReports(24);
+}
+
+TEST_F(ScansViewerTest, theKeyDeleteClosesTheFirstScanAndTheOtherKeepsItsPlace) {
+  showTwoGrids();
+  EXPECT_EQ(closeAt(pixelOf(_points[24]), "Delete"), "closed grid.las");
+  EXPECT_EQ(clickAt(pixelOf(_points[24])), "picked nothing");
+  const osg::Vec3d place = coordinatesOf(_points[10]) + osg::Vec3d(kBesideMetres, 0.0, 0.0);
+  EXPECT_THAT(clickAt(pixelBeside(10)),
+              HasSubstr("picked " + inMetres(place.x()) + " " + inMetres(place.y()) + " " + inMetres(place.z())));
+}
+
+TEST_F(ScansViewerTest, withThePointerBesideTheCloudNothingIsClosed) {
+  showTwoGrids();
+  EXPECT_EQ(closeAt({5, 5}), "");
+  EXPECT_THAT(log(), HasSubstr("There is no scan under the pointer to be closed"));
+  expectClickReports(24);
+}
+
+TEST_F(ScansViewerTest, aPickOfAClosedScanIsForgotten) {
+  showTwoGrids();
+  EXPECT_THAT(clickAt(pixelBeside(24)), HasSubstr("of beside.las"));
+  closeAt(pixelBeside(24));
+  EXPECT_THAT(clickAt(pixelOf(_points[24])), Not(HasSubstr("distance")));
+}
+
+TEST_F(ScansViewerTest, theClipBoxIsPutAroundWhatIsLeft) {
+  showTwoGrids();
+  _viewer->key("b");
+  const std::string both = _viewer->waitForLine("clip size");
+  closeAt(pixelBeside(24));
+  const std::string left = _viewer->waitForLine("clip size");
+  EXPECT_NE(left, "");
+  EXPECT_NE(left, both);
+}
+
+TEST_F(ScansViewerTest, onceAllAreClosedTheNextScanIsShownWhereverItIs) {
+  showGrid();
+  _viewer->key("b");
+  EXPECT_EQ(closeAt(pixelOf(_points[24])), "closed grid.las");
+  EXPECT_TRUE(_viewer->findWindow("quor_viewer"));
+  EXPECT_EQ(clickAt({400, 300}), "picked nothing");
+  constexpr double kFarMetres = 3e7;
+  writeLasFile(path("far.las"), _points, kOffsetX - kFarMetres, kOffsetY);
+  _viewer->key("a");
+  _viewer->type(path("far.las"));
+  _viewer->key("Return");
+  waitUntilLoaded(49);
+  const osg::Vec3d place = coordinatesOf(_points[24]) - osg::Vec3d(kFarMetres, 0.0, 0.0);
+  EXPECT_THAT(clickAt(pixelOf(place)), HasSubstr("picked " + inMetres(place.x()) + " " + inMetres(place.y()) + " "));
+}
+
+class ThreadingViewerTest : public ScansViewerTest, public testing::WithParamInterface<std::string> {};
+
+TEST_P(ThreadingViewerTest, scansAreShownPickedTurnedClosedAndAdded) {
+  showTwoGrids({"--threading", GetParam()});
+  expectClickReports(24);
+  drag(kRight, {400, 300}, {60, 20});
+  expectClickReports(24);
+  for (int round = 0; round < 3; ++round) {
+    EXPECT_EQ(closeAt(pixelBeside(24)), "closed beside.las");
+    EXPECT_EQ(clickAt(pixelBeside(24)), "picked nothing");
+    _viewer->key("a");
+    _viewer->type(path("beside.las"));
+    _viewer->key("Return");
+    waitUntilLoaded(98);
+    EXPECT_THAT(clickAt(pixelBeside(24)), HasSubstr("point 24 of beside.las"));
+  }
+  _viewer->key("Escape");
+  EXPECT_EQ(_viewer->exitStatus(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Models, ThreadingViewerTest, testing::Values("single", "cull-draw", "draw", "camera"),
+                         [](const testing::TestParamInfo<std::string>& model) {
+                           return model.param == "cull-draw" ? "cullAndDraw" : model.param;
+                         });
+
+TEST_F(ScansViewerTest, whatTheUserIsToldIsInTheLogAsWell) {
+  showTwoGrids();
+  clickAt(pixelOf(_points[24]));
+  clickAt({5, 5});
+  _viewer->key("o");
+  closeAt(pixelBeside(24));
+  _viewer->key("a");
+  _viewer->type("missing.las");
+  _viewer->key("Return");
+  EXPECT_NE(_viewer->waitForLine("quor_viewer: missing.las"), "");
+  _viewer->key("Escape");
+  EXPECT_EQ(_viewer->exitStatus(), 0);
+  const std::string written = log();
+  std::istringstream output(_viewer->output());
+  for (std::string line; std::getline(output, line);) {
+    const std::string program = "quor_viewer: ";
+    const bool progress = line.find('\r') != std::string::npos;
+    if (!progress) {
+      EXPECT_THAT(written, HasSubstr(line.rfind(program, 0) == 0 ? line.substr(program.size()) : line));
+    }
+  }
+  for (const char* shown : {"There is no point under the pointer", "beside.las is closed",
+                            "Click a point to see its coordinates; H shows mouse and keys"}) {
+    EXPECT_THAT(written, HasSubstr(shown));
+  }
+}
+
+TEST_F(ScansViewerTest, theLogBeginsWithTheGpuAndTellsWhereEachScanIs) {
+  start({"--gpu"});
+  ASSERT_EQ(_viewer->exitStatus(), 0);
+  const std::string table = _viewer->output();
+  showTwoGrids();
+  const std::string written = log();
+  for (const std::string name : {"Vendor", "Renderer", "GLSL version", "Vertex uniform components"}) {
+    const std::size_t start = table.find_first_not_of(' ', table.find(name) + name.size());
+    EXPECT_THAT(written, HasSubstr(name + ": " + table.substr(start, table.find('\n', start) - start)));
+  }
+  // Columns and rows of the grid are ten metres apart, and each point is shifted a little more than the one before.
+  const std::string low = inMetres(kOffsetX) + "0 " + inMetres(kOffsetY - 0.06);
+  EXPECT_THAT(written, HasSubstr(path("grid.las") + ": LAS 1.2, point format "));
+  EXPECT_THAT(written, HasSubstr(", 49 points, from " + low));
+}
+
+TEST_F(ScansViewerTest, aFolderWithoutRoomForALogDoesNotKeepTheViewerFromWorking) {
+  std::filesystem::create_directories(path("taken/3Dengine.log"));
+  std::filesystem::current_path(path("taken"));
+  showGrid();
+  expectClickReports(24);
+  _viewer->key("Escape");
+  EXPECT_EQ(_viewer->exitStatus(), 0);
+}
+
+TEST_F(ScansViewerTest, theGpuIsToldOfAsATable) {
+  start({"--gpu"});
+  EXPECT_EQ(_viewer->exitStatus(), 0);
+  std::istringstream lines(_viewer->output());
+  for (const char* name : {"Vendor ", "Renderer ", "GLSL version ", "Vertex uniform components ",
+                           "Fragment uniform components ", "Extensions "}) {
+    std::string line;
+    std::getline(lines, line);
+    EXPECT_THAT(line, testing::StartsWith(name));
+    EXPECT_GT(line.size(), 28U) << "no answer";
+  }
+}
+
+TEST_F(ScansViewerTest, withoutADisplayTheGpuCannotBeAskedAndTheViewerSaysSo) {
+  const std::string display = std::getenv("DISPLAY");
+  ASSERT_EQ(unsetenv("DISPLAY"), 0);
+  start({"--gpu"});
+  EXPECT_EQ(_viewer->exitStatus(), 1);
+  EXPECT_EQ(setenv("DISPLAY", display.c_str(), 1), 0);
+  EXPECT_THAT(_viewer->output(), HasSubstr("quor_viewer: no graphics can be asked here"));
+}
+
+}  // namespace
