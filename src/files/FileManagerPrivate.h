@@ -15,7 +15,8 @@
 
 namespace QuorOsgUtils {
 
-struct FileManager::Private {
+// One of its kind in a process, so the order in which the members are released goes before the room they take.
+struct FileManager::Private {  // NOLINT(clang-analyzer-optin.performance.Padding)
   bool onWorker() const { return workerThread == currentThreadNumber(); }
 
   /// The file of a name, which is known from then on. Most commands are on the file of the one before.

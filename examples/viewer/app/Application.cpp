@@ -102,7 +102,7 @@ int Application::run() {
 
 void Application::_askGpu() {
   for (const auto& [name, answer] : gpuAnswers()) {
-    _messages.note(name + ": " + answer);
+    _messages.note(std::string(name).append(": ").append(answer));
   }
   _softwareRenderer = softwareRendererOf(QuorOsgUtils::GCTool::getGPURender());
 }
@@ -221,7 +221,9 @@ bool Application::_loadALittle() {
     _followContent();
   }
   if (_loader.finished()) {
-    if (!_loaded) {
+    if (_loaded) {
+      _viewer->requestRedraw();  // what is known of all scans together has come, after one was closed
+    } else {
       _finishLoading();
     }
   } else if (_loader.takeSampleEnd() || (_loader.pointsRead() != _pointsShown && _isProgressDue())) {
@@ -313,11 +315,12 @@ void Application::_loadEverything() {
 
 void Application::_followContent() {
   const osg::BoundingBox bounds = _scene.cloud.bounds();
-  if (bounds.valid()) {
-    _view.setContent({bounds._min, bounds._max}, _loader.summary().places);
-    _clip.setContent(bounds, _loaded);
-  }
   _points.updateRanges();
+  if (!bounds.valid()) {
+    return;
+  }
+  _view.setContent({bounds._min, bounds._max}, _loader.summary().places);
+  _clip.setContent(bounds, _loaded);
   if (!_userNavigated && !_station.isAtStation()) {
     _view.home();
   }

@@ -50,7 +50,7 @@ osg::BoundingBoxf relativeTo(const osg::Vec3d& origin, const osg::BoundingBoxd& 
 
 }  // namespace
 
-ClipControl::ClipControl(Host host) : _host(std::move(host)) {}
+ClipControl::ClipControl(Host host) : _host(host) {}
 
 // Rows of the help stay few: keys of one kind share the row of the first.
 std::vector<KeyBinding> ClipControl::bindings(ClipControl& control) {

@@ -29,7 +29,7 @@ class StationControl {
   };
 
   /// `station`, in the scans' own coordinates, goes before all that the scans or the user's picks suggest.
-  StationControl(Host host, std::optional<osg::Vec3d> station) : _host(std::move(host)), _given(station) {}
+  StationControl(Host host, std::optional<osg::Vec3d> station) : _host(host), _given(station) {}
 
   /// Expects that the control outlives the bindings; may be called before it is complete.
   static std::vector<KeyBinding> bindings(StationControl& control);

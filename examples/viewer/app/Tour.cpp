@@ -124,7 +124,7 @@ bool Tour::run(const std::string& folder) {
     const std::string picture = pictureName(index + 1, kSteps[index].name);
     _perform(kSteps[index]);
     if (!_takePicture((std::filesystem::path(folder) / picture).string())) {
-      complainOnTerminal("the picture " + picture + " cannot be written in " + folder);
+      complainOnTerminal(std::string("the picture ").append(picture).append(" cannot be written in ").append(folder));
       return false;
     }
     records += (index > 0 ? ",\n" : "") + _record(kSteps[index], picture);

@@ -10,7 +10,7 @@ namespace QuorViewer {
 namespace {
 
 constexpr Direction kHomeDirection = {145.0, 32.0};
-constexpr double kHomeMargin = 1.08;
+constexpr double kHomeMargin = 1.16;     // the status bar covers a little of the picture
 constexpr double kCloseLookShare = 0.4;  // of the radius of everything: the height of a close look's picture
 constexpr double kSmallestHeight = 1e-6;
 
