@@ -9,8 +9,23 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <numeric>
 
 namespace QuorViewer {
+namespace {
+
+// The engine keeps buffers by their size, but adds them up in 32 bits, which large clouds exceed.
+class Buffers : public osg::GLBufferObjectManager {
+ public:
+  static std::uint64_t bytesIn(const osg::GLBufferObjectManager& manager) {
+    const auto& sets = manager.*(&Buffers::_glBufferObjectSetMap);
+    return std::accumulate(sets.begin(), sets.end(), std::uint64_t{0}, [](std::uint64_t sum, const auto& bySize) {
+      return sum + std::uint64_t{bySize.first._size} * bySize.second->getNumOfGLBufferObjects();
+    });
+  }
+};
+
+}  // namespace
 
 // The last of a frame's operations on the graphics thread. What was released since the frame before is freed at once,
 // and not a little in each of many frames, for this viewer draws none without need.
@@ -21,7 +36,7 @@ class FrameLoop::FrameEnd : public osg::GraphicsOperation {
   void operator()(osg::GraphicsContext* context) override {
     const unsigned int contextId = context->getState()->getContextID();
     osg::flushAllDeletedGLObjects(contextId);
-    _note(osg::get<osg::GLBufferObjectManager>(contextId)->getCurrGLBufferObjectPoolSize());
+    _note(Buffers::bytesIn(*osg::get<osg::GLBufferObjectManager>(contextId)));
   }
 
   std::uint64_t frames() const {
@@ -40,11 +55,9 @@ class FrameLoop::FrameEnd : public osg::GraphicsOperation {
   }
 
  private:
-  // The engine counts in 32 bits, which large clouds exceed; what changes within a frame does not.
-  void _note(std::uint32_t poolBytes) {
+  void _note(std::uint64_t bufferBytes) {
     const std::lock_guard<std::mutex> held(_mutex);
-    const auto change = static_cast<std::int32_t>(poolBytes - static_cast<std::uint32_t>(_bufferBytes));
-    _bufferBytes = static_cast<std::uint64_t>(static_cast<std::int64_t>(_bufferBytes) + change);
+    _bufferBytes = bufferBytes;
     ++_frames;
     _ended.notify_all();
   }
@@ -83,10 +96,12 @@ void FrameLoop::draw() {
   }
 }
 
-// The frame at whose end the child leaves; one for each of the two lists of drawables that the engine fills by turns
-// when it draws on a thread of its own, which hold what was drawn last; and one that shows what has become free.
+// Hidden at once, since whoever picks from the next frame is to pick what is left. The frames: the one at whose end the
+// child leaves; one for each of the two lists of drawables that the engine fills by turns when it draws on a thread of
+// its own, which hold what was drawn last; and one that shows what has become free.
 void FrameLoop::remove(osg::Group* parent, osg::Node* child) {
   constexpr int kFrames = 4;
+  child->setNodeMask(0);
   _removal->add(parent, child);
   _framesDue = kFrames;
   _viewer.requestRedraw();

@@ -21,8 +21,8 @@ class FrameLoop {
   ~FrameLoop();
 
   void draw();
-  /// Has `child` taken out of `parent` at the end of the next frame. Requests the frames it takes until all that only
-  /// the child needed of the graphics card is free again.
+  /// Hides `child`, and has it taken out of `parent` at the end of the next frame. Requests the frames it takes until
+  /// all that only the child needed of the graphics card is free again.
   void remove(osg::Group* parent, osg::Node* child);
 
   /// The vertex buffers on the graphics card at the end of the latest frame.
