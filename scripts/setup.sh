@@ -14,6 +14,7 @@ profile=${1:-test}
 packages=(
   g++ cmake ninja-build pkg-config          # the tool chain
   libopenscenegraph-dev                     # the scene graph that the library extends
+  libx11-dev                                # the viewer's window
   xvfb xauth libgl1-mesa-dri libglx-mesa0   # a display and OpenGL in software, where there is no screen
   fonts-dejavu-core                         # the viewer's status line
 )
@@ -26,7 +27,7 @@ case $profile in
   test | checks)
     packages+=(libgtest-dev libgmock-dev    # tests
       libbenchmark-dev                      # benchmarks
-      xdotool libx11-dev)                   # a real pointer over the real window
+      xdotool)                              # a real pointer over the real window
     ;;&
   checks) packages+=(clang clang-format clang-tidy) ;;
   test) ;;

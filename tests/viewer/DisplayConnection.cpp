@@ -21,11 +21,26 @@ Display* connect() {
   return display;
 }
 
+Display* display() {
+  static Display* const held = connect();
+  return held;
+}
+
 }  // namespace
 
 bool holdDisplay() {
-  static Display* const display = connect();
-  return display != nullptr;
+  return display() != nullptr;
+}
+
+void askToClose(unsigned long window) {
+  XEvent wish{};
+  wish.xclient.type = ClientMessage;
+  wish.xclient.window = window;
+  wish.xclient.message_type = XInternAtom(display(), "WM_PROTOCOLS", False);
+  wish.xclient.format = 32;
+  wish.xclient.data.l[0] = static_cast<long>(XInternAtom(display(), "WM_DELETE_WINDOW", False));
+  XSendEvent(display(), window, False, NoEventMask, &wish);
+  XFlush(display());
 }
 
 }  // namespace QuorTests

@@ -7,4 +7,7 @@ namespace QuorTests {
 /// it. False where there is no display; waits for one that is just starting.
 bool holdDisplay();
 
+/// Asks a window to close, as a window manager's button does.
+void askToClose(unsigned long window);
+
 }  // namespace QuorTests

@@ -1,3 +1,4 @@
+#include "DisplayConnection.h"
 #include "ViewerFixture.h"
 
 #include <gmock/gmock.h>
@@ -128,6 +129,12 @@ TEST_P(ThreadingViewerTest, scansAreShownPickedTurnedClosedAndAdded) {
   }
   _viewer->key("Escape");
   EXPECT_EQ(_viewer->exitStatus(), 0);
+}
+
+TEST_P(ThreadingViewerTest, theButtonThatClosesTheWindowIsHeardWhileNothingElseHappens) {
+  showGrid({"--threading", GetParam()});
+  askToClose(_viewer->window());
+  EXPECT_EQ(_viewer->exitStatus(std::chrono::seconds(10)), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, ThreadingViewerTest, testing::Values("single", "cull-draw", "draw", "camera"),

@@ -49,6 +49,8 @@ class ViewerProcess {
   void key(const std::string& name);
   void type(const std::string& text);
   void resizeWindow(int width, int height);
+  /// The number by which the display knows the window.
+  unsigned long window() const { return std::stoul(_window); }
 
  private:
   bool _readSome(std::chrono::milliseconds limit);

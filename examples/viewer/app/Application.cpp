@@ -7,6 +7,7 @@
 #include "Tour.h"
 #include "Window.h"
 #include "platform/Platform.h"
+#include "platform/WindowEvents.h"
 
 #include <QuorOsgUtils/GCTool.h>
 
@@ -155,7 +156,7 @@ std::vector<KeyBinding> Application::_createBindings() {
 int Application::_explore() {
   while (!_viewer->done()) {
     const bool busy = _workALittle();
-    if (_viewer->checkNeedToDoFrame()) {
+    if (_viewer->checkNeedToDoFrame() || _hasWindowNews()) {
       _drawFrame();
     } else if (!busy) {
       std::this_thread::sleep_for(kIdle);
@@ -278,10 +279,20 @@ void Application::_closeScan(unsigned int scan) {
   _messages.show(name + (_scans.isEmpty() ? " is closed; A adds a scan" : " is closed"));
 }
 
-void Application::_showTitle() {
+osgViewer::ViewerBase::Windows Application::_windows() const {
   osgViewer::ViewerBase::Windows windows;
   _viewer->getWindows(windows);
-  for (osgViewer::GraphicsWindow* window : windows) {
+  return windows;
+}
+
+bool Application::_hasWindowNews() const {
+  const osgViewer::ViewerBase::Windows windows = _windows();
+  return std::any_of(windows.begin(), windows.end(),
+                     [](osgViewer::GraphicsWindow* window) { return hasNewsForNextFrame(*window); });
+}
+
+void Application::_showTitle() {
+  for (osgViewer::GraphicsWindow* window : _windows()) {
     window->setWindowName(titleOf(_scans));
   }
 }
@@ -348,7 +359,7 @@ void Application::_finishLoading() {
   _messages.say("loaded " + std::to_string(_loader.pointsRead()) + " points");
   if (!_latestError.empty()) {
     _messages.show(std::exchange(_latestError, std::string()));
-  } else if (!_entry->isOpen()) {
+  } else if (!_entry->isOpen() && !_scans.isEmpty()) {
     _messages.show("Click a point to see its coordinates; H shows mouse and keys");
   }
   _viewer->requestRedraw();

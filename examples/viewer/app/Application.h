@@ -54,6 +54,8 @@ class Application {
   void _addScan(const std::string& path);
   void _closeScanUnderPointer();
   void _closeScan(unsigned int scan);
+  osgViewer::ViewerBase::Windows _windows() const;
+  bool _hasWindowNews() const;
   void _showTitle();
   bool _isProgressDue() const;
   void _loadEverything();
