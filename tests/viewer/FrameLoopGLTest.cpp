@@ -11,8 +11,10 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <future>
 #include <random>
+#include <thread>
 #include <tuple>
 
 namespace {
@@ -70,6 +72,13 @@ class RaiseBuffer : public osg::GraphicsOperation {
 
  private:
   osg::ref_ptr<osg::BufferObject> _buffer;
+};
+
+/// Makes frames so slow that the engine leaves itself no time to free much.
+struct SlowDrawing : osg::Camera::DrawCallback {
+  void operator()(osg::RenderInfo& /*info*/) const override {
+    std::this_thread::sleep_for(std::chrono::milliseconds(40));
+  }
 };
 
 class CountNodes : public osg::NodeVisitor {
@@ -189,6 +198,21 @@ TEST_P(FrameLoopGLTest, enoughFramesAreRequestedForAllOfAScanToGo) {
     ASSERT_LT(++frames, 20);
     _loop->draw();
   }
+  EXPECT_EQ(_loop->gpuBufferBytes(), before);
+}
+
+TEST_P(FrameLoopGLTest, aScanOfManyBuffersGoesAtOnceHoweverSlowFramesAre) {
+  constexpr int kChunks = 8000;
+  const std::uint64_t before = _loop->gpuBufferBytes();
+  for (int chunk = 0; chunk < kChunks; ++chunk) {
+    add(2);
+  }
+  settle();
+  EXPECT_GE(_loop->gpuBufferBytes(), before + kChunks * kPointsPerScan * kBytesPerPoint);
+  _viewer->getCamera()->setInitialDrawCallback(new SlowDrawing);
+  close(2);
+  _loop->draw();
+  _loop->draw();
   EXPECT_EQ(_loop->gpuBufferBytes(), before);
 }
 
