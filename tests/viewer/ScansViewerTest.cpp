@@ -62,6 +62,18 @@ TEST_F(ScansViewerTest, theScanUnderThePointerIsClosedAndTheViewStays) {
   expectClickReports(24);
 }
 
+TEST_F(ScansViewerTest, theViewStaysInParallelProjectionAsWell) {
+  showTwoGrids({"--ortho"});
+  const ReportedView before = _viewer->view();
+  EXPECT_EQ(closeAt(pixelBeside(24)), "closed beside.las");
+  _viewer->settle();
+  EXPECT_EQ((_viewer->view().eye - before.eye).length(), 0.0);
+  for (const int axis : {0, 1}) {  // near and far fit what is left
+    EXPECT_EQ(_viewer->view().projection(axis, axis), before.projection(axis, axis));
+  }
+  expectClickReports(24);
+}
+
 TEST_F(ScansViewerTest, theKeyDeleteClosesTheFirstScanAndTheOtherKeepsItsPlace) {
   showTwoGrids();
   EXPECT_EQ(closeAt(pixelOf(_points[24]), "Delete"), "closed grid.las");
