@@ -221,12 +221,12 @@ bool Application::_loadALittle() {
   if (cameSome) {
     _followContent();
   }
-  if (_loader.finished()) {
-    if (_loaded) {
-      _viewer->requestRedraw();  // what is known of all scans together has come, after one was closed
-    } else {
-      _finishLoading();
+  if (_loaded) {  // and one was closed since: what is known of the rest together is to come
+    if (_loader.finished()) {
+      _viewer->requestRedraw();
     }
+  } else if (_loader.finished()) {
+    _finishLoading();
   } else if (_loader.takeSampleEnd() || (_loader.pointsRead() != _pointsShown && _isProgressDue())) {
     _showProgress();
   }
