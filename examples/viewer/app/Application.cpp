@@ -356,7 +356,9 @@ void Application::_finishLoading() {
   clearTerminalProgress();
   _points.updateRanges();
   _describeNewScans();
-  _messages.say("loaded " + std::to_string(_loader.pointsRead()) + " points");
+  if (!_scans.isEmpty()) {
+    _messages.say("loaded " + std::to_string(_loader.pointsRead()) + " points");
+  }
   if (!_latestError.empty()) {
     _messages.show(std::exchange(_latestError, std::string()));
   } else if (!_entry->isOpen() && !_scans.isEmpty()) {
