@@ -8,7 +8,7 @@
 # checks  the same, and clang-format, clang-tidy and clang for the static checks and the second compiler
 set -euo pipefail
 
-fail() { printf 'setup.sh: %s\n' "$*" >&2; exit 1; }
+. "$(dirname "$0")/packages.sh"
 
 profile=${1:-test}
 packages=(
@@ -37,40 +37,13 @@ esac
 command -v apt-get >/dev/null || fail "this script installs Debian packages, and apt-get is not on this machine;" \
   "install the equivalents of: ${packages[*]} ${newer_packages[*]}"
 
-as_root() {
-  if [ "$(id -u)" -eq 0 ]; then
-    env DEBIAN_FRONTEND=noninteractive "$@"
-  elif command -v sudo >/dev/null; then
-    sudo env DEBIAN_FRONTEND=noninteractive "$@"
-  else
-    fail "packages must be installed, which needs root: run as root, or install sudo"
-  fi
-}
-
-installed() { dpkg-query -W -f '${Status}' "$1" 2>/dev/null | grep -q 'ok installed'; }
-
-refreshed=no
-refresh() {
-  [ $refreshed = yes ] && return
-  as_root apt-get update -qq || fail "the package lists could not be refreshed; is the package mirror reachable?"
-  refreshed=yes
-}
-
-install() {
-  printf 'setup.sh: installing %s\n' "$*"
-  refresh
-  as_root apt-get install -y -qq --no-install-recommends -o Dpkg::Use-Pty=0 "$@" >/dev/null ||
-    fail "these packages could not be installed: $*"
-}
-
 # Debian 12 has no plog, and its LASzip lacks the interface that the viewer uses; the packages of Debian 13 run on it.
 # There, the successor's package source is added, pinned so that nothing else can ever come from it. The mirror is the
 # one that this machine already uses.
 allow_from_successor() {
   local sources=/etc/apt/sources.list.d/quor-debian-13.sources mirror
   [ -e $sources ] && return
-  mirror=$(apt-get indextargets --format '$(ORIGIN)|$(LABEL)|$(CODENAME)|$(REPO_URI)' |
-    sed -n 's/^Debian|Debian|bookworm|//p' | head -n 1)
+  mirror=$(mirror_of bookworm)
   [ -n "$mirror" ] || fail "no Debian 12 mirror is configured on this machine, so $* cannot be found"
   printf 'setup.sh: adding the package source of Debian 13 for %s alone (%s)\n' "$*" $sources
   printf 'Package: *\nPin: release n=trixie\nPin-Priority: -1\n\nPackage: libplog-dev liblaszip*\nPin: release n=trixie\nPin-Priority: 500\n' |
@@ -80,15 +53,7 @@ allow_from_successor() {
   refreshed=no
 }
 
-missing_of() {
-  local package
-  for package in "$@"; do
-    installed "$package" || printf '%s\n' "$package"
-  done
-}
-
-mapfile -t missing < <(missing_of "${packages[@]}")
-[ ${#missing[@]} -eq 0 ] || install "${missing[@]}"
+install_missing "${packages[@]}"
 
 mapfile -t missing < <(missing_of "${newer_packages[@]}")
 if [ ${#missing[@]} -gt 0 ]; then
