@@ -1,0 +1,24 @@
+# Builds for 64-bit Windows on another system, with mingw-w64 and threads of the C++ library. What is to be found for
+# Windows stands under the triple's own root and under CMAKE_PREFIX_PATH; nothing of this system's is taken for it.
+set(CMAKE_SYSTEM_NAME Windows)
+# With a minor number: OpenSceneGraph's own build reads the Windows version from here.
+set(CMAKE_SYSTEM_VERSION 10.0)
+set(CMAKE_SYSTEM_PROCESSOR AMD64)
+
+set(triple x86_64-w64-mingw32)
+set(CMAKE_C_COMPILER ${triple}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${triple}-g++-posix)
+set(CMAKE_RC_COMPILER ${triple}-windres)
+set(CMAKE_AR ${triple}-gcc-ar-posix CACHE FILEPATH "Archiver")
+set(CMAKE_RANLIB ${triple}-gcc-ranlib-posix CACHE FILEPATH "Index of archives")
+
+set(CMAKE_FIND_ROOT_PATH /usr/${triple} ${CMAKE_PREFIX_PATH})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_LIBDIR} /usr/${triple}/lib/pkgconfig)
+
+# ctest, and the discovery of its tests, run programs through this.
+string(REPLACE ";" ":" folders "${CMAKE_PREFIX_PATH}")
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../../scripts/windows/wine.sh "${folders}")

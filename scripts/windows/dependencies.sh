@@ -1,0 +1,119 @@
+#!/usr/bin/env bash
+# Builds for Windows what the project links there: from the distribution's own source packages, with mingw-w64. Each
+# lands in a folder of its own under the cache, named by its version and by how it is built, so that only the first run
+# takes its minutes. Prints these folders, separated by semicolons, as CMake's prefix path wants them.
+#
+#   QUOR_WINDOWS_CACHE   where they are kept; default: ~/.cache/quor_osg_utils/windows
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+. "$here/../packages.sh"
+. "$here/settings.sh"
+
+# Name, the installed package whose version is taken, its source package ("-": the package itself is source).
+dependencies=(
+  'libpng          libpng16-16            libpng1.6'
+  'freetype        libfreetype6           freetype'
+  'openscenegraph  libopenscenegraph-dev  openscenegraph'
+  'googletest      googletest             -'
+)
+
+# The functions that build read: $source, the unpacked sources; $work, a folder to build in; $target, where to install;
+# $prefixes, the dependencies before.
+configure() {
+  cmake -S "$source" -B "$work" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$here/../../cmake/toolchains/mingw-w64.cmake" \
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefixes" -DCMAKE_INSTALL_PREFIX="$target" \
+    -DZLIB_LIBRARY=/usr/$triple/lib/libz.a -DZLIB_INCLUDE_DIR=/usr/$triple/include "$@"
+}
+
+build_all() {
+  configure "$@"
+  cmake --build "$work"
+  cmake --install "$work"
+}
+
+build_libpng() { build_all -DPNG_SHARED=OFF -DPNG_TESTS=OFF; }
+
+build_freetype() {
+  build_all -DFT_DISABLE_PNG=ON -DFT_DISABLE_ZLIB=ON -DFT_DISABLE_BZIP2=ON -DFT_DISABLE_BROTLI=ON -DFT_DISABLE_HARFBUZZ=ON
+}
+
+build_googletest() { build_all; }
+
+# C++14, since the engine's sources and the Windows headers disagree about std::byte. The atomics are those of the
+# compiler: telling so saves running programs at configure time. Most of the time is reading headers, so sources are
+# compiled several at a time, and optimised lightly.
+build_openscenegraph() {
+  local name options=() libraries=(OpenThreads osg osgUtil osgDB osgGA osgText osgViewer osgManipulator)
+  local plugins=(png ply 3dc freetype)
+  for name in "${plugins[@]}"; do options+=("-DBUILD_OSG_PLUGIN_${name^^}=1"); done
+  for name in MIPOSPRO_BUILTINS SUN WIN32_INTERLOCKED BSD_ATOMIC; do options+=("-D_OPENTHREADS_ATOMIC_USE_$name=0"); done
+  configure -DCMAKE_CXX_STANDARD=14 -DCMAKE_CXX_FLAGS_RELEASE='-O1 -DNDEBUG' -DCMAKE_UNITY_BUILD=ON \
+    -DCMAKE_PROJECT_OpenSceneGraph_INCLUDE="$here/OpenSceneGraphUnity.cmake" \
+    -DBUILD_OSG_APPLICATIONS=OFF -DBUILD_OSG_DEPRECATED_SERIALIZERS=OFF -DBUILD_OSG_PLUGINS_BY_DEFAULT=OFF \
+    -D_OPENTHREADS_ATOMIC_USE_GCC_BUILTINS=1 "${options[@]}"
+  cmake --build "$work" --target "${libraries[@]}" "${plugins[@]/#/osgdb_}"
+  for name in "${libraries[@]}" "${plugins[@]/#/osgPlugins/}"; do cmake -P "$work/src/$name/cmake_install.cmake"; done
+}
+
+# fetch SOURCE_PACKAGE FOLDER: with the distribution's patches. A machine's package sources seldom list sources, so apt
+# gets a configuration of its own with the same mirror.
+fetch() {
+  local apt=$2/apt release
+  release=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
+  mkdir -p "$apt/lists/partial" "$apt/archives/partial"
+  printf 'deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] %s %s main\n' \
+    "$(mirror_of "$release")" "$release" >"$apt/sources.list"
+  printf '%s;\n' "Dir::Etc::sourcelist \"$apt/sources.list\"" 'Dir::Etc::sourceparts "/dev/null"' \
+    "Dir::State::lists \"$apt/lists\"" "Dir::Cache \"$apt\"" 'APT::Sandbox::User "root"' >"$apt/apt.conf"
+  cd "$2"
+  APT_CONFIG=$apt/apt.conf apt-get update -qq
+  APT_CONFIG=$apt/apt.conf apt-get source -qq "$1"
+  mv "$1"-*/ source
+  cd "$here"
+}
+
+# A folder counts only with the mark that its making has come to the end.
+make() {
+  local work source target scratch
+  scratch=$(mktemp -d "$windows_cache/build.XXXXXX")
+  work=$scratch/build source=/usr/src/$1 target=$3
+  rm -rf "$target"
+  if [ "$2" != - ]; then
+    fetch "$2" "$scratch"
+    source=$scratch/source
+  fi
+  "build_$1"
+  touch "$target/complete"
+  rm -rf "$scratch"
+}
+
+# version_of NAME PACKAGE: the version, and a figure that changes with the way of building.
+version_of() {
+  dpkg-query -W -f '${source:Version}-' "$2" | tr ':' '_'
+  { declare -f configure build_all "build_$1"; [ "$1" != openscenegraph ] || cat "$here/OpenSceneGraphUnity.cmake"; } |
+    sha256sum | cut -c 1-8
+}
+
+tell_failure() {
+  [ $? -eq 0 ] || [ -z "$log" ] || { tail -n 30 "$log"; fail "a dependency could not be built; all that was said stands in $log"; } >&2
+}
+
+install_missing g++-mingw-w64-x86-64-posix libz-mingw-w64-dev cmake ninja-build dpkg-dev googletest >&2
+mkdir -p "$windows_cache"
+exec 9>"$windows_cache/lock"
+flock 9
+rm -rf "$windows_cache"/build.*
+log=
+trap tell_failure EXIT
+prefixes=
+for dependency in "${dependencies[@]}"; do
+  read -r name package source_package <<<"$dependency"
+  folder=$windows_cache/$name-$(version_of "$name" "$package")
+  if [ ! -e "$folder/complete" ]; then
+    printf '%s: building %s for Windows\n' "${0##*/}" "${folder##*/}" >&2
+    log=$windows_cache/$name.log
+    make "$name" "$source_package" "$folder" >"$log" 2>&1
+  fi
+  prefixes+=${prefixes:+;}$folder
+done
+printf '%s\n' "$prefixes"
