@@ -5,6 +5,7 @@
 #include <osg/BlendFunc>
 #include <osg/Depth>
 #include <osg/LineWidth>
+#include <osg/PointSprite>
 
 #include <algorithm>
 

@@ -6,6 +6,7 @@
 #include <osg/Depth>
 #include <osg/Geometry>
 #include <osg/NodeVisitor>
+#include <osg/PointSprite>
 #include <osg/Texture2D>
 
 #include <algorithm>

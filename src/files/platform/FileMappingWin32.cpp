@@ -45,10 +45,11 @@ std::uint32_t FileMapping::open(const std::string& path) {
   const std::uint32_t error = file == INVALID_HANDLE_VALUE ? ::GetLastError() : 0;
   LARGE_INTEGER size{};
   ::GetFileSizeEx(file, &size);
+  const HANDLE mapping = ::CreateFileMappingW(file, nullptr, PAGE_READWRITE, 0, 0, nullptr);
   SYSTEM_INFO system{};
   ::GetSystemInfo(&system);
   _file = valueOf(file);
-  _mapping = valueOf(::CreateFileMappingW(file, nullptr, PAGE_READWRITE, 0, 0, nullptr));
+  _mapping = valueOf(mapping);
   _sizeBytes = size.QuadPart;
   _granularityBytes = system.dwAllocationGranularity;
   return error;

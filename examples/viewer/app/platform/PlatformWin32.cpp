@@ -8,59 +8,63 @@ namespace QuorViewer {
 
 namespace {
 
+/// Where its thread stood before the guarded work, and whether and why it came back there.
 struct Guard {
-  void* outside[5] = {};
-  std::uintptr_t address = 0;
+  CONTEXT outside{};
+  volatile bool left = false;
+  volatile std::uintptr_t address = 0;
 };
 
 thread_local Guard* guardOfThread = nullptr;
 
-// A file that is mapped cannot be shortened here; what is left are disks and shares that go away. Where the system is
-// emulated, a page that is gone counts as a forbidden one.
+// A page that cannot be read in is told as such; where a mapped file has become shorter, some systems call it an access
+// violation, like any touch of what is not there.
 bool isLostPage(const EXCEPTION_RECORD& record) {
-  constexpr ULONG_PTR kReading = 0;
-  return (record.ExceptionCode == EXCEPTION_IN_PAGE_ERROR || record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION) &&
-         record.ExceptionInformation[0] == kReading;
+  if (record.ExceptionCode == static_cast<DWORD>(EXCEPTION_IN_PAGE_ERROR)) return true;
+  if (record.ExceptionCode != static_cast<DWORD>(EXCEPTION_ACCESS_VIOLATION)) return false;
+  MEMORY_BASIC_INFORMATION region{};
+  const void* const address = reinterpret_cast<const void*>(record.ExceptionInformation[1]);
+  return ::VirtualQuery(address, &region, sizeof region) != 0 && region.Type == MEM_MAPPED;
 }
 
+// The thread goes on where it stood, with every register as it was. No frame is unwound.
 LONG CALLBACK leaveGuardedWork(EXCEPTION_POINTERS* exception) {
-  const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
   Guard* const guard = guardOfThread;
-  if (guard == nullptr || !isLostPage(record)) return EXCEPTION_CONTINUE_SEARCH;
-  guard->address = static_cast<std::uintptr_t>(record.ExceptionInformation[1]);
-  __builtin_longjmp(guard->outside, 1);
+  if (guard == nullptr || !isLostPage(*exception->ExceptionRecord)) return EXCEPTION_CONTINUE_SEARCH;
+  guard->left = true;
+  guard->address = static_cast<std::uintptr_t>(exception->ExceptionRecord->ExceptionInformation[1]);
+  *exception->ContextRecord = guard->outside;
+  return EXCEPTION_CONTINUE_EXECUTION;
 }
 
 }  // namespace
 
 std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work) {
-  static void* const installed = AddVectoredExceptionHandler(1, leaveGuardedWork);
+  static void* const installed = ::AddVectoredExceptionHandler(1, leaveGuardedWork);
   static_cast<void>(installed);
   Guard guard;
-  if (__builtin_setjmp(guard.outside) != 0) {
-    const std::uintptr_t address = guardOfThread->address;
-    guardOfThread = nullptr;
-    return address;
-  }
   guardOfThread = &guard;
-  work();
+  // After a fault this call returns for a second time.
+  ::RtlCaptureContext(&guard.outside);
+  if (!guard.left) work();
   guardOfThread = nullptr;
-  return std::nullopt;
+  return guard.left ? std::optional<std::uintptr_t>(guard.address) : std::nullopt;
 }
 
 std::uint64_t machineMemoryBytes() {
-  MEMORYSTATUSEX status = {};
+  MEMORYSTATUSEX status{};
   status.dwLength = sizeof status;
-  return GlobalMemoryStatusEx(&status) != 0 ? status.ullTotalPhys : 0;
+  return ::GlobalMemoryStatusEx(&status) != 0 ? status.ullTotalPhys : 0;
 }
 
 std::uint64_t processMemoryBytes() {
-  PROCESS_MEMORY_COUNTERS counters = {};
-  return K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) != 0 ? counters.WorkingSetSize : 0;
+  PROCESS_MEMORY_COUNTERS counters{};
+  return ::K32GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters) != 0 ? counters.WorkingSetSize
+                                                                                           : 0;
 }
 
 void returnFreeMemory() {
-  HeapCompact(GetProcessHeap(), 0);
+  ::HeapCompact(::GetProcessHeap(), 0);
 }
 
 }  // namespace QuorViewer
