@@ -76,6 +76,7 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   /// On the worker: runs the command that is next, with its chain; returns at once when there is none.
   virtual void run();
   void work();
+  bool stopForGood();
   void runOne(FileCmd& cmd, std::uint32_t thread);
 
   struct Private;

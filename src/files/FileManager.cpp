@@ -1,6 +1,7 @@
 #include "files/FileManagerPrivate.h"
 #include "files/FileProxyPrivate.h"
 #include "files/ThreadNumber.h"
+#include "files/platform/ProcessEnd.h"
 
 #include <QuorOsgUtils/FileCmd.h>
 #include <QuorOsgUtils/FileManager.h>
@@ -29,14 +30,19 @@ FileManager::FileManager() : _data(new Private) {
   // Commands may outlive the manager, and they know the proxy.
   static FileProxy* const proxy = new FileProxy;
   _data->proxy = proxy;
+  beforeProcessEnds([] { getInstance()->stopForGood(); });
 }
 
 FileManager::~FileManager() {
-  // Where a command ended the process, or waits for the thread that does, the worker goes on until the process is gone
-  // and finds everything as it knows it.
-  if (_data->onWorker() || _data->proxy->_data->misused) return;
+  if (stopForGood()) delete _data;
+}
+
+// Where a command ended the process, or waits for the thread that does, the worker goes on until the process is gone
+// and finds everything as it knows it.
+bool FileManager::stopForGood() {
+  if (_data->onWorker() || _data->proxy->_data->misused) return false;
   stopWorker();
-  delete _data;
+  return true;
 }
 
 int FileManager::memorySize() const {
