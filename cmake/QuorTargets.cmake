@@ -20,7 +20,7 @@ function(quor_add_test name label)
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
   quor_target_defaults(${name})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${name} PRIVATE QuorOsgUtils::quor_osg_utils ${arg_LIBRARIES} GTest::gmock_main)
+  target_link_libraries(${name} PRIVATE QuorOsgUtils::quor_osg_utils quor_test_platform ${arg_LIBRARIES} GTest::gmock_main)
   set(properties LABELS ${label} TIMEOUT 300)
   if(label STREQUAL "viewer")
     # Drawing ten million points in software takes minutes.

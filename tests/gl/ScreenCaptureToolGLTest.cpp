@@ -628,7 +628,7 @@ TEST_F(ScreenCaptureToolGLTest, aReceiverThatChangesThePackStateDoesNotDisturbTh
 
 TEST_F(ScreenCaptureToolGLTest, aBoundPixelPackBufferStaysBoundAndUntouched) {
   const std::vector<unsigned char> canary(64 * 1024, 0xA5);
-  const auto size = static_cast<GLsizeiptr>(canary.size());
+  const auto size = static_cast<std::ptrdiff_t>(canary.size());
   context->setPainter({});
   context->draw();
   context->makeCurrent();

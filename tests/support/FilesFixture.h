@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/platform/Platform.h"
+
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -10,23 +12,6 @@
 
 namespace QuorTests {
 
-/// One line of the system's listing of this process's mappings.
-struct ListedView {
-  std::uintptr_t start = 0;
-  std::size_t bytes = 0;
-  std::int64_t offset = 0;
-};
-
-/// What the system says of this process. The path is the one that the file was opened with.
-std::vector<ListedView> listedViews(const std::string& path);
-std::vector<int> listedDescriptors(const std::string& path);
-std::size_t countOfDescriptors();
-
-std::int64_t pageBytes();
-
-/// The text in the encoding GBK, by the system's own conversion.
-std::string gbk(const std::string& utf8);
-
 /// Reads without a mapping; shorter where the file ends.
 std::string readPlainly(const std::string& path, std::int64_t offset, std::int64_t size);
 
@@ -36,6 +21,7 @@ class FilesFixture : public ::testing::Test {
   FilesFixture();
   ~FilesFixture() override;
 
+  const std::string& folder() const { return _folder; }
   std::string path(const std::string& name) const;
   /// Bytes that differ from place to place and do not repeat with the page. Returns the path.
   std::string makeFile(const std::string& name, std::int64_t size) const;

@@ -1,0 +1,25 @@
+#include "support/FilesFixture.h"
+#include "support/InterruptedOpen.h"
+
+#include <QuorOsgUtils/FilePtr.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using QuorOsgUtils::FilePtr;
+using namespace QuorTests;
+
+class FilePtrInterruptedTest : public FilesFixture {};
+
+TEST_F(FilePtrInterruptedTest, anOpeningThatSignalsInterruptIsTriedAgain) {
+  const std::string name = makeFile("scan", 10);
+  interruptNextOpens(3);
+  osg::ref_ptr<FilePtr> file;
+  expectSilence([&] { file = new FilePtr(name.c_str()); });
+  EXPECT_EQ(interruptionsLeft(), 0);
+  EXPECT_TRUE(file->isValid());
+  EXPECT_NE(file->map(0, 10), nullptr);
+}
+
+}  // namespace
