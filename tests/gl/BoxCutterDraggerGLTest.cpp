@@ -227,10 +227,10 @@ TEST_F(BoxCutterPicture, theRingsGrowWithTheZoomAsTheBoxDoes) {
   lookFromAbove();
   useOrthographic(28.0);
   draw();
-  const int near = find(isBlue).width();
+  const int nearby = find(isBlue).width();
   useOrthographic(56.0);
   draw();
-  EXPECT_NEAR(find(isBlue).width() - 5.0, 0.5 * (near - 5.0), 3.0);
+  EXPECT_NEAR(find(isBlue).width() - 5.0, 0.5 * (nearby - 5.0), 3.0);
 }
 
 TEST_F(BoxCutterPicture, theLineOfADraggedHandleIsEightPixelsWide) {

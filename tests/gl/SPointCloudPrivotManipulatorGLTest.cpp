@@ -87,8 +87,8 @@ TEST_F(SPointCloudPrivotManipulatorGLTest, thePickedPointStaysInAnOrthographicVi
 }
 
 TEST_F(SPointCloudPrivotManipulatorGLTest, thePickedPointStaysFarFromTheOrigin) {
-  const osg::Vec3d far(1.0e7, -2.0e7, 300.0);
-  lookAt(far + osg::Vec3d(30.0, -100.0, 40.0), far);
+  const osg::Vec3d distant(1.0e7, -2.0e7, 300.0);
+  lookAt(distant + osg::Vec3d(30.0, -100.0, 40.0), distant);
   paint(0, 0, kWidth, kHeight, depthAtDistance(40.0));
   draw();
   push(kRight, 200.0, 150.0);

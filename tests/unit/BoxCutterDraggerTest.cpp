@@ -225,11 +225,13 @@ TEST_F(BoxCutterDraggerTest, theOutlineIsShownInEveryMode) {
 }
 
 TEST_F(BoxCutterDraggerTest, aBoxNearTenMillionHasItsHandlesThere) {
-  osg::ref_ptr<ExposedBoxCutter> far = new ExposedBoxCutter({1e7f, 2e7f, 0.0f, 10000064.0f, 20000064.0f, 64.0f}, _clip);
-  EXPECT_EQ(far->_boxCenter->getMatrix().getTrans(), osg::Vec3d(10000032.0, 20000032.0, 32.0));
-  EXPECT_EQ(far->_axesTransform->getMatrix().getTrans(), osg::Vec3d(10000032.0, 20000032.0, 32.0));
-  EXPECT_EQ(far->_ringsTransform->getMatrix().getTrans(), osg::Vec3d(10000032.0, 20000032.0, 32.0));
-  EXPECT_EQ(far->_faces[ExposedBoxCutter::RIGHT_FACE].transform->getMatrix().getTrans(), osg::Vec3d(32.0, 0.0, 0.0));
+  osg::ref_ptr<ExposedBoxCutter> distant =
+      new ExposedBoxCutter({1e7f, 2e7f, 0.0f, 10000064.0f, 20000064.0f, 64.0f}, _clip);
+  EXPECT_EQ(distant->_boxCenter->getMatrix().getTrans(), osg::Vec3d(10000032.0, 20000032.0, 32.0));
+  EXPECT_EQ(distant->_axesTransform->getMatrix().getTrans(), osg::Vec3d(10000032.0, 20000032.0, 32.0));
+  EXPECT_EQ(distant->_ringsTransform->getMatrix().getTrans(), osg::Vec3d(10000032.0, 20000032.0, 32.0));
+  EXPECT_EQ(distant->_faces[ExposedBoxCutter::RIGHT_FACE].transform->getMatrix().getTrans(),
+            osg::Vec3d(32.0, 0.0, 0.0));
 }
 
 TEST_F(BoxCutterDraggerTest, takingEventsCountsOnceHoweverOftenItIsTurnedOn) {

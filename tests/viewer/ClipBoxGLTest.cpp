@@ -101,10 +101,10 @@ class ClipBoxGLTest : public SceneFixture {
   }
 
   void zoom(double factor) {
-    double left = 0.0, right = 0.0, bottom = 0.0, top = 0.0, near = 0.0, far = 0.0;
+    double left = 0.0, right = 0.0, bottom = 0.0, top = 0.0, nearby = 0.0, distant = 0.0;
     osg::Camera& camera = *_viewer->getCamera();
-    if (camera.getProjectionMatrixAsOrtho(left, right, bottom, top, near, far)) {
-      camera.setProjectionMatrixAsOrtho(left * factor, right * factor, bottom * factor, top * factor, near, far);
+    if (camera.getProjectionMatrixAsOrtho(left, right, bottom, top, nearby, distant)) {
+      camera.setProjectionMatrixAsOrtho(left * factor, right * factor, bottom * factor, top * factor, nearby, distant);
     } else {
       _navigator->manipulator().setDistance(_navigator->manipulator().getDistance() * factor);
     }

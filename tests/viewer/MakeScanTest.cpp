@@ -375,14 +375,14 @@ TEST_F(MakeScanTest, blocksComputedOneByOneMakeTheSameFileAsAllProcessors) {
 }
 
 TEST_F(MakeScanTest, theOriginShiftsCoordinatesAndNothingElse) {
-  const Scan near = scan({"--points", "3000"});
-  const Scan far = scan({"--points", "3000", "--origin", "431234.5 5412345.25 -312"});
-  EXPECT_EQ(near.pointBytes(), far.pointBytes());
-  EXPECT_THAT(far.header.offset, ElementsAre(431234.5, 5412345.25, -312.0));
+  const Scan nearby = scan({"--points", "3000"});
+  const Scan distant = scan({"--points", "3000", "--origin", "431234.5 5412345.25 -312"});
+  EXPECT_EQ(nearby.pointBytes(), distant.pointBytes());
+  EXPECT_THAT(distant.header.offset, ElementsAre(431234.5, 5412345.25, -312.0));
   for (std::size_t axis = 0; axis < 3; ++axis) {
     for (std::size_t end = 0; end < 2; ++end) {
-      EXPECT_NEAR(far.header.maximumMinimum[axis][end] - far.header.offset[axis], near.header.maximumMinimum[axis][end],
-                  1e-8);
+      EXPECT_NEAR(distant.header.maximumMinimum[axis][end] - distant.header.offset[axis],
+                  nearby.header.maximumMinimum[axis][end], 1e-8);
     }
   }
 }

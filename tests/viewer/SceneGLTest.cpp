@@ -152,18 +152,18 @@ TEST_F(SceneGLTest, theFrameFollowsTheWindowsSize) {
 }
 
 TEST_F(SceneGLTest, aPointFarFromTheLocalOriginKeepsItsPlaceToTheMillimetre) {
-  const float far = 8000.25F;
+  const float distant = 8000.25F;
   PointChunk chunk = createChunk();
   for (osg::Vec3f& position : *chunk.positions) {
-    position.x() += far;
+    position.x() += distant;
   }
-  chunk.bounds._min.x() += far;
-  chunk.bounds._max.x() += far;
+  chunk.bounds._min.x() += distant;
+  chunk.bounds._max.x() += distant;
   _scene->cloud.add(2, chunk);
   _view->setContent({chunk.bounds._min, chunk.bounds._max}, chunk.positions->asVector());
   _view->home();
   draw();
-  const osg::Vec3f place = placeOf(5) + osg::Vec3f(far, 0.0F, 0.0F);
+  const osg::Vec3f place = placeOf(5) + osg::Vec3f(distant, 0.0F, 0.0F);
   const std::size_t first = pixelOf(place) * 4;
   EXPECT_EQ(frame().getItemIDBuffer()[first], 2U);
   EXPECT_NEAR(frame().getItemFloatBuffer()[first], place.x(), 1e-3F);
