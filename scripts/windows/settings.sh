@@ -1,3 +1,11 @@
-# Where the scripts for Windows keep what is costly to make: sourced.
+# Where the scripts for Windows keep what is costly to make, and what they call by name: sourced.
 windows_cache=${QUOR_WINDOWS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/quor_osg_utils/windows}
 triple=x86_64-w64-mingw32
+
+# Wine's own folder, with its registry: the tests of one checkout do not meet those of another.
+export WINEPREFIX=${WINEPREFIX:-$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)/build/windows-wine}
+export WINEDEBUG=${WINEDEBUG:--all}
+# Without it a crash would start a debugger, which waits for someone.
+export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-winedbg.exe=}
+# Without UTF-8 no name beyond ASCII reaches the file system.
+export LC_ALL=${LC_ALL:-C.UTF-8}

@@ -11,20 +11,22 @@ IFS=: read -ra prefixes <<<"$1"
 shift
 dll_folders=
 for prefix in ${prefixes[@]+"${prefixes[@]}"}; do dll_folders+=$(seen_by_wine "$prefix/bin"); done
-for dll in libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll; do
-  dll_folders+=$(seen_by_wine "$(dirname "$($triple-g++-posix -print-file-name=$dll)")")
+for dll in libstdc++-6.dll libwinpthread-1.dll; do
+  file=$($triple-g++-posix -print-file-name=$dll)
+  dll_folders+=$(seen_by_wine "$(realpath "${file%/*}")")
 done
-
-export WINEPREFIX=${WINEPREFIX:-$windows_cache/wine}
 export WINEPATH=$dll_folders${WINEPATH:-}
-export WINEDEBUG=${WINEDEBUG:--all}
-# Without it a crash would start a debugger, which waits for someone.
-export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-winedbg.exe=}
-# Without UTF-8 no name beyond ASCII reaches the file system.
-export LC_ALL=${LC_ALL:-C.UTF-8}
 
-# Wine's services inherit the output and outlive the program: through a pipe, its reader would wait for them.
-output=$(mktemp)
-errors=$(mktemp)
-trap 'cat "$output"; cat "$errors" >&2; rm -f "$output" "$errors"' EXIT
-wine "$@" >"$output" 2>"$errors"
+# Wine's services inherit the output and outlive the program: of a pipe, the reader would wait for them. So it goes to
+# files, which are followed, for what a program has said before it is ended from outside.
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+touch "$folder/out" "$folder/err"
+wine "$@" >"$folder/out" 2>"$folder/err" &
+program=$!
+tail -s 0.1 -n +1 -f --pid=$program "$folder/err" >&2 &
+tail -s 0.1 -n +1 -f --pid=$program "$folder/out"
+status=0
+wait $program || status=$?
+wait
+exit $status
