@@ -1,13 +1,10 @@
 #include "platform/Platform.h"
 #include "support/FilesFixture.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
-#include <csignal>
-#include <filesystem>
+#include <memory>
+#include <optional>
 #include <thread>
 
 namespace {
@@ -17,44 +14,37 @@ using namespace QuorTests;
 
 class PlatformTest : public FilesFixture {
  protected:
-  void SetUp() override { remap(); }
-  void TearDown() override { munmap(_view, bytes()); }
+  static constexpr std::int64_t kPages = 4;
 
-  static std::size_t bytes() { return static_cast<std::size_t>(4 * pageBytes()); }
-  static std::uintptr_t address(const unsigned char* place) { return reinterpret_cast<std::uintptr_t>(place); }
+  void SetUp() override { _view = std::make_unique<LossyView>(makeFile("mapped", kPages * pageBytes())); }
 
-  void remap() {
-    const std::string file = makeFile("mapped", static_cast<std::int64_t>(bytes()));
-    const int descriptor = open(file.c_str(), O_RDWR | O_CLOEXEC);
-    _view = static_cast<unsigned char*>(mmap(nullptr, bytes(), PROT_READ, MAP_SHARED, descriptor, 0));
-    close(descriptor);
-    ASSERT_NE(_view, MAP_FAILED);
+  std::uintptr_t addressOfPage(std::int64_t page) const {
+    return reinterpret_cast<std::uintptr_t>(_view->start()) + static_cast<std::uintptr_t>(page * pageBytes());
   }
-  void cutAfterPages(std::int64_t pages) {
-    std::filesystem::resize_file(path("mapped"), static_cast<std::uintmax_t>(pages * pageBytes()));
-  }
+  void cutAfterPages(std::int64_t pages) { _view->loseAllBehind(pages * pageBytes()); }
+  void touchPage(std::int64_t page) { _sum = _sum + _view->start()[page * pageBytes()]; }
   /// Reads forwards; tells how far it came.
   std::optional<std::uintptr_t> readAll() {
     return faultWhile([this] {
-      for (_read = 0; _read < bytes(); ++_read) _sum = _sum + _view[_read];
+      for (_read = 0; _read < _view->bytes(); ++_read) _sum = _sum + _view->start()[_read];
     });
   }
 
-  unsigned char* _view = nullptr;
+  std::unique_ptr<LossyView> _view;
   volatile std::size_t _read = 0;
   volatile unsigned _sum = 0;
 };
 
 TEST_F(PlatformTest, aWholeFileReadsToItsEndWithoutAFault) {
   EXPECT_FALSE(readAll().has_value());
-  EXPECT_EQ(_read, bytes());
+  EXPECT_EQ(_read, _view->bytes());
 }
 
 TEST_F(PlatformTest, aTouchBehindTheEndOfACutFileIsToldWithItsAddressAndEndsTheWork) {
   cutAfterPages(2);
   const std::optional<std::uintptr_t> fault = readAll();
   ASSERT_TRUE(fault.has_value());
-  EXPECT_EQ(*fault, address(_view + 2 * pageBytes()));
+  EXPECT_EQ(*fault, addressOfPage(2));
   EXPECT_EQ(_read, static_cast<std::size_t>(2 * pageBytes()));
 }
 
@@ -63,7 +53,7 @@ TEST_F(PlatformTest, faultsMayFollowEachOther) {
   for (int time = 0; time < 100; ++time) {
     const std::optional<std::uintptr_t> fault = readAll();
     ASSERT_TRUE(fault.has_value());
-    ASSERT_EQ(*fault, address(_view + pageBytes()));
+    ASSERT_EQ(*fault, addressOfPage(1));
   }
 }
 
@@ -93,15 +83,13 @@ TEST_F(PlatformDeathTest, aFaultOutsideOfGuardedWorkEndsTheProcessAsEver) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "the sanitizer reports the fault in its own way";
 #else
-  EXPECT_EXIT(_sum = _sum + _view[2 * pageBytes()], testing::KilledBySignal(SIGBUS), "");
+  EXPECT_EXIT(touchPage(2), wasEndedByALostPage, "");
 #endif
 }
 
 TEST(MachineMemoryTest, isNoMoreThanThePhysicalMemoryAndNotNothing) {
-  const auto physical =
-      static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
   EXPECT_GT(machineMemoryBytes(), std::uint64_t{1} << 24U);
-  EXPECT_LE(machineMemoryBytes(), physical);
+  EXPECT_LE(machineMemoryBytes(), physicalMemoryBytes());
 }
 
 }  // namespace

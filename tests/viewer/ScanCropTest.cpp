@@ -1,4 +1,5 @@
 #include "ScanCropCase.h"
+#include "support/platform/Platform.h"
 
 #include <gmock/gmock.h>
 
@@ -6,12 +7,6 @@
 #include <cmath>
 #include <limits>
 #include <system_error>
-
-#ifdef __unix__
-#  include <sys/resource.h>
-
-#  include <csignal>
-#endif
 
 namespace {
 
@@ -518,28 +513,8 @@ TEST_F(ScanCropTest, whatStandsInTheWayOfTheGrowingFileStays) {
   EXPECT_THAT(_names(), ElementsAre("out.las.part", "scan.las"));
 }
 
-#ifdef __unix__
-/// A limit on the size of files makes a write fail halfway, as a full disk does.
-class FullDisk {
- public:
-  explicit FullDisk(rlim_t bytes) : _handler(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &_before);
-    const rlimit small{bytes, _before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-  }
-  ~FullDisk() {
-    setrlimit(RLIMIT_FSIZE, &_before);
-    std::signal(SIGXFSZ, _handler);
-  }
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
-
- private:
-  void (*_handler)(int);
-  rlimit _before{};
-};
-
 TEST_F(ScanCropTest, aDiskThatFillsUpIsReportedAndTheFormerFileStays) {
+  if (!QuorTests::FileSizeLimit::isToBeHad()) GTEST_SKIP() << "this system has no limit on the size of files";
   _folder.write("out.las", std::string("former"));
   Bytes scan = variedScan({4, 6}, 40000);
   const std::size_t pointsEnd = scan.size();
@@ -551,7 +526,7 @@ TEST_F(ScanCropTest, aDiskThatFillsUpIsReportedAndTheFormerFileStays) {
     std::string message;
     std::string again;
     {
-      const FullDisk full(room);
+      const QuorTests::FileSizeLimit full(room);
       message = writeErrorOf([&] { runToItsEnd(crop); });
       EXPECT_THAT(_names(), ElementsAre("out.las", "scan.las")) << "while the crop still stands";
     }
@@ -565,9 +540,10 @@ TEST_F(ScanCropTest, aDiskThatFillsUpIsReportedAndTheFormerFileStays) {
 
 // So few bytes that they leave the program only when the file is closed.
 TEST_F(ScanCropTest, aDiskThatIsFullOnlyWhenTheFileIsClosedIsReported) {
+  if (!QuorTests::FileSizeLimit::isToBeHad()) GTEST_SKIP() << "this system has no limit on the size of files";
   const std::string source = _folder.write("scan.las", variedScan({2, 0}, 3));
   const auto reader = ScanReader::open(source);
-  const FullDisk full(100);
+  const QuorTests::FileSizeLimit full(100);
   EXPECT_EQ(writeErrorOf([&] {
               ScanCrop crop(*reader, _target, everywhere);
               runToItsEnd(crop);
@@ -575,7 +551,6 @@ TEST_F(ScanCropTest, aDiskThatIsFullOnlyWhenTheFileIsClosedIsReported) {
             "cannot write " + _target + ": File too large");
   EXPECT_THAT(_names(), ElementsAre("scan.las"));
 }
-#endif
 
 TEST_F(ScanCropTest, aScanThatShrinksMeanwhileIsReportedAndLeavesNothing) {
   const std::string source = _folder.write("scan.las", variedScan({2, 1}, 40000));

@@ -1,9 +1,8 @@
-#include "DisplayConnection.h"
 #include "ViewerProcess.h"
+#include "support/platform/Platform.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
@@ -35,7 +34,8 @@ TEST_P(ScansTourTest, runsThroughWithoutAGlError) {
   if (!QuorTests::holdDisplay()) {
     GTEST_SKIP() << "there is no display";
   }
-  const auto folder = std::filesystem::temp_directory_path() / ("quor_scans_tour_" + std::to_string(getpid()));
+  const auto folder =
+      std::filesystem::temp_directory_path() / ("quor_scans_tour_" + std::to_string(QuorTests::processNumber()));
   QuorTests::ViewerProcess viewer({"--size", "480x270", "--tour", folder.string(), GetParam()});
   EXPECT_EQ(viewer.exitStatus(std::chrono::minutes(14)), 0) << viewer.output();
   EXPECT_THAT(viewer.output(), testing::HasSubstr(" 0 GL errors"));

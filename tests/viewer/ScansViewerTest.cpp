@@ -1,4 +1,3 @@
-#include "DisplayConnection.h"
 #include "ViewerFixture.h"
 
 #include <gmock/gmock.h>
@@ -145,7 +144,7 @@ TEST_P(ThreadingViewerTest, scansAreShownPickedTurnedClosedAndAdded) {
 
 TEST_P(ThreadingViewerTest, theButtonThatClosesTheWindowIsHeardWhileNothingElseHappens) {
   showGrid({"--threading", GetParam()});
-  askToClose(_viewer->window());
+  _viewer->askToClose();
   EXPECT_EQ(_viewer->exitStatus(std::chrono::seconds(10)), 0);
 }
 

@@ -1,13 +1,12 @@
 #include "SceneFixture.h"
 
-#include "DisplayConnection.h"
 #include "Screenshot.h"
 #include "Window.h"
 #include "support/CaptureContext.h"
+#include "support/platform/Desktop.h"
+#include "support/platform/Platform.h"
 
 #include <osgDB/ReadFile>
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -128,7 +127,7 @@ void SceneFixture::expectDepthsMeetPositions() {
 }
 
 osg::ref_ptr<osg::Image> SceneFixture::picture() {
-  const std::string name = "quor_scene_gl_test_" + std::to_string(getpid()) + ".png";
+  const std::string name = "quor_scene_gl_test_" + std::to_string(processNumber()) + ".png";
   const std::string path = (std::filesystem::temp_directory_path() / name).string();
   Screenshot screenshot(_scene->target.tool());
   screenshot.request(path);

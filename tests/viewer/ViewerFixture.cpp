@@ -1,9 +1,8 @@
 #include "ViewerFixture.h"
 
-#include "DisplayConnection.h"
+#include "support/platform/Platform.h"
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <sstream>
@@ -46,7 +45,7 @@ void ViewerFixture::SetUp() {
   if (!holdDisplay()) {
     GTEST_SKIP() << "there is no display";
   }
-  _folder = std::filesystem::temp_directory_path() / ("quor_viewer_test_" + std::to_string(getpid()));
+  _folder = std::filesystem::temp_directory_path() / ("quor_viewer_test_" + std::to_string(processNumber()));
   std::filesystem::create_directories(_folder);
   std::filesystem::current_path(_folder);
 }

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "support/platform/ChildProgram.h"
+#include "support/platform/Desktop.h"
+
 #include <osg/Matrixd>
 #include <osg/Vec3d>
-
-#include <sys/types.h>
 
 #include <chrono>
 #include <string>
@@ -19,15 +20,11 @@ struct ReportedView {
   osg::Vec3d direction() const { return centre - eye; }
 };
 
-/// The viewer as a program of its own, watched through its standard output and steered by the display's real pointer
-/// and keyboard (xdotool).
+/// The viewer as a program of its own, watched through its standard output and steered by the desktop's real pointer
+/// and keyboard.
 class ViewerProcess {
  public:
   explicit ViewerProcess(const std::vector<std::string>& arguments);
-  ViewerProcess(const ViewerProcess&) = delete;
-  ViewerProcess& operator=(const ViewerProcess&) = delete;
-  /// Ends the program if it still runs.
-  ~ViewerProcess();
 
   /// Waits for the next line that begins so. Empty when none comes in time, or the program ends.
   std::string waitForLine(const std::string& beginning, std::chrono::seconds limit = std::chrono::seconds(60));
@@ -42,26 +39,20 @@ class ViewerProcess {
 
   /// Waits for the window. False when it does not appear.
   bool findWindow(const std::string& title);
-  void movePointer(int x, int yFromTop);
-  void press(int button);
-  void release(int button);
-  void click(int button);
-  void key(const std::string& name);
-  void type(const std::string& text);
-  void resizeWindow(int width, int height);
-  /// The number by which the display knows the window.
-  unsigned long window() const { return std::stoul(_window); }
+  void movePointer(int x, int yFromTop) { _window.movePointer(x, yFromTop); }
+  void press(int button) { _window.press(button); }
+  void release(int button) { _window.release(button); }
+  void click(int button) { _window.click(button); }
+  void key(const std::string& names) { _window.key(names); }
+  void type(const std::string& text) { _window.type(text); }
+  void resizeWindow(int width, int height) { _window.resize(width, height); }
+  void askToClose() { _window.askToClose(); }
 
  private:
-  bool _readSome(std::chrono::milliseconds limit);
-  void _control(const std::string& command) const;
-
-  pid_t _process = -1;
-  int _stream = -1;
-  std::string _window;
+  ChildProgram _program;
+  RemoteWindow _window;
   std::string _output;
   std::size_t _seen = 0;  // how much of the output has been looked at
-  int _status = -1;
 };
 
 }  // namespace QuorTests

@@ -77,7 +77,7 @@ bool isMapping(HANDLE handle) {
 template <typename Use>
 void forEachHandle(const Use& use) {
   constexpr std::intptr_t kStep = 4;
-  constexpr std::intptr_t kGreatest = 0x4000;
+  constexpr std::intptr_t kGreatest = 0x2000;
   for (std::intptr_t value = kStep; value <= kGreatest; value += kStep) {
     DWORD flags = 0;
     if (::GetHandleInformation(handleOf(value), &flags) != 0) use(value);

@@ -1,0 +1,81 @@
+#include "support/platform/ChildProgram.h"
+#include "support/platform/Platform.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <thread>
+
+namespace QuorTests {
+
+namespace {
+
+constexpr std::chrono::milliseconds kPause{5};
+
+// A word as the C library of the program started takes it apart again; none of ours ends in a backslash or has a quote.
+std::wstring quoted(const std::string& word) {
+  return L"\"" + placeOf(word).wstring() + L"\"";
+}
+
+}  // namespace
+
+struct ChildProgram::Private {
+  HANDLE process = nullptr;
+  HANDLE stream = nullptr;
+};
+
+ChildProgram::ChildProgram(const std::string& program, const std::vector<std::string>& arguments)
+    : _data(std::make_unique<Private>()) {
+  std::wstring line = quoted(program);
+  for (const std::string& argument : arguments) line += L" " + quoted(argument);
+  SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+  STARTUPINFOW start{};
+  start.cb = sizeof start;
+  start.dwFlags = STARTF_USESTDHANDLES;
+  ::CreatePipe(&_data->stream, &start.hStdOutput, &inherited, 0);
+  ::SetHandleInformation(_data->stream, HANDLE_FLAG_INHERIT, 0);
+  start.hStdError = start.hStdOutput;
+  PROCESS_INFORMATION process{};
+  if (::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process) != 0) {
+    _data->process = process.hProcess;
+    ::CloseHandle(process.hThread);
+  }
+  ::CloseHandle(start.hStdOutput);
+}
+
+ChildProgram::~ChildProgram() {
+  if (!status()) {
+    ::TerminateProcess(_data->process, 1);
+    ::WaitForSingleObject(_data->process, INFINITE);
+  }
+  ::CloseHandle(_data->process);
+  ::CloseHandle(_data->stream);
+}
+
+// A pipe cannot be waited for here, only asked.
+bool ChildProgram::readSome(std::string& output, std::chrono::milliseconds limit) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  DWORD there = 0;
+  while (::PeekNamedPipe(_data->stream, nullptr, 0, nullptr, &there, nullptr) != 0 && there == 0 &&
+         std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(kPause);
+  }
+  std::array<char, 4096> part{};
+  DWORD count = 0;
+  if (there == 0 || ::ReadFile(_data->stream, part.data(), static_cast<DWORD>(part.size()), &count, nullptr) == 0) {
+    return false;
+  }
+  std::copy_if(part.data(), part.data() + count, std::back_inserter(output), [](char c) { return c != '\r'; });
+  return true;
+}
+
+std::optional<int> ChildProgram::status() {
+  if (::WaitForSingleObject(_data->process, 0) == WAIT_TIMEOUT) return std::nullopt;
+  constexpr DWORD kFault = 0xC0000000;
+  DWORD status = 0;
+  ::GetExitCodeProcess(_data->process, &status);
+  return status < kFault ? static_cast<int>(status) : -1;
+}
+
+}  // namespace QuorTests
