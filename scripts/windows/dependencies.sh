@@ -15,6 +15,7 @@ dependencies=(
   'freetype        libfreetype6           freetype'
   'openscenegraph  libopenscenegraph-dev  openscenegraph'
   'googletest      googletest             -'
+  'plog            libplog-dev            -'
 )
 
 # The functions that build read: $source, the unpacked sources; $work, a folder to build in; $target, where to install;
@@ -38,6 +39,13 @@ build_freetype() {
 }
 
 build_googletest() { build_all; }
+
+# Headers alone, in a folder where nothing else of this system is found with them.
+build_plog() {
+  mkdir -p "$target/include" "$target/share/cmake"
+  cp -r /usr/include/plog "$target/include"
+  cp -r /usr/share/cmake/plog "$target/share/cmake"
+}
 
 # C++14, since the engine's sources and the Windows headers disagree about std::byte. The atomics are those of the
 # compiler: telling so saves running programs at configure time. Most of the time is reading headers, so sources are

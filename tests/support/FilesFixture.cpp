@@ -1,6 +1,7 @@
 #include "support/FilesFixture.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -8,6 +9,12 @@
 #include <utility>
 
 namespace QuorTests {
+
+namespace {
+
+constexpr const char* kFolderVariable = "QUOR_TEST_FOLDER";
+
+}  // namespace
 
 std::string readPlainly(const std::string& path, std::int64_t offset, std::int64_t size) {
   std::ifstream file(placeOf(path), std::ios::binary);
@@ -18,17 +25,26 @@ std::string readPlainly(const std::string& path, std::int64_t offset, std::int64
   return bytes;
 }
 
-// Tests run side by side, and one process may run several.
+// Tests run side by side, and one process may run several. A process that is started afresh for the rest of a test
+// works in that test's folder.
 FilesFixture::FilesFixture() {
+  if (const char* const given = std::getenv(kFolderVariable); given != nullptr) {
+    _folder = given;
+    return;
+  }
   static std::atomic<int> count{0};
   const std::string name = "quor_files_" + std::to_string(processNumber()) + "_" + std::to_string(++count);
   const std::filesystem::path folder = std::filesystem::temp_directory_path() / name;
   std::filesystem::remove_all(folder);
   std::filesystem::create_directories(folder);
   _folder = std::filesystem::canonical(folder).string();
+  _isOwner = true;
+  setEnvironment(kFolderVariable, _folder.c_str());
 }
 
 FilesFixture::~FilesFixture() {
+  if (!_isOwner) return;
+  setEnvironment(kFolderVariable, nullptr);
   std::error_code ignored;
   std::filesystem::remove_all(_folder, ignored);
 }

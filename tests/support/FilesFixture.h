@@ -15,7 +15,8 @@ namespace QuorTests {
 /// Reads without a mapping; shorter where the file ends.
 std::string readPlainly(const std::string& path, std::int64_t offset, std::int64_t size);
 
-/// A folder of its own for each test, gone afterwards with all that is in it.
+/// A folder of its own for each test, shared with the processes started for it, and gone afterwards with all that is in
+/// it.
 class FilesFixture : public ::testing::Test {
  protected:
   FilesFixture();
@@ -31,6 +32,7 @@ class FilesFixture : public ::testing::Test {
 
  private:
   std::string _folder;
+  bool _isOwner = false;
 };
 
 }  // namespace QuorTests

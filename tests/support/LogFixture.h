@@ -3,11 +3,7 @@
 #include "support/FilesFixture.h"
 #include "support/NewProcess.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -21,14 +17,19 @@ constexpr const char* kLogName = "3Dengine.log";
 constexpr const char* kByteOrderMark = "\xEF\xBB\xBF";
 
 /// What follows the time in an entry.
+inline std::string entryOf(const std::string& severity, long thread, const std::string& call,
+                           const std::string& message) {
+  return withNativeLineEnds(" " + severity + " [" + std::to_string(thread) + "] [QuorOsgUtils::LogFile::" + call +
+                            "] " + message + "\n\n");
+}
 inline std::string info(long thread, const std::string& message) {
-  return " INFO  [" + std::to_string(thread) + "] [QuorOsgUtils::LogFile::info@20] " + message + "\n\n";
+  return entryOf("INFO ", thread, "info@20", message);
 }
 inline std::string debug(long thread, const std::string& message) {
-  return " DEBUG [" + std::to_string(thread) + "] [QuorOsgUtils::LogFile::debug@25] " + message + "\n\n";
+  return entryOf("DEBUG", thread, "debug@25", message);
 }
 inline std::string error(long thread, const std::string& message) {
-  return " ERROR [" + std::to_string(thread) + "] [QuorOsgUtils::LogFile::error@30] " + message + "\n\n";
+  return entryOf("ERROR", thread, "error@30", message);
 }
 
 inline std::string wholeFile(const std::string& path) {
@@ -59,8 +60,8 @@ class LogFixture : public FilesFixture {
   template <typename Work>
   void inNewProcess(const std::string& folder, Work work) const {
     expectInANewProcess([&] {
-      std::ofstream(path("thread")) << ::gettid();
-      if (::chdir(path(folder).c_str()) != 0) return false;
+      std::ofstream(path("thread")) << threadNumber();
+      std::filesystem::current_path(path(folder));
       work();
       return true;
     });

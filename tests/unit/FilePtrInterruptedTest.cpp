@@ -3,6 +3,8 @@
 
 #include <QuorOsgUtils/FilePtr.h>
 
+#include <osg/ref_ptr>
+
 #include <gtest/gtest.h>
 
 namespace {

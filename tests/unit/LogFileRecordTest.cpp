@@ -75,7 +75,7 @@ TEST_F(LogFileRecordTest, everyAppenderReceivesTheFixedFieldsAndNeitherFileNorOb
     Recorder second;
     plog::get<0>()->addAppender(&first).addAppender(&second);
     writeOneOfEach();
-    const auto number = static_cast<unsigned int>(::gettid());
+    const auto number = static_cast<unsigned int>(threadNumber());
     const std::vector<Seen> expected = {
         {plog::info, "QuorOsgUtils::LogFile::info", 20, "", nullptr, 0, number, "one\n"},
         {plog::debug, "QuorOsgUtils::LogFile::debug", 25, "", nullptr, 0, number, "two\n"},

@@ -1,5 +1,6 @@
 #include "SceneFixture.h"
 #include "ViewerFixture.h"
+#include "support/platform/Desktop.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -310,8 +311,6 @@ TEST_F(ClipBoxViewerTest, ofSeveralScansEachWithPointsInsideGetsAFile) {
 // In this program's own window, so that the frame's identifiers are at hand, with the display's real pointer.
 class ClipBoxPointerTest : public SceneFixture {
  protected:
-  void control(const std::string& command) { EXPECT_EQ(std::system(("xdotool " + command).c_str()), 0) << command; }
-
   // What the pointer did arrives with one of the next frames.
   void settle() {
     for (int i = 0; i < 5; ++i) {
@@ -322,11 +321,12 @@ class ClipBoxPointerTest : public SceneFixture {
 
   void movePointer(const osg::Vec3d& place) {
     const osg::Vec2d pixel = windowPlaceOf(place);
-    control("search --onlyvisible --name '^scene test$' mousemove --window %1 " +
-            std::to_string(static_cast<int>(pixel.x())) + " " +
-            std::to_string(height() - 1 - static_cast<int>(pixel.y())));
+    ASSERT_TRUE(_window.find("scene test"));
+    _window.movePointer(static_cast<int>(pixel.x()), height() - 1 - static_cast<int>(pixel.y()));
     settle();
   }
+
+  RemoteWindow _window;
 };
 
 TEST_F(ClipBoxPointerTest, theRightFacePulledInLeavesFewerPointsInTheIdentifiers) {
@@ -336,12 +336,12 @@ TEST_F(ClipBoxPointerTest, theRightFacePulledInLeavesFewerPointsInTheIdentifiers
   EXPECT_EQ(before, static_cast<std::size_t>(kColumns * kRows));
   const osg::Vec3d cone(76.0, 25.0, 6.0);
   movePointer(cone);
-  control("mousedown 1");
+  _window.press(1);
   settle();
   for (int step = 1; step <= 4; ++step) {
     movePointer(cone - osg::Vec3d(step * 10.0, 0.0, 0.0));
   }
-  control("mouseup 1");
+  _window.release(1);
   settle();
   const float right = _scene->clip.handles().box().xMax();
   EXPECT_NEAR(right, 36.0F, 1.0F);

@@ -1,6 +1,7 @@
 #include "LasFile.h"
 #include "ScanBytes.h"
 #include "ScanLoader.h"
+#include "support/platform/Platform.h"
 
 #include <QuorOsgUtils/FileManager.h>
 
@@ -96,13 +97,8 @@ class ScanLoaderTest : public testing::Test {
     _loader->close(scan);
     _scans->close(scan);
   }
-  static int handlesOn(const std::string& path) {
-    int count = 0;
-    std::error_code gone;
-    for (const auto& handle : std::filesystem::directory_iterator("/proc/self/fd")) {
-      count += std::filesystem::read_symlink(handle, gone) == std::filesystem::canonical(path);
-    }
-    return count;
+  static std::size_t handlesOn(const std::string& path) {
+    return QuorTests::listedHandles(std::filesystem::canonical(path).string()).size();
   }
   void expectPoint(unsigned int scan, std::uint64_t index, const LasFilePoint& point) {
     const auto found = _found.find({scan, index});
@@ -338,10 +334,10 @@ TEST_F(ScanLoaderTest, theFileOfAClosedScanIsNoLongerOpen) {
   load({path});
   _loader->start();
   finish();
-  EXPECT_GT(handlesOn(path), 1) << "the loader maps nothing";
+  EXPECT_GT(handlesOn(path), 1U) << "the loader maps nothing";
   close(1);
   finishWith(0);
-  EXPECT_EQ(handlesOn(path), 0);
+  EXPECT_EQ(handlesOn(path), 0U);
 }
 
 TEST_F(ScanLoaderTest, aFileOpenedTwiceStaysOpenForTheOther) {

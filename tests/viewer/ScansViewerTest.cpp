@@ -1,4 +1,5 @@
 #include "ViewerFixture.h"
+#include "support/platform/Platform.h"
 
 #include <gmock/gmock.h>
 
@@ -219,11 +220,12 @@ TEST_F(ScansViewerTest, theGpuIsToldOfAsATable) {
 }
 
 TEST_F(ScansViewerTest, withoutADisplayTheGpuCannotBeAskedAndTheViewerSaysSo) {
+  if (!displayIsFoundByEnvironment()) GTEST_SKIP() << "this system has a display whatever its environment says";
   const std::string display = std::getenv("DISPLAY");
-  ASSERT_EQ(unsetenv("DISPLAY"), 0);
+  setEnvironment("DISPLAY", nullptr);
   start({"--gpu"});
   EXPECT_EQ(_viewer->exitStatus(), 1);
-  EXPECT_EQ(setenv("DISPLAY", display.c_str(), 1), 0);
+  setEnvironment("DISPLAY", display.c_str());
   EXPECT_THAT(_viewer->output(), HasSubstr("quor_viewer: no graphics can be asked here"));
 }
 

@@ -21,8 +21,8 @@ class RemoteWindow {
   void press(int button);
   void release(int button);
   void click(int button);
-  /// One key or several, separated by blanks: a letter, or one of Home, Delete, Escape, Return, BackSpace, space,
-  /// plus, minus.
+  /// One key or several, separated by blanks: a letter, or one of Home, Delete, Escape, Return, BackSpace, space, plus,
+  /// minus.
   void key(const std::string& names);
   void type(const std::string& text);
   /// What the window shows gets this size.

@@ -68,8 +68,8 @@ void stroke(SHORT letter) {
 
 SHORT letterOf(const std::string& name) {
   static const std::map<std::string, SHORT> named = {
-      {"Home", VK_HOME},      {"Delete", VK_DELETE}, {"Escape", VK_ESCAPE},        {"Return", VK_RETURN},
-      {"BackSpace", VK_BACK}, {"space", VK_SPACE},   {"plus", ::VkKeyScanW(L'+')}, {"minus", ::VkKeyScanW(L'-')}};
+      {"Home", VK_HOME},   {"Escape", VK_ESCAPE}, {"Return", VK_RETURN},        {"BackSpace", VK_BACK},
+      {"space", VK_SPACE}, {"Delete", VK_DELETE}, {"plus", ::VkKeyScanW(L'+')}, {"minus", ::VkKeyScanW(L'-')}};
   const auto found = named.find(name);
   return found != named.end() ? found->second : ::VkKeyScanW(static_cast<wchar_t>(name.at(0)));
 }

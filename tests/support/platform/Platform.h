@@ -120,8 +120,35 @@ std::filesystem::path placeOf(const std::string& inUsersEncoding);
 /// The text in the encoding GBK, by the system's own conversion.
 std::string gbk(const std::string& utf8);
 
+/// The text as a text file of this system has it, from one whose lines end with a line feed.
+std::string withNativeLineEnds(const std::string& text);
+
+/// Sets a variable for this process and those it starts; null takes it away.
+void setEnvironment(const char* name, const char* value);
+/// From now on local times are those of this zone, written as in the variable TZ.
+void setTimeZone(const char* zone);
+/// Whether a process finds its display by the variable DISPLAY, so that it can be kept from finding one.
+bool displayIsFoundByEnvironment();
+
+/// As long as it lives, what this process writes to its standard output and error streams goes into a file.
+class StreamsInFile {
+ public:
+  explicit StreamsInFile(const std::string& path);
+  StreamsInFile(const StreamsInFile&) = delete;
+  StreamsInFile& operator=(const StreamsInFile&) = delete;
+  ~StreamsInFile();
+
+ private:
+  int _output;
+  int _error;
+};
+
 std::uint64_t physicalMemoryBytes();
 int processNumber();
+/// The system's number of the calling thread.
+long threadNumber();
+/// Of this process.
+std::size_t countOfThreads();
 /// Used by this process so far.
 double processorSeconds();
 

@@ -10,8 +10,12 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -171,12 +175,58 @@ std::string gbk(const std::string& utf8) {
   return result;
 }
 
+std::string withNativeLineEnds(const std::string& text) {
+  return text;
+}
+
+void setEnvironment(const char* name, const char* value) {
+  if (value == nullptr) {
+    ::unsetenv(name);
+  } else {
+    ::setenv(name, value, 1);
+  }
+}
+
+void setTimeZone(const char* zone) {
+  setEnvironment("TZ", zone);
+  ::tzset();
+}
+
+bool displayIsFoundByEnvironment() {
+  return true;
+}
+
+StreamsInFile::StreamsInFile(const std::string& path) : _output(::dup(STDOUT_FILENO)), _error(::dup(STDERR_FILENO)) {
+  const int file = ::open(path.c_str(), O_CREAT | O_WRONLY | O_APPEND | O_CLOEXEC, 0600);
+  std::fflush(nullptr);
+  ::dup2(file, STDOUT_FILENO);
+  ::dup2(file, STDERR_FILENO);
+  ::close(file);
+}
+
+StreamsInFile::~StreamsInFile() {
+  std::fflush(nullptr);
+  ::dup2(_output, STDOUT_FILENO);
+  ::dup2(_error, STDERR_FILENO);
+  ::close(_output);
+  ::close(_error);
+}
+
 std::uint64_t physicalMemoryBytes() {
   return static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) * static_cast<std::uint64_t>(pageBytes());
 }
 
 int processNumber() {
   return ::getpid();
+}
+
+long threadNumber() {
+  return ::gettid();
+}
+
+std::size_t countOfThreads() {
+  using Listing = std::filesystem::directory_iterator;
+  return static_cast<std::size_t>(std::distance(Listing("/proc/self/task"), Listing()));
 }
 
 double processorSeconds() {

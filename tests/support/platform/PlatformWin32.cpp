@@ -1,11 +1,18 @@
 #include "support/platform/Platform.h"
 
-// The order matters: the second needs the first.
+// The order matters: the others need the first.
 #include <windows.h>
 //
+#include <fcntl.h>
+#include <io.h>
 #include <psapi.h>
+#include <sys/stat.h>
+#include <tlhelp32.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <cwctype>
 #include <filesystem>
 #include <stdexcept>
@@ -14,6 +21,9 @@
 namespace QuorTests {
 
 namespace {
+
+constexpr int kOutput = 1;
+constexpr int kError = 2;
 
 HANDLE handleOf(std::intptr_t value) {
   return reinterpret_cast<HANDLE>(value);
@@ -249,6 +259,44 @@ std::string gbk(const std::string& utf8) {
   return *text;
 }
 
+std::string withNativeLineEnds(const std::string& text) {
+  std::string ended;
+  for (const char letter : text) {
+    if (letter == '\n') ended += '\r';
+    ended += letter;
+  }
+  return ended;
+}
+
+void setEnvironment(const char* name, const char* value) {
+  ::_putenv_s(name, value == nullptr ? "" : value);
+}
+
+void setTimeZone(const char* zone) {
+  setEnvironment("TZ", zone);
+  ::_tzset();
+}
+
+bool displayIsFoundByEnvironment() {
+  return false;
+}
+
+StreamsInFile::StreamsInFile(const std::string& path) : _output(::_dup(kOutput)), _error(::_dup(kError)) {
+  const int file = ::_open(path.c_str(), _O_CREAT | _O_WRONLY | _O_APPEND | _O_BINARY, _S_IREAD | _S_IWRITE);
+  std::fflush(nullptr);
+  ::_dup2(file, kOutput);
+  ::_dup2(file, kError);
+  ::_close(file);
+}
+
+StreamsInFile::~StreamsInFile() {
+  std::fflush(nullptr);
+  ::_dup2(_output, kOutput);
+  ::_dup2(_error, kError);
+  ::_close(_output);
+  ::_close(_error);
+}
+
 std::uint64_t physicalMemoryBytes() {
   ULONGLONG kibibytes = 0;
   ::GetPhysicallyInstalledSystemMemory(&kibibytes);
@@ -257,6 +305,22 @@ std::uint64_t physicalMemoryBytes() {
 
 int processNumber() {
   return static_cast<int>(::GetCurrentProcessId());
+}
+
+long threadNumber() {
+  return static_cast<long>(::GetCurrentThreadId());
+}
+
+std::size_t countOfThreads() {
+  const HANDLE all = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+  THREADENTRY32 thread{};
+  thread.dwSize = sizeof thread;
+  std::size_t count = 0;
+  for (BOOL found = ::Thread32First(all, &thread); found != 0; found = ::Thread32Next(all, &thread)) {
+    count += thread.th32OwnerProcessID == ::GetCurrentProcessId() ? 1 : 0;
+  }
+  ::CloseHandle(all);
+  return count;
 }
 
 double processorSeconds() {

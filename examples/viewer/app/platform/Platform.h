@@ -22,4 +22,7 @@ std::uint64_t processMemoryBytes();
 /// Gives memory back to the system that was freed and only kept for later.
 void returnFreeMemory();
 
+/// Whether the standard error stream is read by somebody at a terminal.
+bool errorStreamIsTerminal();
+
 }  // namespace QuorViewer

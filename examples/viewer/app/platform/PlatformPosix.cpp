@@ -80,4 +80,8 @@ void returnFreeMemory() {
   malloc_trim(0);
 }
 
+bool errorStreamIsTerminal() {
+  return ::isatty(STDERR_FILENO) != 0;
+}
+
 }  // namespace QuorViewer

@@ -2,7 +2,10 @@
 
 #include <windows.h>
 // After the header it builds on.
+#include <io.h>
 #include <psapi.h>
+
+#include <cstdio>
 
 namespace QuorViewer {
 
@@ -65,6 +68,10 @@ std::uint64_t processMemoryBytes() {
 
 void returnFreeMemory() {
   ::HeapCompact(::GetProcessHeap(), 0);
+}
+
+bool errorStreamIsTerminal() {
+  return ::_isatty(::_fileno(stderr)) != 0;
 }
 
 }  // namespace QuorViewer
