@@ -8,7 +8,8 @@ function(quor_target_defaults target)
     POSITION_INDEPENDENT_CODE ON)
   # Else the system's header makes macros of min and max, and brings the half of the system that nobody asked for.
   if(WIN32)
-    target_compile_definitions(${target} PRIVATE NOMINMAX WIN32_LEAN_AND_MEAN)
+    target_compile_definitions(${target} PRIVATE NOMINMAX WIN32_LEAN_AND_MEAN
+      $<$<CXX_COMPILER_ID:MSVC>:_CRT_SECURE_NO_WARNINGS>)
   endif()
 endfunction()
 

@@ -24,7 +24,7 @@ struct Seen {
   const void* object;
   int instance;
   unsigned int thread;
-  std::string message;
+  plog::util::nstring message;  // as wide as the system has it
 };
 
 bool operator==(const Seen& a, const Seen& b) {
@@ -77,9 +77,9 @@ TEST_F(LogFileRecordTest, everyAppenderReceivesTheFixedFieldsAndNeitherFileNorOb
     writeOneOfEach();
     const auto number = static_cast<unsigned int>(threadNumber());
     const std::vector<Seen> expected = {
-        {plog::info, "QuorOsgUtils::LogFile::info", 20, "", nullptr, 0, number, "one\n"},
-        {plog::debug, "QuorOsgUtils::LogFile::debug", 25, "", nullptr, 0, number, "two\n"},
-        {plog::error, "QuorOsgUtils::LogFile::error", 30, "", nullptr, 0, number, "three\n"}};
+        {plog::info, "QuorOsgUtils::LogFile::info", 20, "", nullptr, 0, number, PLOG_NSTR("one\n")},
+        {plog::debug, "QuorOsgUtils::LogFile::debug", 25, "", nullptr, 0, number, PLOG_NSTR("two\n")},
+        {plog::error, "QuorOsgUtils::LogFile::error", 30, "", nullptr, 0, number, PLOG_NSTR("three\n")}};
     if (first.seen != expected || second.seen != expected) std::exit(2);
   });
   expectEntries(log(), {info(thread(), "one"), debug(thread(), "two"), error(thread(), "three")});

@@ -1,13 +1,16 @@
 #include "BundledScan.h"
 
+#include "platform/Platform.h"
+
 #include <filesystem>
 
 namespace QuorViewer {
 
+// An installed viewer finds it from its own place, so that its folder may be moved.
 std::string bundledScan() {
   std::error_code ignored;
-  return std::filesystem::exists(QUOR_VIEWER_SOURCE_SAMPLE, ignored) ? QUOR_VIEWER_SOURCE_SAMPLE
-                                                                     : QUOR_VIEWER_INSTALLED_SAMPLE;
+  const std::filesystem::path installed = (programFolder() / QUOR_VIEWER_INSTALLED_SAMPLE).lexically_normal();
+  return std::filesystem::exists(installed, ignored) ? installed.string() : QUOR_VIEWER_SOURCE_SAMPLE;
 }
 
 }  // namespace QuorViewer

@@ -9,12 +9,13 @@
 namespace QuorViewer::Overlay {
 namespace {
 
-// Where distributions keep the DejaVu font. Without it the engine's built-in letters do.
-constexpr std::array<const char*, 4> kFontFiles = {
+// Where distributions keep the DejaVu font, and what Windows has instead. Without it the engine's built-in letters do.
+constexpr std::array<const char*, 5> kFontFiles = {
     "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf",
     "/usr/share/fonts/dejavu-sans-fonts/DejaVuSans.ttf",
     "/usr/share/fonts/TTF/DejaVuSans.ttf",
     "/usr/local/share/fonts/DejaVuSans.ttf",
+    "C:/Windows/Fonts/segoeui.ttf",
 };
 
 osgText::Font* findFont() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <optional>
 
@@ -21,6 +22,9 @@ std::uint64_t machineMemoryBytes();
 std::uint64_t processMemoryBytes();
 /// Gives memory back to the system that was freed and only kept for later.
 void returnFreeMemory();
+
+/// Where the program that runs stands.
+std::filesystem::path programFolder();
 
 /// Whether the standard error stream is read by somebody at a terminal.
 bool errorStreamIsTerminal();

@@ -80,6 +80,11 @@ void returnFreeMemory() {
   malloc_trim(0);
 }
 
+std::filesystem::path programFolder() {
+  std::error_code ignored;
+  return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
+}
+
 bool errorStreamIsTerminal() {
   return ::isatty(STDERR_FILENO) != 0;
 }

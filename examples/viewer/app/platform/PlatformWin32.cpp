@@ -6,6 +6,7 @@
 #include <psapi.h>
 
 #include <cstdio>
+#include <string>
 
 namespace QuorViewer {
 
@@ -68,6 +69,13 @@ std::uint64_t processMemoryBytes() {
 
 void returnFreeMemory() {
   ::HeapCompact(::GetProcessHeap(), 0);
+}
+
+std::filesystem::path programFolder() {
+  constexpr DWORD kLongest = 32768;
+  std::wstring path(kLongest, L'\0');
+  path.resize(::GetModuleFileNameW(nullptr, path.data(), kLongest));
+  return std::filesystem::path(path).parent_path();
 }
 
 bool errorStreamIsTerminal() {
