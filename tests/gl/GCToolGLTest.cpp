@@ -73,11 +73,9 @@ TEST(GCToolGLTest, allSixAnswersAgreeWithThoseToAnotherContext) {
 }
 
 TEST(GCToolGLTest, whicheverIsAskedFirstAnswersAsTheOthersWould) {
-  for (const auto getter : kGetters) {
-    besideADriver([getter] {
-      const std::string first = getter();
-      const auto place =
-          static_cast<std::size_t>(std::find(kGetters.begin(), kGetters.end(), getter) - kGetters.begin());
+  for (std::size_t place = 0; place < kGetters.size(); ++place) {
+    besideADriver([place] {
+      const std::string first = kGetters[place]();
       const Six expected = expectedAnswers();
       EXPECT_EQ(first, expected[place]);
       EXPECT_EQ(answers(), expected);

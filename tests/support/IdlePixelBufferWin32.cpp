@@ -12,7 +12,11 @@ class IdlePixelBuffer : public osgViewer::PixelBufferWin32 {
       : osgViewer::PixelBufferWin32(traits), _calls(calls) {}
 
   bool realizeImplementation() override { return refused("realize"); }
-  bool makeCurrentImplementation() override { return refused("make current"); }
+  // The engine has made another context current on the way here.
+  bool makeCurrentImplementation() override {
+    ::wglMakeCurrent(nullptr, nullptr);
+    return refused("make current");
+  }
   bool releaseContextImplementation() override { return refused("release"); }
   void closeImplementation() override { _calls.emplace_back("close"); }
 

@@ -17,7 +17,8 @@ namespace QuorTests {
 /// The six answers, in the order of the getters.
 using Six = std::array<std::string, 6>;
 
-constexpr std::array<const char* (*)(), 6> kGetters = {
+// Not known before the program is loaded, where its functions come from a DLL.
+inline const std::array<const char* (*)(), 6> kGetters = {
     QuorOsgUtils::GCTool::getGPUVendor,        QuorOsgUtils::GCTool::getGPURender,
     QuorOsgUtils::GCTool::getGLSLVersion,      QuorOsgUtils::GCTool::getGPUExt,
     QuorOsgUtils::GCTool::getVertexMaxUniform, QuorOsgUtils::GCTool::getFragmentMaxUniform};

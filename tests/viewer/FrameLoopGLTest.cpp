@@ -65,9 +65,7 @@ class RaiseBuffer : public osg::GraphicsOperation {
  public:
   explicit RaiseBuffer(osg::BufferObject* buffer) : osg::GraphicsOperation("RaiseBuffer", false), _buffer(buffer) {}
   void operator()(osg::GraphicsContext* context) override {
-    const unsigned int contextId = context->getState()->getContextID();
-    auto* const manager = osg::get<osg::GLBufferObjectManager>(contextId);
-    _buffer->setGLBufferObject(contextId, manager->generateGLBufferObject(_buffer));
+    _buffer->getOrCreateGLBufferObject(context->getState()->getContextID());
   }
 
  private:

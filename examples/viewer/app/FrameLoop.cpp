@@ -3,7 +3,6 @@
 #include "platform/Platform.h"
 
 #include <osg/BufferObject>
-#include <osg/ContextData>
 #include <osg/GLObjects>
 
 #include <chrono>
@@ -25,6 +24,13 @@ class Buffers : public osg::GLBufferObjectManager {
   }
 };
 
+// The engine's own manager of a context's buffers, by a buffer of its making. Asked for by its type it would be
+// another, empty one wherever programs and libraries have type information each of their own, as on Windows.
+const osg::GLBufferObjectManager& bufferManagerOf(unsigned int contextId) {
+  const osg::ref_ptr<osg::VertexBufferObject> buffer = new osg::VertexBufferObject;
+  return *buffer->getOrCreateGLBufferObject(contextId)->_set->getParent();
+}
+
 }  // namespace
 
 // The last of a frame's operations on the graphics thread. What was released since the frame before is freed at once,
@@ -35,8 +41,9 @@ class FrameLoop::FrameEnd : public osg::GraphicsOperation {
 
   void operator()(osg::GraphicsContext* context) override {
     const unsigned int contextId = context->getState()->getContextID();
+    if (_buffers == nullptr) _buffers = &bufferManagerOf(contextId);
     osg::flushAllDeletedGLObjects(contextId);
-    _note(Buffers::bytesIn(*osg::get<osg::GLBufferObjectManager>(contextId)));
+    _note(Buffers::bytesIn(*_buffers));
   }
 
   std::uint64_t frames() const {
@@ -62,6 +69,7 @@ class FrameLoop::FrameEnd : public osg::GraphicsOperation {
     _ended.notify_all();
   }
 
+  const osg::GLBufferObjectManager* _buffers = nullptr;  // lives as long as the context
   mutable std::mutex _mutex;
   std::condition_variable _ended;
   std::uint64_t _frames = 0;
