@@ -30,5 +30,6 @@ function(quor_add_test name label)
   if(arg_WINDOW OR label STREQUAL "viewer")
     list(APPEND properties RESOURCE_LOCK windows)
   endif()
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
+  # The first program of all may wait for an emulated system to start.
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
 endfunction()

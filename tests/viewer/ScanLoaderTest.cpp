@@ -180,6 +180,7 @@ TEST_F(ScanLoaderTest, recordsBeyondFourGibibytesArrive) {
 }
 
 TEST_F(ScanLoaderTest, aFileCutWhileItLoadsIsToldWithItsByteAndTheOtherScansGoOn) {
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
   const std::vector<LasFilePoint> points = manyPoints(700000);
   load({write("cut.las", points), write("whole.las", manyPoints(50))});
   holdUp();
@@ -197,6 +198,7 @@ TEST_F(ScanLoaderTest, aFileCutWhileItLoadsIsToldWithItsByteAndTheOtherScansGoOn
 }
 
 TEST_F(ScanLoaderTest, aFileEmptiedWhileItLoadsLeavesTheLoaderAlive) {
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
   load({write("gone.las", manyPoints(300000))});
   holdUp();
   _loader->start();

@@ -1,10 +1,12 @@
 #include "ViewerFixture.h"
+#include "support/platform/Platform.h"
 
 #include <gmock/gmock.h>
 
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 
 namespace {
 
@@ -171,6 +173,7 @@ TEST_F(ViewerTest, severalFilesAppearInTheirCommonFrame) {
 }
 
 TEST_F(ViewerTest, aFileCutWhileItLoadsIsNamedWithTheByteAndTheViewerLivesOn) {
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
   constexpr std::uintmax_t kEnd = 20000007;
   writeHollowLasFile(path("cut.las"), kLongPoints);
   start({"--verbose", "--memory", "0.1", path("cut.las")});
@@ -276,7 +279,8 @@ TEST_F(ViewerTest, helpAndVersionEndWithSuccess) {
   EXPECT_THAT(_viewer->output(), HasSubstr("--colour-by"));
   start({"--version"});
   EXPECT_EQ(_viewer->exitStatus(), 0);
-  EXPECT_THAT(_viewer->output(), testing::MatchesRegex("quor_viewer [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+  const std::regex nameAndVersion("quor_viewer [0-9]+\\.[0-9]+\\.[0-9]+\n");
+  EXPECT_TRUE(std::regex_match(_viewer->output(), nameAndVersion)) << _viewer->output();
 }
 
 TEST_F(ViewerTest, aPictureOnRequestHasTheWindowsSize) {

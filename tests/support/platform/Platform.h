@@ -108,6 +108,9 @@ class LossyView {
   std::size_t _bytes = 0;
 };
 
+/// Whether a file that is mapped can be made shorter, or its name given to another.
+bool mappedFilesMayChange();
+
 /// Whether a process with this status, as a death test has it, was ended by touching lost bytes.
 bool wasEndedByALostPage(int status);
 

@@ -147,6 +147,10 @@ void LossyView::loseAllBehind(std::int64_t bytes) {
   std::filesystem::resize_file(_path, static_cast<std::uintmax_t>(bytes));
 }
 
+bool mappedFilesMayChange() {
+  return true;
+}
+
 bool wasEndedByALostPage(int status) {
   return WIFSIGNALED(status) && WTERMSIG(status) == SIGBUS;
 }

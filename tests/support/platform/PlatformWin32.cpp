@@ -240,6 +240,10 @@ void LossyView::loseAllBehind(std::int64_t bytes) {
   }
 }
 
+bool mappedFilesMayChange() {
+  return false;
+}
+
 bool wasEndedByALostPage(int status) {
   return static_cast<DWORD>(status) == static_cast<DWORD>(EXCEPTION_ACCESS_VIOLATION);
 }
