@@ -9,6 +9,7 @@
 #include <fstream>
 #include <random>
 #include <string>
+#include <system_error>
 #include <vector>
 
 /// Scans written byte by byte, by the published layout and independently of the code that reads them.
@@ -58,7 +59,15 @@ class Folder {
     std::filesystem::remove_all(_path);
     std::filesystem::create_directories(_path);
   }
-  ~Folder() { std::filesystem::remove_all(_path); }
+  // Some systems keep a file as long as nobody may write to it, or as it is open: the file manager has its files open
+  // to the end of the process, and what it has then stays in the temporary folder.
+  ~Folder() {
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(_path, error)) {
+      std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_all, error);
+    }
+    std::filesystem::remove_all(_path, error);
+  }
   Folder(const Folder&) = delete;
   Folder& operator=(const Folder&) = delete;
 

@@ -542,7 +542,9 @@ TEST_F(ScanReaderTest, aMissingFileAFolderAndAPipeAreRefused) {
   EXPECT_EQ(refusalOf(_folder.path("none.las")), _folder.path("none.las") + ": there is no such file");
   std::filesystem::create_directory(_folder.path("folder.las"));
   EXPECT_EQ(refusalOf(_folder.path("folder.las")), _folder.path("folder.las") + ": this is a folder, not a scan");
-  EXPECT_THAT(refusalOf("/dev/null"), StartsWith("/dev/null: this is not a regular file"));
+  if (std::filesystem::exists("/dev/null")) {
+    EXPECT_THAT(refusalOf("/dev/null"), StartsWith("/dev/null: this is not a regular file"));
+  }
   EXPECT_THAT(refusalOf(""), HasSubstr("there is no such file"));
 }
 
