@@ -2,7 +2,6 @@
 #include "SceneFixture.h"
 
 #include <osg/BufferObject>
-#include <osg/ContextData>
 #include <osg/GLExtensions>
 #include <osg/NodeVisitor>
 #include <osg/observer_ptr>

@@ -231,6 +231,7 @@ TEST_F(ScanLoaderTest, aFileWhoseNameGoesAwayStillLoads) {
 }
 
 TEST_F(ScanLoaderTest, aFileWhoseNameIsGivenToAnotherStillLoads) {
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
   const std::vector<LasFilePoint> points = manyPoints(1000);
   load({write("scan.las", points)});
   holdUp();
@@ -244,6 +245,7 @@ TEST_F(ScanLoaderTest, aFileWhoseNameIsGivenToAnotherStillLoads) {
 }
 
 TEST_F(ScanLoaderTest, aScanAddedUnderTheNameOfOneThatStillLoadsLeavesThatOneAlone) {
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
   const std::vector<LasFilePoint> points = manyPoints(300000);
   const std::vector<LasFilePoint> others(400, LasFilePoint{-1000, -2000, -3000, 4, 5});
   load({write("scan.las", points)});
@@ -261,6 +263,7 @@ TEST_F(ScanLoaderTest, aScanAddedUnderTheNameOfOneThatStillLoadsLeavesThatOneAlo
 }
 
 TEST_F(ScanLoaderTest, aFileShortenedWhileItLoadsAndAddedAgainIsReadToItsNewEndByBoth) {
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
   std::vector<LasFilePoint> points = manyPoints(700000);
   load({write("scan.las", points)});
   holdUp();

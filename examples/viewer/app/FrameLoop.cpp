@@ -41,7 +41,9 @@ class FrameLoop::FrameEnd : public osg::GraphicsOperation {
 
   void operator()(osg::GraphicsContext* context) override {
     const unsigned int contextId = context->getState()->getContextID();
-    if (_buffers == nullptr) _buffers = &bufferManagerOf(contextId);
+    if (_buffers == nullptr) {
+      _buffers = &bufferManagerOf(contextId);
+    }
     osg::flushAllDeletedGLObjects(contextId);
     _note(Buffers::bytesIn(*_buffers));
   }

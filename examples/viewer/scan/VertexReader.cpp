@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -41,15 +42,25 @@ osg::Vec4ub colourAt(const osg::Array* colours, std::size_t index) {
   return {255, 255, 255, 255};
 }
 
+// The double next to it, which `pow` does not give everywhere: powers up to the 22nd are exact, and so is the rounding
+// of one division.
+double powerOfTen(int exponent) {
+  double power = 1;
+  for (int factor = 0; factor < std::abs(exponent); ++factor) {
+    power *= 10;
+  }
+  return exponent < 0 ? 1 / power : power;
+}
+
 /// The finest power of ten whose multiples an integer of 32 bits can count up to `reach`.
 double gridStep(double reach) {
   constexpr double most = std::numeric_limits<std::int32_t>::max();
   if (reach == 0) {
     return 1;
   }
-  const double exponent = std::ceil(std::log10(reach / most));
-  const double step = std::pow(10.0, exponent);
-  return std::round(reach / step) <= most ? step : std::pow(10.0, exponent + 1);
+  const int exponent = static_cast<int>(std::ceil(std::log10(reach / most)));
+  const double step = powerOfTen(exponent);
+  return std::round(reach / step) <= most ? step : powerOfTen(exponent + 1);
 }
 
 std::int32_t stepsIn(double distance, double step) {
