@@ -181,6 +181,23 @@ TEST_F(ScansViewerTest, whatTheUserIsToldIsInTheLogAsWell) {
   }
 }
 
+TEST_F(ScansViewerTest, whatTheEngineHasToSayOfItselfIsInTheLogAsWell) {
+  setEnvironment("OSG_NOTIFY_LEVEL", "INFO");
+  start({"--gpu"});
+  EXPECT_EQ(_viewer->exitStatus(), 0);
+  setEnvironment("OSG_NOTIFY_LEVEL", nullptr);
+  const std::string written = log();
+  std::istringstream output(_viewer->output());
+  int said = 0;
+  for (std::string line; std::getline(output, line);) {
+    if (line.rfind("GraphicsContext::close", 0) == 0) {
+      ++said;
+      EXPECT_THAT(written, HasSubstr(line));
+    }
+  }
+  EXPECT_GT(said, 0);
+}
+
 TEST_F(ScansViewerTest, theLogBeginsWithTheGpuAndTellsWhereEachScanIs) {
   start({"--gpu"});
   ASSERT_EQ(_viewer->exitStatus(), 0);

@@ -2,6 +2,8 @@
 
 #include <QuorOsgUtils/LogFile.h>
 
+#include <osg/Notify>
+
 #include <iostream>
 
 namespace QuorViewer {
@@ -15,6 +17,20 @@ QuorOsgUtils::LogFile& log() {
 void writeLine(const std::string& line) {
   std::cout << line << std::endl;
 }
+
+class LoggedNotices : public osg::StandardNotifyHandler {
+ public:
+  void notify(osg::NotifySeverity severity, const char* message) override {
+    osg::StandardNotifyHandler::notify(severity, message);
+    std::string text = message;
+    text.erase(text.find_last_not_of("\r\n") + 1);
+    if (severity <= osg::WARN) {
+      log().error(text.c_str());
+    } else {
+      log().debug(text.c_str());
+    }
+  }
+};
 
 }  // namespace
 
@@ -50,6 +66,10 @@ void Messages::complain(const std::string& error) {
 void complainOnTerminal(const std::string& error) {
   log().error(error.c_str());
   std::cerr << "quor_viewer: " << error << std::endl;
+}
+
+void logEngineNotices() {
+  osg::setNotifyHandler(new LoggedNotices);
 }
 
 }  // namespace QuorViewer

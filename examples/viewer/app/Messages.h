@@ -33,4 +33,7 @@ class Messages {
 /// On the standard error stream and in the log: where there is no window, or where the status bar says more.
 void complainOnTerminal(const std::string& error);
 
+/// From now on what the engine itself has to say on the terminal is in the log, too. Any thread may cause it.
+void logEngineNotices();
+
 }  // namespace QuorViewer

@@ -26,6 +26,7 @@ int tellGpu() {
 
 int main(int argc, char** argv) {
   using namespace QuorViewer;
+  logEngineNotices();
   try {
     const Arguments arguments = parseArguments(std::vector<std::string>(argv + 1, argv + argc));
     if (arguments.help) {
