@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 namespace {
@@ -47,6 +48,19 @@ class ScansViewerTest : public ViewerFixture {
     return text.str();
   }
 };
+
+TEST_F(ScansViewerTest, aScanAndAPictureNamedInTheUsersLettersAreReadAndWritten) {
+  const std::optional<std::string> chinese = inUsersEncoding("点云");
+  const std::optional<std::string> stem = chinese ? chinese : inUsersEncoding("caf\xC3\xA9");
+  ASSERT_TRUE(stem.has_value()) << "this user's encoding has neither Chinese nor French";
+  const std::string scan = _folder.string() + "/" + *stem + ".las";
+  const std::string picture = _folder.string() + "/" + *stem + ".png";
+  writeLasFile(scan, gridPoints(), kOffsetX, kOffsetY);
+  start({"--verbose", "--size", "320x200", "--screenshot", picture, scan});
+  EXPECT_EQ(_viewer->waitForLine("loaded"), "loaded 49 points") << _viewer->output();
+  EXPECT_EQ(_viewer->exitStatus(), 0) << _viewer->output();
+  EXPECT_TRUE(std::filesystem::exists(placeOf(picture)));
+}
 
 TEST_F(ScansViewerTest, theScanUnderThePointerIsClosedAndTheViewStays) {
   showTwoGrids();

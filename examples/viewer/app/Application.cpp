@@ -447,7 +447,7 @@ void Application::_reportScreenshot() {
   if (_screenshotCount == 0 || !_screenshot.captured()) {
     return;
   }
-  const std::string path = std::filesystem::absolute(_screenshotPath).string();
+  const std::string path = nameOf(std::filesystem::absolute(_screenshotPath));
   const std::string message = (_screenshot.finish() ? "Picture written to " : "This file cannot be written: ") + path;
   _messages.show(message);
   _messages.say(message);

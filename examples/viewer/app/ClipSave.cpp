@@ -1,6 +1,7 @@
 #include "ClipSave.h"
 
 #include "Format.h"
+#include "platform/Platform.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -11,12 +12,12 @@ namespace {
 
 // The first free one of town_inside.las, town_inside_2.las, …
 std::string freePathFor(const std::string& scanPath) {
-  const std::string stem = std::filesystem::path(scanPath).stem().string() + "_inside";
+  const std::string stem = nameOf(std::filesystem::path(scanPath).stem()) + "_inside";
   std::string path = stem + ".las";
   for (int number = 2; std::filesystem::exists(path); ++number) {
     path = stem + "_" + std::to_string(number) + ".las";
   }
-  return std::filesystem::absolute(path).string();
+  return nameOf(std::filesystem::absolute(path));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "ScanSet.h"
 
+#include "platform/Platform.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <numeric>
@@ -47,7 +49,7 @@ bool ScanSet::anyHas(bool ScanInfo::*property) const {
 }
 
 std::string fileName(const std::string& path) {
-  return std::filesystem::path(path).filename().string();
+  return nameOf(std::filesystem::path(path).filename());
 }
 
 }  // namespace QuorViewer

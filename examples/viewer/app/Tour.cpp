@@ -2,6 +2,7 @@
 
 #include "Format.h"
 #include "Messages.h"
+#include "platform/Platform.h"
 
 #include <osg/Viewport>
 #include <osgViewer/GraphicsWindow>
@@ -123,13 +124,13 @@ bool Tour::run(const std::string& folder) {
   for (std::size_t index = 0; index < kSteps.size() && !_host.viewer.done(); ++index) {
     const std::string picture = pictureName(index + 1, kSteps[index].name);
     _perform(kSteps[index]);
-    if (!_takePicture((std::filesystem::path(folder) / picture).string())) {
+    if (!_takePicture(nameOf(std::filesystem::path(folder) / picture))) {
       complainOnTerminal(std::string("the picture ").append(picture).append(" cannot be written in ").append(folder));
       return false;
     }
     records += (index > 0 ? ",\n" : "") + _record(kSteps[index], picture);
   }
-  const std::string path = (std::filesystem::path(folder) / "tour.json").string();
+  const std::string path = nameOf(std::filesystem::path(folder) / "tour.json");
   std::ofstream file(path);
   file << "{\n  \"window\": " << jsonArray(_windowSize(), 2, 0) << ",\n  \"points\": " << _host.scans.pointCount()
        << ",\n  \"steps\": [\n"

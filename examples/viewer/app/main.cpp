@@ -3,6 +3,7 @@
 #include "Gpu.h"
 #include "Messages.h"
 #include "Window.h"
+#include "platform/Platform.h"
 
 #include <QuorOsgUtils/Version.h>
 
@@ -27,6 +28,7 @@ int tellGpu() {
 int main(int argc, char** argv) {
   using namespace QuorViewer;
   logEngineNotices();
+  readNamesInUsersEncoding();
   try {
     const Arguments arguments = parseArguments(std::vector<std::string>(argv + 1, argv + argc));
     if (arguments.help) {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <string>
 
 namespace QuorViewer {
 
@@ -22,6 +23,12 @@ std::uint64_t machineMemoryBytes();
 std::uint64_t processMemoryBytes();
 /// Gives memory back to the system that was freed and only kept for later.
 void returnFreeMemory();
+
+/// Names of files are text in the user's own encoding: so the command line gives them, and so the library and the
+/// engine take them. From now on the standard library reads them so, too. To be called before it meets the first one.
+void readNamesInUsersEncoding();
+/// The name of a place in that encoding. Letters that it does not have become question marks.
+std::string nameOf(const std::filesystem::path& place);
 
 /// Where the program that runs stands.
 std::filesystem::path programFolder();

@@ -80,6 +80,13 @@ void returnFreeMemory() {
   malloc_trim(0);
 }
 
+// Names are bytes here, whatever they mean.
+void readNamesInUsersEncoding() {}
+
+std::string nameOf(const std::filesystem::path& place) {
+  return place.string();
+}
+
 std::filesystem::path programFolder() {
   std::error_code ignored;
   return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();

@@ -5,6 +5,7 @@
 #include <io.h>
 #include <psapi.h>
 
+#include <clocale>
 #include <cstdio>
 #include <string>
 
@@ -69,6 +70,21 @@ std::uint64_t processMemoryBytes() {
 
 void returnFreeMemory() {
   ::HeapCompact(::GetProcessHeap(), 0);
+}
+
+void readNamesInUsersEncoding() {
+  std::setlocale(LC_CTYPE, "");
+}
+
+// Not by the standard library, of which some write UTF-8 whatever they read.
+std::string nameOf(const std::filesystem::path& place) {
+  const std::wstring& wide = place.native();
+  constexpr std::size_t kMostBytesPerUnit = 4;
+  std::string name(kMostBytesPerUnit * wide.size(), '\0');
+  const int bytes = ::WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), name.data(),
+                                          static_cast<int>(name.size()), nullptr, nullptr);
+  name.resize(static_cast<std::size_t>(bytes));
+  return name;
 }
 
 std::filesystem::path programFolder() {
