@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <thread>
 
 namespace QuorTests {
@@ -71,6 +72,8 @@ bool ChildProgram::readSome(std::string& output, std::chrono::milliseconds limit
 }
 
 std::optional<int> ChildProgram::status() {
+  constexpr int kNeverStarted = 127;
+  if (_data->process == nullptr) return kNeverStarted;
   if (::WaitForSingleObject(_data->process, 0) == WAIT_TIMEOUT) return std::nullopt;
   constexpr DWORD kFault = 0xC0000000;
   DWORD status = 0;

@@ -39,8 +39,11 @@ std::wstring widened(const std::string& text, UINT codePage) {
 std::optional<std::string> encoded(const std::wstring& wide, UINT codePage) {
   std::string text(4 * wide.size(), '\0');
   BOOL missing = FALSE;
-  const int bytes = ::WideCharToMultiByte(codePage, WC_NO_BEST_FIT_CHARS, wide.data(), static_cast<int>(wide.size()),
-                                          text.data(), static_cast<int>(text.size()), nullptr, &missing);
+  // UTF-8, which may be the user's encoding, has every letter, and must not be asked whether one is missing.
+  const bool isUtf8 = (codePage == CP_ACP ? ::GetACP() : codePage) == CP_UTF8;
+  const int bytes =
+      ::WideCharToMultiByte(codePage, isUtf8 ? 0 : WC_NO_BEST_FIT_CHARS, wide.data(), static_cast<int>(wide.size()),
+                            text.data(), static_cast<int>(text.size()), nullptr, isUtf8 ? nullptr : &missing);
   text.resize(static_cast<std::size_t>(bytes));
   return missing == FALSE ? std::optional<std::string>(text) : std::nullopt;
 }
