@@ -39,9 +39,10 @@ DWORD lowerHalf(std::int64_t value) {
 }  // namespace
 
 std::uint32_t FileMapping::open(const std::string& path) {
-  const HANDLE file =
-      ::CreateFileW(widened(path).data(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  // Lives until the reason has been read, which giving its memory back might change.
+  const std::vector<wchar_t> widePath = widened(path);
+  const HANDLE file = ::CreateFileW(widePath.data(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   const std::uint32_t error = file == INVALID_HANDLE_VALUE ? ::GetLastError() : 0;
   LARGE_INTEGER size{};
   ::GetFileSizeEx(file, &size);
