@@ -34,18 +34,33 @@ prepare_wine() {
   [ -e "$WINEPREFIX/complete" ] && return
   printf '%s: preparing %s\n' "${0##*/}" "$WINEPREFIX"
   rm -rf "$WINEPREFIX"
-  quietly env DISPLAY= wineboot --init
+  quietly env DISPLAY= wineboot --init || fail "wine could not prepare $WINEPREFIX"
   quietly env DISPLAY= wine winecfg -v win10
   quietly env DISPLAY= wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f
   touch "$WINEPREFIX/complete"
 }
 
-# The scene graph's windows ask for the display by number, and know the first one only.
-on_display() { xvfb-run -a -n 0 -s '-screen 0 1920x1200x24 -noreset -nolisten tcp' "$@"; }
+# A lock outlives a display that was killed; the process that it names does not.
+first_display_is_in_use() {
+  local holder
+  read -r holder 2>/dev/null </tmp/.X0-lock && [ -e "/proc/$holder" ]
+}
+
+# The scene graph's windows ask for the display by number, and know the first one only. A virtual display that has just
+# been ended may need a moment to give its number back.
+on_display() {
+  local attempt
+  for attempt in {1..50}; do
+    first_display_is_in_use || break
+    sleep 0.2
+  done
+  ! first_display_is_in_use || fail "the display :0 is in use, which the windows of the tests need"
+  xvfb-run -n 0 -s '-screen 0 1920x1200x24 -noreset -nolisten tcp' "$@"
+}
 
 run_tests() {
   start_wine
-  on_display ctest --test-dir build/windows --output-on-failure --parallel "$(nproc)" "$@"
+  on_display ctest --test-dir build/windows --output-on-failure --parallel "$(nproc)" --no-tests=error "$@"
 }
 
 # The tour's pictures as this system has them, for the test that compares.
@@ -60,11 +75,12 @@ make_pictures() {
 # The zip unpacked elsewhere, without any folder of this checkout to find DLLs in.
 try_zip() {
   local place zip
+  rm -f build/windows/*.zip
   (cd build/windows && cpack >/dev/null)
   zip=$(ls "$PWD"/build/windows/*.zip)
   place=$(mktemp -d)
   unzip -q "$zip" -d "$place"
-  (cd "$place" && quietly on_display env -u WINEPATH wine "$(find . -name quor_viewer.exe)" --size 480x270 --screenshot picture.png) ||
+  (cd "$place" && quietly on_display timeout 300 env -u WINEPATH wine "$(find . -name quor_viewer.exe)" --size 480x270 --screenshot picture.png) ||
     fail "the viewer in $zip does not run"
   [ -s "$place/picture.png" ] || fail "the viewer in $zip makes no picture"
   rm -rf "$place"
@@ -82,7 +98,15 @@ run_tests "$@"
 
 # As a Chinese Windows has it: names of files in code page 936.
 locales=$PWD/build/windows-locales
-[ -d "$locales" ] || { mkdir -p "$locales" && quietly localedef -i zh_CN -f UTF-8 "$locales/zh_CN.UTF-8"; }
+mkdir -p "$locales"
+quietly localedef -i zh_CN -f UTF-8 "$locales/zh_CN.UTF-8" || fail "the Chinese locale could not be made"
 printf '%s: once more with code page 936\n' "${0##*/}"
-export LOCPATH=$locales LC_ALL=zh_CN.UTF-8
-run_tests -R '^(File(Cmd|Manager|Ptr)|LogFile)' --no-tests=ignore "$@"
+export LOCPATH=$locales QUOR_WINDOWS_LOCALE=zh_CN.UTF-8 LC_ALL=zh_CN.UTF-8
+chinese_tests='^(File(Cmd|Manager|Ptr)|LogFile|ScansViewerTest\.aScanAndAPictureNamed)'
+if [ $# -gt 0 ]; then
+  run_tests -R "$chinese_tests" --no-tests=ignore "$@"
+else
+  run_tests -R "$chinese_tests"
+  # Those of Chinese names skip themselves where there is no such letter, and here there must be.
+  ! grep -q 'encoding has no Chinese' build/windows/Testing/Temporary/LastTest.log || fail "wine has not taken code page 936"
+fi

@@ -66,11 +66,15 @@ build_openscenegraph() {
 # fetch SOURCE_PACKAGE FOLDER: with the distribution's patches. A machine's package sources seldom list sources, so apt
 # gets a configuration of its own with the same mirror.
 fetch() {
-  local apt=$2/apt release
+  local apt=$2/apt release mirror
   release=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
+  mirror=$(mirror_of "$release")
+  # A system without package lists does not know its mirror yet.
+  [ -n "$mirror" ] || { refresh && mirror=$(mirror_of "$release"); }
+  [ -n "$mirror" ] || fail "this machine has no mirror of Debian's $release, from which the sources could come"
   mkdir -p "$apt/lists/partial" "$apt/archives/partial"
   printf 'deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] %s %s main\n' \
-    "$(mirror_of "$release")" "$release" >"$apt/sources.list"
+    "$mirror" "$release" >"$apt/sources.list"
   printf '%s;\n' "Dir::Etc::sourcelist \"$apt/sources.list\"" 'Dir::Etc::sourceparts "/dev/null"' \
     "Dir::State::lists \"$apt/lists\"" "Dir::Cache \"$apt\"" 'APT::Sandbox::User "root"' >"$apt/apt.conf"
   cd "$2"

@@ -2,10 +2,14 @@
 windows_cache=${QUOR_WINDOWS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/quor_osg_utils/windows}
 triple=x86_64-w64-mingw32
 
-# Wine's own folder, with its registry: the tests of one checkout do not meet those of another.
-export WINEPREFIX=${WINEPREFIX:-$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)/build/windows-wine}
+# Wine's own folder, with its registry: the tests of one checkout do not meet those of another. Never the user's own, since
+# this one is made and removed as needed.
+WINEPREFIX=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)/build/windows-wine
+export WINEPREFIX
+unset WINEARCH
 export WINEDEBUG=${WINEDEBUG:--all}
 # Without it a crash would start a debugger, which waits for someone.
 export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-winedbg.exe=}
-# Without UTF-8 no name beyond ASCII reaches the file system.
-export LC_ALL=${LC_ALL:-C.UTF-8}
+# Without UTF-8 no name beyond ASCII reaches the file system; and the locale decides on the code page, so whatever this
+# system's user has does not count.
+export LC_ALL=${QUOR_WINDOWS_LOCALE:-C.UTF-8}
