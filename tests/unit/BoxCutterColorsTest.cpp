@@ -11,9 +11,10 @@ using namespace QuorTests;
 class BoxCutterColorsTest : public ExposedBoxTest {
  protected:
   using Setter = void (QuorOsgUtils::BoxCutterDragger::*)(osg::Vec4f);
-  static constexpr std::array<Setter, 3> kAxisSetters = {&QuorOsgUtils::BoxCutterDragger::setXColor,
-                                                         &QuorOsgUtils::BoxCutterDragger::setYColor,
-                                                         &QuorOsgUtils::BoxCutterDragger::setZColor};
+  // Where they come from a DLL, their addresses are known only at run time.
+  const std::array<Setter, 3> kAxisSetters = {&QuorOsgUtils::BoxCutterDragger::setXColor,
+                                              &QuorOsgUtils::BoxCutterDragger::setYColor,
+                                              &QuorOsgUtils::BoxCutterDragger::setZColor};
 
   void expectAxisColor(std::size_t number, const osg::Vec4f& color) const {
     EXPECT_EQ(_cutter->_faces[2 * number].cone->getColor(), color);

@@ -29,12 +29,15 @@ bool isOther(const unsigned char* a, const unsigned char* b) {
 /// The share of pixels that differ; all of them where there are no two pictures of one size.
 double shareOfOthers(const osg::Image* a, const osg::Image* b) {
   if (a == nullptr || b == nullptr || a->s() != b->s() || a->t() != b->t()) return 1.0;
-  int others = 0;
-  for (int row = 0; row < a->t(); ++row) {
-    for (int column = 0; column < a->s(); ++column)
+  const auto width = static_cast<unsigned int>(a->s());
+  const auto height = static_cast<unsigned int>(a->t());
+  unsigned int others = 0;
+  for (unsigned int row = 0; row < height; ++row) {
+    for (unsigned int column = 0; column < width; ++column) {
       others += isOther(a->data(column, row), b->data(column, row)) ? 1 : 0;
+    }
   }
-  return static_cast<double>(others) / (a->s() * a->t());
+  return static_cast<double>(others) / (width * height);
 }
 
 using PicturesViewerTest = ViewerFixture;

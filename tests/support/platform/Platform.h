@@ -86,7 +86,7 @@ class FileSizeLimit {
   static bool isToBeHad();
 
  private:
-  std::uint64_t _before = 0;
+  [[maybe_unused]] std::uint64_t _before = 0;
 };
 
 /// A file's bytes, mapped for reading, of which some may be lost while they are mapped, as when the file is shortened
