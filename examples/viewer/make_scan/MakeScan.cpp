@@ -3,6 +3,7 @@
 #include "RecordEncoder.h"
 #include "scan/LasWriter.h"
 
+#include <algorithm>
 #include <deque>
 #include <filesystem>
 #include <future>
@@ -10,6 +11,7 @@
 #include <ostream>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace QuorViewer {
 
@@ -47,23 +49,44 @@ std::optional<std::uint64_t> cutLength(const Options& options, const LasHeader& 
   return options.cutAtByte;
 }
 
-// Blocks are computed beside each other and written in their order; only a few are in memory at any time.
+using Blocks = std::vector<Block>::const_iterator;
+
+// The end of the blocks, beginning with `first`, that one thread computes: of a small scan one sector's few points take
+// less time than the start of a thread.
+Blocks endOfTask(Blocks first, Blocks end) {
+  constexpr std::uint32_t kPointsEnough = 65536;
+  for (std::uint32_t points = 0; first != end && points < kPointsEnough; ++first) points += first->count;
+  return first;
+}
+
+using Records = std::vector<unsigned char>;
+
+// Tasks are computed beside each other and written in their order; only a few are in memory at any time.
 void writePoints(const Options& options, const LasHeader& header, LasWriter& writer, const Progress& progress) {
   const Town town;
   const Scanner scanner(town, options.survey);
+  const auto encode = [&](Blocks first, Blocks end) {
+    Records records;
+    std::for_each(first, end, [&](const Block& block) {
+      const Records further = encodeBlock(scanner, block, options, header);
+      records.insert(records.end(), further.begin(), further.end());
+    });
+    return records;
+  };
   const std::vector<Block> blocks = planBlocks(scanner, *options.points);
   const std::size_t ahead = std::thread::hardware_concurrency() + 1U;
-  std::deque<std::future<std::vector<unsigned char>>> pending;
-  std::size_t started = 0;
-  for (const Block& block : blocks) {
-    for (; started < blocks.size() && pending.size() < ahead; ++started) {
-      pending.push_back(std::async(
-          std::launch::async, [&, next = blocks[started]] { return encodeBlock(scanner, next, options, header); }));
+  std::deque<std::future<Records>> pending;
+  std::uint64_t written = 0;
+  for (Blocks next = blocks.begin(); next != blocks.end() || !pending.empty();) {
+    while (next != blocks.end() && pending.size() < ahead) {
+      const Blocks first = std::exchange(next, endOfTask(next, blocks.end()));
+      pending.push_back(std::async(std::launch::async, encode, first, next));
     }
-    const std::vector<unsigned char> records = pending.front().get();
+    const Records records = pending.front().get();
     pending.pop_front();
-    writer.append(records.data(), block.count);
-    progress(block.firstPoint + block.count, *options.points);
+    const std::size_t count = records.size() / header.recordLengthBytes;
+    writer.append(records.data(), count);
+    progress(written += count, *options.points);
   }
 }
 
