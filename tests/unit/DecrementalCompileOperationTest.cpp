@@ -7,8 +7,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <memory>
+#include <mutex>
 #include <random>
 #include <string>
 #include <thread>
@@ -553,16 +555,25 @@ class Narrows {
   std::atomic<bool> _met{false};
 };
 
+/// Each run goes by a copy of the pending requests: a request is held by these two and by the list.
+void waitUntilHeldByBothRuns(const DeleteSet& set) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (set.referenceCount() < 3 && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+}
+
 }  // namespace
 
 TEST_F(DecrementalCompileOperationTest, twoContextsThatRunAtOnceDetachAndDestroyOneAfterTheOther) {
   struct SlowGroup : osg::Group {
     explicit SlowGroup(Narrows& passed) : narrows(passed) {}
     bool removeChild(osg::Node* node) override {
+      std::call_once(begun, [this] { waitUntilHeldByBothRuns(*last); });
       narrows.pass();
       return osg::Group::removeChild(node);
     }
     Narrows& narrows;
+    const DeleteSet* last = nullptr;
+    std::once_flag begun;
   };
   constexpr int kSets = 30;
   Narrows narrows;
@@ -572,7 +583,9 @@ TEST_F(DecrementalCompileOperationTest, twoContextsThatRunAtOnceDetachAndDestroy
   for (int i = 0; i < kSets; ++i) {
     auto* const node = new Counted([&narrows] { narrows.pass(); });
     group->addChild(node);
-    _operation->add(toldSet(group, node, [&turns](DeleteSet*) { ++turns; }));
+    const osg::ref_ptr<DeleteSet> set = toldSet(group, node, [&turns](DeleteSet*) { ++turns; });
+    group->last = set;
+    _operation->add(set);
   }
   {
     ContextOnThread one(plainContext());
