@@ -15,7 +15,8 @@ endfunction()
 
 # quor_add_test(NAME LABEL SOURCES... [LIBRARIES ...] [WINDOW]): a GoogleTest program, each of its tests known to ctest
 # under the label. WINDOW tells that its tests open windows, as those of the label `viewer` always do: one such test at a
-# time, or a window would take pointer and keys from that of another test.
+# time, or a window would take pointer and keys from that of another test. Under an emulator, where the start of a program
+# takes longer than most tests, those of the label `unit` share one start and are known by their program.
 function(quor_add_test name label)
   cmake_parse_arguments(arg "WINDOW" "" "LIBRARIES" ${ARGN})
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
@@ -29,6 +30,11 @@ function(quor_add_test name label)
   endif()
   if(arg_WINDOW OR label STREQUAL "viewer")
     list(APPEND properties RESOURCE_LOCK windows)
+  endif()
+  if(CMAKE_CROSSCOMPILING_EMULATOR AND label STREQUAL "unit")
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES ${properties})
+    return()
   endif()
   # The first program of all may wait for an emulated system to start.
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})

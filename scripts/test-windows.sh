@@ -102,7 +102,7 @@ mkdir -p "$locales"
 quietly localedef -i zh_CN -f UTF-8 "$locales/zh_CN.UTF-8" || fail "the Chinese locale could not be made"
 printf '%s: once more with code page 936\n' "${0##*/}"
 export LOCPATH=$locales QUOR_WINDOWS_LOCALE=zh_CN.UTF-8 LC_ALL=zh_CN.UTF-8
-chinese_tests='^(File(Cmd|Manager|Ptr)|LogFile|ScansViewerTest\.aScanAndAPictureNamed)'
+chinese_tests='^(files_test|log_file_|ScansViewerTest\.aScanAndAPictureNamed)'
 if [ $# -gt 0 ]; then
   run_tests -R "$chinese_tests" --no-tests=ignore "$@"
 else
