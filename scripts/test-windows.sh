@@ -9,11 +9,19 @@ cd "$(dirname "$0")/.."
 . scripts/packages.sh
 . scripts/windows/settings.sh
 
+# What CMake has found in other folders it would go on taking from there.
+configure() {
+  local folders=build/windows/prefixes
+  [ "$(cat $folders 2>/dev/null)" = "$QUOR_WINDOWS_PREFIXES" ] || rm -f build/windows/CMakeCache.txt
+  cmake --preset windows >/dev/null || fail "CMake could not configure the preset 'windows'"
+  printf '%s\n' "$QUOR_WINDOWS_PREFIXES" >$folders
+}
+
 scripts/setup.sh test
 install_missing wine wine64 locales unzip
 QUOR_WINDOWS_PREFIXES=$(scripts/windows/dependencies.sh)
 export QUOR_WINDOWS_PREFIXES
-cmake --preset windows >/dev/null || fail "CMake could not configure the preset 'windows'"
+configure
 cmake --build --preset windows
 
 quietly() { "$@" </dev/null >/dev/null 2>&1; }
@@ -28,8 +36,9 @@ start_wine() {
   quietly wineserver --persistent
 }
 
-# Wine says it is Windows 7 unless told otherwise. And without a window manager, which no virtual display has, each window
-# would wait for one.
+# Wine says it is Windows 7 unless told otherwise. Without a window manager, which no virtual display has, each window would
+# wait for one. And programs are not told which display shows their windows: the scene graph takes it for the number of one
+# of Windows' screens.
 prepare_wine() {
   [ -e "$WINEPREFIX/complete" ] && return
   printf '%s: preparing %s\n' "${0##*/}" "$WINEPREFIX"
@@ -37,26 +46,11 @@ prepare_wine() {
   quietly env DISPLAY= wineboot --init || fail "wine could not prepare $WINEPREFIX"
   quietly env DISPLAY= wine winecfg -v win10
   quietly env DISPLAY= wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f
+  quietly env DISPLAY= wine reg add 'HKCU\Environment' /v DISPLAY /d :0 /f
   touch "$WINEPREFIX/complete"
 }
 
-# A lock outlives a display that was killed; the process that it names does not.
-first_display_is_in_use() {
-  local holder
-  read -r holder 2>/dev/null </tmp/.X0-lock && [ -e "/proc/$holder" ]
-}
-
-# The scene graph's windows ask for the display by number, and know the first one only. A virtual display that has just
-# been ended may need a moment to give its number back.
-on_display() {
-  local attempt
-  for attempt in {1..50}; do
-    first_display_is_in_use || break
-    sleep 0.2
-  done
-  ! first_display_is_in_use || fail "the display :0 is in use, which the windows of the tests need"
-  xvfb-run -n 0 -s '-screen 0 1920x1200x24 -noreset -nolisten tcp' "$@"
-}
+on_display() { xvfb-run -a -s '-screen 0 1920x1200x24 -noreset -nolisten tcp' "$@"; }
 
 run_tests() {
   start_wine
@@ -102,7 +96,7 @@ mkdir -p "$locales"
 quietly localedef -i zh_CN -f UTF-8 "$locales/zh_CN.UTF-8" || fail "the Chinese locale could not be made"
 printf '%s: once more with code page 936\n' "${0##*/}"
 export LOCPATH=$locales QUOR_WINDOWS_LOCALE=zh_CN.UTF-8 LC_ALL=zh_CN.UTF-8
-chinese_tests='^(files_test|log_file_|ScansViewerTest\.aScanAndAPictureNamed)'
+chinese_tests='^(files_test|log_file_|PlatformTest|ScansViewerTest\.aScanAndAPictureNamed)'
 if [ $# -gt 0 ]; then
   run_tests -R "$chinese_tests" --no-tests=ignore "$@"
 else

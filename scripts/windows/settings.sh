@@ -9,7 +9,7 @@ export WINEPREFIX
 unset WINEARCH
 export WINEDEBUG=${WINEDEBUG:--all}
 # Without it a crash would start a debugger, which waits for someone.
-export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-winedbg.exe=}
+export WINEDLLOVERRIDES=winedbg.exe=
 # Without UTF-8 no name beyond ASCII reaches the file system; and the locale decides on the code page, so whatever this
 # system's user has does not count.
 export LC_ALL=${QUOR_WINDOWS_LOCALE:-C.UTF-8}
