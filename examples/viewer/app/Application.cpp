@@ -81,7 +81,7 @@ Application::Application(const Arguments& arguments)
       _view(*_viewer->getCamera(), _navigator),
       _picker(_scene.target.tool(), _scans),
       _station({_navigator, _view, _picker, _scans, _messages}, arguments.station),
-      _entry(new ScanEntry(_scene.hud, [this](const std::string& path) { _addScan(path); })),
+      _entry(new ScanEntry(_scene.hud, [this](const std::string& path) { _addScan(inUsersEncoding(path)); })),
       _loader(_scans, arguments.memoryBytes.value_or(defaultBudgetBytes()),
               {[this](unsigned int scan, const PointChunk& chunk) { _scene.cloud.add(scan, chunk); },
                [this](const std::string& error) { _complain(error); },

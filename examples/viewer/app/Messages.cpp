@@ -1,5 +1,7 @@
 #include "Messages.h"
 
+#include "platform/Platform.h"
+
 #include <QuorOsgUtils/LogFile.h>
 
 #include <osg/Notify>
@@ -36,12 +38,12 @@ class LoggedNotices : public osg::StandardNotifyHandler {
 
 void Messages::show(const std::string& message) {
   log().info(message.c_str());
-  _hud.setMessage(message);
+  _hud.setMessage(utf8Of(message));
 }
 
 void Messages::showProgress(const std::string& message) {
   log().debug(message.c_str());
-  _hud.setMessage(message);
+  _hud.setMessage(utf8Of(message));
 }
 
 void Messages::say(const std::string& line) {
@@ -60,7 +62,7 @@ void Messages::note(const std::string& line) {
 
 void Messages::complain(const std::string& error) {
   complainOnTerminal(error);
-  _hud.setMessage(error);
+  _hud.setMessage(utf8Of(error));
 }
 
 void complainOnTerminal(const std::string& error) {

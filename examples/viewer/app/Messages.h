@@ -6,8 +6,8 @@
 
 namespace QuorViewer {
 
-/// What the viewer tells the user: on the status bar, on the terminal, and always in the log as well. Texts in UTF-8.
-/// One thread.
+/// What the viewer tells the user: on the status bar, on the terminal, and always in the log as well. Texts in the
+/// user's encoding, as the names of files in them are. One thread.
 class Messages {
  public:
   /// `hud` outlives the messages.

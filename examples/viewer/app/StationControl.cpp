@@ -15,8 +15,8 @@ std::string coordinatesText(const osg::Vec3d& place) {
   return fixed(place.x(), kDecimals) + " " + fixed(place.y(), kDecimals) + " " + fixed(place.z(), kDecimals);
 }
 
-std::string degreesText(double degrees) {
-  return fixed(degrees, degrees < 1.0 ? 3 : 1) + "°";
+std::string fieldOfViewText(double degrees, const char* unit) {
+  return fixed(degrees, degrees < 1.0 ? 3 : 1) + unit;
 }
 
 }  // namespace
@@ -83,13 +83,13 @@ void StationControl::showFieldOfView() {
   const double degrees = _host.view.fieldOfViewDegrees();
   if (isAtStation() && std::abs(degrees - _shownField) > kSeenShare * _shownField) {
     _shownField = degrees;
-    _host.messages.show("Field of view " + degreesText(degrees));
+    _host.messages.show("Field of view " + fieldOfViewText(degrees, " degrees"));
   }
 }
 
 std::string StationControl::summary() const {
   if (isAtStation()) {
-    return "Station, " + degreesText(_host.view.fieldOfViewDegrees());
+    return "Station, " + fieldOfViewText(_host.view.fieldOfViewDegrees(), "°");
   }
   const std::string projection = _host.view.isOrthographic() ? "Orthographic" : "Perspective";
   return projection + (_host.navigator.turnsAboutPointer() ? "   ·   About the pointer" : "   ·   About the middle");

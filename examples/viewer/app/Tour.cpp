@@ -260,9 +260,9 @@ std::string Tour::_pickRecord() const {
   }
   const PickedPoint& pick = *_host.picker.latest();
   std::ostringstream record;
-  record << "{\"scan\": " << jsonString(fileName(_host.scans.info(pick.scan).path)) << ", \"point\": " << pick.point
-         << ", \"coordinates\": " << jsonVector(pick.coordinates) << ", \"classification\": " << pick.classification
-         << ", \"intensity\": " << pick.intensity << "}";
+  record << "{\"scan\": " << jsonString(utf8Of(fileName(_host.scans.info(pick.scan).path)))
+         << ", \"point\": " << pick.point << ", \"coordinates\": " << jsonVector(pick.coordinates)
+         << ", \"classification\": " << pick.classification << ", \"intensity\": " << pick.intensity << "}";
   return record.str();
 }
 

@@ -146,6 +146,7 @@ class StreamsInFile {
   int _error;
 };
 
+/// 0 where the machine, as some virtual ones, does not tell.
 std::uint64_t physicalMemoryBytes();
 int processNumber();
 /// The system's number of the calling thread.

@@ -12,8 +12,8 @@ namespace QuorViewer {
 
 /// Runs `work`, which reads mapped files. Where it touches a page that its file no longer has, because the file became
 /// shorter, or that the disk cannot deliver, the work is left on the spot and the answer is the address touched.
-/// No destructor runs on the way out: inside of `work` nothing may own anything. Any thread, each for itself; not
-/// within itself.
+/// No destructor runs on the way out: inside of `work` nothing may own anything. What it throws goes through. Any
+/// thread, each for itself; not within itself.
 std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work);
 
 /// The memory that the machine, or the container that the process runs in, has in all. Bytes; 0 where it is not told.
@@ -29,6 +29,10 @@ void returnFreeMemory();
 void readNamesInUsersEncoding();
 /// The name of a place in that encoding. Letters that it does not have become question marks.
 std::string nameOf(const std::filesystem::path& place);
+/// Such a name, or a sentence of the system with its reasons, as text for a window or for a file that others read.
+std::string utf8Of(const std::string& inUsersEncoding);
+/// And back. Letters that the user's encoding does not have become question marks.
+std::string inUsersEncoding(const std::string& utf8);
 
 /// Where the program that runs stands.
 std::filesystem::path programFolder();

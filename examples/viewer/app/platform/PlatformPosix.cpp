@@ -12,12 +12,19 @@ namespace QuorViewer {
 
 namespace {
 
+thread_local struct Guard* guardOfThread = nullptr;
+
+/// In force for its thread as long as it lives.
 struct Guard {
+  Guard() { guardOfThread = this; }
+  Guard(const Guard&) = delete;
+  Guard& operator=(const Guard&) = delete;
+  ~Guard() { guardOfThread = nullptr; }
+
   sigjmp_buf outside{};
   volatile std::uintptr_t address = 0;
 };
 
-thread_local Guard* guardOfThread = nullptr;
 struct sigaction actionBefore {};
 
 // A fault outside of guarded work is whoever's it was before: the touch is repeated under that action.
@@ -53,13 +60,8 @@ std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work) {
   static_cast<void>(installed);
   Guard guard;
   // The signal's mask is saved as well, since the jump leaves the handler without its end.
-  if (sigsetjmp(guard.outside, 1) != 0) {
-    guardOfThread = nullptr;
-    return guard.address;
-  }
-  guardOfThread = &guard;
+  if (sigsetjmp(guard.outside, 1) != 0) return guard.address;
   work();
-  guardOfThread = nullptr;
   return std::nullopt;
 }
 
@@ -85,6 +87,14 @@ void readNamesInUsersEncoding() {}
 
 std::string nameOf(const std::filesystem::path& place) {
   return place.string();
+}
+
+std::string utf8Of(const std::string& inUsersEncoding) {
+  return inUsersEncoding;
+}
+
+std::string inUsersEncoding(const std::string& utf8) {
+  return utf8;
 }
 
 std::filesystem::path programFolder() {

@@ -13,14 +13,20 @@ namespace QuorViewer {
 
 namespace {
 
-/// Where its thread stood before the guarded work, and whether and why it came back there.
+thread_local struct Guard* guardOfThread = nullptr;
+
+/// Where its thread stood before the guarded work, and whether and why it came back there. In force for the thread as
+/// long as it lives.
 struct Guard {
+  Guard() { guardOfThread = this; }
+  Guard(const Guard&) = delete;
+  Guard& operator=(const Guard&) = delete;
+  ~Guard() { guardOfThread = nullptr; }
+
   CONTEXT outside{};
   volatile bool left = false;
   volatile std::uintptr_t address = 0;
 };
-
-thread_local Guard* guardOfThread = nullptr;
 
 // A page that cannot be read in is told as such; where a mapped file has become shorter, some systems call it an access
 // violation, like any touch of what is not there.
@@ -42,17 +48,31 @@ LONG CALLBACK leaveGuardedWork(EXCEPTION_POINTERS* exception) {
   return EXCEPTION_CONTINUE_EXECUTION;
 }
 
+std::wstring widened(const std::string& text, UINT codePage) {
+  const int size = static_cast<int>(text.size());
+  std::wstring wide(text.size(), L'\0');
+  wide.resize(static_cast<std::size_t>(::MultiByteToWideChar(codePage, 0, text.data(), size, wide.data(), size)));
+  return wide;
+}
+
+std::string narrowed(const std::wstring& wide, UINT codePage) {
+  constexpr std::size_t kMostBytesPerUnit = 4;
+  std::string text(kMostBytesPerUnit * wide.size(), '\0');
+  text.resize(
+      static_cast<std::size_t>(::WideCharToMultiByte(codePage, 0, wide.data(), static_cast<int>(wide.size()),
+                                                     text.data(), static_cast<int>(text.size()), nullptr, nullptr)));
+  return text;
+}
+
 }  // namespace
 
 std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work) {
   static void* const installed = ::AddVectoredExceptionHandler(1, leaveGuardedWork);
   static_cast<void>(installed);
   Guard guard;
-  guardOfThread = &guard;
   // After a fault this call returns for a second time.
   ::RtlCaptureContext(&guard.outside);
   if (!guard.left) work();
-  guardOfThread = nullptr;
   return guard.left ? std::optional<std::uintptr_t>(guard.address) : std::nullopt;
 }
 
@@ -78,13 +98,15 @@ void readNamesInUsersEncoding() {
 
 // Not by the standard library, of which some write UTF-8 whatever they read.
 std::string nameOf(const std::filesystem::path& place) {
-  const std::wstring& wide = place.native();
-  constexpr std::size_t kMostBytesPerUnit = 4;
-  std::string name(kMostBytesPerUnit * wide.size(), '\0');
-  const int bytes = ::WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), name.data(),
-                                          static_cast<int>(name.size()), nullptr, nullptr);
-  name.resize(static_cast<std::size_t>(bytes));
-  return name;
+  return narrowed(place.native(), CP_ACP);
+}
+
+std::string utf8Of(const std::string& inUsersEncoding) {
+  return narrowed(widened(inUsersEncoding, CP_ACP), CP_UTF8);
+}
+
+std::string inUsersEncoding(const std::string& utf8) {
+  return narrowed(widened(utf8, CP_UTF8), CP_ACP);
 }
 
 std::filesystem::path programFolder() {
