@@ -13,6 +13,11 @@ foreach(name OpenThreads osg osgDB osgGA osgManipulator osgText osgUtil osgViewe
   file(GLOB dlls ${engine_folder}/*${name}.dll)
   list(APPEND runtime_dlls ${dlls})
 endforeach()
+if(LASZIP_LIBRARY)
+  get_filename_component(laszip_folder ${LASZIP_LIBRARY} DIRECTORY)
+  file(GLOB laszip_dll ${laszip_folder}/../bin/*laszip3.dll)
+  list(APPEND runtime_dlls ${laszip_dll})
+endif()
 install(FILES ${runtime_dlls} DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 set(CPACK_GENERATOR ZIP)

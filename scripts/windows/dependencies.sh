@@ -9,11 +9,13 @@ here=$(cd "$(dirname "$0")" && pwd)
 . "$here/../packages.sh"
 . "$here/settings.sh"
 
-# Name, the installed package whose version is taken, its source package ("-": the package itself is source).
+# Name, the installed package whose version is taken, its source package ("-": the package itself is source), and whether
+# its sources are taken with the distribution's patches or as their authors have them.
 dependencies=(
-  'libpng          libpng16-16            libpng1.6'
-  'freetype        libfreetype6           freetype'
-  'openscenegraph  libopenscenegraph-dev  openscenegraph'
+  'libpng          libpng16-16            libpng1.6       patched'
+  'freetype        libfreetype6           freetype        patched'
+  'openscenegraph  libopenscenegraph-dev  openscenegraph  patched'
+  'laszip          liblaszip-dev          laszip          original'
   'googletest      googletest             -'
   'plog            libplog-dev            -'
 )
@@ -37,6 +39,8 @@ build_libpng() { build_all -DPNG_SHARED=OFF -DPNG_TESTS=OFF; }
 build_freetype() {
   build_all -DFT_DISABLE_PNG=ON -DFT_DISABLE_ZLIB=ON -DFT_DISABLE_BZIP2=ON -DFT_DISABLE_BROTLI=ON -DFT_DISABLE_HARFBUZZ=ON
 }
+
+build_laszip() { build_all; }
 
 build_googletest() { build_all; }
 
@@ -63,35 +67,48 @@ build_openscenegraph() {
   for name in "${libraries[@]}" "${plugins[@]/#/osgPlugins/}"; do cmake -P "$work/src/$name/cmake_install.cmake"; done
 }
 
-# fetch SOURCE_PACKAGE FOLDER: with the distribution's patches. A machine's package sources seldom list sources, so apt
-# gets a configuration of its own with the same mirror.
-fetch() {
-  local apt=$2/apt release mirror
-  release=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
-  mirror=$(mirror_of "$release")
+own=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
+
+# A machine's package sources seldom list sources, so apt gets a configuration of its own with the same mirrors. What its
+# own release lacks comes from the successor, as the package itself did; such are taken as their authors have them.
+list_sources() {
+  local apt=$1 release mirror
   # A system without package lists does not know its mirror yet.
-  [ -n "$mirror" ] || { refresh && mirror=$(mirror_of "$release"); }
-  [ -n "$mirror" ] || fail "this machine has no mirror of Debian's $release, from which the sources could come"
+  [ -n "$(mirror_of "$own")" ] || refresh
+  [ -n "$(mirror_of "$own")" ] || fail "this machine has no mirror of Debian's $own, from which the sources could come"
   mkdir -p "$apt/lists/partial" "$apt/archives/partial"
-  printf 'deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] %s %s main\n' \
-    "$mirror" "$release" >"$apt/sources.list"
+  for release in "$own" trixie; do
+    mirror=$(mirror_of "$release")
+    [ -z "$mirror" ] ||
+      printf 'deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] %s %s main\n' "$mirror" "$release"
+  done >"$apt/sources.list"
   printf '%s;\n' "Dir::Etc::sourcelist \"$apt/sources.list\"" 'Dir::Etc::sourceparts "/dev/null"' \
     "Dir::State::lists \"$apt/lists\"" "Dir::Cache \"$apt\"" 'APT::Sandbox::User "root"' >"$apt/apt.conf"
-  cd "$2"
   APT_CONFIG=$apt/apt.conf apt-get update -qq
-  APT_CONFIG=$apt/apt.conf apt-get source -qq "$1"
-  mv "$1"-*/ source
-  cd "$here"
 }
 
-# A folder counts only with the mark that its making has come to the end.
+# fetch SOURCE_PACKAGE patched|original: into the folder `source` here.
+fetch() {
+  local apt=$windows_cache/build.apt
+  [ -e "$apt/apt.conf" ] || list_sources "$apt"
+  if [ "$2" = patched ]; then
+    APT_CONFIG=$apt/apt.conf apt-get source -qq "$1/$own"
+    mv "$1"-*/ source
+  else
+    APT_CONFIG=$apt/apt.conf apt-get source -qq --tar-only "$1"
+    mkdir source
+    tar -xf "$1"_*.orig.tar.* -C source --strip-components 1
+  fi
+}
+
+# make NAME FOLDER SOURCE_PACKAGE patched|original: a folder counts only with the mark that its making has come to the end.
 make() {
   local work source target scratch
   scratch=$(mktemp -d "$windows_cache/build.XXXXXX")
-  work=$scratch/build source=/usr/src/$1 target=$3
+  work=$scratch/build source=/usr/src/$1 target=$2
   rm -rf "$target"
-  if [ "$2" != - ]; then
-    fetch "$2" "$scratch"
+  if [ "$3" != - ]; then
+    (cd "$scratch" && fetch "$3" "$4")
     source=$scratch/source
   fi
   "build_$1"
@@ -119,13 +136,14 @@ log=
 trap tell_failure EXIT
 prefixes=
 for dependency in "${dependencies[@]}"; do
-  read -r name package source_package <<<"$dependency"
+  read -r name package origin <<<"$dependency"
   folder=$windows_cache/$name-$(version_of "$name" "$package")
   if [ ! -e "$folder/complete" ]; then
     printf '%s: building %s for Windows\n' "${0##*/}" "${folder##*/}" >&2
     log=$windows_cache/$name.log
-    make "$name" "$source_package" "$folder" >"$log" 2>&1
+    make "$name" "$folder" $origin >"$log" 2>&1
   fi
   prefixes+=${prefixes:+;}$folder
 done
+rm -rf "$windows_cache"/build.*
 printf '%s\n' "$prefixes"
