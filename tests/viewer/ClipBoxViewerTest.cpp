@@ -97,12 +97,9 @@ class ClipBoxViewerTest : public ViewerFixture {
 
   static Pixel between(Pixel from, Pixel to) { return {to.x - from.x, to.yFromTop - from.yFromTop}; }
 
-  // Drags what is at a place of the box' own frame to another one.
-  void dragHandle(const osg::Vec3d& from, const osg::Vec3d& to) {
-    const ToldBox box = toldBox();
-    const Pixel start = pixelOf(box.world(from));
-    drag(kLeft, start, between(start, pixelOf(box.world(to))));
-  }
+  // Drags what is at a place of the box' own frame to another one; where it is a handle, each move changes the box.
+  void dragHandle(const osg::Vec3d& from, const osg::Vec3d& to) { _drag(from, to, "clip size"); }
+  void dragWhereNoHandleIs(const osg::Vec3d& from, const osg::Vec3d& to) { _drag(from, to, ""); }
 
   Pixel rightCone() {
     const ToldBox box = toldBox();
@@ -130,6 +127,13 @@ class ClipBoxViewerTest : public ViewerFixture {
     const std::string line = _viewer->waitForLine(std::to_string(expected.size()) + " of 49 points written to ");
     EXPECT_THAT(line, testing::EndsWith(path(name)));
     EXPECT_EQ(pointsInLasFile(path(name)), expected);
+  }
+
+ private:
+  void _drag(const osg::Vec3d& from, const osg::Vec3d& to, const std::string& reported) {
+    const ToldBox box = toldBox();
+    const Pixel start = pixelOf(box.world(from));
+    drag(kLeft, start, between(start, pixelOf(box.world(to))), reported);
   }
 };
 
@@ -229,7 +233,7 @@ TEST_F(ClipBoxViewerTest, resetPutsTheBoxAroundEverythingAgainAndAxesShowAloneOr
   pressKey("y");
   EXPECT_THAT(_viewer->output(), HasSubstr("\nclip axes Y\n"));
   const ToldBox box = toldBox();
-  dragHandle({0.5 * box.size.x(), 0.0, 0.0}, {0.3 * box.size.x(), 0.0, 0.0});
+  dragWhereNoHandleIs({0.5 * box.size.x(), 0.0, 0.0}, {0.3 * box.size.x(), 0.0, 0.0});
   EXPECT_EQ(toldBox().size, box.size);
   pressKey("y");
   EXPECT_THAT(_viewer->output(), HasSubstr("\nclip axes XYZ\n"));

@@ -100,16 +100,7 @@ void ViewerFixture::expectClickReports(int number) {
   EXPECT_THAT(line, HasSubstr(" point " + std::to_string(number) + " of grid.las"));
 }
 
-// The left button moves no view.
-void ViewerFixture::_waitForTheMove(int button) {
-  if (button == kLeft) {
-    _viewer->settle();
-  } else {
-    EXPECT_NE(_viewer->waitForLine("view", std::chrono::seconds(20)), "");
-  }
-}
-
-void ViewerFixture::drag(int button, Pixel from, Pixel by) {
+void ViewerFixture::drag(int button, Pixel from, Pixel by, const std::string& reported) {
   constexpr int kMoves = 8;
   _viewer->movePointer(from.x, from.yFromTop);
   _viewer->settle();
@@ -117,7 +108,9 @@ void ViewerFixture::drag(int button, Pixel from, Pixel by) {
   _viewer->settle();
   for (int move = 1; move <= kMoves; ++move) {
     _viewer->movePointer(from.x + by.x * move / kMoves, from.yFromTop + by.yFromTop * move / kMoves);
-    _waitForTheMove(button);
+    if (!reported.empty()) {
+      EXPECT_NE(_viewer->waitForLine(reported, std::chrono::seconds(20)), "") << "move " << move;
+    }
   }
   _viewer->release(button);
   _viewer->settle();

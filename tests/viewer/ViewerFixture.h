@@ -53,17 +53,15 @@ class ViewerFixture : public testing::Test {
   /// The line that tells of the pick.
   std::string clickAt(const Pixel& pixel);
   void expectClickReports(int number);
-  /// Like a hand that waits for each picture: the manipulator reads the frame drawn last.
-  void drag(int button, Pixel from, Pixel by);
+  /// Like a hand that waits for each picture, told by a line that begins as `reported`: the manipulator reads the frame
+  /// drawn last. Where it is empty, a hand that does not wait, since nothing is to move.
+  void drag(int button, Pixel from, Pixel by, const std::string& reported = "view");
 
   int _width = 800;
   int _height = 600;
   std::filesystem::path _folder;
   std::vector<LasFilePoint> _points;
   std::unique_ptr<ViewerProcess> _viewer;
-
- private:
-  void _waitForTheMove(int button);
 };
 
 }  // namespace QuorTests

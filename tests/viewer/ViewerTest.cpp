@@ -98,7 +98,7 @@ TEST_F(ViewerTest, resizingTheWindowKeepsPickingRight) {
 TEST_F(ViewerTest, aLeftDragPicksNothing) {
   showGrid();
   const Pixel start = pixelOf(_points[24]);
-  drag(kLeft, start, {40, 0});
+  drag(kLeft, start, {40, 0}, "");
   EXPECT_THAT(_viewer->output(), Not(HasSubstr("picked")));
 }
 
