@@ -18,9 +18,18 @@ std::intptr_t valueOf(HANDLE handle) {
   return reinterpret_cast<std::intptr_t>(handle);
 }
 
+// UTF-8 as the user's own encoding is unknown to the older one of Windows' C libraries.
+std::vector<wchar_t> widenedFromUtf8(const std::string& path) {
+  const int bytes = static_cast<int>(path.size()) + 1;
+  std::vector<wchar_t> wide(path.size() + 1, L'\0');
+  ::MultiByteToWideChar(CP_UTF8, 0, path.c_str(), bytes, wide.data(), bytes);
+  return wide;
+}
+
 // The path comes in the user's own encoding, which the C library knows by the locale only.
 std::vector<wchar_t> widened(const std::string& path) {
   std::setlocale(LC_CTYPE, "");
+  if (::GetACP() == CP_UTF8) return widenedFromUtf8(path);
   constexpr auto kInvalid = static_cast<std::size_t>(-1);
   const std::size_t length = std::mbstowcs(nullptr, path.c_str(), 0);
   std::vector<wchar_t> wide(length == kInvalid ? 1 : length + 1, L'\0');
