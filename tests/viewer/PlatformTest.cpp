@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -104,17 +105,18 @@ TEST_F(PlatformDeathTest, aFaultAfterWorkThatThrewEndsTheProcessAsEver) {
 #endif
 }
 
-class UsersEncodingTest : public testing::TestWithParam<const char*> {};
+class UsersEncodingTest : public testing::TestWithParam<std::string> {};
 
-TEST_P(UsersEncodingTest, isToldInUtf8AndBack) {
-  const std::string utf8 = GetParam();
-  const std::optional<std::string> name = QuorTests::inUsersEncoding(utf8);
+TEST_P(UsersEncodingTest, leadsToThePlaceAndBackAndIsToldInUtf8) {
+  const std::optional<std::string> name = inUsersEncoding(GetParam());
   if (!name) GTEST_SKIP() << "the user's encoding has no such letters";
-  EXPECT_EQ(utf8Of(*name), utf8);
-  EXPECT_EQ(QuorViewer::inUsersEncoding(utf8), *name);
+  EXPECT_EQ(utf8Of(*name), GetParam());
+  const std::filesystem::path place = std::filesystem::u8path(GetParam());
+  EXPECT_EQ(QuorViewer::placeOf(*name), place);
+  EXPECT_EQ(nameOf(place), *name);
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, UsersEncodingTest, testing::Values("", "scan.las", "Gelände.las", "扫描/点云.las"));
+INSTANTIATE_TEST_SUITE_P(Names, UsersEncodingTest, testing::Values("", "scan.las", "Gelände.las", "扫描/点云.las"));
 
 TEST(MachineMemoryTest, isNoMoreThanThePhysicalMemoryAndNotNothing) {
   EXPECT_GT(machineMemoryBytes(), std::uint64_t{1} << 24U);

@@ -81,7 +81,7 @@ Application::Application(const Arguments& arguments)
       _view(*_viewer->getCamera(), _navigator),
       _picker(_scene.target.tool(), _scans),
       _station({_navigator, _view, _picker, _scans, _messages}, arguments.station),
-      _entry(new ScanEntry(_scene.hud, [this](const std::string& path) { _addScan(inUsersEncoding(path)); })),
+      _entry(new ScanEntry(_scene.hud, [this](const std::string& path) { _addScan(path); })),
       _loader(_scans, arguments.memoryBytes.value_or(defaultBudgetBytes()),
               {[this](unsigned int scan, const PointChunk& chunk) { _scene.cloud.add(scan, chunk); },
                [this](const std::string& error) { _complain(error); },
@@ -438,7 +438,7 @@ void Application::_requestScreenshot() {
   }
   do {
     _screenshotPath = "quor_viewer_" + std::to_string(++_screenshotCount) + ".png";
-  } while (std::filesystem::exists(_screenshotPath));
+  } while (std::filesystem::exists(placeOf(_screenshotPath)));
   _screenshot.request(_screenshotPath);
 }
 
@@ -447,7 +447,7 @@ void Application::_reportScreenshot() {
   if (_screenshotCount == 0 || !_screenshot.captured()) {
     return;
   }
-  const std::string path = nameOf(std::filesystem::absolute(_screenshotPath));
+  const std::string path = nameOf(std::filesystem::absolute(placeOf(_screenshotPath)));
   const std::string message = (_screenshot.finish() ? "Picture written to " : "This file cannot be written: ") + path;
   _messages.show(message);
   _messages.say(message);

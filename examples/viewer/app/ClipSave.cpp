@@ -12,12 +12,12 @@ namespace {
 
 // The first free one of town_inside.las, town_inside_2.las, …
 std::string freePathFor(const std::string& scanPath) {
-  const std::string stem = nameOf(std::filesystem::path(scanPath).stem()) + "_inside";
+  const std::string stem = nameOf(placeOf(scanPath).stem()) + "_inside";
   std::string path = stem + ".las";
-  for (int number = 2; std::filesystem::exists(path); ++number) {
+  for (int number = 2; std::filesystem::exists(placeOf(path)); ++number) {
     path = stem + "_" + std::to_string(number) + ".las";
   }
-  return nameOf(std::filesystem::absolute(path));
+  return nameOf(std::filesystem::absolute(placeOf(path)));
 }
 
 }  // namespace

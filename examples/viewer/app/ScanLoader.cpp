@@ -1,6 +1,7 @@
 #include "ScanLoader.h"
 
 #include "Format.h"
+#include "platform/Platform.h"
 
 #include <QuorOsgUtils/FileManager.h>
 #include <QuorOsgUtils/FilePtr.h>
@@ -20,7 +21,7 @@ using QuorOsgUtils::FileManager;
 
 std::uint64_t sizeOf(const std::string& path) {
   std::error_code gone;
-  const std::uintmax_t size = std::filesystem::file_size(path, gone);
+  const std::uintmax_t size = std::filesystem::file_size(placeOf(path), gone);
   return gone ? 0 : size;
 }
 

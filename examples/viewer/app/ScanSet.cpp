@@ -49,7 +49,7 @@ bool ScanSet::anyHas(bool ScanInfo::*property) const {
 }
 
 std::string fileName(const std::string& path) {
-  return nameOf(std::filesystem::path(path).filename());
+  return nameOf(placeOf(path).filename());
 }
 
 }  // namespace QuorViewer

@@ -119,18 +119,18 @@ std::string jsonVector(const osg::Vec3d& vector) {
 
 bool Tour::run(const std::string& folder) {
   std::error_code error;
-  std::filesystem::create_directories(folder, error);
+  std::filesystem::create_directories(placeOf(folder), error);
   std::string records;
   for (std::size_t index = 0; index < kSteps.size() && !_host.viewer.done(); ++index) {
     const std::string picture = pictureName(index + 1, kSteps[index].name);
     _perform(kSteps[index]);
-    if (!_takePicture(nameOf(std::filesystem::path(folder) / picture))) {
+    if (!_takePicture(nameOf(placeOf(folder) / picture))) {
       complainOnTerminal(std::string("the picture ").append(picture).append(" cannot be written in ").append(folder));
       return false;
     }
     records += (index > 0 ? ",\n" : "") + _record(kSteps[index], picture);
   }
-  const std::string path = nameOf(std::filesystem::path(folder) / "tour.json");
+  const std::string path = nameOf(placeOf(folder) / "tour.json");
   std::ofstream file(path);
   file << "{\n  \"window\": " << jsonArray(_windowSize(), 2, 0) << ",\n  \"points\": " << _host.scans.pointCount()
        << ",\n  \"steps\": [\n"

@@ -3,7 +3,6 @@
 #include "Gpu.h"
 #include "Messages.h"
 #include "Window.h"
-#include "platform/Platform.h"
 
 #include <QuorOsgUtils/Version.h>
 
@@ -28,7 +27,6 @@ int tellGpu() {
 int main(int argc, char** argv) {
   using namespace QuorViewer;
   logEngineNotices();
-  readNamesInUsersEncoding();
   try {
     const Arguments arguments = parseArguments(std::vector<std::string>(argv + 1, argv + argc));
     if (arguments.help) {

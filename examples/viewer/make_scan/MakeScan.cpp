@@ -1,6 +1,7 @@
 #include "MakeScan.h"
 
 #include "RecordEncoder.h"
+#include "platform/Platform.h"
 #include "scan/LasWriter.h"
 
 #include <algorithm>
@@ -54,8 +55,9 @@ using Blocks = std::vector<Block>::const_iterator;
 // The end of the blocks, beginning with `first`, that one thread computes: of a small scan one sector's few points take
 // less time than the start of a thread.
 Blocks endOfTask(Blocks first, Blocks end) {
-  constexpr std::uint32_t kPointsEnough = 65536;
-  for (std::uint32_t points = 0; first != end && points < kPointsEnough; ++first) points += first->count;
+  constexpr std::uint32_t kPointsMost = 65536;
+  std::uint32_t points = first->count;
+  for (++first; first != end && points + first->count <= kPointsMost; ++first) points += first->count;
   return first;
 }
 
@@ -66,8 +68,8 @@ void writePoints(const Options& options, const LasHeader& header, LasWriter& wri
   const Town town;
   const Scanner scanner(town, options.survey);
   const auto encode = [&](Blocks first, Blocks end) {
-    Records records;
-    std::for_each(first, end, [&](const Block& block) {
+    Records records = encodeBlock(scanner, *first, options, header);
+    std::for_each(first + 1, end, [&](const Block& block) {
       const Records further = encodeBlock(scanner, block, options, header);
       records.insert(records.end(), further.begin(), further.end());
     });
@@ -105,7 +107,7 @@ void makeScan(const Options& options, const Progress& progress) {
   writer.finish(withBox(writer.header(), options.headerBox));
   if (!cut) return;
   std::error_code error;
-  std::filesystem::resize_file(options.path, *cut, error);
+  std::filesystem::resize_file(placeOf(options.path), *cut, error);
   if (error) throw ScanWriteError("cannot cut " + options.path + ": " + error.message());
 }
 

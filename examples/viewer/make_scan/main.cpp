@@ -1,7 +1,6 @@
 #include "MakeScan.h"
 
 #include <chrono>
-#include <clocale>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -28,8 +27,6 @@ class ProgressLine {
 }  // namespace
 
 int main(int count, char** arguments) {
-  // The path is in the user's encoding, and where that decides on the file, the standard library has to know.
-  std::setlocale(LC_CTYPE, "");
   ProgressLine line;
   return QuorViewer::runMakeScan({arguments + 1, arguments + count}, std::cout, std::cerr,
                                  [&line](std::uint64_t done, std::uint64_t all) { line.show(done, all); });

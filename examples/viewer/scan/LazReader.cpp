@@ -5,6 +5,7 @@
 #include "LasReader.h"
 #include "LazCheck.h"
 #include "ScanSample.h"
+#include "platform/Platform.h"
 
 #include <laszip/laszip_api.h>
 
@@ -20,6 +21,15 @@ namespace {
 constexpr laszip_U32 kShownChannels = laszip_DECOMPRESS_SELECTIVE_CHANNEL_RETURNS_XY | laszip_DECOMPRESS_SELECTIVE_Z |
                                       laszip_DECOMPRESS_SELECTIVE_CLASSIFICATION |
                                       laszip_DECOMPRESS_SELECTIVE_INTENSITY | laszip_DECOMPRESS_SELECTIVE_RGB;
+
+// LASzip takes names in UTF-8 where Microsoft's compiler has built it, which then has built this as well.
+std::string nameForLaszip(const std::string& path) {
+#ifdef _MSC_VER
+  return utf8Of(path);
+#else
+  return path;
+#endif
+}
 
 struct CloseReader {
   void operator()(void* reader) const {
@@ -43,7 +53,8 @@ class LaszipReader {
     _reader.reset(created);
     laszip_decompress_selective(created, channels);
     laszip_BOOL compressed = 0;
-    _require(laszip_open_reader(created, _path.c_str(), &compressed), "the compressed scan cannot be opened");
+    _require(laszip_open_reader(created, nameForLaszip(_path).c_str(), &compressed),
+             "the compressed scan cannot be opened");
     _require(laszip_get_point_pointer(created, &_point), "the compressed scan has no points to give");
   }
 

@@ -1,5 +1,7 @@
 #include "ScanFile.h"
 
+#include "platform/Platform.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -20,7 +22,7 @@ std::string systemText(int code) {
 
 ScanFile::ScanFile(std::string path) : _path(std::move(path)) {
   std::error_code code;
-  const std::filesystem::file_status status = std::filesystem::status(_path, code);
+  const std::filesystem::file_status status = std::filesystem::status(placeOf(_path), code);
   if (!std::filesystem::exists(status)) {
     throw error("there is no such file" + (status.type() == std::filesystem::file_type::none
                                                ? " that can be reached (" + code.message() + ")"
@@ -33,11 +35,11 @@ ScanFile::ScanFile(std::string path) : _path(std::move(path)) {
     throw error("this is not a regular file, and a scan is read at many places, not in one stream");
   }
   errno = 0;
-  _stream.open(std::filesystem::path(_path), std::ios::binary);
+  _stream.open(placeOf(_path), std::ios::binary);
   if (!_stream) {
     throw error("the file cannot be opened for reading: " + systemText(errno));
   }
-  _size = std::filesystem::file_size(_path, code);
+  _size = std::filesystem::file_size(placeOf(_path), code);
   if (code) {
     throw error("the file's size cannot be told: " + code.message());
   }

@@ -83,7 +83,9 @@ void returnFreeMemory() {
 }
 
 // Names are bytes here, whatever they mean.
-void readNamesInUsersEncoding() {}
+std::filesystem::path placeOf(const std::string& name) {
+  return name;
+}
 
 std::string nameOf(const std::filesystem::path& place) {
   return place.string();
@@ -91,10 +93,6 @@ std::string nameOf(const std::filesystem::path& place) {
 
 std::string utf8Of(const std::string& inUsersEncoding) {
   return inUsersEncoding;
-}
-
-std::string inUsersEncoding(const std::string& utf8) {
-  return utf8;
 }
 
 std::filesystem::path programFolder() {

@@ -5,7 +5,6 @@
 #include <io.h>
 #include <psapi.h>
 
-#include <clocale>
 #include <cstdio>
 #include <string>
 
@@ -92,21 +91,16 @@ void returnFreeMemory() {
   ::HeapCompact(::GetProcessHeap(), 0);
 }
 
-void readNamesInUsersEncoding() {
-  std::setlocale(LC_CTYPE, "");
+std::filesystem::path placeOf(const std::string& name) {
+  return widened(name, CP_ACP);
 }
 
-// Not by the standard library, of which some write UTF-8 whatever they read.
 std::string nameOf(const std::filesystem::path& place) {
   return narrowed(place.native(), CP_ACP);
 }
 
 std::string utf8Of(const std::string& inUsersEncoding) {
   return narrowed(widened(inUsersEncoding, CP_ACP), CP_UTF8);
-}
-
-std::string inUsersEncoding(const std::string& utf8) {
-  return narrowed(widened(utf8, CP_UTF8), CP_ACP);
 }
 
 std::filesystem::path programFolder() {

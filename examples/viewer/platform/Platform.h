@@ -8,7 +8,7 @@
 
 namespace QuorViewer {
 
-/// What the viewer asks of the operating system itself; a file for each.
+/// What the viewer and quor_make_scan ask of the operating system itself; a file for each.
 
 /// Runs `work`, which reads mapped files. Where it touches a page that its file no longer has, because the file became
 /// shorter, or that the disk cannot deliver, the work is left on the spot and the answer is the address touched.
@@ -24,15 +24,13 @@ std::uint64_t processMemoryBytes();
 /// Gives memory back to the system that was freed and only kept for later.
 void returnFreeMemory();
 
-/// Names of files are text in the user's own encoding: so the command line gives them, and so the library and the
-/// engine take them. From now on the standard library reads them so, too. To be called before it meets the first one.
-void readNamesInUsersEncoding();
-/// The name of a place in that encoding. Letters that it does not have become question marks.
+/// Names of files are text in the user's own encoding: so the command line gives them, and so the library, the engine
+/// and the streams take them. The standard library's own reading of such names differs between compilers; so this is
+/// the way to a place from its name, and back. Letters that the encoding does not have become question marks.
+std::filesystem::path placeOf(const std::string& name);
 std::string nameOf(const std::filesystem::path& place);
 /// Such a name, or a sentence of the system with its reasons, as text for a window or for a file that others read.
 std::string utf8Of(const std::string& inUsersEncoding);
-/// And back. Letters that the user's encoding does not have become question marks.
-std::string inUsersEncoding(const std::string& utf8);
 
 /// Where the program that runs stands.
 std::filesystem::path programFolder();
