@@ -88,7 +88,8 @@ void writePoints(const Options& options, const LasHeader& header, LasWriter& wri
     pending.pop_front();
     const std::size_t count = records.size() / header.recordLengthBytes;
     writer.append(records.data(), count);
-    progress(written += count, *options.points);
+    written += count;
+    progress(written, *options.points);
   }
 }
 

@@ -1,3 +1,4 @@
+#include "platform/InForce.h"
 #include "platform/Platform.h"
 
 #include <malloc.h>
@@ -12,18 +13,13 @@ namespace QuorViewer {
 
 namespace {
 
-thread_local struct Guard* guardOfThread = nullptr;
-
-/// In force for its thread as long as it lives.
+/// Where its thread stood before the guarded work, and why it came back there.
 struct Guard {
-  Guard() { guardOfThread = this; }
-  Guard(const Guard&) = delete;
-  Guard& operator=(const Guard&) = delete;
-  ~Guard() { guardOfThread = nullptr; }
-
   sigjmp_buf outside{};
   volatile std::uintptr_t address = 0;
 };
+
+thread_local Guard* guardOfThread = nullptr;
 
 struct sigaction actionBefore {};
 
@@ -59,6 +55,7 @@ std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work) {
   static const bool installed = installHandler();
   static_cast<void>(installed);
   Guard guard;
+  const InForce inForce(guardOfThread, guard);
   // The signal's mask is saved as well, since the jump leaves the handler without its end.
   if (sigsetjmp(guard.outside, 1) != 0) return guard.address;
   work();

@@ -1,3 +1,4 @@
+#include "platform/InForce.h"
 #include "platform/Platform.h"
 
 #include <windows.h>
@@ -12,20 +13,14 @@ namespace QuorViewer {
 
 namespace {
 
-thread_local struct Guard* guardOfThread = nullptr;
-
-/// Where its thread stood before the guarded work, and whether and why it came back there. In force for the thread as
-/// long as it lives.
+/// Where its thread stood before the guarded work, and whether and why it came back there.
 struct Guard {
-  Guard() { guardOfThread = this; }
-  Guard(const Guard&) = delete;
-  Guard& operator=(const Guard&) = delete;
-  ~Guard() { guardOfThread = nullptr; }
-
   CONTEXT outside{};
   volatile bool left = false;
   volatile std::uintptr_t address = 0;
 };
+
+thread_local Guard* guardOfThread = nullptr;
 
 // A page that cannot be read in is told as such; where a mapped file has become shorter, some systems call it an access
 // violation, like any touch of what is not there.
@@ -69,6 +64,7 @@ std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work) {
   static void* const installed = ::AddVectoredExceptionHandler(1, leaveGuardedWork);
   static_cast<void>(installed);
   Guard guard;
+  const InForce inForce(guardOfThread, guard);
   // After a fault this call returns for a second time.
   ::RtlCaptureContext(&guard.outside);
   if (!guard.left) work();
