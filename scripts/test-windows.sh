@@ -91,8 +91,9 @@ prepare_wine
 export LIBGL_ALWAYS_SOFTWARE=1 OSG_NOTIFY_LEVEL=${OSG_NOTIFY_LEVEL:-WARN}
 [ $# -gt 0 ] || make_pictures
 run_tests "$@"
+[ $# -eq 0 ] || exit 0
 
-[ $# -gt 0 ] || try_zip
+try_zip
 
 # Once more with other code pages, on which the names of files depend: as a Chinese Windows has it, and as those have it
 # whose language has no code page of its own. Tests of Chinese names skip themselves where there is no such letter, and
@@ -103,9 +104,8 @@ run_tests_with_code_page() {
   printf '%s: once more with code page %s\n' "${0##*/}" "$page"
   mkdir -p "$locales"
   quietly localedef -i "$2" -f UTF-8 "$locales/$LC_ALL" || fail "the locale $LC_ALL could not be made"
-  run_tests -R '^(files_test|log_file_|PlatformTest|ScansViewerTest\.aScanAndAPictureNamed)' "${@:3}"
+  run_tests -R '^(files_test|log_file_|PlatformTest|ScansViewerTest\.aScanAndAPictureNamed)'
   ! grep -q 'encoding has no Chinese' build/windows/Testing/Temporary/LastTest.log || fail "wine has not taken code page $page"
 }
-ignore=${1:+--no-tests=ignore}
-run_tests_with_code_page 936 zh_CN $ignore "$@"
-run_tests_with_code_page 65001 hi_IN $ignore "$@"
+run_tests_with_code_page 936 zh_CN
+run_tests_with_code_page 65001 hi_IN
