@@ -14,7 +14,7 @@ namespace QuorOsgUtils {
 class FileManager;
 class FileProxy;
 
-/// Work on a file, done by the file manager's worker when its turn comes. A host derives its own commands:
+/// Work on a file, queued to the file manager and run by its worker. Applications derive their own commands:
 ///
 ///     class ReadHeader : public QuorOsgUtils::FileCmd {
 ///      public:
@@ -31,11 +31,12 @@ class FileProxy;
 ///     QuorOsgUtils::FileManager::getInstance()->push(command);
 ///
 /// Chains: commands linked by `setNext` run as one unit, in the order of their links, by the priority of the first.
-/// Ownership: by default the creator's, who keeps the command alive until the manager is done with it: when a command
-/// pushed later with the same priority runs, or `FileManager::stopWorker` has returned. With auto delete, which is for
-/// commands pushed once, the first of a chain is deleted by the manager after the whole chain has run, and each
-/// following one by the one before it; a command without auto delete ends this, and with it what follows stays the
-/// creator's. A chain is deleted from its front, since each command looks at its next.
+/// Ownership: by default the creator's, who keeps the command alive until the manager has finished with it: when a
+/// command pushed later with the same priority runs, or when `FileManager::stopWorker` has returned. With auto delete,
+/// which is for commands pushed once, the manager deletes the first command of a chain after the whole chain has run,
+/// and each deleted command deletes its next if that has auto delete. The first command without auto delete ends this:
+/// it and all that follow it stay the creator's. Chains are deleted from the front; in the destructor of a command
+/// `getNext` still returns the next one, which is deleted after it.
 /// Threads: a command is set up before it is pushed and then belongs to the worker.
 /// Errors: an exception that leaves a command is reported by the manager, and the next command of the chain runs.
 class QUOR_OSG_UTILS_EXPORT FileCmd {
@@ -56,20 +57,22 @@ class QUOR_OSG_UTILS_EXPORT FileCmd {
   Priority getPriority() const;
   /// The next command of the chain, or null.
   FileCmd* getNext() const;
-  /// Puts `cmd`, which must not be in a chain yet, between this command and its next. Null, this command itself and the
-  /// one that is its next already are ignored.
+  /// Inserts `cmd`, which must not be in another chain, between this command and its next. Null, this command itself
+  /// and a command that already follows anywhere in this chain are ignored.
   void setNext(FileCmd* cmd);
-  /// Off at first.
+  /// Default: off.
   bool getAutoDelete() const;
   void setAutoDelete(const bool& autoDelete);
 
  protected:
-  /// A view of the proxy's file, as `FilePtr::map` and `FilePtr::unmap` have it. Null when the manager knows no such
-  /// file. Only on the worker, while the command runs: on any other thread, and at any other time, the process ends.
+  /// Call `FilePtr::map` and `FilePtr::unmap` of the proxy's file. Null if the manager does not know the file. Only on
+  /// the thread that runs the command, and while it runs: any other use ends the process.
   static void* map(const FileProxy* proxy, std::int64_t offset, std::int64_t size);
   static void unmap(const FileProxy* proxy, void* p);
 
  private:
+  bool _isFollowedBy(const FileCmd& cmd) const;
+
   struct Private;
   std::unique_ptr<Private> _data;
 };

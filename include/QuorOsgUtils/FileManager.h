@@ -9,9 +9,9 @@ namespace QuorOsgUtils {
 
 class FileCmd;
 
-/// The file of the command that is running. Made by the manager, handed to each command, and used by commands through
-/// `FileCmd::map` and `FileCmd::unmap`. On any other thread than the one that runs the command, and between commands,
-/// use of it ends the process with status 1, after a line in GBK at the notifier's debug level.
+/// The file of the command that is running. The manager passes it to each command, which uses it through `FileCmd::map`
+/// and `FileCmd::unmap`. Use on any other thread than the one that runs the command, or between commands, ends the
+/// process with status 1, after a line in GBK at the notifier's level DEBUG_INFO.
 class QUOR_OSG_UTILS_EXPORT FileProxy {
  public:
   FileProxy(const FileProxy&) = delete;
@@ -27,7 +27,7 @@ class QUOR_OSG_UTILS_EXPORT FileProxy {
 
   void* map(std::int64_t offset, std::int64_t size) const;
   void unmap(void* p) const;
-  void checkThread() const;
+  void _checkThread() const;
 
   struct Private;
   std::unique_ptr<Private> _data;
@@ -39,14 +39,21 @@ class QUOR_OSG_UTILS_EXPORT FileProxy {
 ///     manager->startWorker();
 ///     manager->push(command);
 ///
-/// Ownership: one manager per process, from the first `getInstance` to the process's end, which stops the worker. Names
-/// that ever ran stay known; the files behind them are kept. Commands belong to whom `FileCmd` says.
+/// Ownership: one manager per process, from the first `getInstance` to process exit. Names of all commands that ran
+/// stay known, and registered files are kept. `FileCmd` describes who owns commands.
+///
+/// Process exit: the worker finishes the chain that is running and stops. Commands still queued are neither run nor
+/// deleted, since what they use may be destroyed already. Static objects constructed after the first `getInstance` are
+/// destroyed before the worker stops: call `stopWorker` before `main` returns if commands use such objects, or if all
+/// queued commands have to run.
+///
 /// Threads: `push` on any thread. `startWorker` and `stopWorker` on any thread, one call at a time; from a command they
-/// do nothing.
-/// Commands run on the worker alone, and only there may they touch the manager's files. The worker sleeps while
+/// do nothing. Commands run on the worker, and only there may they use the manager's files. The worker sleeps while
 /// nothing is queued.
-/// Errors: a command that throws is reported at the notifier's warning level, with its file's name, and the work goes
-/// on.
+/// Cost: the lock of the queues is held for a few instructions, however many commands are queued.
+/// Errors: a command that throws, or that finds no memory for the name of its file, is reported at the notifier's level
+/// WARN with that name; the next command runs. A command that cannot be queued for lack of memory is reported in the
+/// same way and stays the caller's.
 class QUOR_OSG_UTILS_EXPORT FileManager {
  public:
   static FileManager* getInstance();
@@ -59,10 +66,10 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   /// Always 16.
   int memorySize() const;
 
-  /// Starts the worker; nothing while one runs. Never called by the library itself.
+  /// Starts the worker; does nothing while it runs. The library never starts it by itself.
   void startWorker();
-  /// Lets the worker finish what is queued and ends it; nothing without one. Commands pushed later wait for the next
-  /// start.
+  /// Waits until the worker has run all queued commands, then ends it; does nothing without a worker. Commands pushed
+  /// later wait for the next start.
   void stopWorker();
 
  private:
@@ -73,11 +80,12 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   FileManager();
   virtual ~FileManager();
 
-  /// On the worker: runs the command that is next, with its chain; returns at once when there is none.
+  /// Runs the next queued command with its chain on the calling thread; returns at once if none is queued.
   virtual void run();
-  void work();
-  bool stopForGood();
-  void runOne(FileCmd& cmd, std::uint32_t thread);
+  void _work();
+  void _joinWorker();
+  bool _stopForGood();
+  void _runOne(FileCmd& cmd, std::uint32_t thread);
 
   struct Private;
   Private* const _data;  // outlives the manager where the worker still runs at the end of the process

@@ -28,11 +28,12 @@ namespace QuorOsgUtils {
 /// Threads: `map` and `unmap` on any threads at once; `open` and `close` while no other call runs.
 /// GL: none. Paths: bytes as the system takes them; on Windows in the user's own encoding.
 ///
-/// Errors: nothing is thrown. What fails writes one line: a file that cannot be opened "Error creating file: " and the
-/// system's error number to the standard error stream; a range that is none, or begins behind the file's end, the line
-/// "Abnormal normal vector data : 84", and a view that the system refuses a line in GBK and the error number, both to
-/// the standard output. Only regular files can be opened. A file that shrinks while a view is in use
-/// takes the pages behind its end away: touching these raises the system's own fault.
+/// Errors: nothing is thrown. Each failure writes one line: a file that cannot be opened "Error creating file: " and
+/// the system's error number to the standard error stream; a range that ends before its view would start "Abnormal
+/// normal vector data : 84" (the number has no further meaning), and a view that the system refuses a line in GBK and
+/// the error number, both to the standard output. Only regular files can be opened. `open` waits while another process,
+/// such as a file server, gives up its lease on the file. A file that shrinks while a view is in use takes away the
+/// pages behind its new end: reading or writing them raises the system's own fault.
 class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
  public:
   /// Opens the file for reading and writing. Null counts as an empty path.
@@ -41,10 +42,10 @@ class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
   FilePtr& operator=(const FilePtr&) = delete;
   ~FilePtr() override;
 
-  /// Opens the path again, with its size of now, after `close`; nothing on an open object. On Windows also sets the
-  /// process's character type locale to the user's.
+  /// Opens the path again after `close` and reads its size; does nothing on an open object. If that fails, the last
+  /// size stays. On Windows also sets the process's character type locale (LC_CTYPE) to the user's default.
   void open();
-  /// Ends all views and gives the file back; nothing on a closed object.
+  /// Ends all views and closes the file; does nothing on a closed object.
   void close();
 
   /// From construction or `open` to `close`, also when the file could not be opened.
@@ -54,10 +55,20 @@ class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
   /// The path as given.
   const char* file() const;
 
-  /// The byte at `offset` in a new view that ends `size` bytes behind it, or at the end that the file had when it was
-  /// opened if that is nearer. Where that leaves no bytes from the view's beginning on, the view reaches to the end of
-  /// the file. Null, with a line on the standard output, when there is no such view. An offset behind the end of the
-  /// file is refused only if the view would begin behind it as well.
+  /// The byte at `offset` in a new view. The view starts at `offset` rounded towards zero to the granularity and ends
+  /// at `offset + size`, or where the file ended when it was last opened if that is less. A view of length 0 reaches to
+  /// the end of the file. Null, with a line on the standard output, if there is no such view:
+  ///
+  /// | offset and size                                            | result                                      |
+  /// |------------------------------------------------------------|---------------------------------------------|
+  /// | the end lies before the start of the view                  | null, line with 84                          |
+  /// | the offset is negative and no multiple of the granularity  | null, line with 84                          |
+  /// | the length of the view exceeds 2^63 − 1                    | null, line with 84                          |
+  /// | any other negative offset                                  | the system is asked, and refuses the view   |
+  /// | a negative size that ends at or behind the view's start    | the view up to there; the pointer lies      |
+  /// |                                                            | behind the view's last byte                 |
+  /// | an offset behind the end of the file whose view starts     | the view up to the end of the file; the     |
+  /// | before it                                                  | pointer lies behind its last byte           |
   void* map(std::int64_t offset, std::int64_t size);
 
   /// Ends the view that begins at `p`; nothing for any other pointer.

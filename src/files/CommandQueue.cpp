@@ -1,84 +1,82 @@
 #include "files/CommandQueue.h"
 
-#include <algorithm>
-#include <utility>
-
 namespace QuorOsgUtils {
 
-bool CommandQueue::push(FileCmd* cmd) {
+void CommandQueue::push(FileCmd* cmd) {
   const auto priority = static_cast<std::size_t>(cmd->getPriority());
-  if (priority >= _pushed.size()) return false;
-  bool asleep = false;
+  if (priority >= _pushed.size()) return;
+  CommandList::Blocks none;
+  if (append(cmd, priority, none)) return;
+  CommandList::Blocks fresh(1);
+  append(cmd, priority, fresh);
+}
+
+inline bool CommandQueue::append(FileCmd* cmd, std::size_t priority, CommandList::Blocks& fresh) {
+  bool wasIdle = false;
   {
-    const std::lock_guard<SpinLock> held(*_lock);
-    _pushed[priority].push_back(cmd);
-    _filled.store(true, std::memory_order_release);
-    asleep = std::exchange(_asleep, false);
+    const std::lock_guard<SpinLock> held(_lock);
+    if (!_pushed[priority].append(cmd, fresh)) return false;
+    _filled.store(_filled.load(std::memory_order_relaxed) | 1u << priority, std::memory_order_release);
+    wasIdle = _idle.load(std::memory_order_relaxed);
+    if (wasIdle) _idle.store(false, std::memory_order_release);
   }
-  if (asleep) wake();
+  if (wasIdle) wake();
   return true;
 }
 
+// The first command of a list was there when the flags were read, so a higher priority pushed before it was seen.
 FileCmd* CommandQueue::take() {
-  if (_filled.load(std::memory_order_acquire)) fetch();
-  const auto queue = std::find_if(_fetched.begin(), _fetched.end(), [](const auto& cmds) { return !cmds.empty(); });
-  if (queue == _fetched.end()) return nullptr;
-  FileCmd* const cmd = queue->front();
-  queue->pop_front();
-  return cmd;
-}
-
-bool CommandQueue::wait() {
-  if (!empty()) return true;
-  std::unique_lock<std::mutex> held(_mutex);
-  if (fallAsleep()) _awake.wait(held, [this] { return _woken || _interrupted; });
-  _woken = false;
-  return !_interrupted || !empty();
-}
-
-void CommandQueue::interrupt() {
-  {
-    const std::lock_guard<std::mutex> held(_mutex);
-    _interrupted = true;
+  const std::uint32_t filled = _filled.load(std::memory_order_acquire);
+  for (std::size_t priority = 0; priority < _taken.size(); ++priority) {
+    CommandList& cmds = _taken[priority];
+    if (cmds.empty() && (filled >> priority & 1u) != 0) fetch(priority);
+    if (!cmds.empty()) return cmds.removeFront();
   }
+  fallIdle();
+  return nullptr;
+}
+
+void CommandQueue::fetch(std::size_t priority) {
+  const std::lock_guard<SpinLock> held(_lock);
+  _taken[priority].swap(_pushed[priority]);
+  _filled.store(_filled.load(std::memory_order_relaxed) & ~(1u << priority), std::memory_order_relaxed);
+}
+
+void CommandQueue::fallIdle() {
+  const std::lock_guard<SpinLock> held(_lock);
+  _idle.store(_filled.load(std::memory_order_relaxed) == 0, std::memory_order_relaxed);
+}
+
+// The thread that waits looks at `_idle` under the mutex: it has seen the change, or sleeps by now and is notified.
+void CommandQueue::wake() {
+  { const std::lock_guard<std::mutex> held(_mutex); }
   _awake.notify_one();
 }
 
+bool CommandQueue::wait() {
+  if (_stop.load(std::memory_order_acquire) == Stop::Now) return false;
+  if (!_idle.load(std::memory_order_acquire)) return true;
+  std::unique_lock<std::mutex> held(_mutex);
+  _awake.wait(held, [this] { return !_idle || _stop != Stop::Never; });
+  return _stop != Stop::Now && !_idle;
+}
+
+void CommandQueue::finish() {
+  stop(Stop::WhenEmpty);
+}
+
+void CommandQueue::abandon() {
+  stop(Stop::Now);
+}
+
 void CommandQueue::resume() {
-  const std::lock_guard<std::mutex> held(_mutex);
-  _interrupted = false;
+  stop(Stop::Never);
 }
 
-bool CommandQueue::empty() const {
-  return !_filled.load(std::memory_order_acquire) &&
-         std::all_of(_fetched.begin(), _fetched.end(), [](const auto& cmds) { return cmds.empty(); });
-}
-
-void CommandQueue::fetch() {
-  const std::lock_guard<SpinLock> held(*_lock);
-  for (std::size_t priority = 0; priority < _pushed.size(); ++priority) {
-    std::deque<FileCmd*>& from = _pushed[priority];
-    std::deque<FileCmd*>& to = _fetched[priority];
-    if (to.empty()) {
-      to.swap(from);
-    } else {
-      to.insert(to.end(), from.begin(), from.end());
-      from.clear();
-    }
-  }
-  _filled.store(false, std::memory_order_relaxed);
-}
-
-bool CommandQueue::fallAsleep() {
-  const std::lock_guard<SpinLock> held(*_lock);
-  _asleep = empty();
-  return _asleep;
-}
-
-void CommandQueue::wake() {
+void CommandQueue::stop(Stop stop) {
   {
     const std::lock_guard<std::mutex> held(_mutex);
-    _woken = true;
+    _stop = stop;
   }
   _awake.notify_one();
 }

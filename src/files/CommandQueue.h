@@ -1,59 +1,64 @@
 #pragma once
 
+#include "files/CommandList.h"
+
 #include <QuorOsgUtils/FileCmd.h>
 #include <QuorOsgUtils/SpinLock.h>
 
-#include <osg/ref_ptr>
-
-#include <array>
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
-#include <deque>
+#include <cstdint>
 #include <mutex>
 
 namespace QuorOsgUtils {
 
-/// Commands waiting for their turn: three queues, the first of which that is not empty goes first. Any thread pushes,
-/// one takes and waits. Commands still queued at the end are not deleted.
+/// Access to the queued commands: any thread pushes, one thread at a time takes and waits. Commands still queued at the
+/// end are not deleted.
 class CommandQueue {
  public:
-  /// False for a priority that has no queue.
-  bool push(FileCmd* cmd);
+  /// `lock` guards `pushed`. Both outlive the queue.
+  CommandQueue(CommandLists& pushed, SpinLock& lock) : _pushed(pushed), _lock(lock) {}
 
-  /// The command that is next, null when there is none.
+  /// Ignores a priority that has no list. Throws std::bad_alloc, and then the command is not queued.
+  void push(FileCmd* cmd);
+
+  /// The first command of the highest priority, null when none is queued. Allocates nothing.
   FileCmd* take();
 
-  /// Sleeps until a command is queued (true), or until `interrupt` was called and none is (false). May wake for
-  /// nothing, which is as if a command had been queued and taken.
+  /// Sleeps until a command may be queued (true), until `finish` was called and none is queued (false), or until
+  /// `abandon` was called (false).
   bool wait();
-  void interrupt();
-  /// Takes an interruption back.
+  void finish();
+  void abandon();
+  /// Withdraws `finish` and `abandon`.
   void resume();
 
  private:
-  static constexpr std::size_t kCacheLineBytes = 64;
-  using Queues = std::array<std::deque<FileCmd*>, 3>;  // by priority
+  enum class Stop { Never, WhenEmpty, Now };
+  void stop(Stop stop);
 
-  bool empty() const;
-  void fetch();
-  bool fallAsleep();
+  bool append(FileCmd* cmd, std::size_t priority, CommandList::Blocks& fresh);
+  void fetch(std::size_t priority);
+  void fallIdle();
   void wake();
 
-  // The taker fetches whatever has been pushed in one go, and looks for more before each command it takes. So it rarely
-  // needs the lock, or the cache lines, that the pushers write, and a command never overtakes one of a higher priority
-  // that was pushed before it.
-  alignas(kCacheLineBytes) Queues _fetched;  // the taker's
-  alignas(kCacheLineBytes) Queues _pushed;   // under the lock
-  std::atomic<bool> _filled{false};          // whether any is pushed; changed under the lock
-  osg::ref_ptr<SpinLock> _lock = new SpinLock;
-  // Under the lock. The first push that finds the taker asleep wakes it; all others stay clear of the mutex.
-  bool _asleep = false;
+  static constexpr std::size_t kCacheLineBytes = 64;
 
-  std::mutex _mutex;  // never waited for under the lock; guards what follows
+  // A list of the taker's that is empty is swapped for the one that was pushed to. So the lock is held for one append
+  // or one swap, however many commands are queued, and the taker rarely touches the cache lines that pushers write.
+  alignas(kCacheLineBytes) CommandLists _taken;
+  alignas(kCacheLineBytes) CommandLists& _pushed;
+  SpinLock& _lock;
+  std::atomic<std::uint32_t> _filled{
+      0};  // written under `_lock`: bit p is set while the list of priority p has commands
+  // Written under `_lock`: the taker has found nothing since the last append. The append that ends this wakes the
+  // thread that waits; no other append touches the mutex.
+  std::atomic<bool> _idle{true};
+
+  std::mutex _mutex;
   std::condition_variable _awake;
-  bool _woken = false;
-  bool _interrupted = false;
+  std::atomic<Stop> _stop{Stop::Never};  // written under `_mutex`
 };
 
 }  // namespace QuorOsgUtils

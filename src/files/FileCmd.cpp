@@ -27,6 +27,10 @@ struct FileCmd::Private {
   std::string file;
   Priority priority = Normal;
   FileCmd* next = nullptr;
+  /// Whether this command has ever been the next of another.
+  bool wasLinked = false;
+  /// Set while the first command of a chain deletes this one: gets `next` instead of the destructor deleting it.
+  FileCmd** following = nullptr;
 };
 
 FileCmd::FileCmd(const std::string& file, Priority priority) : _data(std::make_unique<Private>()) {
@@ -34,14 +38,18 @@ FileCmd::FileCmd(const std::string& file, Priority priority) : _data(std::make_u
   _data->priority = priority;
 }
 
-// One after the other, since each deleting its own next would take as much stack as the chain is long.
+// The first command deletes all others in a loop: if each deleted its own next, the stack would grow with the chain.
 FileCmd::~FileCmd() {
+  if (_data->following != nullptr) {
+    *_data->following = _data->next;
+    return;
+  }
   FileCmd* next = _data->next;
   while (next != nullptr && next->getAutoDelete()) {
-    FileCmd* const afterNext = next->_data->next;
-    next->_data->next = nullptr;
+    FileCmd* following = nullptr;
+    next->_data->following = &following;
     delete next;
-    next = afterNext;
+    next = following;
   }
 }
 
@@ -58,9 +66,18 @@ FileCmd* FileCmd::getNext() const {
 }
 
 void FileCmd::setNext(FileCmd* cmd) {
-  if (cmd == nullptr || cmd == this || cmd == _data->next) return;
+  if (cmd == nullptr || cmd == this || _isFollowedBy(*cmd)) return;
   cmd->_data->next = _data->next;
+  cmd->_data->wasLinked = true;
   _data->next = cmd;
+}
+
+// A command that has never been linked follows none, so that a long chain is built without walking it.
+bool FileCmd::_isFollowedBy(const FileCmd& cmd) const {
+  if (!cmd._data->wasLinked) return false;
+  const FileCmd* follower = _data->next;
+  while (follower != nullptr && follower != &cmd) follower = follower->_data->next;
+  return follower != nullptr;
 }
 
 bool FileCmd::getAutoDelete() const {

@@ -9,14 +9,20 @@
 #include <osg/Notify>
 
 #include <exception>
+#include <new>
 #include <system_error>
 
 namespace QuorOsgUtils {
 
 namespace {
 
-void report(const FileCmd& cmd, const char* reason) {
-  OSG_WARN << "A command on the file " << cmd.getFile() << " failed: " << reason << std::endl;
+// Where memory is exhausted, the line may be lost.
+void report(const FileCmd& cmd, const char* event, const char* reason) noexcept {
+  try {
+    OSG_WARN << "A command on the file " << cmd.getFile() << ' ' << event << ": " << reason << std::endl;
+  } catch (...) {
+    return;
+  }
 }
 
 }  // namespace
@@ -30,18 +36,19 @@ FileManager::FileManager() : _data(new Private) {
   // Commands may outlive the manager, and they know the proxy.
   static FileProxy* const proxy = new FileProxy;
   _data->proxy = proxy;
-  beforeProcessEnds([] { getInstance()->stopForGood(); });
+  beforeProcessEnds([] { getInstance()->_stopForGood(); });
 }
 
 FileManager::~FileManager() {
-  if (stopForGood()) delete _data;
+  if (_stopForGood()) delete _data;
 }
 
-// Where a command ended the process, or waits for the thread that does, the worker goes on until the process is gone
-// and finds everything as it knows it.
-bool FileManager::stopForGood() {
+// What the queued commands use may be destroyed already, so they are not run. Where a command ended the process, or
+// waits for the thread that does, the worker cannot be joined, and what it uses stays until the process is gone.
+bool FileManager::_stopForGood() {
+  _data->queue.abandon();
   if (_data->onWorker() || _data->proxy->_data->misused) return false;
-  stopWorker();
+  _joinWorker();
   return true;
 }
 
@@ -51,49 +58,59 @@ int FileManager::memorySize() const {
 }
 
 void FileManager::push(FileCmd* cmd) {
-  if (cmd != nullptr) _data->queue.push(cmd);
+  if (cmd == nullptr) return;
+  try {
+    _data->queue.push(cmd);
+  } catch (const std::bad_alloc& error) {
+    report(*cmd, "was not queued", error.what());
+  }
 }
 
 void FileManager::startWorker() {
   if (_data->onWorker() || _data->worker) return;
   _data->queue.resume();
   try {
-    _data->worker = std::make_unique<std::thread>([this] { work(); });
+    _data->worker = std::make_unique<std::thread>([this] { _work(); });
   } catch (const std::system_error& error) {
     OSG_WARN << "The worker of the file manager cannot be started: " << error.what() << std::endl;
   }
 }
 
 void FileManager::stopWorker() {
-  if (_data->onWorker() || !_data->worker) return;
-  _data->queue.interrupt();
+  if (_data->onWorker()) return;
+  _data->queue.finish();
+  _joinWorker();
+}
+
+void FileManager::_joinWorker() {
+  if (!_data->worker) return;
   _data->worker->join();
   _data->worker.reset();
 }
 
-void FileManager::work() {
+void FileManager::_work() {
   _data->workerThread = currentThreadNumber();
   while (_data->queue.wait()) run();
 }
 
 void FileManager::run() {
-  const std::uint32_t thread = _data->workerThread.load(std::memory_order_relaxed);
+  const std::uint32_t thread = currentThreadNumber();
   FileCmd* const first = _data->queue.take();
   if (first == nullptr) return;
-  for (FileCmd* cmd = first; cmd != nullptr; cmd = cmd->getNext()) runOne(*cmd, thread);
+  for (FileCmd* cmd = first; cmd != nullptr; cmd = cmd->getNext()) _runOne(*cmd, thread);
   if (first->getAutoDelete()) delete first;
 }
 
-void FileManager::runOne(FileCmd& cmd, std::uint32_t thread) {
+void FileManager::_runOne(FileCmd& cmd, std::uint32_t thread) {
   FileProxy::Private& proxy = *_data->proxy->_data;
-  proxy.currentFile = _data->fileOf(cmd.getFile());
-  proxy.thread.store(thread, std::memory_order_relaxed);
   try {
+    proxy.currentFile = _data->fileOf(cmd.getFile());
+    proxy.thread.store(thread, std::memory_order_relaxed);
     cmd(_data->proxy, this);
   } catch (const std::exception& error) {
-    report(cmd, error.what());
+    report(cmd, "failed", error.what());
   } catch (...) {
-    report(cmd, "something was thrown that is no std::exception");
+    report(cmd, "failed", "the exception is no std::exception");
   }
   proxy.currentFile = nullptr;
   proxy.thread.store(FileProxy::Private::kNoThread, std::memory_order_relaxed);

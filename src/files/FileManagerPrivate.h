@@ -5,6 +5,9 @@
 #include "files/ThreadNumber.h"
 
 #include <QuorOsgUtils/FileManager.h>
+#include <QuorOsgUtils/SpinLock.h>
+
+#include <osg/ref_ptr>
 
 #include <atomic>
 #include <cstdint>
@@ -15,23 +18,26 @@
 
 namespace QuorOsgUtils {
 
-// One of its kind in a process, so the order in which the members are released goes before the room they take.
+// There is one per process, so the order in which the members are released matters more than their padding.
 struct FileManager::Private {  // NOLINT(clang-analyzer-optin.performance.Padding)
   bool onWorker() const { return workerThread == currentThreadNumber(); }
 
-  /// The file of a name, which is known from then on. Most commands are on the file of the one before.
+  /// The file of a name, which is known from then on. Most commands use the same file as the one before.
   const osg::ref_ptr<FilePtr>& fileOf(const std::string& name) {
     if (latest == nullptr || latest->first != name) latest = &*registry.try_emplace(name).first;
     return latest->second;
   }
 
-  FileRegistry registry;                       // touched on the worker only; released last, which closes files
-  FileRegistry::value_type* latest = nullptr;  // in the registry, from which nothing is taken out
-  CommandQueue queue;
-  std::unique_ptr<std::thread> worker;         // not for the worker itself, which may run before this is set
-  std::atomic<std::uint32_t> workerThread{0};  // its number, or that of the worker before it
+  FileRegistry registry;  // used only by the thread that runs commands; released last, which closes files
+  CommandLists queues;
+  std::unique_ptr<std::thread> worker;  // not for the worker itself, which may run before this is set
   FileProxy* proxy = nullptr;
+  osg::ref_ptr<SpinLock> queueLock = new SpinLock;
   std::map<std::string, std::intptr_t> secondTable;
+
+  CommandQueue queue{queues, *queueLock};
+  FileRegistry::value_type* latest = nullptr;  // in the registry, which never loses an entry
+  std::atomic<std::uint32_t> workerThread{0};  // its number, or that of the last worker
 };
 
 }  // namespace QuorOsgUtils

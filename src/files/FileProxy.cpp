@@ -20,19 +20,19 @@ FileProxy::FileProxy() : _data(std::make_unique<Private>()) {}
 FileProxy::~FileProxy() = default;
 
 void* FileProxy::map(std::int64_t offset, std::int64_t size) const {
-  checkThread();
+  _checkThread();
   osg::ref_ptr<FilePtr> file;
   return _data->currentFile.lock(file) ? file->map(offset, size) : nullptr;
 }
 
 void FileProxy::unmap(void* p) const {
-  checkThread();
+  _checkThread();
   osg::ref_ptr<FilePtr> file;
   if (_data->currentFile.lock(file)) file->unmap(p);
 }
 
 // The command at hand may be waiting for this very thread, so the end of the process must not wait for the worker.
-void FileProxy::checkThread() const {
+void FileProxy::_checkThread() const {
   if (_data->thread == currentThreadNumber()) return;
   if (osg::isNotifyEnabled(osg::DEBUG_INFO)) osg::notify(osg::DEBUG_INFO) << kForeignThread << std::endl;
   _data->misused = true;

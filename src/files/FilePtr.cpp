@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
+#include <limits>
 #include <map>
 #include <new>
 #include <string>
@@ -39,6 +40,15 @@ void* reportNoRange() {
 void* reportRefusal(std::uint32_t error) {
   report(std::cout, kViewRefused, static_cast<std::int32_t>(error));
   return nullptr;
+}
+
+constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+
+std::int64_t saturatedSum(std::int64_t a, std::int64_t b) {
+  if (b > 0 && a > kGreatest - b) return kGreatest;
+  if (b < 0 && a < kLeast - b) return kLeast;
+  return a + b;
 }
 
 }  // namespace
@@ -96,12 +106,12 @@ const char* FilePtr::file() const {
 void* FilePtr::map(std::int64_t offset, std::int64_t size) {
   const FileMapping& mapping = _data->mapping;
   const std::int64_t granularity = mapping.granularityBytes();
-  if (offset < 0 || size < 0) return reportNoRange();
   const std::int64_t aligned = offset / granularity * granularity;
-  // The sum of offset and size may lie beyond all numbers; the room behind the offset does not.
-  const std::int64_t room = std::max<std::int64_t>(mapping.sizeBytes() - offset, 0);
-  const std::int64_t end = size < room ? offset + size : mapping.sizeBytes();
-  if (aligned > end) return reportNoRange();
+  const std::int64_t end = std::min(saturatedSum(offset, size), mapping.sizeBytes());
+  // Rounding towards zero takes a negative offset past itself: its byte would lie before the view.
+  const bool startsBeforeView = offset < aligned;
+  const bool lengthOverflows = aligned < mapping.sizeBytes() - kGreatest;
+  if (aligned > end || startsBeforeView || lengthOverflows) return reportNoRange();
 
   std::uint32_t error = 0;
   const View view = mapping.view(aligned, end - aligned, error);

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -11,10 +12,19 @@ constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
 thread_local bool isCounting = false;
 thread_local std::size_t allocationCount = 0;
 thread_local std::size_t greatestSize = kUnlimited;
+thread_local const std::function<void()>* observer = nullptr;
+
+void observe() noexcept {
+  const std::function<void()>* const observing = std::exchange(observer, nullptr);
+  if (observing == nullptr) return;
+  (*observing)();
+  observer = observing;
+}
 
 }  // namespace
 
 void* operator new(std::size_t size) {
+  observe();
   if (isCounting) {
     ++allocationCount;
   }
@@ -43,27 +53,28 @@ void* operator new[](std::size_t size, const std::nothrow_t& nothrow) noexcept {
 }
 
 void operator delete(void* memory) noexcept {
+  observe();
   std::free(memory);
 }
 
 void operator delete(void* memory, const std::nothrow_t&) noexcept {
-  std::free(memory);
+  operator delete(memory);
 }
 
 void operator delete[](void* memory) noexcept {
-  std::free(memory);
+  operator delete(memory);
 }
 
 void operator delete[](void* memory, std::size_t) noexcept {
-  std::free(memory);
+  operator delete(memory);
 }
 
 void operator delete[](void* memory, const std::nothrow_t&) noexcept {
-  std::free(memory);
+  operator delete(memory);
 }
 
 void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
+  operator delete(memory);
 }
 
 namespace QuorTests {
@@ -79,6 +90,14 @@ AllocationCount::~AllocationCount() {
 
 std::size_t AllocationCount::value() const {
   return allocationCount;
+}
+
+AllocationObserver::AllocationObserver(std::function<void()> observe) : _observe(std::move(observe)) {
+  observer = &_observe;
+}
+
+AllocationObserver::~AllocationObserver() {
+  observer = nullptr;
 }
 
 AllocationLimit::AllocationLimit(std::size_t size) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
 namespace QuorTests {
 
@@ -12,6 +13,19 @@ class AllocationCount {
   ~AllocationCount();
 
   std::size_t value() const;
+};
+
+/// While it lives, calls a function before each `operator new` and `operator delete` of its thread. What the function
+/// itself allocates and frees is not observed. One at a time for each thread.
+class AllocationObserver {
+ public:
+  explicit AllocationObserver(std::function<void()> observe);
+  AllocationObserver(const AllocationObserver&) = delete;
+  AllocationObserver& operator=(const AllocationObserver&) = delete;
+  ~AllocationObserver();
+
+ private:
+  std::function<void()> _observe;
 };
 
 /// While it lives, `operator new` fails on its thread for anything larger than a number of bytes.

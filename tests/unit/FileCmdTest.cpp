@@ -7,8 +7,10 @@
 
 #include <osg/ref_ptr>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -107,6 +109,60 @@ TEST_F(FileCmdTest, setNextOfTheCommandThatIsNextAlreadyMakesNoLoop) {
   ASSERT_EQ(b->getNext(), nullptr);
   delete a;
   EXPECT_EQ(_destroyed, "ab");
+}
+
+TEST_F(FileCmdTest, setNextIgnoresACommandThatAlreadyFollowsFurtherDownTheChain) {
+  Work d("d", FileCmd::Normal, nothing);
+  Work c("c", FileCmd::Normal, nothing);
+  Work b("b", FileCmd::Normal, nothing);
+  Work a("a", FileCmd::Normal, nothing);
+  a.setNext(&b);
+  b.setNext(&c);
+  c.setNext(&d);
+  a.setNext(&c);
+  a.setNext(&d);
+  ASSERT_EQ(d.getNext(), nullptr) << "else the chain is a ring";
+  EXPECT_EQ(chainOf(&a), "abcd");
+}
+
+TEST_F(FileCmdTest, aCommandThatOnceFollowedAnotherMayFollowThisOne) {
+  Work b("b", FileCmd::Normal, nothing);
+  Work a("a", FileCmd::Normal, nothing);
+  {
+    Work former("f", FileCmd::Normal, nothing);
+    former.setNext(&b);
+  }
+  a.setNext(&b);
+  EXPECT_EQ(chainOf(&a), "ab");
+}
+
+TEST_F(FileCmdTest, inTheDestructorOfAChainedCommandGetNextStillReturnsTheNextOne) {
+  std::array<Work*, 3> chain{};
+  std::vector<const FileCmd*> nextSeen;
+  for (Work*& cmd : chain) {
+    cmd = new Work("file", FileCmd::Normal, nothing, [&cmd, &nextSeen] { nextSeen.push_back(cmd->getNext()); });
+    cmd->setAutoDelete(true);
+  }
+  chain[0]->setNext(chain[1]);
+  chain[1]->setNext(chain[2]);
+  delete chain[0];
+  EXPECT_THAT(nextSeen, ::testing::ElementsAre(chain[1], chain[2], nullptr));
+}
+
+TEST_F(FileCmdTest, aCommandThatADestructorAddsToTheChainIsDeletedAfterIt) {
+  Work* const head = make("head ", true);
+  Work* const second = new Work("file", FileCmd::Normal, nothing);
+  Work* const last = make("last ", true);
+  second->setAutoDelete(true);
+  head->setNext(second);
+  second->setNext(last);
+  Work* const added = make("added ", true);
+  Work* adding = nullptr;
+  adding = new Work("file", FileCmd::Normal, nothing, [&] { adding->setNext(added); });
+  adding->setAutoDelete(true);
+  second->setNext(adding);
+  delete head;
+  EXPECT_EQ(_destroyed, "head added last ");
 }
 
 TEST_F(FileCmdTest, aCommandDeletesItsNextOnlyIfThatHasAutoDelete) {

@@ -53,7 +53,16 @@ FileManager& manager() {
   return *FileManager::getInstance();
 }
 
-/// The manager gets the command and all that becomes of it.
+/// Gives access to the private `run`, which applications reach as friends: naming a private member is allowed where a
+/// template is instantiated explicitly.
+template <void (FileManager::*Run)()>
+struct RunAccess {
+  friend void callRun(FileManager& fileManager) { (fileManager.*Run)(); }
+};
+void callRun(FileManager& fileManager);
+template struct RunAccess<&FileManager::run>;
+
+/// The manager owns the command from here on.
 void pushOwned(FileCmd* cmd) {
   cmd->setAutoDelete(true);
   manager().push(cmd);
@@ -309,6 +318,43 @@ TEST_F(FileManagerTest, aCommandMapsAndUnmapsItsRegisteredFile) {
   runQueued();
   EXPECT_EQ(seen, readPlainly(name, page, 100));
   EXPECT_THAT(views, ElementsAre(1u, 0u));
+}
+
+TEST_F(FileManagerTest, aCommandMapsOnWhicheverThreadCallsRun) {
+  const osg::ref_ptr<FilePtr> file = registered("scan", 100);
+  const std::string name = file->file();
+  std::vector<std::string> seen;
+  const auto pushReading = [&] {
+    pushWork(name, kNormal, [&seen](Work::Proxy proxy) {
+      void* const view = Work::map(proxy, 0, 100);
+      seen.emplace_back(static_cast<const char*>(view), 100);
+      Work::unmap(proxy, view);
+    });
+  };
+  pushReading();
+  callRun(manager());
+  pushReading();
+  std::thread([] { callRun(manager()); }).join();
+  pushReading();
+  runQueued();
+  pushReading();
+  callRun(manager());
+  EXPECT_THAT(seen, ::testing::AllOf(::testing::SizeIs(4), ::testing::Each(readPlainly(name, 0, 100))));
+  EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FileManagerTest, eachCallOfRunRunsOneChainAndNoneOnEmptyQueues) {
+  Work* const head = recording("head", kLow);
+  Work* const next = recording("next", kLow);
+  next->setAutoDelete(true);
+  head->setNext(next);
+  pushOwned(head);
+  pushOwned(recording("other", kLow));
+  callRun(manager());
+  EXPECT_THAT(_record, ElementsAre("head", "next"));
+  callRun(manager());
+  callRun(manager());
+  EXPECT_THAT(_record, ElementsAre("head", "next", "other"));
 }
 
 TEST_F(FileManagerTest, aViewOutlivesItsCommandAndAnotherCommandEndsIt) {
@@ -725,17 +771,50 @@ TEST_F(FileManagerProcessTest, anExitFromACommandEndsTheProcess) {
       ExitedWithCode(7), "");
 }
 
-TEST_F(FileManagerProcessTest, anExitWithTheWorkerAtWorkFinishesWhatIsQueued) {
+TEST_F(FileManagerProcessTest, anExitFinishesTheRunningChainAndNeitherRunsNorDeletesWhatIsQueued) {
   EXPECT_EXIT(
       {
-        static std::atomic<int> count{0};
+        static std::atomic<bool> runs{false};
+        static std::atomic<bool> exits{false};
         manager().startWorker();
-        for (int i = 0; i < 2000; ++i) pushWork("no file", kHigh, [](Work::Proxy) { ++count; });
-        pushWork("no file", kNormal, [](Work::Proxy) { throw std::runtime_error("late"); });
-        pushWork("no file", kLow, [](Work::Proxy) { std::fprintf(stderr, "all %d have run", count.load()); });
+        std::atexit([] { exits = true; });
+        Work* const next = new Work("no file", kLow, [](Work::Proxy) { std::fputs("next ran, ", stderr); });
+        Work* const head = new Work("no file", kLow, [](Work::Proxy) {
+          runs = true;
+          while (!exits) std::this_thread::yield();
+          std::this_thread::sleep_for(std::chrono::milliseconds(50));
+          std::fputs("head ran, ", stderr);
+        });
+        next->setAutoDelete(true);
+        head->setNext(next);
+        pushOwned(head);
+        while (!runs) std::this_thread::yield();
+        const auto queued = [](Work::Proxy) { std::fputs("queued ran, ", stderr); };
+        const auto deleted = [] { std::fputs("queued deleted, ", stderr); };
+        for (const auto priority : {kHigh, kNormal, kLow}) pushOwned(new Work("no file", priority, queued, deleted));
         std::exit(0);
       },
-      ExitedWithCode(0), "all 2000 have run");
+      ExitedWithCode(0), "^head ran, next ran, $");
+}
+
+TEST_F(FileManagerProcessTest, aQueuedCommandWithStaticStorageMayBeDestroyedBeforeTheManager) {
+  EXPECT_EXIT(
+      {
+        static std::atomic<bool> runs{false};
+        static std::atomic<bool> destroyed{false};
+        manager().startWorker();
+        pushWork("no file", kNormal, [](Work::Proxy) {
+          runs = true;
+          while (!destroyed) std::this_thread::yield();
+          std::this_thread::sleep_for(std::chrono::milliseconds(200));  // until the manager stops the worker
+        });
+        while (!runs) std::this_thread::yield();
+        static Work queued(
+            "no file", kHigh, [](Work::Proxy) { std::abort(); }, [] { destroyed = true; });
+        manager().push(&queued);
+        std::exit(0);
+      },
+      ExitedWithCode(0), "^$");
 }
 
 TEST_F(FileManagerProcessTest, anExitWithTheWorkerIdleEndsCleanly) {

@@ -63,6 +63,8 @@ std::string textAt(const void* address, std::size_t size) {
   return {static_cast<const char*>(address), size};
 }
 
+using Bytes = std::pair<std::int64_t, std::int64_t>;  ///< offset and size
+
 /// The bytes that a view of so many takes up in the system's listing.
 std::size_t listedBytes(std::int64_t bytes) {
   return static_cast<std::size_t>((bytes + pageBytes() - 1) / pageBytes() * pageBytes());
@@ -92,6 +94,11 @@ void expectSilence(Work work) {
   const Written written = writtenBy(work);
   EXPECT_EQ(written.output, "");
   EXPECT_EQ(written.error, "");
+}
+
+void expectNoRange(FilePtr& file, std::int64_t offset, std::int64_t size) {
+  const Written written = writtenBy([&] { EXPECT_EQ(file.map(offset, size), nullptr); });
+  EXPECT_EQ(written.output, noRangeLine()) << offset << ", " << size;
 }
 
 std::vector<std::string> linesOf(std::string (*line)(int), const std::vector<int>& errors) {
@@ -245,20 +252,71 @@ TEST_F(FilePtrTest, aViewOfNoBytesAtTheVeryEndIsRefusedByTheSystem) {
   }
 }
 
-TEST_F(FilePtrTest, negativeOffsetsAndSizesAreRefusedWithTheLineOfARangeThatIsNone) {
+TEST_F(FilePtrTest, aRangeThatEndsBeforeItsViewStartsIsRefusedWithItsLine) {
   const std::string name = makeFile("scan", 4 * _page);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
-  const std::vector<std::pair<std::int64_t, std::int64_t>> ranges = {
-      {-1, 10}, {-_page, 10},    {-_page, 2 * _page}, {kLeast, 10},       {kLeast, kLeast},
-      {0, -1},  {_page, -1},     {_page, -_page},     {_page + 100, -50}, {2 * _page, kLeast},
-      {-1, -1}, {-1, kGreatest}, {kLeast, kGreatest}, {kGreatest, kLeast}};
-  for (const auto& [offset, size] : ranges) {
+  for (const auto& [offset, size] :
+       std::vector<Bytes>{{0, -1}, {_page, -1}, {_page, -_page}, {_page + 100, -101}, {2 * _page, kLeast}}) {
+    expectNoRange(*file, offset, size);
+  }
+  EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FilePtrTest, aNegativeSizeThatEndsBehindTheStartOfItsViewGivesTheViewUpToThere) {
+  const std::string name = makeFile("scan", 6 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  expectSilence([&] {
+    const char* const address = static_cast<char*>(file->map(4 * _page + 100, -40));
+    ASSERT_NE(address, nullptr);
+    EXPECT_EQ(textAt(address - 100, 60), readPlainly(name, 4 * _page, 60));
+  });
+  ASSERT_EQ(listedViews(name).size(), 1u);
+  EXPECT_EQ(listedViews(name)[0].bytes, listedBytes(60));
+}
+
+TEST_F(FilePtrTest, aNegativeSizeThatEndsAtTheStartOfItsViewGivesTheViewUpToTheEndOfTheFile) {
+  const std::string name = makeFile("scan", 6 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  expectSilence([&] {
+    const char* const address = static_cast<char*>(file->map(4 * _page + 100, -100));
+    ASSERT_NE(address, nullptr);
+    EXPECT_EQ(textAt(address, static_cast<std::size_t>(2 * _page - 100)),
+              readPlainly(name, 4 * _page + 100, 2 * _page - 100));
+  });
+  ASSERT_EQ(listedViews(name).size(), 1u);
+  EXPECT_EQ(listedViews(name)[0].bytes, listedBytes(2 * _page));
+}
+
+TEST_F(FilePtrTest, anAlignedNegativeOffsetIsRefusedByTheSystem) {
+  const std::string name = makeFile("scan", 4 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  for (const auto& [offset, size] :
+       std::vector<Bytes>{{-_page, 10}, {-_page, 2 * _page}, {-_page, 0}, {-8 * _page, kGreatest}}) {
     const std::int64_t first = offset;
     const std::int64_t bytes = size;
     const Written written = writtenBy([&] { EXPECT_EQ(file->map(first, bytes), nullptr); });
-    EXPECT_EQ(written.output, noRangeLine()) << offset << ", " << size;
+    EXPECT_THAT(linesOf(refusalLine, fileErrors().viewBeforeTheStart), Contains(written.output)) << offset;
   }
   EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FilePtrTest, aNegativeOffsetOffTheGranularityIsRefusedSinceItsByteLiesBeforeTheView) {
+  const std::string name = makeFile("scan", 4 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  for (const auto& [offset, size] :
+       std::vector<Bytes>{{-1, 10}, {-1, -1}, {-1, kGreatest}, {-_page - 1, 2 * _page}, {kLeast + 1, kGreatest}}) {
+    expectNoRange(*file, offset, size);
+  }
+  EXPECT_TRUE(listedViews(name).empty());
+}
+
+TEST_F(FilePtrTest, aViewWhoseLengthOverflowsIsRefusedWithItsLine) {
+  const std::string name = makeFile("scan", 4 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  for (const auto& [offset, size] : std::vector<Bytes>{{kLeast, 0}, {kLeast, 10}, {kLeast, kLeast}}) {
+    expectNoRange(*file, offset, size);
+  }
+  expectNoRange(*file, kGreatest, kLeast);
 }
 
 TEST_F(FilePtrTest, theSumOfOffsetAndSizeCannotWrap) {
@@ -369,6 +427,17 @@ TEST_F(FilePtrTest, theSizeIsThatOfTheLastOpening) {
   const void* const address = file->map(_page, 10);
   ASSERT_NE(address, nullptr);
   EXPECT_EQ(textAt(address, 10), std::string(10, '\0'));
+}
+
+TEST_F(FilePtrTest, afterAFailedReopenTheLastSizeStaysAndTheSystemRefusesTheView) {
+  const std::string name = makeFile("scan", 3 * _page);
+  const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
+  file->close();
+  std::filesystem::remove(name);
+  EXPECT_EQ(writtenBy([&] { file->open(); }).error, openingLine(fileErrors().missing));
+  EXPECT_EQ(writtenBy([&] { EXPECT_EQ(file->map(2 * _page, 10), nullptr); }).output,
+            refusalLine(fileErrors().mappingOfNoFile));
+  expectNoRange(*file, 4 * _page, 10);
 }
 
 TEST_F(FilePtrTest, aFileOnceRefusedStaysInvalidThoughItMapsWhenItCanBeOpenedAgain) {

@@ -17,8 +17,9 @@ class FileMapping {
     std::int64_t lengthBytes = 0;
   };
 
-  /// Opens an existing file for reading and writing, beside other openers and not for child processes, learns its size
-  /// and makes a mapping of all of it. Returns 0, or why the file cannot be opened; its size is then 0.
+  /// Opens an existing file for reading and writing, shared with other openers and not inherited by child processes,
+  /// reads its size and maps all of it. Returns 0, or the reason why the file cannot be opened; the size is then that
+  /// of the last successful opening, 0 before the first. Waits while another process gives up its lease on the file.
   std::uint32_t open(const std::string& path);
   /// Expects that no view is left.
   void close();
@@ -37,8 +38,8 @@ class FileMapping {
  private:
   std::intptr_t _file = -1;
   [[maybe_unused]] std::intptr_t _mapping = 0;  // where the system has a handle for it
-  std::int64_t _sizeBytes = 0;
   std::uint32_t _granularityBytes = 0;
+  std::int64_t _sizeBytes = 0;
 };
 
 }  // namespace QuorOsgUtils

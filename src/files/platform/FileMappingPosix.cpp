@@ -15,20 +15,33 @@ static_assert(sizeof(off_t) == sizeof(std::int64_t), "files beyond 2 GiB need 64
 
 constexpr int kNoFile = -1;
 
-// A pipe without a partner would hold up a plain open, and a terminal might become the process's own.
-int openFile(const char* path) {
+int openUninterrupted(const char* path, int flags) {
   int file = kNoFile;
   do {
-    file = ::open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    file = ::open(path, flags);
   } while (file == kNoFile && errno == EINTR);
   return file;
+}
+
+bool isRegularFile(const char* path) {
+  struct stat status {};
+  return ::stat(path, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+// Without O_NONBLOCK a pipe that nobody reads blocks, without O_NOCTTY a terminal may become the process's own. Only a
+// regular file may block: while another process, such as a file server, holds a lease on it. The holder is asked to
+// release it, and gets the system's lease break time for that.
+int openFile(const char* path) {
+  constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOCTTY;
+  const int file = openUninterrupted(path, kFlags | O_NONBLOCK);
+  const bool isLeased = file == kNoFile && errno == EWOULDBLOCK && isRegularFile(path);
+  return isLeased ? openUninterrupted(path, kFlags) : file;
 }
 
 }  // namespace
 
 std::uint32_t FileMapping::open(const std::string& path) {
   _granularityBytes = static_cast<std::uint32_t>(::sysconf(_SC_PAGESIZE));
-  _sizeBytes = 0;
   const int file = openFile(path.c_str());
   _file = file;
   if (file == kNoFile) return static_cast<std::uint32_t>(errno);

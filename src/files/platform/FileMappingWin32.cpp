@@ -54,13 +54,12 @@ std::uint32_t FileMapping::open(const std::string& path) {
                                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   const std::uint32_t error = file == INVALID_HANDLE_VALUE ? ::GetLastError() : 0;
   LARGE_INTEGER size{};
-  ::GetFileSizeEx(file, &size);
+  if (::GetFileSizeEx(file, &size) != 0) _sizeBytes = size.QuadPart;
   const HANDLE mapping = ::CreateFileMappingW(file, nullptr, PAGE_READWRITE, 0, 0, nullptr);
   SYSTEM_INFO system{};
   ::GetSystemInfo(&system);
   _file = valueOf(file);
   _mapping = valueOf(mapping);
-  _sizeBytes = size.QuadPart;
   _granularityBytes = system.dwAllocationGranularity;
   return error;
 }

@@ -39,8 +39,9 @@ struct FileErrors {
   int emptyPath;
   int mappingOfNoFile;  ///< a view of what is not open
   int mappingOfEmptyFile;
-  int noRoom;                         ///< one view too many
-  std::vector<int> viewBehindTheEnd;  ///< a view that starts where its file ends: one of these
+  int noRoom;                           ///< one view too many
+  std::vector<int> viewBehindTheEnd;    ///< a view that starts where its file ends: one of these
+  std::vector<int> viewBeforeTheStart;  ///< a view at a negative offset: one of these
 };
 const FileErrors& fileErrors();
 

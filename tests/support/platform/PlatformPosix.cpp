@@ -79,7 +79,7 @@ std::optional<std::size_t> limitOfViews() {
 }
 
 const FileErrors& fileErrors() {
-  static const FileErrors errors{ENOENT, EACCES, ENOENT, EBADF, EINVAL, ENOMEM, {EINVAL}};
+  static const FileErrors errors{ENOENT, EACCES, ENOENT, EBADF, EINVAL, ENOMEM, {EINVAL}, {EINVAL, EOVERFLOW, ENOMEM}};
   return errors;
 }
 

@@ -174,7 +174,8 @@ const FileErrors& fileErrors() {
                                  ERROR_INVALID_HANDLE,
                                  ERROR_INVALID_HANDLE,
                                  ERROR_NOT_ENOUGH_MEMORY,
-                                 {ERROR_ACCESS_DENIED, ERROR_INVALID_PARAMETER}};
+                                 {ERROR_ACCESS_DENIED, ERROR_INVALID_PARAMETER},
+                                 {ERROR_ACCESS_DENIED, ERROR_INVALID_PARAMETER, ERROR_NOT_ENOUGH_MEMORY}};
   return errors;
 }
 

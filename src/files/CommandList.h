@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QuorOsgUtils/FileCmd.h>
+
+#include <array>
+#include <cstddef>
+#include <list>
+#include <utility>
+
+namespace QuorOsgUtils {
+
+/// Commands, first in, first out, in blocks that the caller allocates. Appending takes the same few instructions
+/// however many commands there are: no block is ever copied or grown.
+class CommandList {
+ public:
+  struct Block {
+    std::array<FileCmd*, 62> cmds;  // a block and its list node fill 8 cache lines
+    std::size_t end = 0;
+  };
+  using Blocks = std::list<Block>;
+
+  bool empty() const { return _blocks.empty() || _first == _blocks.front().end; }
+  /// Moves the block in `fresh` into this list if no other has room; false if there is none either.
+  bool append(FileCmd* cmd, Blocks& fresh);
+  /// Expects that the list is not empty. Frees each block that it empties but the last.
+  FileCmd* removeFront();
+  void swap(CommandList& other) noexcept;
+
+ private:
+  Blocks _blocks;
+  std::size_t _first = 0;  // in the first block
+};
+
+/// By priority.
+using CommandLists = std::array<CommandList, 3>;
+
+inline bool CommandList::append(FileCmd* cmd, Blocks& fresh) {
+  const bool isFull = _blocks.empty() || _blocks.back().end == _blocks.back().cmds.size();
+  if (isFull && fresh.empty()) return false;
+  if (isFull) _blocks.splice(_blocks.end(), fresh, fresh.begin());
+  Block& last = _blocks.back();
+  last.cmds[last.end++] = cmd;
+  return true;
+}
+
+inline FileCmd* CommandList::removeFront() {
+  Block& front = _blocks.front();
+  FileCmd* const cmd = front.cmds[_first++];
+  if (_first < front.end) return cmd;
+  _first = 0;
+  if (_blocks.size() > 1) {
+    _blocks.pop_front();
+  } else {
+    front.end = 0;
+  }
+  return cmd;
+}
+
+inline void CommandList::swap(CommandList& other) noexcept {
+  _blocks.swap(other._blocks);
+  std::swap(_first, other._first);
+}
+
+}  // namespace QuorOsgUtils
