@@ -1,6 +1,7 @@
 #include "capture/CaptureViewport.h"
 #include "capture/DepthRange.h"
 #include "capture/GLConstants.h"
+#include "capture/ReserveRoom.h"
 #include "capture/TightPackState.h"
 
 #include <QuorOsgUtils/ScreenCaptureTool.h>
@@ -11,21 +12,10 @@
 #include <osg/State>
 
 #include <mutex>
-#include <new>
 #include <optional>
 
 namespace QuorOsgUtils {
 namespace {
-
-template <typename Value>
-bool reserve(std::vector<Value>& values, std::size_t count) {
-  try {
-    values.reserve(count);
-    return true;
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
-}
 
 const osg::FrameBufferObject* lastAppliedFrameBufferObject(const osg::State& state) {
   return dynamic_cast<const osg::FrameBufferObject*>(
@@ -99,9 +89,9 @@ class ScreenCaptureTool::Capture {
     const std::size_t count = pixels.pixelCount();
     const std::size_t values = count * kChannelCount;
     const std::lock_guard<SpinLock> guard(_frame);
-    if (!reserve(_frame._depthBuffer, count) || !reserve(_frame._itemIDBuffer, values) ||
-        !reserve(_frame._itemFloatBuffer, values) || !reserve(_frame._pcFloatBuffer, values) ||
-        !reserve(_frame._pcUIntBuffer, values)) {
+    if (!reserveRoom(_frame._depthBuffer, count) || !reserveRoom(_frame._itemIDBuffer, values) ||
+        !reserveRoom(_frame._itemFloatBuffer, values) || !reserveRoom(_frame._pcFloatBuffer, values) ||
+        !reserveRoom(_frame._pcUIntBuffer, values)) {
       return;
     }
     _frame._depthBuffer.resize(count);
@@ -126,7 +116,7 @@ class ScreenCaptureTool::Capture {
 
   bool readColour() {
     const std::size_t bytes = _frame._depthBuffer.size() * kChannelCount;
-    if (!reserve(_frame._colourBuffer, bytes)) {
+    if (!reserveRoom(_frame._colourBuffer, bytes)) {
       return false;
     }
     _frame._colourBuffer.resize(bytes);
