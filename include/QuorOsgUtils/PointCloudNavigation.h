@@ -155,8 +155,8 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   osg::Quat _yawQuat;
 
  private:
-  void showPivotMarker(osgGA::GUIActionAdapter& aa);
-  bool panToPointer(osgGA::GUIActionAdapter& aa);
+  void _showPivotMarker(osgGA::GUIActionAdapter& aa);
+  bool _panToPointer(osgGA::GUIActionAdapter& aa);
 };
 
 }  // namespace QuorOsgUtils

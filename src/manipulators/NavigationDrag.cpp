@@ -36,11 +36,11 @@ bool PointCloudNavigation::handleNormalMouseDrag(const osgGA::GUIEventAdapter& e
   setViewCenter(osg::Vec3d());
   if (ea.getButtonMask() == osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON) {
     if (_lockPerspective) return false;
-    showPivotMarker(aa);
+    _showPivotMarker(aa);
   }
   const bool isHandled = osgGA::StandardManipulator::handleMouseDrag(ea, aa);
   if (ea.getButtonMask() != osgGA::GUIEventAdapter::MIDDLE_MOUSE_BUTTON) return isHandled;
-  return panToPointer(aa) && isHandled;
+  return _panToPointer(aa) && isHandled;
 }
 
 bool PointCloudNavigation::handleMouseRelease(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
@@ -50,13 +50,13 @@ bool PointCloudNavigation::handleMouseRelease(const osgGA::GUIEventAdapter& ea, 
   return false;
 }
 
-void PointCloudNavigation::showPivotMarker(osgGA::GUIActionAdapter& aa) {
+void PointCloudNavigation::_showPivotMarker(osgGA::GUIActionAdapter& aa) {
   osgViewer::Viewer* viewer = viewerOf(aa);
   osg::Group* scene = viewer && _pivotIndicator->getNumParents() == 0 ? sceneGroupOf(*viewer) : nullptr;
   if (scene) scene->addChild(_pivotIndicator);
 }
 
-bool PointCloudNavigation::panToPointer(osgGA::GUIActionAdapter& aa) {
+bool PointCloudNavigation::_panToPointer(osgGA::GUIActionAdapter& aa) {
   osg::Camera* camera = cameraOf(aa);
   const std::optional<ViewState> state = camera ? viewStateOf(*camera) : std::nullopt;
   if (!state || !_ga_t0 || !_ga_t1) return false;
