@@ -37,7 +37,10 @@ namespace QuorOsgUtils {
 /// Ownership: the viewer is observed, not kept. The pivot marker is kept and, while the view turns, a child of the
 /// viewer's scene data (which must be a group to receive it).
 /// Threads: the viewer's event thread. The captured frame is read under its lock, held for one pick or pan step.
-/// GL: none is used. Errors: a missing view, camera, viewport, capture tool or event makes the step do nothing.
+/// GL: none is used.
+/// Errors: without a view, a camera or the previous event the step does nothing; only a wheel event without a view goes
+/// to the orbit manipulator's own wheel. A pan and an orthographic wheel step also do nothing when the viewport is
+/// missing or empty. A press and a perspective wheel step work with an empty viewport, too.
 class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase {
  public:
   ~PointCloudNavigation() override;

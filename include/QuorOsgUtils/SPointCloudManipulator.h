@@ -4,16 +4,16 @@
 
 namespace QuorOsgUtils {
 
-/// Camera navigation for point clouds: each press re-places the orbit centre on the scene that is seen in the middle of
-/// the view, the right button orbits about it with yaw and pitch kept apart, the middle button pans at the depth of
-/// what is under the pointer, the wheel zooms towards the pointer. The left button alone is left to the host.
+/// Camera navigation for point clouds. Each press moves the orbit centre to the depth of the scene in the middle of the
+/// view. The right button orbits about it, with separate yaw and pitch. The middle button pans at the depth of what is
+/// under the pointer. The wheel zooms towards the pointer. The left button alone is left to the application.
 ///
 ///     osg::ref_ptr<QuorOsgUtils::SPointCloudManipulator> manipulator =
 ///         new QuorOsgUtils::SPointCloudManipulator(&viewer);
 ///     viewer.getCamera()->setPostDrawCallback(captureTool);
 ///     viewer.setCameraManipulator(manipulator);
 ///
-/// `PointCloudNavigation` tells the whole table of inputs, the frames and units, and what is needed from the host.
+/// See `PointCloudNavigation` for the table of inputs, the frames and units, and what the application provides.
 ///
 /// Rotation: yaw turns about the world's vertical (Z), pitch runs from 0 (looking straight down) to π (looking straight
 /// up). A step that would leave the range ends at its border; only a single step down that passes 0 by less than the
@@ -42,7 +42,10 @@ class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation
   void trackYZball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y, float p2x, float p2y);
 
  protected:
-  /// Re-places the orbit centre: the scene's depth in the middle of the view, on the line from the eye to the centre.
+  /// Moves pivot, orbit centre and marker to the point on the line from the eye through the orbit centre that is
+  /// nearest to the scene point picked in the middle of the viewport. An empty viewport picks at its whole-pixel
+  /// middle, too. Changes nothing without a viewport, when the eye lies in the orbit centre, or when the new centre
+  /// would not be finite.
   void placePivot(const osgGA::GUIEventAdapter& ea, osgViewer::Viewer& viewer) override;
 
   osg::Quat _initialRotation;

@@ -13,7 +13,7 @@ namespace QuorOsgUtils {
 ///     viewer.getCamera()->setPostDrawCallback(captureTool);
 ///     viewer.setCameraManipulator(manipulator);
 ///
-/// `PointCloudNavigation` tells the whole table of inputs, the frames and units, and what is needed from the host.
+/// See `PointCloudNavigation` for the table of inputs, the frames and units, and what the application provides.
 ///
 /// Rotation: the scene graph's trackball, free in all directions; the horizon may tilt. The rotation factor acts
 /// through the trackball's size alone and does not multiply the angle, unlike in station mode. Pitch and yaw parts are

@@ -21,13 +21,14 @@ bool PointCloudNavigation::handleNormalMouseWheel(const osgGA::GUIEventAdapter& 
 
 bool PointCloudNavigation::handleMouseWheelPerspective(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
   osgViewer::Viewer* viewer = viewerOf(aa);
+  const osg::Camera* camera = viewer ? viewer->getCamera() : nullptr;
   const std::optional<WheelNotch> notch = wheelNotchOf(ea);
-  const std::optional<ViewState> state =
-      viewer && viewer->getCamera() ? viewStateOf(*viewer->getCamera()) : std::nullopt;
-  if (!notch || !state) return true;
+  if (!camera || !notch) return true;
   osg::Vec3d target;
   pickSceneDepthPoint(wholePixel(ea.getX()), wholePixel(ea.getY()), target, viewer);
-  _center += perspectiveWheelMovement(*state, target, _wheelZoomFactor, *notch).value_or(osg::Vec3d());
+  _center +=
+      perspectiveWheelMovement(camera->getViewMatrix(), camera->getProjectionMatrix(), target, _wheelZoomFactor, *notch)
+          .value_or(osg::Vec3d());
   return true;
 }
 

@@ -5,6 +5,9 @@
 #include <QuorOsgUtils/SPointCloudManipulator.h>
 
 #include <osg/CopyOp>
+#include <osg/Viewport>
+
+#include <optional>
 
 namespace QuorOsgUtils {
 
@@ -15,6 +18,15 @@ double angleOf(const osg::Quat& rotation) {
   osg::Vec3d axis;
   rotation.getRotate(angle, axis);
   return angle;
+}
+
+/// The foot of the perpendicular from a point to the line of sight. Nothing when the eye lies in the orbit centre,
+/// which leaves no line, or when the foot is not finite.
+std::optional<osg::Vec3d> footOnLineOfSight(const osg::Vec3d& eye, const osg::Vec3d& orbitCenter,
+                                            const osg::Vec3d& point) {
+  osg::Vec3d ahead = orbitCenter - eye;
+  if (!(ahead.normalize() > 0.0)) return std::nullopt;
+  return ifFinite(eye + ahead * ((point - eye) * ahead));
 }
 
 }  // namespace
@@ -50,16 +62,13 @@ void SPointCloudManipulator::setTransformation(const osg::Vec3d& eye, const osg:
 
 void SPointCloudManipulator::placePivot(const osgGA::GUIEventAdapter&, osgViewer::Viewer& viewer) {
   const osg::Camera* camera = viewer.getCamera();
-  const std::optional<ViewState> state = camera ? viewStateOf(*camera) : std::nullopt;
-  if (!state) return;
-  _pivotPoint = osg::Vec3d();
-  pickSceneDepthPoint(wholePixel(state->width * 0.5), wholePixel(state->height * 0.5), _pivotPoint, &viewer);
+  const osg::Viewport* viewport = camera ? camera->getViewport() : nullptr;
+  if (!viewport) return;
+  osg::Vec3d picked;
+  pickSceneDepthPoint(wholePixel(viewport->width() * 0.5), wholePixel(viewport->height() * 0.5), picked, &viewer);
   osg::Vec3d eye, lookAt, up;
-  state->view.getLookAt(eye, lookAt, up, 1.0);
-  osg::Vec3d ahead = _center - eye;
-  // An eye in the orbit centre has no line of sight to move the centre along.
-  if (!(ahead.normalize() > 0.0)) return;
-  const std::optional<osg::Vec3d> foot = ifFinite(eye + ahead * ((_pivotPoint - eye) * ahead));
+  camera->getViewMatrix().getLookAt(eye, lookAt, up, 1.0);
+  const std::optional<osg::Vec3d> foot = footOnLineOfSight(eye, _center, picked);
   if (!foot) return;
   _pivotPoint = *foot;
   _center = *foot;

@@ -22,15 +22,15 @@ osg::Matrixd scaledOrtho(const osg::Matrixd& projection, double scale) {
 
 }  // namespace
 
-std::optional<osg::Vec3d> perspectiveWheelMovement(const ViewState& state, const osg::Vec3d& target, double percent,
-                                                   WheelNotch notch) {
-  const std::optional<ProjectionBox> box = frustumOf(state.projection);
+std::optional<osg::Vec3d> perspectiveWheelMovement(const osg::Matrixd& view, const osg::Matrixd& projection,
+                                                   const osg::Vec3d& target, double percent, WheelNotch notch) {
+  const std::optional<ProjectionBox> box = frustumOf(projection);
   if (!box) return std::nullopt;
   osg::Vec3d eye, center, up;
-  state.view.getLookAt(eye, center, up, 1.0);
+  view.getLookAt(eye, center, up, 1.0);
   osg::Vec3d ray = target - eye;
   ray.normalize();
-  const double along = ray * lookDirection(state.view);
+  const double along = ray * lookDirection(view);
   if (!(std::abs(along) > kSmallestCosine)) return std::nullopt;
   const double step = std::abs(box->zFar) * percent / 100.0;
   return ifFinite(ray * ((notch == WheelNotch::Up ? step : -step) / along));

@@ -122,6 +122,16 @@ TEST_F(PointCloudNavigationGLTest, aPerspectiveNotchMovesExactlyOneStepAlongTheV
   }
 }
 
+TEST_F(PointCloudNavigationGLTest, aPerspectiveNotchOverAnEmptyViewportGoesToThePickedPoint) {
+  const double distance = drawPlaneAt(50.0);
+  const osg::Vec3d before = _manipulator->getCenter();
+  const osg::Vec3d ray = worldAtDistance(600.0, 200.0, distance) - eye();
+  camera().setViewport(0, 0, 0, 0);
+  EXPECT_TRUE(scroll(Event::SCROLL_UP, 600.0, 200.0));
+  // 10 percent of the far plane at 1000, measured along the view.
+  expectNear(_manipulator->getCenter() - before, ray * (100.0 / distance), 1e-3);
+}
+
 TEST_F(PointCloudNavigationGLTest, aNotchOutsideTheImageGoesTowardsTheOrigin) {
   lookAt(osg::Vec3d(20.0, -100.0, 0.0), osg::Vec3d(20.0, -90.0, 0.0));
   drawPlaneAt(40.0);

@@ -114,6 +114,23 @@ TEST_F(SPointCloudManipulatorGLTest, aViewportThatGrewSinceTheCaptureIsNotReadBe
   expectNear(_manipulator->getCenter(), osg::Vec3d(), 1e-9);
 }
 
+TEST_F(SPointCloudManipulatorGLTest, aPressOverAnEmptyViewportPicksAtItsWholePixelMiddle) {
+  const struct {
+    int width, height, x, y;
+    double distance;
+  } views[] = {{0, 0, 0, 0, 20.0}, {kWidth + 1, 0, kWidth / 2, 0, 40.0}, {0, kHeight + 1, 0, kHeight / 2, 60.0}};
+  paint(0, 0, kWidth, kHeight, depthAtDistance(90.0));
+  for (const auto& view : views) paint(view.x, view.y, 1, 1, depthAtDistance(view.distance));
+  draw();
+  const osg::Vec3d from = eye();
+  for (const auto& view : views) {
+    camera().setViewport(0, 0, view.width, view.height);
+    EXPECT_TRUE(push(kRight, 17.0, 23.0));
+    EXPECT_NEAR(_manipulator->getDistance(), distanceOfDepth(depthAtDistance(view.distance)), 1e-6);
+    expectNear(eye(), from, 1e-6);
+  }
+}
+
 TEST_F(SPointCloudManipulatorGLTest, aPressLeavesTheFrameBufferUnlocked) {
   draw();
   push(kRight, 17.0, 23.0);

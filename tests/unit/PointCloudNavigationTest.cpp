@@ -57,6 +57,11 @@ class PointCloudNavigationTest : public ManipulatorFixture {
     return _manipulator->handle(*makeEvent(type, buttons, x, y), aa);
   }
 
+  static std::vector<osg::ref_ptr<osg::Viewport>> missingAndEmptyViewports() {
+    return {nullptr, new osg::Viewport(0.0, 0.0, 0.0, 0.0), new osg::Viewport(0.0, 0.0, kWidth, 0.0),
+            new osg::Viewport(0.0, 0.0, 0.0, kHeight), new osg::Viewport(0.0, 0.0, std::nan(""), kHeight)};
+  }
+
   Viewless viewless;
 };
 
@@ -310,23 +315,38 @@ TEST_F(PointCloudNavigationTest, aViewThatIsNoViewerPansButPicksNothing) {
   expectNear(_manipulator->getCenter() - before, osg::Vec3d(-3.0, 0.0, -2.0), 1e-6);
 }
 
-TEST_F(PointCloudNavigationTest, aMissingOrEmptyViewportLeavesTheCamera) {
-  const std::vector<osg::ref_ptr<osg::Viewport>> viewports{
-      nullptr, new osg::Viewport(0.0, 0.0, 0.0, 0.0), new osg::Viewport(0.0, 0.0, kWidth, 0.0),
-      new osg::Viewport(0.0, 0.0, 0.0, kHeight), new osg::Viewport(0.0, 0.0, std::nan(""), kHeight)};
+TEST_F(PointCloudNavigationTest, thePerspectiveWheelNeedsNoViewport) {
+  for (const auto& viewport : missingAndEmptyViewports()) {
+    camera().setViewport(viewport);
+    // Without a capture tool the ray goes to the origin: 100 ahead and 20 to the left of the eye.
+    lookAt(osg::Vec3d(20.0, -100.0, 0.0), osg::Vec3d(20.0, -90.0, 0.0));
+    EXPECT_TRUE(scroll(Event::SCROLL_UP, 1.0, 1.0));
+    expectNear(eye(), osg::Vec3d(), 1e-6);
+  }
+}
+
+TEST_F(PointCloudNavigationTest, aPanOverAMissingOrEmptyViewportMovesNothing) {
   for (const bool isPerspective : {true, false}) {
     isPerspective ? usePerspective() : useOrthographic(50.0);
-    lookAt(osg::Vec3d(5.0, -90.0, 3.0), osg::Vec3d(5.0, -20.0, 3.0));
-    const osg::Matrixd before = _manipulator->getMatrix();
-    const osg::Matrixd projection = camera().getProjectionMatrix();
-    for (const auto& viewport : viewports) {
+    for (const auto& viewport : missingAndEmptyViewports()) {
       camera().setViewport(viewport);
-      EXPECT_TRUE(push(kMiddle, 100.0, 100.0));
+      push(kMiddle, 100.0, 100.0);
+      const osg::Matrixd before = _manipulator->getMatrix();
       EXPECT_FALSE(drag(kMiddle, 150.0, 120.0));
-      EXPECT_EQ(scroll(Event::SCROLL_UP, 100.0, 100.0), isPerspective);
       EXPECT_EQ(_manipulator->getMatrix(), before);
-      EXPECT_EQ(camera().getProjectionMatrix(), projection);
     }
+  }
+}
+
+TEST_F(PointCloudNavigationTest, anOrthographicNotchOverAMissingOrEmptyViewportChangesNothing) {
+  useOrthographic(50.0);
+  const osg::Matrixd before = _manipulator->getMatrix();
+  const osg::Matrixd projection = camera().getProjectionMatrix();
+  for (const auto& viewport : missingAndEmptyViewports()) {
+    camera().setViewport(viewport);
+    EXPECT_FALSE(scroll(Event::SCROLL_UP, 100.0, 100.0));
+    EXPECT_EQ(_manipulator->getMatrix(), before);
+    EXPECT_EQ(camera().getProjectionMatrix(), projection);
   }
 }
 

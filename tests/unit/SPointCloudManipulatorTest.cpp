@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
+#include <vector>
 
 namespace {
 
@@ -34,6 +35,19 @@ class SPointCloudManipulatorTest : public ManipulatorFixture {
 
   /// The trackball's angle for a way in pixels over an extent in pixels, with the default ball of 0.8.
   static double turnAngle(double pixels, double extent) { return std::asin(2.0 * pixels / extent / (2.0 * 0.8)); }
+
+  /// With the orbit centre given, and pivot and marker elsewhere.
+  void expectAPressChangesNothingAt(const osg::Vec3d& center) {
+    _manipulator->setCenter(center);
+    _manipulator->_pivotPoint = osg::Vec3d(-1.0, -2.0, -3.0);
+    _manipulator->_pivotIndicator->setPosition(osg::Vec3d(-4.0, -5.0, -6.0));
+    const double distance = _manipulator->getDistance();
+    EXPECT_TRUE(push(kRight, 100.0, 100.0));
+    EXPECT_EQ(_manipulator->getCenter(), center);
+    EXPECT_EQ(_manipulator->getDistance(), distance);
+    EXPECT_EQ(_manipulator->_pivotPoint, osg::Vec3d(-1.0, -2.0, -3.0));
+    EXPECT_EQ(_manipulator->_pivotIndicator->getPosition(), osg::Vec3d(-4.0, -5.0, -6.0));
+  }
 
   void expectRotationIsPitchTimesYaw() {
     expectSameRotation(_manipulator->getRotation(), _manipulator->_pitchQuat * _manipulator->_yawQuat, 1e-12);
@@ -301,12 +315,34 @@ TEST_F(SPointCloudManipulatorTest, theRotationStepWithoutRecordedEventsReturnsFa
   EXPECT_FALSE(_manipulator->performNormalMovementMiddleMouseButton(0.1, 0.1, 0.1));
 }
 
-TEST_F(SPointCloudManipulatorTest, aPressWithTheEyeInTheOrbitCentreLeavesTheCentre) {
+TEST_F(SPointCloudManipulatorTest, aPressWithTheEyeInTheOrbitCentreChangesNothing) {
   lookAt(osg::Vec3d(3.0, 4.0, 5.0), osg::Vec3d(3.0, 5.0, 5.0));
-  _manipulator->setCenter(osg::Vec3d(3.0, 4.0, 5.0));
-  EXPECT_TRUE(push(kRight, 100.0, 100.0));
-  EXPECT_EQ(_manipulator->getCenter(), osg::Vec3d(3.0, 4.0, 5.0));
-  EXPECT_NEAR(_manipulator->getDistance(), 1.0, 1e-12);
+  expectAPressChangesNothingAt(osg::Vec3d(3.0, 4.0, 5.0));
+}
+
+TEST_F(SPointCloudManipulatorTest, aPressWithAnOrbitCentreThatIsNotFiniteChangesNothing) {
+  lookAt(osg::Vec3d(3.0, 4.0, 5.0), osg::Vec3d(3.0, 5.0, 5.0));
+  expectAPressChangesNothingAt(osg::Vec3d(HUGE_VAL, 4.0, 5.0));
+}
+
+TEST_F(SPointCloudManipulatorTest, aPressWithoutAViewportChangesNothing) {
+  camera().setViewport(nullptr);
+  expectAPressChangesNothingAt(osg::Vec3d(0.0, 10.0, 0.0));
+}
+
+TEST_F(SPointCloudManipulatorTest, aPressOverAnEmptyViewportMovesTheCentreToTheFootOfTheOriginsPerpendicular) {
+  const std::vector<osg::Vec2d> sizes{
+      {0.0, 0.0}, {kWidth, 0.0}, {0.0, kHeight}, {-2.0, kHeight}, {std::nan(""), kHeight}};
+  for (const osg::Vec2d& size : sizes) {
+    camera().setViewport(new osg::Viewport(0.0, 0.0, size.x(), size.y()));
+    lookAt(osg::Vec3d(-40.0, 0.0, 7.0), osg::Vec3d(-30.0, 0.0, 7.0));
+    EXPECT_TRUE(push(kRight, 17.0, 23.0));
+    const osg::Vec3d foot(0.0, 0.0, 7.0);
+    expectNear(_manipulator->getCenter(), foot, 1e-9);
+    expectNear(_manipulator->_pivotPoint, foot, 1e-9);
+    EXPECT_NEAR(_manipulator->getDistance(), 40.0, 1e-9);
+    expectNear(_manipulator->_pivotIndicator->getPosition(), foot, 1e-9);
+  }
 }
 
 TEST_F(SPointCloudManipulatorTest, theTrackballHelpersTurnInTheirPlanesWithoutADepth) {

@@ -102,6 +102,13 @@ TEST_F(SPointCloudPrivotManipulatorTest, aPressOnAViewerWithoutACameraLeavesTheP
   _viewer->setCamera(camera);
 }
 
+TEST_F(SPointCloudPrivotManipulatorTest, aPressNeedsNoViewport) {
+  _manipulator->_pivotPoint = osg::Vec3d(1.0, 2.0, 3.0);
+  camera().setViewport(nullptr);
+  EXPECT_TRUE(push(kRight, 400.0, 300.0));
+  EXPECT_EQ(_manipulator->_pivotPoint, osg::Vec3d());
+}
+
 TEST_F(SPointCloudPrivotManipulatorTest, aPressOnAViewThatIsNoViewerLeavesThePivot) {
   _manipulator->_pivotPoint = osg::Vec3d(1.0, 2.0, 3.0);
   const osg::ref_ptr<osgViewer::View> view = new osgViewer::View;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <optional>
 
 namespace {
 
@@ -33,31 +34,40 @@ OrthoBox boxOf(const osg::Matrixd& projection) {
   return box;
 }
 
+std::optional<osg::Vec3d> movementTowards(const osg::Vec3d& target, WheelNotch notch,
+                                          const osg::Matrixd& projection = kFrustum) {
+  return perspectiveWheelMovement(viewAlongY(projection).view, projection, target, 10.0, notch);
+}
+
 TEST(WheelStepTest, aPerspectiveNotchMovesByTenPercentOfTheFarPlaneAlongTheView) {
-  const auto up = perspectiveWheelMovement(viewAlongY(kFrustum), osg::Vec3d(30.0, 0.0, 10.0), 10.0, WheelNotch::Up);
+  const auto up = movementTowards(osg::Vec3d(30.0, 0.0, 10.0), WheelNotch::Up);
   ASSERT_TRUE(up);
   // The ray to the target is (30, 100, 10): 100 forward go with 30 to the right and 10 up.
   EXPECT_NEAR((*up - osg::Vec3d(30.0, 100.0, 10.0)).length(), 0.0, 1e-8);
 }
 
 TEST(WheelStepTest, aPerspectiveNotchDownMovesTheOppositeWay) {
-  const auto down = perspectiveWheelMovement(viewAlongY(kFrustum), osg::Vec3d(30.0, 0.0, 10.0), 10.0, WheelNotch::Down);
+  const auto down = movementTowards(osg::Vec3d(30.0, 0.0, 10.0), WheelNotch::Down);
   ASSERT_TRUE(down);
   EXPECT_NEAR((*down + osg::Vec3d(30.0, 100.0, 10.0)).length(), 0.0, 1e-8);
 }
 
 TEST(WheelStepTest, aTargetBehindTheEyeStillMovesForwardOnANotchUp) {
-  const auto up = perspectiveWheelMovement(viewAlongY(kFrustum), osg::Vec3d(0.0, -150.0, 0.0), 10.0, WheelNotch::Up);
+  const auto up = movementTowards(osg::Vec3d(0.0, -150.0, 0.0), WheelNotch::Up);
   ASSERT_TRUE(up);
   EXPECT_NEAR((*up - osg::Vec3d(0.0, 100.0, 0.0)).length(), 0.0, 1e-8);
 }
 
-TEST(WheelStepTest, aRayAtRightAnglesToTheViewTellsNoMovement) {
-  EXPECT_FALSE(perspectiveWheelMovement(viewAlongY(kFrustum), osg::Vec3d(5.0, -100.0, 0.0), 10.0, WheelNotch::Up));
+TEST(WheelStepTest, aRayAtRightAnglesToTheViewYieldsNoMovement) {
+  EXPECT_FALSE(movementTowards(osg::Vec3d(5.0, -100.0, 0.0), WheelNotch::Up));
 }
 
-TEST(WheelStepTest, aTargetInTheEyeTellsNoMovement) {
-  EXPECT_FALSE(perspectiveWheelMovement(viewAlongY(kFrustum), osg::Vec3d(0.0, -100.0, 0.0), 10.0, WheelNotch::Up));
+TEST(WheelStepTest, aTargetInTheEyeYieldsNoMovement) {
+  EXPECT_FALSE(movementTowards(osg::Vec3d(0.0, -100.0, 0.0), WheelNotch::Up));
+}
+
+TEST(WheelStepTest, aProjectionThatIsNoFrustumYieldsNoMovement) {
+  EXPECT_FALSE(movementTowards(osg::Vec3d(30.0, 0.0, 10.0), WheelNotch::Up, kOrtho));
 }
 
 TEST(WheelStepTest, anOrthographicNotchScalesTheBoxAndKeepsThePointInItsPlace) {
