@@ -49,8 +49,9 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   /// already; other handled events are refused. A double click is a second press.
   bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
 
-  /// Frames the bounding sphere of the manipulator's node in `getFov()` degrees, seen along +Y with Z up; without a
-  /// camera from 3.5 times its radius.
+  /// Sets the home position so that the bounding sphere of the manipulator's node fills the stored field of view
+  /// (`_fov`), seen along +Y with Z up. An overridden `getFov` has no effect here, and neither has the camera's
+  /// projection. Without a camera the distance is 3.5 times the radius.
   void computeHomePosition(const osg::Camera* camera = nullptr, bool useBoundingBox = false) override;
 
   bool handleMouseDrag(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
@@ -69,7 +70,7 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   void setWheelZoomFactor(double percent) override;
   double getWheelZoomFactor() const;
 
-  /// The vertical field of view used to frame the scene, in degrees (default 30).
+  /// The stored vertical field of view in degrees (default 30), which `computeHomePosition` uses.
   double getFov() override;
 
   /// The orbit rotation is pitch × yaw; each setter recomputes it at once.

@@ -541,6 +541,20 @@ TEST_F(HomePositionTest, aSceneOfZeroRadiusIsFramedAtASmallDistance) {
   EXPECT_NEAR(homeEyeFor(nullptr, false).y(), -3.5e-6, 1e-12);
 }
 
+TEST_F(HomePositionTest, anOverriddenGetFovDoesNotChangeTheHomePosition) {
+  class Wide : public OpenManipulator {
+   public:
+    using OpenManipulator::OpenManipulator;
+    double getFov() override { return 90.0; }
+  };
+  _manipulator = new Wide(_viewer);
+  useScene(new osg::ShapeDrawable(new osg::Sphere(osg::Vec3f(), 4.0f)));
+  const double radius = _manipulator->getNode()->getBound().radius();
+  EXPECT_NEAR(homeEyeFor(&camera(), false).y(), -radius / std::sin(osg::DegreesToRadians(15.0)), 1e-5);
+  _manipulator->_fov = 60.0;
+  EXPECT_NEAR(homeEyeFor(&camera(), false).y(), -radius / std::sin(osg::DegreesToRadians(30.0)), 1e-5);
+}
+
 class WorldBoundsTest : public PointCloudNavigationTest {
  protected:
   WorldBoundsTest() {
