@@ -15,14 +15,14 @@
 
 namespace QuorOsgUtils {
 
-/// The navigation that the point-cloud manipulators share: everything but what a press does and how the right button
-/// turns the view. Hosts never name this class; they use the manipulators derived from it.
+/// The navigation shared by the point-cloud manipulators: everything except what a press does in normal mode and how
+/// the right button turns the view. Applications use the derived manipulators.
 ///
 /// | input                  | normal mode                                        | station mode                       |
 /// |------------------------|----------------------------------------------------|------------------------------------|
-/// | left button alone      | ignored, left to the host                          | the same                           |
-/// | press, double click    | the manipulator's own placing of its turning point | takes the station as turning point |
-/// | right drag             | turns the view, the pivot marker shows             | turns the view about the station   |
+/// | left button alone      | ignored, left to the application                   | the same                           |
+/// | press, double click    | places the pivot, as the derived class defines it  | places the pivot at the station    |
+/// | right drag             | turns the view and shows the pivot marker          | turns the view about the station   |
 /// | middle drag            | pans, the scene follows the pointer at its depth   | the orbit manipulator's pan        |
 /// | release                | hides the marker                                   | the same                           |
 /// | wheel, perspective     | moves the camera along the ray under the pointer   | narrows or widens the view         |
@@ -32,11 +32,14 @@ namespace QuorOsgUtils {
 /// Modifier keys change none of this.
 ///
 /// Frames: world units; window positions in pixels from the bottom left of the image, Y up, as events carry them.
-/// Depth: read from the `ScreenCaptureTool` that is the post-draw callback of the view's camera, with the matrices
-/// that the tool captured beside it. Without a tool a pick finds nothing and a pan takes depth 0.
-/// Ownership: the viewer is observed, not kept. The pivot marker is kept and, while the view turns, a child of the
-/// viewer's scene data (which must be a group to receive it).
-/// Threads: the viewer's event thread. The captured frame is read under its lock, held for one pick or pan step.
+/// Depth: read from the `ScreenCaptureTool` that is the post-draw callback of the view's camera, together with the
+/// matrices that the tool captured. Without a tool a pick finds nothing and a pan uses depth 0.
+/// Ownership: the viewer is observed. The manipulator owns the pivot marker. A right drag in normal mode adds the
+/// marker to the viewer's scene data, if that is a group. The release removes it from every group that holds it, even
+/// when the viewer shows another scene by then. A manipulator that never receives the release, because the viewer
+/// changed its manipulator during the drag, removes the marker at its next press or release, or when it is destroyed.
+/// Threads: the viewer's event thread, also for the destruction. The captured frame is read under its lock, held for
+/// one pick or pan step.
 /// GL: none is used.
 /// Errors: without a view, a camera or the previous event the step does nothing; only a wheel event without a view goes
 /// to the orbit manipulator's own wheel. A pan and an orthographic wheel step also do nothing when the viewport is
@@ -45,8 +48,8 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
  public:
   ~PointCloudNavigation() override;
 
-  /// Hands one event to the step that the table above names. Frame and resize events are taken even when handled
-  /// already; other handled events are refused. A double click is a second press.
+  /// Dispatches one event as the table above lists it. Frame and resize events are processed even when already handled;
+  /// other handled events are refused. A double click is a second press.
   bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
 
   /// Sets the home position so that the bounding sphere of the manipulator's node fills the stored field of view
@@ -56,11 +59,12 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
 
   bool handleMouseDrag(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
   bool handleMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
-  /// Hides the marker. Always false, so that the event stays unhandled; nothing is thrown on.
+  /// Removes the marker from every group that holds it, unless the view is no viewer. Always false, so the event stays
+  /// unhandled. Never starts a throw.
   bool handleMouseRelease(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
   bool handleMouseWheel(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
 
-  /// Turns the two last recorded events into a rotation or a pan by the earlier one's buttons.
+  /// Rotates or pans by the movement between the last two recorded events. The buttons of the earlier event decide.
   bool performMovement() override;
   bool performMovementMiddleMouseButton(double eventTimeDelta, double dx, double dy) override;
   bool performMovementRightMouseButton(double eventTimeDelta, double dx, double dy) override;
@@ -133,7 +137,7 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   /// Memberwise: the copy shares the pivot marker and the viewer.
   PointCloudNavigation(const PointCloudNavigation& other);
 
-  /// What a press of the normal mode does with the turning point, the marker and, if it likes, the orbit centre.
+  /// Places the pivot and the marker, and optionally the orbit centre, at a press in normal mode.
   virtual void placePivot(const osgGA::GUIEventAdapter& ea, osgViewer::Viewer& viewer) = 0;
 
   /// False while the rotation factor is no finite number; a turn by it would leave the camera without a place.

@@ -1,5 +1,6 @@
 #include "manipulators/NavigationEvents.h"
 #include "manipulators/PanStep.h"
+#include "manipulators/PivotMarker.h"
 #include "manipulators/ScenePick.h"
 
 #include <QuorOsgUtils/PointCloudNavigation.h>
@@ -19,6 +20,8 @@ osg::Group* sceneGroupOf(osgViewer::Viewer& viewer) {
 
 bool PointCloudNavigation::handleMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
   if (isLeftButtonAlone(ea)) return false;
+  // The first button of a new drag: a marker that is still shown is left over from a drag without a release.
+  if (isOneButtonAlone(ea)) hidePivotMarker(*_pivotIndicator);
   return _stationModel ? handleStationMousePush(ea, aa) : handleNormalMousePush(ea, aa);
 }
 
@@ -44,9 +47,7 @@ bool PointCloudNavigation::handleNormalMouseDrag(const osgGA::GUIEventAdapter& e
 }
 
 bool PointCloudNavigation::handleMouseRelease(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
-  osgViewer::Viewer* viewer = isLeftButtonAlone(ea) ? nullptr : viewerOf(aa);
-  osg::Group* scene = viewer && _pivotIndicator->getNumParents() > 0 ? sceneGroupOf(*viewer) : nullptr;
-  if (scene) scene->removeChild(_pivotIndicator);
+  if (!isLeftButtonAlone(ea) && viewerOf(aa)) hidePivotMarker(*_pivotIndicator);
   return false;
 }
 

@@ -10,8 +10,11 @@
 
 namespace QuorOsgUtils {
 
-/// Whether the left button, which belongs to the host, is the only one down.
+/// Whether the left button, which is left to the application, is the only one down.
 bool isLeftButtonAlone(const osgGA::GUIEventAdapter& ea);
+
+/// Whether exactly one button is down, whichever it is.
+bool isOneButtonAlone(const osgGA::GUIEventAdapter& ea);
 
 /// The viewer behind an event, null where the view is none.
 osgViewer::Viewer* viewerOf(osgGA::GUIActionAdapter& aa);

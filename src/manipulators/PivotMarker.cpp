@@ -78,6 +78,11 @@ osg::ref_ptr<osg::AutoTransform> createPivotMarker() {
   return marker;
 }
 
+void hidePivotMarker(osg::Node& marker) {
+  // Backwards: each removal shortens the list of parents.
+  for (unsigned int i = marker.getNumParents(); i-- > 0;) marker.getParent(i)->removeChild(&marker);
+}
+
 osg::ref_ptr<osg::Geometry> createRingCapGeometry(double radius, double width, double z) {
   return createFlatStrip(ringStripVertices(radius, width, z));
 }

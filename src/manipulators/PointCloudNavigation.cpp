@@ -34,7 +34,10 @@ PointCloudNavigation::PointCloudNavigation(const PointCloudNavigation& other)
       _pitchQuat(other._pitchQuat),
       _yawQuat(other._yawQuat) {}
 
-PointCloudNavigation::~PointCloudNavigation() = default;
+PointCloudNavigation::~PointCloudNavigation() {
+  // Also when a copy shares the marker: the copy shows it again at the next event of its drag.
+  if (_pivotIndicator) hidePivotMarker(*_pivotIndicator);
+}
 
 void PointCloudNavigation::setWheelZoomFactor(double percent) {
   _wheelZoomFactor = percent;

@@ -65,6 +65,22 @@ class PointCloudNavigationTest : public ManipulatorFixture {
   Viewless viewless;
 };
 
+/// A right drag that shows the marker, with the manipulator installed on the viewer.
+class MarkerTest : public PointCloudNavigationTest {
+ protected:
+  MarkerTest() {
+    _viewer->setCameraManipulator(_manipulator, false);
+    startRightDrag();
+  }
+
+  void startRightDrag() {
+    push(kRight, 400.0, 300.0);
+    drag(kRight, 410.0, 300.0);
+  }
+
+  osg::ref_ptr<osg::AutoTransform> marker = _manipulator->_pivotIndicator;
+};
+
 // Dispatch
 
 TEST_F(PointCloudNavigationTest, handledEventsAreRefused) {
@@ -149,6 +165,73 @@ TEST_F(PointCloudNavigationTest, aReleaseWithoutAViewLeavesTheMarker) {
   drag(kRight, 410.0, 300.0);
   sendTo(viewless, Event::RELEASE, 0, 420.0, 300.0);
   EXPECT_TRUE(isMarkerShown());
+}
+
+TEST_F(MarkerTest, theReleaseRemovesTheMarkerFromASceneThatWasReplacedDuringTheDrag) {
+  const osg::ref_ptr<osg::Group> next = new osg::Group;
+  _viewer->setSceneData(next);
+  drag(kRight, 420.0, 300.0);
+  EXPECT_TRUE(_scene->containsNode(marker)) << "a marker that is shown is not added to another scene";
+  EXPECT_FALSE(release(0, 420.0, 300.0));
+  EXPECT_FALSE(_scene->containsNode(marker));
+  startRightDrag();
+  EXPECT_TRUE(next->containsNode(marker));
+  release(0, 410.0, 300.0);
+  EXPECT_FALSE(isMarkerShown());
+}
+
+TEST_F(MarkerTest, theReleaseRemovesTheMarkerWhenTheViewerHasNoSceneAnyMore) {
+  _viewer->setSceneData(nullptr);
+  EXPECT_FALSE(release(0, 410.0, 300.0));
+  EXPECT_FALSE(_scene->containsNode(marker));
+}
+
+TEST_F(MarkerTest, theReleaseRemovesTheMarkerFromAllItsParents) {
+  const osg::ref_ptr<osg::Group> other = new osg::Group;
+  other->addChild(marker);
+  _scene->addChild(marker);
+  ASSERT_EQ(marker->getNumParents(), 3u);
+  release(0, 410.0, 300.0);
+  EXPECT_EQ(_scene->getNumChildren(), 0u);
+  EXPECT_EQ(other->getNumChildren(), 0u);
+}
+
+TEST_F(MarkerTest, thePressAfterADragThatLostItsReleaseRemovesTheMarker) {
+  for (const bool isStation : {false, true}) {
+    const osg::ref_ptr<OpenManipulator> other = new OpenManipulator(_viewer);
+    _viewer->setCameraManipulator(other, false);
+    EXPECT_FALSE(other->handle(*makeEvent(Event::RELEASE, 0, 410.0, 300.0), *_viewer));
+    EXPECT_TRUE(_scene->containsNode(marker));
+    _viewer->setCameraManipulator(_manipulator, false);
+    _manipulator->setStationModel(isStation);
+    push(kMiddle, 400.0, 300.0);
+    EXPECT_FALSE(_scene->containsNode(marker));
+    _manipulator->setStationModel(false);
+    startRightDrag();
+  }
+}
+
+TEST_F(MarkerTest, thePressOfASecondButtonKeepsTheMarkerShown) {
+  push(kRight | kMiddle, 410.0, 300.0);
+  EXPECT_TRUE(_scene->containsNode(marker));
+}
+
+TEST_F(MarkerTest, thePressOfTheLeftButtonAloneLeavesTheMarker) {
+  EXPECT_FALSE(push(kLeft, 410.0, 300.0));
+  EXPECT_TRUE(_scene->containsNode(marker));
+}
+
+TEST_F(MarkerTest, aManipulatorThatIsDestroyedDuringADragRemovesItsMarker) {
+  _viewer->setCameraManipulator(nullptr);
+  _manipulator = nullptr;
+  EXPECT_FALSE(_scene->containsNode(marker));
+}
+
+TEST_F(MarkerTest, aDragShowsTheMarkerAgainAfterACopyThatSharedItWasDestroyed) {
+  osg::ref_ptr<OpenManipulator> copy = new OpenManipulator(*_manipulator);
+  copy = nullptr;
+  drag(kRight, 420.0, 300.0);
+  EXPECT_TRUE(_scene->containsNode(marker));
 }
 
 TEST_F(PointCloudNavigationTest, theReleaseKeepsTheRecordedEvents) {
