@@ -180,6 +180,25 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
     osg::ref_ptr<osg::MatrixTransform> orientation;  ///< its z axis points out of the box
     osg::ref_ptr<osg::ShapeDrawable> cone;
   };
+  /// The handles of the faces, accessed by `Face` and stored in the order left, right, top, bottom, front, back.
+  class FaceHandles {
+   public:
+    FaceHandle& at(std::size_t face) { return _handles.at(kPlaces.at(face)); }
+    const FaceHandle& at(std::size_t face) const { return _handles.at(kPlaces.at(face)); }
+    FaceHandle& operator[](std::size_t face) { return _handles[kPlaces[face]]; }
+    const FaceHandle& operator[](std::size_t face) const { return _handles[kPlaces[face]]; }
+
+    std::size_t size() const { return _handles.size(); }
+    /// In the order of storage.
+    FaceHandle* begin() { return _handles.data(); }
+    FaceHandle* end() { return _handles.data() + _handles.size(); }
+    const FaceHandle* begin() const { return _handles.data(); }
+    const FaceHandle* end() const { return _handles.data() + _handles.size(); }
+
+   private:
+    static constexpr std::array<std::size_t, FACE_COUNT> kPlaces = {0, 1, 4, 5, 3, 2};
+    std::array<FaceHandle, FACE_COUNT> _handles;
+  };
   struct AxisHandle {
     osg::ref_ptr<osg::MatrixTransform> transform;  ///< its z axis is the axis of the box
     osg::ref_ptr<osg::ShapeDrawable> head;
@@ -202,7 +221,7 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   osg::ref_ptr<osg::Geometry> _verticalEdges;
   osg::ref_ptr<osg::Switch> _scaleSwitch;
   osg::ref_ptr<osg::MatrixTransform> _boxCenter;
-  std::array<FaceHandle, FACE_COUNT> _faces;
+  FaceHandles _faces;
   osg::ref_ptr<osg::Switch> _translateSwitch;
   osg::ref_ptr<osg::MatrixTransform> _axesTransform;
   std::array<AxisHandle, 3> _axes;  ///< X, Y, Z, as `_rings`

@@ -166,6 +166,14 @@ TEST_F(BoxCutterHandlesTest, theConesHangBelowTheBoxsCentreInTheMiddlesOfTheirFa
   }
 }
 
+TEST_F(BoxCutterHandlesTest, theFaceHandlesAreStoredInTheOrderLeftRightTopBottomFrontBack) {
+  const std::array<ExposedBoxCutter::Face, 6> order = {ExposedBoxCutter::LEFT_FACE,  ExposedBoxCutter::RIGHT_FACE,
+                                                       ExposedBoxCutter::TOP_FACE,   ExposedBoxCutter::BOTTOM_FACE,
+                                                       ExposedBoxCutter::FRONT_FACE, ExposedBoxCutter::BACK_FACE};
+  const auto* handle = &_cutter->_faces[ExposedBoxCutter::LEFT_FACE];
+  for (const ExposedBoxCutter::Face face : order) EXPECT_EQ(&_cutter->_faces[face], handle++) << face;
+}
+
 TEST_F(BoxCutterHandlesTest, eachConeHangsBelowFacePixelSizeAndOrientation) {
   for (const auto& face : _cutter->_faces) {
     ASSERT_EQ(face.transform->getNumChildren(), 1u);
