@@ -30,43 +30,45 @@ std::optional<osg::Vec3d> projected(const osgManipulator::Projector& projector, 
 
 }  // namespace
 
-/// What one of the faces makes of a drag.
+/// How a face follows a drag.
 struct BoxCutterDragger::FaceDrag {
   Face hit;
-  Face cone;   ///< whose axis the pointer is projected on
-  float sign;  ///< of the change of the extent when the pointer moves outwards along that axis
+  Face cone;  ///< whose axis the pointer is projected on
+  float
+      outwards;  ///< sign of the face's offset when the pointer moves along the axis; inverted for the other direction
+  float across;  ///< sign of the offset when the move has no component along the axis
   FaceSetter update;
 };
 
 bool BoxCutterDragger::handleLeftScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
                                        osgGA::GUIActionAdapter& aa) {
-  return _dragFace({LEFT_FACE, LEFT_FACE, -1.0f, &BoxCutterDragger::_updateLeftScale}, pointer, ea, aa);
+  return _dragFace({LEFT_FACE, LEFT_FACE, -1.0f, -1.0f, &BoxCutterDragger::_updateLeftScale}, pointer, ea, aa);
 }
 
 bool BoxCutterDragger::handleRightScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
                                         osgGA::GUIActionAdapter& aa) {
-  return _dragFace({RIGHT_FACE, RIGHT_FACE, 1.0f, &BoxCutterDragger::_updateRightScale}, pointer, ea, aa);
+  return _dragFace({RIGHT_FACE, RIGHT_FACE, 1.0f, -1.0f, &BoxCutterDragger::_updateRightScale}, pointer, ea, aa);
 }
 
 bool BoxCutterDragger::handleFrontScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
                                         osgGA::GUIActionAdapter& aa) {
-  return _dragFace({FRONT_FACE, FRONT_FACE, -1.0f, &BoxCutterDragger::_updateFrontScale}, pointer, ea, aa);
+  return _dragFace({FRONT_FACE, FRONT_FACE, -1.0f, -1.0f, &BoxCutterDragger::_updateFrontScale}, pointer, ea, aa);
 }
 
 bool BoxCutterDragger::handleBackScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
                                        osgGA::GUIActionAdapter& aa) {
-  return _dragFace({BACK_FACE, BACK_FACE, 1.0f, &BoxCutterDragger::_updateBackScale}, pointer, ea, aa);
+  return _dragFace({BACK_FACE, BACK_FACE, 1.0f, 1.0f, &BoxCutterDragger::_updateBackScale}, pointer, ea, aa);
 }
 
 bool BoxCutterDragger::handleBottomScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
                                          osgGA::GUIActionAdapter& aa) {
-  return _dragFace({BOTTOM_FACE, BOTTOM_FACE, -1.0f, &BoxCutterDragger::_updateBottomScale}, pointer, ea, aa);
+  return _dragFace({BOTTOM_FACE, BOTTOM_FACE, -1.0f, -1.0f, &BoxCutterDragger::_updateBottomScale}, pointer, ea, aa);
 }
 
 // Top and bottom cone stand on one line; the top face goes by the bottom cone's axis, which points down.
 bool BoxCutterDragger::handleTopScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
                                       osgGA::GUIActionAdapter& aa) {
-  return _dragFace({TOP_FACE, BOTTOM_FACE, -1.0f, &BoxCutterDragger::_updateTopScale}, pointer, ea, aa);
+  return _dragFace({TOP_FACE, BOTTOM_FACE, -1.0f, -1.0f, &BoxCutterDragger::_updateTopScale}, pointer, ea, aa);
 }
 
 bool BoxCutterDragger::_dragFace(const FaceDrag& drag, const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
@@ -92,8 +94,10 @@ void BoxCutterDragger::_moveFace(const FaceDrag& drag, const BoxPointerInfo& poi
   if (!point) return;
   const osg::Matrixd& toWorld = _lineProjector->getLocalToWorld();
   const auto distance = static_cast<float>((*point * toWorld - _startProjectedPoint * toWorld).length());
-  const bool outwards = (*point - _startProjectedPoint).z() >= 0.0;
-  (this->*drag.update)(drag.sign * (outwards ? distance : -distance));
+  osg::Vec3d direction = *point - _startProjectedPoint;
+  direction.normalize();
+  const float sign = direction.z() > 0.0 ? drag.outwards : direction.z() < 0.0 ? -drag.outwards : drag.across;
+  (this->*drag.update)(sign * distance);
 }
 
 bool BoxCutterDragger::handleXRotation(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,

@@ -1,11 +1,13 @@
 #include "support/BoxCutterFixture.h"
 
 #include <osg/MatrixTransform>
+#include <osgManipulator/Projector>
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
+#include <string>
 
 namespace QuorTests {
 namespace {
@@ -184,6 +186,39 @@ TEST_F(BoxCutterFaceDrags, theTopFaceGoesByTheBottomConesAxis) {
   const float before = extents()[kTopFace];
   dragFromTo(toWindow(faceInWorld(kTopFace)), outOf(kTopFace, 0.9));
   EXPECT_LT(extents()[kTopFace], before);
+}
+
+// The projector is replaced, because a real one rounds, and then z is not exactly 0.
+TEST_F(BoxCutterFaceDrags, aDragAcrossTheConesAxisMovesTheBackFaceUpAndEveryOtherFaceDown) {
+  struct GivenPoint : osgManipulator::LineProjector {
+    bool project(const osgManipulator::PointerInfo& /*pointer*/, osg::Vec3d& projected) const override {
+      projected = point;
+      return true;
+    }
+    osg::Vec3d point;
+  };
+  constexpr double kDistance = 0.75;
+  const osg::ref_ptr<GivenPoint> projector = new GivenPoint;
+  _box->_lineProjector = projector;
+  for (std::size_t face = 0; face < 6; ++face) {
+    for (const double direction : {1.0, -1.0}) {
+      const std::string name = kFaceNames[face].text;
+      SCOPED_TRACE(testing::Message() << name << ", direction " << direction);
+      const std::array<float, 6> before = extents();
+      const osg::Vec2d from = toWindow(faceInWorld(face));
+      projector->point = osg::Vec3d(2.0, 0.0, 3.0);
+      ASSERT_TRUE(push(from));
+      const osg::Matrixd& toWorld = projector->getLocalToWorld();
+      const double scale = (osg::Vec3d(1.0, 0.0, 0.0) * toWorld - osg::Vec3d() * toWorld).length();
+      projector->point.x() += direction * kDistance / scale;
+      EXPECT_TRUE(drag(from));
+      expectOnlyChanged(face, before, before[face] + (name == "back" ? kDistance : -kDistance));
+      projector->point.x() = 2.0;
+      EXPECT_TRUE(drag(from));
+      EXPECT_TRUE(release(from));
+      EXPECT_EQ(extents(), before);
+    }
+  }
 }
 
 TEST_F(BoxCutterFaceDrags, onlyAMoveAsksForARedraw) {
