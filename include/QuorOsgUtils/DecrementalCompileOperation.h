@@ -13,6 +13,7 @@
 
 #include <list>
 #include <set>
+#include <thread>
 #include <vector>
 
 namespace QuorOsgUtils {
@@ -28,7 +29,7 @@ namespace QuorOsgUtils {
 /// callback and drops the request. With the node's last reference its GL objects go to the scene graph's lists of
 /// deleted objects, which the following frames work off.
 ///
-/// The settings (target frame rate to delete-all-till frame number) are kept for the host and read by nothing here.
+/// The settings (target frame rate to delete-all-till frame number) are only stored for the application.
 ///
 /// Lifecycle: a request is pending from `add` until the next run on any context, or until `remove`. A callback may add
 /// and remove requests: what it adds waits for the next run, what it removes still has its turn if the run under way
@@ -39,12 +40,24 @@ namespace QuorOsgUtils {
 /// before it is destroyed. An operation destroyed first takes itself out of no context.
 ///
 /// Threads: `add` and `remove` may be called from any thread. Contexts are added and removed while their graphics
-/// threads rest, or from a callback on the context's own thread: the scene graph reads its list of operations without a
-/// lock. The run takes place on the graphics thread of every context; what it detaches must not be traversed at that
-/// moment, so in the viewer's threading models that update or cull beside the drawing the host decides when it queues.
-/// With several contexts one request may have a turn on each: the node is detached once, and the callback runs on each
-/// of them, perhaps at the same time. Nodes are detached and destroyed by one thread at a time, callbacks run without
-/// any lock held. Settings, `isActive` and `isEmpty` are read and written without a lock.
+/// threads rest, or from a callback on the context's own thread: OSG reads its list of operations without a lock. The
+/// run takes place on the graphics thread of every context; what it detaches must not be traversed at that moment, so
+/// in threading models that update or cull while another thread draws, the application decides when it queues.
+/// Settings, `isActive` and `isEmpty` are read and written without a lock.
+///
+/// Several contexts: at most one thread at a time finishes the requests of an operation, and no thread waits for it. A
+/// run that starts while another thread is busy leaves the pending requests to that thread and returns immediately; the
+/// busy thread finishes them before its own run ends. So nodes are detached and destroyed by one thread at a time, and
+/// each request has one turn. A run that has returned may have left requests to another thread: the callback reports
+/// when a request is finished. A run that application code starts inside a run, on the same thread, is done
+/// immediately and gives the remaining requests an additional turn.
+///
+/// Locks: no lock is held while application code runs. A `removeChild` of the application's, destructors of nodes and
+/// groups, and callbacks may take any lock, also one that another thread holds while it calls this operation.
+///
+/// Not promised: OSG changes groups without a lock, and each removal also updates all ancestors of the group. So two
+/// operations whose runs may overlap need separate scene graphs, and so do direct calls of `deleteop` or `deleteSets`
+/// that may overlap a run.
 ///
 /// Cost: removing n children of one group one by one costs n² (10,000: 0.2 s; 100,000: half a minute), all within one
 /// run: queue the parent of many, not the many.
@@ -54,7 +67,7 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
  public:
   class DeleteSet;
 
-  /// Told when a request has been finished, on the graphics thread. Hosts derive from it.
+  /// Called when a request has been finished, on the thread that finished it. Applications derive from it.
   class QUOR_OSG_UTILS_EXPORT DeleteCompletedCallback : public virtual osg::Referenced {
    public:
     /// `set` is no longer pending and lives at least until the call returns.
@@ -72,12 +85,13 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
     DeleteSet(const DeleteSet& other);
     DeleteSet& operator=(const DeleteSet& other);
 
-    /// Detaches the node from the group, where both are there and the one is a child of the other. Always true.
+    /// Detaches the node from the group on the calling thread, without any lock, if the group still exists and the node
+    /// is its child. Always true.
     bool deleteop();
 
     osg::observer_ptr<osg::Group> _group;
     osg::ref_ptr<osg::Node> _node;
-    /// Null at first. Set it before the request is added.
+    /// Default: null. Set it before the request is added.
     osg::ref_ptr<DeleteCompletedCallback> _deleteCompletedCallback;
 
    protected:
@@ -96,25 +110,25 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
   /// Whether any context runs this operation.
   bool isActive() const;
 
-  /// Frames per second; 100 at first.
+  /// Frames per second. Default: 100.
   void setTargetFrameRate(double targetFrameRate);
   double getTargetFrameRate();
 
-  /// Seconds; 0.001 at first.
+  /// Seconds. Default: 0.001.
   void setMinimumTimeAvailableForGLCompileAndDeletePerFrame(double seconds);
   double getMinimumTimeAvailableForGLCompileAndDeletePerFrame();
 
-  /// 20 at first.
+  /// Default: 20.
   void setMaximumNumOfObjectsToDeletePerFrame(unsigned int count);
   unsigned int getMaximumNumOfObjectsToDeletePerFrame();
 
-  /// Both 0.5 at first.
+  /// Default: 0.5 each.
   void setFlushTimeRatio(double ratio);
   double getFlushTimeRatio();
   void setConservativeTimeRatio(double ratio);
   double getConservativeTimeRatio();
 
-  /// Both 0 at first.
+  /// Default: 0 each.
   void setCurrentFrameNumber(unsigned int frameNumber);
   unsigned int getCurrentFrameNumber();
   void setDeleteAllTillFrameNumber(unsigned int frameNumber);
@@ -143,7 +157,8 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
   /// Whether no request is pending.
   bool isEmpty();
 
-  /// The run. Contexts call it; a direct call, also with null, does the same on the calling thread.
+  /// The run. Contexts call it; a direct call, also with null, does the same on the calling thread. The operation must
+  /// exist until the call returns: keep a reference, as contexts do.
   void operator()(osg::GraphicsContext* context) override;
   using osg::GraphicsOperation::operator();
 
@@ -153,11 +168,15 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
   DeleteSets& getToCompile();
 
  protected:
-  /// Finishes the requests from the front on and leaves the list empty.
+  /// Finishes the requests of the list from the front on, on the calling thread. A request leaves the list after its
+  /// callback. Given the pending list itself, it does the same as a run.
   void deleteSets(DeleteSets& sets);
 
  private:
-  void unlink(const DeleteSet* set);
+  class Claim;
+
+  void _finishPending();
+  void _unlink(const DeleteSet* set);
 
   double _targetFrameRate = 100.0;
   double _minimumTimePerFrameSeconds = 0.001;
@@ -169,6 +188,11 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
   OpenThreads::Mutex _toCompileMutex;
   DeleteSets _toCompile;
   ContextSet _contexts;
+
+  // Who finishes requests now, guarded by the mutex too.
+  std::thread::id _owner;
+  unsigned int _claims = 0;  ///< more than one while the owner runs the operation inside a run
+  bool _requestsLeft = false;
 };
 
 }  // namespace QuorOsgUtils

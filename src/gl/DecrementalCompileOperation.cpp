@@ -3,21 +3,13 @@
 #include <OpenThreads/ScopedLock>
 
 #include <algorithm>
-#include <mutex>
+#include <thread>
 
 namespace QuorOsgUtils {
 
 namespace {
 
 using Lock = OpenThreads::ScopedLock<OpenThreads::Mutex>;
-
-// Groups and shared children keep lists of each other without a lock, so the graphics threads of several contexts take
-// turns, also those of different operations. A node's destructor may come back here. Never destroyed, since threads may
-// outlive the process's static objects.
-std::recursive_mutex& sceneMutex() {
-  static auto* const mutex = new std::recursive_mutex;
-  return *mutex;
-}
 
 }  // namespace
 
@@ -35,11 +27,57 @@ DecrementalCompileOperation::DeleteSet& DecrementalCompileOperation::DeleteSet::
 DecrementalCompileOperation::DeleteSet::~DeleteSet() = default;
 
 bool DecrementalCompileOperation::DeleteSet::deleteop() {
-  const std::lock_guard<std::recursive_mutex> alone(sceneMutex());
   osg::ref_ptr<osg::Group> group;
   if (_group.lock(group)) group->removeChild(_node.get());
   return true;
 }
+
+/// A thread's exclusive right to finish the requests of an operation. It is a claim and not a lock: a thread that does
+/// not get it leaves its requests to the owner instead of waiting, because the owner may wait for a lock of the
+/// application that this thread holds. The owner may claim again from within a run.
+class DecrementalCompileOperation::Claim {
+ public:
+  explicit Claim(DecrementalCompileOperation& operation) : _operation(operation) {}
+  Claim(const Claim&) = delete;
+  Claim& operator=(const Claim&) = delete;
+  ~Claim() {
+    if (!_owned) return;
+    const Lock lock(_operation._toCompileMutex);
+    --_operation._claims;
+  }
+
+  /// Copies the pending requests: in the first call, and in later ones if another thread has left requests since. False
+  /// when this thread has nothing more to do. The owner releases the claim under the same lock under which it checks
+  /// for requests that were left, so none is missed.
+  bool take(DeleteSets& sets) {
+    const Lock lock(_operation._toCompileMutex);
+    if (!(_owned ? _continue() : _begin())) return false;
+    _operation._requestsLeft = false;
+    sets = _operation._toCompile;
+    return true;
+  }
+
+ private:
+  bool _begin() {
+    const std::thread::id self = std::this_thread::get_id();
+    if (_operation._claims != 0 && _operation._owner != self) {
+      _operation._requestsLeft = true;
+      return false;
+    }
+    _operation._owner = self;
+    ++_operation._claims;
+    return _owned = true;
+  }
+
+  bool _continue() {
+    if (_operation._requestsLeft) return true;
+    --_operation._claims;
+    return _owned = false;
+  }
+
+  DecrementalCompileOperation& _operation;
+  bool _owned = false;
+};
 
 DecrementalCompileOperation::DecrementalCompileOperation()
     : osg::Referenced(true), osg::GraphicsOperation("DecrementalCompileOperation", true) {}
@@ -153,7 +191,7 @@ void DecrementalCompileOperation::add(DeleteSet* set) {
 }
 
 void DecrementalCompileOperation::remove(DeleteSet* set) {
-  if (set != nullptr) unlink(set);
+  if (set != nullptr) _unlink(set);
 }
 
 bool DecrementalCompileOperation::isEmpty() {
@@ -161,12 +199,7 @@ bool DecrementalCompileOperation::isEmpty() {
 }
 
 void DecrementalCompileOperation::operator()(osg::GraphicsContext* /*context*/) {
-  DeleteSets sets;
-  {
-    const Lock lock(_toCompileMutex);
-    sets = _toCompile;
-  }
-  if (!sets.empty()) deleteSets(sets);
+  _finishPending();
 }
 
 OpenThreads::Mutex* DecrementalCompileOperation::getToCompiledMutex() {
@@ -177,23 +210,29 @@ DecrementalCompileOperation::DeleteSets& DecrementalCompileOperation::getToCompi
   return _toCompile;
 }
 
-// The turn's request is taken out of the list beforehand, so that the list may be the pending one itself.
+void DecrementalCompileOperation::_finishPending() {
+  Claim claim(*this);
+  DeleteSets sets;
+  while (claim.take(sets)) deleteSets(sets);
+}
+
+// The request is kept here and looked up again after its callback, since application code may change the list. No lock
+// is held: removeChild, the callback and the destructors of what is dropped belong to the application.
 void DecrementalCompileOperation::deleteSets(DeleteSets& sets) {
+  if (&sets == &_toCompile) return _finishPending();
   while (!sets.empty()) {
-    DeleteSets turn;
-    turn.splice(turn.begin(), sets, sets.begin());
-    DeleteSet* const set = turn.front().get();
-    if (set != nullptr) set->deleteop();
-    unlink(set);
-    const osg::ref_ptr<DeleteCompletedCallback> callback = set != nullptr ? set->_deleteCompletedCallback : nullptr;
+    const osg::ref_ptr<DeleteSet> set = sets.front();
+    if (set.valid()) set->deleteop();
+    _unlink(set);
+    const osg::ref_ptr<DeleteCompletedCallback> callback = set.valid() ? set->_deleteCompletedCallback : nullptr;
     if (callback.valid()) callback->deleteCompleted(set);
-    const std::lock_guard<std::recursive_mutex> alone(sceneMutex());
-    turn.clear();
+    const auto place = std::find(sets.begin(), sets.end(), set);
+    if (place != sets.end()) sets.erase(place);
   }
 }
 
-// What is unlinked goes after the mutex has been given back: with it may go a whole subgraph.
-void DecrementalCompileOperation::unlink(const DeleteSet* set) {
+// The reference is dropped after the mutex has been released: it may be the last one of a whole subgraph.
+void DecrementalCompileOperation::_unlink(const DeleteSet* set) {
   DeleteSets unlinked;
   const Lock lock(_toCompileMutex);
   const auto place = std::find(_toCompile.begin(), _toCompile.end(), set);

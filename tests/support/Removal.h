@@ -56,6 +56,7 @@ inline osg::ref_ptr<DeleteSet> toldSet(osg::Group* group, osg::Node* node, std::
 class ContextOnThread {
  public:
   explicit ContextOnThread(osg::GraphicsContext* context) : _context(context) {
+    _run->setKeep(false);
     _context->realize();
     _context->createGraphicsThread();
     _context->getGraphicsThread()->startThread();
@@ -73,11 +74,7 @@ class ContextOnThread {
 
   /// Has the context's operations run so many times, and does not wait for it.
   void startRuns(int count) {
-    for (int i = 0; i < count; ++i) {
-      const osg::ref_ptr<osg::RunOperations> run = new osg::RunOperations;
-      run->setKeep(false);
-      _context->getGraphicsThread()->add(run);
-    }
+    for (int i = 0; i < count; ++i) _context->getGraphicsThread()->add(_run);
   }
 
   /// Calls the function on the graphics thread, after what was started before, and waits for it.
@@ -108,6 +105,7 @@ class ContextOnThread {
   };
 
   osg::ref_ptr<osg::GraphicsContext> _context;
+  osg::ref_ptr<osg::RunOperations> _run = new osg::RunOperations;
 };
 
 }  // namespace QuorTests
