@@ -37,7 +37,8 @@ namespace QuorOsgUtils {
 /// Ownership: the viewer is observed. The manipulator owns the pivot marker. A right drag in normal mode adds the
 /// marker to the viewer's scene data, if that is a group. The release removes it from every group that holds it, even
 /// when the viewer shows another scene by then. A manipulator that never receives the release, because the viewer
-/// changed its manipulator during the drag, removes the marker at its next press or release, or when it is destroyed.
+/// changed its manipulator during the drag, removes the marker at its next release, or when it is destroyed and neither
+/// a copy nor the application holds the marker.
 /// Threads: the viewer's event thread, also for the destruction. The captured frame is read under its lock, held for
 /// one pick or pan step.
 /// GL: none is used.

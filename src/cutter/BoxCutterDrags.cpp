@@ -33,10 +33,9 @@ std::optional<osg::Vec3d> projected(const osgManipulator::Projector& projector, 
 /// How a face follows a drag.
 struct BoxCutterDragger::FaceDrag {
   Face hit;
-  Face cone;  ///< whose axis the pointer is projected on
-  float
-      outwards;  ///< sign of the face's offset when the pointer moves along the axis; inverted for the other direction
-  float across;  ///< sign of the offset when the move has no component along the axis
+  Face cone;       ///< the pointer is projected on its axis
+  float outwards;  ///< sign of the face's offset for a move along the axis, inverted for a move against it
+  float across;    ///< sign of the offset for a move without a component along the axis
   FaceSetter update;
 };
 

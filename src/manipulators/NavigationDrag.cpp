@@ -20,8 +20,6 @@ osg::Group* sceneGroupOf(osgViewer::Viewer& viewer) {
 
 bool PointCloudNavigation::handleMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
   if (isLeftButtonAlone(ea)) return false;
-  // The first button of a new drag: a marker that is still shown is left over from a drag without a release.
-  if (isOneButtonAlone(ea)) hidePivotMarker(*_pivotIndicator);
   return _stationModel ? handleStationMousePush(ea, aa) : handleNormalMousePush(ea, aa);
 }
 

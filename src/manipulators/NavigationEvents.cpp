@@ -8,11 +8,6 @@ bool isLeftButtonAlone(const osgGA::GUIEventAdapter& ea) {
   return ea.getButtonMask() == osgGA::GUIEventAdapter::LEFT_MOUSE_BUTTON;
 }
 
-bool isOneButtonAlone(const osgGA::GUIEventAdapter& ea) {
-  const int buttons = ea.getButtonMask();
-  return buttons != 0 && (buttons & (buttons - 1)) == 0;
-}
-
 osgViewer::Viewer* viewerOf(osgGA::GUIActionAdapter& aa) {
   return dynamic_cast<osgViewer::Viewer*>(aa.asView());
 }

@@ -13,9 +13,6 @@ namespace QuorOsgUtils {
 /// Whether the left button, which is left to the application, is the only one down.
 bool isLeftButtonAlone(const osgGA::GUIEventAdapter& ea);
 
-/// Whether exactly one button is down, whichever it is.
-bool isOneButtonAlone(const osgGA::GUIEventAdapter& ea);
-
 /// The viewer behind an event, null where the view is none.
 osgViewer::Viewer* viewerOf(osgGA::GUIActionAdapter& aa);
 

@@ -35,8 +35,9 @@ PointCloudNavigation::PointCloudNavigation(const PointCloudNavigation& other)
       _yawQuat(other._yawQuat) {}
 
 PointCloudNavigation::~PointCloudNavigation() {
-  // Also when a copy shares the marker: the copy shows it again at the next event of its drag.
-  if (_pivotIndicator) hidePivotMarker(*_pivotIndicator);
+  const int references = static_cast<int>(_pivotIndicator->getNumParents()) + 1;
+  const bool isShared = _pivotIndicator->referenceCount() > references;
+  if (!isShared) hidePivotMarker(*_pivotIndicator);
 }
 
 void PointCloudNavigation::setWheelZoomFactor(double percent) {

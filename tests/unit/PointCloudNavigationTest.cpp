@@ -78,7 +78,7 @@ class MarkerTest : public PointCloudNavigationTest {
     drag(kRight, 410.0, 300.0);
   }
 
-  osg::ref_ptr<osg::AutoTransform> marker = _manipulator->_pivotIndicator;
+  osg::AutoTransform* marker = _manipulator->_pivotIndicator;
 };
 
 // Dispatch
@@ -196,41 +196,33 @@ TEST_F(MarkerTest, theReleaseRemovesTheMarkerFromAllItsParents) {
   EXPECT_EQ(other->getNumChildren(), 0u);
 }
 
-TEST_F(MarkerTest, thePressAfterADragThatLostItsReleaseRemovesTheMarker) {
-  for (const bool isStation : {false, true}) {
-    const osg::ref_ptr<OpenManipulator> other = new OpenManipulator(_viewer);
-    _viewer->setCameraManipulator(other, false);
-    EXPECT_FALSE(other->handle(*makeEvent(Event::RELEASE, 0, 410.0, 300.0), *_viewer));
-    EXPECT_TRUE(_scene->containsNode(marker));
-    _viewer->setCameraManipulator(_manipulator, false);
-    _manipulator->setStationModel(isStation);
-    push(kMiddle, 400.0, 300.0);
-    EXPECT_FALSE(_scene->containsNode(marker));
-    _manipulator->setStationModel(false);
-    startRightDrag();
+TEST_F(MarkerTest, theNextReleaseRemovesTheMarkerOfADragThatLostItsRelease) {
+  const osg::ref_ptr<OpenManipulator> other = new OpenManipulator(_viewer);
+  _viewer->setCameraManipulator(other, false);
+  EXPECT_FALSE(other->handle(*makeEvent(Event::RELEASE, 0, 410.0, 300.0), *_viewer));
+  EXPECT_TRUE(_scene->containsNode(marker));
+  _viewer->setCameraManipulator(_manipulator, false);
+  startRightDrag();
+  EXPECT_FALSE(release(0, 410.0, 300.0));
+  EXPECT_FALSE(_scene->containsNode(marker));
+}
+
+TEST_F(MarkerTest, aPressLeavesTheMarkerThatIsShown) {
+  for (const int buttons : {kLeft, kMiddle, kRight, kRight | kMiddle}) {
+    push(buttons, 410.0, 300.0);
+    EXPECT_TRUE(_scene->containsNode(marker)) << buttons;
   }
-}
-
-TEST_F(MarkerTest, thePressOfASecondButtonKeepsTheMarkerShown) {
-  push(kRight | kMiddle, 410.0, 300.0);
-  EXPECT_TRUE(_scene->containsNode(marker));
-}
-
-TEST_F(MarkerTest, thePressOfTheLeftButtonAloneLeavesTheMarker) {
-  EXPECT_FALSE(push(kLeft, 410.0, 300.0));
-  EXPECT_TRUE(_scene->containsNode(marker));
 }
 
 TEST_F(MarkerTest, aManipulatorThatIsDestroyedDuringADragRemovesItsMarker) {
   _viewer->setCameraManipulator(nullptr);
   _manipulator = nullptr;
-  EXPECT_FALSE(_scene->containsNode(marker));
+  EXPECT_EQ(_scene->getNumChildren(), 0u);
 }
 
-TEST_F(MarkerTest, aDragShowsTheMarkerAgainAfterACopyThatSharedItWasDestroyed) {
+TEST_F(MarkerTest, aCopyThatIsDestroyedLeavesTheMarkerItShares) {
   osg::ref_ptr<OpenManipulator> copy = new OpenManipulator(*_manipulator);
   copy = nullptr;
-  drag(kRight, 420.0, 300.0);
   EXPECT_TRUE(_scene->containsNode(marker));
 }
 

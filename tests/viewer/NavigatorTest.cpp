@@ -1,5 +1,7 @@
 #include "Navigator.h"
 
+#include <osg/Group>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -55,10 +57,22 @@ class NavigatorTest : public testing::Test {
     send(osgGA::GUIEventAdapter::RELEASE, 0, x, y);
   }
 
+  osg::ref_ptr<osg::Group> _scene = new osg::Group;
   osg::ref_ptr<osgViewer::Viewer> _viewer = new osgViewer::Viewer;
   Navigator _navigator;
   double _time = 1.0;
 };
+
+TEST_F(NavigatorTest, swappingTheManipulatorDuringADragRemovesThePivotMarker) {
+  constexpr int kRight = osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON;
+  _viewer->setSceneData(_scene);
+  send(osgGA::GUIEventAdapter::PUSH, kRight, 400.0F, 300.0F);
+  send(osgGA::GUIEventAdapter::DRAG, kRight, 410.0F, 300.0F);
+  ASSERT_EQ(_scene->getNumChildren(), 1u) << "the marker shows";
+  _navigator.swap();
+  send(osgGA::GUIEventAdapter::RELEASE, 0, 410.0F, 300.0F);
+  EXPECT_EQ(_scene->getNumChildren(), 0u);
+}
 
 TEST_F(NavigatorTest, beginsAboutTheMiddleWithItsManipulatorInstalled) {
   EXPECT_FALSE(_navigator.turnsAboutPointer());
