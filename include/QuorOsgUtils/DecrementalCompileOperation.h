@@ -45,19 +45,21 @@ namespace QuorOsgUtils {
 /// in threading models that update or cull while another thread draws, the application decides when it queues.
 /// Settings, `isActive` and `isEmpty` are read and written without a lock.
 ///
-/// Several contexts: at most one thread at a time finishes the requests of an operation, and no thread waits for it. A
-/// run that starts while another thread is busy leaves the pending requests to that thread and returns immediately; the
-/// busy thread finishes them before its own run ends. So nodes are detached and destroyed by one thread at a time, and
-/// each request has one turn. A run that has returned may have left requests to another thread: the callback reports
-/// when a request is finished. A run that application code starts inside a run, on the same thread, is done
-/// immediately and gives the remaining requests an additional turn.
+/// Several contexts: at most one thread at a time processes the requests of an operation, and no thread waits for it. A
+/// run that starts while another thread is busy leaves the pending requests to that thread and returns immediately. The
+/// busy thread processes them before its own run ends, unless application code throws; then they wait for the next run.
+/// So nodes are detached and destroyed by one thread at a time, and each request is processed once. The callback
+/// reports when a request is finished; the return of a run does not. A nested run on the same thread executes
+/// immediately; the outer run then processes the remaining requests again.
 ///
-/// Locks: no lock is held while application code runs. A `removeChild` of the application's, destructors of nodes and
-/// groups, and callbacks may take any lock, also one that another thread holds while it calls this operation.
+/// Locks: no lock is held while application code runs. Overridden `removeChild` functions, destructors of nodes and
+/// groups, and callbacks may take any lock, also one that another thread holds while it calls this operation. Do not
+/// wait for a callback while holding a lock that application code inside a run takes.
 ///
-/// Not promised: OSG changes groups without a lock, and each removal also updates all ancestors of the group. So two
+/// Restrictions: OSG changes groups without a lock, and each removal also updates all ancestors of the group. So two
 /// operations whose runs may overlap need separate scene graphs, and so do direct calls of `deleteop` or `deleteSets`
-/// that may overlap a run.
+/// that may overlap a run. A callback that always adds another request keeps a run busy as long as other runs overlap
+/// it.
 ///
 /// Cost: removing n children of one group one by one costs n² (10,000: 0.2 s; 100,000: half a minute), all within one
 /// run: queue the parent of many, not the many.
@@ -189,7 +191,7 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
   DeleteSets _toCompile;
   ContextSet _contexts;
 
-  // Who finishes requests now, guarded by the mutex too.
+  // The thread that processes requests; guarded by the mutex, too.
   std::thread::id _owner;
   unsigned int _claims = 0;  ///< more than one while the owner runs the operation inside a run
   bool _requestsLeft = false;

@@ -34,11 +34,11 @@ class FileProxy;
 /// Ownership: by default the creator's, who keeps the command alive until the manager has finished with it: when a
 /// command pushed later with the same priority runs, or when `FileManager::stopWorker` has returned. With auto delete,
 /// which is for commands pushed once, the manager deletes the first command of a chain after the whole chain has run,
-/// and each deleted command deletes its next if that has auto delete. The first command without auto delete ends this:
-/// it and all that follow it stay the creator's. Chains are deleted from the front; in the destructor of a command
-/// `getNext` still returns the next one, which is deleted after it.
-/// Threads: a command is set up before it is pushed and then belongs to the worker.
-/// Errors: an exception that leaves a command is reported by the manager, and the next command of the chain runs.
+/// and each deleted command deletes its next if that has auto delete. Deletion stops at the first command without auto
+/// delete: that command and all later ones still belong to the creator. Chains are deleted from the front; in the
+/// destructor of a command `getNext` still returns the next one, which is deleted after it. Threads: a command is set
+/// up before it is pushed and then belongs to the worker. Errors: an exception that leaves a command is reported by the
+/// manager, and the next command of the chain runs.
 class QUOR_OSG_UTILS_EXPORT FileCmd {
  public:
   /// Lower numbers run first. A command of any other value is never queued and stays the creator's.

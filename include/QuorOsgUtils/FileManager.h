@@ -48,12 +48,12 @@ class QUOR_OSG_UTILS_EXPORT FileProxy {
 /// queued commands have to run.
 ///
 /// Threads: `push` on any thread. `startWorker` and `stopWorker` on any thread, one call at a time; from a command they
-/// do nothing. Commands run on the worker, and only there may they use the manager's files. The worker sleeps while
-/// nothing is queued.
+/// do nothing. Commands run on the worker, which sleeps while nothing is queued. Only commands may use the manager's
+/// files. No static object may use the manager in its destructor.
 /// Cost: the lock of the queues is held for a few instructions, however many commands are queued.
 /// Errors: a command that throws, or that finds no memory for the name of its file, is reported at the notifier's level
 /// WARN with that name; the next command runs. A command that cannot be queued for lack of memory is reported in the
-/// same way and stays the caller's.
+/// same way and still belongs to the caller.
 class QUOR_OSG_UTILS_EXPORT FileManager {
  public:
   static FileManager* getInstance();
@@ -80,11 +80,13 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   FileManager();
   virtual ~FileManager();
 
-  /// Runs the next queued command with its chain on the calling thread; returns at once if none is queued.
+  /// Runs the next queued command with its chain on the calling thread; returns at once if none is queued. One thread
+  /// at a time, and none beside the worker.
   virtual void run();
   void _work();
   void _joinWorker();
   bool _stopForGood();
+  bool _runsCommandHere() const;
   void _runOne(FileCmd& cmd, std::uint32_t thread);
 
   struct Private;

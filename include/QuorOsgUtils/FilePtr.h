@@ -24,7 +24,7 @@ namespace QuorOsgUtils {
 /// of its own. Views are writable and shared with all openers of the file; nothing is read before it is touched.
 ///
 /// Ownership: views belong to the object and end with `close`, `open` after it, or the last reference. A view whose
-/// requested offset was no multiple of the granularity ends only so: `unmap` ignores its pointer.
+/// requested offset was no multiple of the granularity ends only that way: `unmap` ignores its pointer.
 /// Threads: `map` and `unmap` on any threads at once; `open` and `close` while no other call runs.
 /// GL: none. Paths: bytes as the system takes them; on Windows in the user's own encoding.
 ///
@@ -33,7 +33,7 @@ namespace QuorOsgUtils {
 /// normal vector data : 84" (the number has no further meaning), and a view that the system refuses a line in GBK and
 /// the error number, both to the standard output. Only regular files can be opened. `open` waits while another process,
 /// such as a file server, gives up its lease on the file. A file that shrinks while a view is in use takes away the
-/// pages behind its new end: reading or writing them raises the system's own fault.
+/// pages after its new end: reading or writing them raises the system's own fault.
 class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
  public:
   /// Opens the file for reading and writing. Null counts as an empty path.
@@ -50,7 +50,7 @@ class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
 
   /// From construction or `open` to `close`, also when the file could not be opened.
   bool isOpen() const;
-  /// False for ever once the file could not be opened.
+  /// False permanently once opening has failed.
   bool isValid() const;
   /// The path as given.
   const char* file() const;
@@ -65,10 +65,11 @@ class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
   /// | the offset is negative and no multiple of the granularity  | null, line with 84                          |
   /// | the length of the view exceeds 2^63 − 1                    | null, line with 84                          |
   /// | any other negative offset                                  | the system is asked, and refuses the view   |
-  /// | a negative size that ends at or behind the view's start    | the view up to there; the pointer lies      |
-  /// |                                                            | behind the view's last byte                 |
-  /// | an offset behind the end of the file whose view starts     | the view up to the end of the file; the     |
-  /// | before it                                                  | pointer lies behind its last byte           |
+  /// | the end exceeds 2^63 − 1                                   | the view up to the end of the file          |
+  /// | a negative size whose end lies at or after the view's      | the view up to that end; the pointer lies   |
+  /// | start                                                      | after it                                    |
+  /// | an offset after the end of the file whose view starts      | the view up to the end of the file; the     |
+  /// | before it                                                  | pointer lies after it                       |
   void* map(std::int64_t offset, std::int64_t size);
 
   /// Ends the view that begins at `p`; nothing for any other pointer.

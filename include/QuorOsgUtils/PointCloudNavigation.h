@@ -37,8 +37,8 @@ namespace QuorOsgUtils {
 /// Ownership: the viewer is observed. The manipulator owns the pivot marker. A right drag in normal mode adds the
 /// marker to the viewer's scene data, if that is a group. The release removes it from every group that holds it, even
 /// when the viewer shows another scene by then. A manipulator that never receives the release, because the viewer
-/// changed its manipulator during the drag, removes the marker at its next release, or when it is destroyed and neither
-/// a copy nor the application holds the marker.
+/// changed its manipulator during the drag, removes the marker at its next release. Its destructor also removes it,
+/// unless a copy or the application still holds the marker.
 /// Threads: the viewer's event thread, also for the destruction. The captured frame is read under its lock, held for
 /// one pick or pan step.
 /// GL: none is used.
@@ -54,14 +54,14 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
 
   /// Sets the home position so that the bounding sphere of the manipulator's node fills the stored field of view
-  /// (`_fov`), seen along +Y with Z up. An overridden `getFov` has no effect here, and neither has the camera's
-  /// projection. Without a camera the distance is 3.5 times the radius.
+  /// (`_fov`), seen along +Y with Z up. Neither an overridden `getFov` nor the camera's projection has an effect.
+  /// Without a camera the distance is 3.5 times the radius.
   void computeHomePosition(const osg::Camera* camera = nullptr, bool useBoundingBox = false) override;
 
   bool handleMouseDrag(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
   bool handleMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
-  /// Removes the marker from every group that holds it, unless the view is no viewer. Always false, so the event stays
-  /// unhandled. Never starts a throw.
+  /// Removes the marker from every group that holds it, if the view is an `osgViewer::Viewer`. Always false, so the
+  /// event stays unhandled. Never starts a throw.
   bool handleMouseRelease(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
   bool handleMouseWheel(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
 

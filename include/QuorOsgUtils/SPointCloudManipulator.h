@@ -43,8 +43,8 @@ class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation
 
  protected:
   /// Moves pivot, orbit centre and marker to the point on the line from the eye through the orbit centre that is
-  /// nearest to the scene point picked in the middle of the viewport. An empty viewport picks at its whole-pixel
-  /// middle, too. Changes nothing without a viewport, when the eye lies in the orbit centre, or when the new centre
+  /// nearest to the scene point picked in the middle of the viewport, truncated to whole pixels. The viewport may be
+  /// empty. Changes nothing without a viewport, when the eye lies in the orbit centre, or when the new centre
   /// would not be finite.
   void placePivot(const osgGA::GUIEventAdapter& ea, osgViewer::Viewer& viewer) override;
 

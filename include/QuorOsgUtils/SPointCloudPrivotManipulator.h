@@ -6,7 +6,7 @@ namespace QuorOsgUtils {
 
 /// Camera navigation for point clouds about what is under the pointer: each press picks the scene there, and the right
 /// button turns the view about it, so that it stays where it is in the window. Everything else is as in
-/// `SPointCloudManipulator`; a host may offer both and let people choose.
+/// `SPointCloudManipulator`; an application may offer both and let users choose.
 ///
 ///     osg::ref_ptr<QuorOsgUtils::SPointCloudPrivotManipulator> manipulator =
 ///         new QuorOsgUtils::SPointCloudPrivotManipulator(&viewer);

@@ -7,7 +7,7 @@
 
 namespace QuorOsgUtils {
 
-/// Reserves room for `count` values. False, with the vector as it was, when memory is short or when `count` is more
+/// Reserves room for `count` values. False, with the vector as it was, when memory is exhausted or when `count` is more
 /// than a vector can hold. In a 32-bit process an image of 2^31 - 1 values is more than that; in a 64-bit process it is
 /// not.
 template <typename Value>

@@ -34,8 +34,8 @@ std::optional<osg::Vec3d> projected(const osgManipulator::Projector& projector, 
 struct BoxCutterDragger::FaceDrag {
   Face hit;
   Face cone;       ///< the pointer is projected on its axis
-  float outwards;  ///< sign of the face's offset for a move along the axis, inverted for a move against it
-  float across;    ///< sign of the offset for a move without a component along the axis
+  float outwards;  ///< sign of the offset for a move along the axis (z > 0), and its opposite for z < 0
+  float across;    ///< sign of the offset for a move across the axis (z = 0)
   FaceSetter update;
 };
 

@@ -14,15 +14,15 @@ namespace QuorOsgUtils {
 class CommandList {
  public:
   struct Block {
-    std::array<FileCmd*, 62> cmds;  // a block and its list node fill 8 cache lines
+    std::array<FileCmd*, 61> cmds;  // a node of the list takes 512 bytes
     std::size_t end = 0;
   };
   using Blocks = std::list<Block>;
 
   bool empty() const { return _blocks.empty() || _first == _blocks.front().end; }
-  /// Moves the block in `fresh` into this list if no other has room; false if there is none either.
+  /// Moves the block in `fresh` into this list if the last one is full; false if `fresh` is empty, too.
   bool append(FileCmd* cmd, Blocks& fresh);
-  /// Expects that the list is not empty. Frees each block that it empties but the last.
+  /// Expects that the list is not empty. Frees a block once all of its commands are removed, unless it is the last.
   FileCmd* removeFront();
   void swap(CommandList& other) noexcept;
 

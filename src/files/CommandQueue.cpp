@@ -24,7 +24,8 @@ inline bool CommandQueue::append(FileCmd* cmd, std::size_t priority, CommandList
   return true;
 }
 
-// The first command of a list was there when the flags were read, so a higher priority pushed before it was seen.
+// The bit of a list was set when its first command was pushed. Commands of a higher priority that were pushed earlier
+// are therefore visible in the same read.
 FileCmd* CommandQueue::take() {
   const std::uint32_t filled = _filled.load(std::memory_order_acquire);
   for (std::size_t priority = 0; priority < _taken.size(); ++priority) {
@@ -47,7 +48,8 @@ void CommandQueue::fallIdle() {
   _idle.store(_filled.load(std::memory_order_relaxed) == 0, std::memory_order_relaxed);
 }
 
-// The thread that waits looks at `_idle` under the mutex: it has seen the change, or sleeps by now and is notified.
+// The waiting thread reads `_idle` under the mutex: it either sees the change, or is already asleep and gets the
+// notification.
 void CommandQueue::wake() {
   { const std::lock_guard<std::mutex> held(_mutex); }
   _awake.notify_one();

@@ -45,15 +45,15 @@ class CommandQueue {
 
   static constexpr std::size_t kCacheLineBytes = 64;
 
-  // A list of the taker's that is empty is swapped for the one that was pushed to. So the lock is held for one append
-  // or one swap, however many commands are queued, and the taker rarely touches the cache lines that pushers write.
+  // When a taken list is empty, it is swapped with the pushed list of that priority. So the lock is held for one append
+  // or one swap, however many commands are queued, and taking rarely touches the cache lines that pushers write.
   alignas(kCacheLineBytes) CommandLists _taken;
   alignas(kCacheLineBytes) CommandLists& _pushed;
   SpinLock& _lock;
-  std::atomic<std::uint32_t> _filled{
-      0};  // written under `_lock`: bit p is set while the list of priority p has commands
-  // Written under `_lock`: the taker has found nothing since the last append. The append that ends this wakes the
-  // thread that waits; no other append touches the mutex.
+  // Written under `_lock`: bit p is set while the pushed list of priority p has commands.
+  std::atomic<std::uint32_t> _filled{0};
+  // Written under `_lock`: nothing was found to take since the last append. The next append clears it and wakes the
+  // waiting thread; no other append uses the mutex.
   std::atomic<bool> _idle{true};
 
   std::mutex _mutex;

@@ -29,7 +29,7 @@ struct FileCmd::Private {
   FileCmd* next = nullptr;
   /// Whether this command has ever been the next of another.
   bool wasLinked = false;
-  /// Set while the first command of a chain deletes this one: gets `next` instead of the destructor deleting it.
+  /// Set while the first command of a chain deletes this one: receives `next`, and the destructor does not delete it.
   FileCmd** following = nullptr;
 };
 

@@ -9,12 +9,19 @@
 #include <osg/Notify>
 
 #include <exception>
+#include <mutex>
 #include <new>
 #include <system_error>
 
 namespace QuorOsgUtils {
 
 namespace {
+
+// Never destroyed: a thread may still unlock it after the manager has been destroyed.
+std::mutex& joinMutex() {
+  static auto* const mutex = new std::mutex;
+  return *mutex;
+}
 
 // Where memory is exhausted, the line may be lost.
 void report(const FileCmd& cmd, const char* event, const char* reason) noexcept {
@@ -43,11 +50,15 @@ FileManager::~FileManager() {
   if (_stopForGood()) delete _data;
 }
 
-// What the queued commands use may be destroyed already, so they are not run. Where a command ended the process, or
-// waits for the thread that does, the worker cannot be joined, and what it uses stays until the process is gone.
+// What the queued commands use may be destroyed already, so they are not run. The worker cannot be joined if its
+// command called `exit` or waits for the thread that did. Its data is then never released.
 bool FileManager::_stopForGood() {
   _data->queue.abandon();
-  if (_data->onWorker() || _data->proxy->_data->misused) return false;
+  if (_data->onWorker()) return false;
+  if (_data->proxy->_data->misused) {
+    if (_data->worker && _data->worker->joinable()) _data->worker->detach();
+    return false;
+  }
   _joinWorker();
   return true;
 }
@@ -67,7 +78,7 @@ void FileManager::push(FileCmd* cmd) {
 }
 
 void FileManager::startWorker() {
-  if (_data->onWorker() || _data->worker) return;
+  if (_runsCommandHere() || _data->worker) return;
   _data->queue.resume();
   try {
     _data->worker = std::make_unique<std::thread>([this] { _work(); });
@@ -77,12 +88,18 @@ void FileManager::startWorker() {
 }
 
 void FileManager::stopWorker() {
-  if (_data->onWorker()) return;
+  if (_runsCommandHere()) return;
   _data->queue.finish();
   _joinWorker();
 }
 
+bool FileManager::_runsCommandHere() const {
+  return _data->onWorker() || _data->proxy->_data->thread == currentThreadNumber();
+}
+
+// The process may end while another thread is in `stopWorker`.
 void FileManager::_joinWorker() {
+  const std::lock_guard<std::mutex> held(joinMutex());
   if (!_data->worker) return;
   _data->worker->join();
   _data->worker.reset();

@@ -108,9 +108,11 @@ void* FilePtr::map(std::int64_t offset, std::int64_t size) {
   const std::int64_t granularity = mapping.granularityBytes();
   const std::int64_t aligned = offset / granularity * granularity;
   const std::int64_t end = std::min(saturatedSum(offset, size), mapping.sizeBytes());
-  // Rounding towards zero takes a negative offset past itself: its byte would lie before the view.
+  // For a negative unaligned offset, rounding towards zero gives a start above the offset: its byte lies before the
+  // view.
   const bool startsBeforeView = offset < aligned;
-  const bool lengthOverflows = aligned < mapping.sizeBytes() - kGreatest;
+  const std::int64_t viewEnd = end == aligned ? mapping.sizeBytes() : end;
+  const bool lengthOverflows = viewEnd >= 0 && aligned < viewEnd - kGreatest;
   if (aligned > end || startsBeforeView || lengthOverflows) return reportNoRange();
 
   std::uint32_t error = 0;

@@ -79,8 +79,10 @@ osg::ref_ptr<osg::AutoTransform> createPivotMarker() {
 }
 
 void hidePivotMarker(osg::Node& marker) {
-  // Backwards: each removal shortens the list of parents.
-  for (unsigned int i = marker.getNumParents(); i-- > 0;) marker.getParent(i)->removeChild(&marker);
+  // Backwards, since each removal shortens the list of parents; an overridden `removeChild` may shorten it by more.
+  for (unsigned int i = marker.getNumParents(); i-- > 0;) {
+    if (i < marker.getNumParents()) marker.getParent(i)->removeChild(&marker);
+  }
 }
 
 osg::ref_ptr<osg::Geometry> createRingCapGeometry(double radius, double width, double z) {

@@ -138,7 +138,7 @@ TEST_F(DecrementalCompileOperationGLTest, aNodeThatTheHostStillHoldsKeepsItsObje
 TEST_F(DecrementalCompileOperationGLTest, theRunTakesPlaceOnTheContextsGraphicsThreadWithTheContextCurrent) {
   OpenThreads::Thread* ran = nullptr;
   bool current = false;
-  _operation->add(toldSet(_group, nullptr, [&](DeleteSet*) {
+  _operation->add(setWithCallback(_group, nullptr, [&](DeleteSet*) {
     ran = OpenThreads::Thread::CurrentThread();
     current = glGetString(GL_VERSION) != nullptr;
   }));

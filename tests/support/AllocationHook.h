@@ -15,8 +15,8 @@ class AllocationCount {
   std::size_t value() const;
 };
 
-/// While it lives, calls a function before each `operator new` and `operator delete` of its thread. What the function
-/// itself allocates and frees is not observed. One at a time for each thread.
+/// During its lifetime, calls a function before each `operator new` and `operator delete` of its thread. What the
+/// function itself allocates and frees is not observed. One at a time for each thread.
 class AllocationObserver {
  public:
   explicit AllocationObserver(std::function<void()> observe);

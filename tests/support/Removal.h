@@ -46,7 +46,8 @@ class Told : public Removal::DeleteCompletedCallback {
   std::function<void(DeleteSet*)> _function;
 };
 
-inline osg::ref_ptr<DeleteSet> toldSet(osg::Group* group, osg::Node* node, std::function<void(DeleteSet*)> function) {
+inline osg::ref_ptr<DeleteSet> setWithCallback(osg::Group* group, osg::Node* node,
+                                               std::function<void(DeleteSet*)> function) {
   osg::ref_ptr<DeleteSet> set = new DeleteSet(group, node);
   set->_deleteCompletedCallback = new Told(std::move(function));
   return set;

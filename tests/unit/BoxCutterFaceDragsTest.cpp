@@ -189,7 +189,7 @@ TEST_F(BoxCutterFaceDrags, theTopFaceGoesByTheBottomConesAxis) {
 }
 
 // The projector is replaced, because a real one rounds, and then z is not exactly 0.
-TEST_F(BoxCutterFaceDrags, aDragAcrossTheConesAxisMovesTheBackFaceUpAndEveryOtherFaceDown) {
+TEST_F(BoxCutterFaceDrags, aDragAcrossTheAxisAddsTheDistanceForTheBackFaceAndSubtractsItForTheOthers) {
   struct GivenPoint : osgManipulator::LineProjector {
     bool project(const osgManipulator::PointerInfo& /*pointer*/, osg::Vec3d& projected) const override {
       projected = point;

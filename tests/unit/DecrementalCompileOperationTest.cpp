@@ -55,7 +55,7 @@ class DecrementalCompileOperationTest : public ::testing::Test {
 
   /// A set that leaves its name in the record when it has been finished.
   osg::ref_ptr<DeleteSet> recording(const std::string& name) {
-    return toldSet(_group, child(), [this, name](DeleteSet*) { _record.push_back(name); });
+    return setWithCallback(_group, child(), [this, name](DeleteSet*) { _record.push_back(name); });
   }
 
   /// Moves the references, so that the runs have the last ones.
@@ -176,7 +176,7 @@ TEST_F(DecrementalCompileOperationTest, requestsAreFinishedInTheOrderOfTheirArri
 }
 
 TEST_F(DecrementalCompileOperationTest, aNodeWithoutOtherReferencesIsDestroyedBeforeTheNextTurn) {
-  const osg::ref_ptr<DeleteSet> next = toldSet(
+  const osg::ref_ptr<DeleteSet> next = setWithCallback(
       _group, child(), [this](DeleteSet*) { _record.push_back(std::to_string(Counted::alive() - _aliveBefore)); });
   _operation->add(_group, child());
   _operation->add(next);
@@ -267,8 +267,8 @@ TEST_F(DecrementalCompileOperationTest, aGroupThatDiesBetweenTheSnapshotAndItsTu
   osg::ref_ptr<osg::Group> dying = new Counted;
   const osg::ref_ptr<osg::Node> node = child();
   dying->addChild(node);
-  _operation->add(toldSet(_group, node, [&dying](DeleteSet*) { dying = nullptr; }));
-  _operation->add(toldSet(dying, node, [this](DeleteSet*) { _record.push_back("told"); }));
+  _operation->add(setWithCallback(_group, node, [&dying](DeleteSet*) { dying = nullptr; }));
+  _operation->add(setWithCallback(dying, node, [this](DeleteSet*) { _record.push_back("told"); }));
   run();
   EXPECT_THAT(_record, ElementsAre("told"));
   EXPECT_EQ(node->getNumParents(), 0u);
@@ -278,8 +278,8 @@ TEST_F(DecrementalCompileOperationTest, aGroupThatDiesBetweenTheSnapshotAndItsTu
 TEST_F(DecrementalCompileOperationTest, aSetWithoutGroupOrNodeIsFinishedAllTheSame) {
   const auto record = [this](DeleteSet*) { _record.push_back("told"); };
   child();
-  _operation->add(toldSet(nullptr, _group->getChild(0), record));
-  _operation->add(toldSet(_group, nullptr, record));
+  _operation->add(setWithCallback(nullptr, _group->getChild(0), record));
+  _operation->add(setWithCallback(_group, nullptr, record));
   _operation->add(nullptr, nullptr);
   run();
   EXPECT_THAT(_record, ElementsAre("told", "told"));
@@ -317,7 +317,7 @@ TEST_F(DecrementalCompileOperationTest, theRemovalGoesThroughTheGroupsOwnRemoveC
 
 TEST_F(DecrementalCompileOperationTest, theCallbackSeesItsSetDetachedAndOffThePendingListWithTheMutexFree) {
   bool told = false;
-  const osg::ref_ptr<DeleteSet> set = toldSet(_group, child(), [&](DeleteSet* finished) {
+  const osg::ref_ptr<DeleteSet> set = setWithCallback(_group, child(), [&](DeleteSet* finished) {
     EXPECT_EQ(finished, set);
     EXPECT_FALSE(isPending(set));
     EXPECT_FALSE(_group->containsNode(set->_node));
@@ -332,7 +332,7 @@ TEST_F(DecrementalCompileOperationTest, theCallbackSeesItsSetDetachedAndOffThePe
 
 TEST_F(DecrementalCompileOperationTest, aSetThatACallbackAddsWaitsForTheNextRun) {
   const osg::ref_ptr<DeleteSet> added = recording("added");
-  _operation->add(toldSet(_group, child(), [&](DeleteSet*) { _operation->add(added); }));
+  _operation->add(setWithCallback(_group, child(), [&](DeleteSet*) { _operation->add(added); }));
   run();
   EXPECT_THAT(_record, IsEmpty());
   EXPECT_TRUE(isPending(added));
@@ -342,7 +342,7 @@ TEST_F(DecrementalCompileOperationTest, aSetThatACallbackAddsWaitsForTheNextRun)
 
 TEST_F(DecrementalCompileOperationTest, aCallbackMayAddItsOwnSetAgain) {
   int turns = 0;
-  const osg::ref_ptr<DeleteSet> set = toldSet(_group, child(), [&](DeleteSet* finished) {
+  const osg::ref_ptr<DeleteSet> set = setWithCallback(_group, child(), [&](DeleteSet* finished) {
     ++turns;
     _operation->add(finished);
   });
@@ -356,7 +356,7 @@ TEST_F(DecrementalCompileOperationTest, aCallbackMayAddItsOwnSetAgain) {
 
 TEST_F(DecrementalCompileOperationTest, aSetThatACallbackRemovesStillHasTheTurnThatTheRunHasTaken) {
   const osg::ref_ptr<DeleteSet> removed = recording("removed");
-  _operation->add(toldSet(_group, child(), [&](DeleteSet*) {
+  _operation->add(setWithCallback(_group, child(), [&](DeleteSet*) {
     _operation->remove(removed);
     EXPECT_FALSE(isPending(removed));
   }));
@@ -368,7 +368,7 @@ TEST_F(DecrementalCompileOperationTest, aSetThatACallbackRemovesStillHasTheTurnT
 }
 
 TEST_F(DecrementalCompileOperationTest, aCallbackMayRunTheOperation) {
-  _operation->add(toldSet(_group, child(), [this](DeleteSet*) { run(); }));
+  _operation->add(setWithCallback(_group, child(), [this](DeleteSet*) { run(); }));
   _operation->add(recording("second"));
   run();
   EXPECT_THAT(_record, ElementsAre("second", "second"));
@@ -377,7 +377,7 @@ TEST_F(DecrementalCompileOperationTest, aCallbackMayRunTheOperation) {
 }
 
 TEST_F(DecrementalCompileOperationTest, aCallbackMayTakeItselfOffItsSet) {
-  const osg::ref_ptr<DeleteSet> set = toldSet(_group, child(), [this](DeleteSet* finished) {
+  const osg::ref_ptr<DeleteSet> set = setWithCallback(_group, child(), [this](DeleteSet* finished) {
     finished->_deleteCompletedCallback = nullptr;
     _record.push_back("told");
   });
@@ -435,7 +435,7 @@ TEST_F(DecrementalCompileOperationTest, aSetLeavesTheGivenListAfterItsCallback) 
   for (int i = 0; i < 2; ++i) {
     const osg::ref_ptr<osg::Node> node = new Counted;
     group->addChild(node);
-    given.push_back(toldSet(group, node, [&](DeleteSet* finished) {
+    given.push_back(setWithCallback(group, node, [&](DeleteSet* finished) {
       EXPECT_EQ(given.front(), finished);
       look();
     }));
@@ -446,19 +446,19 @@ TEST_F(DecrementalCompileOperationTest, aSetLeavesTheGivenListAfterItsCallback) 
 }
 
 TEST_F(DecrementalCompileOperationTest, aCallbackMayEmptyTheGivenList) {
-  Removal::DeleteSets given = {toldSet(_group, child(),
-                                       [&](DeleteSet* finished) {
-                                         given.clear();
-                                         EXPECT_TRUE(finished->_node.valid());
-                                         _record.push_back("first");
-                                       }),
+  Removal::DeleteSets given = {setWithCallback(_group, child(),
+                                               [&](DeleteSet* finished) {
+                                                 given.clear();
+                                                 EXPECT_TRUE(finished->_node.valid());
+                                                 _record.push_back("first");
+                                               }),
                                recording("second")};
   _operation->deleteSets(given);
   EXPECT_THAT(_record, ElementsAre("first"));
   EXPECT_TRUE(given.empty());
 }
 
-TEST_F(DecrementalCompileOperationTest, deleteSetsOfThePendingListGivesEachPlaceATurn) {
+TEST_F(DecrementalCompileOperationTest, deleteSetsOfThePendingListProcessesARepeatedRequestAgain) {
   const osg::ref_ptr<DeleteSet> twice = recording("twice");
   for (const auto& set : {twice, recording("other"), twice}) _operation->add(set);
   _operation->deleteSets(_operation->getToCompile());
@@ -468,7 +468,7 @@ TEST_F(DecrementalCompileOperationTest, deleteSetsOfThePendingListGivesEachPlace
 
 TEST_F(DecrementalCompileOperationTest, deleteSetsOfThePendingListLeavesWhatACallbackAddsToTheNextRun) {
   int turns = 0;
-  const osg::ref_ptr<DeleteSet> set = toldSet(_group, child(), [&](DeleteSet* finished) {
+  const osg::ref_ptr<DeleteSet> set = setWithCallback(_group, child(), [&](DeleteSet* finished) {
     if (++turns < 5) _operation->add(finished);
   });
   _operation->add(set);
@@ -534,7 +534,7 @@ TEST_F(DecrementalCompileOperationTest, everyRunOfTheContextsOperationsIsARun) {
 TEST_F(DecrementalCompileOperationTest, aCallbackMayRemoveTheContextThatRuns) {
   const osg::ref_ptr<osg::GraphicsContext> context = plainContext();
   _operation->addGraphicsContext(context);
-  _operation->add(toldSet(_group, child(), [&](DeleteSet*) { _operation->removeGraphicsContext(context); }));
+  _operation->add(setWithCallback(_group, child(), [&](DeleteSet*) { _operation->removeGraphicsContext(context); }));
   _operation->add(recording("second"));
   context->runOperations();
   EXPECT_THAT(_record, ElementsAre("second"));
@@ -605,7 +605,7 @@ TEST_F(DecrementalCompileOperationTest, onlyReferencesDestroyASet) {
 namespace {
 
 /// Stays in `pass` for a while and tells whether anybody else was there.
-class Narrows {
+class ExclusiveSection {
  public:
   void pass() {
     if (++_inside > 1) _met = true;
@@ -640,9 +640,9 @@ class CountingOperation : public osg::GraphicsOperation {
 };
 
 /// A group whose removals call a function first.
-class ToldGroup : public Counted {
+class GroupWithHook : public Counted {
  public:
-  explicit ToldGroup(std::function<void()> removing = {}, std::function<void()> destroyed = {})
+  explicit GroupWithHook(std::function<void()> removing = {}, std::function<void()> destroyed = {})
       : Counted(std::move(destroyed)), _removing(std::move(removing)) {}
   bool removeChild(osg::Node* node) override {
     if (_removing) _removing();
@@ -655,13 +655,13 @@ class ToldGroup : public Counted {
 
 }  // namespace
 
-TEST_F(DecrementalCompileOperationTest, twoContextsThatRunAtOnceDetachAndDestroyOneAfterTheOtherAndNoneWaits) {
+TEST_F(DecrementalCompileOperationTest, overlappingRunsOfTwoContextsRemoveNodesOneAtATimeWithoutWaiting) {
   constexpr int kSets = 30;
-  Narrows narrows;
+  ExclusiveSection narrows;
   const osg::ref_ptr<CountingOperation> ended = new CountingOperation;
   std::once_flag begun;
   bool otherEnded = false;
-  const osg::ref_ptr<osg::Group> group = new ToldGroup([&] {
+  const osg::ref_ptr<osg::Group> group = new GroupWithHook([&] {
     std::call_once(begun, [&] { otherEnded = soon([&] { return ended->count == 1; }); });
     narrows.pass();
   });
@@ -670,7 +670,7 @@ TEST_F(DecrementalCompileOperationTest, twoContextsThatRunAtOnceDetachAndDestroy
   for (int i = 0; i < kSets; ++i) {
     auto* const node = new Counted([&narrows] { narrows.pass(); });
     group->addChild(node);
-    _operation->add(toldSet(group, node, [&turns](DeleteSet*) { ++turns; }));
+    _operation->add(setWithCallback(group, node, [&turns](DeleteSet*) { ++turns; }));
   }
   {
     ContextOnThread one(plainContext());
@@ -692,22 +692,22 @@ TEST_F(DecrementalCompileOperationTest, twoContextsThatRunAtOnceDetachAndDestroy
   EXPECT_EQ(Counted::alive(), _aliveBefore + 1);
 }
 
-TEST_F(DecrementalCompileOperationTest, aRunLeavesItsRequestsToTheRunThatIsUnderWayOnAnotherThread) {
+TEST_F(DecrementalCompileOperationTest, anOverlappingRunLeavesItsRequestsToTheBusyThread) {
   std::atomic<bool> removing{false};
   std::atomic<bool> proceed{false};
   std::atomic<bool> toldFirst{false};
   std::thread::id toldOn;
-  const osg::ref_ptr<osg::Group> group = new ToldGroup([&] {
+  const osg::ref_ptr<osg::Group> group = new GroupWithHook([&] {
     removing = true;
     EXPECT_TRUE(soon([&] { return proceed.load(); }, std::chrono::seconds(2)));
   });
-  _operation->add(toldSet(group, nullptr, [&](DeleteSet*) { toldFirst = true; }));
+  _operation->add(setWithCallback(group, nullptr, [&](DeleteSet*) { toldFirst = true; }));
   std::thread running([this] { run(); });
   const std::thread::id runner = running.get_id();
   EXPECT_TRUE(soon([&] { return removing.load(); }));
 
   const osg::ref_ptr<DeleteSet> left =
-      toldSet(_group, child(), [&](DeleteSet*) { toldOn = std::this_thread::get_id(); });
+      setWithCallback(_group, child(), [&](DeleteSet*) { toldOn = std::this_thread::get_id(); });
   _operation->add(left);
   run();
   EXPECT_FALSE(toldFirst);
@@ -721,7 +721,7 @@ TEST_F(DecrementalCompileOperationTest, aRunLeavesItsRequestsToTheRunThatIsUnder
 }
 
 TEST_F(DecrementalCompileOperationTest, anExceptionOfACallbackEndsItsRunAndOtherThreadsMayRun) {
-  _operation->add(toldSet(_group, child(), [](DeleteSet*) { throw std::runtime_error("callback"); }));
+  _operation->add(setWithCallback(_group, child(), [](DeleteSet*) { throw std::runtime_error("callback"); }));
   _operation->add(recording("second"));
   EXPECT_THROW(run(), std::runtime_error);
   onThreads(1, [this](std::size_t) { run(); });
@@ -762,14 +762,14 @@ class DecrementalCompileOperationLocks : public DecrementalCompileOperationTest,
     const auto lockInRun = [this] { lockShortly(); };
     std::function<void()> none;
     auto* const node = new Counted(foreign == Foreign::NodeDestructor ? lockInRun : none);
-    _locking = new ToldGroup(
+    _locking = new GroupWithHook(
         [this, foreign] {
           if (foreign == Foreign::RemoveChild) lockShortly();
           if (foreign == Foreign::GroupDestructor) _locking = nullptr;
         },
         foreign == Foreign::GroupDestructor ? lockInRun : none);
     _locking->addChild(node);
-    _operation->add(toldSet(_locking, node, [this, foreign](DeleteSet*) {
+    _operation->add(setWithCallback(_locking, node, [this, foreign](DeleteSet*) {
       if (foreign == Foreign::Callback) lockShortly();
     }));
   }
@@ -848,7 +848,7 @@ TEST_F(DecrementalCompileOperationTest, thousandsOfRunsOnTwoContextsKeepGroupsAn
         node->setUpdateCallback(new osg::NodeCallback);
         node->addChild(shared);
         group->addChild(node);
-        sets[i / 2 % 2].push_back(toldSet(group, node, [&turns](DeleteSet*) { ++turns; }));
+        sets[i / 2 % 2].push_back(setWithCallback(group, node, [&turns](DeleteSet*) { ++turns; }));
       }
       queueAll(sets[0]);
       one.startRuns(1);
@@ -886,7 +886,7 @@ TEST_F(DecrementalCompileOperationTest, twoContextsOnTwoThreadsDetachEachNodeOnc
         const osg::ref_ptr<osg::Node> node = child();
         node->asGroup()->addChild(shared);
         std::atomic<int>& count = told[round * kSets + i];
-        _operation->add(toldSet(_group, node, [&count](DeleteSet*) { ++count; }));
+        _operation->add(setWithCallback(_group, node, [&count](DeleteSet*) { ++count; }));
       }
       one.startRuns(1);
       two.startRuns(1);
@@ -924,7 +924,7 @@ TEST_F(DecrementalCompileOperationTest, requestsOfSeveralThreadsAreAllFinishedWh
     onThreads(kWriters, [&](std::size_t i) {
       for (std::size_t k = 0; k < kSets; ++k) {
         std::atomic<int>& count = told[i * kSets + k];
-        _operation->add(toldSet(groups[i], nodes[i][k], [&count](DeleteSet*) { ++count; }));
+        _operation->add(setWithCallback(groups[i], nodes[i][k], [&count](DeleteSet*) { ++count; }));
         nodes[i][k] = nullptr;
         if (k % 16 == 0) (i % 2 == 0 ? one : two).startRuns(1);
       }
@@ -1014,11 +1014,11 @@ struct World {
 
   void makeSet(const Plan& plan) {
     const int number = static_cast<int>(sets.size());
-    sets.push_back(toldSet(groups[static_cast<std::size_t>(plan.group)], nodes[static_cast<std::size_t>(plan.node)],
-                           [this, plan, number](DeleteSet*) {
-                             turns.push_back(number);
-                             act(plan.action);
-                           }));
+    sets.push_back(setWithCallback(groups[static_cast<std::size_t>(plan.group)],
+                                   nodes[static_cast<std::size_t>(plan.node)], [this, plan, number](DeleteSet*) {
+                                     turns.push_back(number);
+                                     act(plan.action);
+                                   }));
   }
 
   template <typename Pointers, typename Pointer>

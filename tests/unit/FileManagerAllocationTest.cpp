@@ -38,7 +38,7 @@ std::unique_ptr<Work> work(const std::string& file, Work::Function function) {
   return std::make_unique<Work>(file, FileCmd::Normal, std::move(function));
 }
 
-/// A thread that pushes one command each time it is asked to, and tells whether a push got through.
+/// A thread that pushes one command each time it is asked to, and reports whether a push was blocked.
 class OtherPusher {
  public:
   OtherPusher() : _thread([this] { work(); }) {}
@@ -49,20 +49,19 @@ class OtherPusher {
     _thread.join();
   }
 
-  /// Asks for one push and waits for it, up to a limit. Once one is held up, no more are asked for, nor after so many
-  /// that the commands pushed here would ask for pushes without end.
+  /// Asks for one push and waits for it, up to a limit. Stops after a blocked push or after 1,000 pushes.
   void push() {
     constexpr int kMostPushes = 1000;
-    if (_asked == kMostPushes || isHeldUp()) return;
+    if (_asked == kMostPushes || isBlocked()) return;
     ++_asked;
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (_done != _asked && !isHeldUp()) {
+    while (_done != _asked && !isBlocked()) {
       std::this_thread::yield();
-      if (std::chrono::steady_clock::now() > end) _isHeldUp = true;
+      if (std::chrono::steady_clock::now() > end) _isBlocked = true;
     }
   }
 
-  bool isHeldUp() const { return _isHeldUp; }
+  bool isBlocked() const { return _isBlocked; }
   int pushes() const { return _done; }
 
  private:
@@ -79,7 +78,7 @@ class OtherPusher {
   const std::unique_ptr<Work> _pushed = ::work(kKnown, [](Work::Proxy) {});
   std::atomic<int> _asked{0};
   std::atomic<int> _done{0};
-  std::atomic<bool> _isHeldUp{false};
+  std::atomic<bool> _isBlocked{false};
   std::atomic<bool> _stopped{false};
   std::thread _thread;
 };
@@ -102,6 +101,7 @@ class LastLine {
   }
 
   std::string text() const { return _handler->text.data(); }
+  bool isEmpty() const { return _handler->text[0] == '\0'; }
 
  private:
   struct Handler : osg::NotifyHandler {
@@ -130,8 +130,8 @@ TEST_F(FileManagerAllocationTest, pushesGoOnWhileAnotherPushAllocates) {
     const AllocationObserver observer([&other] { other.push(); });
     for (int i = 0; i < 500; ++i) manager().push(cmd.get());
   }
-  EXPECT_FALSE(other.isHeldUp());
-  EXPECT_GT(other.pushes(), 0) << "else nothing was seen";
+  EXPECT_FALSE(other.isBlocked());
+  EXPECT_GT(other.pushes(), 0) << "otherwise the test observed nothing";
   manager().startWorker();
   manager().stopWorker();
 }
@@ -152,8 +152,8 @@ TEST_F(FileManagerAllocationTest, pushesGoOnWhileTheWorkerAllocatesAndFreesWithA
   manager().push(last.get());
   manager().startWorker();
   manager().stopWorker();
-  EXPECT_FALSE(other.isHeldUp());
-  EXPECT_GT(other.pushes(), 0) << "else nothing was seen";
+  EXPECT_FALSE(other.isBlocked());
+  EXPECT_GT(other.pushes(), 0) << "otherwise the test observed nothing";
 }
 
 TEST_F(FileManagerAllocationTest, theWorkerRunsQueuedCommandsWithoutAllocating) {
@@ -176,7 +176,7 @@ TEST_F(FileManagerAllocationTest, theWorkerRunsQueuedCommandsWithoutAllocating) 
   EXPECT_EQ(allocations, 0u);
 }
 
-TEST_F(FileManagerAllocationTest, aCommandWhoseNewNameFindsNoMemoryIsReportedAndTheNextOneRuns) {
+TEST_F(FileManagerAllocationTest, aCommandIsReportedAndSkippedWhenMemoryForItsFileNameIsExhausted) {
   const LastLine line;
   bool ranNew = false;
   bool ranKnown = false;
@@ -201,21 +201,31 @@ TEST_F(FileManagerAllocationTest, aCommandWhoseNewNameFindsNoMemoryIsReportedAnd
   EXPECT_TRUE(ranNew) << "with memory it runs";
 }
 
-TEST_F(FileManagerAllocationTest, aPushThatFindsNoMemoryIsReportedAndTheCommandStaysTheCallers) {
+TEST_F(FileManagerAllocationTest, aPushThatFindsNoMemoryIsReportedAndTheCommandStillBelongsToTheCaller) {
+  constexpr int kMorePushesThanTheQueueHasRoomFor = 10000;
   const LastLine line;
   bool destroyed = false;
   bool ran = false;
-  auto cmd = std::make_unique<Work>(
+  int queued = 0;
+  int ranQueued = 0;
+  const std::unique_ptr<Work> filler = work(kKnown, [&ranQueued](Work::Proxy) { ++ranQueued; });
+  Work* const refused = new Work(
       "town.las", FileCmd::Normal, [&ran](Work::Proxy) { ran = true; }, [&destroyed] { destroyed = true; });
-  cmd->setAutoDelete(true);
+  refused->setAutoDelete(true);
   {
     const AllocationLimit limit(0);
-    EXPECT_NO_THROW(manager().push(cmd.get()));
+    while (line.isEmpty() && queued < kMorePushesThanTheQueueHasRoomFor) {
+      manager().push(filler.get());
+      if (line.isEmpty()) ++queued;
+    }
+    manager().push(refused);
   }
   manager().startWorker();
   manager().stopWorker();
+  EXPECT_EQ(ranQueued, queued);
   EXPECT_FALSE(ran);
-  EXPECT_FALSE(destroyed);
+  ASSERT_FALSE(destroyed);
+  delete refused;
   EXPECT_EQ(line.text(),
             "A command on the file town.las was not queued: " + std::string(std::bad_alloc().what()) + "\n");
 }

@@ -320,7 +320,7 @@ TEST_F(FileManagerTest, aCommandMapsAndUnmapsItsRegisteredFile) {
   EXPECT_THAT(views, ElementsAre(1u, 0u));
 }
 
-TEST_F(FileManagerTest, aCommandMapsOnWhicheverThreadCallsRun) {
+TEST_F(FileManagerTest, aCommandMayMapOnAnyThreadThatCallsRun) {
   const osg::ref_ptr<FilePtr> file = registered("scan", 100);
   const std::string name = file->file();
   std::vector<std::string> seen;
@@ -525,6 +525,20 @@ TEST_F(FileManagerTest, startingAndStoppingFromACommandDoNothing) {
   manager().stopWorker();
   EXPECT_THAT(_record, ElementsAre("ran", "next"));
   EXPECT_TRUE(notifier.entries().empty());
+}
+
+TEST_F(FileManagerTest, startingAndStoppingFromACommandOnAnotherThreadThanTheWorkerDoNothing) {
+  const osg::ref_ptr<FilePtr> file = registered("scan", 100);
+  pushWork(file->file(), kNormal, [this](Work::Proxy proxy) {
+    manager().startWorker();
+    manager().stopWorker();
+    if (Work::map(proxy, 0, 100) != nullptr) _record.push_back("mapped");
+  });
+  pushOwned(recording("next", kNormal));
+  callRun(manager());
+  EXPECT_THAT(_record, ElementsAre("mapped")) << "no worker runs the next command";
+  runQueued();
+  EXPECT_THAT(_record, ElementsAre("mapped", "next"));
 }
 
 TEST_F(FileManagerTest, stopWorkerFinishesAllThatIsQueued) {

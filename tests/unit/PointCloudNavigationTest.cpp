@@ -214,7 +214,7 @@ TEST_F(MarkerTest, aPressLeavesTheMarkerThatIsShown) {
   }
 }
 
-TEST_F(MarkerTest, aManipulatorThatIsDestroyedDuringADragRemovesItsMarker) {
+TEST_F(MarkerTest, destroyingTheManipulatorDuringADragRemovesItsMarker) {
   _viewer->setCameraManipulator(nullptr);
   _manipulator = nullptr;
   EXPECT_EQ(_scene->getNumChildren(), 0u);

@@ -37,8 +37,8 @@ QuorOsgUtils::SLidarManipulatorBase& Navigator::manipulator() const {
   return _aboutPointer ? static_cast<QuorOsgUtils::SLidarManipulatorBase&>(*_pointer) : *_middle;
 }
 
-// The release of a drag that is under way goes to the new manipulator, so the old one gets a release of its own. Else
-// its pivot marker would stay in the scene.
+// The release of a drag that is under way goes to the new manipulator, so the old one gets a release of its own.
+// Otherwise its pivot marker would stay in the scene.
 void Navigator::swap() {
   const osg::ref_ptr<osgGA::GUIEventAdapter> release = new osgGA::GUIEventAdapter;
   release->setEventType(osgGA::GUIEventAdapter::RELEASE);

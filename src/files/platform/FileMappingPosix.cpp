@@ -28,9 +28,9 @@ bool isRegularFile(const char* path) {
   return ::stat(path, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// Without O_NONBLOCK a pipe that nobody reads blocks, without O_NOCTTY a terminal may become the process's own. Only a
-// regular file may block: while another process, such as a file server, holds a lease on it. The holder is asked to
-// release it, and gets the system's lease break time for that.
+// Without O_NONBLOCK some devices and, on some systems, pipes block; without O_NOCTTY a terminal may become the
+// process's own. Only a regular file may block: while another process, such as a file server, holds a lease on it. The
+// holder is asked to release it, and has the system's lease break time to do so.
 int openFile(const char* path) {
   constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOCTTY;
   const int file = openUninterrupted(path, kFlags | O_NONBLOCK);
