@@ -13,6 +13,22 @@ function(quor_target_defaults target)
   endif()
 endfunction()
 
+# quor_precompile(TARGET HEADER): precompiles cmake/precompiled/HEADER for the target, where that is on.
+function(quor_precompile target header)
+  if(QUOR_PRECOMPILED_HEADERS)
+    target_precompile_headers(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled/${header})
+  endif()
+endfunction()
+
+# The precompiled header of the tests is that of quor_test_support. Only code compiled with the same options can use it,
+# and a compiler distinguishes position-independent code for libraries from that for programs.
+function(quor_share_precompiled_tests target)
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+  if(QUOR_PRECOMPILED_HEADERS)
+    target_precompile_headers(${target} REUSE_FROM quor_test_support)
+  endif()
+endfunction()
+
 # quor_add_test(NAME LABEL SOURCES... [LIBRARIES ...] [WINDOW]): a GoogleTest program, each of its tests known to ctest
 # under the label. WINDOW tells that its tests open windows, as those of the label `viewer` always do: one such test at a
 # time, or a window would take pointer and keys from that of another test. Under an emulator, where the start of a program
@@ -21,8 +37,8 @@ function(quor_add_test name label)
   cmake_parse_arguments(arg "WINDOW" "" "LIBRARIES" ${ARGN})
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
   quor_target_defaults(${name})
-  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${name} PRIVATE QuorOsgUtils::quor_osg_utils quor_test_platform ${arg_LIBRARIES} GTest::gmock_main)
+  target_link_libraries(${name} PRIVATE quor_test_support ${arg_LIBRARIES} GTest::gmock_main)
+  quor_share_precompiled_tests(${name})
   set(properties LABELS ${label} TIMEOUT 300)
   if(label STREQUAL "viewer")
     # Drawing ten million points in software takes minutes. The viewer's processes end with the driver unloaded, whose

@@ -11,8 +11,8 @@ namespace QuorOsgUtils {
 enum class WheelNotch { Up, Down };
 
 /// How far the orbit centre moves along the ray from the eye to `target` (world units) for one notch: by `percent` of
-/// the far plane's distance, measured along the view's direction. Nothing when the projection is not a perspective frustum or the ray
-/// is at right angles to the view.
+/// the far plane's distance, measured along the view's direction. Nothing when the projection is not a perspective
+/// frustum or the ray is at right angles to the view.
 std::optional<osg::Vec3d> perspectiveWheelMovement(const osg::Matrixd& view, const osg::Matrixd& projection,
                                                    const osg::Vec3d& target, double percent, WheelNotch notch);
 

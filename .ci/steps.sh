@@ -1,0 +1,59 @@
+# The steps of a check, for scripts to source: `step_NAME` is a function for each, `title_NAME` says what it does.
+#
+#   run_steps NAME...   runs steps; the first one that fails ends the script. Prints a table of steps and minutes at the
+#                       end, then the summary of the last tests as the last lines.
+
+# Scans that cannot be published may lie beside the checkout; the tests that use them skip without.
+if [ -z "${QUOR_SCANS:-}" ] && [ -d ../shared/data ]; then
+  export QUOR_SCANS=$PWD/../shared/data
+fi
+
+rows=()
+
+table() {
+  local row
+  printf '\n%-70s %s\n' step minutes
+  for row in "${rows[@]}" "all:$SECONDS"; do
+    printf '%-70s %4d:%02d\n' "${row%:*}" $((${row##*:} / 60)) $((${row##*:} % 60))
+  done
+}
+
+# A subshell of its own, so that any command that fails ends the step.
+run_step() {
+  local title=title_$1 start=$SECONDS status=0
+  printf '\n== %s (%d min in)\n' "${!title}" $((SECONDS / 60))
+  set +e
+  (set -e && "step_$1") 2>&1 | tee "build/ci/$1.log"
+  status=$?
+  set -e
+  rows+=("${!title}:$((SECONDS - start))")
+  [ "$status" -eq 0 ] && return
+  table
+  printf '\n%s: the step "%s" failed (exit status %d)\n' "$0" "$1" "$status" >&2
+  exit "$status"
+}
+
+run_steps() {
+  local name summary
+  mkdir -p build/ci
+  for name in "$@"; do run_step "$name"; done
+  table
+  for name in "$@"; do
+    summary=$(sed -n '/^[0-9]*% tests passed/,$p' "build/ci/$name.log")
+    [ -z "$summary" ] || last=$summary
+  done
+  printf '\n%s\n' "${last:-}"
+}
+
+# Reads the sources named on standard input with clang-tidy. It cannot use the compiler's precompiled headers.
+tidy() {
+  scripts/setup.sh checks
+  cmake --preset dev >/dev/null
+  mkdir -p build/tidy
+  sed -E 's/ (-Winvalid-pch|-include [^ ]*cmake_pch\.hxx)//g' build/dev/compile_commands.json >build/tidy/compile_commands.json
+  xargs -P "$(nproc)" -n 4 clang-tidy -p build/tidy --quiet --warnings-as-errors='*' 2>&1 |
+    { grep -v -E '^[0-9]+ warnings? generated|^$' || true; }
+}
+
+# Sources for another system cannot be read on this one.
+all_sources() { git ls-files 'src/*.cpp' 'examples/*.cpp' ':!:*Win32.cpp'; }
