@@ -8,6 +8,7 @@ if [ -z "${QUOR_SCANS:-}" ] && [ -d ../shared/data ]; then
   export QUOR_SCANS=$PWD/../shared/data
 fi
 
+mkdir -p build/ci
 rows=()
 
 table() {
@@ -16,6 +17,29 @@ table() {
   for row in "${rows[@]}" "all:$SECONDS"; do
     printf '%-70s %4d:%02d\n' "${row%:*}" $((${row##*:} / 60)) $((${row##*:} % 60))
   done
+}
+
+# Builds for later steps go on beside the tests of earlier ones, which leave processors idle, at the lowest priority:
+# `build_later NAME...` starts `build_NAME` for each, one after the other, and a step calls `await_build NAME` first. A
+# build that failed is repeated by its step, which then shows why.
+build_later() {
+  local name
+  rm -f build/ci/*.built
+  set -m # a process group of its own, to be ended as a whole
+  (for name in "$@"; do
+    (set -e && nice_build "$name") >"build/ci/build-$name.log" 2>&1 || true
+    touch "build/ci/$name.built"
+  done) </dev/null &
+  builder=$!
+  set +m
+  trap 'kill -- "-$builder" 2>/dev/null || true' EXIT
+}
+nice_build() {
+  renice -n 19 $BASHPID >/dev/null
+  "build_$1"
+}
+await_build() {
+  while [ -n "${builder:-}" ] && [ ! -e "build/ci/$1.built" ] && kill -0 "$builder" 2>/dev/null; do sleep 1; done
 }
 
 # A subshell of its own, so that any command that fails ends the step.
@@ -35,7 +59,6 @@ run_step() {
 
 run_steps() {
   local name summary
-  mkdir -p build/ci
   for name in "$@"; do run_step "$name"; done
   table
   for name in "$@"; do
@@ -56,4 +79,4 @@ tidy() {
 }
 
 # Sources for another system cannot be read on this one.
-all_sources() { git ls-files 'src/*.cpp' 'examples/*.cpp' ':!:*Win32.cpp'; }
+all_sources() { git ls-files 'src/*.cpp' 'scan/*.cpp' 'apps/*.cpp' 'examples/*.cpp' ':!:*Win32.cpp'; }

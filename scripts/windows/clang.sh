@@ -19,5 +19,5 @@ commands() {
 
 check() { (cd build/windows && eval "clang++ ${flags[*]} $1"); }
 export -f check
-commands | grep -E -- ' -c [^ ]*/(src|examples|tests)/' |
+commands | grep -E -- ' -c [^ ]*/(src|scan|apps|examples|tests)/' |
   xargs -d '\n' -P "$(nproc)" -n 1 bash -c "$(declare -p flags); check \"\$0\""

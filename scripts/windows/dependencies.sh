@@ -127,7 +127,7 @@ tell_failure() {
   [ $? -eq 0 ] || [ -z "$log" ] || { tail -n 30 "$log"; fail "a dependency could not be built; all that was said stands in $log"; } >&2
 }
 
-install_missing g++-mingw-w64-x86-64-posix libz-mingw-w64-dev cmake ninja-build dpkg-dev googletest >&2
+install_missing "${windows_packages[@]}" >&2
 mkdir -p "$windows_cache"
 exec 9>"$windows_cache/lock"
 flock 9

@@ -1,6 +1,8 @@
 # Where the scripts for Windows keep what is costly to make, and what they call by name: sourced.
 windows_cache=${QUOR_WINDOWS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/quor_osg_utils/windows}
 triple=x86_64-w64-mingw32
+windows_packages=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev cmake ninja-build dpkg-dev googletest # to build
+  wine wine64 locales unzip)                                                                         # to run
 
 # Wine's own folder, with its registry: the tests of one checkout do not meet those of another. Never the user's own, since
 # this one is made and removed as needed.

@@ -2,9 +2,9 @@
 #include "cutter/DepthMask.h"
 #include "cutter/ForceCullCallback2.h"
 #include "cutter/HandleLines.h"
-#include "util/FlatStrip.h"
-#include "util/RingStrip.h"
-#include "util/TubeHints.h"
+#include "geometry/FlatStrip.h"
+#include "geometry/RingStrip.h"
+#include "geometry/TubeHints.h"
 
 #include <QuorOsgUtils/BoxCutterDragger.h>
 

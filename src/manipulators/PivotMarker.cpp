@@ -1,8 +1,8 @@
 #include "manipulators/PivotMarker.h"
 
-#include "util/FlatStrip.h"
-#include "util/RingStrip.h"
-#include "util/TubeHints.h"
+#include "geometry/FlatStrip.h"
+#include "geometry/RingStrip.h"
+#include "geometry/TubeHints.h"
 
 #include <osg/Array>
 #include <osg/Geode>

@@ -1,4 +1,4 @@
-#include "Arguments.h"
+#include "viewer/Arguments.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "ClipPose.h"
-#include "PointerHandler.h"
-#include "SceneFixture.h"
+#include "tests/viewer/SceneFixture.h"
+#include "viewer/clip/ClipPose.h"
+#include "viewer/ui/PointerHandler.h"
 
 #include <osgUtil/IntersectionVisitor>
 #include <osgUtil/PolytopeIntersector>

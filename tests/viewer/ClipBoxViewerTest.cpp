@@ -1,6 +1,6 @@
-#include "SceneFixture.h"
-#include "ViewerFixture.h"
 #include "support/platform/Desktop.h"
+#include "tests/viewer/SceneFixture.h"
+#include "tests/viewer/ViewerFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

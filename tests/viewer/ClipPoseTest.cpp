@@ -1,4 +1,4 @@
-#include "ClipPose.h"
+#include "viewer/clip/ClipPose.h"
 
 #include <osg/Quat>
 

@@ -1,5 +1,5 @@
-#include "ColourMode.h"
-#include "PointClasses.h"
+#include "viewer/render/ColourMode.h"
+#include "viewer/render/PointClasses.h"
 
 #include <gtest/gtest.h>
 

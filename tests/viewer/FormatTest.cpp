@@ -1,4 +1,4 @@
-#include "Format.h"
+#include "viewer/ui/Format.h"
 
 #include <gtest/gtest.h>
 

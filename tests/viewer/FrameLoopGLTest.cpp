@@ -1,5 +1,5 @@
-#include "FrameLoop.h"
-#include "SceneFixture.h"
+#include "tests/viewer/SceneFixture.h"
+#include "viewer/render/FrameLoop.h"
 
 #include <osg/BufferObject>
 #include <osg/GLExtensions>

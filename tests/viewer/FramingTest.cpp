@@ -1,4 +1,4 @@
-#include "Framing.h"
+#include "viewer/navigate/Framing.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Gpu.h"
+#include "viewer/render/Gpu.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Mailbox.h"
+#include "viewer/session/Mailbox.h"
 
 #include <gtest/gtest.h>
 

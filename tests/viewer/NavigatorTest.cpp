@@ -1,4 +1,4 @@
-#include "Navigator.h"
+#include "viewer/navigate/Navigator.h"
 
 #include <osg/Group>
 

@@ -1,4 +1,4 @@
-#include "Pick.h"
+#include "viewer/measure/Pick.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The pictures of one system beside those of another.
-#include "ViewerFixture.h"
+#include "tests/viewer/ViewerFixture.h"
 
 #include <osg/Image>
 #include <osgDB/ReadFile>

@@ -1,5 +1,5 @@
-#include "Sample.h"
-#include "ValueRange.h"
+#include "viewer/render/Sample.h"
+#include "viewer/render/ValueRange.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "ScanEntry.h"
+#include "viewer/session/ScanEntry.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
-#include "LasFile.h"
-#include "ScanBytes.h"
-#include "ScanLoader.h"
 #include "support/platform/Platform.h"
+#include "tests/scan/LasFile.h"
+#include "tests/scan/ScanBytes.h"
+#include "viewer/session/ScanLoader.h"
 
 #include <QuorOsgUtils/FileManager.h>
 

@@ -1,6 +1,6 @@
-#include "LasFile.h"
-#include "ScanBytes.h"
-#include "ScanSet.h"
+#include "tests/scan/LasFile.h"
+#include "tests/scan/ScanBytes.h"
+#include "viewer/session/ScanSet.h"
 
 #include <gmock/gmock.h>
 

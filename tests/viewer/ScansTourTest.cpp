@@ -1,5 +1,5 @@
-#include "ViewerProcess.h"
 #include "support/platform/Platform.h"
+#include "tests/viewer/ViewerProcess.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

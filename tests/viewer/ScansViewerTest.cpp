@@ -1,5 +1,5 @@
-#include "ViewerFixture.h"
 #include "support/platform/Platform.h"
+#include "tests/viewer/ViewerFixture.h"
 
 #include <gmock/gmock.h>
 

@@ -1,10 +1,10 @@
-#include "SceneFixture.h"
+#include "tests/viewer/SceneFixture.h"
 
-#include "Screenshot.h"
-#include "Window.h"
 #include "support/CaptureContext.h"
 #include "support/platform/Desktop.h"
 #include "support/platform/Platform.h"
+#include "viewer/render/Screenshot.h"
+#include "viewer/ui/Window.h"
 
 #include <osgDB/ReadFile>
 

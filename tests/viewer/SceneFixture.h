@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Navigator.h"
-#include "Scene.h"
-#include "ViewControl.h"
+#include "viewer/Scene.h"
+#include "viewer/navigate/Navigator.h"
+#include "viewer/navigate/ViewControl.h"
 
 #include <osg/Image>
 

@@ -1,4 +1,4 @@
-#include "SceneFixture.h"
+#include "tests/viewer/SceneFixture.h"
 
 #include <osg/ShapeDrawable>
 

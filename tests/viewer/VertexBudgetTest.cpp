@@ -1,4 +1,4 @@
-#include "VertexBudget.h"
+#include "viewer/session/VertexBudget.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "LasFile.h"
-#include "ViewerProcess.h"
+#include "tests/scan/LasFile.h"
+#include "tests/viewer/ViewerProcess.h"
 
 #include <gtest/gtest.h>
 

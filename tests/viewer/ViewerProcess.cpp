@@ -1,4 +1,4 @@
-#include "ViewerProcess.h"
+#include "tests/viewer/ViewerProcess.h"
 
 #include <sstream>
 #include <thread>

@@ -1,5 +1,5 @@
-#include "ViewerFixture.h"
 #include "support/platform/Platform.h"
+#include "tests/viewer/ViewerFixture.h"
 
 #include <QuorOsgUtils/Version.h>
 

@@ -1,0 +1,225 @@
+#include "viewer/clip/ClipControl.h"
+
+#include "viewer/ui/Format.h"
+#include "viewer/ui/TerminalProgress.h"
+
+#include <algorithm>
+#include <cctype>
+#include <utility>
+
+namespace QuorViewer {
+namespace {
+
+constexpr int kAllAxes = 7;
+
+// Calls back once a frame, after all other events of that frame.
+class FrameFollower : public osgGA::GUIEventHandler {
+ public:
+  explicit FrameFollower(std::function<void()> follow) : _follow(std::move(follow)) {}
+  bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& /*aa*/) override {
+    if (ea.getEventType() == osgGA::GUIEventAdapter::FRAME) {
+      _follow();
+    }
+    return false;
+  }
+
+ private:
+  std::function<void()> _follow;
+};
+
+struct ModeWords {
+  const char* line;
+  const char* message;
+};
+
+ModeWords wordsOf(ClipMode mode) {
+  switch (mode) {
+    case ClipHandles::CUTTER_ROTATE:
+      return {"clip mode turn", "Turn the box by its rings"};
+    case ClipHandles::CUTTER_TRANSLATE:
+      return {"clip mode move", "Move the box by its arrows"};
+    case ClipHandles::CUTTER_SCALE:
+      break;
+  }
+  return {"clip mode resize", "Resize the box by its cones"};
+}
+
+osg::BoundingBoxf relativeTo(const osg::Vec3d& origin, const osg::BoundingBoxd& world) {
+  return {osg::Vec3f(world._min - origin), osg::Vec3f(world._max - origin)};
+}
+
+}  // namespace
+
+ClipControl::ClipControl(Host host) : _host(host) {}
+
+// Rows of the help stay few: keys of one kind share the row of the first.
+std::vector<KeyBinding> ClipControl::bindings(ClipControl& control) {
+  const auto bind = [](char key, const char* shown, const char* effect, std::function<void()> action) {
+    return KeyBinding{{key, std::toupper(key)}, shown, effect, std::move(action)};
+  };
+  const auto mode = [&control](ClipMode which) { return [&control, which] { control._showMode(which); }; };
+  const auto axis = [&control](int bit) { return [&control, bit] { control._toggleAxis(bit); }; };
+  return {
+      bind('b', "B", "clip box on or off", [&control] { control._toggle(); }),
+      bind('s', "S, M, T", "resize, move or turn the box by its handles", mode(ClipHandles::CUTTER_SCALE)),
+      bind('m', "", "", mode(ClipHandles::CUTTER_TRANSLATE)),
+      bind('t', "", "", mode(ClipHandles::CUTTER_ROTATE)),
+      bind('x', "X, Y, Z", "only the handles of that axis, or all again", axis(1)),
+      bind('y', "", "", axis(2)),
+      bind('z', "", "", axis(4)),
+      bind('r', "R", "put the box around everything again", [&control] { control._reset(); }),
+      bind('w', "W", "write the points inside the box to a LAS file", [&control] { control._beginSave(); }),
+  };
+}
+
+osg::ref_ptr<osgGA::GUIEventHandler> ClipControl::createFollower() {
+  return new FrameFollower([this] { _follow(); });
+}
+
+void ClipControl::startWith(const osg::BoundingBoxd& world) {
+  const osg::BoundingBoxf box = relativeTo(_host.scans.origin(), world);
+  const osg::Vec3f lost = box._max - box._min - osg::Vec3f(world._max - world._min);
+  constexpr float kLostAtMost = 0.01F;
+  if (lost.length() > kLostAtMost) {
+    return _fail("--clip is too far away from the scan for a box of its size");
+  }
+  _host.box.place(box);
+}
+
+void ClipControl::setContent(const osg::BoundingBox& content, bool complete) {
+  _content = content;
+  _complete = complete;
+  const bool follows = _host.box.isPlaced() && !_automaticPose.empty() && _poseText(outputText) == _automaticPose;
+  if (follows && !_host.box.isDragged()) {
+    const bool on = _host.box.isOn();
+    _placeAroundContent();
+    _host.box.setOn(on);
+  }
+}
+
+void ClipControl::abandon() {
+  _host.box.remove();
+  _content.init();
+  _automaticPose.clear();
+}
+
+bool ClipControl::_placeAroundContent() {
+  if (!_content.valid()) {
+    _host.messages.show("Nothing is loaded yet that a box could be put around");
+    return false;
+  }
+  _host.box.place(boxAround(_content));
+  _automaticPose = _poseText(outputText);
+  return true;
+}
+
+void ClipControl::_toggle() {
+  if (_host.box.isOn()) {
+    _host.box.setOn(false);
+    _announce("clip off", "The clip box is off: everything shows");
+    return;
+  }
+  if (_host.box.isPlaced()) {
+    _host.box.setOn(true);
+  } else if (!_placeAroundContent()) {
+    return;
+  }
+  _announce("clip on", "The clip box is on: pull its handles; S resizes, M moves, T turns it, W writes what is inside");
+}
+
+void ClipControl::_reset() {
+  if (_isReady() && _placeAroundContent()) {
+    _announce("clip reset", "The box is around everything again");
+  }
+}
+
+void ClipControl::_showMode(ClipMode mode) {
+  if (_isReady()) {
+    _host.box.showHandles(mode, _host.box.axisMask());
+    const ModeWords words = wordsOf(mode);
+    _announce(words.line, words.message);
+  }
+}
+
+// One axis alone or all three: a box without any handle would be of no use.
+void ClipControl::_toggleAxis(int bit) {
+  if (!_isReady()) {
+    return;
+  }
+  const int mask = _host.box.axisMask() == bit ? kAllAxes : bit;
+  _host.box.showHandles(_host.box.mode(), mask);
+  std::string axes;
+  for (int axis = 0; axis < 3; ++axis) {
+    axes += (mask >> axis & 1) != 0 ? std::string(1, "XYZ"[axis]) : std::string();
+  }
+  _announce("clip axes " + axes, mask == kAllAxes ? "Handles of all axes" : "Handles of " + axes + " alone");
+}
+
+bool ClipControl::_isReady() {
+  if (!_host.box.isOn()) {
+    _host.messages.show("Switch the clip box on first, with B");
+  }
+  return _host.box.isOn();
+}
+
+void ClipControl::_beginSave() {
+  if (!_isReady()) {
+    return;
+  }
+  if (!_complete || _save) {
+    _host.messages.show(_save ? "The points inside are being written already"
+                              : "Points can be written once everything is loaded");
+    return;
+  }
+  const ClipSave::Listener listener = {[this](const std::string& message) { _announce(message, message); },
+                                       [this](const std::string& message) { _fail(message); }};
+  _save = std::make_unique<ClipSave>(_host.scans, _host.box.handles().getCurrentClipPlanes(), listener);
+}
+
+void ClipControl::saveALittle(std::chrono::milliseconds budget) {
+  _save->step(budget);
+  if (_save->finished()) {
+    _save.reset();
+    _host.hud.setProgress(1.0);
+    clearTerminalProgress();
+  }
+}
+
+void ClipControl::showProgress() {
+  const std::uint64_t total = std::max<std::uint64_t>(_save->pointCount(), 1);
+  const std::uint64_t read = _save->pointsRead();
+  _host.hud.setProgress(static_cast<double>(read) / static_cast<double>(total));
+  _host.messages.showProgress("Writing what is inside: " + grouped(read) + " of " + grouped(total) +
+                              " points looked at");
+  showTerminalProgress("writing: looked at", read, total);
+}
+
+void ClipControl::_announce(const std::string& line, const std::string& message) {
+  _host.messages.say(line);
+  _host.messages.show(message);
+}
+
+void ClipControl::_fail(const std::string& message) {
+  _host.messages.complain(message);
+}
+
+void ClipControl::_follow() {
+  const bool on = _host.box.isOn();
+  const std::string note = on ? _poseText(statusText) : std::string();
+  if (note != _shownNote) {
+    _host.hud.setNote(note);
+    _shownNote = note;
+  }
+  const std::string pose = on ? _poseText(outputText) : std::string();
+  if (_host.verbose && on && pose != _saidPose) {
+    _host.messages.report(pose);
+  }
+  _saidPose = pose;
+}
+
+std::string ClipControl::_poseText(std::string (*text)(const ClipPose&)) const {
+  const ClipHandles& handles = _host.box.handles();
+  return text(poseOf(handles.box(), handles.getMatrix(), _host.scans.origin()));
+}
+
+}  // namespace QuorViewer

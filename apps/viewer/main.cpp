@@ -1,0 +1,46 @@
+#include "viewer/Application.h"
+#include "viewer/Arguments.h"
+#include "viewer/render/Gpu.h"
+#include "viewer/ui/Messages.h"
+#include "viewer/ui/Window.h"
+
+#include <QuorOsgUtils/Version.h>
+
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+int tellGpu() {
+  const std::string table = QuorViewer::gpuTable();
+  if (table.empty()) {
+    throw QuorViewer::WindowError("no graphics can be asked here: is there a display (the variable DISPLAY)?");
+  }
+  std::cout << table;
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace QuorViewer;
+  logEngineNotices();
+  try {
+    const Arguments arguments = parseArguments(std::vector<std::string>(argv + 1, argv + argc));
+    if (arguments.help) {
+      std::cout << usage();
+      return 0;
+    }
+    if (arguments.version) {
+      using namespace QuorOsgUtils;
+      std::cout << "quor_viewer " << kVersionMajor << '.' << kVersionMinor << '.' << kVersionPatch << '\n';
+      return 0;
+    }
+    return arguments.gpu ? tellGpu() : Application(arguments).run();
+  } catch (const std::exception& error) {
+    complainOnTerminal(error.what());
+    return 1;
+  }
+}

@@ -1,0 +1,111 @@
+#include "viewer/navigate/StationControl.h"
+
+#include "viewer/ui/Format.h"
+
+#include <cmath>
+
+namespace QuorViewer {
+namespace {
+
+constexpr double kEyeHeight = 1.6;
+constexpr double kSeenShare = 1e-3;
+
+std::string coordinatesText(const osg::Vec3d& place) {
+  constexpr int kDecimals = 3;
+  return fixed(place.x(), kDecimals) + " " + fixed(place.y(), kDecimals) + " " + fixed(place.z(), kDecimals);
+}
+
+std::string fieldOfViewText(double degrees, const char* unit) {
+  return fixed(degrees, degrees < 1.0 ? 3 : 1) + unit;
+}
+
+}  // namespace
+
+std::vector<KeyBinding> StationControl::bindings(StationControl& control) {
+  return {{{'n', 'N'}, "N", "turn about the middle or about the pointer", [&control] { control._swap(); }},
+          {{'l', 'L'}, "L", "look around from the scanner's station, or leave it", [&control] { control._toggle(); }},
+          {{'v', 'V'}, "V", "field of view as at first", [&control] { control._resetField(); }}};
+}
+
+void StationControl::_toggle() {
+  if (isAtStation()) {
+    abandon();
+    return _host.messages.show("Back where you were");
+  }
+  if (const std::optional<osg::Vec3d> station = _findStation()) {
+    return _enter(*station);
+  }
+  _host.messages.show("No station is known: pick the point to stand on, with a left click");
+}
+
+void StationControl::_enter(const osg::Vec3d& station) {
+  _orthographicBefore = _host.view.isOrthographic();
+  if (_orthographicBefore) {
+    _host.view.toggleProjection();
+  }
+  _poseBefore = _host.navigator.pose();
+  _shownField = _host.view.fieldOfViewDegrees();
+  _host.navigator.enterStation(station);
+  _host.messages.show("Right drag looks around, the wheel changes the field of view; V restores it, L leaves");
+  _host.messages.say("station on " + coordinatesText(station + _host.scans.origin()));
+}
+
+void StationControl::abandon() {
+  if (!isAtStation()) {
+    return;
+  }
+  _host.navigator.leaveStation();
+  _host.view.resetFieldOfView();
+  _host.navigator.setPose(_poseBefore);
+  if (_orthographicBefore) {
+    _host.view.toggleProjection();
+  }
+  _host.messages.say("station off");
+}
+
+void StationControl::_swap() {
+  _host.navigator.swap();
+  const bool aboutPointer = _host.navigator.turnsAboutPointer();
+  _host.messages.show(aboutPointer ? "Right drag turns about the point under the pointer"
+                                   : "Right drag turns about the middle of the view");
+  _host.messages.say(aboutPointer ? "navigation about the pointer" : "navigation about the middle");
+}
+
+void StationControl::_resetField() {
+  if (isAtStation()) {
+    _host.view.resetFieldOfView();
+  } else {
+    _host.messages.show("The field of view changes at a station only; L takes you there");
+  }
+}
+
+void StationControl::showFieldOfView() {
+  const double degrees = _host.view.fieldOfViewDegrees();
+  if (isAtStation() && std::abs(degrees - _shownField) > kSeenShare * _shownField) {
+    _shownField = degrees;
+    _host.messages.show("Field of view " + fieldOfViewText(degrees, " degrees"));
+  }
+}
+
+std::string StationControl::summary() const {
+  if (isAtStation()) {
+    return "Station, " + fieldOfViewText(_host.view.fieldOfViewDegrees(), "°");
+  }
+  const std::string projection = _host.view.isOrthographic() ? "Orthographic" : "Perspective";
+  return projection + (_host.navigator.turnsAboutPointer() ? "   ·   About the pointer" : "   ·   About the middle");
+}
+
+// Scans of one station often have it at the origin of their coordinates, amid their points.
+std::optional<osg::Vec3d> StationControl::_findStation() const {
+  const osg::Vec3d origin = _host.scans.origin();
+  if (_given) {
+    return *_given - origin;
+  }
+  if (_host.view.bounds().contains(-origin)) {
+    return -origin;
+  }
+  const std::optional<PickedPoint>& picked = _host.picker.latest();
+  return picked ? std::optional<osg::Vec3d>(picked->localPosition + osg::Vec3d(0.0, 0.0, kEyeHeight)) : std::nullopt;
+}
+
+}  // namespace QuorViewer

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "viewer/measure/Picker.h"
+#include "viewer/navigate/Navigator.h"
+#include "viewer/navigate/ViewControl.h"
+#include "viewer/session/ScanSet.h"
+#include "viewer/ui/Keys.h"
+#include "viewer/ui/Messages.h"
+
+#include <osg/Vec3d>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace QuorViewer {
+
+/// How the user moves, by keys: about the middle or about the pointer, or on a scanner's station, where the view only
+/// turns and the wheel changes the field of view. Says on the status bar and the terminal what it does.
+class StationControl {
+ public:
+  /// All outlive the control.
+  struct Host {
+    Navigator& navigator;
+    ViewControl& view;
+    const Picker& picker;
+    const ScanSet& scans;
+    Messages& messages;
+  };
+
+  /// `station`, in the scans' own coordinates, goes before all that the scans or the user's picks suggest.
+  StationControl(Host host, std::optional<osg::Vec3d> station) : _host(host), _given(station) {}
+
+  /// Expects that the control outlives the bindings; may be called before it is complete.
+  static std::vector<KeyBinding> bindings(StationControl& control);
+
+  bool isAtStation() const { return _host.navigator.isAtStation(); }
+  /// Leaves the station, if there, for the view before.
+  void abandon();
+  /// Shows a field of view that has changed since the last call.
+  void showFieldOfView();
+  /// What the status bar says of the navigation.
+  std::string summary() const;
+
+ private:
+  void _toggle();
+  void _enter(const osg::Vec3d& station);
+  void _swap();
+  void _resetField();
+  std::optional<osg::Vec3d> _findStation() const;
+
+  Host _host;
+  std::optional<osg::Vec3d> _given;
+  Pose _poseBefore;
+  bool _orthographicBefore = false;
+  double _shownField = 0.0;
+};
+
+}  // namespace QuorViewer

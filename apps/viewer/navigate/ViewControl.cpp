@@ -1,0 +1,140 @@
+#include "viewer/navigate/ViewControl.h"
+
+#include "viewer/ui/Format.h"
+
+#include <osg/Viewport>
+
+#include <algorithm>
+
+namespace QuorViewer {
+namespace {
+
+constexpr Direction kHomeDirection = {145.0, 32.0};
+constexpr double kHomeMargin = 1.16;     // the status bar covers a little of the picture
+constexpr double kCloseLookShare = 0.4;  // of the radius of everything: the height of a close look's picture
+constexpr double kSmallestHeight = 1e-6;
+
+// The planes are found anew for every frame; these only start them off.
+constexpr double kStartNear = 1.0;
+constexpr double kStartFar = 1000.0;
+
+struct ViewBox {
+  double left = 0.0, right = 0.0, bottom = 0.0, top = 0.0, nearPlane = 0.0, farPlane = 0.0;
+};
+
+void appendVector(std::string& text, const char* name, const osg::Vec3d& vector) {
+  constexpr int kDecimals = 6;
+  text += std::string(" ") + name;
+  for (int axis = 0; axis < 3; ++axis) {
+    text += ' ' + fixed(vector[axis], kDecimals);
+  }
+}
+
+}  // namespace
+
+ViewControl::ViewControl(osg::Camera& camera, Navigator& navigator)
+    : _camera(camera),
+      _navigator(navigator),
+      _bounds(-1.0, -1.0, -1.0, 1.0, 1.0, 1.0),
+      _places({_bounds.corner(0), _bounds.corner(7)}) {}
+
+void ViewControl::setContent(const osg::BoundingBoxd& bounds, const std::vector<osg::Vec3f>& places) {
+  if (bounds.valid() && !places.empty()) {
+    _bounds = bounds;
+    _places = places;
+  }
+}
+
+void ViewControl::home() {
+  const osg::Quat rotation = kHomeDirection.pitch() * kHomeDirection.yaw();
+  const Framing framing =
+      isOrthographic() ? frameOrthographic(_places, rotation, _field()) : framePerspective(_places, rotation, _field());
+  _navigator.manipulator().setCenter(framing.centre);
+  _navigator.manipulator().setPitchWithYawQuat(kHomeDirection.pitch(), kHomeDirection.yaw());
+  _setPictureHeight(framing.height * kHomeMargin);
+}
+
+void ViewControl::lookAt(const osg::Vec3d& point) {
+  const double height = std::min(_pictureHeight(), _radius() * kCloseLookShare);
+  _navigator.manipulator().setCenter(point);
+  _setPictureHeight(height);
+}
+
+bool ViewControl::isOrthographic() const {
+  ViewBox box;
+  return _camera.getProjectionMatrixAsOrtho(box.left, box.right, box.bottom, box.top, box.nearPlane, box.farPlane);
+}
+
+void ViewControl::toggleProjection() {
+  const double height = _pictureHeight();
+  if (isOrthographic()) {
+    resetFieldOfView();
+  } else {
+    _camera.setProjectionMatrixAsOrtho(-1.0, 1.0, -1.0, 1.0, kStartNear, kStartFar);
+  }
+  _setPictureHeight(height);
+}
+
+double ViewControl::fieldOfViewDegrees() const {
+  double verticalDegrees = 0.0, aspectRatio = 0.0, nearPlane = 0.0, farPlane = 0.0;
+  const bool perspective = _camera.getProjectionMatrixAsPerspective(verticalDegrees, aspectRatio, nearPlane, farPlane);
+  return perspective ? verticalDegrees : 0.0;
+}
+
+void ViewControl::resetFieldOfView() {
+  const FieldOfView field = _field();
+  _camera.setProjectionMatrixAsPerspective(field.verticalDegrees, field.aspectRatio, kStartNear, kStartFar);
+}
+
+std::string ViewControl::describe(const osg::Vec3d& origin) const {
+  osg::Vec3d eye, centre, up;
+  _camera.getViewMatrixAsLookAt(eye, centre, up);
+  std::string text = "view";
+  appendVector(text, "eye", eye + origin);
+  appendVector(text, "centre", centre + origin);
+  appendVector(text, "up", up);
+  text += " projection";
+  constexpr int kDecimals = 9;
+  for (int element = 0; element < 16; ++element) {
+    text += ' ' + fixed(_camera.getProjectionMatrix().ptr()[element], kDecimals);
+  }
+  return text;
+}
+
+FieldOfView ViewControl::_field() const {
+  const osg::Viewport* viewport = _camera.getViewport();
+  const bool hasArea = viewport != nullptr && viewport->width() >= 1.0 && viewport->height() >= 1.0;
+  return {_navigator.manipulator().getFov(), hasArea ? viewport->aspectRatio() : 1.0};
+}
+
+double ViewControl::_radius() const {
+  return std::max(_bounds.radius(), kSmallestHeight);
+}
+
+double ViewControl::_pictureHeight() const {
+  ViewBox box;
+  if (_camera.getProjectionMatrixAsOrtho(box.left, box.right, box.bottom, box.top, box.nearPlane, box.farPlane)) {
+    return box.top - box.bottom;
+  }
+  return heightAtDistance(_navigator.manipulator().getDistance(), _field());
+}
+
+void ViewControl::_setPictureHeight(double height) {
+  const FieldOfView field = _field();
+  const double used = std::max(height, kSmallestHeight);
+  if (!isOrthographic()) {
+    _navigator.manipulator().setDistance(distanceForHeight(used, field));
+    return;
+  }
+  const double halfHeight = 0.5 * used;
+  const double halfWidth = halfHeight * field.aspectRatio;
+  _camera.setProjectionMatrixAsOrtho(-halfWidth, halfWidth, -halfHeight, halfHeight, kStartNear, kStartFar);
+  _navigator.manipulator().setDistance(_distanceBehindEverything());
+}
+
+// An orthographic picture shows the same from any distance, but what lies behind the eye is cut off: so stand far away.
+double ViewControl::_distanceBehindEverything() const {
+  return ((_navigator.manipulator().getCenter() - _bounds.center()).length() + _radius()) * 2.0;
+}
+
+}  // namespace QuorViewer

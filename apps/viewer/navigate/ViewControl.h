@@ -1,0 +1,58 @@
+#pragma once
+
+#include "viewer/navigate/Framing.h"
+#include "viewer/navigate/Navigator.h"
+
+#include <osg/BoundingBox>
+#include <osg/Camera>
+
+#include <string>
+#include <vector>
+
+namespace QuorViewer {
+
+/// The views that the host chooses itself, beside what the pointer does: home, a close look at a point, and the switch
+/// between perspective and orthographic projection. All points are relative to the local origin.
+class ViewControl {
+ public:
+  /// Both outlive the control.
+  ViewControl(osg::Camera& camera, Navigator& navigator);
+
+  /// All that there is to see, and a sample of it, which home frames.
+  void setContent(const osg::BoundingBoxd& bounds, const std::vector<osg::Vec3f>& places);
+
+  const osg::BoundingBoxd& bounds() const { return _bounds; }
+
+  /// An oblique view of everything, in the projection at hand.
+  void home();
+  /// Brings `point` into the middle, close enough to see what is around it, and keeps the direction.
+  void lookAt(const osg::Vec3d& point);
+
+  bool isOrthographic() const;
+  /// The other projection, in which things at the orbit centre's depth keep their size in pixels.
+  void toggleProjection();
+
+  /// Of a perspective picture, vertically; 0 of an orthographic one.
+  double fieldOfViewDegrees() const;
+  /// The field of view that pictures start with, in perspective.
+  void resetFieldOfView();
+
+  /// World position of the camera and its projection, as text for a terminal: "view eye … centre … up … projection …".
+  /// `origin` is added to eye and centre.
+  std::string describe(const osg::Vec3d& origin) const;
+
+ private:
+  FieldOfView _field() const;
+  double _radius() const;
+  // How high the picture is in world units at the orbit centre's depth, and the way to change that.
+  double _pictureHeight() const;
+  void _setPictureHeight(double height);
+  double _distanceBehindEverything() const;
+
+  osg::Camera& _camera;
+  Navigator& _navigator;
+  osg::BoundingBoxd _bounds;
+  std::vector<osg::Vec3f> _places;
+};
+
+}  // namespace QuorViewer

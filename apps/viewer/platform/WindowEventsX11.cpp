@@ -1,0 +1,21 @@
+#include "viewer/platform/WindowEvents.h"
+
+#include <osgViewer/api/X11/GraphicsWindowX11>
+
+namespace QuorViewer {
+namespace {
+
+// The connection is shared with the graphics thread. This call has to come before any other on X11, and older versions
+// of its library do not make it by themselves.
+const bool threadsShareConnections = XInitThreads() != 0;
+
+}  // namespace
+
+// Only looks: the engine takes what has come when it swaps buffers, maybe at this moment on the graphics thread.
+bool hasNewsForNextFrame(osgViewer::GraphicsWindow& window) {
+  auto* const x11 = dynamic_cast<osgViewer::GraphicsWindowX11*>(&window);
+  return threadsShareConnections && x11 != nullptr && x11->valid() && x11->getDisplay() != nullptr &&
+         XEventsQueued(x11->getDisplay(), QueuedAfterReading) > 0;
+}
+
+}  // namespace QuorViewer

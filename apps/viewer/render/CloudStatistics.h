@@ -1,0 +1,46 @@
+#pragma once
+
+#include "scan/Scan.h"
+#include "viewer/render/Sample.h"
+
+#include <osg/Vec3f>
+
+#include <bitset>
+#include <map>
+#include <utility>
+#include <vector>
+
+namespace QuorViewer {
+
+/// What the points look like on the whole. Elevations and places are relative to the local origin.
+struct CloudSummary {
+  std::pair<float, float> elevations = {0.0F, 1.0F};  ///< the range of nearly all points, a few stray ones left out
+  std::pair<float, float> intensities = {0.0F, 1.0F};
+  std::vector<osg::Vec3f> places;             ///< an even sample
+  std::vector<unsigned int> classifications;  ///< that occur, ascending
+};
+
+/// Learns from chunks, one after the other, and forgets whole scans. One thread at a time.
+class CloudStatistics {
+ public:
+  void add(unsigned int scan, const PointChunk& chunk);
+  void forget(unsigned int scan) { _ofScans.erase(scan); }
+  /// Of all scans together.
+  CloudSummary summary() const;
+
+ private:
+  struct OfScan {
+    OfScan();
+    void add(const PointChunk& chunk);
+    void join(const OfScan& other);
+
+    Sample<float> elevations;
+    Sample<float> intensities;
+    Sample<osg::Vec3f> places;
+    std::bitset<256> classifications;
+  };
+
+  std::map<unsigned int, OfScan> _ofScans;
+};
+
+}  // namespace QuorViewer

@@ -1,0 +1,189 @@
+#include "viewer/session/ScanLoader.h"
+
+#include "scan/platform/Platform.h"
+#include "viewer/ui/Format.h"
+
+#include <QuorOsgUtils/FileManager.h>
+#include <QuorOsgUtils/FilePtr.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <numeric>
+#include <utility>
+#include <vector>
+
+namespace QuorViewer {
+namespace {
+
+using QuorOsgUtils::FileCmd;
+using QuorOsgUtils::FileManager;
+
+std::uint64_t sizeOf(const std::string& path) {
+  std::error_code gone;
+  const std::uintmax_t size = std::filesystem::file_size(placeOf(path), gone);
+  return gone ? 0 : size;
+}
+
+// Mapped files are opened for writing as well, which is not everybody's right with every scan.
+bool canBeMapped(const std::string& path) {
+  return std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).is_open();
+}
+
+std::string inGibibytes(std::uint64_t bytes) {
+  constexpr double kGibibyte = 1024.0 * 1024.0 * 1024.0;
+  constexpr int kDecimals = 4;
+  std::string size = fixed(static_cast<double>(bytes) / kGibibyte, kDecimals);
+  size.erase(size.find_last_not_of('0') + 1);
+  return (size.back() == '.' ? size.substr(0, size.size() - 1) : size) + " GiB";
+}
+
+}  // namespace
+
+ScanLoader::ScanLoader(ScanSet& scans, std::uint64_t budgetBytes, Listener listener)
+    : _scans(scans),
+      _budgetBytes(budgetBytes),
+      _budget(budgetBytes),
+      _listener(std::move(listener)),
+      _desk(std::make_shared<LoadDesk>()) {
+  FileManager::getInstance()->startWorker();
+}
+
+ScanLoader::~ScanLoader() {
+  for (const auto& [number, scan] : _loading) scan->cancelled = true;
+  FileManager::getInstance()->stopWorker();
+}
+
+void ScanLoader::start() {
+  std::vector<unsigned int> fresh = _scans.numbers();
+  fresh.erase(
+      std::remove_if(fresh.begin(), fresh.end(), [this](unsigned int number) { return _loading.count(number); }),
+      fresh.end());
+  std::uint64_t points = 0;
+  for (const unsigned int number : fresh) points += _scans.info(number).pointCount;
+  const std::uint64_t thinning = _budget.thinningFor(points);
+  for (const unsigned int number : fresh) _begin(number, thinning);
+}
+
+void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
+  const ScanInfo& info = _scans.info(scanNumber);
+  auto scan = std::make_shared<LoadingScan>();
+  _loading[scanNumber] = scan;
+  if (thinning == 0) {
+    return _tellFailure(info.path + ": none of its points fits into " + inGibibytes(_budgetBytes) +
+                        " beside those that show already");
+  }
+  scan->number = scanNumber;
+  scan->origin = _scans.origin();
+  scan->reader = _scans.reader(scanNumber).again();
+  if (scan->reader->records() && canBeMapped(info.path)) _register(*scan);
+  scan->thinning = thinning;
+  scan->pointsPlanned = thinnedCount(info.pointCount, thinning);
+  _budget.take(scan->pointsPlanned);
+  _pointsPlanned += scan->pointsPlanned;
+  if (thinning > 1) _tellThinning(*scan);
+  for (const PlannedChunk& planned : planLoad(info.pointCount, scan->reader->entryPoints(), thinning)) {
+    _push(scan, planned);
+  }
+}
+
+// A file that changes its size meanwhile counts as short as it ever was, since views end where the file ended when it
+// was opened. Commands find a file by its name; those on scans that had the name before would now get this file, which
+// may be shorter or another one, and go without.
+void ScanLoader::_register(LoadingScan& scan) {
+  const std::string& path = scan.reader->info().path;
+  const std::uint64_t before = sizeOf(path);
+  const osg::ref_ptr<QuorOsgUtils::FilePtr> file = new QuorOsgUtils::FilePtr(path.c_str());
+  if (!file->isValid()) return;
+  for (const auto& [number, other] : _loading) {
+    if (other->reader && other->reader->info().path == path) other->mappedBytes = 0;
+  }
+  scan.mappedBytes = std::min(before, sizeOf(path));
+  auto* command = new QuorOsgUtils::RegisterFile(file, FileCmd::High);
+  command->setAutoDelete(true);
+  FileManager::getInstance()->push(command);
+}
+
+// Ranges of values are wanted as soon as the sample shows; what the rest adds to them can wait.
+void ScanLoader::_push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned) {
+  const auto chunk = std::make_shared<PointChunk>();
+  const bool canWait = planned.turn == Turn::Later;
+  auto* read = new ReadChunk(_desk, scan, planned, chunk);
+  auto* measure = new MeasureChunk(_desk, scan, chunk, canWait ? FileCmd::Low : read->getPriority());
+  if (!canWait) read->setNext(measure);
+  _lettersDue += 2;
+  if (planned.turn == Turn::First) _sampleLettersDue += 2;
+  FileManager::getInstance()->push(read);
+  if (canWait) FileManager::getInstance()->push(measure);
+}
+
+void ScanLoader::_tellThinning(const LoadingScan& scan) {
+  const ScanInfo& info = _scans.info(scan.number);
+  _listener.thinned("showing every " + ordinal(scan.thinning) + " point of " + fileName(info.path) + ": " +
+                    grouped(scan.pointsPlanned) + " of " + grouped(info.pointCount) + ", to fit into " +
+                    inGibibytes(_budgetBytes));
+}
+
+void ScanLoader::_tellFailure(const std::string& error) {
+  _failed = true;
+  _listener.failed(error);
+}
+
+bool ScanLoader::step(std::chrono::milliseconds budget) {
+  const auto end = std::chrono::steady_clock::now() + budget;
+  bool any = false;
+  do {
+    std::optional<LoadLetter> letter = _desk->letters.take();
+    if (!letter) {
+      break;
+    }
+    any = true;
+    _receive(std::move(*letter));
+  } while (!_sampleEnded && std::chrono::steady_clock::now() < end);
+  return any;
+}
+
+void ScanLoader::_receive(LoadLetter letter) {
+  --_lettersDue;
+  if (letter.ofSample && --_sampleLettersDue == 0) _sampleEnded = true;
+  if (letter.summary) _summary = std::move(*letter.summary);
+  const auto loading = _loading.find(letter.scan);
+  if (loading == _loading.end()) {
+    return;
+  }
+  if (letter.chunk && !letter.chunk->positions->empty()) {
+    _pointsRead += letter.chunk->positions->size();
+    loading->second->pointsRead += letter.chunk->positions->size();
+    _listener.loaded(letter.scan, *letter.chunk);
+  }
+  if (!letter.error.empty()) {
+    _tellFailure(letter.error);
+  }
+}
+
+void ScanLoader::close(unsigned int scanNumber) {
+  const std::shared_ptr<LoadingScan> scan = _loading.at(scanNumber);
+  _loading.erase(scanNumber);
+  scan->cancelled = true;
+  _pointsRead -= scan->pointsRead;
+  _pointsPlanned -= scan->pointsPlanned;
+  _budget.giveBack(scan->pointsPlanned);
+
+  const std::string& path = _scans.info(scanNumber).path;
+  auto* forget = new ForgetScan(_desk, path, scanNumber);
+  if (scan->mappedBytes > 0) {
+    auto* closeFile = new QuorOsgUtils::CloseFile(path, FileCmd::High);
+    closeFile->setAutoDelete(true);
+    forget->setNext(closeFile);
+  }
+  ++_lettersDue;
+  FileManager::getInstance()->push(forget);
+}
+
+std::uint64_t ScanLoader::thinning() const {
+  return std::accumulate(
+      _loading.begin(), _loading.end(), std::uint64_t{1},
+      [](std::uint64_t most, const auto& loading) { return std::max(most, loading.second->thinning); });
+}
+
+}  // namespace QuorViewer

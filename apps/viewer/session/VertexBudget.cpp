@@ -1,0 +1,29 @@
+#include "viewer/session/VertexBudget.h"
+
+#include "scan/LoadPlan.h"
+#include "scan/platform/Platform.h"
+
+#include <algorithm>
+
+namespace QuorViewer {
+
+std::uint64_t VertexBudget::thinningFor(std::uint64_t points) const {
+  const std::uint64_t left = _mostPoints - _taken;
+  return left > 0 ? QuorViewer::thinningFor(points, left) : 0;
+}
+
+void VertexBudget::take(std::uint64_t points) {
+  _taken += std::min(points, _mostPoints - _taken);
+}
+
+void VertexBudget::giveBack(std::uint64_t points) {
+  _taken -= std::min(points, _taken);
+}
+
+std::uint64_t defaultBudgetBytes() {
+  constexpr std::uint64_t kWhereNotTold = std::uint64_t{2} << 30U;
+  const std::uint64_t machine = machineMemoryBytes();
+  return machine > 0 ? machine / 2 : kWhereNotTold;
+}
+
+}  // namespace QuorViewer

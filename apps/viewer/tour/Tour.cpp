@@ -1,0 +1,306 @@
+#include "viewer/tour/Tour.h"
+
+#include "scan/platform/Platform.h"
+#include "viewer/ui/Format.h"
+#include "viewer/ui/Messages.h"
+
+#include <osg/Viewport>
+#include <osgViewer/GraphicsWindow>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iomanip>
+#include <sstream>
+
+namespace QuorViewer {
+
+enum class TourAction { Key, Drag, HeldDrag, Release, Wheel, ClickNearPoint, Click, PullFace, MoveAlongAxis, TurnRing };
+
+/// One step. Places are fractions of the window from the bottom left.
+struct TourStep {
+  const char* name;
+  TourAction action;
+  int detail;       ///< key, mouse button, notches of the wheel (negative: away), or handle of the clip box
+  osg::Vec2f from;  ///< of a handle: how far, as a share of the box' extent or in degrees
+  osg::Vec2f to;
+};
+
+namespace {
+
+using Event = osgGA::GUIEventAdapter;
+
+using FrameBuffer = QuorOsgUtils::ScreenCaptureTool::FrameBuffer;
+
+constexpr int kLeftButton = 1;
+constexpr int kMiddleButton = 2;
+constexpr int kRightButton = 3;
+constexpr int kDragMoves = 6;
+
+const osg::Vec2f kMiddle(0.5F, 0.5F);
+
+const std::vector<TourStep> kSteps = {
+    {"home", TourAction::Key, Event::KEY_Home, kMiddle, {}},
+    {"pick", TourAction::ClickNearPoint, 0, {0.53F, 0.92F}, {}},
+    {"measure", TourAction::ClickNearPoint, 0, {0.40F, 0.42F}, {}},
+    {"orbit", TourAction::HeldDrag, kRightButton, kMiddle, {0.62F, 0.56F}},
+    {"orbit-released", TourAction::Release, kRightButton, kMiddle, {}},
+    {"pan", TourAction::Drag, kMiddleButton, {0.52F, 0.48F}, {0.44F, 0.55F}},
+    {"wheel-towards", TourAction::Wheel, 3, {0.46F, 0.52F}, {}},
+    {"close-look", TourAction::Key, 'f', kMiddle, {}},
+    {"wheel-away", TourAction::Wheel, -2, kMiddle, {}},
+    {"home-again", TourAction::Key, Event::KEY_Home, kMiddle, {}},
+    {"orthographic", TourAction::Key, 'o', kMiddle, {}},
+    {"orthographic-wheel", TourAction::Wheel, 4, {0.46F, 0.5F}, {}},
+    {"orthographic-pan", TourAction::Drag, kMiddleButton, {0.5F, 0.5F}, {0.56F, 0.44F}},
+    {"orthographic-pick", TourAction::ClickNearPoint, 0, {0.5F, 0.5F}, {}},
+    {"orthographic-orbit", TourAction::Drag, kRightButton, kMiddle, {0.44F, 0.62F}},
+    {"perspective", TourAction::Key, 'o', kMiddle, {}},
+    {"home-once-more", TourAction::Key, ' ', kMiddle, {}},
+    {"about-the-pointer", TourAction::Key, 'n', kMiddle, {}},
+    {"about-the-pointer-orbit", TourAction::HeldDrag, kRightButton, {0.40F, 0.42F}, {0.50F, 0.46F}},
+    {"about-the-pointer-released", TourAction::Release, kRightButton, kMiddle, {}},
+    {"about-the-middle", TourAction::Key, 'n', kMiddle, {}},
+    {"station", TourAction::Key, 'l', kMiddle, {}},
+    {"station-look", TourAction::Drag, kRightButton, {0.46F, 0.28F}, {0.54F, 0.72F}},
+    {"station-wheel", TourAction::Wheel, -2, kMiddle, {}},
+    {"station-field", TourAction::Key, 'v', kMiddle, {}},
+    {"station-left", TourAction::Key, 'l', kMiddle, {}},
+    {"home-at-last", TourAction::Key, ' ', kMiddle, {}},
+    {"eye-dome-off", TourAction::Key, 'e', kMiddle, {}},
+    {"eye-dome-on", TourAction::Key, 'e', kMiddle, {}},
+    {"larger-points", TourAction::Key, '+', kMiddle, {}},
+    {"smaller-points", TourAction::Key, '-', kMiddle, {}},
+    {"clip-on", TourAction::Key, 'b', kMiddle, {}},
+    {"clip-overview", TourAction::Wheel, -1, kMiddle, {}},
+    {"clip-face", TourAction::PullFace, 1, {0.30F, 0.0F}, {}},
+    {"clip-top", TourAction::PullFace, 5, {0.30F, 0.0F}, {}},
+    {"clip-other-side", TourAction::Drag, kRightButton, {0.90F, 0.50F}, {0.10F, 0.54F}},
+    {"clip-one-axis", TourAction::Key, 'y', kMiddle, {}},
+    {"clip-all-axes", TourAction::Key, 'y', kMiddle, {}},
+    {"clip-turn", TourAction::Key, 't', kMiddle, {}},
+    {"clip-ring", TourAction::TurnRing, 2, {-40.0F, 0.0F}, {}},
+    {"clip-move", TourAction::Key, 'm', kMiddle, {}},
+    {"clip-axis", TourAction::MoveAlongAxis, 1, {0.12F, 0.0F}, {}},
+    {"clip-orthographic", TourAction::Key, 'o', kMiddle, {}},
+    {"clip-resize", TourAction::Key, 's', kMiddle, {}},
+    {"clip-face-orthographic", TourAction::PullFace, 0, {0.25F, 0.0F}, {}},
+    {"clip-perspective", TourAction::Key, 'o', kMiddle, {}},
+    {"clip-off", TourAction::Key, 'b', kMiddle, {}},
+    {"colour-rgb", TourAction::Key, '1', kMiddle, {}},
+    {"colour-intensity", TourAction::Key, '2', kMiddle, {}},
+    {"colour-elevation", TourAction::Key, '3', kMiddle, {}},
+    {"colour-classification", TourAction::Key, '4', kMiddle, {}},
+    {"beside-the-cloud", TourAction::Click, 0, {0.012F, 0.97F}, {}},
+    {"help", TourAction::Key, 'h', kMiddle, {}},
+};
+
+std::string pictureName(std::size_t number, const char* step) {
+  std::ostringstream name;
+  name << std::setw(2) << std::setfill('0') << number << '-' << step << ".png";
+  return name.str();
+}
+
+template <typename Vector>
+std::string jsonArray(const Vector& values, int count, int decimals) {
+  std::string text = "[";
+  for (int i = 0; i < count; ++i) {
+    text += (i > 0 ? ", " : "") + fixed(values[i], decimals);
+  }
+  return text + "]";
+}
+
+std::string jsonVector(const osg::Vec3d& vector) {
+  constexpr int kDecimals = 6;
+  return jsonArray(vector, 3, kDecimals);
+}
+
+}  // namespace
+
+bool Tour::run(const std::string& folder) {
+  std::error_code error;
+  std::filesystem::create_directories(placeOf(folder), error);
+  std::string records;
+  for (std::size_t index = 0; index < kSteps.size() && !_host.viewer.done(); ++index) {
+    const std::string picture = pictureName(index + 1, kSteps[index].name);
+    _perform(kSteps[index]);
+    if (!_takePicture(nameOf(placeOf(folder) / picture))) {
+      complainOnTerminal(std::string("the picture ").append(picture).append(" cannot be written in ").append(folder));
+      return false;
+    }
+    records += (index > 0 ? ",\n" : "") + _record(kSteps[index], picture);
+  }
+  const std::string path = nameOf(placeOf(folder) / "tour.json");
+  std::ofstream file(path);
+  file << "{\n  \"window\": " << jsonArray(_windowSize(), 2, 0) << ",\n  \"points\": " << _host.scans.pointCount()
+       << ",\n  \"steps\": [\n"
+       << records << "\n  ]\n}\n";
+  if (!file.flush()) {
+    complainOnTerminal(path + " cannot be written");
+  }
+  return file.good();
+}
+
+void Tour::_perform(const TourStep& step) {
+  _picked = false;
+  switch (step.action) {
+    case TourAction::Key:
+      _movePointer(_pixelAt(step.from));
+      _events().keyPress(step.detail);
+      _events().keyRelease(step.detail);
+      break;
+    case TourAction::Drag:
+      _drag(step);
+      _release(step.detail);
+      break;
+    case TourAction::HeldDrag:
+      _drag(step);
+      break;
+    case TourAction::Release:
+      _release(step.detail);
+      break;
+    case TourAction::Wheel:
+      _turnWheel(step);
+      break;
+    case TourAction::ClickNearPoint:
+      _click(_host.picker.pixelOfAnyPointNear(step.from).value_or(_pixelAt(step.from)));
+      break;
+    case TourAction::Click:
+      _click(_pixelAt(step.from));
+      break;
+    case TourAction::PullFace:
+    case TourAction::MoveAlongAxis:
+    case TourAction::TurnRing:
+      _dragHandle(step);
+      break;
+  }
+  _host.drawFrame();
+}
+
+// A frame after each move, as a person's slow hand would see: the manipulator reads the frame drawn last.
+void Tour::_drag(const TourStep& step) {
+  _movePointer(_pixelAt(step.from));
+  _events().mouseButtonPress(_windowX(), _windowY(), static_cast<unsigned int>(step.detail));
+  _host.drawFrame();
+  for (int move = 1; move <= kDragMoves; ++move) {
+    const float share = static_cast<float>(move) / kDragMoves;
+    _movePointer(_pixelAt(step.from * (1.0F - share) + step.to * share));
+    _host.drawFrame();
+  }
+}
+
+void Tour::_dragHandle(const TourStep& step) {
+  osg::Vec3d eye, centre, up;
+  _host.tool.getFrameBuffer().getViewMatrix().getLookAt(eye, centre, up);
+  const ClipHandles& handles = _host.clip.handles();
+  const auto number = static_cast<std::size_t>(step.detail);
+  const double amount = step.from.x();
+  const HandlePath path = step.action == TourAction::PullFace        ? handles.pathOfFace(number, amount)
+                          : step.action == TourAction::MoveAlongAxis ? handles.pathOfAxis(number, amount)
+                                                                     : handles.pathOfRing(number, amount, eye);
+  _drag({step.name, TourAction::Drag, kLeftButton, _fractionOf(path.from), _fractionOf(path.to)});
+  _release(kLeftButton);
+}
+
+void Tour::_release(int button) {
+  _events().mouseButtonRelease(_windowX(), _windowY(), static_cast<unsigned int>(button));
+}
+
+void Tour::_turnWheel(const TourStep& step) {
+  _movePointer(_pixelAt(step.from));
+  for (int notch = 0; notch < std::abs(step.detail); ++notch) {
+    _events().mouseScroll(step.detail > 0 ? Event::SCROLL_UP : Event::SCROLL_DOWN);
+    _host.drawFrame();
+  }
+}
+
+void Tour::_click(const osg::Vec2i& pixel) {
+  const unsigned int before = _host.picker.count();
+  _movePointer(pixel);
+  _events().mouseButtonPress(_windowX(), _windowY(), kLeftButton);
+  _events().mouseButtonRelease(_windowX(), _windowY(), kLeftButton);
+  _host.drawFrame();
+  _picked = _host.picker.count() > before;
+}
+
+void Tour::_movePointer(const osg::Vec2i& pixel) {
+  _pointer = pixel;
+  _events().mouseMotion(_windowX(), _windowY());
+}
+
+bool Tour::_takePicture(const std::string& path) {
+  _host.screenshot.request(path);
+  _host.drawFrame();
+  const bool written = _host.screenshot.captured() && _host.screenshot.finish();
+  _pictures += written ? 1 : 0;
+  return written;
+}
+
+std::string Tour::_record(const TourStep& step, const std::string& picture) {
+  constexpr int kMatrixDecimals = 9;
+  constexpr int kDepthDecimals = 7;
+  FrameBuffer& frame = _host.tool.getFrameBuffer();
+  osg::Vec3d eye, centre, up;
+  frame.getViewMatrix().getLookAt(eye, centre, up);
+  const osg::Vec3d origin = _host.scans.origin();
+  std::ostringstream record;
+  record << "    {\"name\": " << jsonString(step.name) << ", \"picture\": " << jsonString(picture)
+         << ", \"pointer\": " << jsonArray(_pointer, 2, 0)
+         << ", \"depth\": " << fixed(_depthAtPointer(), kDepthDecimals)
+         << ",\n     \"camera\": {\"eye\": " << jsonVector(eye + origin)
+         << ", \"centre\": " << jsonVector(centre + origin) << ", \"up\": " << jsonVector(up)
+         << ",\n       \"projection\": " << jsonArray(frame.getProjectionMatrix().ptr(), 16, kMatrixDecimals)
+         << "},\n     \"pick\": " << _pickRecord() << "}";
+  return record.str();
+}
+
+std::string Tour::_pickRecord() const {
+  if (!_picked) {
+    return "null";
+  }
+  const PickedPoint& pick = *_host.picker.latest();
+  std::ostringstream record;
+  record << "{\"scan\": " << jsonString(utf8Of(fileName(_host.scans.info(pick.scan).path)))
+         << ", \"point\": " << pick.point << ", \"coordinates\": " << jsonVector(pick.coordinates)
+         << ", \"classification\": " << pick.classification << ", \"intensity\": " << pick.intensity << "}";
+  return record.str();
+}
+
+float Tour::_depthAtPointer() {
+  const std::vector<float>& depths = _host.tool.getFrameBuffer().getDepthBuffer();
+  const auto pixel = static_cast<std::size_t>(_pointer.y()) * static_cast<std::size_t>(_windowSize().x()) +
+                     static_cast<std::size_t>(_pointer.x());
+  return pixel < depths.size() ? depths[pixel] : 1.0F;
+}
+
+osg::Vec2f Tour::_fractionOf(const osg::Vec3d& place) const {
+  FrameBuffer& frame = _host.tool.getFrameBuffer();
+  const osg::Vec3d device = place * frame.getViewMatrix() * frame.getProjectionMatrix();
+  return {static_cast<float>(0.5 * (device.x() + 1.0)), static_cast<float>(0.5 * (device.y() + 1.0))};
+}
+
+osg::Vec2i Tour::_pixelAt(const osg::Vec2f& fraction) const {
+  const osg::Vec2i size = _windowSize();
+  return {static_cast<int>(fraction.x() * static_cast<float>(size.x())),
+          static_cast<int>(fraction.y() * static_cast<float>(size.y()))};
+}
+
+// The window counts its rows from the top.
+float Tour::_windowX() const {
+  return static_cast<float>(_pointer.x());
+}
+
+float Tour::_windowY() const {
+  return static_cast<float>(_windowSize().y() - 1 - _pointer.y());
+}
+
+osg::Vec2i Tour::_windowSize() const {
+  const osg::Viewport& viewport = *_host.viewer.getCamera()->getViewport();
+  return {static_cast<int>(viewport.width()), static_cast<int>(viewport.height())};
+}
+
+osgGA::EventQueue& Tour::_events() {
+  return *static_cast<osgViewer::GraphicsWindow*>(_host.viewer.getCamera()->getGraphicsContext())->getEventQueue();
+}
+
+}  // namespace QuorViewer

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "viewer/clip/ClipBox.h"
+#include "viewer/measure/Picker.h"
+#include "viewer/navigate/ViewControl.h"
+#include "viewer/render/Screenshot.h"
+#include "viewer/session/ScanSet.h"
+
+#include <QuorOsgUtils/ScreenCaptureTool.h>
+
+#include <osg/Vec2f>
+#include <osg/Vec2i>
+#include <osgViewer/Viewer>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace QuorViewer {
+
+struct TourStep;
+
+/// A fixed walk through the viewer, by the events that a person's mouse and keys would send to its window. Leaves a
+/// numbered picture of each step and `tour.json`: what each step looked at, picked, and found under the pointer.
+/// Expects a window, and scans that are loaded.
+class Tour {
+ public:
+  struct Host {
+    osgViewer::Viewer& viewer;
+    QuorOsgUtils::ScreenCaptureTool& tool;
+    Picker& picker;
+    const ViewControl& view;
+    const ClipBox& clip;
+    Screenshot& screenshot;
+    const ScanSet& scans;
+    std::function<void()> drawFrame;
+  };
+
+  explicit Tour(Host host) : _host(std::move(host)) {}
+
+  /// False, with a message on the standard error stream, when the folder or a file in it cannot be written. A window
+  /// that is closed on the way ends the tour early, which is no failure.
+  bool run(const std::string& folder);
+  unsigned int pictureCount() const { return _pictures; }
+
+ private:
+  void _perform(const TourStep& step);
+  void _drag(const TourStep& step);
+  void _dragHandle(const TourStep& step);
+  void _release(int button);
+  void _turnWheel(const TourStep& step);
+  void _click(const osg::Vec2i& pixel);
+  void _movePointer(const osg::Vec2i& pixel);
+  bool _takePicture(const std::string& path);
+  std::string _record(const TourStep& step, const std::string& picture);
+  std::string _pickRecord() const;
+  float _depthAtPointer();
+  osg::Vec2f _fractionOf(const osg::Vec3d& place) const;
+  osg::Vec2i _pixelAt(const osg::Vec2f& fraction) const;
+  float _windowX() const;
+  float _windowY() const;
+  osg::Vec2i _windowSize() const;
+  osgGA::EventQueue& _events();
+
+  Host _host;
+  osg::Vec2i _pointer;   // pixel, from the bottom left
+  bool _picked = false;  // by the step at hand
+  unsigned int _pictures = 0;
+};
+
+}  // namespace QuorViewer

@@ -1,0 +1,69 @@
+#include "viewer/ui/Format.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iomanip>
+#include <locale>
+#include <sstream>
+
+namespace QuorViewer {
+
+std::string grouped(std::uint64_t number) {
+  std::string text = std::to_string(number);
+  for (auto end = static_cast<std::ptrdiff_t>(text.size()) - 3; end > 0; end -= 3) {
+    text.insert(static_cast<std::size_t>(end), ",");
+  }
+  return text;
+}
+
+std::string inMebibytes(std::uint64_t bytes) {
+  constexpr double kMebibyte = 1024.0 * 1024.0;
+  constexpr double kLittle = 9.95;
+  const double mebibytes = static_cast<double>(bytes) / kMebibyte;
+  return (mebibytes < kLittle ? fixed(mebibytes, 1) : grouped(static_cast<std::uint64_t>(std::llround(mebibytes)))) +
+         " MiB";
+}
+
+std::string ordinal(std::uint64_t number) {
+  const std::uint64_t last = number / 10 % 10 == 1 ? 0 : number % 10;
+  const char* const ending = last == 1 ? "st" : last == 2 ? "nd" : last == 3 ? "rd" : "th";
+  return grouped(number) + ending;
+}
+
+std::string fixed(double value, int decimals) {
+  std::ostringstream stream;
+  stream.imbue(std::locale::classic());
+  stream << std::fixed << std::setprecision(decimals) << value;
+  return stream.str();
+}
+
+int decimalsOfScale(double scale) {
+  constexpr int kFloatingPointDecimals = 3;
+  constexpr int kMostDecimals = 9;
+  if (!(scale > 0.0)) {
+    return kFloatingPointDecimals;
+  }
+  // A step of 0.01 is stored as something slightly off; without the allowance its logarithm might ask for a third
+  // digit.
+  constexpr double kRoundingAllowance = 1e-6;
+  return std::clamp(static_cast<int>(std::ceil(-std::log10(scale) - kRoundingAllowance)), 0, kMostDecimals);
+}
+
+std::string jsonString(const std::string& text) {
+  std::ostringstream stream;
+  stream << '"';
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (c == '"' || c == '\\') {
+      stream << '\\' << c;
+    } else if (byte < 0x20) {
+      stream << "\\u00" << std::hex << std::setw(2) << std::setfill('0') << static_cast<int>(byte);
+    } else {
+      stream << c;
+    }
+  }
+  stream << '"';
+  return stream.str();
+}
+
+}  // namespace QuorViewer

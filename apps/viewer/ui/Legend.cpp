@@ -1,0 +1,112 @@
+#include "viewer/ui/Legend.h"
+
+#include "viewer/render/PointClasses.h"
+#include "viewer/ui/Overlay.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace QuorViewer {
+namespace {
+
+constexpr float kPadding = 12.0F;
+constexpr float kTitleHeight = 26.0F;
+constexpr float kRampHeight = 168.0F;
+constexpr float kRampWidth = 14.0F;
+constexpr float kRowHeight = 21.0F;
+constexpr float kSwatchSize = 11.0F;
+constexpr float kGap = 10.0F;
+constexpr float kWindowMargin = 16.0F;
+constexpr int kRampPieces = 24;
+constexpr std::size_t kMostRows = 16;
+
+osg::Vec4f colourOnRamp(ColourMode mode, float fraction) {
+  constexpr float kDarkestGrey = 0.12F;
+  if (mode == ColourMode::Intensity) {
+    const float grey = kDarkestGrey + (1.0F - kDarkestGrey) * fraction;
+    return {grey, grey, grey, 1.0F};
+  }
+  return {rampColour(std::pow(fraction, kElevationExponent)), 1.0F};
+}
+
+osg::Vec4f classColour(unsigned int code) {
+  const osg::Vec4ub bytes = classificationColour(code);
+  return osg::Vec4f(bytes.r(), bytes.g(), bytes.b(), bytes.a()) / 255.0F;
+}
+
+osg::ref_ptr<osg::Geometry> createPatch(const osg::Vec4f& low, const osg::Vec4f& high,
+                                        const Overlay::Rectangle& place) {
+  osg::ref_ptr<osg::Geometry> patch = Overlay::createRectangle(low, high);
+  Overlay::setRectangle(*patch, place);
+  return patch;
+}
+
+}  // namespace
+
+Legend::Legend() : _node(new osg::Group), _panel(new osg::MatrixTransform) {
+  _node->addChild(_panel);
+}
+
+void Legend::hide() {
+  _panel->removeChildren(0, _panel->getNumChildren());
+}
+
+// The panel's coordinates start at its top left corner; the content hangs down from there.
+void Legend::showRamp(ColourMode mode, const std::string& low, const std::string& high) {
+  hide();
+  const float bottom = -kPadding - kTitleHeight - kRampHeight;
+  for (int piece = 0; piece < kRampPieces; ++piece) {
+    const float from = static_cast<float>(piece) / kRampPieces;
+    const float to = static_cast<float>(piece + 1) / kRampPieces;
+    const Overlay::Rectangle place = {{kPadding, bottom + from * kRampHeight},
+                                      {kPadding + kRampWidth, bottom + to * kRampHeight}};
+    _panel->addChild(createPatch(colourOnRamp(mode, from), colourOnRamp(mode, to), place));
+  }
+  const float labelX = kPadding + kRampWidth + kGap;
+  _addLabel(titleOf(mode), {kPadding, -kPadding - kSwatchSize}, true);
+  _addLabel(high, {labelX, bottom + kRampHeight - kSwatchSize}, false);
+  _addLabel(low, {labelX, bottom + 1.0F}, false);
+  _finish(-bottom);
+}
+
+void Legend::showClasses(const std::vector<unsigned int>& codes) {
+  hide();
+  _addLabel(titleOf(ColourMode::Classification), {kPadding, -kPadding - kSwatchSize}, true);
+  float y = -kPadding - kTitleHeight - kSwatchSize;
+  for (std::size_t row = 0; row < std::min(codes.size(), kMostRows); ++row, y -= kRowHeight) {
+    const osg::Vec4f colour = classColour(codes[row]);
+    _panel->addChild(createPatch(colour, colour, {{kPadding, y}, {kPadding + kSwatchSize, y + kSwatchSize}}));
+    const std::string words = std::to_string(codes[row]) + "  " + classificationName(codes[row]);
+    _addLabel(words, {kPadding + kSwatchSize + kGap, y}, false);
+  }
+  _finish(-y - kRowHeight + kSwatchSize);
+}
+
+void Legend::resize(const osg::Vec2f& window) {
+  _window = window;
+  const osg::Vec2f corner = window - osg::Vec2f(_width + kWindowMargin, kWindowMargin);
+  _panel->setMatrix(osg::Matrixd::translate(corner.x(), corner.y(), 0.0));
+}
+
+void Legend::_addLabel(const std::string& words, const osg::Vec2f& place, bool title) {
+  osg::ref_ptr<osgText::Text> label =
+      Overlay::createText(Overlay::kSmallTextSizePixels, title ? Overlay::kTextColour : Overlay::kQuietTextColour,
+                          osgText::Text::LEFT_BASE_LINE);
+  Overlay::setText(*label, words);
+  Overlay::setPlace(*label, place);
+  _panel->addChild(label);
+}
+
+// Puts the panel behind what has been added.
+void Legend::_finish(float contentHeight) {
+  osg::BoundingBox content;
+  for (unsigned int child = 0; child < _panel->getNumChildren(); ++child) {
+    content.expandBy(_panel->getChild(child)->asDrawable()->getBoundingBox());
+  }
+  _width = std::ceil(content.xMax() + kPadding);
+  _panel->insertChild(0, createPatch(Overlay::kPanelColour, Overlay::kPanelColour,
+                                     {{0.0F, -contentHeight - kPadding}, {_width, 0.0F}}));
+  resize(_window);
+}
+
+}  // namespace QuorViewer

@@ -1,0 +1,77 @@
+#include "viewer/ui/Messages.h"
+
+#include "scan/platform/Platform.h"
+
+#include <QuorOsgUtils/LogFile.h>
+
+#include <osg/Notify>
+
+#include <iostream>
+
+namespace QuorViewer {
+namespace {
+
+QuorOsgUtils::LogFile& log() {
+  return *QuorOsgUtils::LogFile::getInstance();
+}
+
+// Scripts and tests follow the viewer line by line, so each line leaves at once.
+void writeLine(const std::string& line) {
+  std::cout << line << std::endl;
+}
+
+class LoggedNotices : public osg::StandardNotifyHandler {
+ public:
+  void notify(osg::NotifySeverity severity, const char* message) override {
+    osg::StandardNotifyHandler::notify(severity, message);
+    std::string text = message;
+    text.erase(text.find_last_not_of("\r\n") + 1);
+    if (severity <= osg::WARN) {
+      log().error(text.c_str());
+    } else {
+      log().debug(text.c_str());
+    }
+  }
+};
+
+}  // namespace
+
+void Messages::show(const std::string& message) {
+  log().info(message.c_str());
+  _hud.setMessage(utf8Of(message));
+}
+
+void Messages::showProgress(const std::string& message) {
+  log().debug(message.c_str());
+  _hud.setMessage(utf8Of(message));
+}
+
+void Messages::say(const std::string& line) {
+  log().info(line.c_str());
+  writeLine(line);
+}
+
+void Messages::report(const std::string& line) {
+  log().debug(line.c_str());
+  writeLine(line);
+}
+
+void Messages::note(const std::string& line) {
+  log().info(line.c_str());
+}
+
+void Messages::complain(const std::string& error) {
+  complainOnTerminal(error);
+  _hud.setMessage(utf8Of(error));
+}
+
+void complainOnTerminal(const std::string& error) {
+  log().error(error.c_str());
+  std::cerr << "quor_viewer: " << error << std::endl;
+}
+
+void logEngineNotices() {
+  osg::setNotifyHandler(new LoggedNotices);
+}
+
+}  // namespace QuorViewer

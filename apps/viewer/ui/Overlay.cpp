@@ -1,0 +1,90 @@
+#include "viewer/ui/Overlay.h"
+
+#include <osgText/Font>
+
+#include <array>
+#include <cmath>
+#include <filesystem>
+
+namespace QuorViewer::Overlay {
+namespace {
+
+// Where distributions keep the DejaVu font, and what Windows has instead. Without it the engine's built-in letters do.
+constexpr std::array<const char*, 5> kFontFiles = {
+    "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf",
+    "/usr/share/fonts/dejavu-sans-fonts/DejaVuSans.ttf",
+    "/usr/share/fonts/TTF/DejaVuSans.ttf",
+    "/usr/local/share/fonts/DejaVuSans.ttf",
+    "C:/Windows/Fonts/segoeui.ttf",
+};
+
+osgText::Font* findFont() {
+  static const osg::ref_ptr<osgText::Font> font = []() -> osg::ref_ptr<osgText::Font> {
+    for (const char* file : kFontFiles) {
+      std::error_code ignored;
+      if (std::filesystem::exists(file, ignored)) {
+        return osgText::readRefFontFile(file);
+      }
+    }
+    return nullptr;
+  }();
+  return font.get();
+}
+
+}  // namespace
+
+osg::ref_ptr<osg::Geometry> createRectangle(const osg::Vec4f& low, const osg::Vec4f& high) {
+  osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
+  geometry->setUseDisplayList(false);
+  geometry->setUseVertexBufferObjects(true);
+  geometry->setDataVariance(osg::Object::DYNAMIC);
+  geometry->setVertexArray(new osg::Vec3Array(4));
+  const std::array<osg::Vec4, 4> colours = {low, low, high, high};
+  geometry->setColorArray(new osg::Vec4Array(colours.begin(), colours.end()), osg::Array::BIND_PER_VERTEX);
+  geometry->addPrimitiveSet(new osg::DrawArrays(GL_TRIANGLE_FAN, 0, 4));
+  return geometry;
+}
+
+osg::ref_ptr<osg::Geometry> createRectangle(const osg::Vec4f& colour) {
+  return createRectangle(colour, colour);
+}
+
+void setRectangle(osg::Geometry& geometry, const Rectangle& rectangle) {
+  auto& corners = static_cast<osg::Vec3Array&>(*geometry.getVertexArray());
+  const auto [low, high] = rectangle;
+  corners[0].set(low.x(), low.y(), 0.0F);
+  corners[1].set(high.x(), low.y(), 0.0F);
+  corners[2].set(high.x(), high.y(), 0.0F);
+  corners[3].set(low.x(), high.y(), 0.0F);
+  corners.dirty();
+  geometry.dirtyBound();
+}
+
+osg::ref_ptr<osgText::Text> createText(float sizePixels, const osg::Vec4f& colour,
+                                       osgText::Text::AlignmentType alignment) {
+  osg::ref_ptr<osgText::Text> text = new osgText::Text;
+  text->setFont(findFont());
+  text->setDataVariance(osg::Object::DYNAMIC);
+  text->setCharacterSize(sizePixels);
+  const auto resolution = static_cast<unsigned int>(std::lround(sizePixels));
+  text->setFontResolution(resolution, resolution);
+  text->setColor(colour);
+  text->setAlignment(alignment);
+  text->setLineSpacing(0.45F);
+  return text;
+}
+
+void setText(osgText::Text& text, const std::string& utf8) {
+  text.setText(utf8, osgText::String::ENCODING_UTF8);
+}
+
+void setPlace(osgText::Text& text, const osg::Vec2f& place) {
+  text.setPosition(osg::Vec3(std::round(place.x()), std::round(place.y()), 0.0F));
+}
+
+osg::Vec2f sizeOf(const osgText::Text& text) {
+  const osg::BoundingBox& box = text.getBoundingBox();
+  return box.valid() ? osg::Vec2f(box.xMax() - box.xMin(), box.yMax() - box.yMin()) : osg::Vec2f();
+}
+
+}  // namespace QuorViewer::Overlay

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "scan/RawPoint.h"
+#include "scan/Scan.h"
+#include "scan/ScanSample.h"
+
+#include <cstddef>
+#include <limits>
+
+namespace QuorViewer {
+
+/// Turns the integers of records into the arrays of a chunk.
+struct ChunkSettings {
+  osg::Vec3d scale;
+  osg::Vec3d shift;  ///< the grid's offset minus the local origin, subtracted while both are in double precision
+  ColourDepth colour;
+};
+
+/// Extent in steps of the grid: far cheaper to keep than that of the positions and as exact, since scaling is
+/// monotonic.
+struct RawBounds {
+  std::array<std::int32_t, 3> least = {kMost, kMost, kMost};
+  std::array<std::int32_t, 3> greatest = {kLeast, kLeast, kLeast};
+
+  void include(const RawPoint& point);
+  bool any() const { return least[0] <= greatest[0]; }
+
+  static constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+  static constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+};
+
+/// Fills one PointChunk, point by point or from a range of records in memory, read or mapped. A copy fills the same
+/// arrays, and so stands for a place to go back to.
+class ChunkBuilder {
+ public:
+  ChunkBuilder(const PointRange& points, const ChunkSettings& settings);
+
+  /// Decodes `count` records that lie `strideBytes` apart; together no more points than the chunk was made for. What
+  /// is left before its end has added nothing.
+  void decode(const RecordLayout& layout, const unsigned char* records, std::size_t strideBytes, std::size_t count);
+
+  /// Adds a point decoded elsewhere.
+  void add(const RawPoint& point);
+  /// Adds a point that the file states in floating point.
+  void add(const osg::Vec3d& position, const osg::Vec4ub& colour);
+
+  std::uint32_t filledPoints() const { return static_cast<std::uint32_t>(_filledPoints); }
+
+  /// The chunk, with the points that have been added.
+  PointChunk finish();
+
+ private:
+  void _cutToFilled();
+
+  ChunkSettings _settings;
+  PointChunk _chunk;
+  RawBounds _bounds;
+  std::size_t _filledPoints = 0;
+};
+
+}  // namespace QuorViewer

@@ -1,0 +1,107 @@
+#include "scan/ScanFile.h"
+
+#include "scan/platform/Platform.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+namespace QuorViewer {
+
+namespace {
+
+constexpr std::size_t kBufferBytes = std::size_t{1} << 16;
+
+std::string systemText(int code) {
+  return std::generic_category().message(code);
+}
+
+}  // namespace
+
+ScanFile::ScanFile(std::string path) : _path(std::move(path)) {
+  std::error_code code;
+  const std::filesystem::file_status status = std::filesystem::status(placeOf(_path), code);
+  if (!std::filesystem::exists(status)) {
+    throw error("there is no such file" + (status.type() == std::filesystem::file_type::none
+                                               ? " that can be reached (" + code.message() + ")"
+                                               : std::string()));
+  }
+  if (std::filesystem::is_directory(status)) {
+    throw error("this is a folder, not a scan");
+  }
+  if (!std::filesystem::is_regular_file(status)) {
+    throw error("this is not a regular file, and a scan is read at many places, not in one stream");
+  }
+  errno = 0;
+  _stream.open(placeOf(_path), std::ios::binary);
+  if (!_stream) {
+    throw error("the file cannot be opened for reading: " + systemText(errno));
+  }
+  _size = std::filesystem::file_size(placeOf(_path), code);
+  if (code) {
+    throw error("the file's size cannot be told: " + code.message());
+  }
+}
+
+std::uint64_t ScanFile::sizeNow() {
+  _stream.clear();
+  _stream.seekg(0, std::ios::end);
+  const std::streamoff end = _stream.tellg();
+  return end >= 0 ? static_cast<std::uint64_t>(end) : _size;
+}
+
+void ScanFile::read(std::uint64_t offset, unsigned char* to, std::size_t count) {
+  _stream.clear();
+  _stream.seekg(static_cast<std::streamoff>(offset));
+  _stream.read(reinterpret_cast<char*>(to), static_cast<std::streamsize>(count));
+  const auto got = static_cast<std::uint64_t>(_stream.gcount());
+  if (got != count) throw cutOff(offset + got);
+}
+
+ScanError ScanFile::cutOff(std::uint64_t byte) const {
+  return error("the file ended while it was being read, at byte " + std::to_string(byte) + ": " +
+               std::to_string(_size) + " bytes when it was opened");
+}
+
+std::vector<unsigned char> ScanFile::beginning(std::size_t most) {
+  std::vector<unsigned char> bytes(static_cast<std::size_t>(std::min<std::uint64_t>(most, _size)));
+  read(0, bytes.data(), bytes.size());
+  return bytes;
+}
+
+void SequentialBytes::_fill(std::size_t least) {
+  _buffer.resize(static_cast<std::size_t>(std::min<std::uint64_t>(left(), std::max(least, kBufferBytes))));
+  _bufferStart = _position;
+  _file.read(_position, _buffer.data(), _buffer.size());
+}
+
+void SequentialBytes::take(unsigned char* to, std::size_t count) {
+  if (!_buffered() || _position + count > _bufferStart + _buffer.size()) {
+    _fill(count);
+  }
+  std::memcpy(to, _buffer.data() + (_position - _bufferStart), count);
+  _position += count;
+}
+
+bool SequentialBytes::takeLine(std::size_t mostBytes, std::string_view& line) {
+  const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(left(), mostBytes + 1));
+  if (wanted == 0) {
+    return false;
+  }
+  if (!_buffered() || _position + wanted > _bufferStart + _buffer.size()) {
+    _fill(wanted);
+  }
+  const unsigned char* begin = _buffer.data() + (_position - _bufferStart);
+  const unsigned char* end = std::find(begin, begin + wanted, static_cast<unsigned char>('\n'));
+  const bool ended = end != begin + wanted;
+  if (!ended && wanted == mostBytes + 1) {
+    return false;
+  }
+  line = std::string_view(reinterpret_cast<const char*>(begin), static_cast<std::size_t>(end - begin));
+  _position += line.size() + (ended ? 1 : 0);
+  return true;
+}
+
+}  // namespace QuorViewer

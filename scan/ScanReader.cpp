@@ -1,0 +1,84 @@
+#include "scan/ChunkBuilder.h"
+#include "scan/Scan.h"
+#include "scan/ScanFile.h"
+#include "scan/formats/AscCheck.h"
+#include "scan/formats/LasCheck.h"
+#include "scan/formats/LasReader.h"
+#include "scan/formats/LazReader.h"
+#include "scan/formats/PlyCheck.h"
+#include "scan/formats/VertexReader.h"
+
+#include <osgDB/FileNameUtils>
+
+#include <algorithm>
+#include <string_view>
+
+namespace QuorViewer {
+
+namespace {
+
+constexpr std::size_t kMagicBytes = 4;
+
+bool beginsWith(const std::vector<unsigned char>& bytes, std::string_view magic) {
+  return bytes.size() >= magic.size() && std::equal(magic.begin(), magic.end(), bytes.begin());
+}
+
+bool isPly(const std::vector<unsigned char>& magic) {
+  return beginsWith(magic, "ply\n") || beginsWith(magic, "ply\r") || beginsWith(magic, "ply ");
+}
+
+std::unique_ptr<ScanReader> openLasOrLaz(ScanFile file) {
+  const CheckedLas las = checkLas(file);
+  return las.header.compressed() ? openLaz(std::move(file), las) : openLas(std::move(file), las);
+}
+
+std::unique_ptr<ScanReader> openPly(ScanFile& file, const std::string& extension) {
+  if (extension != "ply") {
+    throw file.error("this is a PLY file by its first bytes, and can be read only under a name that ends in .ply");
+  }
+  return openVertices(file, "PLY", checkPly(file));
+}
+
+std::unique_ptr<ScanReader> openAsc(ScanFile& file) {
+  return openVertices(file, "ASC", checkAsc(file));
+}
+
+[[noreturn]] void refuse(const ScanFile& file) {
+  throw file.error(
+      "this is no scan that can be read here, at byte 0 (field \"file signature\"): neither \"LASF\" nor \"ply\" "
+      "found, "
+      "and the name does not end in .asc");
+}
+
+}  // namespace
+
+std::unique_ptr<ScanReader> ScanReader::open(const std::string& path) {
+  ScanFile file(path);
+  if (file.size() == 0) {
+    throw file.error("the file is empty: 0 bytes");
+  }
+  const std::vector<unsigned char> magic = file.beginning(kMagicBytes);
+  const std::string extension = osgDB::getLowerCaseFileExtension(path);
+  if (beginsWith(magic, "LASF")) {
+    return openLasOrLaz(std::move(file));
+  }
+  if (isPly(magic)) {
+    return openPly(file, extension);
+  }
+  if (extension == "asc") {
+    return openAsc(file);
+  }
+  refuse(file);
+}
+
+PointChunk ScanReader::read(std::uint64_t first, std::uint32_t count, const osg::Vec3d& origin) {
+  PointRange range;
+  range.first = first;
+  range.count = count;
+  requirePoints(info(), first, count);
+  ChunkBuilder chunk = startChunk(range, origin);
+  decode({first, 1, count}, chunk);
+  return chunk.finish();
+}
+
+}  // namespace QuorViewer

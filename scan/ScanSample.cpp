@@ -1,0 +1,93 @@
+#include "scan/ScanSample.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace QuorViewer {
+
+namespace {
+
+constexpr std::uint64_t kMostRuns = 64;
+constexpr std::uint32_t kRunPoints = 256;
+constexpr std::uint32_t kSamplePoints = std::uint32_t{kMostRuns} * kRunPoints;
+
+std::uint16_t brightest(const RawPoint& point) {
+  return *std::max_element(point.colour.begin(), point.colour.end());
+}
+
+// As long as the sample's size allows without one run reaching into the next.
+std::uint32_t runLength(const std::vector<std::uint64_t>& firstPoints) {
+  const std::size_t runs = std::max<std::size_t>(firstPoints.size(), 1);
+  std::uint64_t length = kSamplePoints / runs;
+  for (std::size_t run = 1; run < firstPoints.size(); ++run) {
+    length = std::min(length, firstPoints[run] - firstPoints[run - 1]);
+  }
+  return static_cast<std::uint32_t>(length);
+}
+
+}  // namespace
+
+// Adding 0 turns a negative zero into a plain one, which reads better.
+double wholeNumber(double value) {
+  return std::round(value) + 0.0;
+}
+
+SampleRuns spreadRuns(std::uint64_t pointCount, std::uint64_t step) {
+  SampleRuns runs;
+  const std::uint64_t wanted = std::min(kMostRuns, (pointCount + kRunPoints - 1) / kRunPoints);
+  for (std::uint64_t run = 0; run < wanted; ++run) {
+    // Dividing first keeps the product within 64 bits; the remainder is spread by the second term.
+    const std::uint64_t first = pointCount / wanted * run + pointCount % wanted * run / wanted;
+    const std::uint64_t aligned = first / step * step;
+    if (runs.firstPoints.empty() || runs.firstPoints.back() != aligned) {
+      runs.firstPoints.push_back(aligned);
+    }
+  }
+  runs.length = runLength(runs.firstPoints);
+  return runs;
+}
+
+ColourDepth ScanSample::colourDepth() const {
+  std::uint16_t most = 0;
+  for (const RawPoint& point : _points) {
+    most = std::max(most, brightest(point));
+  }
+  return {most > 0, most > 255 ? 8U : 0U};
+}
+
+bool ScanSample::anyIntensity() const {
+  return std::any_of(_points.begin(), _points.end(), [](const RawPoint& point) { return point.intensity != 0; });
+}
+
+bool ScanSample::anyClassification() const {
+  return std::any_of(_points.begin(), _points.end(), [](const RawPoint& point) { return point.classification != 0; });
+}
+
+double ScanSample::_median(std::int32_t RawPoint::*axis) const {
+  if (_points.empty()) {
+    return 0;
+  }
+  std::vector<std::int32_t> values;
+  values.reserve(_points.size());
+  for (const RawPoint& point : _points) {
+    values.push_back(point.*axis);
+  }
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+osg::Vec3d ScanSample::origin(const osg::Vec3d& scale, const osg::Vec3d& offset) const {
+  return {wholeNumber(_median(&RawPoint::x) * scale.x() + offset.x()),
+          wholeNumber(_median(&RawPoint::y) * scale.y() + offset.y()),
+          wholeNumber(_median(&RawPoint::z) * scale.z() + offset.z())};
+}
+
+void ScanSample::complete(ScanInfo& info, bool coloured) const {
+  info.origin = origin(info.scale, info.offset);
+  info.hasColour = coloured && colourDepth().present;
+  info.hasIntensity = anyIntensity();
+  info.hasClassification = anyClassification();
+}
+
+}  // namespace QuorViewer

@@ -1,0 +1,181 @@
+#include "scan/formats/LasCheck.h"
+
+#include <cmath>
+#include <limits>
+
+namespace QuorViewer {
+
+namespace {
+
+// Positions are drawn in single precision; two scans' distance apart must still be a number there.
+constexpr double kFarthestCoordinate = 1e37;
+constexpr std::array<const char*, 3> kAxisNames = {"x", "y", "z"};
+
+std::string text(std::uint64_t number) {
+  return std::to_string(number);
+}
+
+class HeaderCheck {
+ public:
+  explicit HeaderCheck(ScanFile& file) : _file(file) {}
+
+  CheckedLas run() {
+    _readHeader();
+    _checkVersion();
+    _checkLengths();
+    _checkRecords();
+    _checkGrid();
+    _las.pointCount = _las.header.pointCount();
+    _las.pointDataOffsetBytes = _las.header.pointDataOffsetBytes;
+    if (!_las.header.compressed()) {
+      _skipStartSignature();
+      _checkCount();
+    }
+    return _las;
+  }
+
+ private:
+  template <typename T>
+  [[noreturn]] void _fail(const std::string& what, T LasHeader::*member, const std::string& comparison) const {
+    throw _file.error(what + ", " + lasHeaderPlace(member) + ": " + comparison);
+  }
+
+  void _readHeader() {
+    const std::vector<unsigned char> bytes = _file.beginning(kLasHeaderMostBytes);
+    _las.header = LasHeader::parse(bytes.data(), bytes.size());
+    const std::uint16_t needed = lasHeaderLengthBytes(bytes.size() > 25 ? _las.header.versionMinor : 0);
+    const bool knownVersion = bytes.size() <= 25 || (_las.header.versionMajor == 1 && _las.header.versionMinor <= 4);
+    if (knownVersion && bytes.size() < needed) {
+      throw _file.error("the file ends inside its header, at byte " + text(bytes.size()) + ": " + text(needed) +
+                        " bytes needed");
+    }
+  }
+
+  void _checkVersion() const {
+    const LasHeader& header = _las.header;
+    const std::string stated =
+        text(header.versionMajor) + "." + text(header.versionMinor) + " stated, 1.0 to 1.4 known";
+    if (header.versionMajor != 1) {
+      _fail("the LAS version is not known", &LasHeader::versionMajor, stated);
+    }
+    if (header.versionMinor > 4) {
+      _fail("the LAS version is not known", &LasHeader::versionMinor, stated);
+    }
+  }
+
+  void _checkLengths() const {
+    const LasHeader& header = _las.header;
+    const std::uint16_t least = lasHeaderLengthBytes(header.versionMinor);
+    if (header.headerLengthBytes < least) {
+      _fail("the header is stated shorter than its version's", &LasHeader::headerLengthBytes,
+            text(header.headerLengthBytes) + " bytes stated, " + text(least) + " needed by LAS 1." +
+                text(header.versionMinor));
+    }
+    if (header.pointDataOffsetBytes < header.headerLengthBytes) {
+      _fail("the points are stated to begin inside the header", &LasHeader::pointDataOffsetBytes,
+            "byte " + text(header.pointDataOffsetBytes) + " stated, the header ends at byte " +
+                text(header.headerLengthBytes));
+    }
+    if (header.pointDataOffsetBytes > _file.size()) {
+      _fail("the points are stated to begin beyond the end of the file", &LasHeader::pointDataOffsetBytes,
+            "byte " + text(header.pointDataOffsetBytes) + " stated, the file ends at byte " + text(_file.size()));
+    }
+  }
+
+  void _checkRecords() {
+    const LasHeader& header = _las.header;
+    _las.layout = RecordLayout::of(header.plainFormat());
+    if (_las.layout == nullptr) {
+      _fail("the point format is not known", &LasHeader::pointFormat,
+            text(header.plainFormat()) + " stated, 0 to " + text(kLasFormatCount - 1) + " known");
+    }
+    if (header.recordLengthBytes < _las.layout->lengthBytes) {
+      _fail("the records are stated shorter than their format's", &LasHeader::recordLengthBytes,
+            text(header.recordLengthBytes) + " bytes stated, " + text(_las.layout->lengthBytes) +
+                " needed by point format " + text(header.plainFormat()));
+    }
+  }
+
+  void _checkGrid() const {
+    for (std::size_t axis = 0; axis < kAxisNames.size(); ++axis) {
+      const double scale = _las.header.scale[axis];
+      const double offset = _las.header.offset[axis];
+      if (scale == 0 || !std::isfinite(scale)) {
+        _failAxis("the scale is no usable number", &LasHeader::scale, axis);
+      }
+      if (!std::isfinite(offset)) {
+        _failAxis("the offset is no usable number", &LasHeader::offset, axis);
+      }
+      const double farthest = std::abs(scale) * -double{std::numeric_limits<std::int32_t>::min()} + std::abs(offset);
+      if (farthest > kFarthestCoordinate) {
+        _failAxis("the coordinates reach beyond what single precision can show", &LasHeader::scale, axis);
+      }
+    }
+  }
+
+  void _failAxis(const std::string& what, std::array<double, 3> LasHeader::*member, std::size_t axis) const {
+    _fail(what, member, std::to_string((_las.header.*member)[axis]) + " stated for " + kAxisNames[axis]);
+  }
+
+  // LAS 1.0 set the two bytes DD CC before the first record. Some writers of 1.0 and 1.1 point at them, not past them.
+  // The records' total length tells: the two bytes are skipped only where the file has room for them.
+  void _skipStartSignature() {
+    constexpr std::uint64_t signatureBytes = 2;
+    const std::uint64_t room = _file.size() - _las.pointDataOffsetBytes;
+    if (_las.header.versionMinor > 1 || room < signatureBytes ||
+        (room - signatureBytes) / _las.header.recordLengthBytes < _las.pointCount) {
+      return;
+    }
+    std::array<unsigned char, signatureBytes> bytes{};
+    _file.read(_las.pointDataOffsetBytes, bytes.data(), bytes.size());
+    if (bytes[0] == 0xDD && bytes[1] == 0xCC) {
+      _las.pointDataOffsetBytes += signatureBytes;
+    }
+  }
+
+  void _checkCount() const {
+    const std::uint64_t held = (_file.size() - _las.pointDataOffsetBytes) / _las.header.recordLengthBytes;
+    if (held >= _las.pointCount) {
+      return;
+    }
+    const std::string what = "the file is cut off or its count is wrong";
+    const std::string comparison = text(_las.pointCount) + " records of " + text(_las.header.recordLengthBytes) +
+                                   " bytes stated from byte " + text(_las.pointDataOffsetBytes) + " on, " + text(held) +
+                                   " held, the file ends at byte " + text(_file.size());
+    if (_las.header.extendedPointCount != 0) {
+      _fail(what, &LasHeader::extendedPointCount, comparison);
+    }
+    _fail(what, &LasHeader::legacyPointCount, comparison);
+  }
+
+  ScanFile& _file;
+  CheckedLas _las;
+};
+
+}  // namespace
+
+std::string CheckedLas::formatText() const {
+  return "LAS 1." + text(header.versionMinor) + ", point format " + text(header.plainFormat()) +
+         (header.compressed() ? ", compressed (LAZ)" : "");
+}
+
+ScanInfo CheckedLas::info(const std::string& path) const {
+  ScanInfo known;
+  known.path = path;
+  known.format = formatText();
+  known.pointCount = pointCount;
+  known.scale = osg::Vec3d(header.scale[0], header.scale[1], header.scale[2]);
+  known.offset = osg::Vec3d(header.offset[0], header.offset[1], header.offset[2]);
+  return known;
+}
+
+CheckedLas checkLas(ScanFile& file) {
+  return HeaderCheck(file).run();
+}
+
+osg::Vec3d lasCoordinates(const LasHeader& header, std::int32_t x, std::int32_t y, std::int32_t z) {
+  return {x * header.scale[0] + header.offset[0], y * header.scale[1] + header.offset[1],
+          z * header.scale[2] + header.offset[2]};
+}
+
+}  // namespace QuorViewer

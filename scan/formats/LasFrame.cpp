@@ -1,0 +1,138 @@
+#include "scan/formats/LasFrame.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+namespace QuorViewer {
+
+namespace {
+
+constexpr std::string_view kWaveformUserId = "LASF_Spec";
+constexpr std::uint16_t kWaveformRecordId = 65535;
+
+// What these tell is true only of points in their old places: compression, and indices of the points by region.
+constexpr std::array<std::pair<std::string_view, std::uint16_t>, 4> kArrangementRecords = {
+    {{kCompressionUserId, kCompressionRecordId}, {"copc", 1}, {"copc", 1000}, {"LAStools", 30}}};
+
+bool tellsArrangement(const LasRecordHead& head) {
+  return std::any_of(kArrangementRecords.begin(), kArrangementRecords.end(),
+                     [&](const auto& record) { return head.is(record.first, record.second); });
+}
+
+struct ExtendedRecord {
+  LasRecordHead head;
+  FileRange range;
+};
+
+class FrameReading {
+ public:
+  FrameReading(ScanFile& file, const CheckedLas& las) : _file(file), _las(las) {}
+
+  LasFrame run() {
+    const std::vector<unsigned char> begin = _file.beginning(_las.header.headerLengthBytes);
+    _frame.header = LasHeader::parse(begin.data(), begin.size());
+    _frame.header.pointFormat = _las.layout->format;
+    _readVariableRecords();
+    _findExtendedRecords();
+    _findWaveforms();
+    return std::move(_frame);
+  }
+
+ private:
+  // Records that run into the points are no reason to refuse the scan: what stands there stays as it is. So does what
+  // follows the last record, unless it is a hole of a size that no producer fills.
+  void _readVariableRecords() {
+    constexpr std::uint64_t kMostFollowingBytes = std::uint64_t{1} << 24;
+    const std::uint64_t begin = _las.header.headerLengthBytes;
+    const std::uint64_t end = _las.pointDataOffsetBytes;
+    std::uint64_t at = begin;
+    for (std::uint32_t record = 0; record < _las.header.variableRecordCount; ++record) {
+      const std::optional<std::uint64_t> length = _takeVariableRecord(at, end);
+      if (!length) break;
+      at += *length;
+    }
+    if (end - at <= kMostFollowingBytes) _appendToVariableRecords(at, end - at);
+    _frame.header.pointDataOffsetBytes = static_cast<std::uint32_t>(begin + _frame.variableRecords.size());
+  }
+
+  /// The length of the record at `at`, nothing where it would reach beyond `end`.
+  std::optional<std::uint64_t> _takeVariableRecord(std::uint64_t at, std::uint64_t end) {
+    if (end - at < LasRecordHead::kBytes) return std::nullopt;
+    std::array<unsigned char, LasRecordHead::kBytes> bytes{};
+    _file.read(at, bytes.data(), bytes.size());
+    const LasRecordHead head = LasRecordHead::parse(bytes.data(), false);
+    const std::uint64_t length = LasRecordHead::kBytes + head.contentBytes;
+    if (end - at < length) return std::nullopt;
+    if (tellsArrangement(head)) {
+      --_frame.header.variableRecordCount;
+    } else {
+      _appendToVariableRecords(at, length);
+    }
+    return length;
+  }
+
+  void _appendToVariableRecords(std::uint64_t at, std::uint64_t count) {
+    std::vector<unsigned char>& bytes = _frame.variableRecords;
+    const std::size_t before = bytes.size();
+    bytes.resize(before + static_cast<std::size_t>(count));
+    _file.read(at, bytes.data() + before, static_cast<std::size_t>(count));
+  }
+
+  void _findExtendedRecords() {
+    std::uint64_t at = _las.header.extendedRecordsOffsetBytes;
+    for (std::uint32_t record = 0; record < _las.header.extendedRecordCount; ++record) {
+      const std::optional<ExtendedRecord> found = _extendedRecordAt(at);
+      if (!found) break;
+      if (!tellsArrangement(found->head)) _frame.extendedRecords.push_back(found->range);
+      at += found->range.bytes;
+    }
+    _frame.header.extendedRecordCount = static_cast<std::uint32_t>(_frame.extendedRecords.size());
+  }
+
+  // The waveforms may be one of the extended records or, as always in LAS 1.3, stand for themselves.
+  void _findWaveforms() {
+    const std::uint64_t offset = _las.header.waveformOffsetBytes;
+    if (offset == 0) return;
+    const std::optional<ExtendedRecord> found = _extendedRecordAt(offset);
+    if (!found || !found->head.is(kWaveformUserId, kWaveformRecordId)) return;
+    std::vector<FileRange>& records = _frame.extendedRecords;
+    const auto same =
+        std::find_if(records.begin(), records.end(), [&](const FileRange& range) { return range.offset == offset; });
+    _frame.waveforms = static_cast<std::size_t>(same - records.begin());
+    if (same == records.end()) records.push_back(found->range);
+  }
+
+  /// A record's head and where the whole of it lies; none where it reaches beyond the end of the file.
+  std::optional<ExtendedRecord> _extendedRecordAt(std::uint64_t offset) {
+    std::array<unsigned char, LasRecordHead::kExtendedBytes> bytes{};
+    if (offset > _file.size() || _file.size() - offset < bytes.size()) return {};
+    _file.read(offset, bytes.data(), bytes.size());
+    const LasRecordHead head = LasRecordHead::parse(bytes.data(), true);
+    if (head.contentBytes > _file.size() - offset - bytes.size()) return {};
+    return ExtendedRecord{head, {offset, bytes.size() + head.contentBytes}};
+  }
+
+  ScanFile& _file;
+  const CheckedLas& _las;
+  LasFrame _frame;
+};
+
+}  // namespace
+
+void LasFrame::placeExtendedRecords(std::uint64_t offset, LasHeader& to) const {
+  to.extendedRecordCount = header.extendedRecordCount;
+  to.extendedRecordsOffsetBytes = header.extendedRecordCount > 0 ? offset : 0;
+  to.waveformOffsetBytes = 0;
+  for (std::size_t place = 0; place < extendedRecords.size(); ++place) {
+    if (waveforms == place) to.waveformOffsetBytes = offset;
+    offset += extendedRecords[place].bytes;
+  }
+}
+
+LasFrame readLasFrame(ScanFile& file, const CheckedLas& las) {
+  return FrameReading(file, las).run();
+}
+
+}  // namespace QuorViewer

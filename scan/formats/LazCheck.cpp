@@ -1,0 +1,236 @@
+#include "scan/formats/LazCheck.h"
+
+#include "scan/LittleEndian.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace QuorViewer {
+
+namespace {
+
+constexpr std::size_t kCompressionFixedBytes = 34;
+constexpr std::size_t kItemBytes = 6;
+
+enum Compressor : std::uint16_t { kPointwise = 1, kPointwiseChunked = 2, kLayeredChunked = 3 };
+
+constexpr std::uint32_t kVaryingChunks = std::numeric_limits<std::uint32_t>::max();
+
+// The kinds of items that a point is compressed as.
+constexpr std::uint16_t kItemExtraBytes = 0;
+constexpr std::uint16_t kItemExtraBytesExtended = 14;
+
+constexpr std::uint64_t kTablePointerBytes = 8;
+constexpr std::uint64_t kTableHeaderBytes = 8;
+
+std::string text(std::uint64_t number) {
+  return std::to_string(number);
+}
+
+/// The items that a record of each point format is made of, 0 standing for none, before any extra bytes.
+constexpr std::array<std::array<std::uint16_t, 4>, kLasFormatCount> kItemsOfFormat = {{
+    {6},           // point
+    {6, 7},        // point, GPS time
+    {6, 8},        // point, colour
+    {6, 7, 8},     // all three
+    {6, 7, 9},     // with a wave packet in place of colour
+    {6, 7, 8, 9},  // with both
+    {10},          // extended point, GPS time included
+    {10, 11},      // with colour
+    {10, 12},      // with colour and near infrared
+    {10, 13},      // with a wave packet
+    {10, 12, 13},  // with all of them
+}};
+
+class LazCheck {
+ public:
+  LazCheck(ScanFile& file, const CheckedLas& las) : _file(file), _las(las) {}
+
+  CheckedLaz run() {
+    _findCompressionRecord();
+    _checkCompression();
+    _checkItems();
+    if (_las.pointCount > std::numeric_limits<std::uint32_t>::max()) {
+      throw _file.error("the compressed scan states more points than LASzip can address: " + text(_las.pointCount) +
+                        " stated, " + text(std::numeric_limits<std::uint32_t>::max()) + " possible");
+    }
+    if (_las.pointCount > 0 && _compressor != kPointwise) {
+      _checkChunkTable();
+    }
+    const bool chunked = _compressor != kPointwise;
+    const bool varying = chunked && _chunkPoints == kVaryingChunks;
+    return {chunked && !varying ? _chunkPoints : std::max<std::uint64_t>(_las.pointCount, 1), varying};
+  }
+
+ private:
+  [[noreturn]] void _fail(const std::string& what, std::uint64_t byte, const std::string& field,
+                          const std::string& comparison) const {
+    throw _file.error(what + ", at byte " + text(byte) + " (field \"" + field + "\"): " + comparison);
+  }
+
+  std::uint64_t _pointsBegin() const { return _las.pointDataOffsetBytes; }
+
+  // All records are walked, since LASzip reads all of them, with memory for as many as the header states.
+  void _findCompressionRecord() {
+    std::uint64_t at = _las.header.headerLengthBytes;
+    for (std::uint32_t record = 0; record < _las.header.variableRecordCount; ++record) {
+      std::array<unsigned char, LasRecordHead::kBytes> bytes{};
+      if (_pointsBegin() - at < bytes.size()) {
+        _failRecords(record);
+      }
+      _file.read(at, bytes.data(), bytes.size());
+      at += bytes.size();
+      const LasRecordHead head = LasRecordHead::parse(bytes.data(), false);
+      const std::uint64_t length = head.contentBytes;
+      if (_pointsBegin() - at < length) {
+        _fail(
+            "a variable length record reaches into the points", at - 34, "record length after header",
+            text(length) + " bytes stated, " + text(_pointsBegin() - at) + " left before byte " + text(_pointsBegin()));
+      }
+      _keepIfCompression(head, at);
+      at += length;
+    }
+    if (_record.empty()) {
+      throw _file.error("the points are marked as compressed, " + lasHeaderPlace(&LasHeader::pointFormat) +
+                        ", but no variable length record \"laszip encoded\" tells how");
+    }
+  }
+
+  [[noreturn]] void _failRecords(std::uint32_t held) const {
+    throw _file.error("more variable length records are stated than lie before the points, " +
+                      lasHeaderPlace(&LasHeader::variableRecordCount) + ": " + text(_las.header.variableRecordCount) +
+                      " stated, " + text(held) + " found before byte " + text(_pointsBegin()));
+  }
+
+  void _keepIfCompression(const LasRecordHead& head, std::uint64_t at) {
+    const auto length = static_cast<std::size_t>(head.contentBytes);
+    if (!head.is(kCompressionUserId, kCompressionRecordId)) {
+      return;
+    }
+    if (!_record.empty()) {
+      _fail("a second record on compression contradicts the first", at - LasRecordHead::kBytes, "user ID",
+            "\"laszip encoded\" twice, once allowed");
+    }
+    if (length < kCompressionFixedBytes + kItemBytes) {
+      _fail("the record on compression is too short", at - 34, "record length after header",
+            text(length) + " bytes stated, " + text(kCompressionFixedBytes + kItemBytes) + " needed at least");
+    }
+    _recordAt = at;
+    _record.resize(length);
+    _file.read(at, _record.data(), length);
+  }
+
+  void _checkCompression() {
+    loadLittle(_record.data(), _compressor);
+    loadLittle(_record.data() + 12, _chunkPoints);
+    if (_compressor < kPointwise || _compressor > kLayeredChunked) {
+      _fail("the kind of compression is not known", _recordAt, "compressor",
+            text(_compressor) + " stated, 1 to 3 known");
+    }
+    if ((_compressor == kLayeredChunked) != _las.layout->extended()) {
+      _fail("the kind of compression does not suit the point format", _recordAt, "compressor",
+            text(_compressor) + " stated with point format " + text(_las.header.plainFormat()));
+    }
+    if (_compressor != kPointwise && _chunkPoints == 0) {
+      _fail("the compressed chunks are stated to be empty", _recordAt + 12, "chunk size", "0 points stated");
+    }
+  }
+
+  std::uint16_t _item(std::size_t item, std::size_t field) const {
+    return loadLittle<std::uint16_t>(_record.data() + kCompressionFixedBytes + item * kItemBytes + field * 2);
+  }
+
+  void _checkItems() const {
+    const auto count = loadLittle<std::uint16_t>(_record.data() + 32);
+    if (_record.size() < kCompressionFixedBytes + std::size_t{count} * kItemBytes) {
+      _fail("more items are stated than the record on compression holds", _recordAt + 32, "number of items",
+            text(count) + " stated, " + text((_record.size() - kCompressionFixedBytes) / kItemBytes) + " held");
+    }
+    std::uint64_t bytes = 0;
+    for (std::size_t item = 0; item < count; ++item) {
+      bytes += _item(item, 1);
+      _checkItemType(item);
+    }
+    if (bytes != _las.header.recordLengthBytes) {
+      _fail("the items of compression do not add up to a record", _recordAt + 32, "number of items",
+            text(bytes) + " bytes together, " + text(_las.header.recordLengthBytes) + " in a record");
+    }
+    const auto& wanted = kItemsOfFormat[_las.header.plainFormat()];
+    if (count < wanted.size() && wanted[count] != 0) {
+      _fail("items of compression are missing", _recordAt + 32, "number of items",
+            text(count) + " stated, more needed by point format " + text(_las.header.plainFormat()));
+    }
+  }
+
+  void _checkItemType(std::size_t item) const {
+    const auto& wanted = kItemsOfFormat[_las.header.plainFormat()];
+    const std::uint16_t extra = _las.layout->extended() ? kItemExtraBytesExtended : kItemExtraBytes;
+    const std::uint16_t expected = item < wanted.size() && wanted[item] != 0 ? wanted[item] : extra;
+    if (_item(item, 0) != expected) {
+      _fail("an item of compression does not suit the point format",
+            _recordAt + kCompressionFixedBytes + item * kItemBytes, "item type",
+            text(_item(item, 0)) + " stated, " + text(expected) + " expected with point format " +
+                text(_las.header.plainFormat()));
+    }
+  }
+
+  // The table stands behind the last chunk; its place is told before the first one, or, by writers that could not go
+  // back, in the last 8 bytes of the file.
+  void _checkChunkTable() {
+    std::uint64_t pointer = _pointsBegin();
+    _requireTablePlace(pointer, pointer + kTablePointerBytes, _file.size() - pointer >= kTablePointerBytes);
+    std::uint64_t at = _load(pointer);
+    if (at == std::numeric_limits<std::uint64_t>::max()) {
+      pointer = _file.size() - kTablePointerBytes;
+      at = _load(pointer);
+    }
+    const std::uint64_t least = _pointsBegin() + kTablePointerBytes;
+    _requireTablePlace(pointer, at, at >= least && at <= _file.size() && _file.size() - at >= kTableHeaderBytes);
+    std::array<unsigned char, kTableHeaderBytes> bytes{};
+    _file.read(at, bytes.data(), bytes.size());
+    _checkChunkCount(at, loadLittle<std::uint32_t>(bytes.data()), loadLittle<std::uint32_t>(bytes.data() + 4));
+  }
+
+  std::uint64_t _load(std::uint64_t at) {
+    std::array<unsigned char, kTablePointerBytes> bytes{};
+    _file.read(at, bytes.data(), bytes.size());
+    return loadLittle<std::uint64_t>(bytes.data());
+  }
+
+  void _requireTablePlace(std::uint64_t pointer, std::uint64_t at, bool holds) const {
+    if (!holds) {
+      _fail("the file is cut off or its table of compressed chunks is misplaced", pointer, "chunk table start",
+            "byte " + text(at) + " stated, the points begin at byte " + text(_pointsBegin()) +
+                " and the file ends at byte " + text(_file.size()));
+    }
+  }
+
+  void _checkChunkCount(std::uint64_t at, std::uint32_t version, std::uint32_t count) const {
+    if (version != 0) {
+      _fail("the table of compressed chunks is damaged", at, "chunk table version", text(version) + " stated, 0 known");
+    }
+    const std::uint64_t least =
+        _chunkPoints == kVaryingChunks ? 1 : (_las.pointCount + _chunkPoints - 1) / _chunkPoints;
+    const std::uint64_t most = _chunkPoints == kVaryingChunks ? at - _pointsBegin() : least;
+    if (count < least || count > most) {
+      _fail("the table of compressed chunks does not suit the count of points", at + 4, "number of chunks",
+            text(count) + " stated, " + text(least) + " to " + text(most) + " possible for " + text(_las.pointCount) +
+                " points");
+    }
+  }
+
+  ScanFile& _file;
+  const CheckedLas& _las;
+  std::uint64_t _recordAt = 0;
+  std::vector<unsigned char> _record;
+  std::uint16_t _compressor = 0;
+  std::uint32_t _chunkPoints = 0;
+};
+
+}  // namespace
+
+CheckedLaz checkLaz(ScanFile& file, const CheckedLas& las) {
+  return LazCheck(file, las).run();
+}
+
+}  // namespace QuorViewer

@@ -1,0 +1,285 @@
+#include "scan/formats/LazReader.h"
+
+#include "scan/ChunkBuilder.h"
+#include "scan/ScanSample.h"
+#include "scan/formats/LasFrame.h"
+#include "scan/formats/LasReader.h"
+#include "scan/formats/LazCheck.h"
+#include "scan/platform/Platform.h"
+
+#include <laszip/laszip_api.h>
+
+#include <algorithm>
+#include <type_traits>
+#include <utility>
+
+namespace QuorViewer {
+
+namespace {
+
+// Times, angles and sources are never shown; chunks in layers need not unpack them.
+constexpr laszip_U32 kShownChannels = laszip_DECOMPRESS_SELECTIVE_CHANNEL_RETURNS_XY | laszip_DECOMPRESS_SELECTIVE_Z |
+                                      laszip_DECOMPRESS_SELECTIVE_CLASSIFICATION |
+                                      laszip_DECOMPRESS_SELECTIVE_INTENSITY | laszip_DECOMPRESS_SELECTIVE_RGB;
+
+// LASzip takes names in UTF-8 where Microsoft's compiler has built it, which then has built this as well.
+std::string nameForLaszip(const std::string& path) {
+#ifdef _MSC_VER
+  return utf8Of(path);
+#else
+  return path;
+#endif
+}
+
+struct CloseReader {
+  void operator()(void* reader) const {
+    laszip_close_reader(reader);
+    laszip_destroy(reader);
+  }
+};
+
+/// LASzip's own reader object, its errors turned into ScanError. An error leaves the decoder as it was, and going on
+/// with it may divide by zero; so what follows in its chunk is refused from then on. Entering another chunk begins
+/// anew.
+class LaszipReader {
+ public:
+  /// `channels`: what to decompress of points in layers (`laszip_DECOMPRESS_SELECTIVE_…`); others come whole.
+  LaszipReader(std::string path, const CheckedLaz& chunks, laszip_U32 channels)
+      : _path(std::move(path)), _chunks(chunks) {
+    laszip_POINTER created = nullptr;
+    if (laszip_create(&created) != 0) {
+      throw ScanError(_path + ": LASzip cannot be started");
+    }
+    _reader.reset(created);
+    laszip_decompress_selective(created, channels);
+    laszip_BOOL compressed = 0;
+    _require(laszip_open_reader(created, nameForLaszip(_path).c_str(), &compressed),
+             "the compressed scan cannot be opened");
+    _require(laszip_get_point_pointer(created, &_point), "the compressed scan has no points to give");
+  }
+
+  /// Decompresses point `index`. What it answers is the same object, filled anew, each time.
+  const laszip_point_struct& read(std::uint64_t index) {
+    if (!_isReachedByGoingOn(index)) _seek(index);
+    for (std::uint64_t point = std::exchange(_next, kNowhere); point <= index; ++point) {
+      _requireAt(laszip_read_point(_reader.get()), point);
+    }
+    _next = index + 1;
+    return *_point;
+  }
+
+ private:
+  static constexpr std::uint64_t kNowhere = std::numeric_limits<std::uint64_t>::max();
+  static constexpr std::uint64_t kUsualChunkPoints = 50000;
+
+  bool _isReachedByGoingOn(std::uint64_t index) const {
+    if (_next == kNowhere || index < _next) return false;
+    return _chunks.varyingChunks ? index - _next < kUsualChunkPoints : _isInChunkOf(_next, index);
+  }
+
+  bool _isInChunkOf(std::uint64_t one, std::uint64_t other) const {
+    return one / _chunks.chunkPoints == other / _chunks.chunkPoints;
+  }
+
+  // On the way to a point within a chunk, LASzip does not look whether those before it can be decompressed. So chunks
+  // are entered at their first point, and the way is gone here.
+  void _seek(std::uint64_t index) {
+    if (index >= _damage && _isInChunkOf(_damage, index)) throw ScanError(_damageText);
+    const std::uint64_t start = _chunks.varyingChunks ? index : index - index % _chunks.chunkPoints;
+    _next = kNowhere;
+    _requireAt(laszip_seek_point(_reader.get(), static_cast<laszip_I64>(start)), start);
+    _next = start;
+  }
+
+  std::string _errorText(const std::string& what) const {
+    laszip_CHAR* reason = nullptr;
+    laszip_get_error(_reader.get(), &reason);
+    return _path + ": " + what + ": LASzip says \"" + (reason != nullptr ? reason : "nothing") + "\"";
+  }
+
+  void _require(laszip_I32 failed, const std::string& what) const {
+    if (failed != 0) throw ScanError(_errorText(what));
+  }
+
+  void _requireAt(laszip_I32 failed, std::uint64_t index) {
+    if (failed == 0) return;
+    _damage = index;
+    _damageText = _errorText("point " + std::to_string(index) + " (counted from 0) cannot be decompressed");
+    throw ScanError(_damageText);
+  }
+
+  std::string _path;
+  CheckedLaz _chunks;
+  std::unique_ptr<std::remove_pointer_t<laszip_POINTER>, CloseReader> _reader;
+  laszip_point_struct* _point = nullptr;
+  std::uint64_t _next = kNowhere;
+  std::uint64_t _damage = kNowhere;  // the point that was refused last
+  std::string _damageText;
+};
+
+void decodeOldFlags(const laszip_point_struct& from, LasPoint& to) {
+  to.returnNumber = from.return_number;
+  to.returnCount = from.number_of_returns;
+  to.classification = from.classification;
+  to.synthetic = from.synthetic_flag != 0;
+  to.keyPoint = from.keypoint_flag != 0;
+  to.withheld = from.withheld_flag != 0;
+  to.scanAngle = from.scan_angle_rank;  // NOLINT(bugprone-signed-char-misuse): a number, no letter
+}
+
+void decodeExtendedFlags(const laszip_point_struct& from, LasPoint& to) {
+  to.returnNumber = from.extended_return_number;
+  to.returnCount = from.extended_number_of_returns;
+  to.classification = from.extended_classification;
+  to.synthetic = (from.extended_classification_flags & 1U) != 0;
+  to.keyPoint = (from.extended_classification_flags & 2U) != 0;
+  to.withheld = (from.extended_classification_flags & 4U) != 0;
+  to.overlap = (from.extended_classification_flags & 8U) != 0;
+  to.scannerChannel = from.extended_scanner_channel;
+  to.scanAngle = from.extended_scan_angle;
+}
+
+LasPoint decodePoint(const laszip_point_struct& from, bool extended) {
+  LasPoint to;
+  to.x = from.X;
+  to.y = from.Y;
+  to.z = from.Z;
+  to.intensity = from.intensity;
+  extended ? decodeExtendedFlags(from, to) : decodeOldFlags(from, to);
+  to.scanDirection = from.scan_direction_flag != 0;
+  to.edgeOfFlightLine = from.edge_of_flight_line != 0;
+  to.userData = from.user_data;
+  to.pointSource = from.point_source_ID;
+  to.gpsTime = from.gps_time;
+  std::copy_n(from.rgb, to.colour.size(), to.colour.begin());
+  to.nearInfrared = from.rgb[3];
+  std::copy_n(from.wave_packet, to.wavePacket.size(), to.wavePacket.begin());
+  return to;
+}
+
+class LazReader : public ScanReader {
+  /// Opened when it is first wanted.
+  struct Decompression {
+    laszip_U32 channels;
+    std::unique_ptr<LaszipReader> laszip;
+  };
+
+ public:
+  LazReader(ScanFile file, const CheckedLas& las)
+      : _file(std::move(file)), _las(las), _info(las.info(_file.path())), _chunks(checkLaz(_file, las)) {
+    const bool coloured = las.layout->colourOffset != 0;
+    ScanSample sample;
+    if (las.pointCount > 0) _fill(sample);
+    sample.complete(_info, coloured);
+    _colour = coloured ? sample.colourDepth() : ColourDepth();
+  }
+
+  LazReader(const LazReader& other)
+      : _file(other._info.path), _las(other._las), _info(other._info), _chunks(other._chunks), _colour(other._colour) {}
+
+  const ScanInfo& info() const override { return _info; }
+
+  std::unique_ptr<ScanReader> again() const override { return std::make_unique<LazReader>(*this); }
+
+  std::uint64_t entryPoints() const override { return _chunks.chunkPoints; }
+
+  ChunkBuilder startChunk(const PointRange& points, const osg::Vec3d& origin) const override {
+    return {points, {_info.scale, _info.offset - origin, _colour}};
+  }
+
+  void decode(const PointRun& run, ChunkBuilder& to) override {
+    requirePoints(_info, run.first, run.span());
+    for (std::uint32_t place = 0; place < run.count; ++place) {
+      to.add(_raw(_read(_shown, run.first + place * run.step)));
+    }
+  }
+
+  osg::Vec3d coordinates(std::uint64_t point) override {
+    requirePoints(_info, point, 1);
+    return _coordinatesOf(_read(_shown, point));
+  }
+
+  LasFrame lasFrame() override { return readLasFrame(_file, _las); }
+
+  void readInside(std::uint64_t first, std::uint32_t count, const InsideTest& inside,
+                  std::vector<unsigned char>& records) override {
+    requirePoints(_info, first, count);
+    for (std::uint64_t point = first; point < first + count; ++point) {
+      const laszip_point_struct& decompressed = _read(_whole, point);
+      if (inside(_coordinatesOf(decompressed))) _appendRecord(decompressed, records);
+    }
+  }
+
+ private:
+  const laszip_point_struct& _read(Decompression& from, std::uint64_t point) {
+    try {
+      if (!from.laszip) from.laszip = _open(from.channels);
+      return from.laszip->read(point);
+    } catch (const ScanError&) {
+      const std::uint64_t bytes = _file.sizeNow();
+      if (bytes < _file.size()) throw _file.cutOff(bytes);
+      throw;
+    }
+  }
+
+  // LASzip reads the file's beginning and its table by itself, and they may have changed meanwhile.
+  std::unique_ptr<LaszipReader> _open(laszip_U32 channels) const {
+    ScanFile file(_file.path());
+    checkLaz(file, _las);
+    return std::make_unique<LaszipReader>(_file.path(), _chunks, channels);
+  }
+
+  RawPoint _raw(const laszip_point_struct& point) const {
+    const bool extended = _las.layout->extended();
+    RawPoint raw{};
+    raw.x = point.X;
+    raw.y = point.Y;
+    raw.z = point.Z;
+    raw.intensity = point.intensity;
+    raw.classification = extended ? point.extended_classification : static_cast<std::uint8_t>(point.classification);
+    raw.returns = extended ? packReturns(point.extended_return_number, point.extended_number_of_returns)
+                           : packReturns(point.return_number, point.number_of_returns);
+    raw.colour = {point.rgb[0], point.rgb[1], point.rgb[2]};
+    return raw;
+  }
+
+  osg::Vec3d _coordinatesOf(const laszip_point_struct& point) const {
+    return lasCoordinates(_las.header, point.X, point.Y, point.Z);
+  }
+
+  void _appendRecord(const laszip_point_struct& point, std::vector<unsigned char>& records) const {
+    const RecordLayout& layout = *_las.layout;
+    records.resize(records.size() + _las.header.recordLengthBytes);
+    unsigned char* record = records.data() + records.size() - _las.header.recordLengthBytes;
+    layout.encode(decodePoint(point, layout.extended()), record);
+    const int extra = std::min<int>(point.num_extra_bytes, _las.header.recordLengthBytes - layout.lengthBytes);
+    std::copy_n(point.extra_bytes, extra, record + layout.lengthBytes);
+  }
+
+  // Runs begin where chunks do, so that no point is unpacked only to be passed over.
+  void _fill(ScanSample& sample) {
+    const SampleRuns runs = spreadRuns(_info.pointCount, _chunks.chunkPoints);
+    for (const std::uint64_t first : runs.firstPoints) {
+      const std::uint64_t end = std::min(first + runs.length, _info.pointCount);
+      for (std::uint64_t point = first; point < end; ++point) {
+        sample.add(_raw(_read(_shown, point)));
+      }
+    }
+  }
+
+  ScanFile _file;
+  CheckedLas _las;
+  ScanInfo _info;
+  CheckedLaz _chunks;
+  Decompression _shown{kShownChannels, nullptr};
+  Decompression _whole{laszip_DECOMPRESS_SELECTIVE_ALL, nullptr};
+  ColourDepth _colour;
+};
+
+}  // namespace
+
+std::unique_ptr<ScanReader> openLaz(ScanFile file, const CheckedLas& las) {
+  return std::make_unique<LazReader>(std::move(file), las);
+}
+
+}  // namespace QuorViewer

@@ -1,0 +1,29 @@
+#include "geometry/RingStrip.h"
+
+#include <cmath>
+
+namespace QuorOsgUtils {
+
+template <typename Real>
+std::vector<osg::Vec3f> ringStripVertices(Real radius, Real width, Real z) {
+  constexpr int kSteps = 100;
+  constexpr auto kStepRadians = static_cast<Real>(0.06283186);
+  std::vector<osg::Vec3f> vertices;
+  vertices.reserve(2 * kSteps + 2);
+  const auto append = [&](Real distance, Real angle) {
+    vertices.emplace_back(static_cast<float>(distance * std::cos(angle)),
+                          static_cast<float>(distance * std::sin(angle)), static_cast<float>(z));
+  };
+  Real angle = 0;
+  for (int step = 0; step < kSteps; ++step, angle += kStepRadians) {
+    append(radius, angle);
+    append(radius - width, angle);
+  }
+  vertices.insert(vertices.end(), {vertices[0], vertices[1]});
+  return vertices;
+}
+
+template std::vector<osg::Vec3f> ringStripVertices(float radius, float width, float z);
+template std::vector<osg::Vec3f> ringStripVertices(double radius, double width, double z);
+
+}  // namespace QuorOsgUtils

@@ -1,0 +1,127 @@
+#include "scan/platform/Platform.h"
+#include "support/FilesFixture.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace {
+
+using namespace QuorViewer;
+using namespace QuorTests;
+
+class PlatformTest : public FilesFixture {
+ protected:
+  static constexpr std::int64_t kPages = 4;
+
+  void SetUp() override { _view = std::make_unique<LossyView>(makeFile("mapped", kPages * pageBytes())); }
+
+  std::uintptr_t addressOfPage(std::int64_t page) const {
+    return reinterpret_cast<std::uintptr_t>(_view->start()) + static_cast<std::uintptr_t>(page * pageBytes());
+  }
+  void cutAfterPages(std::int64_t pages) { _view->loseAllBehind(pages * pageBytes()); }
+  void touchPage(std::int64_t page) { _sum = _sum + _view->start()[page * pageBytes()]; }
+  /// Reads forwards; tells how far it came.
+  std::optional<std::uintptr_t> readAll() {
+    return faultWhile([this] {
+      for (_read = 0; _read < _view->bytes(); ++_read) _sum = _sum + _view->start()[_read];
+    });
+  }
+
+  std::unique_ptr<LossyView> _view;
+  volatile std::size_t _read = 0;
+  volatile unsigned _sum = 0;
+};
+
+TEST_F(PlatformTest, aWholeFileReadsToItsEndWithoutAFault) {
+  EXPECT_FALSE(readAll().has_value());
+  EXPECT_EQ(_read, _view->bytes());
+}
+
+TEST_F(PlatformTest, aTouchBehindTheEndOfACutFileIsToldWithItsAddressAndEndsTheWork) {
+  cutAfterPages(2);
+  const std::optional<std::uintptr_t> fault = readAll();
+  ASSERT_TRUE(fault.has_value());
+  EXPECT_EQ(*fault, addressOfPage(2));
+  EXPECT_EQ(_read, static_cast<std::size_t>(2 * pageBytes()));
+}
+
+TEST_F(PlatformTest, faultsMayFollowEachOther) {
+  cutAfterPages(1);
+  for (int time = 0; time < 100; ++time) {
+    const std::optional<std::uintptr_t> fault = readAll();
+    ASSERT_TRUE(fault.has_value());
+    ASSERT_EQ(*fault, addressOfPage(1));
+  }
+}
+
+TEST_F(PlatformTest, aFaultOnOneThreadLeavesTheWorkOfAnotherAlone) {
+  cutAfterPages(1);
+  bool otherWasWhole = true;
+  std::thread other([&] {
+    for (int time = 0; time < 200; ++time) {
+      volatile int counted = 0;
+      otherWasWhole &= !faultWhile([&] {
+                          for (int i = 0; i < 1000; ++i) counted = counted + 1;
+                        }).has_value() &&
+                       counted == 1000;
+    }
+  });
+  for (int time = 0; time < 200; ++time) EXPECT_TRUE(readAll().has_value());
+  other.join();
+  EXPECT_TRUE(otherWasWhole);
+}
+
+TEST_F(PlatformTest, whatTheWorkThrowsGoesThrough) {
+  EXPECT_THROW(faultWhile([] { throw std::runtime_error("of the work"); }), std::runtime_error);
+}
+
+using PlatformDeathTest = PlatformTest;
+
+TEST_F(PlatformDeathTest, aFaultOutsideOfGuardedWorkEndsTheProcessAsEver) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  cutAfterPages(1);
+  EXPECT_TRUE(readAll().has_value());
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizer reports the fault in its own way";
+#else
+  EXPECT_EXIT(touchPage(2), wasEndedByALostPage, "");
+#endif
+}
+
+TEST_F(PlatformDeathTest, aFaultAfterWorkThatThrewEndsTheProcessAsEver) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  cutAfterPages(1);
+  EXPECT_THROW(faultWhile([] { throw std::runtime_error("of the work"); }), std::runtime_error);
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizer reports the fault in its own way";
+#else
+  EXPECT_EXIT(touchPage(2), wasEndedByALostPage, "");
+#endif
+}
+
+class UsersEncodingTest : public testing::TestWithParam<std::string> {};
+
+TEST_P(UsersEncodingTest, leadsToThePlaceAndBackAndIsToldInUtf8) {
+  const std::optional<std::string> name = inUsersEncoding(GetParam());
+  if (!name) GTEST_SKIP() << "the user's encoding has no such letters";
+  EXPECT_EQ(utf8Of(*name), GetParam());
+  const std::filesystem::path place = std::filesystem::u8path(GetParam());
+  EXPECT_EQ(QuorViewer::placeOf(*name), place);
+  EXPECT_EQ(nameOf(place), *name);
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, UsersEncodingTest, testing::Values("", "scan.las", "Gelände.las", "扫描/点云.las"));
+
+TEST(MachineMemoryTest, isNoMoreThanThePhysicalMemoryAndNotNothing) {
+  EXPECT_GT(machineMemoryBytes(), std::uint64_t{1} << 24U);
+  if (physicalMemoryBytes() == 0) GTEST_SKIP() << "nobody tells how much memory this machine has";
+  EXPECT_LE(machineMemoryBytes(), physicalMemoryBytes());
+}
+
+}  // namespace
