@@ -25,31 +25,32 @@ class View;
 
 namespace QuorOsgUtils {
 
-/// The pointer in a drag of the clip box: what it hit, the line of sight through it, and where it was. Positions are in
-/// window units, the origin bottom left.
+/// The pointer during a drag of the clip box: its hits, the line of sight through it, and its positions in window units
+/// with the origin at the bottom left.
 class QUOR_OSG_UTILS_EXPORT BoxPointerInfo : public osgManipulator::PointerInfo {
  public:
   BoxPointerInfo();
   BoxPointerInfo(const BoxPointerInfo& other);
-  /// The base keeps a place in its own list of hits; here it begins at the copied list's first.
+  /// The base class holds an iterator into its hit list. The copy's iterator points to the first copied hit.
   BoxPointerInfo& operator=(const BoxPointerInfo& other);
 
-  /// No hits, no camera, and the values below as at first.
+  /// Clears the hits and the camera, and resets the members below to their defaults.
   void reset();
 
-  /// Where the press was that began the drag.
+  /// Position of the press that started the drag.
   float _pushX = 0.0f;
   float _pushY = 0.0f;
-  /// Where the latest drag or release was.
+  /// Position of the latest drag or release.
   float _dragX = 0.0f;
   float _dragY = 0.0f;
-  /// World size of a pixel at the distance of the manipulator's centre, by the full vertical field of view.
+  /// World size of a pixel at the distance of the manipulator's centre, computed from the full vertical field of view
+  /// (fixed by the interface).
   double _pixelSize = 1.0;
   /// The inverse of the pick camera's view matrix at the press.
   osg::Matrixd _cameraToWorld;
 };
 
-/// A box that cuts a point cloud, resized, moved and turned by handles.
+/// A clip box for point clouds that is resized, moved and rotated with handles.
 ///
 ///     osg::ref_ptr<osg::ClipNode> clip = new osg::ClipNode;
 ///     clip->addChild(cloud);
@@ -61,44 +62,46 @@ class QUOR_OSG_UTILS_EXPORT BoxPointerInfo : public osgManipulator::PointerInfo 
 ///
 /// | input                    | on                | effect                                                       |
 /// |--------------------------|-------------------|--------------------------------------------------------------|
-/// | left press               | a handle shown    | begins a drag; the event is handled                          |
+/// | left press               | a visible handle  | starts a drag; the event is handled                          |
 /// | drag, left button alone  | a face's cone     | the face follows the pointer along its normal                |
-/// | drag, left button alone  | an axis' arrow    | the box follows the pointer along the axis                   |
-/// | drag, left button alone  | a ring            | the box turns about its centre                               |
+/// | drag, left button alone  | an axis arrow     | the box follows the pointer along the axis                   |
+/// | drag, left button alone  | a ring            | the box rotates about its centre                             |
 /// | left release             | anywhere          | ends the drag; the event is handled                          |
 ///
-/// Everything else is left to others, and so is an event already handled. The handle nearest to the eye is meant,
-/// also where something else in the scene is in front of it. The highlight of a drag is a thicker line.
+/// All other events, and events already handled, are ignored. A press selects the handle nearest to the eye, even if
+/// another object of the scene is in front of it. A ring or arrow is drawn with a thicker line while it is dragged.
 ///
-/// Model: the extents are an axis-aligned box in this node's own frame and change only by the faces; turning and moving
-/// change this node's matrix. The six planes stand in the frame of this node's parent, which must be the clip node's
-/// frame too. A face never comes nearer than 0.5 local units to the opposite one, as far as single precision tells them
-/// apart. Distances dragged on a face are world units, and taken for local ones: a scaled node's faces do not keep to
-/// the pointer. A handle seen end-on is hard to hold: a pixel's move is a long way there, and a press that finds no
-/// place on an arrow's line fixes no beginning, so that the moves count from the beginning before. A host may refuse
-/// such presses by overriding the protected `handle`.
+/// Model: the extents are an axis-aligned box in this node's local frame; only face drags change them. Rotation and
+/// translation change this node's matrix. The six planes are in the frame of this node's parent, which must also be the
+/// clip node's frame. Opposite faces stay at least 0.5 local units apart, within single precision. A face drag is
+/// measured in world units but applied in local units, so the faces of a scaled node do not follow the pointer. A
+/// handle seen end-on is hard to control: one pixel is then a long distance. If a press has no intersection with the
+/// arrow's line, no new start point is stored, and the drag is measured from the previous one. An application can
+/// reject such presses by overriding the protected `handle`.
 ///
-/// Handles: cones and arrows keep their size in pixels (about 20 across, 18 long; arrows 150 away from the centre) from
-/// the first frame on; before it they stand in world units. The rings circle the box. They are drawn with
-/// fixed-function state, lit by the view's head light (light 0): where programs are in use, the host gives the node
-/// one. In the mode of the rings the node is drawn in render bin -100 with a dark disc behind them, otherwise in bin
-/// 100.
+/// Handles: cones and arrowheads have a constant size in pixels (about 20 wide and 18 long; arrowheads 150 from the
+/// centre) from the first frame on; before that, these lengths are world units. The rings surround the box. Handles are
+/// drawn with fixed-function state and lit by the view's head light (light 0). If the scene uses shader programs, the
+/// application sets one on this node. In rotation mode the node is drawn in render bin -100 with a dark disc behind the
+/// rings, in the other modes in bin 100.
 ///
-/// Ownership: the node keeps the clip node, which keeps the last planes when the node is gone. Copies share handles,
-/// state set, projectors, transform callback and clip node with their source: drags of a copy move its source, and a
-/// copy that was made while events were handled takes none before `setHandleEvents` has turned it off and on.
-/// Threads: the event thread of the viewer, between frames: colours and line widths of the handles are not marked as
-/// dynamic. GL: needs no current context; the disc turns depth writes off and on again.
-/// Errors: nothing is thrown; an event that meets no view or no hit changes nothing. Without a viewport nobody can tell
-/// where the pointer is: a drag then moves the box by an amount without meaning, but finite.
+/// Ownership: the node holds a reference to the clip node, which keeps its last planes after the node is destroyed. A
+/// copy shares handles, state set, projectors, transform callback and clip node with its source: dragging the copy
+/// moves the source. If event handling was on when the copy was made, the copy receives no events until
+/// `setHandleEvents` has switched it off and on.
+/// Threads: the viewer's event thread, between frames: colours and line widths of the handles are not marked as
+/// dynamic.
+/// GL: needs no current context; drawing the disc disables depth writes and leaves them enabled.
+/// Errors: nothing is thrown. Events without a view or a hit change nothing. Without a viewport the pointer position is
+/// unknown: a drag then moves the box by an arbitrary but finite distance.
 class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
  public:
   /// Which handles are shown.
   enum CutterType : int { CUTTER_ROTATE = 0, CUTTER_TRANSLATE = 1, CUTTER_SCALE = 2 };
 
-  /// `box` in local units, with positive extents. `clipNode` may be null, then nothing is cut; otherwise it should hold
-  /// no planes of its own: the first cut would take away only every other one of them, and add six. Cuts nothing yet.
-  /// Starts with the cones' mode and all of them hidden.
+  /// `box` is in local units, with positive extents. If `clipNode` is null, nothing is cut; otherwise it should have no
+  /// planes of its own: the first cut would remove only every other one of them and add six. The constructor cuts
+  /// nothing. Initial mode: CUTTER_SCALE with all cones hidden.
   BoxCutterDragger(osg::BoundingBoxf box, osg::ref_ptr<osg::ClipNode> clipNode);
 
   BoxCutterDragger(const BoxCutterDragger& other);
@@ -110,55 +113,56 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
  protected:
   ~BoxCutterDragger() override;
 
-  /// Hands an event of a drag, or the press that may begin one, to the handlers of the mode's handles.
+  /// Passes a press, drag or release to the handlers of the current mode until one of them accepts it.
   virtual bool handle(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
 
  public:
-  /// Answers whether the event is used up. `aa` must be an `osgViewer::View`; any other is ignored.
+  /// Returns whether the event was handled. Does nothing unless `aa` is an `osgViewer::View`.
   virtual bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
 
  protected:
-  /// Builds the handles and the outline, once, below this node.
+  /// Builds the handles and the outline below this node. The constructor calls it once.
   virtual void setupDefaultGeometry();
 
  public:
-  /// Shows one kind of handles, and of these the ones whose axis is in the mask: 1 for X, 2 for Y, 4 for Z. A value
-  /// that is none of the three types is stored and changes nothing else.
+  /// Shows the handles of one type, for the axes in the mask: 1 for X, 2 for Y, 4 for Z. Any other value of `type` is
+  /// stored and has no other effect.
   void setType(CutterType type, int axisMask);
 
-  /// Whether the node takes events that its event traversal meets. Off at first.
+  /// Whether the node handles events during event traversals. Default: off.
   void setHandleEvents(bool on);
 
-  /// Red, green, blue, alpha, 0 to 1. Seen from the next frame on.
+  /// Red, green, blue, alpha, 0 to 1. Takes effect in the next frame.
   void setBoxColor(osg::Vec4f color);
   void setXColor(osg::Vec4f color);
   void setYColor(osg::Vec4f color);
   void setZColor(osg::Vec4f color);
 
-  /// Whether the clip node would keep a point, given in its frame. True for every point when there is no clip node, or
-  /// when it has no planes. The planes of the last cut count, not the box at hand.
+  /// Whether the clip node keeps a point given in its frame. Always true if there is no clip node or it has no planes.
+  /// Tests the clip node's planes (those of the last cut), not the current box.
   bool pointInBox(double x, double y, double z) const;
 
-  /// The planes of the box at hand, in the frame of this node's parent: front (low y), right (high x), back, left, top
-  /// (high z), bottom. Normals have length 1 and point inwards: a x + b y + c z + d >= 0 inside. A box without extent
-  /// yields planes of zeros, a matrix that mirrors normals that point outwards.
+  /// The planes of the current box, in the frame of this node's parent: front (low y), right (high x), back, left, top
+  /// (high z), bottom. Normals have length 1 and point inwards: a x + b y + c z + d >= 0 inside. If the box has no
+  /// extent, the planes are zero; if the matrix mirrors, the normals point outwards.
   std::vector<osg::Plane> getCurrentClipPlanes() const;
   /// The planes of the last cut; none before the first.
   std::vector<osg::Plane> getAllClipPlane() const;
 
  protected:
-  /// Writes the planes of the box at hand into the clip node. Six planes that it has are changed in place; any other
-  /// number is removed by ascending index, which leaves every other one, and six new ones numbered 0 to 5 are added.
+  /// Writes the planes of the current box into the clip node. If it has six planes, they are changed in place.
+  /// Otherwise its planes are removed by ascending index, which leaves every other one (fixed by the interface), and
+  /// six new ones numbered 0 to 5 are added.
   void applyClipPlane();
 
-  /// The first path from a root down to the node; empty when there is none.
+  /// The first path from a root down to the node; empty if there is none.
   void computeNodePathToRoot(osg::Node& node, osg::NodePath& path);
 
   void setupAxisGeometry();
   void setupScaleGeometry();
   void setupRotationGeometry();
 
-  /// Each answers false, without effect, when the pointer has not hit its handle.
+  /// Each returns false and does nothing if the pointer has not hit its handle.
   bool handleLeftScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleRightScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleFrontScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
@@ -172,11 +176,11 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   bool handleYTranslation(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleZTranslation(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
 
-  /// Faces in the order in which a press tries them: axis by axis, the lower side first.
+  /// Faces in the order in which a press tests them: axis by axis, the lower side first.
   enum Face : std::size_t { LEFT_FACE, RIGHT_FACE, FRONT_FACE, BACK_FACE, BOTTOM_FACE, TOP_FACE, FACE_COUNT };
 
   struct FaceHandle {
-    osg::ref_ptr<osg::MatrixTransform> transform;    ///< to the middle of the face
+    osg::ref_ptr<osg::MatrixTransform> transform;    ///< to the centre of the face
     osg::ref_ptr<osg::MatrixTransform> orientation;  ///< its z axis points out of the box
     osg::ref_ptr<osg::ShapeDrawable> cone;
   };
@@ -189,7 +193,7 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
     const FaceHandle& operator[](std::size_t face) const { return _handles[kPlaces[face]]; }
 
     std::size_t size() const { return _handles.size(); }
-    /// In the order of storage.
+    /// Iteration is in storage order.
     FaceHandle* begin() { return _handles.data(); }
     FaceHandle* end() { return _handles.data() + _handles.size(); }
     const FaceHandle* begin() const { return _handles.data(); }
@@ -209,11 +213,11 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
     osg::ref_ptr<osg::Geometry> ring;
   };
 
-  /// From a press that a handle took to the next release.
+  /// True from a press that a handle accepted until the next release.
   bool _draggerActive = false;
   bool _handleEvents = false;
   CutterType _type = CUTTER_SCALE;
-  /// Least extent of the box along each axis.
+  /// Minimum extent of the box along each axis, in local units.
   float _minSize = 0.5f;
 
   osg::ref_ptr<osg::Geometry> _topOutline;
@@ -224,44 +228,44 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   FaceHandles _faces;
   osg::ref_ptr<osg::Switch> _translateSwitch;
   osg::ref_ptr<osg::MatrixTransform> _axesTransform;
-  std::array<AxisHandle, 3> _axes;  ///< X, Y, Z, as `_rings`
+  std::array<AxisHandle, 3> _axes;  ///< X, Y, Z; `_rings` likewise
   osg::ref_ptr<osg::Switch> _rotateSwitch;
   osg::ref_ptr<osg::MatrixTransform> _ringsTransform;
   std::array<RingHandle, 3> _rings;
 
-  /// Along the three axes; no drag uses them.
+  /// Along the three axes. No drag uses them; they are fixed by the interface.
   osg::ref_ptr<osgManipulator::LineProjector> _xProjector;
   osg::ref_ptr<osgManipulator::LineProjector> _yProjector;
   osg::ref_ptr<osgManipulator::LineProjector> _zProjector;
-  /// Of the drag at hand, along z in the frame of its handle.
+  /// For the current drag: the line along z in its handle's frame.
   osg::ref_ptr<osgManipulator::LineProjector> _lineProjector;
   osg::ref_ptr<osgManipulator::CylinderPlaneProjector> _cylinderProjector;
 
   osg::ref_ptr<osg::ClipNode> _clipNode;
   osg::BoundingBoxf _box;
   osg::BoundingBoxf _startBox;  ///< at the press that began the drag
-  /// Gives this node the motions of the drags.
+  /// Applies the motion commands of the drags to this node's matrix.
   osg::ref_ptr<osgManipulator::DraggerTransformCallback> _transformCallback;
 
-  osg::Vec4f _highlightColor = osg::Vec4f(1.0f, 1.0f, 0.0f, 1.0f);  ///< kept for subclasses, drawn by none
+  osg::Vec4f _highlightColor = osg::Vec4f(1.0f, 1.0f, 0.0f, 1.0f);  ///< never drawn; fixed by the interface
   osg::Vec4f _boxColor = osg::Vec4f(0.9f, 0.9f, 0.9f, 1.0f);
   osg::Vec4f _xColor = osg::Vec4f(1.0f, 0.0f, 0.0f, 1.0f);
   osg::Vec4f _yColor = osg::Vec4f(0.0f, 1.0f, 0.0f, 1.0f);
   osg::Vec4f _zColor = osg::Vec4f(0.0f, 0.0f, 1.0f, 1.0f);
 
-  /// Where the press met the projector's line, in the line's frame.
+  /// The point of the press on the projector's line, in the line's frame.
   osg::Vec3d _startProjectedPoint;
-  /// Where the pointer last met the rotation's cylinder, in world units, and the rotation since the press.
+  /// The pointer's latest point on the rotation's cylinder, in world units, and the rotation since the press.
   osg::Vec3d _prevWorldProjPt;
   osg::Quat _prevRotation;
   osg::Matrixd _startLocalToWorld;
   osg::Matrixd _startWorldToLocal;
 
-  /// Which nodes a press may hit.
+  /// Traversal mask for the hit test of a press.
   unsigned int _intersectionMask = ~0u;
   BoxPointerInfo _pointer;
   std::vector<osg::Plane> _clipPlanes;
-  /// A third of the viewport's height at the latest event.
+  /// A third of the viewport's height at the latest event. Never read; fixed by the interface.
   double _screenScale = 100.0;
 
  private:
@@ -276,7 +280,7 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   void _updateRotation();
   void _updateBoxGeometry();
 
-  // Each sets one extent of the box to that of the start box plus delta, and cuts.
+  // Each moves one face to its position in the start box plus delta, and updates the clip planes.
   void _updateLeftScale(float delta);
   void _updateRightScale(float delta);
   void _updateFrontScale(float delta);
@@ -287,7 +291,7 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
 
   void switchConeAxis(int mask);
   void switchAxis(int mask);
-  void switchRotaeAxis(int mask);
+  void switchRotaeAxis(int mask);  // the spelling is fixed by the interface
   void _setAxisColor(std::size_t axis, const osg::Vec4f& color);
 
   osg::ref_ptr<osg::Geometry> _createCircleGeometry(float radius, unsigned int segments);

@@ -18,53 +18,54 @@
 
 namespace QuorOsgUtils {
 
-/// Takes subgraphs out of the scene on the graphics thread, between frames, instead of on the thread that decides it.
+/// Removes subgraphs from the scene on the graphics thread, between frames, instead of on the thread that requests it.
 ///
 ///     osg::ref_ptr<DecrementalCompileOperation> removal = new DecrementalCompileOperation;
 ///     removal->addGraphicsContext(window);
 ///     ...
 ///     removal->add(scans, closedScan);  // detached the next time the window's context runs its operations
 ///
-/// Every run takes all requests that are pending then: it detaches each node from its group, tells the request's
-/// callback and drops the request. With the node's last reference its GL objects go to the scene graph's lists of
-/// deleted objects, which the following frames work off.
+/// Each run processes all requests that are pending at that time: it detaches each node from its group, calls the
+/// request's callback and drops the request. When the last reference to the node is released, its GL objects go to
+/// OSG's lists of deleted objects, which are flushed in the following frames.
 ///
-/// The settings (target frame rate to delete-all-till frame number) are only stored for the application.
+/// The settings (target frame rate to delete-all-till frame number) are only stored for the application. No run uses
+/// them; this is fixed by the interface.
 ///
 /// Lifecycle: a request is pending from `add` until the next run on any context, or until `remove`. A callback may add
-/// and remove requests: what it adds waits for the next run, what it removes still has its turn if the run under way
-/// has taken it already. A request that is queued twice has two turns. The group of a request is only observed: one
-/// that is gone at its turn is passed over, and the request is finished as usual.
+/// and remove requests: those it adds wait for the next run; those it removes are still processed if the current run
+/// has already taken them. A request that is queued twice is processed twice. The group of a request is only observed:
+/// if it no longer exists, nothing is detached and the request is finished as usual.
 ///
-/// Ownership: each context keeps the operation; the operation knows its contexts by bare pointers, so remove a context
-/// before it is destroyed. An operation destroyed first takes itself out of no context.
+/// Ownership: each context holds a reference to the operation. The operation holds raw pointers to its contexts, so
+/// remove a context before it is destroyed. The operation's destructor does not remove it from any context.
 ///
-/// Threads: `add` and `remove` may be called from any thread. Contexts are added and removed while their graphics
-/// threads rest, or from a callback on the context's own thread: OSG reads its list of operations without a lock. The
-/// run takes place on the graphics thread of every context; what it detaches must not be traversed at that moment, so
-/// in threading models that update or cull while another thread draws, the application decides when it queues.
-/// Settings, `isActive` and `isEmpty` are read and written without a lock.
+/// Threads: `add` and `remove` may be called from any thread. Add and remove contexts only while their graphics threads
+/// are idle, or from a callback on the context's own thread: OSG reads its list of operations without a lock. Each
+/// context runs the operation on its graphics thread. The nodes that are detached must not be traversed at the same
+/// time, so in threading models that update or cull while another thread draws, the application decides when to queue
+/// requests. Settings, `isActive` and `isEmpty` are read and written without a lock.
 ///
 /// Several contexts: at most one thread at a time processes the requests of an operation, and no thread waits for it. A
 /// run that starts while another thread is busy leaves the pending requests to that thread and returns immediately. The
 /// busy thread processes them before its own run ends, unless application code throws; then they wait for the next run.
 /// So nodes are detached and destroyed by one thread at a time, and each request is processed once. The callback
-/// reports when a request is finished; the return of a run does not. A nested run on the same thread executes
+/// tells that a request is finished; the return of a run does not. A nested run on the same thread executes
 /// immediately; the outer run then processes the remaining requests again.
 ///
 /// Locks: no lock is held while application code runs. Overridden `removeChild` functions, destructors of nodes and
-/// groups, and callbacks may take any lock, also one that another thread holds while it calls this operation. Do not
+/// groups, and callbacks may take any lock, even one that another thread holds while it calls this operation. Do not
 /// wait for a callback while holding a lock that application code inside a run takes.
 ///
 /// Restrictions: OSG changes groups without a lock, and each removal also updates all ancestors of the group. So two
-/// operations whose runs may overlap need separate scene graphs, and so do direct calls of `deleteop` or `deleteSets`
-/// that may overlap a run. A callback that always adds another request keeps a run busy as long as other runs overlap
-/// it.
+/// operations whose runs may overlap need separate scene graphs. The same applies to direct calls of `deleteop` or
+/// `deleteSets` that may overlap a run. A callback that always adds another request keeps a run busy as long as other
+/// runs overlap it.
 ///
-/// Cost: removing n children of one group one by one costs n² (10,000: 0.2 s; 100,000: half a minute), all within one
-/// run: queue the parent of many, not the many.
+/// Cost: removing n children of one group one by one takes O(n²) time (10,000: 0.2 s; 100,000: half a minute), all
+/// within one run. Queue their common parent instead.
 ///
-/// GL: none is called here, and the current context stays as it is.
+/// GL: no GL calls; the current context is not changed.
 class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOperation {
  public:
   class DeleteSet;
@@ -103,13 +104,13 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
   using DeleteSets = std::list<osg::ref_ptr<DeleteSet>>;
   using ContextSet = std::set<osg::GraphicsContext*>;
 
-  /// Named "DecrementalCompileOperation", and kept by the contexts' queues after each run.
+  /// The operation's name is "DecrementalCompileOperation". Contexts keep it in their queues after each run.
   DecrementalCompileOperation();
   DecrementalCompileOperation(const DecrementalCompileOperation&) = delete;
   DecrementalCompileOperation& operator=(const DecrementalCompileOperation&) = delete;
   ~DecrementalCompileOperation() override;
 
-  /// Whether any context runs this operation.
+  /// Whether this operation has been added to any context.
   bool isActive() const;
 
   /// Frames per second. Default: 100.
@@ -136,14 +137,14 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
   void setDeleteAllTillFrameNumber(unsigned int frameNumber);
   unsigned int getDeleteAllTillFrameNumber();
 
-  /// Sets the delete-all-till frame number so many frames after the current one; the sum wraps at 2^32.
+  /// Sets the delete-all-till frame number to the current one plus `numFramesToDeleteAll`; the sum wraps at 2^32.
   void compileAllForNextFrame(unsigned int numFramesToDeleteAll);
 
   ContextSet& getContextSet();
   const ContextSet& getContextSet() const;
 
-  /// Has the contexts run this operation, or no longer. A context that is there already, or not there, and null are
-  /// ignored.
+  /// Add this operation to contexts, or remove it. Null, contexts that already have it (when adding) and contexts that
+  /// do not have it (when removing) are ignored.
   void assignContexts(std::vector<osg::GraphicsContext*>& contexts);
   void removeContexts(std::vector<osg::GraphicsContext*>& contexts);
   void addGraphicsContext(osg::GraphicsContext* gc);
@@ -151,27 +152,26 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
 
   /// Queues the removal of `node` from `group`.
   void add(osg::Group* group, osg::Node* node);
-  /// Queues a request, and takes its first place in the queue back. Null, and a request that is not queued, are
-  /// ignored.
+  /// Queue a request, or remove its first occurrence from the queue. Null and requests that are not queued are ignored.
   void add(DeleteSet* set);
   void remove(DeleteSet* set);
 
   /// Whether no request is pending.
   bool isEmpty();
 
-  /// The run. Contexts call it; a direct call, also with null, does the same on the calling thread. The operation must
-  /// exist until the call returns: keep a reference, as contexts do.
+  /// Runs the operation. Contexts call it; a direct call, also with null, does the same on the calling thread. The
+  /// operation must exist until the call returns: hold a reference, as contexts do.
   void operator()(osg::GraphicsContext* context) override;
   using osg::GraphicsOperation::operator();
 
-  /// The pending requests in order of arrival, and the mutex to hold while they are looked at. The mutex is not
-  /// recursive: no other call on the operation's queue while it is held.
+  /// The pending requests in order of arrival, and the mutex to hold while accessing them. The mutex is not recursive:
+  /// while holding it, make no other call that uses the queue.
   OpenThreads::Mutex* getToCompiledMutex();
   DeleteSets& getToCompile();
 
  protected:
-  /// Finishes the requests of the list from the front on, on the calling thread. A request leaves the list after its
-  /// callback. Given the pending list itself, it does the same as a run.
+  /// Finishes the requests of the list, front to back, on the calling thread. Each is removed from the list after its
+  /// callback. Called with the pending list itself, it does the same as a run.
   void deleteSets(DeleteSets& sets);
 
  private:
@@ -191,7 +191,7 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
   DeleteSets _toCompile;
   ContextSet _contexts;
 
-  // The thread that processes requests; guarded by the mutex, too.
+  // The thread that processes requests; also guarded by the mutex.
   std::thread::id _owner;
   unsigned int _claims = 0;  ///< more than one while the owner runs the operation inside a run
   bool _requestsLeft = false;

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Marks what the dynamic library shows to its users; everything else stays hidden.
+/// Exports a symbol from the shared library; all other symbols are hidden.
 #if defined(_WIN32)
 #  if defined(QUOR_OSG_UTILS_BUILDING)
 #    define QUOR_OSG_UTILS_EXPORT __declspec(dllexport)

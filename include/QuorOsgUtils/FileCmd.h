@@ -31,17 +31,17 @@ class FileProxy;
 ///     QuorOsgUtils::FileManager::getInstance()->push(command);
 ///
 /// Chains: commands linked by `setNext` run as one unit, in the order of their links, by the priority of the first.
-/// Ownership: by default the creator's, who keeps the command alive until the manager has finished with it: when a
-/// command pushed later with the same priority runs, or when `FileManager::stopWorker` has returned. With auto delete,
-/// which is for commands pushed once, the manager deletes the first command of a chain after the whole chain has run,
-/// and each deleted command deletes its next if that has auto delete. Deletion stops at the first command without auto
-/// delete: that command and all later ones still belong to the creator. Chains are deleted from the front; in the
-/// destructor of a command `getNext` still returns the next one, which is deleted after it. Threads: a command is set
-/// up before it is pushed and then belongs to the worker. Errors: an exception that leaves a command is reported by the
-/// manager, and the next command of the chain runs.
+/// Ownership: by default the creator owns the command and keeps it alive until the manager has finished with it: that
+/// is, until a command pushed later with the same priority runs, or `FileManager::stopWorker` has returned. With auto
+/// delete, which is for commands pushed once, the manager deletes the first command of a chain after the whole chain
+/// has run, and each deleted command deletes its next if that has auto delete. Deletion stops at the first command
+/// without auto delete: that command and all later ones still belong to the creator. Chains are deleted from the front;
+/// in the destructor of a command `getNext` still returns the next one, which is deleted after it. Threads: set up a
+/// command before pushing it; after that, only the worker uses it. Errors: an exception thrown by a command is reported
+/// by the manager, and the next command of the chain runs.
 class QUOR_OSG_UTILS_EXPORT FileCmd {
  public:
-  /// Lower numbers run first. A command of any other value is never queued and stays the creator's.
+  /// Lower values run first. A command with any other value is silently not queued and still belongs to its creator.
   enum Priority : std::int32_t { High = 0, Normal = 1, Low = 2 };
 
   /// `file` is the name under which the manager knows the file.
@@ -50,7 +50,7 @@ class QUOR_OSG_UTILS_EXPORT FileCmd {
   FileCmd& operator=(const FileCmd&) = delete;
   virtual ~FileCmd();
 
-  /// The work. `proxy` stands for the command's file and is null only in a direct call.
+  /// Does the work. `proxy` represents the command's file and is null only in a direct call.
   virtual void operator()(const FileProxy* proxy, FileManager* manager) = 0;
 
   const std::string& getFile() const;
@@ -66,7 +66,7 @@ class QUOR_OSG_UTILS_EXPORT FileCmd {
 
  protected:
   /// Call `FilePtr::map` and `FilePtr::unmap` of the proxy's file. Null if the manager does not know the file. Only on
-  /// the thread that runs the command, and while it runs: any other use ends the process.
+  /// the thread that runs the command, while it runs; any other use ends the process.
   static void* map(const FileProxy* proxy, std::int64_t offset, std::int64_t size);
   static void unmap(const FileProxy* proxy, void* p);
 
@@ -77,33 +77,33 @@ class QUOR_OSG_UTILS_EXPORT FileCmd {
   std::unique_ptr<Private> _data;
 };
 
-/// Opens a file that the manager knows, again if it has been closed; of any other it only tries whether it can be
-/// opened. Works in a direct call with a null proxy, which has to be made where the manager's files may be touched:
-/// from a command, or while there is no worker. Pushed to the manager it does nothing.
+/// Reopens a file that the manager knows, if it is closed. Any other file is opened as a test and closed again; it does
+/// not become known. Works only in a direct call with a null proxy, made where the manager's files may be used: from a
+/// command, or while there is no worker. A pushed `OpenFile` does nothing. All of this is fixed by the interface.
 class QUOR_OSG_UTILS_EXPORT OpenFile : public FileCmd {
  public:
   OpenFile(const std::string& file, Priority priority);
   void operator()(const FileProxy* proxy, FileManager* manager) override;
 };
 
-/// Closes the file, and with it ends all its views. A file that the manager does not know is left alone.
+/// Closes the file and unmaps all its views. Does nothing if the manager does not know the file.
 class QUOR_OSG_UTILS_EXPORT CloseFile : public FileCmd {
  public:
   CloseFile(const std::string& file, Priority priority);
   void operator()(const FileProxy* proxy, FileManager* manager) override;
 };
 
-/// Closes the file and deletes it from the disk. A file that the manager does not know stays there.
+/// Closes the file and deletes it from the disk. Does nothing if the manager does not know the file.
 class QUOR_OSG_UTILS_EXPORT RemoveFile : public FileCmd {
  public:
   RemoveFile(const std::string& file, Priority priority);
   void operator()(const FileProxy* proxy, FileManager* manager) override;
 };
 
-/// Makes a file known to the manager, under the path it was made with, in place of the one known so before.
+/// Registers a file with the manager under the path it was constructed with, replacing any earlier one of that path.
 class QUOR_OSG_UTILS_EXPORT RegisterFile : public FileCmd {
  public:
-  /// Keeps `file`. Null registers nothing.
+  /// Holds a reference to `file`. Null registers nothing.
   RegisterFile(FilePtr* file, Priority priority);
   ~RegisterFile() override;
   void operator()(const FileProxy* proxy, FileManager* manager) override;

@@ -10,8 +10,8 @@ namespace QuorOsgUtils {
 class FileCmd;
 
 /// The file of the command that is running. The manager passes it to each command, which uses it through `FileCmd::map`
-/// and `FileCmd::unmap`. Use on any other thread than the one that runs the command, or between commands, ends the
-/// process with status 1, after a line in GBK at the notifier's level DEBUG_INFO.
+/// and `FileCmd::unmap`. Using it between commands, or on a thread other than the one that runs the command, ends the
+/// process with status 1, after a message in GBK at OSG's notify level DEBUG_INFO.
 class QUOR_OSG_UTILS_EXPORT FileProxy {
  public:
   FileProxy(const FileProxy&) = delete;
@@ -39,8 +39,8 @@ class QUOR_OSG_UTILS_EXPORT FileProxy {
 ///     manager->startWorker();
 ///     manager->push(command);
 ///
-/// Ownership: one manager per process, from the first `getInstance` to process exit. Names of all commands that ran
-/// stay known, and registered files are kept. `FileCmd` describes who owns commands.
+/// Ownership: one manager per process, from the first `getInstance` to process exit. The file names of all commands
+/// that ran are kept, and so are registered files. `FileCmd` describes who owns commands.
 ///
 /// Process exit: the worker finishes the chain that is running and stops. Commands still queued are neither run nor
 /// deleted, since what they use may be destroyed already. Static objects constructed after the first `getInstance` are
@@ -51,19 +51,19 @@ class QUOR_OSG_UTILS_EXPORT FileProxy {
 /// do nothing. Commands run on the worker, which sleeps while nothing is queued. Only commands may use the manager's
 /// files. No static object may use the manager in its destructor.
 /// Cost: the lock of the queues is held for a few instructions, however many commands are queued.
-/// Errors: a command that throws, or that finds no memory for the name of its file, is reported at the notifier's level
-/// WARN with that name; the next command runs. A command that cannot be queued for lack of memory is reported in the
-/// same way and still belongs to the caller.
+/// Errors: if a command throws, or memory for its file name cannot be allocated, this is reported with the name at
+/// OSG's notify level WARN, and the next command runs. A command that cannot be queued for lack of memory is reported
+/// in the same way and still belongs to the caller.
 class QUOR_OSG_UTILS_EXPORT FileManager {
  public:
   static FileManager* getInstance();
   FileManager(const FileManager&) = delete;
   FileManager& operator=(const FileManager&) = delete;
 
-  /// Queues a command. Null and a priority that is none of the three are ignored.
+  /// Queues a command. Null and commands with any other priority than the three are ignored.
   void push(FileCmd* cmd);
 
-  /// Always 16.
+  /// Always 16; fixed by the interface.
   int memorySize() const;
 
   /// Starts the worker; does nothing while it runs. The library never starts it by itself.
@@ -80,8 +80,8 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   FileManager();
   virtual ~FileManager();
 
-  /// Runs the next queued command with its chain on the calling thread; returns at once if none is queued. One thread
-  /// at a time, and none beside the worker.
+  /// Runs the next queued command with its chain on the calling thread; returns at once if none is queued. Only one
+  /// thread at a time, and not while the worker runs.
   virtual void run();
   void _work();
   void _joinWorker();
@@ -90,7 +90,7 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   void _runOne(FileCmd& cmd, std::uint32_t thread);
 
   struct Private;
-  Private* const _data;  // outlives the manager where the worker still runs at the end of the process
+  Private* const _data;  // outlives the manager if the worker still runs at process exit
 };
 
 }  // namespace QuorOsgUtils

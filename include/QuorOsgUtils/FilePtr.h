@@ -19,21 +19,22 @@ namespace QuorOsgUtils {
 ///       }
 ///     }
 ///
-/// Units: bytes; offsets and sizes are 64-bit on every platform. A view begins at a multiple of the system's allocation
-/// granularity (Windows: 64 KiB, elsewhere the page size), whatever offset was asked for, and each `map` makes a view
-/// of its own. Views are writable and shared with all openers of the file; nothing is read before it is touched.
+/// Units: bytes; offsets and sizes are 64-bit on every platform. A view starts at a multiple of the system's allocation
+/// granularity (Windows: 64 KiB, elsewhere the page size), whatever the requested offset, and each `map` creates a new
+/// view. Views are writable and shared with all openers of the file; pages are read on first access.
 ///
-/// Ownership: views belong to the object and end with `close`, `open` after it, or the last reference. A view whose
-/// requested offset was no multiple of the granularity ends only that way: `unmap` ignores its pointer.
+/// Ownership: views belong to the object and are unmapped by `close` or with the last reference. If the requested
+/// offset was not a multiple of the granularity, that is the only way: `unmap` ignores the pointer (fixed by the
+/// interface).
 /// Threads: `map` and `unmap` on any threads at once; `open` and `close` while no other call runs.
-/// GL: none. Paths: bytes as the system takes them; on Windows in the user's own encoding.
+/// GL: none. Paths: passed to the system unchanged; on Windows in the user's default encoding.
 ///
-/// Errors: nothing is thrown. Each failure writes one line: a file that cannot be opened "Error creating file: " and
-/// the system's error number to the standard error stream; a range that ends before its view would start "Abnormal
-/// normal vector data : 84" (the number has no further meaning), and a view that the system refuses a line in GBK and
-/// the error number, both to the standard output. Only regular files can be opened. `open` waits while another process,
-/// such as a file server, gives up its lease on the file. A file that shrinks while a view is in use takes away the
-/// pages after its new end: reading or writing them raises the system's own fault.
+/// Errors: nothing is thrown. Each failure writes one line. If the file cannot be opened: "Error creating file: " and
+/// the system's error number, to standard error. If the range ends before its view would start: "Abnormal normal vector
+/// data : 84", to standard output; text and number are fixed by the interface and have no further meaning. If the
+/// system refuses a view: a text in GBK and the error number, to standard output. Only regular files can be opened.
+/// `open` waits for another process, such as a file server, to release its lease on the file. If the file shrinks while
+/// a view is in use, reading or writing the pages after its new end raises a system fault.
 class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
  public:
   /// Opens the file for reading and writing. Null counts as an empty path.
@@ -42,29 +43,30 @@ class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
   FilePtr& operator=(const FilePtr&) = delete;
   ~FilePtr() override;
 
-  /// Opens the path again after `close` and reads its size; does nothing on an open object. If that fails, the last
-  /// size stays. On Windows also sets the process's character type locale (LC_CTYPE) to the user's default.
+  /// Reopens the path after `close` and reads its size; does nothing if the object is open. If that fails, the previous
+  /// size is kept. On Windows also sets the process's character type locale (LC_CTYPE) to the user's default.
   void open();
-  /// Ends all views and closes the file; does nothing on a closed object.
+  /// Unmaps all views and closes the file; does nothing if the object is closed.
   void close();
 
-  /// From construction or `open` to `close`, also when the file could not be opened.
+  /// True from construction or `open` until `close`, even if the file could not be opened (fixed by the interface).
   bool isOpen() const;
-  /// False permanently once opening has failed.
+  /// Permanently false once opening has failed.
   bool isValid() const;
   /// The path as given.
   const char* file() const;
 
-  /// The byte at `offset` in a new view. The view starts at `offset` rounded towards zero to the granularity and ends
-  /// at `offset + size`, or where the file ended when it was last opened if that is less. A view of length 0 reaches to
-  /// the end of the file. Null, with a line on the standard output, if there is no such view:
+  /// Returns a pointer to the byte at `offset` in a new view. The view starts at `offset` rounded towards zero to the
+  /// granularity. It ends at `offset + size`, or at the end of the file when it was last opened if that is less. A view
+  /// of length 0 extends to the end of the file. Returns null, with a line on standard output, if there is no such
+  /// view:
   ///
   /// | offset and size                                            | result                                      |
   /// |------------------------------------------------------------|---------------------------------------------|
   /// | the end lies before the start of the view                  | null, line with 84                          |
-  /// | the offset is negative and no multiple of the granularity  | null, line with 84                          |
+  /// | the offset is negative and not a multiple of granularity   | null, line with 84                          |
   /// | the length of the view exceeds 2^63 − 1                    | null, line with 84                          |
-  /// | any other negative offset                                  | the system is asked, and refuses the view   |
+  /// | any other negative offset                                  | null: the system refuses the view           |
   /// | the end exceeds 2^63 − 1                                   | the view up to the end of the file          |
   /// | a negative size whose end lies at or after the view's      | the view up to that end; the pointer lies   |
   /// | start                                                      | after it                                    |
@@ -72,7 +74,7 @@ class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
   /// | before it                                                  | pointer lies after it                       |
   void* map(std::int64_t offset, std::int64_t size);
 
-  /// Ends the view that begins at `p`; nothing for any other pointer.
+  /// Unmaps the view that starts at `p`; ignores any other pointer.
   void unmap(void* p);
 
  private:

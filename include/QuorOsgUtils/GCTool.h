@@ -4,22 +4,22 @@
 
 namespace QuorOsgUtils {
 
-/// Tells what the graphics card and its driver are and can do, before the host has any window.
+/// Queries names, extensions and limits of the GPU and its driver, even before the application has a window.
 ///
 ///     std::printf("%s on %s\n", GCTool::getGPURender(), GCTool::getGPUVendor());
 ///
-/// The first call, whichever it is, asks all six questions at once in an off-screen context of its own and closes that
-/// context; all later calls answer from memory, also when the driver has changed since.
+/// The first call of any function makes all six queries in an off-screen context of its own and closes that context.
+/// All later calls return the stored results, even if the driver has changed since.
 ///
-/// The answers are texts that live as long as the process; never null. All are empty where no off-screen context is to
-/// be had, and that is not tried again. A single text that the driver refuses is empty, too, and a limit that it does
-/// not know is "0".
+/// The results are strings that stay valid until the process ends; they are never null. If no off-screen context can be
+/// created, all are empty; this is not tried again. A string that the driver does not provide is empty, and a limit
+/// that it does not know is "0".
 ///
-/// Threads: let the first call return before other threads ask; after it they may ask at any time.
-/// GL: the first call takes away the thread's current context. Make one that is still needed current again afterwards.
-/// Memory: that context is closed while it is current, and a driver may keep its 4096 × 4096 pixels (64 MiB) to the end
-/// of the process; the software driver does.
-/// Errors: nothing is written here; what the scene graph has to say goes to its own notifier.
+/// Threads: the first call must return before other threads call; after that, any thread may call at any time.
+/// GL: after the first call the thread's previous context is no longer current. Make it current again if you need it.
+/// Memory: the off-screen context is closed while it is current. A driver may keep its 4096 × 4096 pixels (64 MiB)
+/// until the process ends; the software driver does.
+/// Errors: none are reported here; OSG's own messages go to its notifier.
 class QUOR_OSG_UTILS_EXPORT GCTool {
  public:
   GCTool() = delete;
@@ -28,10 +28,10 @@ class QUOR_OSG_UTILS_EXPORT GCTool {
   static const char* getGPURender();
   static const char* getGLSLVersion();
 
-  /// All extensions, separated by blanks, as an old-style context lists them.
+  /// All extensions, separated by spaces, as `glGetString(GL_EXTENSIONS)` returns them.
   static const char* getGPUExt();
 
-  /// The uniform components that a vertex and a fragment shader may have, as decimal numbers: a `vec4` counts four.
+  /// The maximum number of uniform components in a vertex or fragment shader, in decimal: a `vec4` counts four.
   static const char* getVertexMaxUniform();
   static const char* getFragmentMaxUniform();
 };

@@ -16,16 +16,16 @@
 namespace QuorOsgUtils {
 
 /// The navigation shared by the point-cloud manipulators: everything except what a press does in normal mode and how
-/// the right button turns the view. Applications use the derived manipulators.
+/// the right button rotates the view. Applications use the derived manipulators.
 ///
 /// | input                  | normal mode                                        | station mode                       |
 /// |------------------------|----------------------------------------------------|------------------------------------|
 /// | left button alone      | ignored, left to the application                   | the same                           |
 /// | press, double click    | places the pivot, as the derived class defines it  | places the pivot at the station    |
-/// | right drag             | turns the view and shows the pivot marker          | turns the view about the station   |
-/// | middle drag            | pans, the scene follows the pointer at its depth   | the orbit manipulator's pan        |
+/// | right drag             | rotates the view and shows the pivot marker        | rotates the view about the station |
+/// | middle drag            | pans; the scene follows the pointer at its depth   | the orbit manipulator's pan        |
 /// | release                | hides the marker                                   | the same                           |
-/// | wheel, perspective     | moves the camera along the ray under the pointer   | narrows or widens the view         |
+/// | wheel, perspective     | moves the camera along the ray under the pointer   | changes the field of view          |
 /// | wheel, orthographic    | scales the view about the pointer                  | nothing                            |
 /// | keys                   | the orbit manipulator's                            | the same                           |
 ///
@@ -36,21 +36,21 @@ namespace QuorOsgUtils {
 /// matrices that the tool captured. Without a tool a pick finds nothing and a pan uses depth 0.
 /// Ownership: the viewer is observed. The manipulator owns the pivot marker. A right drag in normal mode adds the
 /// marker to the viewer's scene data, if that is a group. The release removes it from every group that holds it, even
-/// when the viewer shows another scene by then. A manipulator that never receives the release, because the viewer
-/// changed its manipulator during the drag, removes the marker at its next release. Its destructor also removes it,
-/// unless a copy or the application still holds the marker.
-/// Threads: the viewer's event thread, also for the destruction. The captured frame is read under its lock, held for
-/// one pick or pan step.
+/// if the viewer shows another scene by then. A manipulator that never receives the release, because the viewer changed
+/// its manipulator during the drag, removes the marker at its next release. Its destructor also removes it, unless a
+/// copy or the application still holds the marker.
+/// Threads: the viewer's event thread only, for destruction as well. The captured frame is read under its lock, which
+/// is held for one pick or pan step.
 /// GL: none is used.
-/// Errors: without a view, a camera or the previous event the step does nothing; only a wheel event without a view goes
-/// to the orbit manipulator's own wheel. A pan and an orthographic wheel step also do nothing when the viewport is
-/// missing or empty. A press and a perspective wheel step work with an empty viewport, too.
+/// Errors: without a view, a camera or the previous event the step does nothing; only a wheel event without a view is
+/// passed to the orbit manipulator's wheel handler. A pan and an orthographic wheel step also do nothing if the
+/// viewport is missing or empty. A press and a perspective wheel step also work with an empty viewport.
 class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase {
  public:
   ~PointCloudNavigation() override;
 
   /// Dispatches one event as the table above lists it. Frame and resize events are processed even when already handled;
-  /// other handled events are refused. A double click is a second press.
+  /// other handled events are ignored. A double click is a second press.
   bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
 
   /// Sets the home position so that the bounding sphere of the manipulator's node fills the stored field of view
@@ -60,18 +60,18 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
 
   bool handleMouseDrag(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
   bool handleMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
-  /// Removes the marker from every group that holds it, if the view is an `osgViewer::Viewer`. Always false, so the
-  /// event stays unhandled. Never starts a throw.
+  /// Removes the marker from every group that holds it, if the view is an `osgViewer::Viewer`. Always returns false,
+  /// so the event stays unhandled (fixed by the interface). Never starts a throw.
   bool handleMouseRelease(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
   bool handleMouseWheel(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
 
-  /// Rotates or pans by the movement between the last two recorded events. The buttons of the earlier event decide.
+  /// Rotates or pans by the movement between the last two recorded events, depending on the buttons of the earlier one.
   bool performMovement() override;
   bool performMovementMiddleMouseButton(double eventTimeDelta, double dx, double dy) override;
   bool performMovementRightMouseButton(double eventTimeDelta, double dx, double dy) override;
 
   /// One wheel notch in percent (default 10): of the far plane's distance in perspective, of the view's size in
-  /// orthographic projection. The orbit manipulator's own factor is left alone.
+  /// orthographic projection. The orbit manipulator's own factor does not change.
   void setWheelZoomFactor(double percent) override;
   double getWheelZoomFactor() const;
 
@@ -83,7 +83,7 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   void setYawQuat(osg::Quat yaw) override;
   void setPitchWithYawQuat(osg::Quat pitch, osg::Quat yaw) override;
 
-  /// While set, a drag with the right button alone is refused (default off).
+  /// While set, a drag with only the right button is ignored in normal mode. Default: off.
   virtual void setLockPerspective(bool lock);
 
   /// Multiplies rotation angles (default 1) and sets the trackball size to 1.1 − factor / 10, within the orbit
@@ -94,7 +94,7 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   /// Replaces the observed viewer; null clears it.
   virtual void setOsgViewer(osgViewer::Viewer* viewer);
 
-  /// Station mode: looking around from a scanner's station (default off). A switch counts from the next event on and
+  /// Station mode: looking around from a scanner's station (default off). A change takes effect at the next event and
   /// resets nothing.
   virtual bool isStationModel();
   /// The station's centre in world units; single precision.
@@ -102,35 +102,37 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   virtual void setStationModel(bool on);
 
   virtual bool performNormalMovementRightMouseButton(double eventTimeDelta, double dx, double dy) = 0;
-  /// Does nothing and returns false: the pan of the normal mode is made by `handleNormalMouseDrag`.
+  /// Does nothing and returns false: in normal mode `handleNormalMouseDrag` does the pan.
   virtual bool performNormalMovementMiddleMouseButton(double eventTimeDelta, double dx, double dy);
-  /// Turns the view by the trackball and swings the orbit centre about the station.
+  /// Rotates the view with the trackball, and the orbit centre about the station.
   virtual bool performStationMovementRightMouseButton(double eventTimeDelta, double dx, double dy);
 
-  /// Moves the camera along the ray under the pointer, by one step of the wheel along the view's direction; true.
+  /// Moves the camera along the ray under the pointer, so that it advances one wheel step along the view direction.
+  /// Always returns true.
   virtual bool handleMouseWheelPerspective(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
-  /// Scales the view and keeps what is under the pointer in its place; false. A box off the axis is centred on it.
+  /// Scales the view about the pointer. Always returns false. An off-axis view volume is centred on the axis (fixed by
+  /// the interface).
   virtual bool handleMouseWheelOrthographic(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
 
   bool handleNormalMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleNormalMouseDrag(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleNormalMouseWheel(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleStationMousePush(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
-  /// Narrows the field of view to three quarters or widens it to four thirds; always false. It narrows from above 0 and
-  /// widens from below 90 degrees: the limits hold for the field of view before the step, not after it.
+  /// Multiplies the field of view by 3/4 if it is above 0 degrees, or by 4/3 if it is below 90. The limits apply before
+  /// the step, not after it. Always returns false.
   bool handleStationMouseWheel(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
-  /// Does nothing and returns false: drags in station mode are the scene graph's own.
+  /// Does nothing and returns false: `StandardManipulator` handles drags in station mode.
   bool handleStationMouseDrag(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
 
-  /// Does nothing; the turning point is placed by each press.
+  /// Does nothing: each press places the pivot. The spelling is fixed by the interface.
   void setFixPrivotPoint(bool fix);
 
-  /// The bounding sphere of `node` in world units, by the transforms on `path` from the scene's root to the node; the
-  /// radius is not scaled. `path` is given as `collectParent` fills it, node first, and is reversed in place.
+  /// The bounding sphere of `node` in world units, using the transforms on `path` from the scene's root to the node;
+  /// the radius is not scaled. Pass `path` as `collectParent` fills it, node first; it is reversed in place.
   osg::BoundingSphere getWorldBoundingBox(std::vector<osg::ref_ptr<osg::Node>>& path, osg::Node* node);
 
-  /// Appends the nodes from `node` up to the manipulator's node to `path`, by the first parents that lead there.
-  /// False, with `path` as it was, when none do.
+  /// Appends the nodes from `node` up to the manipulator's node to `path`, along the first parents that lead there.
+  /// If none do, returns false and leaves `path` unchanged.
   bool collectParent(std::vector<osg::ref_ptr<osg::Node>>& path, osg::Node* node);
 
  protected:
@@ -141,15 +143,16 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   /// Places the pivot and the marker, and optionally the orbit centre, at a press in normal mode.
   virtual void placePivot(const osgGA::GUIEventAdapter& ea, osgViewer::Viewer& viewer) = 0;
 
-  /// False while the rotation factor is no finite number; a turn by it would leave the camera without a place.
+  /// False if the rotation factor or the trackball size is not finite: rotating would make the camera position
+  /// non-finite.
   bool canTurn() const;
 
-  /// Turns the view by the orbit manipulator's trackball and the orbit centre with it about `_pivotPoint`, by the
-  /// trackball's angle times `angleFactor`. False without two recorded events.
+  /// Rotates the view with the orbit manipulator's trackball, and the orbit centre about `_pivotPoint` by the
+  /// trackball's angle times `angleFactor`. Returns false without two recorded events.
   bool swingAboutPivot(double eventTimeDelta, double dx, double dy, double angleFactor);
 
   osg::observer_ptr<osgViewer::Viewer> _osgViewer;
-  double _spareRatio = 0.15;
+  double _spareRatio = 0.15;  // never read, as `_spareCount` and `_spareVector`; fixed by the interface
   osg::Vec3d _pivotPoint;
   std::int32_t _spareCount = 0;
   double _fov = 30.0;

@@ -8,32 +8,35 @@
 
 namespace QuorOsgUtils {
 
-/// What every camera manipulator of this library offers beyond the scene graph's orbit manipulator: a field of view,
-/// the split of the orbit rotation into a pitch and a yaw part, and a view centre that the host may keep here.
+/// What every camera manipulator of this library adds to OSG's orbit manipulator: a field of view, the split of the
+/// orbit rotation into a pitch and a yaw part, and a view centre that is stored for the application.
 ///
-/// Frames: the orbit centre is in world units; the orbit rotation turns view axes (x right, y up, −z ahead) into world
-/// axes. Ownership: hold instances in an `osg::ref_ptr`. Threads: the viewer's event thread only. GL: none is used.
+/// Frames: the orbit centre is in world units; the orbit rotation transforms view axes (x right, y up, −z ahead) to
+/// world axes.
+/// Ownership: hold instances in an `osg::ref_ptr`.
+/// Threads: the viewer's event thread only.
+/// GL: none is used.
 class QUOR_OSG_UTILS_EXPORT SManipulatorBase : public osgGA::OrbitManipulator {
  public:
-  /// An orbit manipulator with the scene graph's default settings and a view centre of (0, 0, 0).
+  /// An orbit manipulator with OSG's default settings and a view centre of (0, 0, 0).
   SManipulatorBase();
 
   /// Copies the orbit state shallowly, and the view centre.
   SManipulatorBase(const SManipulatorBase& other);
   ~SManipulatorBase() override;
 
-  /// The vertical field of view used to frame the scene. Here π / 6 in radians; a subclass may answer in another unit
-  /// (`SPointCloudManipulator`: degrees), so ask the concrete manipulator.
+  /// The vertical field of view used to frame the scene. Here π / 6 in radians, with a truncated π; a subclass may use
+  /// another unit (`SPointCloudManipulator`: degrees), so ask the concrete manipulator (fixed by the interface).
   virtual double getFov();
 
-  /// Replaces the pitch part of the orbit rotation (pitch × yaw). Inert here, so that a host may call it on any
-  /// manipulator of the library.
+  /// Replaces the pitch part of the orbit rotation (pitch × yaw). Does nothing here, so that an application may
+  /// call it on any manipulator of the library.
   virtual void setPitchQuat(osg::Quat pitch);
 
-  /// Replaces the yaw part of the orbit rotation. Inert here.
+  /// Replaces the yaw part of the orbit rotation. Does nothing here.
   virtual void setYawQuat(osg::Quat yaw);
 
-  /// Replaces both parts of the orbit rotation. Inert here.
+  /// Replaces both parts of the orbit rotation. Does nothing here.
   virtual void setPitchWithYawQuat(osg::Quat pitch, osg::Quat yaw);
 
   /// The point last stored by `setViewCenter`; navigation never reads it. Drags and wheel steps of the point-cloud
@@ -48,7 +51,7 @@ class QUOR_OSG_UTILS_EXPORT SManipulatorBase : public osgGA::OrbitManipulator {
   osg::Vec3d _viewCenter;
 };
 
-/// The common layer of the manipulators for lidar data. It adds nothing to `SManipulatorBase` but its type.
+/// The common layer of the manipulators for lidar data. It adds only its type to `SManipulatorBase`.
 class QUOR_OSG_UTILS_EXPORT SLidarManipulatorBase : public SManipulatorBase {
  public:
   SLidarManipulatorBase();
@@ -56,7 +59,7 @@ class QUOR_OSG_UTILS_EXPORT SLidarManipulatorBase : public SManipulatorBase {
   /// Copies the orbit state shallowly, and the view centre.
   SLidarManipulatorBase(const SLidarManipulatorBase& other);
 
-  /// The same as a copy: a reference-counted object stays where its holders expect it, so the source keeps its state.
+  /// Copies, and leaves the source unchanged: a reference-counted object may have other holders.
   SLidarManipulatorBase(SLidarManipulatorBase&& other);  // NOLINT(performance-noexcept-move-constructor): it copies
   ~SLidarManipulatorBase() override;
 };

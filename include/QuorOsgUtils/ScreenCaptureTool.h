@@ -17,16 +17,16 @@
 
 namespace QuorOsgUtils {
 
-/// A request for one visible colour image, and the place where the requesting thread waits for it.
+/// A request for one colour image (attachment 0). The requesting thread waits on it.
 ///
 ///     osg::ref_ptr<MyCaptureOp> op = new MyCaptureOp;  // overrides captureImage
 ///     tool->setCaptureOp(op);
 ///     op->block();  // returns once captureImage has run on the draw thread
 ///
-/// The barrier counts two: the draw thread and exactly one waiting thread. The draw thread waits in it as well, so a
-/// request that nobody waits for stops the drawing.
+/// The barrier counts two: the draw thread and exactly one waiting thread. The draw thread also waits, so a request
+/// that no thread waits for blocks drawing.
 ///
-/// Ownership: reference-counted; the requesting thread keeps its own `osg::ref_ptr` until it has left `block`.
+/// Ownership: reference-counted; the requesting thread holds its own `osg::ref_ptr` until `block` has returned.
 class QUOR_OSG_UTILS_EXPORT CaptureOp : public OpenThreads::Barrier, public virtual osg::Referenced {
  public:
   /// A barrier of two; both flags false.
@@ -36,11 +36,11 @@ class QUOR_OSG_UTILS_EXPORT CaptureOp : public OpenThreads::Barrier, public virt
   ~CaptureOp() override;
 
   /// Receives the image: called once, on the draw thread with its context current and the frame-buffer object bound,
-  /// before the waiting thread goes on. `rgba` is width × height × 4 bytes, row-major, bottom row first; it belongs to
-  /// the tool and its content lasts only until the call returns, so copy or swap it out. Must not throw.
+  /// before the waiting thread continues. `rgba` is width × height × 4 bytes, row-major, bottom row first; it belongs
+  /// to the tool and its content lasts only until the call returns, so copy or swap it out. Must not throw.
   virtual void captureImage(int width, int height, std::vector<unsigned char>& rgba) = 0;
 
-  /// Two plain flags for the host's own use. The capture neither reads nor writes them, and they are not synchronised.
+  /// Two plain flags for the application. The capture neither reads nor writes them; they are not synchronised.
   void setFlag(bool flag);
   bool getFlag();
   void setActive(bool active);
@@ -52,7 +52,7 @@ class QUOR_OSG_UTILS_EXPORT CaptureOp : public OpenThreads::Barrier, public virt
 };
 
 /// Copies every frame of a camera into memory, so that any thread can pick points, objects and depths under the pointer
-/// without touching GL.
+/// without using GL.
 ///
 ///     osg::ref_ptr<ScreenCaptureTool> tool = new ScreenCaptureTool;
 ///     camera->setPostDrawCallback(tool);
@@ -62,37 +62,38 @@ class QUOR_OSG_UTILS_EXPORT CaptureOp : public OpenThreads::Barrier, public virt
 ///     float depth = frame.getDepthBuffer()[index];
 ///     frame.release();
 ///
-/// The host's side: the camera draws into an `osg::FrameBufferObject` that stands on its state set (the tool reads the
-/// object that the `osg::State` last applied as an attribute; `Camera::attach` alone leaves none there). Its
-/// attachments are 0 `GL_RGBA8`, 1 four unsigned integer channels, 2 and 3 four float channels, 4 four signed integer
-/// channels, and a depth buffer; none multisampled. What the channels mean is the host's own affair.
+/// Required from the application: the camera draws into an `osg::FrameBufferObject` that is an attribute of its state
+/// set. The tool reads the object that the `osg::State` last applied as an attribute; `Camera::attach` alone applies
+/// none. Its attachments are 0 `GL_RGBA8`, 1 four unsigned integer channels, 2 and 3 four float channels, 4 four signed
+/// integer channels, and a depth buffer; none multisampled. The application defines what the channels mean.
 ///
-/// Frames: the images start at pixel (0, 0) of the frame-buffer object, whatever the viewport's x and y, and have the
-/// viewport's width and height in pixels. Rows run from the bottom upwards, pixels from left to right, channels R G B
-/// A.
+/// Frames: the images start at pixel (0, 0) of the frame-buffer object, regardless of the viewport's x and y, and have
+/// the viewport's width and height in pixels. Rows run from the bottom upwards, pixels from left to right, channels R G
+/// B A.
 ///
 /// Threads: the capture runs on the camera's draw thread. The frame buffer's lock guards only the resizing of the pixel
-/// vectors and the stored viewport; a reader on another thread holds it while it reads, and may still see pixels of two
-/// frames side by side, since the pixels themselves, the matrices and the depth range are written without it. A request
-/// is handed over without a lock: set the next one only when `getCaptureOp` answers null.
+/// vectors and the stored viewport; a reader on another thread holds it while reading, and may still see pixels of two
+/// frames mixed, since the pixels themselves, the matrices and the depth range are written without it. A request is
+/// passed without a lock: set the next one only when `getCaptureOp` returns null.
 ///
-/// GL: the context must be current and stays so. Left behind: `GL_PROGRAM_POINT_SIZE` enabled, the draw frame buffer 0,
-/// and, after a capture, the object as read frame buffer with `GL_COLOR_ATTACHMENT4` selected for reading. A pixel-pack
-/// buffer and pixel-pack parameters that the host left set neither disturb the reads nor are they changed by them.
+/// GL: the context must be current and stays current. State left behind, fixed by the interface:
+/// `GL_PROGRAM_POINT_SIZE` enabled and, after a capture, draw frame buffer 0 and the object as read frame buffer with
+/// `GL_COLOR_ATTACHMENT4` selected for reading. The application's pixel-pack buffer and parameters do not affect the
+/// reads and are restored.
 ///
 /// Errors: with no camera, viewport, context or context traits, with a viewport whose size is negative, not a number or
-/// too large for 2^31 - 1 values per image, or when memory for a new size is short, nothing is read and the pixel
-/// vectors and the depth range stay as they were.
+/// too large for 2^31 - 1 values per image, or if memory for a new size cannot be allocated, nothing is read and the
+/// pixel vectors and the depth range stay as they were.
 class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback {
  public:
-  /// The captured frame. Only the tool makes one. Every reference that it gives out is to its own members: nothing is
-  /// copied and nothing is locked. With (x, y) counted from the bottom left pixel, the pixel is number y × width + x of
-  /// the depth buffer and starts at 4 times that number in the others.
+  /// The captured frame, created only by the tool. Accessors return references to its members, without copying or
+  /// locking. With (x, y) counted from the bottom left, a pixel has index y × width + x in the depth buffer and starts
+  /// at 4 times that index in the others.
   class QUOR_OSG_UTILS_EXPORT FrameBuffer : public SpinLock {
    public:
     ~FrameBuffer() override;
 
-    /// Gives back what `lock` took.
+    /// Releases the lock taken by `lock`.
     void release();
 
     /// width × height depths as the depth buffer holds them: 0 near, 1 far and background.
@@ -107,7 +108,7 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
     /// width × height × 4: colour attachment 3.
     const std::vector<float>& getPCFloatBuffer();
 
-    /// width × height × 4: colour attachment 4. The values are signed, whatever the name says.
+    /// width × height × 4: colour attachment 4. Signed despite the name (fixed by the interface).
     const std::vector<int>& getPCUIntBuffer();
 
     /// World to view, of the last capture; identity before it.
@@ -116,12 +117,12 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
     /// View to clip space, of the last capture; identity before it.
     const osg::Matrixd& getProjectionMatrix();
 
-    /// The depth range of the last capture, (0, 0) before the first. Background, depths of exactly 1, is left out. The
-    /// minimum is the smallest depth and starts from 1; the maximum is the last depth in buffer order that was above
-    /// the running minimum at its turn, not the greatest one. A frame of background alone yields (1, 0).
+    /// The depth range of the last capture, (0, 0) before the first. Background (depths of exactly 1) is ignored. The
+    /// minimum is the smallest depth below 1, or 1. The maximum is the last depth in buffer order that exceeded the
+    /// running minimum, not the greatest one; this is fixed by the interface. A frame of only background yields (1, 0).
     void getMinAndMaxDepth(float& minDepth, float& maxDepth) const;
 
-    /// The viewport in pixels at the last change of its size; a mere move of x or y is not recorded.
+    /// The viewport in pixels at the last change of its size; a change of only x or y is not recorded.
     void getViewPort(int& x, int& y, int& width, int& height) const;
 
     /// Always 0: captures are not numbered.
@@ -140,7 +141,7 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
     osg::Matrixd _projectionMatrix;
     osg::Matrixd _viewMatrix;
     std::vector<float> _depthBuffer;
-    std::vector<std::uint32_t> _reservedBuffer;
+    std::vector<std::uint32_t> _reservedBuffer;  // always empty; fixed by the interface
     std::vector<unsigned int> _itemIDBuffer;
     std::vector<float> _itemFloatBuffer;
     std::vector<float> _pcFloatBuffer;
@@ -160,8 +161,8 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
   /// The captured frame; it lives as long as the tool.
   FrameBuffer& getFrameBuffer();
 
-  /// Asks for the visible colour image. The next capture that finds a frame-buffer object serves the request, once, and
-  /// drops it; until then it stays pending. Null withdraws the request.
+  /// Requests the colour image. The next capture that finds a frame-buffer object serves the request once and drops it;
+  /// until then it stays pending. Null withdraws the request.
   void setCaptureOp(CaptureOp* op);
 
   /// The pending request, or null once it has been served.
@@ -171,7 +172,7 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
   class Capture;
 
   mutable FrameBuffer _frameBuffer;
-  osg::ref_ptr<osg::Image> _image;
+  osg::ref_ptr<osg::Image> _image;  // not used, as `_text`; fixed by the interface
   mutable osg::ref_ptr<CaptureOp> _captureOp;
   std::string _text;
 };

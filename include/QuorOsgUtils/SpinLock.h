@@ -13,13 +13,13 @@ namespace QuorOsgUtils {
 ///
 ///     std::lock_guard<SpinLock> guard(lock);  // or lock.lock(); ... lock.unlock();
 ///
-/// Ownership: reference-counted like every scene-graph object, so that several owners may share one through
-/// `osg::ref_ptr`; it may also stand by value as a member or a base.
+/// Ownership: reference-counted like every OSG object, so that several owners may share one through `osg::ref_ptr`; it
+/// may also be a member by value or a base class.
 ///
 /// Threads: every operation may be called from any thread. What a thread wrote before `unlock` is visible to the thread
-/// whose `lock` follows it. Waiting burns the processor and never enters the kernel: no yield, no sleep, no time-out.
-/// The lock is unfair, and it is not re-entrant: a thread that locks twice without unlocking waits for ever. Nobody
-/// records the owner, so any thread may unlock.
+/// whose `lock` follows it. Waiting keeps the processor busy and never enters the kernel: no yield, no sleep, no
+/// time-out. The lock is unfair, and it is not re-entrant: a thread that locks twice without unlocking waits for ever.
+/// The owner is not recorded, so any thread may unlock. All of this is fixed by the interface.
 class QUOR_OSG_UTILS_EXPORT SpinLock : public osg::Referenced {
  public:
   /// A free lock.
@@ -31,7 +31,7 @@ class QUOR_OSG_UTILS_EXPORT SpinLock : public osg::Referenced {
   /// Waits until the lock is free and takes it.
   void lock();
 
-  /// Frees the lock, whoever holds it. A free lock stays free.
+  /// Frees the lock, whichever thread holds it. A free lock stays free.
   void unlock();
 
  private:

@@ -7,20 +7,20 @@
 
 namespace QuorOsgUtils {
 
-/// A process-wide count of threads with two one-way signals, for a host that wants its threads to finish together.
+/// A process-wide count of threads with two one-way signals, for applications that end their threads together.
 ///
 ///     ThreadCount::getInstance()->ref();  // a thread counts itself in
 ///     while (!ThreadCount::getInstance()->isStop()) work();
 ///     ThreadCount::getInstance()->unref();  // and out
 ///
-/// The library itself neither counts its callers nor looks at the signals, and prescribes no protocol around them.
+/// The library itself uses neither the count nor the signals, and prescribes no protocol for them.
 ///
-/// Threads: every operation may be called from any thread, and none blocks. What a thread wrote before it gave a signal
-/// is visible to a thread that has seen the signal.
+/// Threads: every operation may be called from any thread, and none blocks. What a thread wrote before setting a signal
+/// is visible to a thread that has read the signal as set.
 class QUOR_OSG_UTILS_EXPORT ThreadCount {
  public:
-  /// The one instance, made by the first call and destroyed when the process ends. It starts with a count of 0 and
-  /// both signals false.
+  /// The only instance, created by the first call and destroyed at process exit. It starts with a count of 0 and both
+  /// signals false.
   static ThreadCount* getInstance();
 
   ThreadCount(const ThreadCount&) = delete;
@@ -29,19 +29,19 @@ class QUOR_OSG_UTILS_EXPORT ThreadCount {
   /// Adds one to the count.
   void ref();
 
-  /// Takes one from the count. Nothing stops it from going below zero.
+  /// Subtracts one from the count, which may go below zero.
   void unref();
 
-  /// The count as it stands: calls of `ref` less calls of `unref`.
+  /// The current count: calls of `ref` minus calls of `unref`.
   int value();
 
-  /// Asks the threads to finish. Nothing takes this back for the life of the process.
+  /// Asks the threads to finish. It cannot be reset.
   void stop();
 
   /// Whether `stop` has been called.
   bool isStop();
 
-  /// Gives the one-time signal. Nothing takes this back for the life of the process.
+  /// Sets the one-time signal. It cannot be reset.
   void ok();
 
   /// Whether `ok` has been called.
