@@ -125,7 +125,7 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
     /// The viewport in pixels at the last change of its size; a change of only x or y is not recorded.
     void getViewPort(int& x, int& y, int& width, int& height) const;
 
-    /// Always 0: captures are not numbered.
+    /// Always 0: captures are not numbered (fixed by the interface).
     unsigned int getFrameStamp();
 
    private:
