@@ -9,20 +9,20 @@
 
 namespace QuorOsgUtils {
 
-/// Commands, first in, first out, in blocks that the caller allocates. Appending takes the same few instructions
-/// however many commands there are: no block is ever copied or grown.
+/// A first-in, first-out list of commands, in blocks that the caller allocates. Appending takes constant time: no block
+/// is ever copied or grown.
 class CommandList {
  public:
   struct Block {
-    std::array<FileCmd*, 61> cmds;  // a node of the list takes 512 bytes
+    std::array<FileCmd*, 61> cmds;  // so a list node takes 512 bytes
     std::size_t end = 0;
   };
   using Blocks = std::list<Block>;
 
   bool empty() const { return _blocks.empty() || _first == _blocks.front().end; }
-  /// Moves the block in `fresh` into this list if the last one is full; false if `fresh` is empty, too.
+  /// Moves the block in `fresh` into this list if the last one is full; false if that is needed and `fresh` is empty.
   bool append(FileCmd* cmd, Blocks& fresh);
-  /// Expects that the list is not empty. Frees a block once all of its commands are removed, unless it is the last.
+  /// The list must not be empty. Frees a block once all of its commands are removed, unless it is the last.
   FileCmd* removeFront();
   void swap(CommandList& other) noexcept;
 

@@ -20,7 +20,8 @@ class CommandQueue {
   /// `lock` guards `pushed`. Both outlive the queue.
   CommandQueue(CommandLists& pushed, SpinLock& lock) : _pushed(pushed), _lock(lock) {}
 
-  /// Ignores a priority that has no list. Throws std::bad_alloc, and then the command is not queued.
+  /// Ignores a priority that has no list (fixed by the interface). If it throws std::bad_alloc, the command is not
+  /// queued.
   void push(FileCmd* cmd);
 
   /// The first command of the highest priority, null when none is queued. Allocates nothing.

@@ -72,7 +72,7 @@ void FileCmd::setNext(FileCmd* cmd) {
   _data->next = cmd;
 }
 
-// A command that has never been linked follows none, so that a long chain is built without walking it.
+// A command that has never been linked follows none. So a long chain can be built without traversing it each time.
 bool FileCmd::_isFollowedBy(const FileCmd& cmd) const {
   if (!cmd._data->wasLinked) return false;
   const FileCmd* follower = _data->next;
@@ -98,6 +98,8 @@ void FileCmd::unmap(const FileProxy* proxy, void* p) {
 
 OpenFile::OpenFile(const std::string& file, Priority priority) : FileCmd(file, priority) {}
 
+// Fixed by the interface: it works only without a proxy, and on a copy of the registry, so a new file is opened and
+// closed again but not registered.
 void OpenFile::operator()(const FileProxy* proxy, FileManager* manager) {
   if (proxy != nullptr || manager == nullptr || !canBeRead(getFile())) return;
   FileRegistry registry = manager->_data->registry;

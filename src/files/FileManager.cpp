@@ -23,7 +23,7 @@ std::mutex& joinMutex() {
   return *mutex;
 }
 
-// Where memory is exhausted, the line may be lost.
+// If memory is exhausted, the message may be lost.
 void report(const FileCmd& cmd, const char* event, const char* reason) noexcept {
   try {
     OSG_WARN << "A command on the file " << cmd.getFile() << ' ' << event << ": " << reason << std::endl;
@@ -40,7 +40,7 @@ FileManager* FileManager::getInstance() {
 }
 
 FileManager::FileManager() : _data(new Private) {
-  // Commands may outlive the manager, and they know the proxy.
+  // Never deleted: commands may outlive the manager and use the proxy.
   static FileProxy* const proxy = new FileProxy;
   _data->proxy = proxy;
   beforeProcessEnds([] { getInstance()->_stopForGood(); });
@@ -97,7 +97,7 @@ bool FileManager::_runsCommandHere() const {
   return _data->onWorker() || _data->proxy->_data->thread == currentThreadNumber();
 }
 
-// The process may end while another thread is in `stopWorker`.
+// Process exit may call this while another thread is in `stopWorker`.
 void FileManager::_joinWorker() {
   const std::lock_guard<std::mutex> held(joinMutex());
   if (!_data->worker) return;

@@ -22,18 +22,19 @@ namespace QuorOsgUtils {
 struct FileManager::Private {  // NOLINT(clang-analyzer-optin.performance.Padding)
   bool onWorker() const { return workerThread == currentThreadNumber(); }
 
-  /// The file of a name, which is known from then on. Most commands use the same file as the one before.
+  /// The file of a name, which is then registered, with null if it is new. Caches the latest entry: most commands use
+  /// the same file as the one before.
   const osg::ref_ptr<FilePtr>& fileOf(const std::string& name) {
     if (latest == nullptr || latest->first != name) latest = &*registry.try_emplace(name).first;
     return latest->second;
   }
 
-  FileRegistry registry;  // used only by the thread that runs commands; released last, which closes files
+  FileRegistry registry;  // used only by the thread that runs commands; destroyed last, which closes files
   CommandLists queues;
-  std::unique_ptr<std::thread> worker;  // not for the worker itself, which may run before this is set
+  std::unique_ptr<std::thread> worker;  // the worker itself must not use it: it may run before this is set
   FileProxy* proxy = nullptr;
   osg::ref_ptr<SpinLock> queueLock = new SpinLock;
-  std::map<std::string, std::intptr_t> secondTable;
+  std::map<std::string, std::intptr_t> secondTable;  // always empty; fixed by the interface
 
   CommandQueue queue{queues, *queueLock};
   FileRegistry::value_type* latest = nullptr;  // in the registry, which never loses an entry

@@ -31,7 +31,8 @@ void FileProxy::unmap(void* p) const {
   if (_data->currentFile.lock(file)) file->unmap(p);
 }
 
-// The command at hand may be waiting for this very thread, so the end of the process must not wait for the worker.
+// The current command may be waiting for this thread, so process exit must not wait for the worker. The text and the
+// exit status are fixed by the interface.
 void FileProxy::_checkThread() const {
   if (_data->thread == currentThreadNumber()) return;
   if (osg::isNotifyEnabled(osg::DEBUG_INFO)) osg::notify(osg::DEBUG_INFO) << kForeignThread << std::endl;

@@ -10,13 +10,13 @@
 
 namespace QuorOsgUtils {
 
-/// What the proxy is bound to. Only the atomic members are used elsewhere than on the worker.
+/// The current file and thread of the proxy. Only the atomic members are used on threads other than the worker.
 struct FileProxy::Private {
   static constexpr std::uint32_t kNoThread = ~0u;
 
   osg::observer_ptr<FilePtr> currentFile;
   std::atomic<std::uint32_t> thread{0};
-  /// Set once a misuse ends the process: the command at hand, if any, is then left where it is.
+  /// Set when a misuse ends the process: the manager then does not wait for the running command.
   std::atomic<bool> misused{false};
 };
 

@@ -20,8 +20,8 @@ using View = FileMapping::View;
 // "文件映射参数异常：" in GBK.
 constexpr const char* kViewRefused = "\xCE\xC4\xBC\xFE\xD3\xB3\xC9\xE4\xB2\xCE\xCA\xFD\xD2\xEC\xB3\xA3\xA3\xBA";
 
-// In one piece, so that lines of several threads stay apart, and unformatted, whatever the host has set on the stream.
-// That may be to throw where nothing can be written; then the line is lost, as it is without.
+// One unformatted write, so that lines of several threads are not mixed and the application's stream format is ignored.
+// If the stream throws because it cannot be written, the line is lost.
 void report(std::ostream& stream, const char* text, std::int64_t number) {
   try {
     const std::string line = text + std::to_string(number) + '\n';
@@ -32,7 +32,7 @@ void report(std::ostream& stream, const char* text, std::int64_t number) {
 }
 
 void* reportNoRange() {
-  constexpr int kReason = 84;
+  constexpr int kReason = 84;  // text and number are fixed by the interface; they have no further meaning
   report(std::cout, "Abnormal normal vector data : ", kReason);
   return nullptr;
 }
@@ -56,7 +56,7 @@ std::int64_t saturatedSum(std::int64_t a, std::int64_t b) {
 struct FilePtr::Private {
   explicit Private(const char* filePath) : path(filePath != nullptr ? filePath : "") {}
 
-  std::map<void*, View, std::less<>> views;  // by their starts
+  std::map<void*, View, std::less<>> views;  // by start address
   FileMapping mapping;
   SpinFlag viewsFlag;
   std::string path;
@@ -108,8 +108,7 @@ void* FilePtr::map(std::int64_t offset, std::int64_t size) {
   const std::int64_t granularity = mapping.granularityBytes();
   const std::int64_t aligned = offset / granularity * granularity;
   const std::int64_t end = std::min(saturatedSum(offset, size), mapping.sizeBytes());
-  // For a negative unaligned offset, rounding towards zero gives a start above the offset: its byte lies before the
-  // view.
+  // A negative unaligned offset is rounded up, towards zero: its byte is before the view.
   const bool startsBeforeView = offset < aligned;
   const std::int64_t viewEnd = end == aligned ? mapping.sizeBytes() : end;
   const bool lengthOverflows = viewEnd >= 0 && aligned < viewEnd - kGreatest;
@@ -128,7 +127,8 @@ void* FilePtr::map(std::int64_t offset, std::int64_t size) {
   return static_cast<char*>(view.start) + (offset - aligned);
 }
 
-// Taken out before it is released: once it is, the next map may get the same start.
+// Removed from the map before it is released: after that, the next `map` may get the same start address. Pointers from
+// unaligned offsets are not found; this is fixed by the interface.
 void FilePtr::unmap(void* p) {
   View view;
   {

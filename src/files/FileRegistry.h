@@ -9,7 +9,7 @@
 
 namespace QuorOsgUtils {
 
-/// Files by the names that commands use. A name without a file has been used and never registered.
+/// Files by the names that commands use. A name without a file was used by a command but never registered.
 using FileRegistry = std::map<std::string, osg::ref_ptr<FilePtr>>;
 
 }  // namespace QuorOsgUtils

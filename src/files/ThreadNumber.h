@@ -4,7 +4,7 @@
 
 namespace QuorOsgUtils {
 
-/// A number that belongs to the calling thread alone, from 1 upwards.
+/// A number unique to the calling thread, starting at 1.
 std::uint32_t currentThreadNumber();
 
 }  // namespace QuorOsgUtils

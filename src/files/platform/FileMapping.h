@@ -8,8 +8,8 @@ namespace QuorOsgUtils {
 
 static_assert(sizeof(std::size_t) >= sizeof(std::int64_t), "a view of any length needs a 64-bit address space");
 
-/// The system's calls for a file that is mapped in views: what they do stands here, how in one source per platform.
-/// Holds one file at a time, closed only by `close`. Errors are the system's own numbers.
+/// The system calls for a memory-mapped file, implemented in one source file per platform. Holds one file at a time,
+/// closed only by `close`. Errors are system error numbers.
 class FileMapping {
  public:
   struct View {
@@ -18,26 +18,26 @@ class FileMapping {
   };
 
   /// Opens an existing file for reading and writing, shared with other openers and not inherited by child processes,
-  /// reads its size and maps all of it. Returns 0, or the reason why the file cannot be opened; the size is then that
-  /// of the last successful opening, 0 before the first. Waits while another process gives up its lease on the file.
+  /// reads its size and maps all of it. Returns 0, or the error number; the size is then that of the last
+  /// successful opening, 0 before the first. Waits for another process to release its lease on the file.
   std::uint32_t open(const std::string& path);
-  /// Expects that no view is left.
+  /// All views must have been released.
   void close();
 
   std::int64_t sizeBytes() const { return _sizeBytes; }
   std::uint32_t granularityBytes() const { return _granularityBytes; }
 
-  /// A writable view from `offset` on, a multiple of the granularity; a length of 0 reaches to the end of the mapping.
-  /// A start of null means failure, with the reason in `error`.
+  /// A writable view from `offset`, a multiple of the granularity; a length of 0 extends to the end of the mapping. On
+  /// failure the start is null and `error` is set.
   View view(std::int64_t offset, std::int64_t lengthBytes, std::uint32_t& error) const;
   static void release(const View& view);
 
-  /// Whether opening the path for reading would wait for someone who writes.
+  /// Whether opening the path for reading would wait for a writer.
   static bool isPipe(const std::string& path);
 
  private:
   std::intptr_t _file = -1;
-  [[maybe_unused]] std::intptr_t _mapping = 0;  // where the system has a handle for it
+  [[maybe_unused]] std::intptr_t _mapping = 0;  // only on systems that have a handle for it
   std::uint32_t _granularityBytes = 0;
   std::int64_t _sizeBytes = 0;
 };

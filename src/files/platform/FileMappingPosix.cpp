@@ -29,8 +29,8 @@ bool isRegularFile(const char* path) {
 }
 
 // Without O_NONBLOCK some devices and, on some systems, pipes block; without O_NOCTTY a terminal may become the
-// process's own. Only a regular file may block: while another process, such as a file server, holds a lease on it. The
-// holder is asked to release it, and has the system's lease break time to do so.
+// process's own. A regular file blocks only while another process, such as a file server, holds a lease on it. The
+// system asks the holder to release it within the lease break time.
 int openFile(const char* path) {
   constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOCTTY;
   const int file = openUninterrupted(path, kFlags | O_NONBLOCK);

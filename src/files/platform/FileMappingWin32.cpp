@@ -18,7 +18,7 @@ std::intptr_t valueOf(HANDLE handle) {
   return reinterpret_cast<std::intptr_t>(handle);
 }
 
-// UTF-8 as the user's own encoding is unknown to the older one of Windows' C libraries.
+// The older C library of Windows (msvcrt) does not support UTF-8 locales.
 std::vector<wchar_t> widenedFromUtf8(const std::string& path) {
   const int bytes = static_cast<int>(path.size()) + 1;
   std::vector<wchar_t> wide(path.size() + 1, L'\0');
@@ -26,7 +26,7 @@ std::vector<wchar_t> widenedFromUtf8(const std::string& path) {
   return wide;
 }
 
-// The path comes in the user's own encoding, which the C library knows by the locale only.
+// The path is in the user's default encoding, which the C library uses only after `setlocale`.
 std::vector<wchar_t> widened(const std::string& path) {
   std::setlocale(LC_CTYPE, "");
   if (::GetACP() == CP_UTF8) return widenedFromUtf8(path);
@@ -48,7 +48,7 @@ DWORD lowerHalf(std::int64_t value) {
 }  // namespace
 
 std::uint32_t FileMapping::open(const std::string& path) {
-  // Lives until the reason has been read, which giving its memory back might change.
+  // Must outlive GetLastError: freeing its memory might change the error.
   const std::vector<wchar_t> widePath = widened(path);
   const HANDLE file = ::CreateFileW(widePath.data(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -83,7 +83,7 @@ void FileMapping::release(const View& view) {
   ::UnmapViewOfFile(view.start);
 }
 
-// Pipes have names of their own kind here, and opening one does not wait.
+// On Windows pipes have names in a separate namespace, and opening one does not wait.
 bool FileMapping::isPipe(const std::string& /*path*/) {
   return false;
 }

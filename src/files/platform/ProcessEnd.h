@@ -2,9 +2,9 @@
 
 namespace QuorOsgUtils {
 
-/// Has `work` done when the program calls `exit` or returns from its main function, while all of its threads still run:
-/// in the place among the ends of static objects that the caller has. Needed where the end of a library's own static
-/// objects comes later than that.
+/// Calls `work` when the program calls `exit` or returns from `main`, while all of its threads still run. It is
+/// ordered among the destructors of static objects like an `atexit` function registered here. Needed where a library's
+/// own static objects are destroyed later.
 void beforeProcessEnds(void (*work)());
 
 }  // namespace QuorOsgUtils

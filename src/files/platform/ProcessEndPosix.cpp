@@ -2,7 +2,7 @@
 
 namespace QuorOsgUtils {
 
-// The static objects of a library end in one order with the program's, and threads run until the last of them has.
+// Static objects of a library are destroyed in one order with the program's, while threads still run: nothing to do.
 void beforeProcessEnds(void (* /*work*/)()) {}
 
 }  // namespace QuorOsgUtils

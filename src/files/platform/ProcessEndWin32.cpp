@@ -19,8 +19,8 @@ int doWorkOfEnd() {
   return 0;
 }
 
-// A library's own `atexit` is called when the library is unloaded: then the system has ended all threads but one. The
-// table that the C library itself goes through at `exit` is another.
+// A DLL's own `atexit` functions run when it is unloaded; by then the system has ended all threads but one. So this
+// uses the separate table that the C library processes at `exit`.
 void registerWithProcess() {
 #if defined(_UCRT) || defined(_MSC_VER)
   ::_crt_atexit([] { static_cast<void>(doWorkOfEnd()); });
@@ -31,7 +31,7 @@ void registerWithProcess() {
 #endif
 }
 
-// The table would lead nowhere once the library has been unloaded, so it stays from here on.
+// The table would contain a dangling pointer after the DLL is unloaded, so the DLL is kept loaded.
 void keepLoaded() {
   HMODULE module = nullptr;
   ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
