@@ -7,7 +7,7 @@ namespace {
 
 constexpr int kGreatest = std::numeric_limits<int>::max();
 
-/// Written so that a NaN does not fit.
+/// False for NaN.
 bool fitsInt(double value) {
   return value > -1.0 - kGreatest - 1.0 && value < 1.0 + kGreatest;
 }

@@ -5,8 +5,8 @@
 
 namespace QuorOsgUtils {
 
-/// A viewport in whole pixels whose images can be counted and read: no side is negative, and an image of four values
-/// per pixel has fewer than 2^31 values.
+/// A viewport in whole pixels whose images can be read: neither side is negative, and an image of four values per pixel
+/// has fewer than 2^31 values.
 struct CaptureViewport {
   int x;
   int y;
@@ -18,7 +18,7 @@ struct CaptureViewport {
 
 constexpr std::size_t kChannelCount = 4;
 
-/// Truncates a viewport toward zero; nothing when one of its numbers does not fit or its images would not.
+/// Truncates a viewport towards zero. Nothing if one of its numbers does not fit an int or its images are too large.
 std::optional<CaptureViewport> captureViewport(double x, double y, double width, double height);
 
 }  // namespace QuorOsgUtils

@@ -8,14 +8,14 @@
 
 namespace QuorOsgUtils {
 
-/// The search behind `depthRange`, over a kind of `FloatLanes`.
+/// The search used by `depthRange`, for either kind of lanes.
 ///
-/// The maximum depends on the minimum as it ran up to each value, which taken literally is one slow, branching step per
-/// value. Instead the depths are cut into blocks. A vectorised pass notes the running minimum at every block's start;
-/// then the blocks are searched from the last one backwards, until the value that decides the maximum is met, which is
-/// usually at once. In a block that does not lower the minimum, the values to look for are simply those above it. A
-/// block that lowers it is cut again in the same way, down to chunks of a few dozen values; whether a chunk holds a
-/// value above the minimum as it runs is found by comparing each value with all that stand before it, four at a time.
+/// The maximum depends on the running minimum at each value; a direct implementation takes one slow, branching step per
+/// value. Instead the depths are split into blocks. A vectorised pass stores the running minimum at each block's start.
+/// Then the blocks are searched from the last to the first until the maximum is found, usually in the first block
+/// searched. In a block that does not lower the minimum, the candidates are simply the values above it. A block that
+/// lowers it is split again in the same way, down to chunks of a few dozen values. A chunk contains a value above the
+/// running minimum if one of its values exceeds the least of all values before it, tested four at a time.
 template <typename Lanes>
 class DepthRangeSearch {
  public:
@@ -45,7 +45,7 @@ class DepthRangeSearch {
     return std::min(std::min(values[0], values[1]), std::min(values[2], values[3]));
   }
 
-  /// The least of background and the given depths. A NaN stands first in every comparison here, and loses it.
+  /// The least of background and the given depths. A NaN is the first operand of each comparison, so it is ignored.
   static float minimumOf(const float* first, const float* last) {
     Lanes a = Lanes::fill(kBackground);
     Lanes b = a, c = a, d = a;
@@ -84,7 +84,7 @@ class DepthRangeSearch {
     return nullptr;
   }
 
-  /// The last depth above the minimum as it runs, one depth at a time, or null.
+  /// The last depth above the running minimum, one depth at a time, or null.
   static const float* lastAboveStepwise(float minimum, const float* first, const float* last) {
     const float* found = nullptr;
     for (; first != last; ++first) {
@@ -97,8 +97,9 @@ class DepthRangeSearch {
     return found;
   }
 
-  /// Whether a chunk has a depth above the minimum as it runs. The least of each depth and the three before it comes
-  /// from two steps back; the least of those in the same lane of all rows so far is that of all depths so far.
+  /// Whether a chunk has a depth above the running minimum. Two shifted comparisons, by one and by two lanes, give the
+  /// least of each depth and the three before it. The least of these over all rows so far, lane by lane, is the running
+  /// minimum.
   static bool chunkHasAboveRunning(float minimum, const float* chunk) {
     static_assert(kLanes == 4, "two steps back cover one row of four");
     const Lanes start = Lanes::fill(minimum), background = Lanes::fill(kBackground);
@@ -117,7 +118,7 @@ class DepthRangeSearch {
     return Lanes::any(above);
   }
 
-  /// The last depth above the minimum as it runs, or null.
+  /// The last depth above the running minimum, or null.
   static const float* lastAboveRunning(float minimum, const float* first, const float* last) {
     const std::size_t count = length(first, last);
     if (count > kChunk) {
@@ -129,7 +130,7 @@ class DepthRangeSearch {
     return lastAboveStepwise(minimum, first, last);
   }
 
-  /// Depths cut into at most `kMostBlocks` blocks of whole chunks, with the running minimum at both ends of each.
+  /// Depths split into at most `kMostBlocks` blocks of whole chunks, with the running minimum at both ends of each.
   class Blocks {
    public:
     Blocks(float minimum, const float* first, const float* last)
@@ -142,7 +143,7 @@ class DepthRangeSearch {
       }
     }
 
-    /// Zero has two signs that compare equal, and a lane may have kept either; the first in buffer order counts.
+    /// +0 and -0 compare equal, and a lane may have kept either; the result is the first one in buffer order.
     float minimum() const {
       const float minimum = _minimumBefore[_size];
       if (minimum != 0.0f) {

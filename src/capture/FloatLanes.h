@@ -10,8 +10,8 @@
 
 namespace QuorOsgUtils {
 
-/// Four floats that are worked on at once, for any processor. Both kinds of lanes follow the comparisons of single
-/// floats exactly, NaN and the two zeros included.
+/// Four floats processed together, for any processor. Both kinds of lanes compare exactly like single floats, including
+/// NaN and signed zeros.
 struct PlainLanes {
   static constexpr std::size_t kCount = 4;
   using Flags = std::array<int, kCount>;
@@ -26,7 +26,7 @@ struct PlainLanes {
 
   void store(float* first) const { std::memcpy(first, values.data(), sizeof(values)); }
 
-  /// a < b ? a : b, lane by lane: where either is NaN, b.
+  /// a < b ? a : b in each lane: b if either is NaN.
   static PlainLanes least(PlainLanes a, PlainLanes b) {
     for (std::size_t k = 0; k < kCount; ++k) {
       b.values[k] = a.values[k] < b.values[k] ? a.values[k] : b.values[k];
@@ -34,17 +34,17 @@ struct PlainLanes {
     return b;
   }
 
-  /// The lanes that stand one place before b's, where a's stand right in front of b's.
+  /// With a and b consecutive in memory: the four values that start one place before b.
   static PlainLanes oneBack(PlainLanes a, PlainLanes b) {
     return {{a.values[3], b.values[0], b.values[1], b.values[2]}};
   }
 
-  /// The same, two places before.
+  /// The same, but starting two places before b.
   static PlainLanes twoBack(PlainLanes a, PlainLanes b) {
     return {{a.values[2], a.values[3], b.values[0], b.values[1]}};
   }
 
-  /// Adds to `flags` where a is above b and not `excluded`.
+  /// Sets `flags` where a is above b and not equal to `excluded`.
   static void flagAbove(Flags& flags, PlainLanes a, PlainLanes b, PlainLanes excluded) {
     for (std::size_t k = 0; k < kCount; ++k) {
       flags[k] |= static_cast<int>(a.values[k] > b.values[k]) & static_cast<int>(a.values[k] != excluded.values[k]);
@@ -58,7 +58,7 @@ struct PlainLanes {
 };
 
 #if defined(__SSE2__) || defined(_M_X64)
-/// The same in one register of an x86 processor.
+/// The same in one SSE register.
 struct SseLanes {
   static constexpr std::size_t kCount = 4;
   struct Flags {

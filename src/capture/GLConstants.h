@@ -4,7 +4,7 @@
 
 namespace QuorOsgUtils {
 
-// Newer than OpenGL 1.1, which is all that some platforms' headers know.
+// Newer than OpenGL 1.1, the version of some platforms' headers.
 constexpr GLenum kGLProgramPointSize = 0x8642;
 constexpr GLenum kGLPixelPackBuffer = 0x88EB;
 constexpr GLenum kGLPixelPackBufferBinding = 0x88ED;

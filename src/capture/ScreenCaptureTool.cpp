@@ -24,7 +24,7 @@ const osg::FrameBufferObject* lastAppliedFrameBufferObject(const osg::State& sta
 
 }  // namespace
 
-/// One capture, from the camera to the depth range.
+/// One capture: camera, images and depth range.
 class ScreenCaptureTool::Capture {
  public:
   Capture(const ScreenCaptureTool& tool, const osg::State& state)
@@ -33,7 +33,7 @@ class ScreenCaptureTool::Capture {
         _state(state),
         _extensions(osg::GLExtensions::Get(state.getContextID(), true)) {}
 
-  /// Takes over the camera's matrices and viewport. False when the pixel vectors do not fit the viewport afterwards.
+  /// Copies the camera's matrices and viewport. False if the pixel vectors do not fit the viewport afterwards.
   bool takeCamera(const osg::Camera& camera) {
     _frame._projectionMatrix = camera.getProjectionMatrix();
     _frame._viewMatrix = camera.getViewMatrix();
@@ -51,7 +51,7 @@ class ScreenCaptureTool::Capture {
     return _frame._depthBuffer.size() == pixels->pixelCount();
   }
 
-  /// Reads every image where there is a frame-buffer object; otherwise the frame keeps the previous ones.
+  /// Reads all images if there is a frame-buffer object; otherwise the frame keeps the previous ones.
   void captureImages() {
     const osg::FrameBufferObject* object = lastAppliedFrameBufferObject(_state);
     const bool readable = object && _extensions && _extensions->glBindFramebuffer;
@@ -65,9 +65,9 @@ class ScreenCaptureTool::Capture {
     _extensions->glBindFramebuffer(kGLFramebuffer, object.getHandle(_state.getContextID()));
     std::optional<TightPackState> packState(*_extensions);
     read(GL_DEPTH_COMPONENT, GL_FLOAT, _frame._depthBuffer.data());
-    // Measured here and not after the other images, which would have pushed the depths out of the processor's cache.
+    // Measured now, while the depths are still in the processor's cache.
     const DepthRange range = measuredDepthRange();
-    // The request stays alive here even when the host replaces it meanwhile.
+    // Keeps the request alive even if the application replaces it meanwhile.
     const osg::ref_ptr<CaptureOp> op = _pendingOp;
     if (op.valid() && readColour()) {
       packState.reset();
@@ -78,13 +78,14 @@ class ScreenCaptureTool::Capture {
     readAttachment(2, GL_RGBA, GL_FLOAT, _frame._itemFloatBuffer.data());
     readAttachment(3, GL_RGBA, GL_FLOAT, _frame._pcFloatBuffer.data());
     readAttachment(4, kGLRgbaInteger, GL_INT, _frame._pcUIntBuffer.data());
+    // Only the draw target is unbound: this is fixed by the interface.
     _extensions->glBindFramebuffer(kGLDrawFramebuffer, 0);
     return range;
   }
 
   DepthRange measuredDepthRange() const { return depthRange(_frame._depthBuffer.data(), _frame._depthBuffer.size()); }
 
-  /// Makes room everywhere before any size changes, so that a shortage of memory leaves the frame as it was.
+  /// Reserves all memory before any size changes, so that a failed allocation leaves the frame as it was.
   void resize(const CaptureViewport& pixels) {
     const std::size_t count = pixels.pixelCount();
     const std::size_t values = count * kChannelCount;
@@ -124,7 +125,7 @@ class ScreenCaptureTool::Capture {
     return true;
   }
 
-  /// Drops the request once both threads have met, unless the host has set another in its place by then.
+  /// Drops the request after both threads have reached the barrier, unless the application has replaced it by then.
   void handOver(CaptureOp& op) {
     op.captureImage(_frame._viewportWidth, _frame._viewportHeight, _frame._colourBuffer);
     op.block(0);

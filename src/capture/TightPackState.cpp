@@ -11,7 +11,7 @@ struct PackParameter {
 };
 
 /// Four-byte alignment is both OpenGL's default and tight: every captured pixel is a multiple of four bytes. The
-/// parameters of images in depth and of single bits have no effect on what is captured.
+/// parameters for 3D images and bitmaps have no effect on the captured images.
 constexpr std::array kPackParameters = {PackParameter{GL_PACK_SWAP_BYTES, 0}, PackParameter{GL_PACK_ROW_LENGTH, 0},
                                         PackParameter{GL_PACK_SKIP_ROWS, 0}, PackParameter{GL_PACK_SKIP_PIXELS, 0},
                                         PackParameter{GL_PACK_ALIGNMENT, 4}};

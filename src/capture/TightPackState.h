@@ -8,9 +8,9 @@
 
 namespace QuorOsgUtils {
 
-/// While it lives, `glReadPixels` writes to client memory, every row right after the one before and every value in the
-/// machine's own byte order. Whatever pixel-pack buffer and parameters were set before are set again at its end. Only
-/// what differs is touched. It needs its context current from beginning to end.
+/// During its lifetime, `glReadPixels` writes to client memory, without gaps between rows and in the machine's byte
+/// order. The destructor restores the previous pixel-pack buffer and parameters. Only values that differ are set. The
+/// context must be current from construction to destruction.
 class TightPackState {
  public:
   explicit TightPackState(const osg::GLExtensions& extensions);

@@ -36,7 +36,7 @@ void showInMask(osg::Node& node, int mask, std::size_t axis) {
   node.setNodeMask(shown ? ~0u : 0u);
 }
 
-// Geometry is drawn from display lists unless told otherwise, and a list knows nothing of the array it came from.
+// By default geometry is drawn from display lists, which do not notice changes of the array.
 void setOverallColor(osg::Geometry& geometry, const osg::Vec4f& color) {
   auto& colors = static_cast<osg::Vec4Array&>(*geometry.getColorArray());
   colors[0] = color;

@@ -20,8 +20,8 @@ void setLineWidth(osg::Node& node, float width) {
   node.getOrCreateStateSet()->setAttribute(new osg::LineWidth(width));
 }
 
-// Where the pointer meets the projector's line or plane, in the projector's frame. Also a camera without an inverse
-// yields nothing.
+// The pointer projected on the projector's line or plane, in the projector's frame. Nothing if the projection fails or
+// the camera's matrix has no inverse.
 std::optional<osg::Vec3d> projected(const osgManipulator::Projector& projector, const BoxPointerInfo& pointer) {
   osg::Vec3d point;
   if (!projector.project(pointer, point) || !std::isfinite(point.length2())) return std::nullopt;
@@ -35,7 +35,7 @@ struct BoxCutterDragger::FaceDrag {
   Face hit;
   Face cone;       ///< the pointer is projected on its axis
   float outwards;  ///< sign of the offset for a move along the axis (z > 0), and its opposite for z < 0
-  float across;    ///< sign of the offset for a move across the axis (z = 0)
+  float across;    ///< sign of the offset for a move across the axis (z = 0); fixed by the interface
   FaceSetter update;
 };
 
@@ -64,7 +64,7 @@ bool BoxCutterDragger::handleBottomScale(const BoxPointerInfo& pointer, const os
   return _dragFace({BOTTOM_FACE, BOTTOM_FACE, -1.0f, -1.0f, &BoxCutterDragger::_updateBottomScale}, pointer, ea, aa);
 }
 
-// Top and bottom cone stand on one line; the top face goes by the bottom cone's axis, which points down.
+// The top face uses the bottom cone's axis, which is on the same line and points down. Fixed by the interface.
 bool BoxCutterDragger::handleTopScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
                                       osgGA::GUIActionAdapter& aa) {
   return _dragFace({TOP_FACE, BOTTOM_FACE, -1.0f, -1.0f, &BoxCutterDragger::_updateTopScale}, pointer, ea, aa);
@@ -87,7 +87,7 @@ bool BoxCutterDragger::_dragFace(const FaceDrag& drag, const BoxPointerInfo& poi
   return ea.getEventType() == Event::RELEASE;
 }
 
-// The offset is always that from the press, so it never adds up.
+// The offset is always measured from the press, so errors do not accumulate.
 void BoxCutterDragger::_moveFace(const FaceDrag& drag, const BoxPointerInfo& pointer) {
   const std::optional<osg::Vec3d> point = projected(*_lineProjector, pointer);
   if (!point) return;
@@ -144,7 +144,7 @@ void BoxCutterDragger::_beginTurn(RingHandle& handle, const BoxPointerInfo& poin
   aa.requestRedraw();
 }
 
-// The plane of projection turns with the ring, so the rotation is put together from the steps since the press.
+// The projection plane rotates with the ring, so the rotation since the press is the product of its steps.
 void BoxCutterDragger::_turn(const BoxPointerInfo& pointer, osgGA::GUIActionAdapter& aa) {
   _cylinderProjector->setLocalToWorld(osg::Matrixd::rotate(_prevRotation) * _startLocalToWorld);
   const std::optional<osg::Vec3d> point = projected(*_cylinderProjector, pointer);

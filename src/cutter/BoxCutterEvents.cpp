@@ -15,7 +15,7 @@ namespace {
 
 using Event = osgGA::GUIEventAdapter;
 
-// The camera that draws what a path leads to.
+// The camera that draws the last node of a path.
 osg::Camera* pickCameraOf(const osg::NodePath& path, osgViewer::View& view) {
   const auto found = std::find_if(path.rbegin(), path.rend(), [](osg::Node* node) {
     const osg::Camera* camera = node->asCamera();
@@ -25,7 +25,8 @@ osg::Camera* pickCameraOf(const osg::NodePath& path, osgViewer::View& view) {
   return found != path.rend() ? (*found)->asCamera() : view.getCamera();
 }
 
-// World size of a pixel at the distance of the manipulator's centre. Goes by the whole field of view, not by half.
+// World size of a pixel at the distance of the manipulator's centre. The tangent of the whole field of view, not of
+// half of it, is fixed by the interface.
 double pixelSizeAtFocus(const osg::Camera& camera, const osgViewer::View& view) {
   constexpr double kUnknown = 1.0;
   constexpr double kWidestDegrees = 75.0;

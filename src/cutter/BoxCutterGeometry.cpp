@@ -24,7 +24,7 @@ using osg::StateAttribute;
 constexpr float kConeRadiusPixels = 10.0f;
 constexpr float kConeHeightPixels = 18.0f;
 constexpr float kShaftLengthPixels = 150.0f;
-// In half diagonals of the box, as all sizes of rings and disc.
+// In units of the box's half diagonal, like all sizes of rings and disc.
 constexpr float kTubeRadius = 1.1f;
 constexpr float kTubeHeight = 0.1f;
 constexpr float kBandWidth = 0.05f;
@@ -38,7 +38,8 @@ const osg::Vec3d kXAxis(1.0, 0.0, 0.0);
 const osg::Vec3d kYAxis(0.0, 1.0, 0.0);
 const osg::Vec3d kZAxis(0.0, 0.0, 1.0);
 
-// A cone points along z; each turn leads it out of its face. In the order of the faces.
+// A cone points along z; each rotation makes it point out of its face. In the order of the faces. The truncated angles
+// are fixed by the interface.
 struct ConeTurn {
   double radians;
   osg::Vec3d axis;
@@ -47,7 +48,7 @@ const ConeTurn kConeTurns[] = {{-1.5707963, kYAxis}, {1.5707963, kYAxis}, {1.570
                                {-1.5707963, kXAxis}, {3.1415926, kXAxis}, {0.0, kXAxis}};
 const osg::Vec3d kAxes[] = {kXAxis, kYAxis, kZAxis};
 
-// Adds a child and hands it on.
+// Adds a child and returns it.
 template <typename Node>
 osg::ref_ptr<Node> appended(osg::Group& parent, osg::ref_ptr<Node> child) {
   parent.addChild(child);
@@ -80,7 +81,7 @@ osg::ref_ptr<osg::Geometry> createLines(std::initializer_list<osg::Vec3f> vertic
   return lines;
 }
 
-// Its vertices are filled in, now and after each change of the box, by _updateBoxGeometry.
+// _updateBoxGeometry sets the vertices, initially and after each change of the box.
 osg::ref_ptr<osg::Geometry> createOutline(GLenum mode, std::initializer_list<osg::Vec3f> vertices,
                                           const osg::Vec4f& color) {
   osg::ref_ptr<osg::Geometry> outline = createLines(vertices, mode, color);

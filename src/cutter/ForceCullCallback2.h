@@ -4,7 +4,7 @@
 
 namespace QuorOsgUtils {
 
-/// Keeps a drawable from ever being drawn. Intersection tests still meet it: a volume to pick by.
+/// Prevents a drawable from being drawn. Intersection tests still hit it, so it can be used as a pick volume.
 struct ForceCullCallback2 : osg::DrawableCullCallback {
   bool cull(osg::NodeVisitor* /*visitor*/, osg::Drawable* /*drawable*/,
             osg::RenderInfo* /*renderInfo*/) const override {

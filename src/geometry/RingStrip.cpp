@@ -7,7 +7,7 @@ namespace QuorOsgUtils {
 template <typename Real>
 std::vector<osg::Vec3f> ringStripVertices(Real radius, Real width, Real z) {
   constexpr int kSteps = 100;
-  constexpr auto kStepRadians = static_cast<Real>(0.06283186);
+  constexpr auto kStepRadians = static_cast<Real>(0.06283186);  // about 2 pi / 100; fixed by the interface
   std::vector<osg::Vec3f> vertices;
   vertices.reserve(2 * kSteps + 2);
   const auto append = [&](Real distance, Real angle) {

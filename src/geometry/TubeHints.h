@@ -5,7 +5,7 @@
 
 namespace QuorOsgUtils {
 
-/// How to draw a cylinder as a tube of a hundred faces: its wall alone, seen from outside, with normals.
+/// Hints to draw a cylinder as a tube of 100 faces: only the wall, front faces only, with normals.
 osg::ref_ptr<osg::TessellationHints> createTubeHints();
 
 }  // namespace QuorOsgUtils

@@ -172,7 +172,7 @@ void DecrementalCompileOperation::addGraphicsContext(osg::GraphicsContext* gc) {
   _contexts.insert(gc);
 }
 
-// As above, for one context.
+// The context may hold the operation's last reference.
 void DecrementalCompileOperation::removeGraphicsContext(osg::GraphicsContext* gc) {
   if (_contexts.count(gc) == 0) return;
   const osg::ref_ptr<DecrementalCompileOperation> kept = this;

@@ -13,7 +13,7 @@ namespace QuorOsgUtils {
 
 namespace {
 
-// Newer than OpenGL 1.1, which is all that some platforms' headers know.
+// Newer than OpenGL 1.1, the version of some platforms' headers.
 constexpr GLenum kGLShadingLanguageVersion = 0x8B8C;
 constexpr GLenum kGLMaxFragmentUniformComponents = 0x8B49;
 constexpr GLenum kGLMaxVertexUniformComponents = 0x8B4A;
@@ -51,7 +51,7 @@ std::string limitOf(GLenum name) {
   return std::to_string(value);
 }
 
-// Expects that a context is current.
+// Needs a current context.
 void ask(Answers& answers) {
   answers.vendor = textOf(GL_VENDOR);
   answers.renderer = textOf(GL_RENDERER);
@@ -70,7 +70,7 @@ void probe(Answers& answers) {
   context->closeImplementation();
 }
 
-// Never destroyed: a thread may still read them while the process ends.
+// Never destroyed: a thread may still read them during process exit.
 const Answers& probedAnswers() {
   static auto* const answers = new Answers;
   static bool probed = false;

@@ -32,7 +32,7 @@ std::optional<float> depthAtIndex(const DepthImage& image, std::int64_t index) {
 PixelBox searchBox(const DepthImage& image, int x, int y) {
   const std::int64_t left = image.x;
   const std::int64_t bottom = image.y;
-  // Only whole rows that the vector really holds: a capture may be in the middle of growing.
+  // Only complete rows in the vector: a capture may be resizing it.
   const std::int64_t rows = image.width > 0 ? pixelCount(image) / image.width : 0;
   return {std::max({std::int64_t{x} - kPickReachPixels, left, std::int64_t{0}}),
           std::min({std::int64_t{x} + kPickReachPixels, left + image.width - 1, std::int64_t{image.width} - 1}),
@@ -48,7 +48,7 @@ std::optional<float> sceneDepth(const DepthImage& image, int x, int y) {
 
 float panDepth(const DepthImage& image, double x, double y, float fallback) {
   const double position = std::trunc(image.width * y + x);
-  // A double beyond the count cannot be converted, a not-a-number compares false.
+  // Converting a double out of range is undefined; NaN compares false.
   if (!(position >= 0.0 && position < static_cast<double>(pixelCount(image)))) return fallback;
   const float depth = depthAtIndex(image, static_cast<std::int64_t>(position)).value_or(fallback);
   return depth > 0.0f && depth < kBackgroundDepth ? depth : fallback;

@@ -10,19 +10,19 @@
 
 namespace QuorOsgUtils {
 
-/// Whether the left button, which is left to the application, is the only one down.
+/// Whether the left button, which is reserved for the application, is the only one down.
 bool isLeftButtonAlone(const osgGA::GUIEventAdapter& ea);
 
-/// The viewer behind an event, null where the view is none.
+/// The viewer that sent the event, or null if the view is not a viewer.
 osgViewer::Viewer* viewerOf(osgGA::GUIActionAdapter& aa);
 
-/// The camera of the view behind an event, null without one.
+/// The camera of the view that sent the event, or null.
 osg::Camera* cameraOf(osgGA::GUIActionAdapter& aa);
 
-/// The notch of a wheel event; nothing for motions sideways or in two dimensions.
+/// The notch of a wheel event; nothing for horizontal or two-dimensional scrolling.
 std::optional<WheelNotch> wheelNotchOf(const osgGA::GUIEventAdapter& ea);
 
-/// The pointer's way between two events, in normalised window units (−1 to 1).
+/// The pointer's movement between two events, in normalised window units (−1 to 1).
 struct PointerMove {
   float fromX;
   float fromY;
@@ -30,7 +30,7 @@ struct PointerMove {
   float toY;
 };
 
-/// Nothing unless both events are there and tell positions: a window without a size makes them not-a-number.
+/// Nothing unless both events exist and their positions are finite: in a window without a size they are NaN.
 std::optional<PointerMove> pointerMove(const osgGA::GUIEventAdapter* from, const osgGA::GUIEventAdapter* to);
 
 }  // namespace QuorOsgUtils

@@ -8,7 +8,7 @@ namespace QuorOsgUtils {
 
 namespace {
 
-/// The size of the view's window in world units at the depth of a pan.
+/// The size of the view volume's cross-section at the depth of a pan, in world units.
 struct WorldWindow {
   double width;
   double height;

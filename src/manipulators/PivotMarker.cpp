@@ -56,7 +56,7 @@ osg::ref_ptr<osg::Geode> createRing(const RingColours& colours, osg::Tessellatio
 }
 
 osg::ref_ptr<osg::MatrixTransform> turned(osg::Node* ring, const osg::Vec3d& firstAxis, const osg::Vec3d& secondAxis) {
-  constexpr double kQuarterTurnRadians = 1.5707963;
+  constexpr double kQuarterTurnRadians = 1.5707963;  // truncated, fixed by the interface
   osg::ref_ptr<osg::MatrixTransform> transform = new osg::MatrixTransform(osg::Matrixd::rotate(
       kQuarterTurnRadians, firstAxis, kQuarterTurnRadians, secondAxis, 0.0, osg::Vec3d(1.0, 0.0, 0.0)));
   transform->addChild(ring);
@@ -79,7 +79,7 @@ osg::ref_ptr<osg::AutoTransform> createPivotMarker() {
 }
 
 void hidePivotMarker(osg::Node& marker) {
-  // Backwards, since each removal shortens the list of parents; an overridden `removeChild` may shorten it by more.
+  // Backwards, since each removal shortens the list of parents; an overridden `removeChild` may remove more than one.
   for (unsigned int i = marker.getNumParents(); i-- > 0;) {
     if (i < marker.getNumParents()) marker.getParent(i)->removeChild(&marker);
   }

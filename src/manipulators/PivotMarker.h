@@ -6,7 +6,7 @@
 
 namespace QuorOsgUtils {
 
-/// The marker at the pivot: three rings at right angles, of a constant size on screen and never hidden by the scene.
+/// The marker at the pivot: three rings at right angles, with a constant size on screen and never hidden by the scene.
 osg::ref_ptr<osg::AutoTransform> createPivotMarker();
 
 /// Removes the marker from every group that holds it.

@@ -44,7 +44,8 @@ bool PointCloudNavigation::performMovement() {
   const double dx = move->toX - move->fromX;
   const double dy = move->toY - move->fromY;
   if (dx == 0.0 && dy == 0.0) return false;
-  // Named with the class: a subclass that changes how one button moves the view does not change what a drag calls.
+  // Calls qualified with the class: an override of a per-button function does not change what a drag calls. Fixed by
+  // the interface.
   switch (_ga_t1->getButtonMask()) {
     case osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON:
       return PointCloudNavigation::performMovementRightMouseButton(eventTimeDelta, dx, dy);

@@ -10,7 +10,7 @@ namespace {
 constexpr int kInteractionFlags =
     osgGA::StandardManipulator::UPDATE_MODEL_SIZE | osgGA::StandardManipulator::PROCESS_MOUSE_WHEEL;
 
-/// 30 degrees. The truncated π keeps the framing that hosts have stored.
+/// 30 degrees. The truncated π is fixed by the interface.
 constexpr double kDefaultFovRadians = 3.1415926 / 6.0;
 
 }  // namespace

@@ -20,8 +20,8 @@ double angleOf(const osg::Quat& rotation) {
   return angle;
 }
 
-/// The foot of the perpendicular from a point to the line of sight. Nothing when the eye lies in the orbit centre,
-/// which leaves no line, or when the foot is not finite.
+/// The foot of the perpendicular from a point to the line of sight. Nothing if the eye is at the orbit centre, so
+/// that there is no line, or if the foot is not finite.
 std::optional<osg::Vec3d> footOnLineOfSight(const osg::Vec3d& eye, const osg::Vec3d& orbitCenter,
                                             const osg::Vec3d& point) {
   osg::Vec3d ahead = orbitCenter - eye;

@@ -12,7 +12,7 @@ struct ViewAxes {
   osg::Vec3d ahead;
 };
 
-/// A rotation as a unit axis and an angle in radians; without length where there is no rotation.
+/// A rotation as a unit axis and an angle in radians. The axis is zero if there is no rotation.
 struct Turn {
   osg::Vec3d axis;
   float angle;
@@ -20,13 +20,12 @@ struct Turn {
 
 ViewAxes viewAxes(const osg::Quat& rotation);
 
-/// The turn that a pointer's way from p1 to p2 asks of a ball: half of the way is the sine of its angle in units of the
-/// ball's size.
+/// The trackball rotation for a pointer movement from p1 to p2: angle = asin(|p2 − p1| / (2 × trackball size)), about
+/// p2 × p1.
 Turn trackballTurn(const osg::Vec3d& p1, const osg::Vec3d& p2, double trackballSize);
 
-/// Keeps a pitch from turning over: a move down that would make it grow again ends at 0 (straight down), a move up that
-/// takes it beyond π ends at π (straight up). `angleBefore` is the pitch's angle before the move; the positions are the
-/// pointer's heights.
+/// Limits a pitch: a move down that would increase its angle again gives 0 (straight down), a move up beyond π gives π
+/// (straight up). `angleBefore` is the angle before the move; `yBefore` and `yNow` are the pointer's y positions.
 osg::Quat limitedPitch(const osg::Quat& pitch, double angleBefore, float yBefore, float yNow);
 
 }  // namespace QuorOsgUtils

@@ -9,7 +9,8 @@ namespace {
 
 constexpr double kSmallestRadius = 1e-6;
 
-/// Below it a ray is at right angles to the view but for rounding, and a step along it would have no end.
+/// Below this, a ray is perpendicular to the view direction except for rounding, and a step along it would be
+/// unbounded.
 constexpr double kSmallestCosine = 1e-12;
 
 osg::Matrixd scaledOrtho(const osg::Matrixd& projection, double scale) {
@@ -56,7 +57,7 @@ std::optional<double> stationFieldOfView(double degrees, WheelNotch notch) {
 }
 
 double framingDistance(double radius, double fieldOfViewDegrees) {
-  // The truncated π keeps the distances that hosts have stored.
+  // The truncated π is fixed by the interface.
   constexpr double kRadiansPerDegree = 3.1415926 / 180.0;
   return std::max(radius, kSmallestRadius) / std::sin(fieldOfViewDegrees * 0.5 * kRadiansPerDegree);
 }

@@ -11,30 +11,30 @@ namespace QuorOsgUtils {
 enum class WheelNotch { Up, Down };
 
 /// How far the orbit centre moves along the ray from the eye to `target` (world units) for one notch: by `percent` of
-/// the far plane's distance, measured along the view's direction. Nothing when the projection is not a perspective
-/// frustum or the ray is at right angles to the view.
+/// the far plane's distance, measured along the view direction. Nothing if the projection is not a perspective frustum
+/// or the ray is perpendicular to the view direction.
 std::optional<osg::Vec3d> perspectiveWheelMovement(const osg::Matrixd& view, const osg::Matrixd& projection,
                                                    const osg::Vec3d& target, double percent, WheelNotch notch);
 
 struct OrthographicWheelStep {
   osg::Matrixd projection;
-  /// Of the orbit centre, in world units.
+  /// Movement of the orbit centre, in world units.
   osg::Vec3d movement;
 };
 
 /// One notch about the pointer's window position (x, y): the view's box scaled by `percent` and centred on the axis,
-/// and the movement that keeps what is under the pointer in its place. Nothing when the scaled box would be empty.
+/// and the movement that keeps the scene in place under the pointer. Nothing if the scaled box would be empty.
 std::optional<OrthographicWheelStep> orthographicWheelStep(const ViewState& state, double x, double y, double percent,
                                                            WheelNotch notch);
 
-/// The field of view in degrees after one notch in station mode, nothing where the notch is refused: three quarters of
-/// what is above 0, four thirds of what is below 90.
+/// The field of view in degrees after one notch in station mode, nothing if the notch is ignored: three quarters for up
+/// if above 0, four thirds for down if below 90.
 std::optional<double> stationFieldOfView(double degrees, WheelNotch notch);
 
 /// The distance in world units from which a sphere fills a field of view in degrees.
 double framingDistance(double radius, double fieldOfViewDegrees);
 
-/// The same where no camera tells a field of view.
+/// The same without a camera, and so without a field of view.
 double framingDistance(double radius);
 
 }  // namespace QuorOsgUtils

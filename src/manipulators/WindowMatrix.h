@@ -7,7 +7,7 @@
 
 namespace QuorOsgUtils {
 
-/// What a picture was drawn with: world to view, view to clip space, and the viewport in pixels.
+/// The state that a frame was rendered with: world to view, view to clip space, and the viewport in pixels.
 struct ViewState {
   osg::Matrixd view;
   osg::Matrixd projection;
@@ -17,7 +17,7 @@ struct ViewState {
   double height = 0.0;
 };
 
-/// The planes that bound a projection: for a frustum its sides at the near plane.
+/// The bounds of a view volume; for a frustum, the sides at the near plane.
 struct ProjectionBox {
   double left = 0.0;
   double right = 0.0;
@@ -27,28 +27,28 @@ struct ProjectionBox {
   double zFar = 0.0;
 };
 
-/// Each reads its own kind of projection, and nothing from the other.
+/// Each returns nothing for the other kind of projection.
 std::optional<ProjectionBox> frustumOf(const osg::Matrixd& projection);
 std::optional<ProjectionBox> orthoOf(const osg::Matrixd& projection);
 
 /// Clip space to window positions in pixels with depths from 0 to 1.
 osg::Matrixd windowMatrix(const ViewState& state);
 
-/// The point in view axes that is drawn at a window position and depth; nothing when the matrices do not tell.
+/// The point in view axes at a window position and depth; nothing if the matrices cannot be inverted.
 std::optional<osg::Vec3d> windowToView(const ViewState& state, const osg::Vec3d& window);
 
-/// The same in world units. Window to view and view to world are inverted apart: in their product a georeferenced
-/// origin (1e7 and beyond) would drown the near plane's size in the inverse.
+/// The same in world units. Window to view and view to world are inverted separately: in the inverse of their product a
+/// georeferenced origin (1e7 and more) would cost the digits of the near plane's size.
 std::optional<osg::Vec3d> windowToWorld(const ViewState& state, const osg::Vec3d& window);
 
 /// View axes to world axes, for directions: what `windowToView` yields, without the eye's position.
 std::optional<osg::Vec3d> viewToWorldDirection(const ViewState& state, const osg::Vec3d& direction);
 
-/// The unit vector that a view looks along, in world axes: the look-at point at distance 1 less the eye, without the
-/// digits that their difference loses far from the origin.
+/// The unit vector that a view looks along, in world axes: the look-at point at distance 1 minus the eye, but without
+/// the loss of precision of that difference far from the origin.
 osg::Vec3d lookDirection(const osg::Matrixd& view);
 
-/// Truncates towards zero. What no pixel can be, not-a-number included, becomes a position outside every image.
+/// Truncates towards zero. Values out of range and NaN become a position outside every image.
 int wholePixel(double position);
 
 /// The vector, or nothing when a component is infinite or not a number.

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kLoggerInstance = 0;
 
-// Who reads the log filters it by these fields, so they do not follow the source.
+// Function and line are fixed by the interface: log readers filter by them. They do not follow the source.
 struct Call {
   plog::Severity severity;
   const char* function;
@@ -24,11 +24,11 @@ constexpr Call kError{plog::error, "QuorOsgUtils::LogFile::error", 30};
 
 void hand(const Call& call, const char* message, plog::Logger<kLoggerInstance>& logger) {
   plog::Record record(call.severity, call.function, call.line, "", nullptr, kLoggerInstance);
-  record << message << "\n";
+  record << message << "\n";  // the empty line after each entry is fixed by the interface
   logger += record;
 }
 
-// A log that cannot be written must not stop whoever writes it: not for want of memory either.
+// A log that cannot be written must not stop the caller, not even when memory is exhausted.
 void write(const Call& call, const char* message) {
   plog::Logger<kLoggerInstance>* const logger = plog::get<kLoggerInstance>();
   if (logger == nullptr || !logger->checkSeverity(call.severity)) return;
@@ -46,7 +46,7 @@ LogFile* LogFile::getInstance() {
   return instance;
 }
 
-// plog's file names are wide where the system's are.
+// plog's file names are wide on Windows only.
 LogFile::LogFile() {
   const std::string name = "3Dengine.log";
   const plog::util::nstring wideName(name.begin(), name.end());

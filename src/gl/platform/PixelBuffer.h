@@ -4,8 +4,8 @@
 
 namespace QuorOsgUtils {
 
-/// Whether the context is an off-screen one of this platform's own class. The source behind it also makes sure that the
-/// platform's contexts can be created at all.
+/// Whether the context is of this platform's pixel-buffer class. Its source file also links the platform's windowing
+/// system, without which no context can be created.
 bool isPixelBuffer(const osg::GraphicsContext& context);
 
 }  // namespace QuorOsgUtils
