@@ -1,5 +1,5 @@
-// One capture, its depth range included, beside the five bare reads into vectors that are ready. Goal: capture/bare at
-// most 1.05.
+// One capture, including its depth range, compared with the five plain reads into allocated vectors. Goal: capture/bare
+// at most 1.05.
 
 #include "benchmarks/InterleavedRatio.h"
 #include "support/CaptureContext.h"
@@ -24,8 +24,8 @@ constexpr GLenum kGLRgbaInteger = 0x8D99;
 using QuorTests::CaptureContext;
 using QuorTests::FrameContent;
 
-/// The least that anyone who wants the five images must do. It reads into the tool's own vectors: two sets of vectors
-/// differ by up to a tenth in speed by where in memory they happen to lie, which would drown what is compared.
+/// The least work needed to read the five images. It reads into the tool's own vectors: the memory addresses of two
+/// sets of vectors alone change the speed by up to a tenth, which would hide the difference to be measured.
 class BareReads {
  public:
   BareReads(CaptureContext& context, int width, int height)
@@ -71,7 +71,7 @@ class BareReads {
   int* _pcInt;
 };
 
-/// Ground that recedes to the middle of the image, a row at a time, under a cleared sky.
+/// Ground that recedes towards the middle of the image, one row at a time, under a cleared sky.
 void paintGround(CaptureContext& context, int width, int height) {
   for (int y = 0; y < height / 2; ++y) {
     FrameContent row;

@@ -1,5 +1,5 @@
-// Commands through the file manager beside the plain way to write such a queue: a mutex, a condition variable and three
-// deques. Goals: commands per second at least 0.9 of it (manager/plain at most 1.11), wake-up at most 1.2 of it.
+// Commands through the file manager, compared with a plain queue: a mutex, a condition variable and three deques.
+// Goals: at least 0.9 of its commands per second (manager/plain at most 1.11), at most 1.2 times its wake-up time.
 
 #include "benchmarks/InterleavedRatio.h"
 
@@ -110,7 +110,7 @@ class Counting : public FileCmd {
   Countdown& _countdown;
 };
 
-// Where the system puts the threads decides the figures more than any queue does, so they are put.
+// The placement of the threads affects the results more than the queue does, so each thread is pinned to a processor.
 
 /// The numbers of the first and of the last processor that this process may use.
 std::array<int, 2> processors() {
@@ -147,7 +147,7 @@ class MoveWorker : public FileCmd {
 
 using Push = std::function<void(FileCmd*)>;
 
-/// Both queues, each with its worker, and commands of all priorities for either.
+/// Both queues, each with its worker, and commands of all priorities for them.
 class Queues {
  public:
   explicit Queues(int processorOfWorkers) : _move(processorOfWorkers, _countdown) {

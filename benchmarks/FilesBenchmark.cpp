@@ -1,5 +1,5 @@
-// Map, touch and unmap ranges of a file while other views are live, beside bare calls of the system that do the same.
-// Goals: files/mmap at most 1.1 at 64 KiB and above; growth with the live views no worse than logarithmic.
+// Map, touch and unmap ranges of a file while other views are live, compared with the same system calls made directly.
+// Goals: files/mmap at most 1.1 at 64 KiB and above; growth with the number of live views no worse than logarithmic.
 
 #include "benchmarks/InterleavedRatio.h"
 
@@ -25,7 +25,7 @@ constexpr std::int64_t kFileBytes = std::int64_t{16} << 20u;
 constexpr std::int64_t kBytesPerMeasurement = std::int64_t{4} << 20u;
 constexpr std::int64_t kTouchBytes = 4096;
 
-/// A file with all its contents in memory, unnamed from the start.
+/// A file whose contents are all in memory. Its name is removed as soon as it is open.
 class ScratchFile {
  public:
   ScratchFile() : _path((std::filesystem::temp_directory_path() / "quor_bench_XXXXXX").string()) {

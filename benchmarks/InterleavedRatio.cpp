@@ -25,7 +25,7 @@ double median(std::vector<double> values) {
   return *middle;
 }
 
-/// The other way's time over the first one's, iteration by iteration.
+/// The median over the iterations of the other way's time divided by the first one's.
 double medianRatio(const std::vector<double>& other, const std::vector<double>& first) {
   std::vector<double> ratios(first.size());
   std::transform(other.begin(), other.end(), first.begin(), ratios.begin(), std::divides<>());

@@ -1,4 +1,4 @@
-// The shortest host: any file that OpenSceneGraph reads, drawn into a captured frame and navigated at true depth.
+// The smallest application: any file that OpenSceneGraph reads, drawn into a captured frame and navigated by its depth.
 #include <QuorOsgUtils/SPointCloudManipulator.h>
 #include <QuorOsgUtils/ScreenCaptureTool.h>
 
@@ -11,7 +11,7 @@
 namespace {
 constexpr int kWidth = 1280, kHeight = 720;
 
-// Colour as lit by the eye, and zero as identifiers; a real host writes its own and its values there.
+// Colour as lit from the eye, and zero identifiers; a real application writes its own identifiers and values.
 const char* const kVertexShader = R"(#version 330 compatibility
 out vec4 lit;
 void main() { gl_Position = ftransform(); lit = gl_Color * (0.25 + 0.75 * abs(gl_NormalMatrix * gl_Normal).z); })";
@@ -34,7 +34,7 @@ osg::FrameBufferObject* createCapturedFrame() {
   return frame;
 }
 
-// The camera's own clear comes before its state set binds the frame, so the host clears.
+// The camera clears before its state set binds the frame-buffer object, so the application clears it here.
 struct ClearFrame : osg::Camera::DrawCallback {
   void operator()(osg::RenderInfo& info) const override {
     osg::StateSet* state = info.getCurrentCamera()->getStateSet();
@@ -46,11 +46,11 @@ struct ClearFrame : osg::Camera::DrawCallback {
   }
 };
 
-// Brings the drawn colours to the window.
+// Copies the drawn colours to the window.
 struct ShowFrame : osg::Camera::DrawCallback {
   void operator()(osg::RenderInfo& info) const override {
     auto* gl = info.getState()->get<osg::GLExtensions>();
-    glReadBuffer(GL_COLOR_ATTACHMENT0_EXT);  // the capture leaves the frame bound for reading
+    glReadBuffer(GL_COLOR_ATTACHMENT0_EXT);  // the capture leaves the object bound for reading
     gl->glBlitFramebuffer(0, 0, kWidth, kHeight, 0, 0, kWidth, kHeight, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     gl->glBindFramebuffer(GL_FRAMEBUFFER_EXT, 0);
   }
@@ -60,7 +60,7 @@ struct ShowFrame : osg::Camera::DrawCallback {
 int main(int argc, char** argv) {
   osg::ref_ptr<osg::Node> cloud = argc > 1 ? osgDB::readRefNodeFile(argv[1]) : nullptr;
   if (!cloud) return 1;
-  osg::ref_ptr<osg::Group> scene = new osg::Group;  // a group, so that the pivot marker can join the scene
+  osg::ref_ptr<osg::Group> scene = new osg::Group;  // a group, so that the pivot marker can be added to it
   scene->addChild(cloud);
   auto* program = new osg::Program;
   program->addShader(new osg::Shader(osg::Shader::VERTEX, kVertexShader));
