@@ -27,8 +27,8 @@ using Key = osgGA::GUIEventAdapter::KeySymbol;
 using namespace std::chrono_literals;
 
 constexpr auto kWorkBudget = 30ms;
-// While loading or writing, drawing gets a fifth of the time at most, however long a frame of the points so far may
-// take; what the user does is answered at once all the same.
+// While loading or writing, drawing takes at most a fifth of the time, however long a frame of the points loaded so far
+// takes; user input is still handled at once.
 constexpr auto kProgressInterval = 100ms;
 constexpr int kWorkPerDrawing = 4;
 constexpr auto kIdle = 4ms;
@@ -198,7 +198,7 @@ void Application::_drawFrame() {
   _frames->draw();
   _latestFrameEnd = std::chrono::steady_clock::now();
   _latestFrameDuration = _latestFrameEnd - start;
-  // While points come, the next frame comes anyway.
+  // While points are loading, another frame follows anyway.
   if (_loaded && _frames->gpuBufferBytes() != _bufferBytesShown) {
     _viewer->requestRedraw();
   }
@@ -206,7 +206,7 @@ void Application::_drawFrame() {
   _reportScreenshot();
 }
 
-// False when there is nothing to do but to wait for the user, or for points to come.
+// False when there is nothing to do but wait for the user or for more points.
 bool Application::_workALittle() {
   const bool cameSome = !(_loaded && _loader.finished()) && _loadALittle();
   if (!_clip.isSaving()) {
@@ -221,7 +221,7 @@ bool Application::_loadALittle() {
   if (cameSome) {
     _followContent();
   }
-  if (_loaded) {  // and one was closed since: what is known of the rest together is to come
+  if (_loaded) {  // a scan was closed since: an updated summary of the rest is due
     if (_loader.finished()) {
       _viewer->requestRedraw();
     }
@@ -257,7 +257,7 @@ void Application::_closeScanUnderPointer() {
   }
 }
 
-// The view stays, unless it is on nothing: then it is for the next scan to say.
+// The view stays unless no scan is left; then the next scan sets it.
 void Application::_closeScan(unsigned int scan) {
   const std::string name = fileName(_scans.info(scan).path);
   _loader.close(scan);
@@ -367,7 +367,7 @@ void Application::_finishLoading() {
   _viewer->requestRedraw();
 }
 
-// Where a scan is shows once its points are there.
+// The extent of a scan is known once its points have been loaded.
 void Application::_describeNewScans() {
   for (const unsigned int number : _scans.numbers()) {
     if (number <= _latestScanDescribed) {
@@ -442,7 +442,8 @@ void Application::_requestScreenshot() {
   _screenshot.request(_screenshotPath);
 }
 
-// The explorer's own pictures only; whoever drives the viewer from outside asks for the result directly.
+// Only screenshots that the user requests while the viewer runs; `--screenshot` and the tour check their results
+// directly.
 void Application::_reportScreenshot() {
   if (_screenshotCount == 0 || !_screenshot.captured()) {
     return;

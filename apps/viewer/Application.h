@@ -27,14 +27,14 @@
 
 namespace QuorViewer {
 
-/// The viewer as a whole: one window on a set of scans. Everything runs on the thread that calls
-/// `run`, but for the reading of scans.
+/// The viewer application: one window that shows a set of scans. Everything runs on the thread that calls `run`, except
+/// the reading of scans.
 class Application {
  public:
   /// Opens the scans. Throws ScanError.
   explicit Application(const Arguments& arguments);
 
-  /// Shows the window until it is closed, or until the tour or the picture asked for is done. Answers the exit status.
+  /// Shows the window until it is closed, or until the requested tour or picture is done. Returns the exit status.
   /// Throws WindowError.
   int run();
 
@@ -91,10 +91,10 @@ class Application {
   CloudControl _points;
   Screenshot _screenshot;
   osg::ref_ptr<PointerHandler> _pointer;
-  std::unique_ptr<FrameLoop> _frames;  // from the opening of the window on
+  std::unique_ptr<FrameLoop> _frames;  // set once the window is open
 
   bool _loaded = false;
-  std::uint64_t _pointsShown = 0;  // by the progress told last
+  std::uint64_t _pointsShown = 0;  // in the latest progress message
   unsigned int _latestScanDescribed = 0;
   std::uint64_t _bufferBytesShown = 0;
   bool _userNavigated = false;
@@ -104,7 +104,7 @@ class Application {
   std::string _screenshotPath;
   std::string _latestView;
   std::string _latestError;
-  std::string _softwareRenderer;  // empty: a graphics card draws
+  std::string _softwareRenderer;  // empty if a graphics card draws
 };
 
 }  // namespace QuorViewer

@@ -15,7 +15,7 @@ using Setter = void (*)(Arguments& into, const std::string& value);
 
 struct Option {
   const char* name;
-  const char* value;  // what the value is called in the help; null: the option takes none
+  const char* value;  // name of the value in the help; null: the option takes none
   const char* meaning;
   Setter set;
 };
@@ -57,7 +57,7 @@ void setPointSize(Arguments& into, const std::string& value) {
   into.pointSizePixels = static_cast<float>(pixels);
 }
 
-// That many finite numbers with blanks between them, as coordinates that single precision still tells apart.
+// `Count` finite numbers separated by blanks, limited to coordinates that single precision can still distinguish.
 template <std::size_t Count>
 std::optional<std::array<double, Count>> readCoordinates(const std::string& value) {
   constexpr double kFarthest = 1e9;

@@ -14,13 +14,13 @@
 
 namespace QuorViewer {
 
-/// A command line that makes no sense; the text says which part and why.
+/// An invalid command line; the text says which part and why.
 class ArgumentError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// What the command line asks for.
+/// The parsed command line.
 struct Arguments {
   std::vector<std::string> files;
   std::optional<ColourMode> colourMode;
@@ -28,8 +28,8 @@ struct Arguments {
   int width = 1280;
   int height = 720;
   std::optional<osg::Vec3d> station;         ///< world coordinates
-  std::optional<osg::BoundingBoxd> clip;     ///< world coordinates, no side under `kLeastClipExtent`
-  std::optional<std::uint64_t> memoryBytes;  ///< for the points on show
+  std::optional<osg::BoundingBoxd> clip;     ///< world coordinates, each side at least `kLeastClipExtent`
+  std::optional<std::uint64_t> memoryBytes;  ///< for the displayed points
   osgViewer::ViewerBase::ThreadingModel threading = osgViewer::ViewerBase::SingleThreaded;
   bool orthographic = false;
   bool verbose = false;
@@ -40,10 +40,10 @@ struct Arguments {
   std::string tourFolder;      ///< empty: no tour
 };
 
-/// Throws ArgumentError. `arguments` are those after the program's name.
+/// Throws ArgumentError. `arguments` does not include the program's name.
 Arguments parseArguments(const std::vector<std::string>& arguments);
 
-/// What --help writes.
+/// The text that --help prints.
 std::string usage();
 
 }  // namespace QuorViewer

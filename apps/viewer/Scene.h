@@ -11,9 +11,9 @@
 
 namespace QuorViewer {
 
-/// All that the window shows, hung up in the viewer: below the scene data what has a place in the world (the cloud in
-/// its clip box, the picks, the manipulator's own markers), beside it what belongs to the picture (backdrop, lighting,
-/// words).
+/// Everything the window shows, attached to the viewer. The scene data holds what has a position in the world (the
+/// cloud in its clip box, the picks, the manipulators' markers); beside it are the parts that belong to the image
+/// (background, lighting, text).
 struct Scene {
   Scene(osgViewer::Viewer& viewer, const Hud::HelpRows& help);
 

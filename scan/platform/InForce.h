@@ -2,7 +2,7 @@
 
 namespace QuorViewer {
 
-/// Makes something the one that a pointer, such as a thread's own, leads to, for as long as this lives.
+/// Points a pointer, for example a thread-local one, at an object for as long as this lives, then resets it to null.
 template <typename Thing>
 class InForce {
  public:

@@ -13,7 +13,7 @@ namespace QuorViewer {
 
 namespace {
 
-/// Where its thread stood before the guarded work, and why it came back there.
+/// The state of the thread before the guarded work, and the address of the fault.
 struct Guard {
   sigjmp_buf outside{};
   volatile std::uintptr_t address = 0;
@@ -23,7 +23,7 @@ thread_local Guard* guardOfThread = nullptr;
 
 struct sigaction actionBefore {};
 
-// A fault outside of guarded work is whoever's it was before: the touch is repeated under that action.
+// A fault outside guarded work: the previous handler is restored, and the access is repeated under it.
 void leaveGuardedWork(int signal, siginfo_t* info, void* /*context*/) {
   Guard* const guard = guardOfThread;
   if (guard == nullptr) {
@@ -42,7 +42,7 @@ bool installHandler() {
   return sigaction(SIGBUS, &action, &actionBefore) == 0;
 }
 
-// The limit of a container, where the system tells one: "max" is none.
+// The container's memory limit; 0 if there is none (the file then reads "max").
 std::uint64_t containerMemoryBytes() {
   std::uint64_t bytes = 0;
   std::ifstream("/sys/fs/cgroup/memory.max") >> bytes;
@@ -56,7 +56,7 @@ std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work) {
   static_cast<void>(installed);
   Guard guard;
   const InForce inForce(guardOfThread, guard);
-  // The signal's mask is saved as well, since the jump leaves the handler without its end.
+  // The signal mask is saved too, because the jump leaves the handler without returning from it.
   if (sigsetjmp(guard.outside, 1) != 0) return guard.address;
   work();
   return std::nullopt;
@@ -79,7 +79,7 @@ void returnFreeMemory() {
   malloc_trim(0);
 }
 
-// Names are bytes here, whatever they mean.
+// File names are bytes here, whatever their encoding.
 std::filesystem::path placeOf(const std::string& name) {
   return name;
 }

@@ -2,7 +2,7 @@
 #include "scan/platform/Platform.h"
 
 #include <windows.h>
-// After the header it builds on.
+// psapi.h needs windows.h before it.
 #include <io.h>
 #include <psapi.h>
 
@@ -13,7 +13,7 @@ namespace QuorViewer {
 
 namespace {
 
-/// Where its thread stood before the guarded work, and whether and why it came back there.
+/// The state of the thread before the guarded work, whether the work was aborted, and the address of the fault.
 struct Guard {
   CONTEXT outside{};
   volatile bool left = false;
@@ -22,8 +22,8 @@ struct Guard {
 
 thread_local Guard* guardOfThread = nullptr;
 
-// A page that cannot be read in is told as such; where a mapped file has become shorter, some systems call it an access
-// violation, like any touch of what is not there.
+// A page that cannot be read in has an exception of its own. For a mapped file that has become shorter, some systems
+// raise an access violation instead, as for any invalid address.
 bool isLostPage(const EXCEPTION_RECORD& record) {
   if (record.ExceptionCode == static_cast<DWORD>(EXCEPTION_IN_PAGE_ERROR)) return true;
   if (record.ExceptionCode != static_cast<DWORD>(EXCEPTION_ACCESS_VIOLATION)) return false;
@@ -32,7 +32,7 @@ bool isLostPage(const EXCEPTION_RECORD& record) {
   return ::VirtualQuery(address, &region, sizeof region) != 0 && region.Type == MEM_MAPPED;
 }
 
-// The thread goes on where it stood, with every register as it was. No frame is unwound.
+// The thread resumes in the saved state, with all its registers. The stack is not unwound.
 LONG CALLBACK leaveGuardedWork(EXCEPTION_POINTERS* exception) {
   Guard* const guard = guardOfThread;
   if (guard == nullptr || !isLostPage(*exception->ExceptionRecord)) return EXCEPTION_CONTINUE_SEARCH;
@@ -65,7 +65,7 @@ std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work) {
   static_cast<void>(installed);
   Guard guard;
   const InForce inForce(guardOfThread, guard);
-  // After a fault this call returns for a second time.
+  // After a fault this call returns a second time.
   ::RtlCaptureContext(&guard.outside);
   if (!guard.left) work();
   return guard.left ? std::optional<std::uintptr_t>(guard.address) : std::nullopt;

@@ -5,8 +5,8 @@
 namespace QuorViewer {
 namespace {
 
-// Draws the children of another group once more without being a parent of theirs: events and rays meet them once, and
-// their way to the root stays the only one.
+// Draws another group's children a second time without being their parent: events and intersectors reach them once, and
+// they keep a single path to the root.
 class DrawnAgain : public osg::Group {
  public:
   explicit DrawnAgain(osg::Group* parent) : _parent(parent) { setCullingActive(false); }

@@ -9,32 +9,32 @@
 
 namespace QuorViewer {
 
-/// The clip box in the scene: cuts the cloud, and only the cloud, and shows the handles that change it. Off, the whole
-/// cloud shows, no handle is in the scene, and the box keeps its place.
+/// The clip box in the scene: clips the cloud, and only the cloud, and shows the handles that change it. When off, the
+/// whole cloud is visible, no handle is in the scene, and the box keeps its pose.
 class ClipBox {
  public:
-  /// The cloud goes into the box' clip node. Its program writes `gl_ClipVertex`.
+  /// Adds the cloud to the box's clip node. The cloud's program must write `gl_ClipVertex`.
   explicit ClipBox(osg::Node* cloud);
 
-  /// The cloud and the handles, for the scene.
+  /// The cloud and the handles, to be added to the scene.
   osg::Node* node() { return _node; }
 
-  /// A box that is not turned, on at once, in place of the one before. Sides of at least `kLeastClipExtent`.
+  /// Replaces the box with one that is rotated 0° and switches it on. Each side is at least `kLeastClipExtent`.
   void place(const osg::BoundingBoxf& box);
   bool isPlaced() const { return _handles.valid(); }
-  /// As before the first `place`.
+  /// Back to the state before the first `place`.
   void remove();
-  /// Without effect before the first `place`.
+  /// No effect before the first `place`.
   void setOn(bool on);
   bool isOn() const { return _handleParent->getNumChildren() > 0; }
   bool isDragged() const { return isOn() && _handles->isDragged(); }
 
-  /// Which handles are shown. Bits 0, 1 and 2 of the mask are the box' axes X, Y and Z.
+  /// Selects the handles that are shown. Bits 0, 1 and 2 of the mask are the box's axes X, Y and Z.
   void showHandles(ClipMode mode, int axisMask);
   ClipMode mode() const { return _mode; }
   int axisMask() const { return _axisMask; }
 
-  /// Of the box at hand, on or off. Expects that it has been placed.
+  /// Of the current box, on or off. Expects that it has been placed.
   const ClipHandles& handles() const { return *_handles; }
 
  private:

@@ -52,7 +52,7 @@ osg::BoundingBoxf relativeTo(const osg::Vec3d& origin, const osg::BoundingBoxd& 
 
 ClipControl::ClipControl(Host host) : _host(host) {}
 
-// Rows of the help stay few: keys of one kind share the row of the first.
+// Keeps the help short: keys of one kind share the row of the first.
 std::vector<KeyBinding> ClipControl::bindings(ClipControl& control) {
   const auto bind = [](char key, const char* shown, const char* effect, std::function<void()> action) {
     return KeyBinding{{key, std::toupper(key)}, shown, effect, std::move(action)};
@@ -141,7 +141,7 @@ void ClipControl::_showMode(ClipMode mode) {
   }
 }
 
-// One axis alone or all three: a box without any handle would be of no use.
+// Selects one axis alone or all three, never none: a box without handles would be useless.
 void ClipControl::_toggleAxis(int bit) {
   if (!_isReady()) {
     return;

@@ -18,8 +18,8 @@
 
 namespace QuorViewer {
 
-/// What the user does with the clip box, beside dragging its handles: keys, the line that tells where the box is, and
-/// writing what is inside to files.
+/// The user's actions on the clip box, besides dragging its handles: keys, the line that shows the box's pose, and
+/// writing the points inside to files.
 class ClipControl {
  public:
   /// All outlive the control.
@@ -28,29 +28,29 @@ class ClipControl {
     Hud& hud;
     Messages& messages;
     ScanSet& scans;
-    bool verbose = false;  ///< also write each new pose of the box
+    bool verbose = false;  ///< also print each new pose of the box
   };
 
   explicit ClipControl(Host host);
 
-  /// `control` may be yet to be made, and is there when the first key comes.
+  /// `control` may still be under construction; it must exist when the first key is pressed.
   static std::vector<KeyBinding> bindings(ClipControl& control);
-  /// Follows the box, frame by frame. It goes behind all other handlers.
+  /// Tracks the box each frame. Add it after all other handlers.
   osg::ref_ptr<osgGA::GUIEventHandler> createFollower();
 
-  /// Switches a box on that the user has asked for, in world coordinates.
+  /// Switches on a box that the user has requested, in world coordinates.
   void startWith(const osg::BoundingBoxd& world);
-  /// What there is to put the box around. A box that nobody has changed since grows with it. `complete` once no more
-  /// is to come.
+  /// The bounds that the box is put around. A box that the user has not changed grows with them. `complete` once all
+  /// points are loaded.
   void setContent(const osg::BoundingBox& content, bool complete);
 
-  /// Takes the box away, when nothing is left that it could be around.
+  /// Removes the box when no points are left.
   void abandon();
 
   bool isSaving() const { return _save != nullptr; }
-  /// Goes on writing files for about as long as `budget` allows. Expects that a save is going on.
+  /// Continues writing files for about `budget`. Expects a save in progress.
   void saveALittle(std::chrono::milliseconds budget);
-  /// Brings the progress of the save to the window and the terminal.
+  /// Shows the progress of the save in the window and on the terminal.
   void showProgress();
 
  private:

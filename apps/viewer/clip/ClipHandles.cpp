@@ -15,14 +15,14 @@
 namespace QuorViewer {
 namespace {
 
-// What a drawable is, as the shaders take it.
+// The kinds of drawable, as the shaders expect them.
 constexpr int kSolid = 1;
 constexpr int kRing = 2;
 
 constexpr float kOutlineWidthPixels = 1.5F;
 constexpr float kArrowLengthPixels = 150.0F;
 constexpr float kRingPickRadius = 1.1F;
-// A pull across the place nearest to the eye turns this way or that; beside it the direction is clear.
+// At the ring's nearest point to the eye a drag may rotate either way; this far beside it the direction is clear.
 constexpr double kBesideNearestDegrees = 20.0;
 constexpr double kLeastSightDegrees = 5.0;
 
@@ -42,8 +42,8 @@ void main() {
 }
 )";
 
-// The light stands at the eye. A ring's normals point away from its centre: one that points away from the eye is on the
-// half behind the disc.
+// The light is at the eye. A ring's normals point away from its centre, so a normal that points away from the eye is on
+// the half behind the disc.
 constexpr const char* kFragmentShader = R"(#version 330 compatibility
 uniform int kind;
 uniform bool again;
@@ -62,8 +62,8 @@ osg::ref_ptr<osg::Depth> createDepth(double farthest) {
   return new osg::Depth(osg::Depth::LEQUAL, 0.0, farthest, false);
 }
 
-// A drawable with a callback of its own may leave depth writes on. An object of its own for the depth makes the engine
-// set that anew for whatever is drawn next.
+// A drawable with a draw callback of its own may leave depth writes on. With a depth attribute of its own, OSG applies
+// the attribute again for whatever is drawn next.
 class OwnDepthForCallbacks : public osg::NodeVisitor {
  public:
   OwnDepthForCallbacks() : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN) {}
@@ -78,7 +78,7 @@ void setKind(osg::Node& node, int kind) {
   node.getOrCreateStateSet()->addUniform(new osg::Uniform("kind", kind));
 }
 
-// Without depth writes a solid's far side would cover its near one.
+// Without depth writes, a solid's far side would cover its near side.
 void setUpSolid(osg::Node& node) {
   osg::StateSet& state = *node.getOrCreateStateSet();
   setKind(node, kSolid);

@@ -8,26 +8,26 @@
 
 namespace QuorViewer {
 
-/// Which handles of the box, and which numbers they have.
+/// Which handles of the box are shown; the numeric values are the library's.
 using ClipMode = QuorOsgUtils::BoxCutterDragger::CutterType;
 
-/// From where to where a pointer goes to drag a handle, in the frame of the scene.
+/// The start and the end of a handle drag, in the frame of the scene.
 struct HandlePath {
   osg::Vec3d from;
   osg::Vec3d to;
 };
 
-/// The library's clip box, dressed for this viewer's frame: programs in place of the fixed-function state that OpenGL
-/// refuses there, and no traces in the captured depth, which belongs to the cloud alone.
+/// The library's clip box, adapted to this viewer's frame buffer: programs replace the fixed-function state that OpenGL
+/// rejects there, and the captured depth is left to the cloud alone.
 ///
-/// A cone or an arrow that points at the eye takes no press: there, a pixel's move of the pointer would be a
-/// kilometre's on the handle.
+/// A cone or an arrow that points at the eye ignores presses: a pointer move of one pixel would move the handle by a
+/// huge distance.
 ///
-/// Cones stand before everything; lines hide behind points. The rings are meant to be drawn twice: before the cloud
-/// with `setUpState`, and after it with `setUpStateOfRingsAgain`, where only what stands before the disc appears.
+/// Cones are in front of everything; lines are hidden behind points. The rings are meant to be drawn twice: before the
+/// cloud with `setUpState`, and after it with `setUpStateOfRingsAgain`, which shows only the half in front of the disc.
 class ClipHandles : public QuorOsgUtils::BoxCutterDragger {
  public:
-  /// `clipNode` comes without planes, and gets them from `applyClipPlane`.
+  /// `clipNode` starts without planes; `applyClipPlane` adds them.
   ClipHandles(const osg::BoundingBoxf& box, osg::ClipNode* clipNode);
 
   /// State for a parent of the handles.
@@ -39,12 +39,12 @@ class ClipHandles : public QuorOsgUtils::BoxCutterDragger {
   const osg::BoundingBoxf& box() const { return _box; }
   bool isDragged() const { return _draggerActive; }
 
-  /// Pushes a face (0 to 5: low and high x, y, z) into the box by a share of its extent. Handles have their size from
-  /// the first frame that shows them on, and before it there is no path.
+  /// Pushes a face (0 to 5: low and high x, y, z) into the box by a fraction of its extent. Handles have a size from
+  /// the first frame that shows them; before that there is no path.
   HandlePath pathOfFace(std::size_t face, double share) const;
-  /// Moves the box along its axis by a share of its extent.
+  /// Moves the box along its axis by a fraction of its extent.
   HandlePath pathOfAxis(std::size_t axis, double share) const;
-  /// Turns the box, by a place of the ring near the one that is nearest to the eye.
+  /// Rotates the box, from a point on the ring near the one closest to the eye.
   HandlePath pathOfRing(std::size_t axis, double degrees, const osg::Vec3d& eye) const;
 
  protected:

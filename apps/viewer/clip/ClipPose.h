@@ -11,15 +11,16 @@ namespace QuorViewer {
 /// No side of a clip box is shorter than this, in world units.
 constexpr double kLeastClipExtent = 0.5;
 
-/// A clip box as people speak of it.
+/// The pose of a clip box, for display.
 struct ClipPose {
   osg::Vec3d size;
   osg::Vec3d centre;  ///< in world coordinates
   double degrees = 0.0;
-  osg::Vec3d axis = {0.0, 0.0, 1.0};  ///< that the box has been turned about, counter-clockwise; of length 1
+  osg::Vec3d axis = {0.0, 0.0, 1.0};  ///< that the box is rotated about, counter-clockwise; unit length
 };
 
-/// The pose of a box that a matrix without scale has moved and turned. `origin` leads from the box' frame to the world.
+/// The pose of a box under a matrix that translates and rotates but does not scale. `origin` is added to give world
+/// coordinates.
 ClipPose poseOf(const osg::BoundingBoxf& box, const osg::Matrixd& matrix, const osg::Vec3d& origin);
 
 /// For the window: "Box 12.00 × 4.50 × 3.00   at …   turned 30.0° about Z".
@@ -27,8 +28,8 @@ std::string statusText(const ClipPose& pose);
 /// For the standard output: "clip size x y z centre x y z rotation degrees x y z".
 std::string outputText(const ClipPose& pose);
 
-/// A box around all of `content`, larger by a margin, so that nothing is cut and each face can be pulled. Of flat and
-/// of tiny content, too. Expects valid bounds.
+/// A box around all of `content`, enlarged by a margin, so that nothing is clipped and each face can be dragged. Also
+/// works for flat or tiny content. Expects valid bounds.
 osg::BoundingBoxf boxAround(const osg::BoundingBox& content);
 
 }  // namespace QuorViewer

@@ -10,7 +10,7 @@
 namespace QuorViewer {
 namespace {
 
-// The first free one of town_inside.las, town_inside_2.las, …
+// The first unused name among town_inside.las, town_inside_2.las, …
 std::string freePathFor(const std::string& scanPath) {
   const std::string stem = nameOf(placeOf(scanPath).stem()) + "_inside";
   std::string path = stem + ".las";
@@ -68,7 +68,7 @@ void ClipSave::_fail(const std::string& reason) {
   _listener.failed(reason);
 }
 
-// A crop that kept no point ends with an error; among several scans that is nothing to complain about.
+// A crop that keeps no point ends with an error; with several scans this is normal.
 bool ClipSave::_nothingInside() const {
   return _crop && _crop->pointsWritten() == 0 && _crop->pointsRead() == _crop->pointCount();
 }

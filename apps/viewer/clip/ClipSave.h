@@ -14,12 +14,12 @@
 
 namespace QuorViewer {
 
-/// Writes those points of all scans that lie inside a clip box, a little at a time, so that the window stays alive.
-/// Each scan with points inside gets a LAS file of its own in the working folder, named after it; no file is
-/// overwritten. A scan that fails is told about and the others go on. No scan is closed meanwhile.
+/// Writes the points of all scans that lie inside a clip box, in small steps, so that the window stays responsive. Each
+/// scan with points inside gets its own LAS file in the working folder, named after the scan; no file is overwritten. A
+/// scan that fails is reported and the others continue. No scan may be closed meanwhile.
 class ClipSave {
  public:
-  /// Who is told what: a line for people each.
+  /// Callbacks; each gets one line of text for the user.
   struct Listener {
     std::function<void(const std::string& message)> written;
     std::function<void(const std::string& message)> failed;
@@ -28,7 +28,7 @@ class ClipSave {
   /// `planes` point inwards and are relative to the scans' local origin. `scans` outlives the save.
   ClipSave(ScanSet& scans, std::vector<osg::Plane> planes, Listener listener);
 
-  /// Works for about as long as `budget` allows.
+  /// Works for about `budget`.
   void step(std::chrono::milliseconds budget);
 
   bool finished() const { return _scansLeft.empty(); }
@@ -45,10 +45,10 @@ class ClipSave {
   ScanSet& _scans;
   std::vector<osg::Plane> _planes;
   Listener _listener;
-  std::vector<unsigned int> _scansLeft;  // the one at hand last
+  std::vector<unsigned int> _scansLeft;  // the current one is last
   std::string _path;
-  std::unique_ptr<ScanCrop> _crop;  // of the scan at hand
-  std::uint64_t _readBefore = 0;    // points of the scans that are done
+  std::unique_ptr<ScanCrop> _crop;  // of the current scan
+  std::uint64_t _readBefore = 0;    // points of the finished scans
   bool _anyToldOf = false;
 };
 

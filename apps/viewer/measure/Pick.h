@@ -6,7 +6,7 @@
 
 namespace QuorViewer {
 
-/// A point as the identifier attachment names it. Pixels count from the bottom left.
+/// A point as stored in the identifier attachment. Pixels count from the bottom left.
 struct PickedPixel {
   int x = 0;
   int y = 0;
@@ -22,10 +22,10 @@ struct IdentifierImage {
   int height = 0;
 };
 
-/// How far from the pointer a point may lie: sparse points are hard to hit otherwise.
+/// How far from the pointer a point may be: sparse points would otherwise be hard to hit.
 constexpr int kPickRadiusPixels = 6;
 
-/// The pixel of a point that is nearest to (x, y), no further than the pick radius. Looks only inside the image.
+/// The pixel nearest to (x, y) that shows a point, within the pick radius. Looks only inside the image.
 std::optional<PickedPixel> pickNearest(const IdentifierImage& image, int x, int y,
                                        int radiusPixels = kPickRadiusPixels);
 

@@ -22,7 +22,7 @@ void main() {
 }
 )";
 
-// A ring with a dot in the middle, dark edges around both, so that it reads on any colour.
+// A ring with a dot in the middle, both with dark edges, so that it is visible on any colour.
 constexpr const char* kRingFragmentShader = R"(#version 330 compatibility
 flat in float latest;
 layout(location = 0) out vec4 colour;

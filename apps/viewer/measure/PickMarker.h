@@ -13,7 +13,7 @@ class PickMarker {
   PickMarker();
 
   osg::Node* node() { return _node; }
-  /// Marks `point`; the point marked before stays marked as the other end of the line.
+  /// Marks `point`; the previously marked point becomes the other end of the line.
   void mark(const osg::Vec3d& point);
   void clear();
 

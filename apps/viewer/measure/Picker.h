@@ -14,36 +14,36 @@
 
 namespace QuorViewer {
 
-/// Everything known of a picked point.
+/// Everything known about a picked point.
 struct PickedPoint {
   unsigned int scan = 0;
   std::uint64_t point = 0;   ///< index in its file
-  osg::Vec3d coordinates;    ///< as the file states them
+  osg::Vec3d coordinates;    ///< as stored in the file
   osg::Vec3d localPosition;  ///< relative to the local origin, as drawn
-  int decimals = 0;          ///< that the file's coordinates are good for
+  int decimals = 0;          ///< significant decimals of the file's coordinates
   unsigned int classification = 0;
   unsigned int intensity = 0;
   unsigned int returnNumber = 0;
   unsigned int returns = 0;
-  std::optional<double> distance;  ///< from the point picked before, in world units
+  std::optional<double> distance;  ///< from the previously picked point, in world units
 };
 
-/// Finds out which point is under a pixel, from the captured frame alone.
+/// Finds the point under a pixel, using only the captured frame.
 class Picker {
  public:
   /// Both outlive the picker.
   Picker(QuorOsgUtils::ScreenCaptureTool& tool, ScanSet& scans) : _tool(tool), _scans(scans) {}
 
-  /// Picks near a pixel, counted from the bottom left. Empty beside the cloud: the latest pick then stays the one that
-  /// the next distance is measured from. Throws ScanError when the file can no longer be read.
+  /// Picks near a pixel, counted from the bottom left. Returns nothing if no point is near; the next distance is then
+  /// still measured from the latest pick. Throws ScanError if the file can no longer be read.
   std::optional<PickedPoint> pick(int x, int y);
 
-  /// The scan whose point is near a pixel, the same way. Nothing beside the cloud.
+  /// The scan of the point near a pixel, found in the same way. Nothing if no point is near.
   std::optional<unsigned int> scanAt(int x, int y);
-  /// Forgets the latest pick. The next one has no distance.
+  /// Forgets the latest pick, so that the next one has no distance.
   void forget() { _latest.reset(); }
 
-  /// The pixel of a point near the window's fraction (0 to 1, from the bottom left), searched ever farther.
+  /// The pixel of a point near a position in the window (0 to 1, from the bottom left), searched in a growing radius.
   std::optional<osg::Vec2i> pixelOfAnyPointNear(const osg::Vec2f& fraction);
 
   const std::optional<PickedPoint>& latest() const { return _latest; }

@@ -25,14 +25,14 @@ struct Interval {
   double length() const { return high - low; }
 };
 
-// What the points span in the camera's axes: right, up, and towards the viewer.
+// Extents of the points along the camera's axes: right, up, and towards the viewer.
 struct Spans {
   Interval right, up, depth;
 };
 
-// With t the tangent of half an angle of view, a point (x, z) stays in the picture of an eye at (e, h) when
-// |x - e| <= (h - z) t. Over all points that reads max(x + t z) - t h <= e <= min(x - t z) + t h. So the eye stands in
-// the middle of the two extremes, and half their difference is t h. An orthographic picture is the case t = 0.
+// With t the tangent of half the angle of view, an eye at (e, h) sees a point (x, z) if |x - e| <= (h - z) t. Over all
+// points: max(x + t z) - t h <= e <= min(x - t z) + t h. So the eye is midway between the two extremes, and half their
+// difference is t h. An orthographic view is the case t = 0.
 Spans spansOf(const std::vector<osg::Vec3f>& points, const osg::Quat& rotation, double rightTangent, double upTangent) {
   const osg::Quat toCamera = rotation.inverse();
   Spans spans;

@@ -8,7 +8,8 @@
 namespace QuorViewer {
 namespace {
 
-// The station's pan goes by the distance to the orbit centre: this far, a drag across the window is a few steps.
+// At a station, panning is proportional to the distance to the orbit centre: at this distance, a drag across the window
+// moves by a few steps.
 constexpr double kStationReach = 5.0;
 
 struct PitchAndYaw {
@@ -16,7 +17,7 @@ struct PitchAndYaw {
   osg::Quat yaw;
 };
 
-// The pitch is the turn up from straight down; the yaw takes all the rest, and thus also a tilt of the horizon.
+// The pitch is the rotation up from straight down; the yaw is all the rest, including any tilt of the horizon.
 PitchAndYaw split(const osg::Quat& rotation) {
   const osg::Vec3d ahead = rotation * osg::Vec3d(0.0, 0.0, -1.0);
   const double fromStraightDown = std::acos(std::clamp(-ahead.z(), -1.0, 1.0));
@@ -37,7 +38,7 @@ QuorOsgUtils::SLidarManipulatorBase& Navigator::manipulator() const {
   return _aboutPointer ? static_cast<QuorOsgUtils::SLidarManipulatorBase&>(*_pointer) : *_middle;
 }
 
-// The release of a drag that is under way goes to the new manipulator, so the old one gets a release of its own.
+// The release of a drag in progress goes to the new manipulator, so the old one gets a release event of its own.
 // Otherwise its pivot marker would stay in the scene.
 void Navigator::swap() {
   const osg::ref_ptr<osgGA::GUIEventAdapter> release = new osgGA::GUIEventAdapter;
@@ -63,7 +64,7 @@ void Navigator::setPose(const Pose& pose) {
   used.setPitchWithYawQuat(parts.pitch, parts.yaw);
 }
 
-// The manipulators keep the station in single precision; the eye must be at the very place that they turn about.
+// The manipulators store the station in single precision; the eye must be exactly at the point that they rotate about.
 void Navigator::enterStation(const osg::Vec3d& station) {
   const osg::Vec3f kept(station);
   const Pose before = pose();

@@ -10,7 +10,7 @@
 
 namespace QuorViewer {
 
-/// Where the camera is: what it looks at, from how far, and how it is turned.
+/// The camera's pose: the point it looks at, the distance from it, and the rotation.
 struct Pose {
   osg::Vec3d centre;
   double distance = 1.0;
@@ -20,9 +20,9 @@ struct Pose {
   osg::Vec3d direction() const { return rotation * osg::Vec3d(0.0, 0.0, -1.0); }
 };
 
-/// The two ways to move through the scene, about the middle of the view or about the point under the pointer, and
-/// looking around from a station, which both know. Whatever is switched, the view stays where it is unless a pose is
-/// asked for. Points are relative to the local origin.
+/// Navigation about the middle of the view or about the point under the pointer, and looking around from a station,
+/// which works in both. Switching manipulators and leaving a station keep the view. Points are relative to the local
+/// origin.
 class Navigator {
  public:
   /// Installs the first manipulator. The viewer outlives the navigator.
@@ -32,16 +32,16 @@ class Navigator {
   QuorOsgUtils::SLidarManipulatorBase& manipulator() const;
 
   bool turnsAboutPointer() const { return _aboutPointer; }
-  /// Takes the other manipulator.
+  /// Switches to the other manipulator.
   void swap();
 
   Pose pose() const;
   void setPose(const Pose& pose);
 
   bool isAtStation() const { return _atStation; }
-  /// Puts the eye on a station, looking on in the same direction; from then on the view only turns there.
+  /// Moves the eye to a station and keeps the view direction; from then on the view only rotates.
   void enterStation(const osg::Vec3d& station);
-  /// Back to moving about. The view stays.
+  /// Back to normal navigation. The view stays.
   void leaveStation();
 
  private:

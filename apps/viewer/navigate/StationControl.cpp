@@ -95,7 +95,7 @@ std::string StationControl::summary() const {
   return projection + (_host.navigator.turnsAboutPointer() ? "   ·   About the pointer" : "   ·   About the middle");
 }
 
-// Scans of one station often have it at the origin of their coordinates, amid their points.
+// Scans from a single station often have it at the origin of their coordinates, among their points.
 std::optional<osg::Vec3d> StationControl::_findStation() const {
   const osg::Vec3d origin = _host.scans.origin();
   if (_given) {

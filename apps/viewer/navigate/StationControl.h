@@ -15,8 +15,8 @@
 
 namespace QuorViewer {
 
-/// How the user moves, by keys: about the middle or about the pointer, or on a scanner's station, where the view only
-/// turns and the wheel changes the field of view. Says on the status bar and the terminal what it does.
+/// Navigation by keys: about the middle, about the pointer, or at a scanner station, where the view only rotates and
+/// the wheel changes the field of view. Reports changes on the status bar and the terminal.
 class StationControl {
  public:
   /// All outlive the control.
@@ -28,18 +28,18 @@ class StationControl {
     Messages& messages;
   };
 
-  /// `station`, in the scans' own coordinates, goes before all that the scans or the user's picks suggest.
+  /// `station`, in the scans' own coordinates, takes precedence over the scans' origin and the user's picks.
   StationControl(Host host, std::optional<osg::Vec3d> station) : _host(host), _given(station) {}
 
-  /// Expects that the control outlives the bindings; may be called before it is complete.
+  /// Expects that the control outlives the bindings; may be called before it is constructed.
   static std::vector<KeyBinding> bindings(StationControl& control);
 
   bool isAtStation() const { return _host.navigator.isAtStation(); }
-  /// Leaves the station, if there, for the view before.
+  /// Leaves the station, if at one, and restores the view from before.
   void abandon();
   /// Shows a field of view that has changed since the last call.
   void showFieldOfView();
-  /// What the status bar says of the navigation.
+  /// The navigation part of the status bar.
   std::string summary() const;
 
  private:

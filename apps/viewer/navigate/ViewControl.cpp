@@ -10,11 +10,11 @@ namespace QuorViewer {
 namespace {
 
 constexpr Direction kHomeDirection = {145.0, 32.0};
-constexpr double kHomeMargin = 1.16;     // the status bar covers a little of the picture
-constexpr double kCloseLookShare = 0.4;  // of the radius of everything: the height of a close look's picture
+constexpr double kHomeMargin = 1.16;     // the status bar covers a little of the image
+constexpr double kCloseLookShare = 0.4;  // height of the image in a close look, as a fraction of the scene's radius
 constexpr double kSmallestHeight = 1e-6;
 
-// The planes are found anew for every frame; these only start them off.
+// The planes are recomputed for every frame; these are only their initial values.
 constexpr double kStartNear = 1.0;
 constexpr double kStartFar = 1000.0;
 
@@ -132,7 +132,8 @@ void ViewControl::_setPictureHeight(double height) {
   _navigator.manipulator().setDistance(_distanceBehindEverything());
 }
 
-// An orthographic picture shows the same from any distance, but what lies behind the eye is cut off: so stand far away.
+// An orthographic image is the same from any distance, but everything behind the eye is clipped, so the eye is far
+// away.
 double ViewControl::_distanceBehindEverything() const {
   return ((_navigator.manipulator().getCenter() - _bounds.center()).length() + _radius()) * 2.0;
 }

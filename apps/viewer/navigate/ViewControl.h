@@ -11,30 +11,30 @@
 
 namespace QuorViewer {
 
-/// The views that the host chooses itself, beside what the pointer does: home, a close look at a point, and the switch
+/// The views that the viewer sets itself, besides pointer navigation: home, a close look at a point, and the switch
 /// between perspective and orthographic projection. All points are relative to the local origin.
 class ViewControl {
  public:
   /// Both outlive the control.
   ViewControl(osg::Camera& camera, Navigator& navigator);
 
-  /// All that there is to see, and a sample of it, which home frames.
+  /// The bounds of all points, and a sample of them, which home frames.
   void setContent(const osg::BoundingBoxd& bounds, const std::vector<osg::Vec3f>& places);
 
   const osg::BoundingBoxd& bounds() const { return _bounds; }
 
-  /// An oblique view of everything, in the projection at hand.
+  /// An oblique view of everything, in the current projection.
   void home();
-  /// Brings `point` into the middle, close enough to see what is around it, and keeps the direction.
+  /// Moves `point` to the middle, close enough to see what is around it, and keeps the direction.
   void lookAt(const osg::Vec3d& point);
 
   bool isOrthographic() const;
-  /// The other projection, in which things at the orbit centre's depth keep their size in pixels.
+  /// Switches to the other projection; things at the orbit centre's depth keep their size in pixels.
   void toggleProjection();
 
-  /// Of a perspective picture, vertically; 0 of an orthographic one.
+  /// Vertical, of a perspective image; 0 for an orthographic one.
   double fieldOfViewDegrees() const;
-  /// The field of view that pictures start with, in perspective.
+  /// Restores the default field of view, in perspective.
   void resetFieldOfView();
 
   /// World position of the camera and its projection, as text for a terminal: "view eye … centre … up … projection …".
@@ -44,7 +44,7 @@ class ViewControl {
  private:
   FieldOfView _field() const;
   double _radius() const;
-  // How high the picture is in world units at the orbit centre's depth, and the way to change that.
+  // Height of the image in world units at the orbit centre's depth, and its setter.
   double _pictureHeight() const;
   void _setPictureHeight(double height);
   double _distanceBehindEverything() const;

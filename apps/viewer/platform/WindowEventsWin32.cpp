@@ -2,7 +2,7 @@
 
 namespace QuorViewer {
 
-// Here all that comes goes into the event queue at once.
+// On Windows all events go into the event queue at once.
 bool hasNewsForNextFrame(osgViewer::GraphicsWindow& /*window*/) {
   return false;
 }

@@ -5,7 +5,7 @@
 namespace QuorViewer {
 namespace {
 
-// Half a step of noise hides the bands that eight bits would show in so gentle a gradient.
+// Noise of half a step hides the banding that this shallow gradient would show at eight bits.
 constexpr const char* kFragmentShader = R"(#version 330 compatibility
 in vec2 window;
 layout(location = 0) out vec4 colour;

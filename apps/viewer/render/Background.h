@@ -4,7 +4,7 @@
 
 namespace QuorViewer {
 
-/// The backdrop: a dim vertical gradient, behind everything, leaving the depth untouched.
+/// The background: a dim vertical gradient behind everything. It does not change the depth.
 osg::ref_ptr<osg::Node> createBackground();
 
 }  // namespace QuorViewer

@@ -34,7 +34,7 @@ GLuint windowFrameBuffer(const osg::State& state) {
   return state.getGraphicsContext()->getDefaultFboId();
 }
 
-// The engine's table of GL entry points leaves these out. Expects a current context.
+// GL entry points that OSG's own table lacks. Expects a current context.
 struct ClearFunctions {
   template <typename Value>
   using Clear = void(GL_APIENTRY*)(GLenum buffer, GLint drawBuffer, const Value* value);
@@ -50,8 +50,8 @@ struct ClearFunctions {
   Clear<GLint> ofSigned = nullptr;
 };
 
-// Before the draw: gives the frame the viewport's size and clears each attachment with its own type. It comes before
-// the camera's state set is applied, so it binds and unbinds the frame itself.
+// Before the draw: resizes the frame-buffer object to the viewport and clears each attachment as its own type. It runs
+// before the camera's state set is applied, so it binds and unbinds the object itself.
 class BeginFrame : public osg::Camera::DrawCallback {
  public:
   BeginFrame(osg::FrameBufferObject* frame, osg::Texture2D* depthCopy) : _frame(frame), _depthCopy(depthCopy) {}
@@ -83,8 +83,8 @@ class BeginFrame : public osg::Camera::DrawCallback {
     _depthCopy->dirtyTextureObject();
   }
 
-  // Clearing honours the write masks. The stage that draws next resets all colour masks behind the state's back, too,
-  // so the state must forget what it believes about each.
+  // Clearing respects the write masks. The render stage that draws next also resets all colour masks behind the state's
+  // back, so the state's cached masks are marked as changed.
   static void _allowAllWrites(osg::State& state) {
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
     for (unsigned int attachment = 0; attachment < Attachment::kCount; ++attachment) {
@@ -112,7 +112,7 @@ class BeginFrame : public osg::Camera::DrawCallback {
   osg::ref_ptr<osg::Texture2D> _depthCopy;
 };
 
-// After the draw and the capture: brings the colours to the window, and notes what GL has complained about.
+// After the draw and the capture: copies the colours to the window and counts GL errors.
 class PresentFrame : public osg::Camera::DrawCallback {
  public:
   explicit PresentFrame(osg::FrameBufferObject* frame) : _frame(frame) {}

@@ -9,7 +9,7 @@
 
 namespace QuorViewer {
 
-/// Which attachment of the frame holds what, beside the visible colours in attachment 0.
+/// The contents of each attachment, besides the visible colours in attachment 0.
 namespace Attachment {
 constexpr unsigned int kIdentifiers = 1;  ///< unsigned: scan (from 1; 0 background), point index low, high, 1
 constexpr unsigned int kPositions = 2;    ///< float: x, y, z relative to the local origin, 1
@@ -18,25 +18,26 @@ constexpr unsigned int kCodes = 4;        ///< signed: point index low, classifi
 constexpr unsigned int kCount = 5;
 }  // namespace Attachment
 
-/// The off-screen frame that a window's camera draws into, captured after each draw and then shown in the window.
+/// The off-screen frame that a window's camera draws into. It is captured after each draw and then copied to the
+/// window.
 ///
-/// The frame-buffer object stands on the camera's state set, since the capture tool reads the object that the state
-/// last applied as an attribute. It follows the size of the camera's viewport. Nodes below the camera write colours
-/// only; the ones that know what belongs in the other attachments ask for it with `writeAllAttachments`. Nodes without
-/// a program of their own are drawn in their plain colours. Expects one draw thread. The camera keeps what it needs;
-/// the target may die before it.
+/// The frame-buffer object is an attribute of the camera's state set, because the capture tool reads the object that
+/// the state applied last. It follows the size of the camera's viewport. Nodes below the camera write colours only;
+/// nodes that have values for the other attachments enable them with `writeAllAttachments`. Nodes without a program of
+/// their own are drawn in their unlit colours. Expects one draw thread. The camera keeps what it needs; the target may
+/// be destroyed before it.
 class CaptureTarget {
  public:
   /// Takes over the camera's clearing and its pre-draw, post-draw and final-draw callbacks.
   explicit CaptureTarget(osg::Camera& camera);
 
-  /// Lets nodes under this state write into attachments 1 to 4 too.
+  /// Lets nodes under this state write to attachments 1 to 4 too.
   static void writeAllAttachments(osg::StateSet& stateSet);
 
   QuorOsgUtils::ScreenCaptureTool& tool() { return *_tool; }
-  /// A texture as large as the frame, for passes that read the depth drawn so far.
+  /// A texture of the frame's size, for passes that read the depth drawn so far.
   osg::Texture2D* depthCopy() { return _depthCopy; }
-  /// How many errors GL has reported in the frames drawn so far.
+  /// Number of errors that GL has reported in the frames drawn so far.
   unsigned int glErrorCount() const;
 
  private:

@@ -8,7 +8,7 @@ namespace {
 constexpr std::size_t kSampleValues = 65536;
 constexpr std::size_t kSamplePlaces = 16384;
 
-// The shares of the points below and above a range: a few stray ones must not squeeze all others into one colour.
+// The shares of the points below and above a range: a few outliers must not compress all others into one colour.
 constexpr double kLowShare = 0.003;
 constexpr double kHighShare = 0.997;
 

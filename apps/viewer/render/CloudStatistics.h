@@ -12,20 +12,20 @@
 
 namespace QuorViewer {
 
-/// What the points look like on the whole. Elevations and places are relative to the local origin.
+/// A summary of all points. Elevations and positions are relative to the local origin.
 struct CloudSummary {
-  std::pair<float, float> elevations = {0.0F, 1.0F};  ///< the range of nearly all points, a few stray ones left out
+  std::pair<float, float> elevations = {0.0F, 1.0F};  ///< the range of nearly all points, without a few outliers
   std::pair<float, float> intensities = {0.0F, 1.0F};
   std::vector<osg::Vec3f> places;             ///< an even sample
-  std::vector<unsigned int> classifications;  ///< that occur, ascending
+  std::vector<unsigned int> classifications;  ///< those present, ascending
 };
 
-/// Learns from chunks, one after the other, and forgets whole scans. One thread at a time.
+/// Accumulates chunks one after another, and can forget whole scans. One thread at a time.
 class CloudStatistics {
  public:
   void add(unsigned int scan, const PointChunk& chunk);
   void forget(unsigned int scan) { _ofScans.erase(scan); }
-  /// Of all scans together.
+  /// For all scans together.
   CloudSummary summary() const;
 
  private:

@@ -24,7 +24,7 @@ constexpr std::array<ModeWords, kColourModeCount> kWords = {{
 }};
 
 // Seven even steps through the upper three quarters of the viridis map (S. van der Walt, N. Smith; public domain), 8
-// bits a channel. The map's darkest quarter would drown in the dark backdrop.
+// bits per channel. The map's darkest quarter would be invisible against the dark background.
 constexpr std::array<std::array<float, 3>, 7> kRampSteps = {{
     {59, 81, 139},
     {44, 113, 142},

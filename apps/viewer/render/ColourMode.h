@@ -8,31 +8,31 @@
 
 namespace QuorViewer {
 
-/// What a point's colour stands for. The values are the shader's.
+/// What a point's colour represents. The values match the shader's.
 enum class ColourMode { Rgb, Intensity, Elevation, Classification };
 
 constexpr int kColourModeCount = 4;
 
-/// The word for the command line: rgb, intensity, elevation, classification.
+/// The command-line word: rgb, intensity, elevation, classification.
 const char* optionOf(ColourMode mode);
-/// The word for people.
+/// The name shown to the user.
 const char* titleOf(ColourMode mode);
-/// The mode that a word of the command line names, if any.
+/// The mode for a command-line word, if any.
 std::optional<ColourMode> colourModeOf(const std::string& option);
-/// The one after `mode`, round and round.
+/// The mode after `mode`, wrapping around.
 ColourMode nextOf(ColourMode mode);
 
-/// A colour map whose brightness grows evenly from 0 to 1, and whose steps look equally large everywhere, also to
-/// colour-blind eyes and in grey print. Channels from 0 to 1; `fraction` outside 0 to 1 is clamped.
+/// A colour map whose lightness grows evenly from 0 to 1 and whose steps look equally large everywhere, also to
+/// colour-blind viewers and in greyscale print. Channels from 0 to 1; `fraction` is clamped to 0 to 1.
 osg::Vec3f rampColour(float fraction);
 
-/// An elevation at share s of its range gets the ramp's colour at s to this power: most points of most scans are near
-/// the ground, and its gentle relief shall show beside a tower.
+/// An elevation at fraction s of its range gets the ramp's colour at s to this power: most points of most scans are
+/// near the ground, and its shallow relief should be visible next to a tower.
 constexpr float kElevationExponent = 0.55F;
 
-/// `rampColour` as a texture of 256 × 1 texels, lowest first.
+/// `rampColour` as an image of 256 × 1 texels, lowest first.
 osg::ref_ptr<osg::Image> createRampImage();
-/// The colours of the classification codes as a texture of 256 × 1 texels.
+/// The colours of the classification codes as an image of 256 × 1 texels.
 osg::ref_ptr<osg::Image> createClassImage();
 
 }  // namespace QuorViewer

@@ -11,10 +11,10 @@ namespace {
 constexpr float kRadiusPixels = 1.6F;
 constexpr float kStrength = 1.0F;
 
-// Distance from the eye follows from the depth by undoing the projection: with z the eye coordinate,
+// The distance from the eye follows from the depth by inverting the projection: with z the eye coordinate,
 //   depth × 2 − 1 = (P22 z + P32) / (P23 z + P33),
-// for perspective and orthographic matrices alike. A step between neighbours is measured against the height that the
-// picture shows at that distance (2 w / P11), so that zooming does not change how dark it looks.
+// for perspective and orthographic matrices alike. A step between neighbours is divided by the height that the image
+// shows at that distance (2 w / P11), so that zooming does not change the darkness.
 constexpr const char* kFragmentShader = R"(#version 330 compatibility
 uniform sampler2D depths;
 uniform float radiusPixels;

@@ -5,8 +5,8 @@
 
 namespace QuorViewer {
 
-/// Shades the cloud by depth alone: a pixel darkens by how much its neighbours stand out in front of it, so that edges
-/// and relief show where points carry no normals. Works in both projections; the background stays as it is.
+/// Shades the cloud by depth alone: a pixel is darkened by how far its neighbours are in front of it, so that edges and
+/// relief are visible although points have no normals. Works in both projections; the background stays unchanged.
 ///
 /// Draws after the cloud and before everything that must stay bright. It copies the depth drawn so far into `depthCopy`
 /// and multiplies the colours in attachment 0, without reading them.

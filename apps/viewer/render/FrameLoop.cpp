@@ -13,7 +13,7 @@
 namespace QuorViewer {
 namespace {
 
-// The engine keeps buffers by their size, but adds them up in 32 bits, which large clouds exceed.
+// OSG groups buffers by size, but sums them in 32 bits, which large clouds exceed.
 class Buffers : public osg::GLBufferObjectManager {
  public:
   static std::uint64_t bytesIn(const osg::GLBufferObjectManager& manager) {
@@ -24,8 +24,8 @@ class Buffers : public osg::GLBufferObjectManager {
   }
 };
 
-// The engine's own manager of a context's buffers, by a buffer of its making. Asked for by its type it would be
-// another, empty one wherever programs and libraries have type information each of their own, as on Windows.
+// OSG's manager of a context's buffers, reached through a buffer that it created. A lookup by type would return
+// another, empty manager where programs and libraries have separate type information, as on Windows.
 const osg::GLBufferObjectManager& bufferManagerOf(unsigned int contextId) {
   const osg::ref_ptr<osg::VertexBufferObject> buffer = new osg::VertexBufferObject;
   return *buffer->getOrCreateGLBufferObject(contextId)->_set->getParent();
@@ -33,8 +33,8 @@ const osg::GLBufferObjectManager& bufferManagerOf(unsigned int contextId) {
 
 }  // namespace
 
-// The last of a frame's operations on the graphics thread. What was released since the frame before is freed at once,
-// and not a little in each of many frames, for this viewer draws none without need.
+// The last operation of a frame on the graphics thread. Everything released since the previous frame is freed at once,
+// rather than spread over many frames, because this viewer draws only on demand.
 class FrameLoop::FrameEnd : public osg::GraphicsOperation {
  public:
   FrameEnd() : osg::GraphicsOperation("FrameEnd", true) {}
@@ -52,7 +52,7 @@ class FrameLoop::FrameEnd : public osg::GraphicsOperation {
     const std::lock_guard<std::mutex> held(_mutex);
     return _frames;
   }
-  /// Waits for a little; true when more frames have ended.
+  /// Waits briefly; true if more frames have ended.
   bool waitBeyond(std::uint64_t frames) {
     constexpr std::chrono::milliseconds kLimit(20);
     std::unique_lock<std::mutex> held(_mutex);
@@ -88,7 +88,7 @@ FrameLoop::FrameLoop(osgViewer::Viewer& viewer, osgViewer::ViewerBase::Threading
   viewer.setThreadingModel(threading);
 }
 
-// The context walks its operations on its own thread, so that has to rest first.
+// The context runs its operations on its own thread, so threading is stopped first.
 FrameLoop::~FrameLoop() {
   _viewer.stopThreading();
   _context->remove(_end);
@@ -106,9 +106,9 @@ void FrameLoop::draw() {
   }
 }
 
-// Hidden at once, since whoever picks from the next frame is to pick what is left. The frames: the one at whose end the
-// child leaves; one for each of the two lists of drawables that the engine fills by turns when it draws on a thread of
-// its own, which hold what was drawn last; and one that shows what has become free.
+// Hidden at once, so that a pick in the next frame finds only what is left. The frames: one at whose end the child is
+// removed; one for each of the two draw lists that OSG alternates between when it draws on a separate thread, and that
+// hold what was drawn last; and one that shows the memory that has become free.
 void FrameLoop::remove(osg::Group* parent, osg::Node* child) {
   constexpr int kFrames = 4;
   child->setNodeMask(0);

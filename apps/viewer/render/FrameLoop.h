@@ -8,24 +8,24 @@
 
 namespace QuorViewer {
 
-/// Draws a viewer's frames one at a time, whatever threads the viewer draws on: `draw` ends when the frame's work on
-/// the graphics thread has ended. So between two frames the scene is the caller's alone, and what leaves it for good
-/// leaves on the graphics thread, behind the frame's drawing, where nobody walks the scene.
+/// Draws a viewer's frames one at a time, in any threading model: `draw` returns when the frame's work on the graphics
+/// thread has ended. So between two frames only the caller uses the scene. Nodes are removed on the graphics thread,
+/// after the frame's drawing, outside traversals.
 class FrameLoop {
  public:
-  /// Expects a realized viewer with one window, which draws on the calling thread so far. From now on it has the
-  /// threads of the model; the end stops them.
+  /// Expects a realized viewer with one window, which draws on the calling thread so far. Starts the threads of the
+  /// model; the destructor stops them.
   FrameLoop(osgViewer::Viewer& viewer, osgViewer::ViewerBase::ThreadingModel threading);
   FrameLoop(const FrameLoop&) = delete;
   FrameLoop& operator=(const FrameLoop&) = delete;
   ~FrameLoop();
 
   void draw();
-  /// Hides `child`, and has it taken out of `parent` at the end of the next frame. Requests the frames it takes until
-  /// all that only the child needed of the graphics card is free again.
+  /// Hides `child`, and has it removed from `parent` at the end of the next frame. Requests frames until all graphics
+  /// memory that only the child used is free.
   void remove(osg::Group* parent, osg::Node* child);
 
-  /// The vertex buffers on the graphics card at the end of the latest frame.
+  /// Size of the vertex buffers on the graphics card at the end of the latest frame.
   std::uint64_t gpuBufferBytes() const;
 
  private:

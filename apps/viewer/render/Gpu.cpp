@@ -15,7 +15,7 @@ using QuorOsgUtils::GCTool;
 constexpr std::size_t kNameWidth = 28;
 constexpr std::size_t kTableWidth = 100;
 
-// Broken between words, under one another.
+// Wraps between words; further lines align with the first.
 void appendRow(std::string& table, std::string name, const std::string& answer) {
   std::istringstream words(answer);
   std::string line;

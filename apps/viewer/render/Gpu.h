@@ -6,14 +6,14 @@
 
 namespace QuorViewer {
 
-/// What the GPU says of itself: what was asked, and the answer. Empty where there is none to be asked. To be asked for
-/// before the viewer's window opens, for the question takes the thread's OpenGL context away.
+/// GPU information: pairs of property and value. Empty if there is no GPU to query. Call it before the viewer's window
+/// opens, because the query releases the thread's current OpenGL context.
 std::vector<std::pair<std::string, std::string>> gpuAnswers();
 
-/// The answers for people, one under the other.
+/// The information as text for the user, one line below another.
 std::string gpuTable();
 
-/// The name of the renderer where this is one that draws on the processor, which is slow; empty where it is none.
+/// The renderer's name if it draws on the processor, which is slow; otherwise empty.
 std::string softwareRendererOf(const std::string& renderer);
 
 }  // namespace QuorViewer

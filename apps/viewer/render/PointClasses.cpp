@@ -57,7 +57,7 @@ osg::Vec4ub classificationColour(unsigned int code) {
   if (code < kStandardClasses.size()) {
     return kStandardClasses.at(code).colour;
   }
-  // Steps of the golden ratio around the colour circle never come close to a recent hue.
+  // Steps of the golden ratio around the colour circle stay far from recent hues.
   const float hue = std::fmod(static_cast<float>(code) * 0.61803399F, 1.0F);
   return {channelOfHue(hue, 0.0F), channelOfHue(hue, 0.33333333F), channelOfHue(hue, 0.66666667F), 255};
 }

@@ -6,12 +6,12 @@
 
 namespace QuorViewer {
 
-/// What the survey profession's exchange format calls a classification code: "ground", "high vegetation", …
-/// Codes without a standard meaning are "reserved" or "user defined".
+/// The name of a LAS classification code: "ground", "high vegetation", … Codes without a standard meaning are
+/// "reserved" or "user defined".
 std::string classificationName(unsigned int code);
 
-/// The colour that stands for a classification code (0 to 255). Codes without a standard meaning get colours that are
-/// far apart in hue for neighbouring codes.
+/// The colour of a classification code (0 to 255). Neighbouring codes without a standard meaning get hues that are far
+/// apart.
 osg::Vec4ub classificationColour(unsigned int code);
 
 }  // namespace QuorViewer

@@ -14,7 +14,7 @@
 namespace QuorViewer {
 namespace {
 
-// Generic attributes that no conventional one (vertex 0, colour 3, …) shares a place with on any driver.
+// Generic attributes that share a location with no conventional one (vertex 0, colour 3, …) on any driver.
 constexpr unsigned int kIntensityAttribute = 6;
 constexpr unsigned int kCodesAttribute = 7;
 constexpr int kRampUnit = 0;
@@ -91,7 +91,7 @@ void main() {
 }
 )";
 
-// Rays never hit points, so they need not be held against each of them at every press of a button.
+// Intersectors never hit points, so they skip the cloud instead of testing every point at each press of a button.
 class UnseenByRays : public osg::Group {
  public:
   void traverse(osg::NodeVisitor& visitor) override {

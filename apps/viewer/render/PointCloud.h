@@ -14,24 +14,23 @@
 namespace QuorViewer {
 
 /// The points on the graphics card: one drawable with its own buffers per chunk, culled by the chunk's box, drawn as
-/// round dots. Nothing walks the points after they have been added, no ray either. Fills all five attachments of the
-/// captured frame. Clip planes cut it.
-/// Positions are relative to the local origin; so are the elevations of `setElevationRange`.
+/// round dots. Nothing traverses the points after they have been added, not even intersectors. Fills all five
+/// attachments of the captured frame. Clip planes clip it. Positions are relative to the local origin, and so are the
+/// elevations of `setElevationRange`.
 class PointCloud {
  public:
   PointCloud();
 
   osg::Group* node() { return _node; }
-  /// Of all scans; not valid without any point.
+  /// Of all scans; invalid if there are no points.
   osg::BoundingBox bounds() const;
   osg::BoundingBox boundsOf(unsigned int scanNumber) const;
 
-  /// Takes over the chunk's arrays. `scanNumber` counts from 1; 0 means background in the identifiers.
-  /// Expects at most 2^31 points, none of whose
-  /// indices lies 2^32 or more behind the first, and no draw in progress.
+  /// Takes over the chunk's arrays. `scanNumber` counts from 1; 0 means background in the identifiers. Expects at most
+  /// 2^31 points, each with an index less than 2^32 above the first one's, and no draw in progress.
   void add(unsigned int scanNumber, const PointChunk& chunk);
-  /// Counts a scan's points as gone, and answers the child of `node()` that has them, to be removed from it by whoever
-  /// keeps scene and drawing apart. Null when there is no such scan.
+  /// Drops a scan from the bounds and returns the child of `node()` that holds its points; the caller removes that
+  /// child when no draw is in progress. Null if there is no such scan.
   osg::ref_ptr<osg::Node> release(unsigned int scanNumber);
 
   ColourMode colourMode() const { return _mode; }
@@ -41,7 +40,7 @@ class PointCloud {
   void setIntensityRange(std::pair<float, float> range);
 
   float pointSizePixels() const { return _sizePixels; }
-  /// Diameter, kept within 1 to 32 pixels.
+  /// Diameter, clamped to 1 to 32 pixels.
   void setPointSizePixels(float pixels);
 
  private:

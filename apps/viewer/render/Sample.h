@@ -15,14 +15,14 @@ inline bool isFinite(const osg::Vec3f& value) {
   return std::isfinite(value.x()) && std::isfinite(value.y()) && std::isfinite(value.z());
 }
 
-/// A stand-in for a long stream, in bounded memory and spread evenly over it: keeps every n-th value, and doubles n
-/// whenever there are too many. Leaves out what is not finite.
+/// A sample of a long stream, in bounded memory and spread evenly over it: keeps every n-th value, and doubles n
+/// whenever there are too many. Leaves out values that are not finite.
 template <typename Value>
 class Sample {
  public:
   explicit Sample(std::size_t mostValues) : _mostValues(mostValues) {}
 
-  /// Goes on with `count` values, each `stride` places after the one before it.
+  /// Continues with `count` values, each `stride` elements after the previous one.
   template <typename Source>
   void add(const Source* values, std::size_t count, std::size_t stride = 1) {
     for (; _skip < count; _skip += _step) {
@@ -34,7 +34,7 @@ class Sample {
     _skip -= count;
   }
 
-  /// Stands for both streams from now on, each with its share, and takes no more values.
+  /// Merges the samples of two streams in proportion to their lengths. No values may be added afterwards.
   void join(Sample other) {
     while (_step < other._step) {
       _thinOut();
@@ -71,7 +71,7 @@ class Sample {
   std::size_t _mostValues;
   std::vector<Value> _values;
   std::size_t _step = 1;
-  std::size_t _skip = 0;  // how many of the coming values to pass over
+  std::size_t _skip = 0;  // how many of the next values to skip
 };
 
 }  // namespace QuorViewer

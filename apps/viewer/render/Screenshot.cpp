@@ -16,7 +16,7 @@ class Screenshot::Request : public QuorOsgUtils::CaptureOp {
     _rgba.swap(rgba);
   }
 
-  // The frame's alpha is of no use in a picture.
+  // The frame's alpha has no meaning in an image file.
   osg::ref_ptr<osg::Image> image() const {
     osg::ref_ptr<osg::Image> image = new osg::Image;
     image->allocateImage(_width, _height, 1, GL_RGB, GL_UNSIGNED_BYTE);
@@ -40,7 +40,7 @@ class Screenshot::Request : public QuorOsgUtils::CaptureOp {
 
 Screenshot::Screenshot(QuorOsgUtils::ScreenCaptureTool& tool) : _tool(tool) {}
 
-// A request that no frame has served would keep its writer waiting for good: take it back and open the barrier.
+// A request that no frame has served would block its writer for ever: withdraw it and open the barrier.
 Screenshot::~Screenshot() {
   if (!pending()) {
     return;

@@ -9,8 +9,8 @@
 
 namespace QuorViewer {
 
-/// Pictures of the visible frame as PNG files. Each is captured with the next drawn frame and written by a thread that
-/// waits for it, so that drawing goes on. One picture at a time.
+/// PNG files of the visible frame. Each is captured with the next drawn frame and written by a thread that waits for
+/// it, so that drawing continues. One screenshot at a time.
 class Screenshot {
  public:
   /// `tool` outlives the screenshot.
@@ -19,12 +19,12 @@ class Screenshot {
   Screenshot& operator=(const Screenshot&) = delete;
   ~Screenshot();
 
-  /// Asks for the next frame. Expects that no picture is being taken; draw a frame afterwards.
+  /// Requests a capture of the next frame. Expects that no screenshot is pending; draw a frame afterwards.
   void request(const std::string& path);
   bool pending() const { return _writer.joinable(); }
   /// True once the requested frame has been captured: `finish` then does not wait for the draw.
   bool captured() const;
-  /// Waits for the file of a captured frame. False when it could not be written.
+  /// Waits until the file of a captured frame is written. False if it could not be written.
   bool finish();
 
  private:

@@ -30,7 +30,7 @@ layout(location = 0) out vec4 colour;
 void main() { colour = vertexColour; }
 )";
 
-// The triangle's corners mean clip coordinates, not places in the world: no box may reach the near and far planes.
+// The triangle's corners are clip coordinates, not world positions, so they must not affect the near and far planes.
 struct NoBounds : osg::Drawable::ComputeBoundingBoxCallback {
   osg::BoundingBox computeBound(const osg::Drawable& /*drawable*/) const override { return {}; }
 };

@@ -5,8 +5,8 @@
 
 namespace QuorViewer {
 
-/// The values that the shares `low` and `high` (0 to 1) of `values` lie below. (0, 1) where there are none; the upper
-/// one always exceeds the lower.
+/// The quantiles `low` and `high` (0 to 1) of `values`. (0, 1) if there are none; the upper one always exceeds the
+/// lower.
 std::pair<float, float> valuesBetween(const std::vector<float>& values, double low, double high);
 
 }  // namespace QuorViewer

@@ -6,7 +6,7 @@
 
 namespace QuorViewer {
 
-// An installed viewer finds it from its own place, so that its folder may be moved.
+// An installed viewer finds the scan relative to the program, so that its folder may be moved.
 std::string bundledScan() {
   std::error_code ignored;
   const std::filesystem::path installed = (programFolder() / QUOR_VIEWER_INSTALLED_SAMPLE).lexically_normal();

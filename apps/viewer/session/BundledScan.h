@@ -4,8 +4,8 @@
 
 namespace QuorViewer {
 
-/// The scan that is shown when none is named: in the sources that the program was built from while they are there,
-/// otherwise where it is installed.
+/// The scan that is shown if none is named: in the source tree that the program was built from if that still exists,
+/// otherwise in the installation.
 std::string bundledScan();
 
 }  // namespace QuorViewer

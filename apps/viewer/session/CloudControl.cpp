@@ -19,7 +19,7 @@ ColourMode fittingColourMode(const ScanSet& scans) {
   return scans.anyHas(&ScanInfo::hasIntensity) ? ColourMode::Intensity : ColourMode::Elevation;
 }
 
-// Small clouds need thick points to look like a surface; about this share of the picture is covered by points.
+// Small clouds need larger points to look like a surface; points cover about this fraction of the image.
 float fittingPointSize(std::uint64_t points, double pixels) {
   constexpr double kCoveredShare = 0.9;
   constexpr double kSmallestPixels = 2.0;

@@ -12,8 +12,7 @@
 
 namespace QuorViewer {
 
-/// What the user does with the look of the points: colouring, with the ranges and the legend that belong to it, and
-/// size.
+/// The user's control of the look of the points: colouring, with its value ranges and legend, and size.
 class CloudControl {
  public:
   /// All outlive the control.
@@ -26,13 +25,13 @@ class CloudControl {
 
   explicit CloudControl(Host host) : _host(host) {}
 
-  /// `control` may be yet to be made, and is there when the first key comes.
+  /// `control` may still be under construction; it must exist when the first key is pressed.
   static std::vector<KeyBinding> bindings(CloudControl& control);
 
-  /// As the user wishes, or else as fits the scans and a window of so many pixels.
+  /// Uses the given values; where there are none, values that suit the scans and a window of so many pixels.
   void start(std::optional<ColourMode> mode, std::optional<float> pointSizePixels, double windowPixels);
 
-  /// Follows what is loaded.
+  /// Updates the value ranges from the points loaded so far.
   void updateRanges();
 
  private:

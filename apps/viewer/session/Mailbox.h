@@ -7,7 +7,8 @@
 
 namespace QuorViewer {
 
-/// Hands things from threads that make them to one that uses them, in the order posted. All of it on any thread.
+/// A result queue: passes objects from the threads that make them to the one that uses them, in the order posted. All
+/// methods may be called on any thread.
 template <typename Letter>
 class Mailbox {
  public:
@@ -16,7 +17,7 @@ class Mailbox {
     _letters.push_back(std::move(letter));
   }
 
-  /// The oldest letter; nothing when there is none. Never waits for one.
+  /// The oldest object; nothing if the queue is empty. Never blocks.
   std::optional<Letter> take() {
     const std::lock_guard<std::mutex> held(_mutex);
     if (_letters.empty()) return std::nullopt;

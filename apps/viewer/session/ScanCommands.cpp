@@ -14,7 +14,7 @@ namespace {
 using QuorOsgUtils::FileCmd;
 using QuorOsgUtils::FileProxy;
 
-// A multiple of every system's granularity, at which a view must begin that is to be unmapped before the file closes.
+// A multiple of every system's granularity. A view must begin on it so that it can be unmapped before the file closes.
 constexpr std::uint64_t kViewAlignmentBytes = std::uint64_t{1} << 16U;
 
 FileCmd::Priority priorityOf(Turn turn) {
@@ -56,7 +56,7 @@ ReadChunk::ReadChunk(std::shared_ptr<LoadDesk> desk, std::shared_ptr<LoadingScan
       _points(planned.points),
       _to(std::move(to)) {}
 
-// Where a point cannot be read, those behind it in the file are given up: the first damage is told, and not each.
+// If a point cannot be read, the points after it in the file are skipped; only the first damage is reported.
 void ReadChunk::work(const FileProxy* proxy, LoadLetter& letter) {
   ChunkBuilder builder = _scan->reader->startChunk(_points, _scan->origin);
   try {
@@ -89,8 +89,8 @@ void ReadChunk::_readRun(const FileProxy* proxy, const PointRun& run, ChunkBuild
   if (held.count < run.count) throw cutOff(getFile(), mappedBytes);
 }
 
-// Behind the end of a file that has become shorter, the rest of a page reads as zeros; only then come faults. So the
-// size tells as well.
+// After the end of a file that has become shorter, the rest of the page reads as zeros; only later pages fault. So the
+// file size is checked too.
 void ReadChunk::_decodeMapped(const unsigned char* records, const RecordTable& table, const PointRun& run,
                               ChunkBuilder& to) {
   const std::uint64_t begin = table.offsetBytes + run.first * table.recordBytes;
@@ -109,7 +109,7 @@ void ReadChunk::_decodeMapped(const unsigned char* records, const RecordTable& t
   throw cutOff(getFile(), lost);
 }
 
-// At once: the scan's commands that come later do nothing.
+// High priority, because the scan's later commands do nothing.
 ForgetScan::ForgetScan(std::shared_ptr<LoadDesk> desk, const std::string& path, unsigned int scanNumber)
     : FileCmd(path, High), _desk(std::move(desk)), _scanNumber(scanNumber) {
   setAutoDelete(true);

@@ -18,65 +18,65 @@
 
 namespace QuorViewer {
 
-/// A scan while it is being read, shared by all commands on it.
+/// A scan that is being loaded, shared by all commands on it.
 struct LoadingScan {
   // Set up before the first command is pushed.
   unsigned int number = 0;             ///< from 1
   osg::Vec3d origin;                   ///< that the chunks are relative to
-  std::unique_ptr<ScanReader> reader;  ///< the worker's own
+  std::unique_ptr<ScanReader> reader;  ///< used only by the worker
 
-  std::atomic<std::uint64_t> mappedBytes{0};  ///< of the file, there to be mapped; 0: it is read without mapping
-  std::atomic<bool> cancelled{false};         ///< commands yet to run do nothing, the one at hand ends soon
+  std::atomic<std::uint64_t> mappedBytes{0};  ///< bytes of the file that can be mapped; 0: it is read without mapping
+  std::atomic<bool> cancelled{false};         ///< pending commands do nothing, the running one ends soon
 
-  // The viewer thread's own.
-  std::uint64_t pointsPlanned = 0;  ///< after thinning
+  // Used only by the viewer's thread.
+  std::uint64_t pointsPlanned = 0;  ///< after decimation
   std::uint64_t pointsRead = 0;
   std::uint64_t thinning = 1;
 
-  // The worker's own.
+  // Used only by the worker.
   std::uint64_t end = std::numeric_limits<std::uint64_t>::max();  ///< points from here on cannot be read
 };
 
-/// What a command leaves for the viewer's thread: each exactly one.
+/// The load result of a command for the viewer's thread: exactly one for each command.
 struct LoadLetter {
-  unsigned int scan = 0;  ///< 0: of none
-  bool ofSample = false;  ///< of the sample that shows at once what a large scan is like
+  unsigned int scan = 0;  ///< 0: no scan
+  bool ofSample = false;  ///< part of the sample that shows a large scan early
   std::optional<PointChunk> chunk;
   std::optional<CloudSummary> summary;
-  std::string error;  ///< for people, empty: none
+  std::string error;  ///< for the user; empty: none
 };
 
-/// What all commands work with.
+/// The load context that all commands share.
 struct LoadDesk {
   Mailbox<LoadLetter> letters;
-  CloudStatistics statistics;  ///< the worker's own
+  CloudStatistics statistics;  ///< used only by the worker
 };
 
-/// A command on a scan, deleted by the file manager when it has run.
+/// A command on a scan, deleted by the file manager after it has run.
 class ScanCommand : public QuorOsgUtils::FileCmd {
  public:
   ScanCommand(std::shared_ptr<LoadDesk> desk, std::shared_ptr<LoadingScan> scan, Priority priority);
 
-  /// Does the work unless the scan is cancelled, and leaves the letter in any case.
+  /// Does the work unless the scan is cancelled; posts a result in any case.
   void operator()(const QuorOsgUtils::FileProxy* proxy, QuorOsgUtils::FileManager* manager) final;
 
  protected:
-  /// Where the command is under way, `letter` is for the outcome. What it throws is told in the letter.
+  /// Fills in the result. Exceptions become its error text.
   virtual void work(const QuorOsgUtils::FileProxy* proxy, LoadLetter& letter) = 0;
 
   std::shared_ptr<LoadDesk> _desk;
   std::shared_ptr<LoadingScan> _scan;
 };
 
-/// The place of a chunk that has yet to be read.
+/// Filled once the chunk has been read.
 using ChunkSlot = std::shared_ptr<PointChunk>;
 
-/// Maps the parts of the file where a chunk's points are, and decodes them straight into its arrays. Compressed points
-/// and other formats come through the scan's reader. A file that has become shorter is told about once; what is before
-/// its new end still comes.
+/// Maps the parts of the file that hold a chunk's points, and decodes them directly into its arrays. Compressed points
+/// and other formats are read through the scan's reader. A file that has become shorter is reported once; the points
+/// before its new end are still loaded.
 class ReadChunk : public ScanCommand {
  public:
-  /// `to` keeps the chunk for commands behind this one.
+  /// `to` receives the chunk for later commands.
   ReadChunk(std::shared_ptr<LoadDesk> desk, std::shared_ptr<LoadingScan> scan, const PlannedChunk& planned,
             ChunkSlot to);
 
@@ -91,7 +91,7 @@ class ReadChunk : public ScanCommand {
   ChunkSlot _to;
 };
 
-/// Takes a scan that has been cancelled out of the statistics.
+/// Removes a cancelled scan from the statistics.
 class ForgetScan : public QuorOsgUtils::FileCmd {
  public:
   ForgetScan(std::shared_ptr<LoadDesk> desk, const std::string& path, unsigned int scanNumber);
@@ -103,7 +103,7 @@ class ForgetScan : public QuorOsgUtils::FileCmd {
   unsigned int _scanNumber;
 };
 
-/// Counts a chunk that has been read into the statistics.
+/// Adds a chunk that has been read to the statistics.
 class MeasureChunk : public ScanCommand {
  public:
   MeasureChunk(std::shared_ptr<LoadDesk> desk, std::shared_ptr<LoadingScan> scan, ChunkSlot chunk, Priority priority);

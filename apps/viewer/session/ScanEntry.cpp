@@ -5,7 +5,7 @@ namespace {
 
 using Key = osgGA::GUIEventAdapter::KeySymbol;
 
-// The engine's keys are characters where these are Latin: 0xFF and above are Enter, arrows and the like.
+// OSG's key codes up to 0xFF are Latin-1 characters; those above are Enter, arrows and the like.
 bool isCharacter(int key) {
   return (key >= 0x20 && key < 0x7F) || (key >= 0xA0 && key <= 0xFF);
 }

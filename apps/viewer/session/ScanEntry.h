@@ -11,13 +11,13 @@
 
 namespace QuorViewer {
 
-/// Lets the user type the path of a scan into the status bar. While a path is being typed, no key does anything else
-/// (Esc quits all the same). Goes before all other handlers of keys.
+/// Lets the user type the path of a scan into the status bar. While a path is being typed, all other keys are ignored
+/// (but Esc still quits). Must come before all other key handlers.
 class ScanEntry : public osgGA::GUIEventHandler {
  public:
   using Enter = std::function<void(const std::string& path)>;
 
-  /// `hud` outlives the entry. `enter` gets each path that is finished with Enter; an empty one is given up silently.
+  /// `hud` outlives the entry. `enter` gets each path that is completed with Enter; an empty one is ignored.
   ScanEntry(Hud& hud, Enter enter) : _hud(hud), _enter(std::move(enter)) {}
 
   bool isOpen() const { return _open; }

@@ -25,7 +25,7 @@ std::uint64_t sizeOf(const std::string& path) {
   return gone ? 0 : size;
 }
 
-// Mapped files are opened for writing as well, which is not everybody's right with every scan.
+// Mapping opens the file for writing too, and the file may be read-only.
 bool canBeMapped(const std::string& path) {
   return std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).is_open();
 }
@@ -87,9 +87,9 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
   }
 }
 
-// A file that changes its size meanwhile counts as short as it ever was, since views end where the file ended when it
-// was opened. Commands find a file by its name; those on scans that had the name before would now get this file, which
-// may be shorter or another one, and go without.
+// If the file changes its size meanwhile, the smaller size counts, because views end where the file ended when it was
+// opened. Commands find a file by its name; those on earlier scans with this name would now get this file, which may be
+// shorter or a different one, so these scans are read without mapping.
 void ScanLoader::_register(LoadingScan& scan) {
   const std::string& path = scan.reader->info().path;
   const std::uint64_t before = sizeOf(path);
@@ -104,7 +104,7 @@ void ScanLoader::_register(LoadingScan& scan) {
   FileManager::getInstance()->push(command);
 }
 
-// Ranges of values are wanted as soon as the sample shows; what the rest adds to them can wait.
+// Value ranges are needed as soon as the sample is shown; what the rest adds to them can wait.
 void ScanLoader::_push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned) {
   const auto chunk = std::make_shared<PointChunk>();
   const bool canWait = planned.turn == Turn::Later;

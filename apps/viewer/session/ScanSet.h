@@ -9,15 +9,14 @@
 
 namespace QuorViewer {
 
-/// The opened scans, numbered from 1 in the order given, in one common frame. A number stays a scan's for good, even
-/// after the scan has been closed. One thread at a time.
+/// The opened scans, numbered from 1 in the order given, in one common coordinate frame. Numbers are never reused, not
+/// even after a scan has been closed. One thread at a time.
 class ScanSet {
  public:
   /// Opens all or none. Throws ScanError.
   explicit ScanSet(const std::vector<std::string>& paths);
 
-  /// Opens one more, behind the others, and answers its number. Throws ScanError, and then has the same scans as
-  /// before.
+  /// Opens one more scan and returns its number, the next one. Throws ScanError and then leaves the set unchanged.
   unsigned int add(const std::string& path);
   /// Expects an open scan.
   void close(unsigned int number) { _readers.at(number - 1).reset(); }
@@ -30,8 +29,8 @@ class ScanSet {
   ScanReader& reader(unsigned int number) { return *_readers.at(number - 1); }
   const ScanInfo& info(unsigned int number) const { return _readers.at(number - 1)->info(); }
 
-  /// The world point that all drawn coordinates are relative to: of the first scan, and again of the first one that
-  /// comes when none is open any more.
+  /// The world point that all drawn coordinates are relative to: set by the first scan, and again by the first one
+  /// added when none is open.
   const osg::Vec3d& origin() const { return _origin; }
   std::uint64_t pointCount() const;
   bool anyHas(bool ScanInfo::*property) const;
@@ -41,7 +40,7 @@ class ScanSet {
   osg::Vec3d _origin;
 };
 
-/// The last part of a path: a scan's name for people.
+/// The last component of a path, as a scan's display name.
 std::string fileName(const std::string& path);
 
 }  // namespace QuorViewer

@@ -17,12 +17,12 @@ namespace QuorViewer {
 
 enum class TourAction { Key, Drag, HeldDrag, Release, Wheel, ClickNearPoint, Click, PullFace, MoveAlongAxis, TurnRing };
 
-/// One step. Places are fractions of the window from the bottom left.
+/// One step. Positions are fractions of the window from the bottom left.
 struct TourStep {
   const char* name;
   TourAction action;
   int detail;       ///< key, mouse button, notches of the wheel (negative: away), or handle of the clip box
-  osg::Vec2f from;  ///< of a handle: how far, as a share of the box' extent or in degrees
+  osg::Vec2f from;  ///< of a handle: how far, as a fraction of the box's extent or in degrees
   osg::Vec2f to;
 };
 
@@ -177,7 +177,7 @@ void Tour::_perform(const TourStep& step) {
   _host.drawFrame();
 }
 
-// A frame after each move, as a person's slow hand would see: the manipulator reads the frame drawn last.
+// Draws a frame after each move, as with a slow hand: the manipulator reads the frame drawn last.
 void Tour::_drag(const TourStep& step) {
   _movePointer(_pixelAt(step.from));
   _events().mouseButtonPress(_windowX(), _windowY(), static_cast<unsigned int>(step.detail));

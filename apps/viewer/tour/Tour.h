@@ -20,7 +20,7 @@ namespace QuorViewer {
 
 struct TourStep;
 
-/// A fixed walk through the viewer, by the events that a person's mouse and keys would send to its window. Leaves a
+/// Runs a scripted tour of the viewer, with the mouse and key events that a user would send to its window. Writes a
 /// numbered picture of each step and `tour.json`: what each step looked at, picked, and found under the pointer.
 /// Expects a window, and scans that are loaded.
 class Tour {
@@ -38,8 +38,8 @@ class Tour {
 
   explicit Tour(Host host) : _host(std::move(host)) {}
 
-  /// False, with a message on the standard error stream, when the folder or a file in it cannot be written. A window
-  /// that is closed on the way ends the tour early, which is no failure.
+  /// False, with a message on the standard error stream, if the folder or a file in it cannot be written. Closing the
+  /// window ends the tour early, which is not a failure.
   bool run(const std::string& folder);
   unsigned int pictureCount() const { return _pictures; }
 
@@ -64,7 +64,7 @@ class Tour {
 
   Host _host;
   osg::Vec2i _pointer;   // pixel, from the bottom left
-  bool _picked = false;  // by the step at hand
+  bool _picked = false;  // by the current step
   unsigned int _pictures = 0;
 };
 

@@ -43,8 +43,7 @@ int decimalsOfScale(double scale) {
   if (!(scale > 0.0)) {
     return kFloatingPointDecimals;
   }
-  // A step of 0.01 is stored as something slightly off; without the allowance its logarithm might ask for a third
-  // digit.
+  // A step of 0.01 is not exact in binary; without the allowance its logarithm might require a third digit.
   constexpr double kRoundingAllowance = 1e-6;
   return std::clamp(static_cast<int>(std::ceil(-std::log10(scale) - kRoundingAllowance)), 0, kMostDecimals);
 }

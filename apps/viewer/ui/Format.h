@@ -8,17 +8,17 @@ namespace QuorViewer {
 /// "21,932": digits in groups of three.
 std::string grouped(std::uint64_t number);
 
-/// "1,234 MiB", and "1.2 MiB" where that is little.
+/// "1,234 MiB", or "1.2 MiB" for small values.
 std::string inMebibytes(std::uint64_t bytes);
 
 /// "2nd", "3rd", "4th", "11th", "21st".
 std::string ordinal(std::uint64_t number);
 
-/// `value` with that many decimals, whatever the locale.
+/// `value` with `decimals` decimals, whatever the locale.
 std::string fixed(double value, int decimals);
 
-/// How many decimals a coordinate needs so that neighbours on a grid of step `scale` read differently.
-/// A scale of 0 says that the file stores floating point: 3 decimals.
+/// Number of decimals that a coordinate needs so that neighbours on a grid of step `scale` read differently. A scale of
+/// 0 means that the file stores floating point: 3 decimals.
 int decimalsOfScale(double scale);
 
 /// `text` as a JSON string, quotes included.

@@ -33,7 +33,7 @@ void setUpState(osg::StateSet& state) {
   state.setAttributeAndModes(new osg::Depth(osg::Depth::ALWAYS, 0.0, 1.0, false), osg::StateAttribute::OFF);
   state.setAttributeAndModes(new osg::BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA));
   state.setMode(GL_LIGHTING, osg::StateAttribute::OFF);
-  // Panels come before the words on them: in the order of the graph, not of state or depth.
+  // Panels are drawn before their text: in graph order, not by state or depth.
   state.setRenderBinDetails(DrawOrder::kHud, "TraversalOrderBin", osg::StateSet::OVERRIDE_RENDERBIN_DETAILS);
 }
 

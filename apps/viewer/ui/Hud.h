@@ -13,8 +13,7 @@
 
 namespace QuorViewer {
 
-/// What is written over the picture: a status bar of two lines at the bottom, the legend, and the help panel. Sizes in
-/// pixels.
+/// The overlay on the image: a status bar of two lines at the bottom, the legend, and the help panel. Sizes in pixels.
 class Hud {
  public:
   using HelpRows = std::vector<std::pair<std::string, std::string>>;  ///< input and effect
@@ -26,15 +25,15 @@ class Hud {
 
   /// Lays everything out for a window of this size; cheap when nothing has changed.
   void resize(int width, int height);
-  /// The upper line: what happened last.
+  /// The upper line: the latest message.
   void setMessage(const std::string& utf8);
   /// The left of the lower line: what is shown.
   void setSummary(const std::string& utf8);
-  /// The right of the lower line: what it takes. Shows where there is room for it.
+  /// The right of the lower line: resource use. Hidden if there is no room for it.
   void setResources(const std::string& utf8);
-  /// A line of its own over the bar, for what lasts; gone when empty.
+  /// A separate line above the bar for lasting information; hidden if empty.
   void setNote(const std::string& utf8);
-  /// A line along the bar's upper edge; gone at 1.
+  /// A progress line along the bar's upper edge; hidden at 1.
   void setProgress(double share);
   bool isHelpShown() const;
   void showHelp(bool show);

@@ -51,7 +51,7 @@ void Legend::hide() {
   _panel->removeChildren(0, _panel->getNumChildren());
 }
 
-// The panel's coordinates start at its top left corner; the content hangs down from there.
+// The origin is the panel's top left corner; the content extends downwards from there.
 void Legend::showRamp(ColourMode mode, const std::string& low, const std::string& high) {
   hide();
   const float bottom = -kPadding - kTitleHeight - kRampHeight;
@@ -97,7 +97,7 @@ void Legend::_addLabel(const std::string& words, const osg::Vec2f& place, bool t
   _panel->addChild(label);
 }
 
-// Puts the panel behind what has been added.
+// Adds the panel behind the content.
 void Legend::_finish(float contentHeight) {
   osg::BoundingBox content;
   for (unsigned int child = 0; child < _panel->getNumChildren(); ++child) {

@@ -11,7 +11,7 @@
 
 namespace QuorViewer {
 
-/// Says what the colours mean: a ramp with its lowest and highest value, or the list of classes in the scan.
+/// Explains the colours: a ramp with its lowest and highest value, or the list of classes in the scan.
 class Legend {
  public:
   Legend();
@@ -20,7 +20,7 @@ class Legend {
   void hide();
   /// `mode` is Intensity or Elevation.
   void showRamp(ColourMode mode, const std::string& low, const std::string& high);
-  /// The first ones only where there are more than fit.
+  /// Shows only the first ones if there are more than fit.
   void showClasses(const std::vector<unsigned int>& codes);
   /// Size of the window in pixels.
   void resize(const osg::Vec2f& window);

@@ -15,7 +15,7 @@ QuorOsgUtils::LogFile& log() {
   return *QuorOsgUtils::LogFile::getInstance();
 }
 
-// Scripts and tests follow the viewer line by line, so each line leaves at once.
+// Scripts and tests follow the viewer line by line, so each line is flushed.
 void writeLine(const std::string& line) {
   std::cout << line << std::endl;
 }

@@ -6,8 +6,8 @@
 
 namespace QuorViewer {
 
-/// What the viewer tells the user: on the status bar, on the terminal, and always in the log as well. Texts in the
-/// user's encoding, as the names of files in them are. One thread.
+/// Messages to the user: on the status bar, on the terminal, and always in the log as well. Texts are in the user's
+/// encoding, like the file names in them. One thread.
 class Messages {
  public:
   /// `hud` outlives the messages.
@@ -15,13 +15,13 @@ class Messages {
 
   /// On the status bar.
   void show(const std::string& message);
-  /// On the status bar for a moment; the next follows soon.
+  /// On the status bar, for progress that is soon replaced.
   void showProgress(const std::string& message);
   /// On the standard output.
   void say(const std::string& line);
-  /// On the standard output, up to once a frame: for programs that follow the viewer.
+  /// On the standard output, up to once per frame: for programs that follow the viewer.
   void report(const std::string& line);
-  /// Nowhere but in the log.
+  /// Only in the log.
   void note(const std::string& line);
   /// On the standard error stream and on the status bar.
   void complain(const std::string& error);
@@ -30,10 +30,10 @@ class Messages {
   Hud& _hud;
 };
 
-/// On the standard error stream and in the log: where there is no window, or where the status bar says more.
+/// On the standard error stream and in the log: for use without a window, or if the status bar shows more.
 void complainOnTerminal(const std::string& error);
 
-/// From now on what the engine itself has to say on the terminal is in the log, too. Any thread may cause it.
+/// From now on OSG's own notices on the terminal are also written to the log. Any thread may cause them.
 void logEngineNotices();
 
 }  // namespace QuorViewer

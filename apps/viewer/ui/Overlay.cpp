@@ -9,7 +9,8 @@
 namespace QuorViewer::Overlay {
 namespace {
 
-// Where distributions keep the DejaVu font, and what Windows has instead. Without it the engine's built-in letters do.
+// Where distributions install the DejaVu font, and its substitutes on Windows. Without any of them OSG's built-in font
+// is used.
 constexpr std::array<const char*, 5> kFontFiles = {
     "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf",
     "/usr/share/fonts/dejavu-sans-fonts/DejaVuSans.ttf",

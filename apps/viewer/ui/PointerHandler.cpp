@@ -7,8 +7,8 @@ namespace {
 
 constexpr float kClickSlackPixels = 3.0F;
 
-// Rows counted from the top start at 0, so the window system's row r, turned upside down by the engine, reads
-// height - r: one more than the pixel's row from the bottom.
+// The window system counts rows from the top, starting at 0. OSG turns its row r into height - r, which is one more
+// than the pixel's row from the bottom.
 osg::Vec2i pixelOf(const osgGA::GUIEventAdapter& ea) {
   return {static_cast<int>(ea.getX()), static_cast<int>(ea.getY()) - 1};
 }

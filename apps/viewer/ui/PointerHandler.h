@@ -8,13 +8,13 @@
 
 namespace QuorViewer {
 
-/// Tells a click of the left button (press and release at nearly the same place) from everything that navigates.
-/// Takes no event from the manipulator, and leaves alone what others have handled: the clip box' handles are dragged,
-/// not clicked.
+/// Distinguishes a click of the left button (press and release at nearly the same position) from navigation. Leaves all
+/// events to the manipulator, and ignores events that others have handled: the clip box's handles are dragged, not
+/// clicked.
 class PointerHandler : public osgGA::GUIEventHandler {
  public:
-  /// `clicked` gets the pixel under the pointer, from the bottom left. `navigated` is called when the user takes the
-  /// view into their own hands.
+  /// `clicked` gets the pixel under the pointer, from the bottom left. `navigated` is called when the user starts to
+  /// change the view.
   PointerHandler(std::function<void(int x, int y)> clicked, std::function<void()> navigated)
       : _clicked(std::move(clicked)), _navigated(std::move(navigated)) {}
 

@@ -41,7 +41,7 @@ void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::str
   if (!window.valid() || !window->valid()) {
     throw WindowError("no window can be opened here: is there a display (the variable DISPLAY)?");
   }
-  // The viewer counts errors itself, frame by frame; the engine's own check would swallow them.
+  // The viewer counts GL errors itself, once per frame; OSG's own check would consume them.
   window->getState()->setCheckForGLErrors(osg::State::NEVER_CHECK_GL_ERRORS);
   osg::Camera& camera = *viewer.getCamera();
   camera.setGraphicsContext(window);
@@ -52,7 +52,7 @@ void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::str
   camera.setProjectionMatrixAsPerspective(kVerticalDegrees, static_cast<double>(width) / height, kNear, kFar);
   camera.setDrawBuffer(GL_BACK);
   camera.setReadBuffer(GL_BACK);
-  viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);  // before threads of its own choice would start
+  viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);  // before OSG starts threads by its own choice
   viewer.realize();
   if (!viewer.isRealized()) {
     throw WindowError("the window could not be brought up on this display");
