@@ -37,7 +37,7 @@ osg::Vec3f positionOf(const RawPoint& point, const osg::Vec3d& scale, const osg:
           coordinate(point.z, scale.z(), shift.z())};
 }
 
-// A sample decides the depth of the colours, so a brighter point than any sampled may turn up.
+// The colour depth comes from a sample, so a point may be brighter than all sampled ones.
 std::uint8_t toByte(std::uint16_t value, unsigned shift) {
   return static_cast<std::uint8_t>(std::min(value >> shift, 255));
 }

@@ -9,14 +9,14 @@
 
 namespace QuorViewer {
 
-/// Turns the integers of records into the arrays of a chunk.
+/// How to convert the integers of records to the arrays of a chunk.
 struct ChunkSettings {
   osg::Vec3d scale;
   osg::Vec3d shift;  ///< the grid's offset minus the local origin, subtracted while both are in double precision
   ColourDepth colour;
 };
 
-/// Extent in steps of the grid: far cheaper to keep than that of the positions and as exact, since scaling is
+/// Extent in steps of the grid: far cheaper to track than that of the positions, and as exact, since scaling is
 /// monotonic.
 struct RawBounds {
   std::array<std::int32_t, 3> least = {kMost, kMost, kMost};
@@ -30,23 +30,23 @@ struct RawBounds {
 };
 
 /// Fills one PointChunk, point by point or from a range of records in memory, read or mapped. A copy fills the same
-/// arrays, and so stands for a place to go back to.
+/// arrays, so it saves a state to return to.
 class ChunkBuilder {
  public:
   ChunkBuilder(const PointRange& points, const ChunkSettings& settings);
 
-  /// Decodes `count` records that lie `strideBytes` apart; together no more points than the chunk was made for. What
-  /// is left before its end has added nothing.
+  /// Decodes `count` records that are `strideBytes` apart; the total must not exceed the points that the chunk was made
+  /// for. A call that is aborted half-way adds nothing.
   void decode(const RecordLayout& layout, const unsigned char* records, std::size_t strideBytes, std::size_t count);
 
-  /// Adds a point decoded elsewhere.
+  /// Adds a point that was decoded elsewhere.
   void add(const RawPoint& point);
-  /// Adds a point that the file states in floating point.
+  /// Adds a point that the file stores in floating point.
   void add(const osg::Vec3d& position, const osg::Vec4ub& colour);
 
   std::uint32_t filledPoints() const { return static_cast<std::uint32_t>(_filledPoints); }
 
-  /// The chunk, with the points that have been added.
+  /// The chunk, with the points added so far.
   PointChunk finish();
 
  private:

@@ -7,8 +7,8 @@
 
 namespace QuorViewer {
 
-// Scans are written in little-endian byte order. Values are put together byte by byte, so that neither the machine's
-// own order nor the alignment of a record matters; compilers turn each of these into a single load or store.
+// Scans are stored in little-endian byte order. Values are assembled byte by byte, so that neither the machine's byte
+// order nor the alignment of a record matters; compilers reduce each of these to a single load or store.
 
 inline void loadLittle(const unsigned char* bytes, std::uint8_t& value) {
   value = bytes[0];

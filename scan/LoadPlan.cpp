@@ -13,7 +13,7 @@ std::uint64_t divideUp(std::uint64_t number, std::uint64_t by) {
   return number / by + (number % by != 0 ? 1 : 0);
 }
 
-/// The scan is cut into segments of equal length; the beginning of each belongs to the sample.
+/// Divides the scan into segments of equal length; the start of each belongs to the sample.
 class Planner {
  public:
   Planner(std::uint64_t pointCount, std::uint64_t thinning, const LoadSizes& sizes)
@@ -37,7 +37,7 @@ class Planner {
  private:
   std::uint64_t _segments() const { return divideUp(_pointCount, _segment); }
 
-  // False where a sample would be the whole, or come from too few places.
+  // False if a sample would be most of the scan, or come from too few places.
   bool _cutIntoSegments(std::uint64_t entryPoints) {
     if (thinnedCount(_pointCount, _thinning) <= 2 * _sizes.sample || entryPoints > _pointCount / _thinning) {
       return false;
@@ -47,7 +47,7 @@ class Planner {
     return _segments() >= _sizes.fewestRuns;
   }
 
-  /// Adds of each segment the `length` points that begin `offset` behind its first.
+  /// Adds, from each segment, the `length` points that begin `offset` after its first.
   void _addPart(std::uint64_t offset, std::uint64_t length, Turn turn) {
     const std::uint64_t perRun = divideUp(length, _thinning);
     if (perRun >= _mostPoints) {
@@ -62,7 +62,7 @@ class Planner {
     }
   }
 
-  /// The same where one segment's part is more than a chunk holds.
+  /// The same if one segment's part is larger than a chunk.
   void _addPieces(std::uint64_t offset, std::uint64_t length, Turn turn) {
     const std::uint64_t piece = _mostPoints * _thinning;
     for (std::uint64_t begin = offset; begin < _pointCount; begin += _segment) {

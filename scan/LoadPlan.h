@@ -8,11 +8,11 @@
 
 namespace QuorViewer {
 
-/// When a part of a scan is read.
+/// The load phase of a part of a scan.
 enum class Turn {
-  First,  ///< belongs to a sample from all over the scan, which shows at once what it is like
-  Later,  ///< what that sample leaves out
-  Plain   ///< of a scan that has no such sample: it is small, or cannot be entered in its middle
+  First,  ///< in a sample from all over the scan, which gives an early overview
+  Later,  ///< the rest of a scan that has such a sample
+  Plain   ///< in a scan without such a sample: it is small, or can only be read from its start
 };
 
 /// A part of a scan that becomes one chunk.
@@ -21,24 +21,24 @@ struct PlannedChunk {
   Turn turn = Turn::Plain;
 };
 
-/// The sizes that a plan goes by, in points.
+/// The sizes for a plan, in points.
 struct LoadSizes {
-  std::uint64_t sample = std::uint64_t{1} << 19U;  ///< about as many make up the first picture
-  std::uint64_t chunk = std::uint64_t{1} << 18U;   ///< at most; on the graphics card a buffer, on the worker a command
-  std::uint64_t runs = 512;                        ///< places where the sample enters the scan, at most
-  std::uint64_t fewestRuns = 16;                   ///< fewer would show a part for the whole
+  std::uint64_t sample = std::uint64_t{1} << 19U;  ///< approximate size of the sample for the first image
+  std::uint64_t chunk = std::uint64_t{1} << 18U;   ///< at most; one graphics buffer, one worker command
+  std::uint64_t runs = 512;                        ///< maximum number of places that the sample is taken from
+  std::uint64_t fewestRuns = 16;                   ///< minimum number; fewer would not represent the scan
 };
 
-/// The order in which a scan of `pointCount` points is read, every `thinning`-th of them once and no other. Points are
-/// entered at multiples of `entryPoints`, so that nothing is unpacked only to be passed over. Within a chunk no index
-/// lies 2^32 or more behind the first.
+/// The order in which a scan of `pointCount` points is read: every `thinning`-th point once, and no others. Reading
+/// starts at multiples of `entryPoints`, so that no point is decompressed only to be skipped. Within a chunk, every
+/// index is less than 2^32 above the first.
 std::vector<PlannedChunk> planLoad(std::uint64_t pointCount, std::uint64_t entryPoints, std::uint64_t thinning,
                                    const LoadSizes& sizes = LoadSizes());
 
-/// How many points are left of `pointCount` when every `thinning`-th is kept.
+/// Number of points left of `pointCount` if every `thinning`-th is kept.
 std::uint64_t thinnedCount(std::uint64_t pointCount, std::uint64_t thinning);
 
-/// The least thinning that leaves at most `mostPoints`, which is at least 1.
+/// The smallest decimation that leaves at most `mostPoints`, which is at least 1.
 std::uint64_t thinningFor(std::uint64_t pointCount, std::uint64_t mostPoints);
 
 }  // namespace QuorViewer

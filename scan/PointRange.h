@@ -6,23 +6,23 @@
 
 namespace QuorViewer {
 
-/// Points of a scan, each `step` behind the one before it in the file.
+/// Points of a scan, each `step` after the previous one in the file.
 struct PointRun {
   std::uint64_t first = 0;  ///< index in the file
   std::uint64_t step = 1;
   std::uint32_t count = 0;
 
-  /// How many points of the file lie from the first one here to the last, both included.
+  /// Number of points in the file from the first one of the run to the last, both included.
   std::uint64_t span() const { return count > 0 ? (count - 1) * step + 1 : 0; }
-  /// Those of its points that come before point `end` of the file.
+  /// The part of the run before point `end` of the file.
   PointRun before(std::uint64_t end) const {
     const std::uint64_t fit = end > first ? (end - first - 1) / step + 1 : 0;
     return {first, step, static_cast<std::uint32_t>(std::min<std::uint64_t>(count, fit))};
   }
 };
 
-/// Points of a scan at regular places: runs of equal length at equal distances, of which the last may be cut short. So
-/// a few numbers tell of any of them which point of the file it is, also where others were left out.
+/// Points of a scan at regular intervals: runs of equal length at equal distances; the last run may be cut short. A few
+/// numbers thus give the file index of any of them, even if others were left out.
 struct PointRange {
   std::uint64_t first = 0;  ///< index in the file
   std::uint32_t count = 0;
@@ -30,11 +30,11 @@ struct PointRange {
   std::uint32_t perRun = std::numeric_limits<std::uint32_t>::max();  ///< points in a run, at least 1
   std::uint64_t runStep = 0;                                         ///< between the first points of two runs
 
-  /// The index in the file of the point at a place here, counted from 0.
+  /// The file index of the point at `place`, counted from 0.
   std::uint64_t at(std::uint32_t place) const { return first + place / perRun * runStep + place % perRun * step; }
 };
 
-/// Calls `visit` with each run of a range, in their order.
+/// Calls `visit` with each run of a range, in order.
 template <typename Visitor>
 void forEachRun(const PointRange& range, const Visitor& visit) {
   for (std::uint32_t place = 0; place < range.count;) {

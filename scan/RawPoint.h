@@ -9,7 +9,7 @@
 
 namespace QuorViewer {
 
-/// What the viewer shows of a point, still as its record holds it.
+/// What the viewer shows of a point, still as stored in its record.
 struct RawPoint {
   std::int32_t x;
   std::int32_t y;
@@ -25,8 +25,8 @@ constexpr std::uint8_t packReturns(unsigned number, unsigned count) {
   return static_cast<std::uint8_t>((number & 15U) | (count & 15U) << 4U);
 }
 
-/// Reads a record; what depends on the point format is settled when the code is compiled, so that a loop over records
-/// holds no branch.
+/// Reads a record. Everything that depends on the point format is decided at compile time, so that a loop over records
+/// has no branches.
 template <bool extended, bool coloured>
 inline RawPoint readRecord(const unsigned char* record, std::size_t colourOffset) {
   RawPoint point{};
@@ -43,7 +43,7 @@ inline RawPoint readRecord(const unsigned char* record, std::size_t colourOffset
   return point;
 }
 
-/// Calls `visit` with two compile-time truths, extended and coloured, that suit the layout.
+/// Calls `visit` with two compile-time constants, extended and coloured, that match the layout.
 template <typename Visitor>
 void withRecordKind(const RecordLayout& layout, bool coloured, const Visitor& visit) {
   const auto withColour = [&](auto extended) {

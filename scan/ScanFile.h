@@ -10,21 +10,21 @@
 
 namespace QuorViewer {
 
-/// A scan's file, opened for reading anywhere within it, beyond 4 GiB too. One thread at a time.
+/// A scan's file, open for random access, also beyond 4 GiB. One thread at a time.
 class ScanFile {
  public:
-  /// Throws ScanError where there is no such file, where it is no regular file (a folder, a pipe) or cannot be opened.
+  /// Throws ScanError if the file does not exist, is not a regular file (a folder, a pipe) or cannot be opened.
   explicit ScanFile(std::string path);
 
   const std::string& path() const { return _path; }
   std::uint64_t size() const { return _size; }
-  /// The size that the opened file has by now, whatever file its name has come to stand for.
+  /// The current size of the opened file, even if its name now refers to another file.
   std::uint64_t sizeNow();
 
-  /// Reads exactly `count` bytes from `offset` on. Throws ScanError where the file has become shorter.
+  /// Reads exactly `count` bytes from `offset` on. Throws ScanError if the file has become shorter.
   void read(std::uint64_t offset, unsigned char* to, std::size_t count);
 
-  /// The first bytes, at most `most`, fewer where the file is shorter.
+  /// The first `most` bytes, or fewer if the file is shorter.
   std::vector<unsigned char> beginning(std::size_t most);
 
   /// An error that names this file.
@@ -38,7 +38,7 @@ class ScanFile {
   std::uint64_t _size = 0;
 };
 
-/// Reads a file from its beginning to its end through a small buffer, and knows where it is.
+/// Reads a file from beginning to end through a small buffer and tracks its position.
 class SequentialBytes {
  public:
   explicit SequentialBytes(ScanFile& file) : _file(file) {}
@@ -47,14 +47,14 @@ class SequentialBytes {
   std::uint64_t position() const { return _position; }
   std::uint64_t left() const { return _file.size() - _position; }
 
-  /// Copies `count` bytes and moves on; they must be left.
+  /// Copies `count` bytes, which must be available, and moves on.
   void take(unsigned char* to, std::size_t count);
 
-  /// Moves on by `count` bytes, which must be left.
+  /// Moves on by `count` bytes, which must be available.
   void skip(std::uint64_t count) { _position += count; }
 
-  /// The next line without its line feed; its last may lack one. At most `mostBytes` of it are looked at: false where
-  /// it is longer, or where nothing is left. The text is valid until the next call.
+  /// The next line without its line feed; the file's last line may lack one. Reads at most `mostBytes` of it: false if
+  /// it is longer, or if nothing is left. The text is valid until the next call.
   bool takeLine(std::size_t mostBytes, std::string_view& line);
 
  private:

@@ -15,7 +15,7 @@ std::uint16_t brightest(const RawPoint& point) {
   return *std::max_element(point.colour.begin(), point.colour.end());
 }
 
-// As long as the sample's size allows without one run reaching into the next.
+// As long as the sample's size allows without overlapping the next run.
 std::uint32_t runLength(const std::vector<std::uint64_t>& firstPoints) {
   const std::size_t runs = std::max<std::size_t>(firstPoints.size(), 1);
   std::uint64_t length = kSamplePoints / runs;
@@ -27,7 +27,7 @@ std::uint32_t runLength(const std::vector<std::uint64_t>& firstPoints) {
 
 }  // namespace
 
-// Adding 0 turns a negative zero into a plain one, which reads better.
+// Adding 0 turns a negative zero into a plain one, for display.
 double wholeNumber(double value) {
   return std::round(value) + 0.0;
 }
@@ -36,7 +36,7 @@ SampleRuns spreadRuns(std::uint64_t pointCount, std::uint64_t step) {
   SampleRuns runs;
   const std::uint64_t wanted = std::min(kMostRuns, (pointCount + kRunPoints - 1) / kRunPoints);
   for (std::uint64_t run = 0; run < wanted; ++run) {
-    // Dividing first keeps the product within 64 bits; the remainder is spread by the second term.
+    // Dividing first keeps the product within 64 bits; the second term spreads the remainder.
     const std::uint64_t first = pointCount / wanted * run + pointCount % wanted * run / wanted;
     const std::uint64_t aligned = first / step * step;
     if (runs.firstPoints.empty() || runs.firstPoints.back() != aligned) {

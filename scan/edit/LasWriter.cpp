@@ -72,7 +72,7 @@ void LasWriter::_count(const unsigned char* record) {
   ++_pointCount;
 }
 
-// Formats 6 and up keep their counts in 64 bits only; so does a file with more points than the older fields hold.
+// Formats 6 and up store their counts only in 64 bits; so do files with more points than the older fields can hold.
 void LasWriter::_setCounts(LasHeader& header) const {
   header.extendedPointCount = 0;
   header.extendedPointsByReturn = {};
@@ -96,7 +96,7 @@ LasHeader LasWriter::header() const {
     const auto coordinate = [&](std::int32_t value) {
       return _pointCount == 0 ? 0.0 : value * result.scale[axis] + result.offset[axis];
     };
-    // A negative scale turns the order round.
+    // A negative scale reverses the order.
     const double first = coordinate(_least[axis]);
     const double second = coordinate(_greatest[axis]);
     result.maximumMinimum[axis] = {std::max(first, second), std::min(first, second)};
@@ -112,14 +112,14 @@ void LasWriter::finish(const LasHeader& header) {
   _file.close();
   if (!_file) _failBySystem();
   std::error_code error;
-  // A hole with nothing behind it is still as long as the header says.
+  // A gap with nothing after it must still be as long as the header says.
   if (_pointCount == 0) std::filesystem::resize_file(placeOf(_part.path()), _endOffsetBytes, error);
   if (!error) std::filesystem::rename(placeOf(_part.path()), placeOf(_path), error);
   if (error) _fail(error.message());
   _part.renamed();
 }
 
-// Seeking writes what the stream still holds.
+// Seeking also writes out the stream's buffer.
 void LasWriter::_seek(std::uint64_t offset) {
   errno = 0;
   _file.seekp(static_cast<std::streamoff>(offset));

@@ -18,44 +18,43 @@ class ScanWriteError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Writes an uncompressed LAS file of any size, records in the order in which they come, and keeps nothing of them but
-/// counts and bounds.
+/// Writes an uncompressed LAS file of any size, with its records in the order appended. Keeps only counts and bounds in
+/// memory.
 ///
 ///     LasWriter writer("town.las", header, variableRecords);
 ///     writer.append(records.data(), count);
 ///     writer.finish();
 ///
-/// The file grows under another name beside the wanted one (`.part` is appended) and takes its place in `finish`.
-/// Without `finish`, and after any error, what was under the wanted name is still there and nothing else is left.
-/// One thread at a time. All but the destructor throw ScanWriteError.
+/// The file is written under a temporary name (`.part` is appended) and renamed in `finish`. Without `finish`, and
+/// after any error, an existing file of the wanted name is unchanged and nothing else is left behind. One thread at a
+/// time. All but the destructor throw ScanWriteError.
 class LasWriter {
  public:
   /// Keeps the header's version, format, record length, scale, offset, texts and identifiers, so that records copied
-  /// from another file with its header keep their meaning. `variableRecords` is what stands between header and points,
-  /// `header.variableRecordCount` of them. A greater `pointDataOffsetBytes` than needed leaves a hole before the
-  /// points. The header's references to what another file holds behind its points are cleared: see
-  /// `appendBehindPoints`.
+  /// from another file with its header keep their meaning. `variableRecords` is everything between header and points,
+  /// `header.variableRecordCount` of them. A greater `pointDataOffsetBytes` than needed leaves a gap before the points.
+  /// The header's references to data after the points are cleared: see `appendBehindPoints`.
   LasWriter(std::string path, const LasHeader& header, const std::vector<unsigned char>& variableRecords);
 
-  /// The name under which the file that gets a path grows.
+  /// The temporary name of the file for `path`.
   static std::string partPath(const std::string& path) { return path + ".part"; }
 
   /// `count` records of `header.recordLengthBytes` each.
   void append(const unsigned char* records, std::size_t count);
 
-  /// Any bytes behind the points; no points may follow. The header given to `finish` must tell of them.
+  /// Any bytes after the points; no points may follow. The header given to `finish` must refer to them.
   void appendBehindPoints(const unsigned char* bytes, std::size_t count) { _writeAtEnd(bytes, count); }
 
-  /// The header as it is right for the points so far: counts in all and by return, bounds.
+  /// The header for the points so far: total count, counts by return, bounds.
   LasHeader header() const;
 
-  /// Writes the header and puts the file in its place.
+  /// Writes the header and renames the file.
   void finish() { finish(header()); }
-  /// Same with a header that may say anything.
+  /// The same with a header that may state anything.
   void finish(const LasHeader& header);
 
  private:
-  /// The growing file, taken away with the writer once it has been opened, unless it has been given its final name.
+  /// The temporary file. Deleted with the writer if it was opened and has not been renamed.
   class PartFile {
    public:
     explicit PartFile(std::string path) : _path(std::move(path)) {}
@@ -87,7 +86,7 @@ class LasWriter {
   unsigned _returnMask = 0;
   std::uint64_t _pointCount = 0;
   std::uint64_t _endOffsetBytes = 0;
-  std::array<std::uint64_t, 16> _byReturn{};  // at the return's number
+  std::array<std::uint64_t, 16> _byReturn{};  // indexed by return number
   std::array<std::int32_t, 3> _least{};
   std::array<std::int32_t, 3> _greatest{};
 };

@@ -32,7 +32,7 @@ ScanCrop::ScanCrop(ScanReader& source, std::string target, InsideTest inside)
   _writer = std::make_unique<LasWriter>(_target, _frame.header, _frame.variableRecords);
 }
 
-// The growing file would empty the scan just as well.
+// Opening the temporary file would overwrite the scan as well.
 void ScanCrop::_refuseSource() const {
   for (const std::string& path : {_target, LasWriter::partPath(_target)}) {
     if (sameFile(path, _source.info().path)) _fail("it would overwrite the scan that the points come from");

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t kMostLineBytes = 1000;
 
-// Numbers and the characters between them, counted as they are matched: 5 make a point, 11 one with a colour.
+// Numbers and the characters between them, counted as they are matched: 5 are a point, 11 a point with a colour.
 constexpr int kPointMatches = 5;
 constexpr int kColouredMatches = 11;
 
@@ -19,7 +19,7 @@ struct Line {
   bool finite = false;
 };
 
-/// Reads a line by the very pattern that OpenSceneGraph's reader uses, so that both agree on what a line holds.
+/// Parses a line with the same pattern as OpenSceneGraph's reader, so that both agree on what the line holds.
 Line match(std::string_view text) {
   std::array<char, kMostLineBytes + 1> line{};
   text.copy(line.data(), kMostLineBytes);

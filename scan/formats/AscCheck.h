@@ -5,10 +5,10 @@
 
 namespace QuorViewer {
 
-/// Walks a whole text file of points, `x y z` or `x y z red green blue` a line, and makes sure that OpenSceneGraph's
-/// reader for it will take every line for a point: it stops without a word at a line too long for it, repeats the point
-/// before where a line holds only spaces, and passes over text. Throws ScanError naming the first line it would not
-/// take.
+/// Reads a whole text file of points, `x y z` or `x y z red green blue` per line, and checks that OpenSceneGraph's
+/// reader will accept every line as a point. That reader stops silently at a line that is too long, repeats the
+/// previous point for a line of spaces, and skips text. Throws ScanError naming the first line that it would not
+/// accept.
 CheckedVertices checkAsc(ScanFile& file);
 
 }  // namespace QuorViewer

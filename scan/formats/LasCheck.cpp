@@ -7,7 +7,7 @@ namespace QuorViewer {
 
 namespace {
 
-// Positions are drawn in single precision; two scans' distance apart must still be a number there.
+// Positions are drawn in single precision; the distance between two scans must still be finite there.
 constexpr double kFarthestCoordinate = 1e37;
 constexpr std::array<const char*, 3> kAxisNames = {"x", "y", "z"};
 
@@ -117,8 +117,9 @@ class HeaderCheck {
     _fail(what, member, std::to_string((_las.header.*member)[axis]) + " stated for " + kAxisNames[axis]);
   }
 
-  // LAS 1.0 set the two bytes DD CC before the first record. Some writers of 1.0 and 1.1 point at them, not past them.
-  // The records' total length tells: the two bytes are skipped only where the file has room for them.
+  // LAS 1.0 puts the two bytes DD CC before the first record. Some writers of 1.0 and 1.1 state the offset of these
+  // bytes, not of the record. The records' total length decides: the two bytes are skipped only if the file has room
+  // for them.
   void _skipStartSignature() {
     constexpr std::uint64_t signatureBytes = 2;
     const std::uint64_t room = _file.size() - _las.pointDataOffsetBytes;

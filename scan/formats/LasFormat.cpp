@@ -18,7 +18,7 @@ constexpr std::size_t endOf(const LasHeaderField<T>& field) {
   return field.offset + sizeof(T);
 }
 
-// Format, length, GPS time, colour, near infrared, wave packet, classification's place and width, width of returns.
+// Format, length, GPS time, colour, near infrared, wave packet, classification's offset and width, width of returns.
 constexpr std::array<RecordLayout, kLasFormatCount> kLayouts = {{
     {0, 20, 0, 0, 0, 0, 15, 5, 3},
     {1, 28, 20, 0, 0, 0, 15, 5, 3},
@@ -44,7 +44,7 @@ unsigned atBit(bool value, unsigned place) {
   return static_cast<unsigned>(value) << place;
 }
 
-// Synthetic, key point, withheld (and overlap) stand in this order, above the class in the old arrangement.
+// Synthetic, key point, withheld (and overlap) are in this order, above the class in the old layout.
 void decodeClassFlags(unsigned flags, LasPoint& point) {
   point.synthetic = bit(flags, 0);
   point.keyPoint = bit(flags, 1);

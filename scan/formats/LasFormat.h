@@ -11,7 +11,7 @@
 
 namespace QuorViewer {
 
-/// Length in bytes of the public header block of LAS 1.`versionMinor`, the least that its own size field may state.
+/// Length in bytes of the public header block of LAS 1.`versionMinor`, the least valid value of its own size field.
 constexpr std::uint16_t lasHeaderLengthBytes(unsigned versionMinor) {
   return versionMinor >= 4 ? 375 : versionMinor == 3 ? 235 : 227;
 }
@@ -19,8 +19,8 @@ constexpr std::uint16_t lasHeaderLengthBytes(unsigned versionMinor) {
 /// Length of the longest public header block known, that of LAS 1.4.
 constexpr std::uint16_t kLasHeaderMostBytes = lasHeaderLengthBytes(4);
 
-/// The public header block that a LAS file, compressed or not, begins with: LAS 1.0 to 1.4, as stated, unchecked.
-/// Fields that the stated version does not have are 0.
+/// The public header block at the start of a LAS file, compressed or not: LAS 1.0 to 1.4, as stored, unchecked. Fields
+/// that the stated version does not have are 0.
 struct LasHeader {
   std::array<char, 4> signature = {'L', 'A', 'S', 'F'};
   std::uint16_t fileSource = 0;
@@ -28,14 +28,14 @@ struct LasHeader {
   std::array<unsigned char, 16> projectId{};
   std::uint8_t versionMajor = 1;
   std::uint8_t versionMinor = 4;
-  std::array<char, 32> systemIdentifier{};  ///< filled up with zero bytes
+  std::array<char, 32> systemIdentifier{};  ///< padded with zero bytes
   std::array<char, 32> generatingSoftware{};
   std::uint16_t creationDayOfYear = 0;
   std::uint16_t creationYear = 0;
   std::uint16_t headerLengthBytes = kLasHeaderMostBytes;
   std::uint32_t pointDataOffsetBytes = kLasHeaderMostBytes;
   std::uint32_t variableRecordCount = 0;
-  std::uint8_t pointFormat = 0;  ///< 0 to 10; bit 7 (in early files bit 6) is set as well where points are compressed
+  std::uint8_t pointFormat = 0;  ///< 0 to 10; bit 7 (in early files bit 6) is also set if points are compressed
   std::uint16_t recordLengthBytes = 0;
   std::uint32_t legacyPointCount = 0;
   std::array<std::uint32_t, 5> legacyPointsByReturn{};
@@ -43,21 +43,21 @@ struct LasHeader {
   std::array<double, 3> offset{};                         ///< x, y, z
   std::array<std::array<double, 2>, 3> maximumMinimum{};  ///< for x, y, z: greatest, least; often wrong in real files
   std::uint64_t waveformOffsetBytes = 0;                  ///< 1.3 and later
-  std::uint64_t extendedRecordsOffsetBytes = 0;           ///< 1.4, as all that follow
+  std::uint64_t extendedRecordsOffsetBytes = 0;           ///< 1.4, like all that follow
   std::uint32_t extendedRecordCount = 0;
   std::uint64_t extendedPointCount = 0;
   std::array<std::uint64_t, 15> extendedPointsByReturn{};
-  std::vector<unsigned char> furtherBytes;  ///< what a header longer than its version's holds behind all fields
+  std::vector<unsigned char> furtherBytes;  ///< bytes after all fields, in a header longer than its version's
 
-  /// Reads the fields that lie within `size` bytes and that the version stated there has; the others stay 0. Further
-  /// bytes are read as far as they are there.
+  /// Reads the fields that lie within `size` bytes and exist in the version stated there; the others stay 0. Further
+  /// bytes are read as far as they are present.
   static LasHeader parse(const unsigned char* bytes, std::size_t size);
 
-  /// `headerLengthBytes` bytes, at least what the version needs; where further bytes are missing they are 0.
+  /// `headerLengthBytes` bytes, at least the version's length; further bytes that are missing are 0.
   std::vector<unsigned char> write() const;
 
-  /// The count that holds: 1.4 keeps it in 64 bits and leaves the older field 0 where that is too small or forbidden,
-  /// but some writers fill only the older one.
+  /// The valid count: 1.4 stores it in 64 bits and leaves the older field 0 if that is too small or forbidden, but some
+  /// writers fill only the older one.
   std::uint64_t pointCount() const;
 
   bool compressed() const { return (pointFormat & 0xC0U) != 0; }
@@ -66,7 +66,7 @@ struct LasHeader {
   unsigned plainFormat() const { return pointFormat & 0x3FU; }
 };
 
-/// Where a field of the header lies and what people call it.
+/// The offset of a header field and its name for messages.
 template <typename T>
 struct LasHeaderField {
   std::size_t offset;
@@ -77,7 +77,7 @@ struct LasHeaderField {
 template <typename T>
 LasHeaderField(int, T LasHeader::*, const char*) -> LasHeaderField<T>;
 
-/// Every field of the header, in the order of the file. Reading, writing and messages all go by this table.
+/// All header fields, in file order. Reading, writing and messages use this table.
 inline constexpr auto kLasHeaderFields = std::make_tuple(
     LasHeaderField{0, &LasHeader::signature, "file signature"},
     LasHeaderField{4, &LasHeader::fileSource, "file source ID"},
@@ -119,10 +119,10 @@ std::string lasHeaderPlace(T LasHeader::*member) {
   return place;
 }
 
-/// What a variable length record begins with, extended or not.
+/// The start of a variable length record, extended or not.
 struct LasRecordHead {
   static constexpr std::size_t kBytes = 54;
-  static constexpr std::size_t kExtendedBytes = 60;  ///< behind the points, where a length has 64 bits
+  static constexpr std::size_t kExtendedBytes = 60;  ///< after the points, with a length of 64 bits
 
   std::array<char, 16> userId{};
   std::uint16_t recordId = 0;
@@ -134,19 +134,19 @@ struct LasRecordHead {
   bool is(std::string_view user, std::uint16_t record) const;
 };
 
-/// The variable length record that tells how points are compressed.
+/// The variable length record that describes the compression.
 inline constexpr std::string_view kCompressionUserId = "laszip encoded";
 inline constexpr std::uint16_t kCompressionRecordId = 22204;
 
-/// One point as its record holds it.
+/// One point as stored in its record.
 struct LasPoint {
-  std::int32_t x = 0;  ///< steps of the header's scale, as y and z
+  std::int32_t x = 0;  ///< steps of the header's scale, like y and z
   std::int32_t y = 0;
   std::int32_t z = 0;
   std::uint16_t intensity = 0;
-  std::uint8_t returnNumber = 0;  ///< to 7 in formats 0 to 5, to 15 in 6 to 10; so is `returnCount`
+  std::uint8_t returnNumber = 0;  ///< at most 7 in formats 0 to 5, 15 in 6 to 10; the same for `returnCount`
   std::uint8_t returnCount = 0;
-  std::uint8_t classification = 0;  ///< to 31 in formats 0 to 5
+  std::uint8_t classification = 0;  ///< at most 31 in formats 0 to 5
   bool synthetic = false;
   bool keyPoint = false;
   bool withheld = false;
@@ -160,20 +160,20 @@ struct LasPoint {
   double gpsTime = 0;                          ///< formats 1 and 3 to 10
   std::array<std::uint16_t, 3> colour{};       ///< red, green, blue: formats 2, 3, 5, 7, 8, 10
   std::uint16_t nearInfrared = 0;              ///< formats 8, 10
-  std::array<unsigned char, 29> wavePacket{};  ///< formats 4, 5, 9, 10, as it stands
+  std::array<unsigned char, 29> wavePacket{};  ///< formats 4, 5, 9, 10, not decoded
 };
 
-/// Where the fields of one point format lie in its record. An offset of 0 tells that the format lacks the field.
+/// Offsets of the fields of one point format in its record. An offset of 0 means that the format lacks the field.
 struct RecordLayout {
   std::uint8_t format;
-  std::uint16_t lengthBytes;  ///< the least; whatever a file's records hold beyond it are extra bytes
+  std::uint16_t lengthBytes;  ///< the minimum; everything beyond it in a file's records is extra bytes
   std::uint16_t gpsTimeOffset;
   std::uint16_t colourOffset;
   std::uint16_t nearInfraredOffset;
   std::uint16_t wavePacketOffset;
   std::uint8_t classificationOffset;
   std::uint8_t classificationBits;
-  std::uint8_t returnBits;  ///< of the return number, low in byte 14, and of the number of returns, just above it
+  std::uint8_t returnBits;  ///< of the return number, lowest in byte 14, and of the number of returns, just above it
 
   /// The layout of a format, null for a format above 10.
   static const RecordLayout* of(unsigned format);
@@ -184,8 +184,8 @@ struct RecordLayout {
   /// Reads the `lengthBytes` bytes of a record.
   LasPoint decode(const unsigned char* record) const;
 
-  /// Writes the `lengthBytes` bytes of a record. Fields the format lacks are left out; of values too large for their
-  /// field the upper bits are lost.
+  /// Writes the `lengthBytes` bytes of a record. Fields that the format lacks are omitted; values too large for their
+  /// field lose their upper bits.
   void encode(const LasPoint& point, unsigned char* record) const;
 };
 

@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kWaveformUserId = "LASF_Spec";
 constexpr std::uint16_t kWaveformRecordId = 65535;
 
-// What these tell is true only of points in their old places: compression, and indices of the points by region.
+// These records are valid only while the points keep their places: compression, and spatial indices.
 constexpr std::array<std::pair<std::string_view, std::uint16_t>, 4> kArrangementRecords = {
     {{kCompressionUserId, kCompressionRecordId}, {"copc", 1}, {"copc", 1000}, {"LAStools", 30}}};
 
@@ -41,8 +41,8 @@ class FrameReading {
   }
 
  private:
-  // Records that run into the points are no reason to refuse the scan: what stands there stays as it is. So does what
-  // follows the last record, unless it is a hole of a size that no producer fills.
+  // Variable length records that run into the points do not invalidate the scan: these bytes are kept as they are. So
+  // are the bytes after the last record, unless the gap is larger than any producer would fill.
   void _readVariableRecords() {
     constexpr std::uint64_t kMostFollowingBytes = std::uint64_t{1} << 24;
     const std::uint64_t begin = _las.header.headerLengthBytes;
@@ -57,7 +57,7 @@ class FrameReading {
     _frame.header.pointDataOffsetBytes = static_cast<std::uint32_t>(begin + _frame.variableRecords.size());
   }
 
-  /// The length of the record at `at`, nothing where it would reach beyond `end`.
+  /// The length of the record at `at`; nothing if it would extend beyond `end`.
   std::optional<std::uint64_t> _takeVariableRecord(std::uint64_t at, std::uint64_t end) {
     if (end - at < LasRecordHead::kBytes) return std::nullopt;
     std::array<unsigned char, LasRecordHead::kBytes> bytes{};
@@ -91,7 +91,7 @@ class FrameReading {
     _frame.header.extendedRecordCount = static_cast<std::uint32_t>(_frame.extendedRecords.size());
   }
 
-  // The waveforms may be one of the extended records or, as always in LAS 1.3, stand for themselves.
+  // The waveforms may be one of the extended records or, as always in LAS 1.3, a record outside of these.
   void _findWaveforms() {
     const std::uint64_t offset = _las.header.waveformOffsetBytes;
     if (offset == 0) return;
@@ -104,7 +104,7 @@ class FrameReading {
     if (same == records.end()) records.push_back(found->range);
   }
 
-  /// A record's head and where the whole of it lies; none where it reaches beyond the end of the file.
+  /// A record's head and the range of the whole record; nothing if it extends beyond the end of the file.
   std::optional<ExtendedRecord> _extendedRecordAt(std::uint64_t offset) {
     std::array<unsigned char, LasRecordHead::kExtendedBytes> bytes{};
     if (offset > _file.size() || _file.size() - offset < bytes.size()) return {};

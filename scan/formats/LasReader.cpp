@@ -10,7 +10,7 @@ namespace QuorViewer {
 
 namespace {
 
-// Records are read and decoded a block at a time: the block stays in the processor's cache between the two.
+// Records are read and decoded a block at a time, so that a block is still in the processor's cache when it is decoded.
 constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
 
 class LasReader : public ScanReader {
@@ -74,8 +74,8 @@ class LasReader : public ScanReader {
                           loadLittle<std::int32_t>(record + 8));
   }
 
-  /// Calls `visit(records, their number)` until all are through; each block begins a multiple of `step` behind the
-  /// first record. The offset cannot overflow: the file holds the points.
+  /// Calls `visit(records, their number)` until all are read; each block begins a multiple of `step` after the first
+  /// record. The offset cannot overflow, because the file holds the points.
   template <typename Visitor>
   void _forEachBlock(std::uint64_t first, std::size_t count, std::size_t step, const Visitor& visit) {
     const std::size_t stride = _las.header.recordLengthBytes;

@@ -7,10 +7,11 @@
 
 namespace QuorViewer {
 
-/// A reader of uncompressed LAS, which has been checked. Reads no more of the file than the points asked for.
+/// A reader of an uncompressed LAS file that has been checked. Reads only the part of the file that the requested
+/// points need.
 std::unique_ptr<ScanReader> openLas(ScanFile file, const CheckedLas& las);
 
-/// Throws ScanError unless points `first` to `first + count` (not included) lie within the scan.
+/// Throws ScanError unless points `first` to `first + count` (exclusive) lie within the scan.
 void requirePoints(const ScanInfo& info, std::uint64_t first, std::uint64_t count);
 
 }  // namespace QuorViewer

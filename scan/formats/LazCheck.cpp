@@ -16,7 +16,7 @@ enum Compressor : std::uint16_t { kPointwise = 1, kPointwiseChunked = 2, kLayere
 
 constexpr std::uint32_t kVaryingChunks = std::numeric_limits<std::uint32_t>::max();
 
-// The kinds of items that a point is compressed as.
+// Types of compressed items.
 constexpr std::uint16_t kItemExtraBytes = 0;
 constexpr std::uint16_t kItemExtraBytesExtended = 14;
 
@@ -27,7 +27,7 @@ std::string text(std::uint64_t number) {
   return std::to_string(number);
 }
 
-/// The items that a record of each point format is made of, 0 standing for none, before any extra bytes.
+/// The types of the items in a record of each point format, before any extra bytes; 0 means none.
 constexpr std::array<std::array<std::uint16_t, 4>, kLasFormatCount> kItemsOfFormat = {{
     {6},           // point
     {6, 7},        // point, GPS time
@@ -70,7 +70,7 @@ class LazCheck {
 
   std::uint64_t _pointsBegin() const { return _las.pointDataOffsetBytes; }
 
-  // All records are walked, since LASzip reads all of them, with memory for as many as the header states.
+  // Reads all record heads, because LASzip reads all records and allocates memory for as many as the header states.
   void _findCompressionRecord() {
     std::uint64_t at = _las.header.headerLengthBytes;
     for (std::uint32_t record = 0; record < _las.header.variableRecordCount; ++record) {
@@ -174,7 +174,7 @@ class LazCheck {
     }
   }
 
-  // The table stands behind the last chunk; its place is told before the first one, or, by writers that could not go
+  // The table follows the last chunk. Its offset is stored before the first chunk or, by writers that could not seek
   // back, in the last 8 bytes of the file.
   void _checkChunkTable() {
     std::uint64_t pointer = _pointsBegin();

@@ -5,18 +5,18 @@
 
 namespace QuorViewer {
 
-/// What a compressed scan says about its compression, found to be plausible.
+/// What a compressed scan states about its compression, after a plausibility check.
 struct CheckedLaz {
-  /// Points in each independently compressed chunk, the places where reading can begin. All points where the chunks
-  /// differ in size or where there are none.
+  /// Points in each independently compressed chunk; reading can begin at any chunk. All points if the chunks differ in
+  /// size or if there are none.
   std::uint64_t chunkPoints = 0;
-  /// Do the chunks differ in size, so that only LASzip knows where they begin?
+  /// Whether the chunks differ in size, so that only LASzip knows where they begin.
   bool varyingChunks = false;
 };
 
-/// Checks all that leads to the compressed points: the variable length records, the one on compression among them, and
-/// the place and size of the table of chunks. LASzip believes these, and may crash or take all memory where they lie.
-/// Throws ScanError.
+/// Checks everything needed to find the compressed points: the variable length records, including the one on
+/// compression, and the position and size of the chunk table. LASzip trusts these, and may crash or use up all memory
+/// if they are wrong. Throws ScanError.
 CheckedLaz checkLaz(ScanFile& file, const CheckedLas& las);
 
 }  // namespace QuorViewer

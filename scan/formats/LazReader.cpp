@@ -17,12 +17,12 @@ namespace QuorViewer {
 
 namespace {
 
-// Times, angles and sources are never shown; chunks in layers need not unpack them.
+// Times, angles and sources are never shown; in layered chunks they need not be decompressed.
 constexpr laszip_U32 kShownChannels = laszip_DECOMPRESS_SELECTIVE_CHANNEL_RETURNS_XY | laszip_DECOMPRESS_SELECTIVE_Z |
                                       laszip_DECOMPRESS_SELECTIVE_CLASSIFICATION |
                                       laszip_DECOMPRESS_SELECTIVE_INTENSITY | laszip_DECOMPRESS_SELECTIVE_RGB;
 
-// LASzip takes names in UTF-8 where Microsoft's compiler has built it, which then has built this as well.
+// LASzip expects names in UTF-8 if Microsoft's compiler has built it, which then has built this file as well.
 std::string nameForLaszip(const std::string& path) {
 #ifdef _MSC_VER
   return utf8Of(path);
@@ -38,12 +38,12 @@ struct CloseReader {
   }
 };
 
-/// LASzip's own reader object, its errors turned into ScanError. An error leaves the decoder as it was, and going on
-/// with it may divide by zero; so what follows in its chunk is refused from then on. Entering another chunk begins
-/// anew.
+/// LASzip's reader object, with its errors converted to ScanError. An error does not reset the decoder, and continuing
+/// with it may divide by zero; so the rest of its chunk is refused from then on. Entering another chunk resets the
+/// decoder.
 class LaszipReader {
  public:
-  /// `channels`: what to decompress of points in layers (`laszip_DECOMPRESS_SELECTIVE_…`); others come whole.
+  /// `channels`: what to decompress of layered points (`laszip_DECOMPRESS_SELECTIVE_…`); others are decompressed whole.
   LaszipReader(std::string path, const CheckedLaz& chunks, laszip_U32 channels)
       : _path(std::move(path)), _chunks(chunks) {
     laszip_POINTER created = nullptr;
@@ -58,7 +58,7 @@ class LaszipReader {
     _require(laszip_get_point_pointer(created, &_point), "the compressed scan has no points to give");
   }
 
-  /// Decompresses point `index`. What it answers is the same object, filled anew, each time.
+  /// Decompresses point `index`. Each call refills and returns the same object.
   const laszip_point_struct& read(std::uint64_t index) {
     if (!_isReachedByGoingOn(index)) _seek(index);
     for (std::uint64_t point = std::exchange(_next, kNowhere); point <= index; ++point) {
@@ -81,8 +81,8 @@ class LaszipReader {
     return one / _chunks.chunkPoints == other / _chunks.chunkPoints;
   }
 
-  // On the way to a point within a chunk, LASzip does not look whether those before it can be decompressed. So chunks
-  // are entered at their first point, and the way is gone here.
+  // When LASzip seeks a point within a chunk, it does not check whether the points before it can be decompressed. So
+  // chunks of known size are entered at their first point, and `read` steps on from there.
   void _seek(std::uint64_t index) {
     if (index >= _damage && _isInChunkOf(_damage, index)) throw ScanError(_damageText);
     const std::uint64_t start = _chunks.varyingChunks ? index : index - index % _chunks.chunkPoints;
@@ -113,7 +113,7 @@ class LaszipReader {
   std::unique_ptr<std::remove_pointer_t<laszip_POINTER>, CloseReader> _reader;
   laszip_point_struct* _point = nullptr;
   std::uint64_t _next = kNowhere;
-  std::uint64_t _damage = kNowhere;  // the point that was refused last
+  std::uint64_t _damage = kNowhere;  // the latest point that was refused
   std::string _damageText;
 };
 
@@ -124,7 +124,7 @@ void decodeOldFlags(const laszip_point_struct& from, LasPoint& to) {
   to.synthetic = from.synthetic_flag != 0;
   to.keyPoint = from.keypoint_flag != 0;
   to.withheld = from.withheld_flag != 0;
-  to.scanAngle = from.scan_angle_rank;  // NOLINT(bugprone-signed-char-misuse): a number, no letter
+  to.scanAngle = from.scan_angle_rank;  // NOLINT(bugprone-signed-char-misuse): a number, not a character
 }
 
 void decodeExtendedFlags(const laszip_point_struct& from, LasPoint& to) {
@@ -158,7 +158,7 @@ LasPoint decodePoint(const laszip_point_struct& from, bool extended) {
 }
 
 class LazReader : public ScanReader {
-  /// Opened when it is first wanted.
+  /// Opened on first use.
   struct Decompression {
     laszip_U32 channels;
     std::unique_ptr<LaszipReader> laszip;
@@ -222,7 +222,7 @@ class LazReader : public ScanReader {
     }
   }
 
-  // LASzip reads the file's beginning and its table by itself, and they may have changed meanwhile.
+  // LASzip reads the start of the file and its chunk table itself, and they may have changed since the check.
   std::unique_ptr<LaszipReader> _open(laszip_U32 channels) const {
     ScanFile file(_file.path());
     checkLaz(file, _las);
@@ -256,7 +256,7 @@ class LazReader : public ScanReader {
     std::copy_n(point.extra_bytes, extra, record + layout.lengthBytes);
   }
 
-  // Runs begin where chunks do, so that no point is unpacked only to be passed over.
+  // Runs begin where chunks do, so that no point is decompressed only to be skipped.
   void _fill(ScanSample& sample) {
     const SampleRuns runs = spreadRuns(_info.pointCount, _chunks.chunkPoints);
     for (const std::uint64_t first : runs.firstPoints) {

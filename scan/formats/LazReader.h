@@ -7,8 +7,8 @@
 
 namespace QuorViewer {
 
-/// A reader of LASzip-compressed LAS, whose header has been checked. In a build without LASzip it throws a ScanError
-/// that says so.
+/// A reader of LASzip-compressed LAS whose header has been checked. A build without LASzip throws a ScanError that says
+/// so.
 std::unique_ptr<ScanReader> openLaz(ScanFile file, const CheckedLas& las);
 
 }  // namespace QuorViewer

@@ -11,10 +11,11 @@ namespace QuorViewer {
 
 namespace {
 
-// No face has more corners; a longer list is a damaged count, and OpenSceneGraph would make room for it unasked.
+// No face has more corners; a longer list is a damaged count, and OpenSceneGraph would allocate memory for it
+// unchecked.
 constexpr std::int64_t kMostListItems = 1 << 20;
 
-/// The numbers of the data one after the other, whichever way they are written.
+/// The numbers of the data in sequence, in text or binary encoding.
 class PlyNumbers {
  public:
   virtual ~PlyNumbers() = default;
@@ -24,10 +25,10 @@ class PlyNumbers {
 
   virtual std::int64_t takeInteger(const PlyType& type) = 0;
 
-  /// Passes over `count` numbers of a type.
+  /// Skips `count` numbers of a type.
   virtual void skip(const PlyType& type, std::uint64_t count) = 0;
 
-  /// Where the last number taken, or the one that is missing, stands, for messages.
+  /// Position of the last number read, or of the missing one, for messages.
   virtual std::string place() const = 0;
 };
 
@@ -61,7 +62,7 @@ class TextNumbers : public PlyNumbers {
       const std::string_view word = _takeWord();
       const bool plain = std::all_of(word.begin(), word.end(), [](char c) { return c > ' ' && c <= '~'; });
       const char first = word[word[0] == '-' || word[0] == '+' ? 1U % word.size() : 0U];
-      // A coordinate may be written "nan" or "inf", a whole number never.
+      // A coordinate may be "nan" or "inf", a whole number may not.
       if (!plain || !((first >= '0' && first <= '9') || (!type.integer && (first == '.' || _isWordNumber(word))))) {
         _failWord(word);
       }
@@ -201,7 +202,8 @@ void checkVertexElement(const ScanFile& file, const PlyHeader& header) {
   }
 }
 
-// In text, OpenSceneGraph's reader stumbles over every list that it does not keep, and it keeps one list of corners.
+// In text, OpenSceneGraph's reader mishandles every list that it does not store, and it stores only one list of
+// corners.
 void checkFaceLists(const ScanFile& file, const PlyElement& face) {
   const PlyProperty* corners = nullptr;
   for (const PlyProperty& property : face.properties) {
@@ -222,7 +224,7 @@ void checkFaceElement(const ScanFile& file, const PlyElement& face) {
   }
 }
 
-// OpenSceneGraph's reader does not pass over elements it does not know: it takes their numbers for those of the next.
+// OpenSceneGraph's reader does not skip elements it does not know: it reads their numbers as those of the next element.
 void checkElementOrder(const ScanFile& file, const PlyHeader& header) {
   bool unknownSeen = false;
   for (const PlyElement& element : header.elements) {
@@ -245,7 +247,7 @@ bool hasBytes(const PlyElement& vertex, std::initializer_list<const char*> names
   });
 }
 
-// "red" or "alpha" decide which colours OpenSceneGraph's reader hands out; diffuse ones only where both are absent.
+// "red" or "alpha" decide which colours OpenSceneGraph's reader returns; diffuse ones only if both are absent.
 bool isColoured(const PlyElement& vertex) {
   const bool plain = vertex.property("red") != nullptr || vertex.property("alpha") != nullptr;
   return plain ? hasBytes(vertex, {"red", "green", "blue"})

@@ -6,15 +6,15 @@
 
 namespace QuorViewer {
 
-/// What a text or PLY file is found to hold before OpenSceneGraph's reader for it is let loose on it.
+/// The contents of a text or PLY file, as checked before OpenSceneGraph's reader is used on it.
 struct CheckedVertices {
   std::uint64_t count = 0;
-  bool coloured = false;  ///< every vertex has a red, a green and a blue of 8 bits
+  bool coloured = false;  ///< every vertex has 8-bit red, green and blue
 };
 
-/// Walks a whole PLY file and makes sure of everything OpenSceneGraph's PLY reader takes for granted: words missing
-/// from a line, counts beyond the data, indices beyond the vertices make it read or write outside its memory, and what
-/// it does not know it passes over in silence. Throws ScanError naming the place of the first thing wrong.
+/// Checks a whole PLY file for everything that OpenSceneGraph's PLY reader takes for granted. Words missing from a
+/// line, counts beyond the data, or indices beyond the vertices make it read or write out of bounds, and it silently
+/// skips what it does not know. Throws ScanError naming the position of the first error.
 CheckedVertices checkPly(ScanFile& file);
 
 }  // namespace QuorViewer

@@ -100,7 +100,7 @@ class HeaderReader {
     _formatSeen = true;
   }
 
-  // Counts are held in 32 bits, with a sign, by the reader behind this.
+  // OpenSceneGraph's reader stores counts as signed 32-bit integers.
   void _takeElement(const Words& words) {
     _require(words.size() == 3, "an element takes a name and a count", _last(words));
     PlyElement element;

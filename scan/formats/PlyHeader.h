@@ -22,7 +22,7 @@ struct PlyType {
 struct PlyProperty {
   std::string name;
   const PlyType* type = nullptr;
-  const PlyType* countType = nullptr;  ///< of the number of items in a list; null where this is no list
+  const PlyType* countType = nullptr;  ///< of the number of items in a list; null if this is not a list
 };
 
 struct PlyElement {
@@ -30,7 +30,7 @@ struct PlyElement {
   std::uint64_t count = 0;
   std::vector<PlyProperty> properties;
 
-  /// Null where there is none of this name.
+  /// Null if there is none of this name.
   const PlyProperty* property(std::string_view wanted) const;
 };
 
@@ -41,13 +41,13 @@ struct PlyHeader {
   const PlyElement* element(std::string_view wanted) const;
 };
 
-/// The longest line that OpenSceneGraph's reader takes whole.
+/// The longest line that OpenSceneGraph's reader reads whole.
 inline constexpr std::size_t kPlyMostLineBytes = 4000;
 
-/// Splits a line the way OpenSceneGraph's reader does: at spaces and tabs, nothing else.
+/// Splits a line as OpenSceneGraph's reader does: at spaces and tabs only.
 std::vector<std::string_view> plyWords(std::string_view line);
 
-/// Reads the header and moves behind it. Throws ScanError.
+/// Reads the header and moves past it. Throws ScanError.
 PlyHeader readPlyHeader(const ScanFile& file, SequentialBytes& bytes);
 
 }  // namespace QuorViewer

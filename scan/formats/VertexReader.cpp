@@ -42,8 +42,8 @@ osg::Vec4ub colourAt(const osg::Array* colours, std::size_t index) {
   return {255, 255, 255, 255};
 }
 
-// The double next to it, which `pow` does not give everywhere: powers up to the 22nd are exact, and so is the rounding
-// of one division.
+// The nearest double, which `pow` does not return everywhere: powers up to the 22nd are exact, and one division is
+// correctly rounded.
 double powerOfTen(int exponent) {
   double power = 1;
   for (int factor = 0; factor < std::abs(exponent); ++factor) {
@@ -52,7 +52,7 @@ double powerOfTen(int exponent) {
   return exponent < 0 ? 1 / power : power;
 }
 
-/// The finest power of ten whose multiples an integer of 32 bits can count up to `reach`.
+/// The finest power of ten of which a 32-bit integer can count multiples up to `reach`.
 double gridStep(double reach) {
   constexpr double most = std::numeric_limits<std::int32_t>::max();
   if (reach == 0) {
@@ -95,7 +95,7 @@ class CollectVertices : public osg::NodeVisitor {
   Vertices& _to;
 };
 
-// Some of the plugins keep the line they are reading in memory that all their calls share.
+// Some plugins keep the line they are reading in memory that all their calls share.
 osgDB::ReaderWriter::ReadResult readWithPlugin(const std::string& path) {
   static std::mutex onlyOneAtATime;
   const std::lock_guard<std::mutex> lock(onlyOneAtATime);
@@ -119,7 +119,7 @@ Vertices loadVertices(const ScanFile& file, const CheckedVertices& found) {
   }
   CollectVertices collect(vertices);
   result.getNode()->accept(collect);
-  // Where faces share a vertex across a sharp edge, vertices may have been doubled, behind the file's own.
+  // Where faces share a vertex across a sharp edge, duplicate vertices may follow the file's own.
   if (vertices.positions.size() < found.count) {
     throw file.error("OpenSceneGraph read only a part of it: " + std::to_string(found.count) + " points present, " +
                      std::to_string(vertices.positions.size()) + " read");
@@ -213,7 +213,7 @@ class VertexReader : public ScanReader {
                        [](const osg::Vec4ub& colour) { return colour.r() != 0 || colour.g() != 0 || colour.b() != 0; });
   }
 
-  // A point that is no number stands for a missing measurement in some files and says nothing of the place.
+  // In some files a point with non-finite coordinates marks a missing measurement; it says nothing about the position.
   osg::Vec3d _origin() const {
     osg::Vec3d origin;
     for (int axis = 0; axis < 3; ++axis) {
@@ -242,9 +242,9 @@ class VertexReader : public ScanReader {
     _gridSteps = {gridStep(reach.x()), gridStep(reach.y()), gridStep(reach.z())};
   }
 
-  std::shared_ptr<const Vertices> _vertices;  // of all readers of the file
+  std::shared_ptr<const Vertices> _vertices;  // shared by all readers of the file
   ScanInfo _info;
-  std::array<double, 3> _gridSteps{};  // of the LAS file that the points fit in
+  std::array<double, 3> _gridSteps{};  // of the LAS file that the points fit into
 };
 
 }  // namespace

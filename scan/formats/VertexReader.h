@@ -8,9 +8,9 @@
 
 namespace QuorViewer {
 
-/// A reader of the vertices of a file that OpenSceneGraph's plugins read and that has been checked; all points are kept
-/// in memory. `format` is for people. Throws ScanError where the plugin is missing, refuses the file, or hands out
-/// other than the vertices found in the check.
+/// A reader of the vertices of a checked file that OpenSceneGraph's plugins read; all points are kept in memory.
+/// `format` is for the user. Throws ScanError if the plugin is missing, rejects the file, or returns other vertices
+/// than the check found.
 std::unique_ptr<ScanReader> openVertices(const ScanFile& file, const std::string& format, const CheckedVertices& found);
 
 }  // namespace QuorViewer
