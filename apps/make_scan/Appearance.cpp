@@ -22,7 +22,7 @@ osg::Vec3d blend(const osg::Vec3d& from, const osg::Vec3d& to, double share) {
   return from + (to - from) * share;
 }
 
-// Around 1, the same throughout a little cube: grains, leaves, single tiles.
+// A factor around 1, constant within a small cube: grains, leaves, single tiles.
 double speckle(const osg::Vec3d& place, double size, double strength) {
   const auto key = [size](double coordinate) {
     return static_cast<std::uint64_t>(static_cast<std::int64_t>(std::floor(coordinate / size)));
@@ -32,7 +32,7 @@ double speckle(const osg::Vec3d& place, double size, double strength) {
   return 1.0 + strength * (2.0 * toUnit(scrambled(cube)) - 1.0);
 }
 
-/// A place in the pattern on a shape: to the right as seen from outside, and up.
+/// A position in the pattern on a shape: to the right as seen from outside, and up.
 struct PatternPlace {
   double right, up;
 };
@@ -42,11 +42,11 @@ PatternPlace patternPlace(const Shape& shape, const Hit& hit) {
   const osg::Vec3d& normal = hit.normal;
   const double level = std::sqrt(normal.x() * normal.x() + normal.y() * normal.y());
   if (level < 0.05) return {apart.x(), apart.y()};
-  // Heights are stretched to lengths along a slope.
+  // Converts heights to lengths along the slope.
   return {(apart.y() * normal.x() - apart.x() * normal.y()) / level, apart.z() / level};
 }
 
-// Windows in each storey, as far from the wall's middle on both sides; a door in the middle of a front.
+// Windows on each storey, symmetric about the wall's middle; a door in the middle of a front.
 osg::Vec3d wallColour(const osg::Vec3d& plaster, const PatternPlace& place, bool front) {
   constexpr double kSpacing = 2.6;
   constexpr double kStorey = 2.9;
@@ -146,7 +146,7 @@ osg::Vec3d grassColour(const osg::Vec3d& place) {
   return blend({0.33, 0.46, 0.18}, {0.48, 0.53, 0.24}, patch) * speckle(place, 0.17, 0.12);
 }
 
-// Rows of a field, sown along one axis.
+// Rows of crops along one axis.
 osg::Vec3d cropColour(const osg::Vec3d& place) {
   return blend({0.66, 0.60, 0.18}, {0.50, 0.52, 0.18}, fraction(place.x() / 1.3) < 0.4 ? 0.7 : 0.1);
 }

@@ -4,14 +4,14 @@
 
 namespace QuorViewer {
 
-/// What a camera and a laser see of a place.
+/// How a place appears to a camera and to a laser.
 struct Appearance {
   osg::Vec3d colour;    ///< red, green, blue, 0 to 1, in daylight
-  double reflectance;   ///< share of the laser's light that comes back, 0 to 1
+  double reflectance;   ///< fraction of the laser's light that is reflected, 0 to 1
   double nearInfrared;  ///< 0 to 1
 };
 
-/// Patterns of walls, roofs and ground, and the shade of a surface that is turned from the sun.
+/// Patterns of walls, roofs and ground, and the shading of a surface that faces away from the sun.
 Appearance appearance(const Town& town, const Hit& hit);
 
 }  // namespace QuorViewer

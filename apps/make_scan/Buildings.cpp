@@ -8,7 +8,7 @@ namespace QuorViewer {
 namespace {
 
 constexpr double kStoreyMetres = 2.9;
-constexpr double kCellarMetres = 3.0;  // walls go down into sloping ground
+constexpr double kCellarMetres = 3.0;  // walls extend down into sloping ground
 const osg::Vec3d kStone(0.68, 0.64, 0.57);
 
 const std::array<osg::Vec3d, 10> kWallColours = {{{0.86, 0.80, 0.66},
@@ -27,7 +27,7 @@ const std::array<osg::Vec3d, 5> kRoofColours = {
 struct House {
   double halfLength, halfDepth;
   int storeys;
-  double pitch;  // rise of the roof for each metre across
+  double pitch;  // rise of the roof per metre across
   bool hipped;
   osg::Vec3d wallColour, roofColour;
 };
@@ -63,7 +63,7 @@ void addHouse(Ground& ground, const Site& site, const House& house) {
   addChimney(ground, site, house, eaves);
 }
 
-// Sizes that leave whole windows at the corners: see the window's spacing in the pattern of walls.
+// Sizes that leave whole windows at the corners: see the window spacing in the wall pattern.
 House drawHouse(Dice& dice) {
   House house{};
   house.halfLength = dice.chance(0.2) ? dice.between(7.3, 8.3) : dice.between(4.7, 5.8);
@@ -126,7 +126,7 @@ void addSpire(Ground& ground, const Site& site, double half, double from, double
 }  // namespace
 
 void addHouses(Ground& ground, Dice& dice) {
-  addTerrace(ground, dice, {80.5, 56.0}, {0, -1}, 8);   // east of the square, looking at it
+  addTerrace(ground, dice, {80.5, 56.0}, {0, -1}, 8);   // east of the square, facing it
   addTerrace(ground, dice, {50.0, -13.0}, {-1, 0}, 7);  // south of the main street
   addTerrace(ground, dice, {100.0, -13.0}, {-1, 0}, 6);
   for (const Street& street : streets()) {

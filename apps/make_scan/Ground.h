@@ -9,7 +9,7 @@
 
 namespace QuorViewer {
 
-/// The building ground: keeps what has been put up, and which places are taken.
+/// The building ground: holds the shapes built so far, and which places are taken.
 class Ground {
  public:
   explicit Ground(const Terrain& terrain) : _terrain(terrain) {}
@@ -36,7 +36,7 @@ class Ground {
   std::vector<Shape> _shapes;
 };
 
-/// Calls `visit(along)` from `first` on to below `end`, each time `apart()` metres farther.
+/// Calls `visit(along)` from `first` up to, but not including, `end`, in steps of `apart()` metres.
 template <typename Apart, typename Visitor>
 void stepAlong(double first, double end, const Apart& apart, const Visitor& visit) {
   double along = first;
@@ -46,7 +46,7 @@ void stepAlong(double first, double end, const Apart& apart, const Visitor& visi
   }
 }
 
-/// A street runs along the x axis of a house's site; its front looks along -y.
+/// A street runs along the x axis of a house's site; its front faces -y.
 void addHouses(Ground& ground, Dice& dice);
 void addChurch(Ground& ground);
 

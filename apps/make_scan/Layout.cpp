@@ -18,7 +18,7 @@ double fraction(double value) {
 }
 
 bool isZebra(const Street& street, const osg::Vec2d& place) {
-  // The two main streets cross at the middle of each; the zebra crossings stand around that place.
+  // The two main streets cross at the middle of each; the zebra crossings are around that place.
   const double fromMiddle = std::abs(street.along(place) - 0.5 * street.length());
   return street.marked && fromMiddle > 6.5 && fromMiddle < 9.7 && fraction(street.across(place) + 0.25) < 0.5;
 }

@@ -7,11 +7,11 @@
 
 namespace QuorViewer {
 
-/// A straight street. Places along it are measured in metres from `from`, places across it leftwards of that way.
+/// A straight street. Positions along it are in metres from `from`; positions across it are in metres to the left.
 struct Street {
   osg::Vec2d from, to;
   double halfWidth;
-  bool marked;  ///< has a dashed middle line
+  bool marked;  ///< has a dashed centre line
 
   double length() const { return (to - from).length(); }
   osg::Vec2d direction() const { return (to - from) / length(); }
@@ -22,14 +22,14 @@ struct Street {
   double clearance(const osg::Vec2d& place) const;
 };
 
-/// A rectangle along the axes.
+/// An axis-aligned rectangle.
 struct Area {
   osg::Vec2d low, high;
 
   bool contains(const osg::Vec2d& place, double margin = 0.0) const;
 };
 
-/// What the ground is covered with.
+/// What covers the ground.
 enum class Cover : std::uint8_t { Grass, Crop, Soil, Litter, Asphalt, Marking, Pavement, Cobbles, Path, Shore };
 
 /// All streets of the town.
@@ -44,7 +44,7 @@ Area park();
 /// Distance from the nearest street's edge, negative on a street.
 double streetClearance(const osg::Vec2d& place);
 
-/// How much of a wood stands here: 0 none, 1 dense.
+/// Density of woodland at a place: 0 none, 1 dense.
 double woodland(const osg::Vec2d& place);
 
 Cover coverAt(const osg::Vec2d& place);

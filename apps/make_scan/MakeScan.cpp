@@ -39,7 +39,7 @@ LasHeader withBox(LasHeader header, HeaderBox box) {
   return header;
 }
 
-// The length to leave of the finished file; nothing if all of it. Known before anything is computed.
+// The length to truncate the finished file to; nothing to keep all of it. Known before anything is computed.
 std::optional<std::uint64_t> cutLength(const Options& options, const LasHeader& header) {
   const std::uint64_t length = header.pointDataOffsetBytes + *options.points * header.recordLengthBytes;
   if (options.cutRecords > 0) return length - options.cutRecords * header.recordLengthBytes;
@@ -52,8 +52,8 @@ std::optional<std::uint64_t> cutLength(const Options& options, const LasHeader& 
 
 using Blocks = std::vector<Block>::const_iterator;
 
-// The end of the blocks, beginning with `first`, that one thread computes: of a small scan one sector's few points take
-// less time than the start of a thread.
+// The end of the blocks, beginning with `first`, that one thread computes. In a small scan, one sector's few points
+// take less time than starting a thread.
 Blocks endOfTask(Blocks first, Blocks end) {
   constexpr std::uint32_t kPointsMost = 65536;
   std::uint32_t points = first->count;
@@ -63,7 +63,7 @@ Blocks endOfTask(Blocks first, Blocks end) {
 
 using Records = std::vector<unsigned char>;
 
-// Tasks are computed beside each other and written in their order; only a few are in memory at any time.
+// Tasks run in parallel and are written in order; only a few are in memory at a time.
 void writePoints(const Options& options, const LasHeader& header, LasWriter& writer, const Progress& progress) {
   const Town town;
   const Scanner scanner(town, options.survey);

@@ -9,14 +9,14 @@
 
 namespace QuorViewer {
 
-/// Told from time to time how many of the points are written.
+/// Called from time to time with the number of points written so far.
 using Progress = std::function<void(std::uint64_t done, std::uint64_t all)>;
 
-/// Writes the scan. Uses all processors; the file is the same however many there are.
-/// Throws ArgumentError and ScanWriteError.
+/// Writes the scan. Uses all processors; the file does not depend on their number. Throws ArgumentError and
+/// ScanWriteError.
 void makeScan(const Options& options, const Progress& progress);
 
-/// The program: what it prints, and its exit status.
+/// The program: prints its messages and returns its exit status.
 int runMakeScan(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
                 const Progress& progress);
 

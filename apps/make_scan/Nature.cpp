@@ -20,7 +20,7 @@ osg::Vec3d up(double metres) {
   return {0.0, 0.0, metres};
 }
 
-// Lobes around the middle of the crown, and one in it.
+// Lobes around the middle of the crown, and one at the middle.
 void addBroadleaf(Ground& ground, Dice& dice, const osg::Vec2d& place, double height) {
   const osg::Vec3d foot = ground.onGround(place);
   const double spread = height * dice.between(0.22, 0.30);
@@ -79,7 +79,7 @@ void addFlowerBed(Ground& ground, Dice& dice, const osg::Vec2d& middle) {
   }
 }
 
-// The surface of the water is wide; where the ground is higher, the ground is what is seen.
+// The water surface is wider than the pond; where the ground is higher, it hides the water.
 void addPond(Ground& ground) {
   const double bank = ground.height(kPond + osg::Vec2d(0.0, 31.0));
   const double level = bank - kWaterLevelBelowBankMetres;

@@ -21,7 +21,7 @@ constexpr std::uint64_t kOffsetMost = std::numeric_limits<std::uint32_t>::max();
   throw ArgumentError(name + " \"" + value + "\": " + why);
 }
 
-// The whole of the text in the notation of programs, whatever the locale; nothing if it is no such number.
+// The whole text as a number, independent of the locale; nothing if it is not a number.
 template <typename T>
 std::optional<T> number(const std::string& text) {
   std::istringstream stream(text);
@@ -65,7 +65,7 @@ unsigned versionMinor(const std::string& name, const std::string& text) {
 }
 
 double scaleOf(const std::string& name, const std::string& text) {
-  // A coordinate is at most half the town's size away from the origin, and is kept in 31 bits and a sign.
+  // A coordinate is at most half the town's size from the origin, and is stored in 31 bits and a sign.
   const double least = Terrain::kHalfSizeMetres / std::numeric_limits<std::int32_t>::max();
   const std::optional<double> value = number<double>(text);
   if (!value || !(*value > least) || *value > 10.0) {
@@ -92,7 +92,7 @@ HeaderBox headerBox(const std::string& name, const std::string& text) {
 
 struct Flag {
   std::string name;
-  std::string value;  // what help calls it; empty for a flag that takes none
+  std::string value;  // name of the value in the help; empty for a flag without a value
   std::string help;
   void (*set)(Options& options, const std::string& name, const std::string& text);
 };
@@ -138,7 +138,7 @@ const std::vector<Flag>& flags() {
   return all;
 }
 
-// Formats came in with version 1.0 (0, 1), 1.2 (2, 3), 1.3 (4, 5) and 1.4 (the others).
+// Formats were introduced with version 1.0 (0, 1), 1.2 (2, 3), 1.3 (4, 5) and 1.4 (the others).
 unsigned leastVersion(unsigned format) {
   return format >= 6 ? 4 : format >= 4 ? 3 : format >= 2 ? 2 : 0;
 }

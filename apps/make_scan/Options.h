@@ -11,23 +11,23 @@
 
 namespace QuorViewer {
 
-/// An argument that cannot be followed. The text names it, what was given, and what is allowed.
+/// An invalid argument. The text names it, what was given, and what is allowed.
 class ArgumentError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// What the header says of the bounds.
+/// The bounds that the header states.
 enum class HeaderBox { True, Wide, Empty, NotANumber };
 
-/// What `quor_make_scan` has been asked for.
+/// The options of `quor_make_scan`.
 struct Options {
   std::string path;
   std::optional<std::uint64_t> points;
   Survey survey;
   std::array<double, 3> origin{};
   unsigned format = 7;
-  std::optional<unsigned> versionMinor;  ///< of LAS 1.x; without, the one that suits the format
+  std::optional<unsigned> versionMinor;  ///< of LAS 1.x; if absent, the one that suits the format
   std::uint64_t extraBytes = 0;
   unsigned colourBits = 16;
   double scale = 0.001;

@@ -23,7 +23,7 @@ constexpr double toUnit(std::uint64_t bits) {
   return static_cast<double>(bits >> 11) * 0x1p-53;
 }
 
-/// A stream of numbers that depends on its seed alone. Compilers differ in the order in which they compute the
+/// A stream of numbers that depends only on its seed. Compilers differ in the order in which they evaluate the
 /// arguments of a call: draw twice in one expression only within braces, whose order is fixed.
 class Dice {
  public:
@@ -38,8 +38,9 @@ class Dice {
   std::uint64_t _state;
 };
 
-/// Sine of an angle given in turns, from the four basic operations alone: mathematical libraries differ in the last
-/// bit. The series of the sine up to the 17th power, on a quarter turn either side of zero; its error is below 1e-12.
+/// Sine of an angle given in full rotations, from the four basic operations alone, because maths libraries differ in
+/// the last bit. The series of the sine up to the 17th power, on a quarter rotation either side of zero; its error is
+/// below 1e-12.
 inline double sineOfTurns(double turns) {
   double folded = turns - std::floor(turns + 0.5);
   if (folded > 0.25) folded = 0.5 - folded;

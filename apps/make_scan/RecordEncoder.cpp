@@ -18,7 +18,7 @@ constexpr std::uint16_t kCoordinateSystemRecord = 2112;
 constexpr std::uint16_t kWellKnownTextBit = 1U << 4U;
 const char kCoordinateSystem[] = "LOCAL_CS[\"Simulated town\",UNIT[\"metre\",1]]";
 
-// Fields of text are filled up with zero bytes, which is what they begin as.
+// Text fields are padded with zero bytes, which is their initial value.
 template <typename Iterator>
 void setText(Iterator field, std::string_view text) {
   std::copy(text.begin(), text.end(), field);
@@ -36,7 +36,7 @@ void addRecord(Preamble& preamble, std::string_view user, std::uint16_t record,
   ++preamble.header.variableRecordCount;
 }
 
-// Bytes of no stated type (0), described at most 255 at a time, for so many fit the field that tells their number.
+// Bytes of undefined type (0), described at most 255 at a time, because the count field holds no more.
 void describeExtraBytes(Preamble& preamble, std::size_t count) {
   std::vector<unsigned char> content;
   for (std::size_t left = count; left > 0; left -= std::min(left, kDescribedBytesMost)) {
@@ -57,7 +57,7 @@ std::int32_t steps(double metres, double scale) {
   return static_cast<std::int32_t>(std::floor(metres / scale + 0.5));
 }
 
-/// Turns echoes into records, one after the other.
+/// Converts echoes to records, one after the other.
 class Encoder {
  public:
   Encoder(const Options& options, const LasHeader& header, const Block& block)
@@ -135,7 +135,7 @@ Preamble preamble(const Options& options) {
       static_cast<std::uint16_t>(RecordLayout::of(options.format)->lengthBytes + options.extraBytes);
   header.scale.fill(options.scale);
   header.offset = options.origin;
-  // A fixed date: the same arguments make the same bytes on any day.
+  // A fixed date, so that the same arguments give the same bytes on any day.
   header.creationYear = 2026;
   header.creationDayOfYear = 1;
   setText(header.systemIdentifier.begin(), "simulated scanner");
@@ -146,7 +146,7 @@ Preamble preamble(const Options& options) {
               {std::begin(kCoordinateSystem), std::end(kCoordinateSystem)});
     header.globalEncoding = kWellKnownTextBit;
   }
-  // The first version announces its points with two bytes of its own.
+  // LAS 1.0 marks the start of its points with a signature of two bytes.
   if (options.version() == 0) result.variableRecords.insert(result.variableRecords.end(), {0xCC, 0xDD});
   return result;
 }

@@ -8,14 +8,14 @@
 
 namespace QuorViewer {
 
-/// What stands in a file before its points.
+/// The contents of a file before its points.
 struct Preamble {
   LasHeader header;
   std::vector<unsigned char> variableRecords;
 };
 
-/// A header without counts and bounds, and the records that describe extra bytes and, where the point format calls for
-/// it, the coordinate system: a local one in metres.
+/// A header without counts and bounds, and the records that describe extra bytes and, if the point format requires it,
+/// the coordinate system: a local one in metres.
 Preamble preamble(const Options& options);
 
 /// The point records of one block.

@@ -7,7 +7,7 @@
 
 namespace QuorViewer {
 
-/// A run of points that is computed in one go: the returns of pulses of one sector, counted from `firstPulse`.
+/// A run of points computed in one go: the returns of one sector's pulses, counted from `firstPulse`.
 struct Block {
   unsigned sector;
   std::uint64_t firstPulse;
@@ -15,12 +15,12 @@ struct Block {
   std::uint32_t count;
 };
 
-/// Divides an exact number of points among the sectors of a survey, in proportion to what comes back from each, as
-/// found by a few pulses beforehand; so every station sends about the same number of pulses, as real ones do.
+/// Divides an exact number of points among the sectors of a survey, in proportion to the returns from each, as measured
+/// with a few trial pulses; so every station sends about the same number of pulses, as real ones do.
 std::vector<Block> planBlocks(const Scanner& scanner, std::uint64_t points);
 
-/// Calls `visit(const Echo&)` for the pulses of a block until it has exactly its count of points. A pulse whose returns
-/// do not all find room in the end is passed over, so that no pulse is ever cut apart.
+/// Calls `visit(const Echo&)` for the pulses of a block until it has exactly its count of points. A pulse with more
+/// returns than there is room for is skipped, so that no pulse is split.
 template <typename Visitor>
 void forEachEcho(const Scanner& scanner, const Block& block, const Visitor& visit) {
   std::uint32_t points = 0;

@@ -10,12 +10,12 @@ namespace {
 constexpr double kTripodMetres = 1.9;
 constexpr double kFlightMetres = 420.0;
 constexpr double kRangeMostMetres = 600.0;
-constexpr double kLowestTurns = -52.0 / 360.0;  // below is the tripod
+constexpr double kLowestTurns = -52.0 / 360.0;  // the tripod is below
 constexpr double kHighestTurns = 58.0 / 360.0;
 constexpr double kShareBelowHorizon = 0.62;
 constexpr double kHalfSwathTurns = 17.0 / 360.0;
 constexpr double kElbowRoomMetres = 1.2;
-constexpr double kEchoesApartMetres = 0.4;  // closer ones are one to the receiver
+constexpr double kEchoesApartMetres = 0.4;  // the receiver cannot separate closer ones
 
 const std::array<osg::Vec2d, 8> kChosenPlaces = {{{24.0, 40.0},
                                                   {-4.4, -46.0},
@@ -31,7 +31,7 @@ bool isClear(const Town& town, const osg::Vec2d& place, double eyeLevel) {
   return town.distanceToSurface(eye) > kElbowRoomMetres;
 }
 
-// The chosen places first, then any on a street or beside one; always with room for a tripod.
+// The chosen places first, then random ones on streets, each shifted at random until there is room for a tripod.
 std::vector<osg::Vec3d> tripods(const Town& town, unsigned count) {
   std::vector<osg::Vec3d> result;
   Dice dice(77);
@@ -66,14 +66,14 @@ Scanner::Scanner(const Town& town, const Survey& survey)
       _survey(survey),
       _positions(survey.airborne ? flightLines(survey.stations) : tripods(town, survey.stations)) {}
 
-// The additive sequence over the plane whose steps are powers of the inverse of the root of x³ = x + 1: it fills the
-// square evenly, however many of its places are taken. In 64-bit integers, which wrap around as wanted.
+// The additive recurrence in the plane whose steps are powers of the inverse of the root of x³ = x + 1: it fills the
+// square evenly, however many of its points are taken. The 64-bit integers wrap around as intended.
 Scanner::Spread Scanner::_spread(unsigned sector, std::uint64_t number) const {
   const std::uint64_t start = scrambled(_survey.seed, sector);
   return {toUnit(start + number * 0xC13FA9A902A6328FULL), toUnit(scrambled(start) + number * 0x91E10DA5C79E7B1DULL)};
 }
 
-// Most pulses go out near the horizon, where a metre of ground or wall is seen at the smallest angle.
+// Most pulses go out near the horizon, where a metre of ground or wall subtends the smallest angle.
 double Scanner::_angleTurns(double along) const {
   if (along < kShareBelowHorizon) {
     const double down = 1.0 - along / kShareBelowHorizon;
@@ -97,7 +97,7 @@ Ray Scanner::pulse(unsigned sector, std::uint64_t number) const {
   return {position, {level * cosineOfTurns(share), level * sineOfTurns(share), sineOfTurns(up)}};
 }
 
-// A part of the pulses gets deep into the leaves; nothing if it leaves them first.
+// Where in the leaves the pulse is returned; some pulses get deep into them. Nothing if the pulse leaves them first.
 std::optional<double> Scanner::_leafDepth(const Thicket& thicket, std::uint64_t chance) const {
   constexpr double kTypicalMetres = 0.7;
   const double draw = toUnit(chance);
@@ -130,7 +130,7 @@ bool Scanner::_addLeaves(Echo& echo, const Ray& ray, const Sight& sight, std::ui
   return false;
 }
 
-// A laser's spot has a width. At an edge a part of it goes on and returns from farther away.
+// The laser's spot has a width: at an edge, a part of it continues and returns from farther away.
 void Scanner::_addEdge(Echo& echo, const Ray& ray, std::uint64_t chance) const {
   constexpr double kDivergence = 0.0012;
   constexpr double kApartMetres = 1.0;

@@ -17,7 +17,7 @@ struct Return {
   double intensity;  ///< 0 to 1
 };
 
-/// What came back of one pulse, the nearest first.
+/// The returns of a pulse, the nearest first.
 struct Echo {
   static constexpr std::size_t kReturnsMost = 5;
 
@@ -35,9 +35,9 @@ struct Survey {
 
 constexpr unsigned kStationsMost = 200;
 
-/// Simulates laser scanners in the town. Every pulse depends on its numbers and the seed alone, so that any part of a
-/// scan can be computed by itself, on any thread. Pulses are grouped into sectors: parts of a turn of a station's head,
-/// or stretches of a flight line.
+/// Simulates laser scanners in the town. Every pulse depends only on its numbers and the seed, so any part of a scan
+/// can be computed by itself, on any thread. Pulses are grouped into sectors: parts of a station's full rotation, or
+/// stretches of a flight line.
 class Scanner {
  public:
   static constexpr unsigned kSectorsPerStation = 256;
@@ -47,13 +47,13 @@ class Scanner {
   unsigned sectorCount() const { return _survey.stations * kSectorsPerStation; }
   static unsigned stationOf(unsigned sector) { return sector / kSectorsPerStation; }
 
-  /// Where the laser of a station stands; for a flight line, of its middle.
+  /// Position of a station's laser; for a flight line, of its middle.
   const osg::Vec3d& position(unsigned station) const { return _positions[station]; }
 
   /// The ray of a pulse. Pulses with neighbouring numbers are spread evenly over the sector.
   Ray pulse(unsigned sector, std::uint64_t number) const;
 
-  /// What comes back of a pulse; nothing at all from the sky.
+  /// The returns of a pulse; none from the sky.
   Echo echo(unsigned sector, std::uint64_t number) const;
 
  private:

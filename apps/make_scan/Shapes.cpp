@@ -8,7 +8,7 @@ namespace QuorViewer {
 
 namespace {
 
-// The latest entry through a plane's outer side is where a convex body is entered, unless an exit came before.
+// A convex body is entered at the latest entry through the outer side of a face's plane, unless an exit comes first.
 std::optional<Touch> touchSolid(const Solid& solid, const Ray& ray) {
   double enter = 0.0;
   double leave = std::numeric_limits<double>::infinity();
@@ -35,7 +35,7 @@ struct Roots {
   double first, second;
 };
 
-// Of t² + 2 * half * t + constant.
+// Roots of t² + 2 * half * t + constant.
 std::optional<Roots> roots(double half, double constant) {
   const double discriminant = half * half - constant;
   if (discriminant < 0.0) return std::nullopt;
@@ -54,7 +54,7 @@ std::optional<Touch> touchBall(const osg::Vec3d& centre, double radius, Material
   return Touch{met->first, (ray.at(met->first) - centre) / radius, material};
 }
 
-// The cylinder around the rod's line is met where the part of the ray across that line comes within the radius.
+// The cylinder around the rod's axis is hit where the ray's component across that axis comes within the radius.
 std::optional<Touch> touchRodSide(const Rod& rod, Material material, const Ray& ray) {
   const osg::Vec3d line = rod.to - rod.from;
   const double length = line.length();

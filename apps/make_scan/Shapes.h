@@ -41,7 +41,7 @@ enum class Material : std::uint8_t {
   Flowers,
 };
 
-/// Classes of points, by their numbers in LAS files.
+/// Classification codes, with their numbers in LAS files.
 enum Class : std::uint8_t {
   kUnclassified = 1,
   kGround = 2,
@@ -53,7 +53,7 @@ enum Class : std::uint8_t {
   kRoad = 11,
   kWire = 14,
   kMast = 15,
-  kCar = 64,        ///< from here on numbers are free for the user
+  kCar = 64,        ///< codes from here on are user defined
   kFurniture = 65,  ///< benches, stalls, lamps
 };
 
@@ -73,7 +73,7 @@ struct Rod {
   double radius;
 };
 
-/// A sphere: lamps, and the lobes of which crowns and bushes are made.
+/// A sphere: lamps, and the lobes that form crowns and bushes.
 struct Ball {
   osg::Vec3d centre;
   double radius;
@@ -84,9 +84,9 @@ struct Shape {
   std::variant<Solid, Rod, Ball> body;
   Material material = Material::Stone;  ///< of rods and balls; a solid has one for each face
   osg::Vec3d colour;                    ///< red, green, blue, 0 to 1
-  osg::Vec3d anchor;                    ///< middle of the foot, where the pattern on the surface begins
+  osg::Vec3d anchor;                    ///< middle of the foot, the origin of the surface pattern
   Class classification = kUnclassified;
-  bool foliage = false;  ///< a pulse may go through: leaves fill the body and return anywhere inside
+  bool foliage = false;  ///< a pulse may pass through: leaves fill the body and return anywhere inside
   osg::Vec3d low, high;  ///< corners of a box that holds the visible part
 };
 
@@ -97,19 +97,19 @@ struct Touch {
   Material material;
 };
 
-/// The stretch of a ray inside a ball.
+/// The part of a ray inside a ball.
 struct Passage {
   double enter, leave;
 };
 
-/// Where the ray enters the shape from outside, ahead of its start; nothing if it starts inside or passes by.
+/// Where the ray enters the shape from outside, ahead of its start; nothing if it starts inside or misses the shape.
 std::optional<Touch> touch(const Shape& shape, const Ray& ray);
 
 /// Where the ray runs inside the ball, ahead of its start.
 std::optional<Passage> passage(const Ball& ball, const Ray& ray);
 
 /// Distance of a point from the surface of the shape; 0 anywhere inside foliage. For a point beyond an edge of a solid,
-/// the distance from the farthest of the planes it is outside of, which is at most the true one.
+/// the distance from the farthest of the planes it is outside of, which is at most the true distance.
 double distanceToSurface(const Shape& shape, const osg::Vec3d& point);
 
 }  // namespace QuorViewer

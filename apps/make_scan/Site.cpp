@@ -39,7 +39,7 @@ Shape block(const Site& site, const osg::Vec3d& low, const osg::Vec3d& high, Mat
   Shape shape = bare(site.foot(), sides, make);
   shape.low = shape.high = site.point((low + high) * 0.5);
   shape.body = Solid{};
-  // Fronts look along -y; the other three sides of such a block are plain walls.
+  // Fronts face -y; the other three sides of such a block are plain walls.
   const Material others = sides == Material::Front ? Material::Wall : sides;
   bevel(shape, site, low, {0, -1, 0}, sides);
   bevel(shape, site, high, {0, 1, 0}, others);

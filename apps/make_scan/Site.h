@@ -6,7 +6,8 @@
 
 namespace QuorViewer {
 
-/// A place with axes of its own: x and y level and turned together, z up. Things are described on it in metres.
+/// A local coordinate frame: x and y are horizontal and rotated together, z is up. Shapes are described in it in
+/// metres.
 class Site {
  public:
   /// `xAxis` has length 1.
@@ -16,7 +17,7 @@ class Site {
   osg::Vec3d point(const osg::Vec3d& local) const { return _foot + direction(local); }
   const osg::Vec3d& foot() const { return _foot; }
 
-  /// The place at `local`, with the same axes.
+  /// A site at `local`, with the same axes.
   Site moved(const osg::Vec3d& local) const { return {point(local), _xAxis}; }
 
  private:
@@ -24,7 +25,7 @@ class Site {
   osg::Vec2d _xAxis;
 };
 
-/// What a shape is, apart from its form.
+/// The properties of a shape, apart from its geometry.
 struct Make {
   Class classification;
   osg::Vec3d colour;
@@ -34,13 +35,13 @@ struct Make {
 Shape block(const Site& site, const osg::Vec3d& low, const osg::Vec3d& high, Material sides, Material top,
             const Make& make);
 
-/// Cuts off what is beyond the plane through `through`, towards `outwards` (of any length).
+/// Cuts off everything beyond the plane through `through`, towards `outwards` (of any length).
 void bevel(Shape& shape, const Site& site, const osg::Vec3d& through, const osg::Vec3d& outwards, Material material);
 
 Shape rod(const osg::Vec3d& from, const osg::Vec3d& to, double radius, Material material, const Make& make);
 Shape ball(const osg::Vec3d& centre, double radius, Material material, const Make& make);
 
-/// A ball of leaves that pulses go through.
+/// A ball of leaves that pulses can pass through.
 Shape foliage(const osg::Vec3d& centre, double radius, Material material, const Make& make);
 
 }  // namespace QuorViewer

@@ -81,7 +81,7 @@ void addLampsAlong(Ground& ground, const Street& street) {
       });
 }
 
-// A wire between two masts hangs through; short straight pieces follow a parabola.
+// A wire sags between two masts; short straight pieces follow a parabola.
 void addWire(Ground& ground, const osg::Vec3d& from, const osg::Vec3d& to) {
   constexpr int kPieces = 6;
   constexpr double kSagMetres = 0.9;

@@ -16,7 +16,7 @@ class Terrain {
 
   Terrain();
 
-  /// Height of the ground. Places outside are taken at the nearest border.
+  /// Height of the ground. Outside the terrain, that of the nearest border.
   double height(double x, double y) const;
 
   /// Upwards, length 1.
@@ -28,7 +28,7 @@ class Terrain {
   /// Height of the highest corner of a cell.
   double top(int column, int row) const;
 
-  /// Column of x or row of y, kept inside.
+  /// Column of x or row of y, clamped to the terrain.
   static int cellOf(double coordinate);
   /// Western border of a column, southern border of a row.
   static double borderOf(int cell) { return cell * kCellMetres - kHalfSizeMetres; }

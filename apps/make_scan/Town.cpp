@@ -28,7 +28,7 @@ std::vector<Shape> plannedShapes(const Terrain& terrain) {
   return ground.takeShapes();
 }
 
-// The stretch of the ray above the square that the town stands on.
+// The part of the ray above the square that the town covers.
 Passage overTown(const Ray& ray) {
   Passage inside{0.0, kNever};
   for (int axis = 0; axis < 2; ++axis) {
@@ -48,7 +48,7 @@ Passage overTown(const Ray& ray) {
 
 }  // namespace
 
-// Follows a ray from cell to cell as seen from above, the nearest first.
+// Follows a ray from cell to cell in plan view, nearest first.
 class Town::Walk {
  public:
   Walk(const Town& town, const Ray& ray) : _town(town), _ray(ray) {}
@@ -123,7 +123,7 @@ class Town::Walk {
     }
   }
 
-  // A lobe lies in several cells, and is noted once.
+  // A lobe may be in several cells, and is recorded once.
   void _visitFoliage(const Shape& shape, std::uint32_t index) {
     const std::optional<Passage> inside = passage(std::get<Ball>(shape.body), _ray);
     if (!inside || _sight.thicketCount == Sight::kThicketsMost) return;

@@ -9,26 +9,26 @@
 
 namespace QuorViewer {
 
-/// What a ray meets.
+/// What a ray hits.
 struct Hit {
   static constexpr std::uint32_t kTerrain = 0xFFFFFFFFU;
 
   double t;
   osg::Vec3d position;
-  osg::Vec3d normal;  ///< outwards, length 1; in foliage from the middle of the lobe
+  osg::Vec3d normal;  ///< outwards, length 1; in foliage, away from the middle of the lobe
   Material material;
   Class classification;
   Cover cover;          ///< of the ground, where `shape` is `kTerrain`
   std::uint32_t shape;  ///< index in `Town::shapes`
 };
 
-/// A stretch of a ray inside foliage.
+/// The part of a ray inside foliage.
 struct Thicket {
   Passage passage;
   std::uint32_t shape;
 };
 
-/// All that lies along a ray up to the first opaque surface.
+/// Everything along a ray up to the first opaque surface.
 struct Sight {
   static constexpr std::size_t kThicketsMost = 24;
 
@@ -37,8 +37,8 @@ struct Sight {
   std::size_t thicketCount = 0;
 };
 
-/// A small town of surfaces that are known exactly: 480 m by 480 m around the origin, x east, y north, z up, in metres.
-/// The same town on every machine. Constant once made, so that threads may share it.
+/// A small town of analytically known surfaces: 480 m by 480 m around the origin, x east, y north, z up, in metres. The
+/// same town on every machine. Immutable once constructed, so that threads may share it.
 class Town {
  public:
   Town();
@@ -46,17 +46,17 @@ class Town {
   const Terrain& terrain() const { return _terrain; }
   const std::vector<Shape>& shapes() const { return _shapes; }
 
-  /// The nearest opaque surface. The start must be above ground and in no body.
+  /// The nearest opaque surface. The ray must start above ground and outside all bodies.
   std::optional<Hit> trace(const Ray& ray) const { return sight(ray).opaque; }
 
-  /// As `trace`, with the foliage that the ray runs through before.
+  /// Like `trace`, with the foliage that the ray passes through first.
   Sight sight(const Ray& ray) const;
 
-  /// The hit that a leaf at `t` in a thicket makes.
+  /// The hit of a leaf at `t` in a thicket.
   Hit leafHit(const Ray& ray, const Thicket& thicket, double t) const;
 
-  /// From a point to the nearest surface; foliage counts as surface throughout. Considers what is within a cell's width
-  /// of the point, and the ground straight above or below.
+  /// Distance from a point to the nearest surface; foliage counts as surface throughout. Considers only what is within
+  /// a cell's width of the point, and the ground directly above or below.
   double distanceToSurface(const osg::Vec3d& point) const;
 
  private:

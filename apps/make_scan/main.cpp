@@ -7,7 +7,7 @@
 
 namespace {
 
-// One line on standard error, rewritten at each whole per cent, once there has been time to get impatient.
+// One line on standard error, updated at each whole per cent, if the program runs for more than two seconds.
 class ProgressLine {
  public:
   void show(std::uint64_t done, std::uint64_t all) {
