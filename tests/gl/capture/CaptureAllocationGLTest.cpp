@@ -25,13 +25,13 @@ constexpr int kHeight = 240;
 constexpr std::size_t kPixels = std::size_t{kWidth} * kHeight;
 constexpr float kDepth = 0.25f;
 
-/// Keeps nothing, so that what is counted is the capture's own.
+/// Keeps nothing, so that only the capture's own allocations are counted.
 struct SilentOp : CaptureOp {
   void captureImage(int, int, std::vector<unsigned char>& rgba) override { bytes = rgba.size(); }
   std::size_t bytes = 0;
 };
 
-/// Calls the tool by hand after a drawn frame, as its draw thread does, so that the drawing itself is not counted.
+/// Calls the tool directly after a drawn frame, as its draw thread does, so that drawing itself is not counted.
 class CaptureAllocationGLTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -86,7 +86,7 @@ TEST_F(CaptureAllocationGLTest, theHookSeesTheLibrarysAllocations) {
 
 TEST_F(CaptureAllocationGLTest, aSteadyStateCaptureAllocatesNothing) {
   EXPECT_EQ(allocationsOfCaptures(100), 0u);
-  ASSERT_EQ(context->frame().getDepthBuffer(), std::vector<float>(kPixels, kDepth)) << "and does capture";
+  ASSERT_EQ(context->frame().getDepthBuffer(), std::vector<float>(kPixels, kDepth)) << "the capture must still happen";
 }
 
 TEST_F(CaptureAllocationGLTest, aSmallerViewportAllocatesNothing) {
@@ -108,7 +108,7 @@ TEST_F(CaptureAllocationGLTest, aShortageOfMemoryLeavesTheFrameAsItWasUntilThere
   auto& frame = context->frame();
   context->camera().setViewport(3, 4, kWidth, kHeight * 2);
   {
-    const AllocationLimit limit(kPixels * 2 * 4 + 64);  // the depths would still find room, the other images not
+    const AllocationLimit limit(kPixels * 2 * 4 + 64);  // the depths would still fit, the other images would not
     capture();
   }
   std::array<int, 4> viewport{};

@@ -40,13 +40,13 @@ constexpr GLenum kGLDrawFramebufferBinding = 0x8CA6;
 constexpr GLenum kGLReadFramebufferBinding = 0x8CAA;
 constexpr GLint kGLColorAttachment4 = 0x8CE4;
 
-// Odd on both sides, so that every kind of row padding would show.
+// Odd width and height, so that every kind of row padding would show.
 constexpr int kWidth = 7;
 constexpr int kHeight = 5;
 
 using Image = std::vector<unsigned char>;
 
-/// Values that tell every pixel, channel and attachment from every other, at the ends of their types.
+/// Values that differ for every pixel, channel and attachment and reach the limits of their types.
 FrameContent contentAt(int x, int y) {
   const int pixel = y * kWidth + x;
   const auto number = static_cast<unsigned int>(pixel);
@@ -63,7 +63,7 @@ FrameContent contentAt(int x, int y) {
   return content;
 }
 
-/// What a capture of width × height pixels from (0, 0) holds of the pattern.
+/// The part of the pattern in a capture of width × height pixels from (0, 0).
 struct Expected {
   Expected(int width, int height) {
     for (int y = 0; y < height; ++y) {
@@ -92,7 +92,7 @@ struct Expected {
   Image colour;
 };
 
-/// Runs a step when it gets the image, on the draw thread, and keeps the image.
+/// Runs a function on the draw thread when it gets the image, and keeps the image.
 class ImageOp : public CaptureOp {
  public:
   explicit ImageOp(std::function<void()> step = {}) : _step(std::move(step)) {}
@@ -114,7 +114,7 @@ class ImageOp : public CaptureOp {
   std::function<void()> _step;
 };
 
-/// The thread that an application lets wait for its image.
+/// An application's thread that waits for its image.
 class Waiter {
  public:
   explicit Waiter(CaptureOp& op)
@@ -143,7 +143,7 @@ GLint glInteger(GLenum name) {
   return value;
 }
 
-/// A context that is never realized, for what can be asked of it without GL.
+/// A context that is never realized, for tests that need no GL.
 class BareContext : public osg::GraphicsContext {
  public:
   explicit BareContext(bool withTraits) { _traits = withTraits ? new Traits : nullptr; }
@@ -159,7 +159,7 @@ class BareContext : public osg::GraphicsContext {
   void swapBuffersImplementation() override {}
 };
 
-/// Runs after the tool, while the context is as the tool left it.
+/// Runs after the tool, with the context's state as the tool left it.
 struct AfterCapture : osg::Camera::DrawCallback {
   explicit AfterCapture(std::function<void()> looksAtState) : look(std::move(looksAtState)) {}
   using osg::Camera::DrawCallback::operator();
@@ -189,7 +189,7 @@ class ScreenCaptureToolGLTest : public ::testing::Test {
     context->camera().setViewport(new osg::Viewport(x, y, width, height));
   }
 
-  /// Calls the tool as a draw thread would, with a render info of the test's own.
+  /// Calls the tool as a draw thread would, with the test's own render info.
   void capture(osg::State* state, const std::vector<osg::Camera*>& cameras) {
     osg::RenderInfo renderInfo(state, nullptr);
     for (osg::Camera* camera : cameras) {
@@ -244,7 +244,7 @@ class ScreenCaptureToolGLTest : public ::testing::Test {
   std::unique_ptr<CaptureContext> context;
 };
 
-/// The whole of a frame that no capture may change when there is nothing to capture.
+/// Everything in a frame that must stay unchanged when there is nothing to capture.
 struct Snapshot {
   explicit Snapshot(ScreenCaptureTool::FrameBuffer& frame)
       : depth(frame.getDepthBuffer()),
@@ -272,7 +272,7 @@ struct Snapshot {
 
 }  // namespace
 
-// What a fresh tool is.
+// Initial state.
 
 TEST_F(ScreenCaptureToolGLTest, aFreshFrameIsEmptyWithIdentityMatrices) {
   ScreenCaptureTool& tool = context->tool();
@@ -285,7 +285,7 @@ TEST_F(ScreenCaptureToolGLTest, aFreshFrameIsEmptyWithIdentityMatrices) {
   expectSizes(0);
 }
 
-TEST_F(ScreenCaptureToolGLTest, itsIdentityIsThatOfItsBase) {
+TEST_F(ScreenCaptureToolGLTest, itsClassNameAndCloneTypeAreThoseOfItsBase) {
   const ScreenCaptureTool& tool = context->tool();
   const osg::ref_ptr<osg::Camera::DrawCallback> plain = new osg::Camera::DrawCallback;
   EXPECT_STREQ(tool.className(), plain->className());
@@ -296,7 +296,7 @@ TEST_F(ScreenCaptureToolGLTest, itsIdentityIsThatOfItsBase) {
   EXPECT_NE(dynamic_cast<osg::Camera::DrawCallback*>(made.get()), nullptr);
 }
 
-// What a capture holds.
+// Contents of a capture.
 
 TEST_F(ScreenCaptureToolGLTest, everyBufferHoldsItsAttachmentExactlyFromTheBottomRowUp) {
   context->draw();
@@ -430,7 +430,7 @@ TEST_F(ScreenCaptureToolGLTest, aViewportLargerThanTheFrameWritesNothingBeyondIt
   EXPECT_EQ(frame().getItemIDBuffer()[4 * pixel + 3], corner.itemID[3]);
 }
 
-// Where there is nothing to capture, only the point size is switched on.
+// With nothing to capture, only the program point size is enabled.
 
 TEST_F(ScreenCaptureToolGLTest, withoutCameraContextOrTraitsOnlyTheProgramPointSizeIsEnabled) {
   context->draw();
@@ -534,7 +534,7 @@ TEST_F(ScreenCaptureToolGLTest, theDepthRangeFollowsBufferOrder) {
   }
 }
 
-// State that the host left, and state that the capture leaves.
+// State left by the application, and state left by the capture.
 
 class PackStateGLTest : public ScreenCaptureToolGLTest, public ::testing::WithParamInterface<int> {
  protected:
@@ -543,7 +543,7 @@ class PackStateGLTest : public ScreenCaptureToolGLTest, public ::testing::WithPa
     GLint value;
   };
 
-  /// One parameter at a time, by the test's number, and all of them for the last number.
+  /// One parameter per test number, and all of them for the last number.
   std::vector<Parameter> leaked() const {
     const std::vector<Parameter> all = {{GL_PACK_ROW_LENGTH, 64}, {GL_PACK_SKIP_ROWS, 3},  {GL_PACK_SKIP_PIXELS, 11},
                                         {GL_PACK_ALIGNMENT, 8},   {GL_PACK_SWAP_BYTES, 1}, {GL_PACK_LSB_FIRST, 1},
@@ -566,7 +566,7 @@ class PackStateGLTest : public ScreenCaptureToolGLTest, public ::testing::WithPa
   }
 };
 
-/// What lies in a vector's memory behind its last element: a write there would be one past the image.
+/// The memory behind a vector's last element: a write there would be one past the image.
 template <typename Value>
 std::vector<unsigned char> spare(const std::vector<Value>& values) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(values.data());
@@ -575,7 +575,7 @@ std::vector<unsigned char> spare(const std::vector<Value>& values) {
 
 INSTANTIATE_TEST_SUITE_P(EachParameterAndAll, PackStateGLTest, ::testing::Range(0, 8));
 
-TEST_P(PackStateGLTest, leakedParametersNeitherDisturbTheReadsNorAreChangedByThem) {
+TEST_P(PackStateGLTest, leakedParametersDoNotAffectTheReadsAndStayUnchanged) {
   context->setPainter([this] {
     paintPattern();
     leak();
@@ -585,7 +585,7 @@ TEST_P(PackStateGLTest, leakedParametersNeitherDisturbTheReadsNorAreChangedByThe
   expectPattern();
 }
 
-TEST_P(PackStateGLTest, leakedParametersReachNothingBehindTheVectors) {
+TEST_P(PackStateGLTest, leakedParametersCauseNoWritePastTheVectors) {
   setViewport(0.0, 0.0, 64.0, 64.0);
   context->draw();
   setViewport(0.0, 0.0, kWidth, kHeight);
@@ -605,7 +605,7 @@ TEST_P(PackStateGLTest, leakedParametersReachNothingBehindTheVectors) {
   EXPECT_EQ(spares(), before);
 }
 
-TEST_P(PackStateGLTest, theImageOfACaptureOpIsTightAndItsReceiverFindsTheHostsState) {
+TEST_P(PackStateGLTest, theImageOfACaptureOpIsTightlyPackedAndItsReceiverSeesTheApplicationsState) {
   context->setPainter([this] {
     paintPattern();
     leak();
@@ -648,7 +648,7 @@ TEST_F(ScreenCaptureToolGLTest, aBoundPixelPackBufferStaysBoundAndUntouched) {
     gl.glBindBuffer(kGLPixelPackBuffer, 0);
   }));
   context->draw();
-  expectPattern();  // which the first frame did not hold
+  expectPattern();  // not in the first frame
   EXPECT_EQ(bound, static_cast<GLint>(buffer));
   EXPECT_EQ(content, canary);
   context->makeCurrent();
@@ -807,7 +807,7 @@ TEST_F(ScreenCaptureToolGLTest, aRequestInAnEmptyViewportReceivesAnEmptyImage) {
   EXPECT_TRUE(op->image.empty());
 }
 
-TEST_F(ScreenCaptureToolGLTest, aReceiverMayTakeTheImageAway) {
+TEST_F(ScreenCaptureToolGLTest, aReceiverMaySwapTheImageOut) {
   struct TakingOp : CaptureOp {
     void captureImage(int, int, Image& rgba) override { taken.swap(rgba); }
     Image taken;

@@ -49,7 +49,7 @@ bool isBlack(const Colour& c) {
   return c.red == 0 && c.green == 0 && c.blue == 0;
 }
 
-// The pixels of one colour: how many, and the rectangle around them, in pixel edges.
+// Pixels of one colour: their count and their bounding rectangle, in pixel edges.
 struct Region {
   int pixels = 0;
   int left = 0, right = 0, bottom = 0, top = 0;
@@ -65,14 +65,14 @@ struct Region {
   int height() const { return top - bottom; }
 };
 
-// The clip box on a real graphics context, in a frame of one colour image and a depth image, where fixed-function
-// drawing is seen.
+// The clip box on a real graphics context. The frame has one colour image and a depth image, so that fixed-function
+// drawing is visible.
 class BoxCutterPicture : public BoxCutterFixture {
  protected:
   void SetUp() override {
     ASSERT_TRUE(_context.valid()) << "no graphics context";
     osg::Camera& camera = viewCamera();
-    // Open already, so the viewer need not be realized.
+    // The context is open already, so the viewer need not be realized.
     camera.setGraphicsContext(_context.camera().getGraphicsContext());
     camera.setRenderTargetImplementation(osg::Camera::FRAME_BUFFER_OBJECT);
     _picture->allocateImage(kWidth, kHeight, 1, GL_RGBA, GL_UNSIGNED_BYTE);
@@ -120,7 +120,7 @@ class BoxCutterPicture : public BoxCutterFixture {
   };
   static constexpr Zoom kZooms[] = {{true, 25.0}, {true, 60.0}, {false, 28.0}, {false, 63.0}};
 
-  // Draws a frame and answers how large the engine makes a pixel of the handles.
+  // Draws a frame and returns the factor by which OSG scales a pixel of the handles.
   double drawZoomed(const Zoom& zoom) {
     if (zoom.isPerspective) {
       usePerspective(kFieldDegrees);
@@ -146,9 +146,9 @@ class BoxCutterPicture : public BoxCutterFixture {
   static int row(const osg::Vec2d& at) { return static_cast<int>(at.y()); }
 };
 
-// Ten pixels across the radius and eighteen along the axis, of which a quarter is inside of the face, times what the
-// engine makes of a pixel.
-TEST_F(BoxCutterPicture, theConesKeepTheirPixelsAtEachZoomInBothProjections) {
+// A cone has a radius of ten pixels and a height of eighteen, a quarter of it inside the face, times OSG's scale of a
+// pixel.
+TEST_F(BoxCutterPicture, theConesKeepTheirPixelSizeAtEachZoomInBothProjections) {
   for (const Zoom& zoom : kZooms) {
     SCOPED_TRACE(testing::Message() << (zoom.isPerspective ? "perspective " : "orthographic ")
                                     << zoom.distanceOrHeight);
@@ -174,7 +174,7 @@ TEST_F(BoxCutterPicture, theConesKeepTheirPixelsAtEachZoomInBothProjections) {
   }
 }
 
-TEST_F(BoxCutterPicture, theArrowsKeepTheirPixelsAtEachZoomInBothProjections) {
+TEST_F(BoxCutterPicture, theArrowsKeepTheirPixelSizeAtEachZoomInBothProjections) {
   _box->setType(Cutter::CUTTER_TRANSLATE, kAllAxes);
   for (const Zoom& zoom : kZooms) {
     SCOPED_TRACE(testing::Message() << (zoom.isPerspective ? "perspective " : "orthographic ")
@@ -316,7 +316,7 @@ osg::ref_ptr<osg::Geometry> createUnlit(osg::ref_ptr<osg::Vec3Array> vertices, G
   return geometry;
 }
 
-TEST_F(BoxCutterPicture, theDiscIsSeenWithoutADepthAndWhatIsDrawnBehindItLaterShowsThrough) {
+TEST_F(BoxCutterPicture, theDiscWritesNoDepthAndLaterDrawingBehindItShowsThrough) {
   _box->setType(Cutter::CUTTER_ROTATE, 0);
   lookAtFront();
   draw();
@@ -352,7 +352,7 @@ TEST_F(BoxCutterPicture, theRingsDoWriteTheirDepth) {
   EXPECT_LT(depthAt(onRing), 1.0f);
 }
 
-TEST_F(BoxCutterPicture, theVolumesToPickByAreNotDrawnButHit) {
+TEST_F(BoxCutterPicture, pickVolumesAreNotDrawnButCanBeHit) {
   useOrthographic(14.0);
   lookAtFront();
   showOnly(Cutter::CUTTER_TRANSLATE, 0);
@@ -382,7 +382,7 @@ TEST_F(BoxCutterPicture, theVolumesToPickByAreNotDrawnButHit) {
   EXPECT_TRUE(pushDrawn(onBand));
 }
 
-// Points in the plane through the box's centre that faces the eye, each in a place of its own.
+// Points at different positions in the plane through the box's centre that faces the eye.
 class BoxCutterCuts : public BoxCutterPicture {
  protected:
   static constexpr int kReach = 12;
@@ -405,7 +405,7 @@ class BoxCutterCuts : public BoxCutterPicture {
     return osg::Vec3f(osg::Vec3d(1.0 + kSpacing * column, 1.0, 2.25 + kSpacing * row));
   }
 
-  // How far a point is inside of the nearest face, in the box's own frame.
+  // Depth of a point inside the nearest face, in the box's local frame.
   double depthInBox(const osg::Vec3d& world) const {
     const osg::Vec3d local = world * osg::Matrixd::inverse(_box->getMatrix());
     double inside = 1e9;

@@ -18,7 +18,7 @@ using namespace QuorTests;
 
 namespace {
 
-/// What a scan leaves on the graphics card: a texture and a vertex buffer.
+/// The GPU objects of a scan: a texture and a vertex buffer.
 struct Names {
   GLuint texture = 0;
   GLuint buffer = 0;
@@ -44,11 +44,11 @@ osg::Texture2D* textureOf(osg::Node& node) {
   return dynamic_cast<osg::Texture2D*>(node.getStateSet()->getTextureAttribute(0, osg::StateAttribute::TEXTURE));
 }
 
-/// Puts the node's objects on the card, as drawing it would. On the graphics thread.
+/// Uploads the node's objects to the GPU, as drawing would. Called on the graphics thread.
 Names upload(osg::Geometry& geometry, osg::State& state) {
   osg::RenderInfo renderInfo(&state, nullptr);
   osg::Texture2D* const texture = textureOf(geometry);
-  texture->apply(state);  // the state would skip one that lies where another was
+  texture->apply(state);  // the state would skip a texture at the address of an earlier one
   geometry.compileGLObjects(renderInfo);
   const unsigned int contextID = state.getContextID();
   return {texture->getTextureObject(contextID)->id(),
@@ -95,7 +95,7 @@ class DecrementalCompileOperationGLTest : public ::testing::Test {
     return held;
   }
 
-  /// What the following frames would do.
+  /// Does what the following frames would do.
   void flush(std::size_t i) {
     _contexts[i]->call([&] { osg::flushAllDeletedGLObjects(state(i).getContextID()); });
   }
@@ -107,7 +107,7 @@ class DecrementalCompileOperationGLTest : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(DecrementalCompileOperationGLTest, aNodesTextureAndBufferLeaveEveryContextAfterItsLastReference) {
+TEST_F(DecrementalCompileOperationGLTest, aNodesTextureAndBufferAreDeletedInEveryContextAfterItsLastReference) {
   osg::ref_ptr<osg::Geometry> node = drawableNode();
   _group->addChild(node);
   const Names names[] = {uploadTo(0, *node), uploadTo(1, *node)};
@@ -124,7 +124,7 @@ TEST_F(DecrementalCompileOperationGLTest, aNodesTextureAndBufferLeaveEveryContex
   EXPECT_TRUE(holds(1, goneFromCard, names[1]));
 }
 
-TEST_F(DecrementalCompileOperationGLTest, aNodeThatTheHostStillHoldsKeepsItsObjects) {
+TEST_F(DecrementalCompileOperationGLTest, aNodeThatTheApplicationStillHoldsKeepsItsGLObjects) {
   const osg::ref_ptr<osg::Geometry> node = drawableNode();
   _group->addChild(node);
   const Names names = uploadTo(0, *node);
@@ -168,7 +168,7 @@ TEST_F(DecrementalCompileOperationGLTest, theRunLeavesTheContextCurrentAndWithou
   EXPECT_EQ(error, static_cast<GLenum>(GL_NO_ERROR));
 }
 
-TEST_F(DecrementalCompileOperationGLTest, aThousandNodesComeAndGoOnTwoGraphicsThreadsWithoutLeavingAnything) {
+TEST_F(DecrementalCompileOperationGLTest, aThousandNodesRemovedOnTwoGraphicsThreadsLeaveNothingBehind) {
   const int aliveBefore = Counted::alive();
   std::vector<Names> names;
   for (int i = 0; i < 1000; ++i) {
@@ -178,7 +178,7 @@ TEST_F(DecrementalCompileOperationGLTest, aThousandNodesComeAndGoOnTwoGraphicsTh
     _group->addChild(node);
     if (i % 10 == 0) names.push_back(uploadTo(0, *geometry));
     _operation->add(_group, node);
-    // Both threads have their run behind them before the next node is hung into the group.
+    // Both threads finish their run before the next node is added to the group.
     for (const auto& context : _contexts) context->startRuns(1);
     for (const auto& context : _contexts) context->call({});
   }

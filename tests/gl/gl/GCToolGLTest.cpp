@@ -1,5 +1,5 @@
-// Each test in a process of its own, since the first call settles the answers for good. This process itself must stay
-// without GL, as a driver does not survive a fork.
+// Each test runs in its own process, since the first call fixes the answers. This process itself must not use GL: a
+// driver does not survive a fork.
 #include "support/FilesFixture.h"
 #include "support/IdlePixelBuffer.h"
 #include "support/NewProcess.h"
@@ -26,7 +26,7 @@ using namespace QuorTests;
 
 namespace {
 
-/// Does the work in a new process that keeps a driver loaded, see `pixelBuffer`.
+/// Runs the work in a new process that keeps a driver loaded, see `pixelBuffer`.
 template <typename Work>
 void besideADriver(Work work) {
   workInANewProcess([&work] {
@@ -46,7 +46,7 @@ std::string numberOf(GLenum name) {
   return std::to_string(number);
 }
 
-/// What the driver says to a context of the test's own.
+/// The driver's answers to a context created by the test.
 Six askDriver(osg::GraphicsContext& context) {
   context.realize();
   EXPECT_TRUE(context.makeCurrent());
@@ -64,7 +64,7 @@ Six expectedAnswers() {
 
 }  // namespace
 
-TEST(GCToolGLTest, allSixAnswersAgreeWithThoseToAnotherContext) {
+TEST(GCToolGLTest, allSixAnswersAgreeWithThoseOfAnotherContext) {
   besideADriver([] {
     const Six expected = expectedAnswers();
     EXPECT_THAT(expected, Each(Not(IsEmpty())));
@@ -72,7 +72,7 @@ TEST(GCToolGLTest, allSixAnswersAgreeWithThoseToAnotherContext) {
   });
 }
 
-TEST(GCToolGLTest, whicheverIsAskedFirstAnswersAsTheOthersWould) {
+TEST(GCToolGLTest, theAnswersDoNotDependOnWhichIsAskedFirst) {
   for (std::size_t place = 0; place < kGetters.size(); ++place) {
     besideADriver([place] {
       const std::string first = kGetters[place]();
@@ -93,7 +93,7 @@ TEST(GCToolGLTest, theExtensionsAskedFirstProbeEverythingWithOneContext) {
   });
 }
 
-TEST(GCToolGLTest, theTextsStayWhereTheyAre) {
+TEST(GCToolGLTest, theTextPointersNeverChange) {
   besideADriver([] {
     std::array<const char*, kGetters.size()> first{};
     std::transform(kGetters.begin(), kGetters.end(), first.begin(), [](const auto getter) { return getter(); });
@@ -136,7 +136,7 @@ TEST(GCToolGLTest, aRefusedTextIsEmptyAndAnUnknownLimitIsZero) {
 
 TEST(GCToolGLTest, theProbeLeavesNoDescriptorThreadOrContext) {
   besideADriver([] {
-    // What the driver keeps after its first context of this size is there before it is counted.
+    // This first context of that size makes the driver allocate what it keeps, before the counts are taken.
     const Six expected = expectedAnswers();
     const std::size_t descriptors = countOfHandles();
     const std::size_t threads = countOfThreads();
@@ -180,7 +180,7 @@ TEST(GCToolGLTest, theProbeMayBeTheFirstUseOfTheDriver) {
   expectInANewProcess([]() -> bool {
     const Six first = answers();
     const bool agree = first == expectedAnswers() && !first[0].empty();
-    // Without the way out, on which a leak checker could not tell an unloaded driver's memory from ours.
+    // Skips the normal exit, where a leak checker could not tell an unloaded driver's memory from ours.
     std::_Exit(agree ? 0 : 1);
   });
 }

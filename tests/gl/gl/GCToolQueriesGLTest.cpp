@@ -1,5 +1,5 @@
-// What is asked of the driver, and in which order. This program answers in the driver's place: its own two functions
-// come before the driver's when the library's calls are resolved.
+// The queries sent to the driver, and their order. This program answers in place of the driver: its own two functions
+// take precedence over the driver's when the library's calls are resolved.
 #include "support/IdlePixelBuffer.h"
 #include "support/NewProcess.h"
 #include "support/PixelBuffer.h"
@@ -59,7 +59,7 @@ __attribute__((visibility("default"))) void glGetIntegerv(GLenum name, GLint* va
 }
 }
 
-TEST(GCToolQueriesGLTest, theSixQueriesComeInTheirOrderAndTheirAnswersAreKeptAsTheyAre) {
+TEST(GCToolQueriesGLTest, theSixQueriesAreSentInOrderAndTheirAnswersKeptUnchanged) {
   workInANewProcess([] {
     ASSERT_TRUE(pixelBuffer().valid()) << "no off-screen context; is there a display?";
     std::vector<std::string> calls;

@@ -37,7 +37,7 @@ class NavigationAllocationGLTest : public CapturedManipulatorFixture {
     for (const auto& event : events) send(*event);
   }
 
-  /// Of a second round: the first one fills what stays.
+  /// Counts the second pass: the first one fills buffers that are kept.
   std::size_t allocationsOf(const Events& events) {
     sendAll(events);
     const AllocationCount allocations;
@@ -49,7 +49,7 @@ class NavigationAllocationGLTest : public CapturedManipulatorFixture {
 TEST_F(NavigationAllocationGLTest, theCounterSeesTheLibrarysAllocations) {
   const AllocationCount allocations;
   const osg::ref_ptr<OpenManipulator> manipulator = new OpenManipulator(_viewer);
-  // The manipulator itself, and in the library the marker's many parts.
+  // The manipulator itself, and the many parts of the marker that the library creates.
   EXPECT_GT(allocations.value(), 20U);
 }
 
@@ -66,7 +66,7 @@ TEST_F(NavigationAllocationGLTest, panningInAnOrthographicViewAllocatesNothing) 
   EXPECT_EQ(allocationsOf(dragsOf(kMiddle)), 0U);
 }
 
-TEST_F(NavigationAllocationGLTest, turningAboutAStationAllocatesNothing) {
+TEST_F(NavigationAllocationGLTest, rotatingAboutAStationAllocatesNothing) {
   _manipulator->setStationModel(true);
   EXPECT_EQ(allocationsOf(dragsOf(kRight)), 0U);
 }

@@ -15,13 +15,13 @@ class PointCloudNavigationGLTest : public CapturedManipulatorFixture {
   double pixelColumn() { return std::floor(between(0.0, kWidth)); }
   double pixelRow() { return std::floor(between(0.0, kHeight)); }
 
-  /// A view from anywhere near (1e7, −1e7) in any direction.
+  /// A view in a random direction from a random point near (1e7, −1e7).
   void lookFromFarAway() {
     const osg::Vec3d from(1e7 + between(-1e3, 1e3), -1e7 + between(-1e3, 1e3), between(-1e3, 1e3));
     lookAt(from, from + osg::Vec3d(between(-1.0, 1.0), between(-1.0, 1.0), between(-0.9, 0.9)) * 50.0);
   }
 
-  /// The scene is a plane at a distance ahead; returns its distance as the depth image tells it.
+  /// Makes the scene a plane at a distance ahead; returns its distance as the depth image stores it.
   double drawPlaneAt(double distance) {
     clearPainting();
     paint(0, 0, kWidth, kHeight, depthAtDistance(distance));
@@ -29,8 +29,8 @@ class PointCloudNavigationGLTest : public CapturedManipulatorFixture {
     return distanceOfDepth(depthAtDistance(distance));
   }
 
-  /// Drags from anywhere to anywhere and expects what was grabbed to be under the pointer, within a pixel. The side
-  /// vector is of single precision: seven digits of the window's width, far less than a pixel.
+  /// Drags between random positions and expects the grabbed point under the pointer, within a pixel. The side vector
+  /// has single precision: seven digits of the window's width, far less than a pixel.
   void expectTheGrabbedPointToFollow(double distance) {
     const double x = pixelColumn();
     const double y = pixelRow();
@@ -108,7 +108,7 @@ TEST_F(PointCloudNavigationGLTest, aPerspectiveNotchMovesExactlyOneStepAlongTheV
     for (int j = 0; j < 10; ++j) {
       const double x = pixelColumn();
       const double y = pixelRow();
-      // The pick goes by the captured view, the step by the camera's: back to where the frame was drawn.
+      // The pick uses the captured view, the step the camera's: return to the view of the drawn frame.
       const osg::Vec3d center = _manipulator->getCenter();
       const osg::Vec3d ray = worldAtDistance(x, y, distance) - eye();
       const bool isUp = j % 2 == 0;
@@ -142,7 +142,7 @@ TEST_F(PointCloudNavigationGLTest, aNotchOutsideTheImageGoesTowardsTheOrigin) {
   }
 }
 
-/// A frame-buffer object with integer attachments refuses what is drawn without a shader: what a host's scene has.
+/// A frame-buffer object with integer attachments rejects drawing without a shader, so an application's scene has one.
 osg::ref_ptr<osg::Program> plainColours() {
   osg::ref_ptr<osg::Program> program = new osg::Program;
   program->addShader(
@@ -163,7 +163,7 @@ TEST_F(PointCloudNavigationGLTest, theMarkerIsDrawnOverTheSceneDuringARightDragA
   draw();
   const int shown = colouredPixels();
   EXPECT_GT(shown, 1000);
-  // From a hundred times as far away it keeps its size.
+  // Seen from a hundred times as far away, it keeps its size.
   _manipulator->setDistance(100.0 * _manipulator->getDistance());
   draw();
   EXPECT_NEAR(colouredPixels(), shown, 0.1 * shown);

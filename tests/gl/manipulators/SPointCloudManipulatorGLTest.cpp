@@ -43,7 +43,7 @@ TEST_F(SPointCloudManipulatorGLTest, aPressOnBackgroundTakesTheDepthOfTheSceneWi
 }
 
 TEST_F(SPointCloudManipulatorGLTest, aPressWithBackgroundWithinReachTakesTheMiddleOfTheCapturedRange) {
-  // One pixel too far to each side; the nearer one is lower, so the farther one is the range's end.
+  // One pixel out of reach on each of two sides. The nearer one is lower, so the farther one is the end of the range.
   const float nearer = depthAtDistance(20.0);
   const float farther = depthAtDistance(90.0);
   paint(kWidth / 2, kHeight / 2 - 33, 1, 1, nearer);
@@ -64,20 +64,20 @@ TEST_F(SPointCloudManipulatorGLTest, aPressReadsTheViewThatWasCaptured) {
   paint(0, 0, kWidth, kHeight, depthAtDistance(40.0));
   draw();
   const double distance = distanceOfDepth(depthAtDistance(40.0));
-  // The camera has moved on by 5 to the right and 10 ahead since; its line of sight passes the picked point.
+  // Since then the camera has moved 5 to the right and 10 ahead; its line of sight misses the picked point.
   lookAt(osg::Vec3d(5.0, -90.0, 0.0), osg::Vec3d(5.0, -80.0, 0.0));
   push(kRight, 17.0, 23.0);
   expectNear(_manipulator->getCenter(), osg::Vec3d(5.0, -100.0 + distance, 0.0), 1e-6);
 }
 
-TEST_F(SPointCloudManipulatorGLTest, aPressFarFromTheOriginLosesNothing) {
+TEST_F(SPointCloudManipulatorGLTest, aPressFarFromTheOriginLosesNoPrecision) {
   const osg::Vec3d from(1.0e7 + 0.25, -9.0e6 + 0.125, 1234.5);
   lookAt(from, from + osg::Vec3d(30.0, 40.0, -10.0));
   paint(0, 0, kWidth, kHeight, depthAtDistance(40.0));
   draw();
   push(kRight, 17.0, 23.0);
   EXPECT_NEAR(_manipulator->getDistance(), distanceOfDepth(depthAtDistance(40.0)), 1e-7);
-  // The step of a double at 1e7 is 1.9e-9; the view matrix and its inverse take some of them.
+  // The spacing of doubles at 1e7 is 1.9e-9; the view matrix and its inverse lose a few of these steps.
   expectNear(eye(), from, 1e-7);
 }
 
@@ -86,17 +86,17 @@ TEST_F(SPointCloudManipulatorGLTest, aViewportThatStartsElsewhereIsPickedWithinT
   paint(0, 0, kWidth, kHeight, depthAtDistance(40.0));
   draw();
   push(kRight, 17.0, 23.0);
-  // The image's middle is a quarter of the viewport off its middle: same distance along the view.
+  // The image's centre is a quarter of the viewport away from the viewport's, at the same distance along the view.
   EXPECT_NEAR(_manipulator->getDistance(), distanceOfDepth(depthAtDistance(40.0)), 1e-6);
 }
 
-TEST_F(SPointCloudManipulatorGLTest, aSearchNearTheEdgeOfAViewportThatStartsElsewhereStaysInTheImage) {
+TEST_F(SPointCloudManipulatorGLTest, aSearchNearTheEdgeOfAViewportAwayFromTheOriginStaysInTheImage) {
   for (const int offset : {-5000, -700, 390, 790, 5000}) {
     camera().setViewport(offset, offset, kWidth - 1, kHeight - 1);
     draw();
     EXPECT_TRUE(push(kRight, 17.0, 23.0));
     EXPECT_TRUE(_manipulator->getCenter().valid());
-    // Another size, so that the next viewport is recorded with its place.
+    // A different size, so that the next viewport is recorded with its origin.
     camera().setViewport(offset, offset, kWidth, kHeight);
     draw();
     EXPECT_TRUE(push(kRight, 17.0, 23.0));
@@ -110,7 +110,7 @@ TEST_F(SPointCloudManipulatorGLTest, aViewportThatGrewSinceTheCaptureIsNotReadBe
   draw();
   camera().setViewport(0, 0, kWidth, kHeight);
   push(kRight, 17.0, 23.0);
-  // Past the captured image nothing is picked: the centre goes to the foot of the origin's perpendicular.
+  // Past the captured image nothing is picked: the centre goes to the foot of the perpendicular from the origin.
   expectNear(_manipulator->getCenter(), osg::Vec3d(), 1e-9);
 }
 
@@ -138,7 +138,7 @@ TEST_F(SPointCloudManipulatorGLTest, aPressLeavesTheFrameBufferUnlocked) {
   drag(kMiddle, 30.0, 40.0);
   scroll(Event::SCROLL_UP, 30.0, 4000.0);
   scroll(Event::SCROLL_UP, 30.0, 40.0);
-  // A lock that was left would spin here for ever.
+  // A lock still held would make this spin forever.
   frame().lock();
   frame().release();
 }

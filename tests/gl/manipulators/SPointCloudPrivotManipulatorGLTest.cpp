@@ -6,7 +6,7 @@ using namespace QuorTests;
 
 class SPointCloudPrivotManipulatorGLTest : public CapturedPivotManipulatorFixture {
  protected:
-  /// Pixel positions are cut to whole ones before the pick.
+  /// Pixel positions are truncated before the pick.
   void expectPivotAt(double x, double y, float depth, double tolerance) {
     expectNear(_manipulator->_pivotPoint, worldAtDistance(x, y, distanceOfDepth(depth)), tolerance);
     expectNear(_manipulator->_pivotIndicator->getPosition(), _manipulator->_pivotPoint, 0.0);
@@ -43,7 +43,7 @@ TEST_F(SPointCloudPrivotManipulatorGLTest, aPressPicksInAnOrthographicViewToo) {
   paint(100, 80, 60, 60, depthAtDistance(40.0));
   draw();
   push(kRight, 123.0, 101.0);
-  // A depth of single precision over a thousand units.
+  // The depth has single precision over a range of a thousand units.
   expectPivotAt(123.0, 101.0, depthAtDistance(40.0), 1e-4);
 }
 
