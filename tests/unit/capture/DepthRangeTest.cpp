@@ -37,7 +37,7 @@ void expectSame(DepthRange actual, DepthRange expected, const std::string& what)
   ASSERT_EQ(bits(actual.maximum), bits(expected.maximum)) << what << ": " << actual.maximum << " " << expected.maximum;
 }
 
-/// Both kinds of lanes, to the bit.
+/// Checks both kinds of lanes, bit for bit.
 void expectRange(const Depths& depths, DepthRange expected, const std::string& what) {
   expectSame(depthRange(depths.data(), depths.size()), expected, what);
   expectSame(DepthRangeSearch<PlainLanes>::range(depths.data(), depths.data() + depths.size()), expected,

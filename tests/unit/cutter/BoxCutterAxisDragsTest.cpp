@@ -15,7 +15,7 @@ class BoxCutterAxisDrags : public BoxCutterFixture {
  protected:
   BoxCutterAxisDrags() { _box->setType(Cutter::CUTTER_TRANSLATE, kAllAxes); }
 
-  // A pixel along an axis from the place on its shaft that a press takes, and a little aside.
+  // The pixel at a distance along an axis from the press position on its shaft, slightly to the side.
   osg::Vec2d along(std::size_t axis, double distance) const {
     return toWindow(shaftInWorld(axis) + axisInWorld(axis) * distance) + osg::Vec2d(-3.0, 2.0);
   }
@@ -141,7 +141,7 @@ TEST_F(BoxCutterAxisDrags, atTheCoordinatesOfASurveyTheBoxFollowsToAMillimetre) 
   }
 }
 
-TEST_F(BoxCutterAxisDrags, belowAHostsOwnCameraThePointerIsThatCameras) {
+TEST_F(BoxCutterAxisDrags, belowAnotherCameraThePointerIsProjectedByThatCamera) {
   putBelowNestedCamera();
   for (const bool isPerspective : {true, false}) {
     if (isPerspective) usePerspective(45.0);
@@ -174,8 +174,8 @@ TEST_F(BoxCutterAxisDrags, theLineIsThickerWhileDraggedAndAllButTheReleaseAskFor
   }
 }
 
-// Seen end on, the lines of sight run along the axis and meet it nowhere.
-TEST_F(BoxCutterAxisDrags, aPressThatCannotBeProjectedIsTakenButBeginsNothing) {
+// Seen end on, the lines of sight run along the axis and never meet it.
+TEST_F(BoxCutterAxisDrags, aPressThatCannotBeProjectedIsHandledButStartsNoDrag) {
   showOnly(Cutter::CUTTER_TRANSLATE, 2);
   useOrthographic(32.0);
   lookAt(osg::Vec3d(0.0, 0.0, 64.0), osg::Vec3d(), osg::Vec3d(0.0, 1.0, 0.0));
@@ -193,7 +193,7 @@ TEST_F(BoxCutterAxisDrags, aPressThatCannotBeProjectedIsTakenButBeginsNothing) {
   EXPECT_EQ(_box->getMatrix(), before);
 }
 
-// A START would have kept this matrix for the moves to begin from.
+// A START would have stored this matrix as the start of the moves.
 TEST_F(BoxCutterAxisDrags, aPressThatCannotBeProjectedSendsNoStart) {
   expectFollows(2, 1.0);
   const osg::Matrixd elsewhere = osg::Matrixd::translate(100.0, 0.0, 0.0);

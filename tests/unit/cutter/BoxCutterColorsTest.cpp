@@ -7,11 +7,11 @@ namespace {
 
 using namespace QuorTests;
 
-/// What the colour setters reach, handle by handle.
+/// What the colour setters write, for each handle.
 class BoxCutterColorsTest : public ExposedBoxTest {
  protected:
   using Setter = void (QuorOsgUtils::BoxCutterDragger::*)(osg::Vec4f);
-  // Where they come from a DLL, their addresses are known only at run time.
+  // If they come from a DLL, their addresses are known only at run time.
   const std::array<Setter, 3> kAxisSetters = {&QuorOsgUtils::BoxCutterDragger::setXColor,
                                               &QuorOsgUtils::BoxCutterDragger::setYColor,
                                               &QuorOsgUtils::BoxCutterDragger::setZColor};

@@ -7,7 +7,7 @@ namespace {
 using namespace QuorTests;
 using Cutter = QuorOsgUtils::BoxCutterDragger;
 
-/// A box none of whose fields is as built, and what a copy of it must show.
+/// A box with every field changed from its default, and what a copy of it must show.
 class BoxCutterCopyTest : public ExposedBoxTest {
  protected:
   BoxCutterCopyTest() {

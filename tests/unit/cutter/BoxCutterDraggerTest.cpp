@@ -111,7 +111,7 @@ TEST_F(BoxCutterDraggerTest, itsProjectorsRunAlongTheAxesAndAroundThem) {
   EXPECT_EQ(_cutter->_cylinderProjector->getCylinder()->getHeight(), plain->getCylinder()->getHeight());
 }
 
-/// Shows which commands a transform callback takes.
+/// Exposes which commands a transform callback handles.
 struct OpenTransformCallback : osgManipulator::DraggerTransformCallback {
   using DraggerTransformCallback::_handleCommandMask;
 };
@@ -234,7 +234,7 @@ TEST_F(BoxCutterDraggerTest, aBoxNearTenMillionHasItsHandlesThere) {
             osg::Vec3d(32.0, 0.0, 0.0));
 }
 
-TEST_F(BoxCutterDraggerTest, takingEventsCountsOnceHoweverOftenItIsTurnedOn) {
+TEST_F(BoxCutterDraggerTest, enablingEventsRepeatedlyCountsOnce) {
   osg::ref_ptr<osg::Group> root = new osg::Group;
   root->addChild(_cutter);
   for (int round = 0; round < 2; ++round) {

@@ -17,7 +17,7 @@ namespace {
 
 constexpr double kDegree = 3.14159265358979323846 / 180.0;
 
-// Presses and drags as such, whatever they are on: told on the right face's cone.
+// Presses and drags in general, independent of the handle: tested on the right face's cone.
 class BoxCutterDrags : public BoxCutterFixture {
  protected:
   bool sendAs(Event::EventType type, int button, int buttonMask, const osg::Vec2d& at) {
@@ -25,7 +25,7 @@ class BoxCutterDrags : public BoxCutterFixture {
     return send(*makeEvent(type, button, buttonMask, at));
   }
 
-  // That a drag is on, and where it leads.
+  // Expects a drag in progress that moves a face.
   void expectDragGoesOn() {
     EXPECT_TRUE(_box->_draggerActive);
     const std::array<float, 6> before = extents();
@@ -106,7 +106,7 @@ TEST_F(BoxCutterDrags, hiddenHandlesAreNotHit) {
     _box->setType(Cutter::CUTTER_SCALE, mask);
     EXPECT_FALSE(push(cone()));
   }
-  // The arrows of Y and Z stand elsewhere.
+  // The arrows of Y and Z are elsewhere.
   _box->setType(Cutter::CUTTER_TRANSLATE, 6);
   EXPECT_FALSE(push(cone()));
   _box->setType(Cutter::CUTTER_SCALE, 1);
@@ -312,7 +312,7 @@ TEST_F(BoxCutterPixelSize, isOneWithoutAViewportOrWithAnEmptyOne) {
   }
 }
 
-// Sees each mouse event after the scene has.
+// Receives each mouse event after the scene.
 class Witness : public osgGA::GUIEventHandler {
  public:
   using osgGA::GUIEventHandler::handle;
@@ -324,8 +324,8 @@ class Witness : public osgGA::GUIEventHandler {
   std::vector<bool> handled;
 };
 
-// As a window's events reach the box: through its queue and the viewer's event traversal, which finds the camera below
-// the pointer.
+// Events reach the box as they do in a window: through its queue and the viewer's event traversal, which finds the
+// camera below the pointer.
 class BoxCutterDelivery : public BoxCutterDrags {
  protected:
   BoxCutterDelivery() {
@@ -339,7 +339,7 @@ class BoxCutterDelivery : public BoxCutterDrags {
 
   osgGA::EventQueue& queue() { return *_window->getEventQueue(); }
 
-  // The window counts from the top, down to its last row.
+  // The window's rows count down from the top.
   static float x(const osg::Vec2d& at) { return static_cast<float>(at.x()); }
   static float y(const osg::Vec2d& at) { return static_cast<float>(kHeight - 1 - at.y()); }
 

@@ -12,7 +12,7 @@
 namespace QuorTests {
 namespace {
 
-// Extents are of single precision.
+// Extents have single precision.
 constexpr double kTolerance = 2e-5;
 
 class BoxCutterFaceDrags : public BoxCutterFixture {
@@ -20,13 +20,13 @@ class BoxCutterFaceDrags : public BoxCutterFixture {
   static constexpr std::size_t kBottomFace = 4;
   static constexpr std::size_t kTopFace = 5;
 
-  // A pixel outwards of a face's middle, and a little aside.
+  // The pixel at a distance outwards from a face's centre, slightly to the side.
   osg::Vec2d outOf(std::size_t face, double distance) const {
     const Line line = outwards(face);
     return toWindow(line.point + line.direction * distance) + osg::Vec2d(3.0, -2.0);
   }
 
-  // The way of the pointer along the face's outward line, in world units.
+  // The pointer's distance along the face's outward line, in world units.
   double draggedOutwards(std::size_t face, const osg::Vec2d& from, const osg::Vec2d& to) const {
     return nearestAlong(outwards(face), sightLine(to)) - nearestAlong(outwards(face), sightLine(from));
   }
@@ -157,7 +157,7 @@ TEST_F(BoxCutterFaceDrags, atTheCoordinatesOfASurveyTheFacesFollowToAMillimetre)
   }
 }
 
-TEST_F(BoxCutterFaceDrags, belowAHostsOwnCameraThePointerIsThatCameras) {
+TEST_F(BoxCutterFaceDrags, belowAnotherCameraThePointerIsProjectedByThatCamera) {
   putBelowNestedCamera();
   for (const bool isPerspective : {true, false}) {
     if (isPerspective) usePerspective(45.0);
@@ -167,7 +167,7 @@ TEST_F(BoxCutterFaceDrags, belowAHostsOwnCameraThePointerIsThatCameras) {
   }
 }
 
-// The distance is one of the world, the extents are the node's own.
+// The distance is in world units, the extents in the node's own.
 TEST_F(BoxCutterFaceDrags, theFacesOfAScaledNodeMoveByTheWorldDistanceInItsOwnUnits) {
   _box->setMatrix(osg::Matrixd::scale(2.0, 2.0, 2.0));
   lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0), 40.0);
@@ -248,8 +248,8 @@ TEST_F(BoxCutterFaceDrags, aFaceWhoseLineIsSeenEndOnStaysAndAsksForARedraw) {
   EXPECT_EQ(extents(), before);
 }
 
-// The cone's axis is turned by a rounded angle, so that seen from above it is not quite parallel to the lines of sight,
-// and a small move is a long way on it.
+// The cone's axis is rotated by a rounded angle, so seen from above it is not quite parallel to the lines of sight, and
+// a small move of the pointer is a long one along it.
 TEST_F(BoxCutterFaceDrags, aFaceSeenFromStraightAheadKeepsTheBoxFiniteAndWide) {
   useOrthographic(32.0);
   lookAt(osg::Vec3d(0.0, 0.0, 64.0), osg::Vec3d(), osg::Vec3d(0.0, 1.0, 0.0));

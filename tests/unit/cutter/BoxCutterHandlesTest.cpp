@@ -22,7 +22,7 @@ const osg::Vec3d kCenter(6.0, 12.0, 23.0);
 const osg::Vec3d kHalf(1.0, 2.0, 3.0);
 const double kHalfDiagonal = std::sqrt(14.0);
 
-// Points are rows: the rows are where the x, y and z axis are led to.
+// Points are row vectors: the rows are the images of the x, y and z axes.
 osg::Matrixd leading(const osg::Vec3d& x, const osg::Vec3d& y, const osg::Vec3d& z) {
   return {x.x(), x.y(), x.z(), 0.0, y.x(), y.y(), y.z(), 0.0, z.x(), z.y(), z.z(), 0.0, 0.0, 0.0, 0.0, 1.0};
 }
@@ -35,7 +35,7 @@ osg::Matrixd aboutY(double angle) {
   return leading({std::cos(angle), 0.0, -std::sin(angle)}, {0.0, 1.0, 0.0}, {std::sin(angle), 0.0, std::cos(angle)});
 }
 
-// The shortest turns that lead the z axis to x, to y, and nowhere.
+// The shortest rotations that take the z axis to x, to y, and to itself.
 const std::array<osg::Matrixd, 3> kAxisTurns = {leading({0.0, 0.0, -1.0}, {0.0, 1.0, 0.0}, {1.0, 0.0, 0.0}),
                                                 leading({1.0, 0.0, 0.0}, {0.0, 0.0, -1.0}, {0.0, 1.0, 0.0}),
                                                 osg::Matrixd()};
@@ -198,7 +198,7 @@ TEST_F(BoxCutterHandlesTest, theConesAreTenPixelsInRadiusAndEighteenHighInTheirA
   }
 }
 
-// The literals differ from the quarter and half turn in the eighth digit, and the matrices tell.
+// The literals differ from 90° and 180° in the eighth digit, and the matrices show it.
 TEST_F(BoxCutterHandlesTest, theConesPointOutOfTheirFacesByTheLiteralAngles) {
   const std::array<osg::Matrixd, 6> turns = {aboutY(-1.5707963), aboutY(1.5707963), aboutX(1.5707963),
                                              aboutX(-1.5707963), aboutX(3.1415926), osg::Matrixd()};
@@ -358,7 +358,7 @@ TEST_F(BoxCutterHandlesTest, theRingsPickBandsCloseTheTubeAboveAndBelowWithoutCo
   }
 }
 
-// By a plain walk with an angle that adds up in single precision.
+// Computed by a plain loop with an angle that accumulates in single precision.
 void expectCircle(const osg::Geometry& circle, double radius, GLenum mode) {
   const auto& vertices = dynamic_cast<const osg::Vec3Array&>(*circle.getVertexArray());
   const auto& normals = dynamic_cast<const osg::Vec3Array&>(*circle.getNormalArray());
@@ -387,7 +387,7 @@ TEST_F(BoxCutterHandlesTest, behindTheRingsIsADarkTranslucentDisc) {
   EXPECT_EQ(disc().getCullCallback(), nullptr);
 }
 
-TEST_F(BoxCutterHandlesTest, theDiscsDrawCallbackPassesForAPlainOneAndAlsoClonesToOne) {
+TEST_F(BoxCutterHandlesTest, theDiscsDrawCallbackReportsThePlainClassAndClonesToIt) {
   const osg::Drawable::DrawCallback& callback = *disc().getDrawCallback();
   EXPECT_NE(typeid(callback), typeid(osg::Drawable::DrawCallback));
   EXPECT_STREQ(callback.className(), "DrawCallback");
@@ -407,7 +407,7 @@ TEST_F(BoxCutterHandlesTest, aPickVolumesCallbackIsOtherwiseLikeItsBase) {
   EXPECT_STREQ(callback.className(), osg::DrawableCullCallback().className());
 }
 
-// Before its first frame the arrows stand in world units.
+// Before the first frame the arrows are in world units.
 TEST_F(BoxCutterHandlesTest, aRayMeetsAnAxisPickCylinderAlthoughNothingIsDrawnThere) {
   _cutter->setType(ExposedBoxCutter::CUTTER_TRANSLATE, 7);
   const osg::Vec3d besideTheShaft = kCenter + osg::Vec3d(70.0, 0.0, 5.0);
@@ -420,7 +420,7 @@ TEST_F(BoxCutterHandlesTest, aRayMeetsAnAxisPickCylinderAlthoughNothingIsDrawnTh
 
 TEST_F(BoxCutterHandlesTest, aRayMeetsARingsTubeAndBandsAlthoughNothingIsDrawnThere) {
   _cutter->setType(ExposedBoxCutter::CUTTER_ROTATE, 7);
-  // Off the axes, where no other ring is.
+  // Off the axes, where there is no other ring.
   const osg::Vec3d outwards(std::cos(0.7), std::sin(0.7), 0.0);
   const osg::Vec3d onTheBands = kCenter + outwards * (1.075 * kHalfDiagonal);
   const std::vector<osg::Drawable*> bands = hitsBelow(

@@ -9,7 +9,7 @@
 namespace QuorTests {
 namespace {
 
-// What a host may do, or leave out, without harm.
+// What an application may do or omit without harm.
 class BoxCutterMishaps : public BoxCutterFixture {
  protected:
   struct Mode {
@@ -17,7 +17,7 @@ class BoxCutterMishaps : public BoxCutterFixture {
     osg::Vec2d at;
   };
 
-  // Each mode with a place where its handle takes a press.
+  // Each mode with a press position on its handle.
   std::vector<Mode> modes() {
     return {{Cutter::CUTTER_SCALE, toWindow(faceInWorld(kRightFace))},
             {Cutter::CUTTER_TRANSLATE, toWindow(shaftInWorld(0))},
@@ -52,7 +52,7 @@ TEST_F(BoxCutterMishaps, aBoxTakenOutOfTheSceneDuringItsDragFollowsToTheEndOfIt)
   }
 }
 
-TEST_F(BoxCutterMishaps, parentsThatDieDuringADragAreNotMissed) {
+TEST_F(BoxCutterMishaps, aDragContinuesAfterItsParentsAreDestroyed) {
   for (const Mode& mode : modes()) {
     SCOPED_TRACE(mode.type);
     _scene->removeChild(_box);
@@ -78,7 +78,7 @@ TEST_F(BoxCutterMishaps, aHandleTakenOutOfTheBoxDuringItsDragDoesNoHarm) {
   }
 }
 
-TEST_F(BoxCutterMishaps, aBoxWithoutParentMeetsNoPress) {
+TEST_F(BoxCutterMishaps, aBoxWithoutAParentIgnoresPresses) {
   const std::vector<Mode> all = modes();
   _scene->removeChild(_box);
   for (const Mode& mode : all) {
@@ -137,7 +137,7 @@ TEST_F(BoxCutterMishaps, withoutAViewportTheScreenScaleStays) {
   EXPECT_EQ(_box->_screenScale, 77.0);
 }
 
-// The camera's matrices are taken at the press; a drag under ones that have no inverse leaves all numbers finite.
+// The camera's matrices are taken at the press; with singular ones a drag leaves all numbers finite.
 TEST_F(BoxCutterMishaps, aCameraWithoutAnInverseLeavesTheBoxFinite) {
   const osg::Matrixd nothing(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
   for (const Mode& mode : modes()) {
@@ -162,7 +162,7 @@ TEST_F(BoxCutterMishaps, aCameraWithoutAnInverseLeavesTheBoxFinite) {
   }
 }
 
-// Seen through a projection of zeros, what is picked is what stands around the origin in the scene's own units.
+// Seen through a projection of zeros, a pick hits what is around the origin in the scene's own units.
 TEST_F(BoxCutterMishaps, aPressThroughAProjectionOfZerosLeavesTheBoxFinite) {
   const osg::Matrixd nothing(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
   for (const Mode& mode : modes()) {

@@ -18,7 +18,7 @@ class BoxCutterPlanesTest : public ::testing::Test {
     return new ExposedBoxCutter(osg::BoundingBoxf(0.0f, 0.0f, 0.0f, 2.0f, 4.0f, 6.0f), clip);
   }
 
-  /// Adds planes of its own to the clip node, numbered from 10, that keep nothing.
+  /// Adds the application's own planes to the clip node, numbered from 10, which clip everything.
   void addOwnPlanes(unsigned int count) {
     for (unsigned int i = 0; i < count; ++i) {
       _own.emplace_back(new osg::ClipPlane(10 + i, osg::Vec4d(0.0, 0.0, 0.0, -1.0)));
@@ -203,7 +203,7 @@ TEST_F(BoxCutterPlanesTest, aPointOnAFaceOrACornerIsInside) {
   EXPECT_TRUE(_cutter->pointInBox(2.0, 4.0, 6.0));
 }
 
-TEST_F(BoxCutterPlanesTest, thePlanesOfTheClipNodeCountNotTheBoxAtHand) {
+TEST_F(BoxCutterPlanesTest, pointInBoxUsesTheClipNodesPlanesAndNotTheCurrentBox) {
   _cutter->applyClipPlane();
   _cutter->_box.set(100.0f, 100.0f, 100.0f, 200.0f, 200.0f, 200.0f);
   _cutter->setMatrix(osg::Matrixd::translate(50.0, 0.0, 0.0));
@@ -237,7 +237,7 @@ TEST_F(BoxCutterPlanesTest, pointsAreToldApartByMillimetresNearTenMillion) {
   EXPECT_FALSE(cutter->pointInBox(10000032.0, 10000064.001, 32.0));
 }
 
-/// Boxes of all sizes under turns, moves and, on request, scales.
+/// Boxes of all sizes, rotated, moved and optionally scaled.
 class RandomBoxTest : public ::testing::Test {
  protected:
   static constexpr int kTrials = 3000;
@@ -250,7 +250,7 @@ class RandomBoxTest : public ::testing::Test {
     return {low, low + osg::Vec3f(osg::Vec3d(number(0.5, 200.0), number(0.5, 200.0), number(0.5, 200.0)))};
   }
 
-  /// A turn followed by a move, which every fourth time leads to coordinates near ten million.
+  /// A rotation followed by a translation, one in four to coordinates near ten million.
   osg::Matrixd motion(int trial) {
     const osg::Quat turn(number(-3.1, 3.1), vector(1.0) + osg::Vec3d(0.0, 0.0, 1.5));
     return osg::Matrixd::rotate(turn) * osg::Matrixd::translate(vector(trial % 4 == 0 ? 1e7 : 1000.0));
@@ -261,7 +261,7 @@ class RandomBoxTest : public ::testing::Test {
       new ExposedBoxCutter(osg::BoundingBoxf(0.0f, 0.0f, 0.0f, 1.0f, 1.0f, 1.0f), new osg::ClipNode);
 };
 
-// How deep a point is inside the box, in the box's own frame: negative outside.
+// Depth of a point inside the box, in the box's local frame; negative outside.
 double depthInBox(const osg::BoundingBoxf& box, const osg::Vec3d& point) {
   double depth = 1e30;
   for (int axis = 0; axis < 3; ++axis) {

@@ -18,8 +18,8 @@ class BoxCutterRingDrags : public BoxCutterFixture {
     return 1e-6 * ring.radius * static_cast<double>(steps);
   }
 
-  // Presses the ring and moves along it over the places given, as angles from its point of touch. Each of them stays
-  // on one side of it.
+  // Presses the ring and moves along it through the positions, given as angles from its point of touch. They all stay
+  // on one side of that point.
   void expectTurns(std::size_t axis, const std::vector<double>& places, bool farSide = false, double slack = 0.0) {
     SCOPED_TRACE(testing::Message() << "axis " << axis << " from " << places.front() << " to " << places.back());
     showOnly(Cutter::CUTTER_ROTATE, axis);
@@ -106,7 +106,7 @@ TEST_F(BoxCutterRingDrags, aRingTakenAtItsFarSideIsPulledTheOtherWayRound) {
   expectTurns(2, {-1.2, -1.35, -1.25}, true);
 }
 
-// Where one step leads across the line of touch, the engine takes the whole of it for a pull towards the farther end.
+// If one step crosses the line of touch, OSG treats all of it as a pull towards the farther end.
 TEST_F(BoxCutterRingDrags, acrossTheLineOfTouchATurnIsOffByNoMoreThanTwoSteps) {
   showOnly(Cutter::CUTTER_ROTATE, 2);
   const RingOracle ring = ringOracle(2);
@@ -126,7 +126,7 @@ TEST_F(BoxCutterRingDrags, twoTurnsAddUp) {
   expectTurns(0, {-0.3, -0.8});
 }
 
-TEST_F(BoxCutterRingDrags, theRingsAreTakenAllTogetherToo) {
+TEST_F(BoxCutterRingDrags, withAllRingsShownEachCanBeGrabbed) {
   for (std::size_t axis = 0; axis < 3; ++axis) {
     const RingOracle ring = ringOracle(axis);
     EXPECT_TRUE(push(toWindow(ringInWorld(ring, 0.35))));
@@ -166,7 +166,7 @@ TEST_F(BoxCutterRingDrags, atTheCoordinatesOfASurveyTheBoxTurnsToAMillimetre) {
   }
 }
 
-TEST_F(BoxCutterRingDrags, belowAHostsOwnCameraThePointerIsThatCameras) {
+TEST_F(BoxCutterRingDrags, belowAnotherCameraThePointerIsProjectedByThatCamera) {
   putBelowNestedCamera();
   for (const bool isPerspective : {true, false}) {
     if (isPerspective) usePerspective(45.0);
@@ -194,8 +194,8 @@ TEST_F(BoxCutterRingDrags, theLineIsThickerWhileDraggedAndAllButTheReleaseAskFor
   }
 }
 
-// The disc stands between the eye and the far half of the rings, and the nearest hit alone counts.
-TEST_F(BoxCutterRingDrags, theDiscAndWhatOfARingIsBehindItTakeNoPress) {
+// The disc is between the eye and the far half of the rings, and only the nearest hit counts.
+TEST_F(BoxCutterRingDrags, theDiscAndTheRingPartsBehindItIgnorePresses) {
   showOnly(Cutter::CUTTER_ROTATE, 2);
   RingOracle ring = ringOracle(2);
   ring.farSide = true;
@@ -213,8 +213,8 @@ TEST_F(BoxCutterRingDrags, aMoveThatIsNoNumberTurnsNothing) {
   EXPECT_EQ(_box->getMatrix(), osg::Matrixd());
 }
 
-// The engine divides by one plus the ring's centre along the direction to the eye, which is zero from this side.
-TEST_F(BoxCutterRingDrags, aPressThatCannotBeProjectedIsTakenButBeginsNothing) {
+// OSG divides by one plus the ring's centre along the direction to the eye, which is zero from this side.
+TEST_F(BoxCutterRingDrags, aPressThatCannotBeProjectedIsHandledButStartsNoDrag) {
   const osg::Vec3d direction(0.0, -1.0, 0.0);
   ASSERT_EQ(centerInWorld() * direction, -1.0);
   lookAtBoxFrom(direction);
@@ -232,7 +232,7 @@ TEST_F(BoxCutterRingDrags, aPressThatCannotBeProjectedIsTakenButBeginsNothing) {
   EXPECT_EQ(_box->getMatrix(), osg::Matrixd());
 }
 
-// A START would have kept this matrix for the moves to begin from.
+// A START would have stored this matrix as the start of the moves.
 TEST_F(BoxCutterRingDrags, aPressThatCannotBeProjectedSendsNoStart) {
   expectTurns(2, {0.3, 0.5});
   const osg::Matrixd elsewhere = osg::Matrixd::translate(100.0, 0.0, 0.0);

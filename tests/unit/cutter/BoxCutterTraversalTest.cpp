@@ -17,7 +17,7 @@ struct CountingCallback : osg::NodeCallback {
   int calls = 0;
 };
 
-/// An action adapter that is no view.
+/// An action adapter that is not a view.
 struct NoView : osgGA::GUIActionAdapter {
   void requestRedraw() override { ++redraws; }
   void requestContinuousUpdate(bool /*needed*/) override {}
@@ -26,7 +26,7 @@ struct NoView : osgGA::GUIActionAdapter {
   int redraws = 0;
 };
 
-/// Notes the events that reach the public `handle` and takes those of one type.
+/// Records the events that reach the public `handle` and handles those of one type.
 class NotingBoxCutter : public ExposedBoxCutter {
  public:
   using ExposedBoxCutter::ExposedBoxCutter;

@@ -19,7 +19,7 @@ class BoxPointerInfoTest : public ::testing::Test {
   osg::ref_ptr<osg::Group> _near = new osg::Group;
   osg::ref_ptr<osg::Group> _far = new osg::Group;
 
-  /// Hits `_near` first and has nothing left at its default.
+  /// Hits `_near` first; no field has its default value.
   BoxPointerInfo makeUsed() {
     BoxPointerInfo pointer;
     pointer.addIntersection({_near.get()}, osg::Vec3d(1.0, 2.0, 3.0));

@@ -84,7 +84,7 @@ TEST_P(EverySideTest, startsFromTheStartBoxSoThatOffsetsNeverAddUp) {
   EXPECT_EQ(extentsOf(box), kExtents);
 }
 
-TEST_P(EverySideTest, isHeldByTheOppositeSideOfTheBoxAtHandNotByThatOfTheStart) {
+TEST_P(EverySideTest, isLimitedByTheCurrentOppositeSideNotByTheStartBox) {
   const float inwards = isUpper(GetParam()) ? -1.0f : 1.0f;
   Extents box = kExtents;
   box[opposite(GetParam())] -= inwards * 2.0f;
@@ -148,7 +148,7 @@ TEST(ClipPlanesTest, areExactWhereCoordinatesAreNearTenMillion) {
   expectPlane(planes[5], {0.0, 0.0, 1.0, -100.0});
 }
 
-// A quarter turn about z leads x to y and y to -x: the box then spans x from -4 to 0 and y from 0 to 2.
+// A rotation of 90° about z takes x to y and y to -x: the box then spans x from -4 to 0 and y from 0 to 2.
 TEST(ClipPlanesTest, keepTheirOrderByFaceWhenTheBoxIsTurned) {
   const osg::Matrixd quarterTurn(0.0, 1.0, 0.0, 0.0, -1.0, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 0.0, 1.0);
   const std::vector<osg::Plane> planes = clipPlanesOf({0.0f, 0.0f, 0.0f, 2.0f, 4.0f, 6.0f}, quarterTurn);

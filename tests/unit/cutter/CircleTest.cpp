@@ -31,7 +31,7 @@ TEST(CircleTest, startsOnTheXAxisAndGoesCounterClockwiseInEqualSteps) {
   }
 }
 
-// A hundred additions in single precision lead visibly away from the product of number and step.
+// A hundred additions in single precision differ visibly from the product of index and step.
 TEST(CircleTest, theAngleAddsUpInSinglePrecision) {
   constexpr unsigned int kSegments = 1000;
   const std::vector<osg::Vec3f> directions = circleDirections(kSegments);

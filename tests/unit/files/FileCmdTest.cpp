@@ -43,7 +43,7 @@ class FileCmdTest : public FilesFixture {
     return work;
   }
 
-  /// A direct call: the only one in which OpenFile acts.
+  /// A direct call, the only one in which OpenFile does anything.
   static void callDirectly(FileCmd&& cmd) { cmd(nullptr, &manager()); }
 
   std::string _destroyed;
@@ -121,7 +121,7 @@ TEST_F(FileCmdTest, setNextIgnoresACommandThatAlreadyFollowsFurtherDownTheChain)
   c.setNext(&d);
   a.setNext(&c);
   a.setNext(&d);
-  ASSERT_EQ(d.getNext(), nullptr) << "else the chain is a ring";
+  ASSERT_EQ(d.getNext(), nullptr) << "otherwise the chain is a loop";
   EXPECT_EQ(chainOf(&a), "abcd");
 }
 
@@ -221,7 +221,7 @@ TEST_F(FileCmdTest, openFileCalledDirectlyTriesAFileThatTheManagerDoesNotKnowAnd
   callDirectly(OpenFile(name, FileCmd::Normal));
   EXPECT_EQ(::testing::internal::GetCapturedStderr(),
             "Error creating file: " + std::to_string(fileErrors().notWritable) + "\n")
-      << "it can be opened for reading, and only then is refused";
+      << "the file can be read, but opening it for writing is refused";
 }
 
 TEST_F(FileCmdTest, openFileOfAMissingFileOrOfAPipeDoesNothingAndReportsNothing) {
@@ -263,7 +263,7 @@ TEST_F(FileCmdTest, openFileAndRegisterFileWithoutAManagerDoNothing) {
   RegisterFile registration(file, FileCmd::Normal);
   open(nullptr, nullptr);
   registration(nullptr, nullptr);
-  EXPECT_EQ(file->referenceCount(), 2) << "the test's and the command's";
+  EXPECT_EQ(file->referenceCount(), 2) << "the references of the test and the command";
 }
 
 TEST_F(FileCmdTest, registerFileHasThePathOfItsFileAndKeepsIt) {

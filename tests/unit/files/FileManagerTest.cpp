@@ -89,7 +89,7 @@ class FileManagerTest : public FilesFixture {
  protected:
   ~FileManagerTest() override { manager().stopWorker(); }
 
-  /// Makes a file that the manager knows.
+  /// Creates a registered file.
   osg::ref_ptr<FilePtr> registered(const std::string& name, std::int64_t size) const {
     const osg::ref_ptr<FilePtr> file = new FilePtr(makeFile(name, size).c_str());
     runOwned<RegisterFile>(file, kNormal);
@@ -104,7 +104,7 @@ class FileManagerTest : public FilesFixture {
   std::vector<std::string> _record;  // written on the worker, read once it has stopped
 };
 
-/// A random chain, and what must become of it.
+/// A random chain and its expected result.
 class ChainModel {
  public:
   ChainModel(std::mt19937& random, std::vector<int>& run, std::vector<int>& destroyed, int firstNumber) {
@@ -299,7 +299,7 @@ TEST_F(FileManagerTest, tenThousandRandomChainsRunInOrderAndEveryCommandIsDestro
   for (const ChainModel& chain : chains) chain.deleteTheRest();
   std::sort(destroyed.begin(), destroyed.end());
   std::sort(expectedRun.begin(), expectedRun.end());
-  EXPECT_EQ(destroyed, expectedRun) << "each once";
+  EXPECT_EQ(destroyed, expectedRun) << "each command is destroyed once";
 }
 
 TEST_F(FileManagerTest, aCommandMapsAndUnmapsItsRegisteredFile) {
@@ -403,7 +403,7 @@ TEST_F(FileManagerTest, eachCommandOfAChainHasItsOwnFile) {
 
 TEST_F(FileManagerTest, theManagerKeepsARegisteredFileAndALaterOneOfItsNameTakesItsPlace) {
   const osg::ref_ptr<FilePtr> first = registered("scan", 100);
-  EXPECT_EQ(first->referenceCount(), 2) << "the test's and the manager's";
+  EXPECT_EQ(first->referenceCount(), 2) << "the references of the test and the manager";
   const osg::ref_ptr<FilePtr> second = new FilePtr(first->file());
   runOwned<RegisterFile>(second, kNormal);
   EXPECT_EQ(first->referenceCount(), 1);
@@ -601,7 +601,7 @@ TEST_F(FileManagerTest, aBurstFromSeveralThreadsRunsCompletelyAndInOrderWithinEa
   });
   manager().stopWorker();
   ASSERT_EQ(run.size(), kPushers * kCommands);
-  // Sorting by pusher and priority alone, without moving equals, must give what a full sort gives.
+  // A stable sort by pusher and priority alone must give the same as a full sort.
   std::stable_sort(run.begin(), run.end(), [](const Place& a, const Place& b) {
     return std::make_pair(a[0], a[1]) < std::make_pair(b[0], b[1]);
   });
@@ -650,7 +650,7 @@ TEST_F(FileManagerTest, aCommandThatThrowsIsReportedOnceWithItsFileAndTheWorkGoe
 
 namespace {
 
-/// What ends the process is done in a process of its own, started afresh.
+/// Tests that end the process run in a separate, newly started process.
 class FileManagerProcessTest : public ::testing::Test {
  protected:
   FileManagerProcessTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
@@ -661,7 +661,7 @@ const std::string& foreignThreadText() {
   return text;
 }
 
-/// Shows what the scene graph's notifier gets, with its level, on the standard error stream.
+/// Prints what OSG's notifier receives, with its level, to the standard error stream.
 struct ShowingHandler : osg::NotifyHandler {
   void notify(osg::NotifySeverity severity, const char* message) override {
     std::fprintf(stderr, "[%d]%s", static_cast<int>(severity), message);

@@ -18,7 +18,7 @@ namespace {
 using QuorOsgUtils::FilePtr;
 using namespace QuorTests;
 
-/// A lease on a file, as a file server takes one, that is released once somebody else opens the file.
+/// A file lease, as a file server takes one, that is released once the file is opened elsewhere.
 class Lease {
  public:
   explicit Lease(const std::string& path) : _file(::open(path.c_str(), O_RDWR | O_CLOEXEC)) {

@@ -46,7 +46,7 @@ std::string openingLine(int error) {
   return "Error creating file: " + std::to_string(error) + "\n";
 }
 
-/// What a range of an open file is by its definition, with the start of its view.
+/// A range of an open file by its definition, with the start of its view.
 struct Range {
   Range(std::int64_t first, std::int64_t size, std::int64_t fileSize)
       : offset(first), viewOffset(first - first % granularityBytes()), end(std::min(first + size, fileSize)) {}
@@ -65,7 +65,7 @@ std::string textAt(const void* address, std::size_t size) {
 
 using Bytes = std::pair<std::int64_t, std::int64_t>;  ///< offset and size
 
-/// The bytes that a view of so many takes up in the system's listing.
+/// The size at which the system lists a view of this many bytes.
 std::size_t listedBytes(std::int64_t bytes) {
   return static_cast<std::size_t>((bytes + pageBytes() - 1) / pageBytes() * pageBytes());
 }
@@ -300,7 +300,7 @@ TEST_F(FilePtrTest, anAlignedNegativeOffsetIsRefusedByTheSystem) {
   EXPECT_TRUE(listedViews(name).empty());
 }
 
-TEST_F(FilePtrTest, anUnalignedNegativeOffsetIsRefusedWithTheLineOfARangeThatIsNone) {
+TEST_F(FilePtrTest, anUnalignedNegativeOffsetIsRefusedAsAnInvalidRange) {
   const std::string name = makeFile("scan", 4 * _page);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   for (const auto& [offset, size] :
@@ -468,7 +468,7 @@ TEST_F(FilePtrTest, everyPathOpensOrIsRefusedWithTheSystemsNumberAndLeavesNothin
                                {"a missing file", path("none"), {errors.missing}, noFile},
                                {"an empty path", "", {errors.emptyPath}, noFile}};
   for (const PathRow& row : pathsOfEveryKind(folder())) rows.push_back(row);
-  // What the system's libraries keep open from their first use on is not ours.
+  // Handles that the system's libraries keep open after their first use are not counted.
   writtenBy([&] { osg::ref_ptr<FilePtr>(new FilePtr(path("none").c_str()))->map(0, 10); });
   for (const PathRow& row : rows) expectAsStated(row);
 }
@@ -500,7 +500,7 @@ TEST_F(FilePtrTest, aFileWithoutWritePermissionIsRefused) {
   EXPECT_EQ(written.error, openingLine(fileErrors().notWritable));
 }
 
-TEST_F(FilePtrTest, theLinesAreThoseStatedWhateverFormatTheHostHasSetOnTheStreams) {
+TEST_F(FilePtrTest, theMessagesIgnoreTheStreamFormatSetByTheApplication) {
   const std::string name = makeFile("scan", 10);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   const std::ios_base::fmtflags flags = std::cout.flags();
@@ -519,7 +519,7 @@ TEST_F(FilePtrTest, theLinesAreThoseStatedWhateverFormatTheHostHasSetOnTheStream
   EXPECT_EQ(written.error, openingLine(fileErrors().missing));
 }
 
-TEST_F(FilePtrTest, nothingIsThrownWhereTheHostHasStreamsThrowAndNothingCanBeWritten) {
+TEST_F(FilePtrTest, nothingIsThrownWhenTheStreamsThrowAndCannotBeWritten) {
   const std::string name = makeFile("scan", 10);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   const std::string missing = path("missing");
@@ -631,7 +631,7 @@ TEST_F(FilePtrTest, atTheSystemsLimitOfViewsTheNextIsRefusedTheOthersStayAndUnma
     for (void* view = file->map(_page, 1); view != nullptr; view = file->map(_page, 1)) views.push_back(view);
     file->unmap(views.back());
     afterUnmap = file->map(_page, 1);
-    // What comes after this needs mappings, too.
+    // The rest of the test needs mappings, too.
     for (int i = 0; i < 100; ++i) {
       views.pop_back();
       file->unmap(views.back());
@@ -640,7 +640,7 @@ TEST_F(FilePtrTest, atTheSystemsLimitOfViewsTheNextIsRefusedTheOthersStayAndUnma
   });
   EXPECT_EQ(written.output, expectedLine);
   EXPECT_NE(afterUnmap, nullptr);
-  EXPECT_GT(views.size(), limit - 5000) << "the system's limit is for views and all else together";
+  EXPECT_GT(views.size(), limit - 5000) << "the system's limit includes other mappings";
   EXPECT_TRUE(std::all_of(views.begin(), views.end(), [&](const void* view) {
     return std::memcmp(view, expectedPage.data(), expectedPage.size()) == 0;
   }));

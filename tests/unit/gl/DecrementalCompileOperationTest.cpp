@@ -36,7 +36,7 @@ class ExposedOperation : public Removal {
   using Removal::deleteSets;
 };
 
-/// A context without GL that runs operations as any other does.
+/// A context without GL that runs operations like any other.
 osg::ref_ptr<osg::GraphicsContext> plainContext() {
   return new osgViewer::GraphicsWindowEmbedded(0, 0, 16, 16);
 }
@@ -53,12 +53,12 @@ class DecrementalCompileOperationTest : public ::testing::Test {
 
   void run() { (*_operation)(static_cast<osg::GraphicsContext*>(nullptr)); }
 
-  /// A set that leaves its name in the record when it has been finished.
+  /// A set that adds its name to the record when it is finished.
   osg::ref_ptr<DeleteSet> recording(const std::string& name) {
     return setWithCallback(_group, child(), [this, name](DeleteSet*) { _record.push_back(name); });
   }
 
-  /// Moves the references, so that the runs have the last ones.
+  /// Moves the references, so that the operation holds the last ones.
   void queueAll(Removal::DeleteSets& sets) {
     const OpenThreads::ScopedLock<OpenThreads::Mutex> lock(*_operation->getToCompiledMutex());
     auto& pending = _operation->getToCompile();
@@ -201,7 +201,7 @@ TEST_F(DecrementalCompileOperationTest, removingASetThatIsNotPendingLeavesItAndT
   const osg::ref_ptr<DeleteSet> destroysIt = stranger;
 }
 
-TEST_F(DecrementalCompileOperationTest, aRemovedRequestHasNoTurn) {
+TEST_F(DecrementalCompileOperationTest, aRemovedRequestIsNotProcessed) {
   const osg::ref_ptr<DeleteSet> set = recording("removed");
   _operation->add(set);
   _operation->add(recording("stays"));
@@ -220,7 +220,7 @@ TEST_F(DecrementalCompileOperationTest, removalTakesTheFirstPlaceOfASetThatIsQue
   EXPECT_THAT(_operation->getToCompile(), ElementsAre(other, twice));
 }
 
-TEST_F(DecrementalCompileOperationTest, aSetThatIsQueuedTwiceHasTwoTurnsInOneRun) {
+TEST_F(DecrementalCompileOperationTest, aSetThatIsQueuedTwiceIsProcessedTwiceInOneRun) {
   const osg::ref_ptr<DeleteSet> twice = recording("twice");
   _operation->add(twice);
   _operation->add(twice);
@@ -251,7 +251,7 @@ TEST_F(DecrementalCompileOperationTest, theRequestKeepsTheNodeAndNotTheGroup) {
   EXPECT_EQ(Counted::alive(), _aliveBefore);
 }
 
-TEST_F(DecrementalCompileOperationTest, aSetWhoseGroupIsGoneIsStillTakenOffAndItsCallbackRunsAndNoNodeIsTouched) {
+TEST_F(DecrementalCompileOperationTest, aSetOfADestroyedGroupIsDequeuedAndNotifiedAndNoNodeIsChanged) {
   const osg::ref_ptr<osg::Group> elsewhere = new osg::Group;
   const osg::ref_ptr<DeleteSet> set = recording("told");
   elsewhere->addChild(set->_node);
@@ -263,7 +263,7 @@ TEST_F(DecrementalCompileOperationTest, aSetWhoseGroupIsGoneIsStillTakenOffAndIt
   EXPECT_TRUE(elsewhere->containsNode(set->_node));
 }
 
-TEST_F(DecrementalCompileOperationTest, aGroupThatDiesBetweenTheSnapshotAndItsTurnIsPassedOver) {
+TEST_F(DecrementalCompileOperationTest, aGroupDestroyedAfterTheSnapshotIsSkipped) {
   osg::ref_ptr<osg::Group> dying = new Counted;
   const osg::ref_ptr<osg::Node> node = child();
   dying->addChild(node);
@@ -354,7 +354,7 @@ TEST_F(DecrementalCompileOperationTest, aCallbackMayAddItsOwnSetAgain) {
   _operation->remove(set);
 }
 
-TEST_F(DecrementalCompileOperationTest, aSetThatACallbackRemovesStillHasTheTurnThatTheRunHasTaken) {
+TEST_F(DecrementalCompileOperationTest, aSetThatACallbackRemovesIsStillProcessedByTheCurrentRun) {
   const osg::ref_ptr<DeleteSet> removed = recording("removed");
   _operation->add(setWithCallback(_group, child(), [&](DeleteSet*) {
     _operation->remove(removed);
@@ -604,7 +604,7 @@ TEST_F(DecrementalCompileOperationTest, onlyReferencesDestroyASet) {
 
 namespace {
 
-/// Stays in `pass` for a while and tells whether anybody else was there.
+/// Stays in `pass` for a while and tells whether another thread was there.
 class ExclusiveSection {
  public:
   void pass() {
@@ -826,7 +826,7 @@ INSTANTIATE_TEST_SUITE_P(EveryCall, DecrementalCompileOperationLocks,
                                                               Called::Run, Called::OtherOperation)),
                          lockCaseName);
 
-// Removing a node with an update callback lowers a count of its group and of every ancestor.
+// Removing a node with an update callback decrements a count of its group and of every ancestor.
 TEST_F(DecrementalCompileOperationTest, thousandsOfRunsOnTwoContextsKeepGroupsAndTheirAncestorsConsistent) {
   constexpr int kRounds = 3000;
   constexpr unsigned int kGroupsBelow = 2;
@@ -905,7 +905,7 @@ TEST_F(DecrementalCompileOperationTest, twoContextsOnTwoThreadsDetachEachNodeOnc
 TEST_F(DecrementalCompileOperationTest, requestsOfSeveralThreadsAreAllFinishedWhileTwoContextsRun) {
   constexpr std::size_t kWriters = 4;
   constexpr std::size_t kSets = 500;
-  // Each writer has a group of its own, as nobody may change a group that the operation works on.
+  // Each writer has its own group, since no one may change a group that the operation works on.
   std::vector<osg::ref_ptr<osg::Group>> groups(kWriters);
   std::vector<std::vector<osg::ref_ptr<osg::Node>>> nodes(kWriters);
   for (std::size_t i = 0; i < kWriters; ++i) {
@@ -956,7 +956,7 @@ struct Plan {
   Action action;
 };
 
-/// Follows the rules with lists of numbers.
+/// A model of the rules that works on lists of numbers.
 struct Model {
   std::vector<Plan> plans;
   std::vector<bool> groupAlive = std::vector<bool>(kGroups, true);
@@ -1041,7 +1041,7 @@ struct World {
   }
 };
 
-/// One random step in both.
+/// One random step in both the model and the real objects.
 class Chain {
  public:
   explicit Chain(unsigned int seed) : _random(seed) {
@@ -1100,8 +1100,8 @@ class Chain {
     world.groups[group]->addChild(world.nodes[static_cast<std::size_t>(node)]);
   }
 
-  // Sets of groups that are gone are left out, since nothing would tell them apart from sets without a group. Few
-  // callbacks destroy a group, or too soon none would be left.
+  // Sets of destroyed groups are left out, since they look the same as sets without a group. Few callbacks destroy a
+  // group, otherwise none would be left too soon.
   void makeSet() {
     const int group = below(kGroups);
     if (!model.groupAlive[static_cast<std::size_t>(group)]) return;
@@ -1134,7 +1134,7 @@ TEST_F(DecrementalCompileOperationTest, randomChainsOfEverythingAgreeWithAModelA
     chain = nullptr;
     ASSERT_EQ(Counted::alive(), _aliveBefore) << "seed " << seed;
   }
-  // The chains did get to the interesting places.
+  // Check that the chains did reach the interesting cases.
   EXPECT_GT(turns, 1000u);
   EXPECT_GT(groupsLost, 30u);
 }

@@ -1,4 +1,4 @@
-// Without any display. Each test in a process of its own, since the first call settles the answers for good.
+// Without any display. Each test runs in its own process, since the first call fixes the answers.
 #include "support/FilesFixture.h"
 #include "support/NewProcess.h"
 #include "support/NotifyRecorder.h"
@@ -29,7 +29,7 @@ namespace {
 constexpr const char* kNoDisplay = ":59999";
 constexpr const char* kDisplayIsAlwaysThere = "this system has a display whatever its environment says";
 
-/// Does the work in a process without a display.
+/// Runs the work in a process without a display.
 template <typename Work>
 void withoutDisplay(Work work) {
   workInANewProcess([&work] {
@@ -53,7 +53,7 @@ std::vector<std::string> textsOf(const NotifyRecorder& recorder, std::size_t fro
   return texts;
 }
 
-/// What the scene graph says when it is asked for such a context.
+/// OSG's message when it is asked for such a context.
 void askForTheSameContext() {
   const osg::ref_ptr<osg::GraphicsContext::Traits> traits =
       new osg::GraphicsContext::Traits(osg::DisplaySettings::instance().get());
@@ -129,7 +129,7 @@ TEST_F(GCToolTest, asksForOneLargePixelBufferOnTheDisplayOfTheEnvironment) {
     int number;
     int screen;
   };
-  // Without a number it is display 0, without a screen screen 0.
+  // The default display and the default screen are 0.
   for (const Case& each : {Case{nullptr, "", 0, 0}, Case{"", "", 0, 0}, Case{":7", "", 7, 0}, Case{":7.2", "", 7, 2},
                            Case{"far:3.1", "far", 3, 1}}) {
     workInANewProcess([&each] {

@@ -12,7 +12,7 @@ using QuorTests::viewAlongY;
 void expectMovement(const ViewState& state, double depth, const osg::Vec3d& expected) {
   const auto movement = panMovement(state, depth, osg::Vec2d(100.0, 50.0), osg::Vec2d(140.0, 70.0));
   ASSERT_TRUE(movement);
-  // The side vector is of single precision: seven digits.
+  // The side vector has single precision: seven digits.
   EXPECT_NEAR((*movement - expected).length(), 0.0, 1e-6 * expected.length());
 }
 

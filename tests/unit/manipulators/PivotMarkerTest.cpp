@@ -121,7 +121,7 @@ TEST_F(PivotMarkerTest, theDiametersRunAlongXInTheirColours) {
 
 TEST_F(PivotMarkerTest, theRingsStandAtRightAnglesToOneAnother) {
   const osg::Vec3d zAxis(0.0, 0.0, 1.0);
-  // A quarter turn about Y carries Z to X and the one about X leaves it there; the other way round for the third ring.
+  // A rotation of 90° about Y takes Z to X and the one about X leaves it there; the reverse for the third ring.
   const osg::Vec3d second = osg::Matrixd::transform3x3(zAxis, turnOf(1));
   const osg::Vec3d third = osg::Matrixd::transform3x3(zAxis, turnOf(2));
   expectNear(second, osg::Vec3d(1.0, 0.0, 0.0), 1e-6);
@@ -130,7 +130,7 @@ TEST_F(PivotMarkerTest, theRingsStandAtRightAnglesToOneAnother) {
 
 TEST_F(PivotMarkerTest, theDiametersOfTheTurnedRingsRunDownAndSideways) {
   const osg::Vec3d xAxis(1.0, 0.0, 0.0);
-  // X goes to -Z about Y and from there to Y about X; unturned about X it goes to -Z about Y.
+  // X goes to -Z about Y and from there to Y about X; without the rotation about X it stays at -Z.
   expectNear(osg::Matrixd::transform3x3(xAxis, turnOf(1)), osg::Vec3d(0.0, 1.0, 0.0), 1e-6);
   expectNear(osg::Matrixd::transform3x3(xAxis, turnOf(2)), osg::Vec3d(0.0, 0.0, -1.0), 1e-6);
 }

@@ -232,7 +232,7 @@ TEST_F(PointCloudNavigationTest, theReleaseKeepsTheRecordedEvents) {
   release(0, 410.0, 300.0);
   const osg::Quat before = _manipulator->getRotation();
   drag(kRight, 430.0, 300.0);
-  // The next drag turns on from the last one: nothing was flushed.
+  // The next drag continues the rotation of the last one: nothing was flushed.
   EXPECT_NE(_manipulator->getRotation(), before);
 }
 
@@ -350,7 +350,7 @@ TEST_F(PointCloudNavigationTest, aPressWithACaptureToolThatHasCapturedNothingPic
   expectNear(_manipulator->getCenter(), osg::Vec3d(0.0, 0.0, 7.0), 1e-9);
 }
 
-// What may be missing
+// Missing objects
 
 TEST_F(PointCloudNavigationTest, withoutAViewNothingMovesExceptByTheOrbitManipulatorsWheel) {
   const osg::Matrixd before = _manipulator->getMatrix();
@@ -362,7 +362,7 @@ TEST_F(PointCloudNavigationTest, withoutAViewNothingMovesExceptByTheOrbitManipul
   const osg::ref_ptr<Event> wheel = makeEvent(Event::SCROLL, 0, 100.0, 100.0);
   wheel->setScrollingMotion(Event::SCROLL_UP);
   EXPECT_TRUE(_manipulator->handle(*wheel, viewless));
-  // The orbit manipulator's own factor of 0.1 nears or leaves the centre by a tenth.
+  // The orbit manipulator's own factor of 0.1 changes the distance to the centre by a tenth.
   EXPECT_NEAR(std::abs(_manipulator->getDistance() - 100.0), 10.0, 1e-5);
 }
 
@@ -709,7 +709,7 @@ TEST_F(WorldBoundsTest, reversesTheCallersPath) {
 TEST_F(WorldBoundsTest, leavesOutTheNodesOwnTransformAndStopsThere) {
   Path path{leaf, inner, outer, root};
   const osg::BoundingSphere bounds = _manipulator->getWorldBoundingBox(path, inner);
-  // The inner transform's bound holds its own scale already.
+  // The inner transform's bound includes its own scale already.
   expectNear(bounds.center(), osg::Vec3d(102.0, 4.0, 6.0), 1e-5);
   EXPECT_NEAR(bounds.radius(), inner->getBound().radius(), 1e-5);
 }
@@ -783,7 +783,7 @@ TEST_F(StationModeTest, theRotationFactorMultipliesTheSwingButNotTheTurnOfTheVie
   (rotation.inverse() * _manipulator->getRotation()).getRotate(turned, axis);
   turned = std::min(turned, 2.0 * osg::PI - turned);
   EXPECT_NEAR(after.length(), before.length(), 1e-4);
-  // About the same axis by twice the view's angle, measured across it.
+  // About the same axis by twice the view's angle, measured perpendicular to the axis.
   const osg::Vec3d from = before - axis * (before * axis);
   const osg::Vec3d to = after - axis * (after * axis);
   EXPECT_NEAR(std::acos(from * to / (from.length() * to.length())), 2.0 * turned, 1e-4);
@@ -816,7 +816,7 @@ TEST_F(StationModeTest, aMiddleDragIsTheOrbitManipulatorsPan) {
   push(kMiddle, 400.0, 300.0);
   const osg::Vec3d before = _manipulator->getCenter();
   EXPECT_TRUE(drag(kMiddle, 440.0, 330.0));
-  // The orbit manipulator pans by 0.3 of its distance per normalised unit; both ways are 0.1 of them. Right is +X.
+  // The orbit manipulator pans by 0.3 of its distance per normalised unit; both moves are 0.1 units. Right is +X.
   expectNear(_manipulator->getCenter() - before, osg::Vec3d(-3.0, 0.0, -3.0), 1e-4);
 }
 

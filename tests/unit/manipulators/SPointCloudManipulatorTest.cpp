@@ -33,10 +33,10 @@ class SPointCloudManipulatorTest : public ManipulatorFixture {
     drag(kRight, x2, y2);
   }
 
-  /// The trackball's angle for a way in pixels over an extent in pixels, with the default ball of 0.8.
+  /// The trackball's angle for a pointer distance over an extent, both in pixels, with the default ball size of 0.8.
   static double turnAngle(double pixels, double extent) { return std::asin(2.0 * pixels / extent / (2.0 * 0.8)); }
 
-  /// With the orbit centre given, and pivot and marker elsewhere.
+  /// Sets the orbit centre, with pivot and marker elsewhere.
   void expectAPressChangesNothingAt(const osg::Vec3d& center) {
     _manipulator->setCenter(center);
     _manipulator->_pivotPoint = osg::Vec3d(-1.0, -2.0, -3.0);
@@ -189,7 +189,7 @@ TEST_F(SPointCloudManipulatorTest, aHorizontalDragYawsAboutTheVertical) {
   pitchTo(kPi / 2.0);
   push(kRight, 400.0, 300.0);
   drag(kRight, 440.0, 300.0);
-  // To the right: the scene turns with the pointer, the eye to the left of it, clockwise seen from above.
+  // A drag to the right: the scene rotates with the pointer, the eye moves to the left, clockwise seen from above.
   const double angle = turnAngle(40.0, kWidth);
   expectSameRotation(_manipulator->_yawQuat, osg::Quat(-angle, kZAxis), 1e-6);
   expectSameRotation(_manipulator->_pitchQuat, osg::Quat(kPi / 2.0, kXAxis), 1e-6);
@@ -211,7 +211,7 @@ TEST_F(SPointCloudManipulatorTest, theRotationFactorMultipliesTheAngles) {
   _manipulator->setRotationFactor(2.0);
   push(kRight, 400.0, 300.0);
   drag(kRight, 440.0, 330.0);
-  // The ball is 0.9 by then: the sine is half the way over it.
+  // The ball size is now 0.9: the sine is half the distance over it.
   const double yaw = 2.0 * std::asin(0.1 / 1.8);
   const double pitch = 2.0 * std::asin(0.1 / 1.8);
   expectSameRotation(_manipulator->_yawQuat, osg::Quat(-yaw, kZAxis), 1e-6);

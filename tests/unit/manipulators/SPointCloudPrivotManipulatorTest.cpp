@@ -12,15 +12,15 @@ using namespace QuorTests;
 const osg::Vec3d kXAxis(1.0, 0.0, 0.0);
 const osg::Vec3d kZAxis(0.0, 0.0, 1.0);
 
-/// Without a capture tool a press picks the world's origin. The camera stands off it, so that the pivot is not in the
-/// orbit centre.
+/// Without a capture tool a press picks the world's origin. The camera looks past it, so that the pivot differs from
+/// the orbit centre.
 class SPointCloudPrivotManipulatorTest : public PivotManipulatorFixture {
  protected:
   SPointCloudPrivotManipulatorTest() { lookAt(osg::Vec3d(30.0, -100.0, 40.0), osg::Vec3d(5.0, 10.0, 15.0)); }
 
   double distanceToPivot() { return (eye() - _manipulator->_pivotPoint).length(); }
 
-  /// The angle of the smallest turn between two rotations.
+  /// The angle of the smallest rotation between two orientations.
   static double angleBetween(const osg::Quat& from, const osg::Quat& to) {
     return 2.0 * std::acos(std::min(std::abs(from.asVec4() * to.asVec4()), 1.0));
   }
@@ -146,7 +146,7 @@ TEST_F(SPointCloudPrivotManipulatorTest, anyDragKeepsTheEyesDistanceAndThePivots
     const osg::Quat before = _manipulator->getRotation();
     EXPECT_TRUE(drag(kRight, x(random), y(random)));
     EXPECT_GT(angleBetween(before, _manipulator->getRotation()), 1e-3);
-    // The trackball's axis and angle are single precision; what they lose adds up over the moves.
+    // The trackball's axis and angle have single precision; the errors add up over the moves.
     EXPECT_NEAR(distanceToPivot(), distance, 1e-3 * distance);
     EXPECT_NEAR((toWindow(_manipulator->_pivotPoint) - place).length(), 0.0, 1.0) << "after move " << move;
   }
@@ -159,13 +159,13 @@ TEST_F(SPointCloudPrivotManipulatorTest, viewAndOrbitCentreTurnByTheTrackballsAn
   const osg::Quat before = _manipulator->getRotation();
   push(kRight, 400.0, 300.0);
   drag(kRight, 440.0, 300.0);
-  // From the middle to a tenth of the half window, both lifted onto the ball; the sine of the turn is half their
+  // From the middle to a tenth of the half window, both projected onto the ball; the sine of the angle is half their
   // distance over the ball's radius.
   const osg::Vec2d from(0.0, kBall);
   const osg::Vec2d to(0.1, std::sqrt(kBall * kBall - 0.1 * 0.1));
   const double angle = std::asin((to - from).length() / (2.0 * kBall));
   EXPECT_NEAR(angleBetween(before, _manipulator->getRotation()), angle, 1e-4);
-  // Moved to the right, the scene follows: the eye and the orbit centre go to the left about the pivot, the origin.
+  // The scene follows the pointer to the right: eye and orbit centre move left about the pivot, the origin.
   const osg::Vec3d left(-std::sin(angle), -std::cos(angle), 0.0);
   expectNear(_manipulator->getCenter(), left * 20.0, 1e-3);
   expectNear(eye(), left * 100.0, 1e-2);
@@ -201,7 +201,7 @@ TEST_F(SPointCloudPrivotManipulatorTest, theRotationFactorActsThroughTheTrackbal
   const osg::Vec3d view = _manipulator->_pivotPoint * _manipulator->getInverseMatrix();
   drag(kRight, 410.0, 300.0);
   EXPECT_GT(angleBetween(rotation, _manipulator->getRotation()), 1e-3);
-  // The centre swings by the very angle of the view, so the pivot stays where it is before the eye.
+  // The centre rotates by the same angle as the view, so the pivot keeps its position in the view.
   expectNear(_manipulator->_pivotPoint * _manipulator->getInverseMatrix(), view, 1e-3);
 }
 
@@ -383,7 +383,7 @@ TEST_F(SharedBehaviourTest, withARotationFactorOfTwoAStationSwingsTwiceAsFarAsAP
     send(*event);
     _other->handle(*event, *_otherViewer);
   }
-  // Both turn about the origin and the axis of the view's turn; what is measured lies across it.
+  // Both rotate about the origin and the axis of the view's rotation; the angle is measured perpendicular to that axis.
   osg::Vec3d axis;
   double turned = 0.0;
   (rotation.inverse() * _manipulator->getRotation()).getRotate(turned, axis);

@@ -41,11 +41,11 @@ TEST(TrackballTest, halfTheWayIsTheSineOfTheAngleInBallSizes) {
   EXPECT_NEAR((turn.axis - osg::Vec3d(0.0, 0.0, 1.0)).length(), 0.0, 1e-12);
 }
 
-TEST(TrackballTest, aWayLongerThanTheBallTurnsByAQuarter) {
+TEST(TrackballTest, aDistanceLongerThanTheBallRotatesByNinetyDegrees) {
   EXPECT_NEAR(trackballTurn(osg::Vec3d(-2.0, 0.5, 0.0), osg::Vec3d(2.0, 0.5, 0.0), 0.8).angle, kPi / 2.0, 1e-6);
 }
 
-TEST(TrackballTest, noWayIsNoTurn) {
+TEST(TrackballTest, zeroDistanceGivesNoRotation) {
   const Turn turn = trackballTurn(osg::Vec3d(0.3, 0.5, 0.0), osg::Vec3d(0.3, 0.5, 0.0), 0.8);
   EXPECT_EQ(turn.angle, 0.0f);
   EXPECT_EQ(osg::Quat(turn.angle, turn.axis), osg::Quat());

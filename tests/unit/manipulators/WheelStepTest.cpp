@@ -42,7 +42,7 @@ std::optional<osg::Vec3d> movementTowards(const osg::Vec3d& target, WheelNotch n
 TEST(WheelStepTest, aPerspectiveNotchMovesByTenPercentOfTheFarPlaneAlongTheView) {
   const auto up = movementTowards(osg::Vec3d(30.0, 0.0, 10.0), WheelNotch::Up);
   ASSERT_TRUE(up);
-  // The ray to the target is (30, 100, 10): 100 forward go with 30 to the right and 10 up.
+  // The ray to the target is (30, 100, 10): 100 forward come with 30 to the right and 10 up.
   EXPECT_NEAR((*up - osg::Vec3d(30.0, 100.0, 10.0)).length(), 0.0, 1e-8);
 }
 

@@ -1,4 +1,4 @@
-// A host that uses plog itself and, unlike the library, shows all of its symbols: the worst case for sharing.
+// An application that uses plog itself and, unlike the library, exports all of its symbols: the worst case for sharing.
 #include "support/LogFixture.h"
 
 #include <QuorOsgUtils/LogFile.h>

@@ -1,4 +1,4 @@
-// Folders and devices as only systems of this kind have them.
+// Folders and devices that only systems of this kind have.
 #include "support/LogFixture.h"
 
 #include <QuorOsgUtils/LogFile.h>
@@ -26,8 +26,8 @@ void writeOneOfEach() {
   LogFile::getInstance()->error("three");
 }
 
-/// Writes as nobody in a folder of somebody else. Leaves without the way out, where tools that watch the process would
-/// stumble over its new user.
+/// Writes as user nobody in another user's folder. Skips the normal exit, where tools that watch the process would fail
+/// because of its new user.
 void writeAsNobody() {
   if (::geteuid() == 0 && ::seteuid(kNobody) != 0) ::_exit(1);
   if (::open("probe", O_CREAT | O_WRONLY, 0600) != -1 || errno != EACCES) ::_exit(2);

@@ -24,7 +24,7 @@ struct Seen {
   const void* object;
   int instance;
   unsigned int thread;
-  plog::util::nstring message;  // as wide as the system has it
+  plog::util::nstring message;  // of char or wchar_t, depending on the system
 };
 
 bool operator==(const Seen& a, const Seen& b) {

@@ -15,7 +15,7 @@ using QuorOsgUtils::SpinLock;
 
 namespace {
 
-/// Whether another thread gets the lock within a moment; it keeps it if so.
+/// A thread that takes the lock and keeps it; tells whether it got it in time.
 class Contender {
  public:
   explicit Contender(SpinLock& lock)

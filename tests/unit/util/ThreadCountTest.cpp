@@ -14,7 +14,7 @@ using QuorTests::onThreads;
 
 namespace {
 
-/// Nothing resets the one instance, so whatever changes it runs in a process of its own, started afresh.
+/// Nothing resets the single instance, so tests that change it run in a separate, newly started process.
 class ThreadCountTest : public ::testing::Test {
  protected:
   ThreadCountTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
