@@ -84,10 +84,10 @@ class MakeScanTest : public testing::Test {
   std::string _complaint;
 };
 
-// Half a step of the coordinates on each axis, and what arithmetic loses.
+// Half a coordinate step on each axis, plus rounding error.
 constexpr double kTolerance = 0.0005 * 1.7320508 + 1e-6;
 
-// --- the town ---------------------------------------------------------------------------------------------------
+// The town.
 
 TEST_F(MakeScanTest, aTracedRayEndsOnASurfaceWithNothingOpaqueBefore) {
   const TownOracle oracle(town());
@@ -111,7 +111,7 @@ TEST_F(MakeScanTest, aTracedRayEndsOnASurfaceWithNothingOpaqueBefore) {
   EXPECT_GT(hits, 250);
 }
 
-TEST_F(MakeScanTest, aPlaceBehindAWallIsFoundToBeHidden) {
+TEST_F(MakeScanTest, aPositionBehindAWallIsHidden) {
   const TownOracle oracle(town());
   const Scanner scanner(town(), {});
   int walls = 0;
@@ -122,7 +122,7 @@ TEST_F(MakeScanTest, aPlaceBehindAWallIsFoundToBeHidden) {
     ++walls;
     const osg::Vec3d& eye = scanner.position(Scanner::stationOf(sector));
     const osg::Vec3d& place = echo.returns[0].hit.position;
-    // Behind a corner a place may be seen again, at the far side of the body.
+    // Behind a corner, a position on the far side of the body may be visible again.
     hidden += oracle.isBlocked(eye, place + (place - eye) * (0.3 / echo.returns[0].hit.t)) ? 1 : 0;
   }
   EXPECT_GE(hidden, walls * 9 / 10);
@@ -155,7 +155,7 @@ TEST_F(MakeScanTest, sinesAreThoseOfTheMathematicalLibrary) {
   }
 }
 
-// --- what is scanned --------------------------------------------------------------------------------------------
+// The scanned points.
 
 TEST_F(MakeScanTest, everyPointLiesOnASurfaceOfItsClass) {
   const TownOracle oracle(town());
@@ -216,7 +216,7 @@ TEST_F(MakeScanTest, fromTheAirNothingIsSeenUnderARoof) {
   std::set<int> classes;
   for (const LasPoint& point : made.points) {
     classes.insert(point.classification);
-    if (point.returnNumber > 1) continue;  // the part of a spot beside an edge comes from a little farther along
+    if (point.returnNumber > 1) continue;  // at an edge, the rest of the spot comes from slightly farther along
     const osg::Vec3d place = made.place(point);
     const osg::Vec3d& line = scanner.position(point.pointSource - 1U);
     ASSERT_FALSE(oracle.isBlocked({line.x(), place.y(), line.z()}, place));
@@ -313,7 +313,7 @@ TEST_F(MakeScanTest, coloursAndIntensitiesVary) {
   EXPECT_GT(*intensities.rbegin(), 20000);
 }
 
-// --- the file ---------------------------------------------------------------------------------------------------
+// The file.
 
 class MakeScanCountTest : public MakeScanTest, public testing::WithParamInterface<std::size_t> {};
 
@@ -404,7 +404,7 @@ struct FormatFacts {
 
 class MakeScanFormatTest : public MakeScanTest, public testing::WithParamInterface<FormatFacts> {};
 
-TEST_P(MakeScanFormatTest, aFormatHoldsThePlacesOfAllOthersAndItsOwnFields) {
+TEST_P(MakeScanFormatTest, everyFormatHoldsTheSamePositionsAndItsOwnFields) {
   const FormatFacts& facts = GetParam();
   const Scan made = scan({"--points", "3000", "--format", std::to_string(facts.format)});
   const Scan model = scan({"--points", "3000", "--format", "8"});
@@ -442,7 +442,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FormatFacts{9, 59, 4, true, false, false}, FormatFacts{10, 67, 4, true, true, true}),
     [](const auto& one) { return "format" + std::to_string(one.param.format); });
 
-TEST_F(MakeScanTest, theFirstVersionAnnouncesItsPointsByTwoBytes) {
+TEST_F(MakeScanTest, theFirstVersionMarksTheStartOfItsPointsWithTwoBytes) {
   const Scan made = scan({"--points", "10", "--format", "1", "--las-version", "1.0"});
   EXPECT_EQ(made.header.versionMinor, 0);
   ASSERT_EQ(made.header.pointDataOffsetBytes, 229U);
@@ -464,7 +464,7 @@ TEST_F(MakeScanTest, extraBytesAreDescribedAndStandBehindEachRecord) {
   const unsigned char* record = made.bytes.data() + 375;
   EXPECT_STREQ(reinterpret_cast<const char*>(record + 2), "LASF_Spec");
   EXPECT_EQ(record[18] + 256 * record[19], 4);
-  EXPECT_EQ(record[20] + 256 * record[21], 2 * 192);  // 300 is more than one description can tell
+  EXPECT_EQ(record[20] + 256 * record[21], 2 * 192);  // 300 is more than one description can hold
   EXPECT_EQ(record[54 + 2], 0);
   EXPECT_EQ(record[54 + 3] + record[54 + 192 + 3], 300);
   for (std::size_t index = 0; index < 500; ++index) {
@@ -533,7 +533,7 @@ TEST_F(MakeScanTest, pointsBeyondFourGigabytesTakeLittleOfTheDiskAndAreAllThere)
   EXPECT_EQ(last, model.place(model.points[399]));
 }
 
-// --- arguments --------------------------------------------------------------------------------------------------
+// Arguments.
 
 struct Refusal {
   const char* name;
@@ -543,7 +543,7 @@ struct Refusal {
 
 class MakeScanRefusalTest : public MakeScanTest, public testing::WithParamInterface<Refusal> {};
 
-TEST_P(MakeScanRefusalTest, theComplaintNamesTheOptionAndWhatIsAllowed) {
+TEST_P(MakeScanRefusalTest, theMessageNamesTheOptionAndTheAllowedValues) {
   Arguments arguments = GetParam().arguments;
   for (std::string& argument : arguments) {
     if (argument == "OUT") argument = _path;

@@ -11,12 +11,12 @@
 
 namespace QuorViewer {
 
-/// What must be where in the town, asked of the bodies themselves: no ray is ever cut with a surface here.
+/// Tells what must be where in the town, from the bodies themselves: it never intersects a ray with a surface.
 class TownOracle {
  public:
   explicit TownOracle(const Town& town) : _town(town) {}
 
-  /// How far inside a body a point is, negative outside.
+  /// Depth of a point inside a body, negative outside.
   static double depth(const Shape& shape, const osg::Vec3d& point) {
     if (const auto* solid = std::get_if<Solid>(&shape.body)) {
       double least = std::numeric_limits<double>::infinity();
@@ -30,7 +30,7 @@ class TownOracle {
     return rod.radius - (point - (rod.from + line * share)).length();
   }
 
-  /// The height of the ground, between the four corners of the cell around the point.
+  /// The height of the ground, interpolated between the four corners of the cell around the point.
   double ground(double x, double y) const {
     const double size = Terrain::kCellMetres;
     const double west = std::floor(x / size) * size;
@@ -43,11 +43,11 @@ class TownOracle {
   }
 
   bool onGround(const osg::Vec3d& point, double tolerance) const {
-    // Slopes in the town stay below one in one; half a step aside changes the height by as much at most.
+    // Slopes in the town stay below 1:1, so a horizontal error changes the height by no more than itself.
     return std::abs(point.z() - ground(point.x(), point.y())) <= 2.0 * tolerance;
   }
 
-  /// Every shape whose surface, or for foliage whose inside, is within `tolerance` of the point.
+  /// All shapes whose surface (for foliage: interior) is within `tolerance` of the point.
   std::vector<const Shape*> shapesAt(const osg::Vec3d& point, double tolerance) const {
     std::vector<const Shape*> result;
     for (const Shape& shape : _town.shapes()) {
@@ -58,7 +58,7 @@ class TownOracle {
     return result;
   }
 
-  /// True if an opaque body or the ground lies in between: some place on the way is at least `deep` inside.
+  /// True if an opaque body or the ground lies in between: some point on the way is at least `deep` inside it.
   bool isBlocked(const osg::Vec3d& eye, const osg::Vec3d& point, double deep = 0.02) const {
     constexpr double kStepMetres = 0.03;
     const double length = (point - eye).length();
@@ -80,7 +80,7 @@ class TownOracle {
     return true;
   }
 
-  // Those within whose circle, seen from above, the way passes.
+  // The opaque bodies whose circle, seen from above, the line of sight crosses.
   std::vector<const Shape*> opaqueAlong(const osg::Vec3d& eye, const osg::Vec3d& point) const {
     std::vector<const Shape*> result;
     const osg::Vec2d from(eye.x(), eye.y());

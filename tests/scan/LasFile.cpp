@@ -47,7 +47,7 @@ void writeLasFile(const std::string& path, const std::vector<LasFilePoint>& poin
     put(bytes, at + 4, point.y);
     put(bytes, at + 8, point.z);
     put(bytes, at + 12, point.intensity);
-    bytes[at + 14] = 0x09;  // the first return of one
+    bytes[at + 14] = 0x09;  // return 1 of 1
     bytes[at + 15] = static_cast<char>(point.classification);
   }
   std::ofstream file(path, std::ios::binary);

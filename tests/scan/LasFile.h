@@ -6,7 +6,7 @@
 
 namespace QuorTests {
 
-/// A point of a test's file: integers of the file's grid, as its records hold them.
+/// A point of a test file: integers of the file's grid, as its records store them.
 struct LasFilePoint {
   std::int32_t x = 0;
   std::int32_t y = 0;
@@ -18,12 +18,12 @@ struct LasFilePoint {
 /// The grid: coordinate = integer × scale + offset on every axis.
 constexpr double kLasFileScale = 0.01;
 
-/// Writes LAS 1.2, point format 0, byte by byte, so that nothing of the reader under test has a hand in it. Where the
-/// records begin later than right behind the header, there is a hole before them, which takes no space on most disks.
+/// Writes LAS 1.2, point format 0, byte by byte, without any code of the reader under test. A gap between the header
+/// and the records is a hole in the file, which takes no space on most disks.
 void writeLasFile(const std::string& path, const std::vector<LasFilePoint>& points, double offsetX, double offsetY,
                   std::uint32_t recordsOffset = 227);
 
-/// The same with `count` points at the grid's origin, without writing them: a file with a hole, which reads as zeros.
+/// The same with `count` points at the grid's origin, without writing them: a sparse file, which reads as zeros.
 void writeHollowLasFile(const std::string& path, std::uint32_t count);
 
 }  // namespace QuorTests

@@ -97,7 +97,7 @@ TEST(LasFormat, aPointFormatAboveTenHasNoLayout) {
   EXPECT_EQ(RecordLayout::of(0x80U), nullptr);
 }
 
-TEST(LasFormat, valuesTooLargeForTheirFieldDisturbNoOther) {
+TEST(LasFormat, valuesTooLargeForTheirFieldChangeNoOther) {
   LasPoint point;
   point.classification = 66;
   point.returnNumber = 9;
@@ -108,7 +108,7 @@ TEST(LasFormat, valuesTooLargeForTheirFieldDisturbNoOther) {
   EXPECT_EQ(record[14], (9 % 8) + (15 % 8) * 8);
 }
 
-// Every byte of the public header block of LAS 1.4, each field with a value of its own.
+// Every byte of the public header block of LAS 1.4, each field with a different value.
 Bytes fullHeader() {
   Bytes bytes;
   bytes.addText("LASF");
@@ -234,7 +234,7 @@ TEST(LasFormat, furtherBytesBeyondTheHeadersLengthAreNotWritten) {
   EXPECT_EQ(bytes[376], 8);
 }
 
-TEST(LasFormat, theHeadOfAVariableRecordTellsUserNumberAndLength) {
+TEST(LasFormat, theHeaderOfAVariableLengthRecordHoldsUserIdRecordIdAndLength) {
   Bytes bytes(2);
   bytes.addText("sixteen letters!");
   bytes.add(std::uint16_t{4242});
@@ -248,7 +248,7 @@ TEST(LasFormat, theHeadOfAVariableRecordTellsUserNumberAndLength) {
   EXPECT_EQ(LasRecordHead::parse(bytes.data(), true).contentBytes, 0xFFFFFFFFFFFFFFFFU);
 }
 
-TEST(LasFormat, aUserShorterThanItsFieldEndsAtTheFirstZero) {
+TEST(LasFormat, aUserIdShorterThanItsFieldEndsAtTheFirstZero) {
   Bytes bytes(60);
   bytes[2] = 'a';
   bytes[4] = 'b';
@@ -276,7 +276,7 @@ TEST(LasFormat, theUpperBitsOfTheFormatMarkCompression) {
   EXPECT_EQ(header.plainFormat(), 1U);
 }
 
-TEST(LasFormat, aFieldIsNamedWithItsPlaceForMessages) {
+TEST(LasFormat, messagesNameAFieldWithItsOffset) {
   EXPECT_EQ(QuorViewer::lasHeaderPlace(&LasHeader::pointFormat), "at byte 104 (field \"point data record format\")");
   EXPECT_EQ(QuorViewer::lasHeaderPlace(&LasHeader::extendedPointCount),
             "at byte 247 (field \"number of point records, 64 bits\")");

@@ -136,7 +136,7 @@ TEST_F(LasWriterTest, staleCountsOfTheGivenHeaderAreReplaced) {
   EXPECT_THAT(written().maximumMinimum[1], ElementsAre(0.0, 0.0));
 }
 
-TEST_F(LasWriterTest, keepsTheFieldsThatTellWhereTheScanIsFrom) {
+TEST_F(LasWriterTest, keepsTheFieldsThatIdentifyTheScansSource) {
   LasHeader header = headerOf(7, 4);
   header.fileSource = 7;
   header.globalEncoding = 17;
@@ -154,13 +154,13 @@ TEST_F(LasWriterTest, keepsTheFieldsThatTellWhereTheScanIsFrom) {
   EXPECT_EQ(written().creationYear, 1999);
   EXPECT_EQ(written().scale, header.scale);
   EXPECT_EQ(written().offset, header.offset);
-  // What these told of stood behind the points of the other file.
+  // These fields referred to data after the points of the other file.
   EXPECT_EQ(written().extendedRecordsOffsetBytes, 0U);
   EXPECT_EQ(written().extendedRecordCount, 0U);
   EXPECT_EQ(written().waveformOffsetBytes, 0U);
 }
 
-TEST_F(LasWriterTest, recordsStandBehindHeaderVariableRecordsAndHole) {
+TEST_F(LasWriterTest, pointRecordsFollowHeaderVariableRecordsAndGap) {
   LasHeader header = headerOf(0, 2);
   header.pointDataOffsetBytes = 300;
   const std::vector<unsigned char> point = record(header, 1, 2, 3, 1);
@@ -192,7 +192,7 @@ TEST_F(LasWriterTest, aHoleBeforeNoPointsIsAsLongAsTheHeaderSays) {
   EXPECT_EQ(contentOf(_path)[227], 7);
 }
 
-TEST_F(LasWriterTest, whatComesBehindThePointsFollowsThem) {
+TEST_F(LasWriterTest, dataAppendedBehindThePointsFollowsThem) {
   LasHeader header = headerOf(6, 4);
   header.pointDataOffsetBytes = 400;
   for (const std::size_t points : {0U, 3U}) {
@@ -221,7 +221,7 @@ TEST_F(LasWriterTest, furtherBytesOfALongHeaderAreKept) {
   EXPECT_EQ(contentOf(_path)[229], 3);
 }
 
-TEST_F(LasWriterTest, whatItDidNotMakeItDoesNotRemove) {
+TEST_F(LasWriterTest, doesNotRemoveWhatItDidNotCreate) {
   fs::create_directory(_folder / "out.las.part");
   EXPECT_THAT(messageOf([&] { LasWriter writer(_path, headerOf(0, 2), {}); }), HasSubstr(_path));
   EXPECT_THAT(namesInFolder(), ElementsAre("out.las.part"));
@@ -251,7 +251,7 @@ TEST_F(LasWriterTest, finishReplacesAnEarlierFile) {
   EXPECT_EQ(fs::file_size(_path), 227U);
 }
 
-TEST_F(LasWriterTest, placesThatCannotBeWrittenAreNamedWithTheReason) {
+TEST_F(LasWriterTest, unwritablePathsAreReportedWithTheReason) {
   const std::string nowhere = (_folder / "missing" / "out.las").string();
   const std::string message = messageOf([&] { LasWriter writer(nowhere, headerOf(0, 2), {}); });
   EXPECT_THAT(message, HasSubstr(nowhere));

@@ -1,4 +1,5 @@
-// Built with the reader that stands in where LASzip is not installed.
+// Built with the substitute reader that is used when LASzip is not installed.
+#include "ScanBytes.h"
 #include "scan/Scan.h"
 #include "tests/scan/ScanBytes.h"
 
@@ -9,7 +10,7 @@ namespace {
 using QuorViewer::ScanError;
 using QuorViewer::ScanReader;
 
-TEST(LazAbsent, aCompressedScanIsRefusedWithWhatIsMissing) {
+TEST(LazAbsent, aCompressedScanIsRefusedNamingTheMissingLibrary) {
   const ScanBytes::Folder folder;
   ScanBytes::Bytes bytes = ScanBytes::file({2, 3}, ScanBytes::variedPoints(5, 3));
   bytes[104] |= 0x80;

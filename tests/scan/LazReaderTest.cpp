@@ -202,7 +202,7 @@ TEST_F(LazReaderTest, bitSixOfTheFormatMarksCompressionAsWell) {
   expectSmallInAnyOrder(_folder.write("early.laz", bytes));
 }
 
-TEST_F(LazReaderTest, aScanThatSaysItIsCompressedButNotHowIsRefused) {
+TEST_F(LazReaderTest, aCompressedScanWithoutACompressionRecordIsRefused) {
   Bytes bytes = _small();
   bytes[227 + 2] = 'L';
   EXPECT_EQ(_refusalOf(bytes),
@@ -216,7 +216,7 @@ TEST_F(LazReaderTest, recordsThatReachIntoThePointsAreRefused) {
   EXPECT_THAT(_refusalOf(bytes), StartsWith("a variable length record reaches into the points, at byte 247"));
 }
 
-TEST_F(LazReaderTest, moreRecordsThanThereIsRoomForAreRefusedBeforeAnyMemoryIsTaken) {
+TEST_F(LazReaderTest, moreRecordsThanFitAreRefusedBeforeAnyMemoryIsAllocated) {
   Bytes bytes = _small();
   bytes.set(100, std::uint32_t{4294967295});
   EXPECT_THAT(_refusalOf(bytes),
@@ -260,8 +260,8 @@ TEST_F(LazReaderTest, aCompressedFileThatIsCutOffIsRefused) {
   EXPECT_THAT(_refusalOf(half), StartsWith("the file is cut off or its table of compressed chunks is misplaced"));
 }
 
-// Forwards and backwards, from the first points of chunks and from between them, and once more after each error.
-TEST_F(LazReaderTest, aFileCutWhileItIsReadIsToldWithItsByteWhereverReadingGoesOn) {
+// Forwards and backwards, from chunk starts and from within chunks, and again after each error.
+TEST_F(LazReaderTest, aFileTruncatedWhileItIsReadIsReportedWithItsOffsetWhereverReadingContinues) {
   constexpr std::uint32_t count = 20000;
   writeLaz(_folder.path("whole.laz"), {2, 3}, ScanBytes::variedPoints(count, 3), 1000);
   const Bytes whole = contentOf(_folder.path("whole.laz"));
@@ -276,11 +276,11 @@ TEST_F(LazReaderTest, aFileCutWhileItIsReadIsToldWithItsByteWhereverReadingGoesO
       EXPECT_THAT(message, testing::AnyOf(StartsWith(told), "no error")) << point;
     }
     EXPECT_THAT(messageOf([&] { reader->read(0, count, osg::Vec3d()); }), StartsWith(told));
-    EXPECT_EQ(messageOf([&] { reader->read(0, 1000, osg::Vec3d()); }), "no error") << "what is before the end stays";
+    EXPECT_EQ(messageOf([&] { reader->read(0, 1000, osg::Vec3d()); }), "no error") << "earlier points stay readable";
   }
 }
 
-// The table of chunks stands last. Without its last bytes LASzip still finds the points, and finds the right ones.
+// The chunk table is at the end of the file. Without the table's last bytes, LASzip still finds the right points.
 TEST_F(LazReaderTest, aTableWithoutItsLastBytesNeverLeadsToWrongPoints) {
   const Bytes whole = _small();
   for (std::size_t missing = 1; missing <= 20; ++missing) {
@@ -319,7 +319,7 @@ void openAndRead(const std::string& path, unsigned& opened) {
   }
 }
 
-/// Reads `rounds` copies of a scan with a few bytes changed between `first` and `end`; tells how many could be read.
+/// Reads `rounds` copies of a scan with a few bytes changed between `first` and `end`; returns how many could be read.
 unsigned readChanged(const Folder& folder, const Bytes& whole, std::size_t first, std::size_t end, unsigned rounds) {
   std::mt19937 random(20240302);
   unsigned opened = 0;

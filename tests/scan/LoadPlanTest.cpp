@@ -34,7 +34,7 @@ class LoadPlanOf : public testing::TestWithParam<Case> {
   bool hasSample() const { return !plan().empty() && plan().front().turn == Turn::First; }
 };
 
-TEST_P(LoadPlanOf, everyThinningthPointIsReadOnceAndNoOther) {
+TEST_P(LoadPlanOf, everyNthPointIsReadOnceAndNoOther) {
   std::map<std::uint64_t, int> reads;
   for (const PlannedChunk& chunk : plan()) {
     for (const std::uint64_t index : indicesOf(chunk.points)) ++reads[index];
@@ -45,7 +45,7 @@ TEST_P(LoadPlanOf, everyThinningthPointIsReadOnceAndNoOther) {
   EXPECT_EQ(thinnedCount(GetParam().points, GetParam().thinning), wanted.size());
 }
 
-TEST_P(LoadPlanOf, aPlaceInAChunkTellsThePointOfTheFile) {
+TEST_P(LoadPlanOf, anIndexInAChunkGivesThePointOfTheFile) {
   for (const PlannedChunk& chunk : plan()) {
     const std::vector<std::uint64_t> indices = indicesOf(chunk.points);
     ASSERT_EQ(indices.size(), chunk.points.count);
@@ -62,7 +62,7 @@ TEST_P(LoadPlanOf, noChunkIsLargerThanAllowedOrEmpty) {
   }
 }
 
-TEST_P(LoadPlanOf, theSampleComesFirstAndFromAllOverTheScan) {
+TEST_P(LoadPlanOf, theSampleComesFirstAndCoversTheWholeScan) {
   if (!hasSample()) {
     for (const PlannedChunk& chunk : plan()) EXPECT_EQ(chunk.turn, Turn::Plain);
     return;
@@ -82,7 +82,7 @@ TEST_P(LoadPlanOf, theSampleComesFirstAndFromAllOverTheScan) {
   EXPECT_GE(sample.back() + 2 * widest, GetParam().points);
 }
 
-TEST_P(LoadPlanOf, theSampleEntersWhereReadingCanBegin) {
+TEST_P(LoadPlanOf, theSampleStartsOnlyWhereReadingCanBegin) {
   for (const PlannedChunk& chunk : plan()) {
     if (chunk.turn != Turn::First) continue;
     forEachRun(chunk.points, [](const PointRun& run) { EXPECT_EQ(run.first % GetParam().entry, 0U); });
@@ -105,7 +105,7 @@ TEST(LoadPlanTest, aLargeScanHasASampleAndOneThatCannotBeEnteredHasNone) {
   EXPECT_EQ(planLoad(100000000, 1, 1).front().turn, Turn::First);
 }
 
-TEST(LoadPlanTest, noIndexOfAChunkLiesFartherBehindTheFirstThanThirtyTwoBitsTell) {
+TEST(LoadPlanTest, indicesRelativeToTheFirstOfAChunkFitThirtyTwoBits) {
   const std::uint64_t points = std::uint64_t{1} << 40U;
   for (const std::uint64_t thinning : {std::uint64_t{1} << 14U, std::uint64_t{1} << 20U}) {
     for (const PlannedChunk& chunk : planLoad(points, 1, thinning)) {

@@ -26,7 +26,7 @@ class PlatformTest : public FilesFixture {
   }
   void cutAfterPages(std::int64_t pages) { _view->loseAllBehind(pages * pageBytes()); }
   void touchPage(std::int64_t page) { _sum = _sum + _view->start()[page * pageBytes()]; }
-  /// Reads forwards; tells how far it came.
+  /// Reads forwards; `_read` tells how far it got.
   std::optional<std::uintptr_t> readAll() {
     return faultWhile([this] {
       for (_read = 0; _read < _view->bytes(); ++_read) _sum = _sum + _view->start()[_read];
@@ -43,7 +43,7 @@ TEST_F(PlatformTest, aWholeFileReadsToItsEndWithoutAFault) {
   EXPECT_EQ(_read, _view->bytes());
 }
 
-TEST_F(PlatformTest, aTouchBehindTheEndOfACutFileIsToldWithItsAddressAndEndsTheWork) {
+TEST_F(PlatformTest, accessPastTheEndOfATruncatedFileIsReportedWithItsAddressAndEndsTheWork) {
   cutAfterPages(2);
   const std::optional<std::uintptr_t> fault = readAll();
   ASSERT_TRUE(fault.has_value());
@@ -77,7 +77,7 @@ TEST_F(PlatformTest, aFaultOnOneThreadLeavesTheWorkOfAnotherAlone) {
   EXPECT_TRUE(otherWasWhole);
 }
 
-TEST_F(PlatformTest, whatTheWorkThrowsGoesThrough) {
+TEST_F(PlatformTest, exceptionsOfTheWorkPropagate) {
   EXPECT_THROW(faultWhile([] { throw std::runtime_error("of the work"); }), std::runtime_error);
 }
 
@@ -107,7 +107,7 @@ TEST_F(PlatformDeathTest, aFaultAfterWorkThatThrewEndsTheProcessAsEver) {
 
 class UsersEncodingTest : public testing::TestWithParam<std::string> {};
 
-TEST_P(UsersEncodingTest, leadsToThePlaceAndBackAndIsToldInUtf8) {
+TEST_P(UsersEncodingTest, convertsToAPathAndBackAndToUtf8) {
   const std::optional<std::string> name = inUsersEncoding(GetParam());
   if (!name) GTEST_SKIP() << "the user's encoding has no such letters";
   EXPECT_EQ(utf8Of(*name), GetParam());
@@ -118,7 +118,7 @@ TEST_P(UsersEncodingTest, leadsToThePlaceAndBackAndIsToldInUtf8) {
 
 INSTANTIATE_TEST_SUITE_P(Names, UsersEncodingTest, testing::Values("", "scan.las", "Gelände.las", "扫描/点云.las"));
 
-TEST(MachineMemoryTest, isNoMoreThanThePhysicalMemoryAndNotNothing) {
+TEST(MachineMemoryTest, isPositiveAndNoMoreThanThePhysicalMemory) {
   EXPECT_GT(machineMemoryBytes(), std::uint64_t{1} << 24U);
   if (physicalMemoryBytes() == 0) GTEST_SKIP() << "nobody tells how much memory this machine has";
   EXPECT_LE(machineMemoryBytes(), physicalMemoryBytes());

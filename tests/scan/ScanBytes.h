@@ -15,7 +15,7 @@
 /// Scans written byte by byte, by the published layout and independently of the code that reads them.
 namespace ScanBytes {
 
-/// Bytes written one value after the other, or changed in place; little-endian unless told otherwise.
+/// Bytes written one value after the other, or changed in place; little-endian unless stated otherwise.
 class Bytes : public std::vector<unsigned char> {
  public:
   using std::vector<unsigned char>::vector;
@@ -45,7 +45,8 @@ class Bytes : public std::vector<unsigned char> {
   void addText(const std::string& text) { insert(end(), text.begin(), text.end()); }
 };
 
-/// A folder of its own for each test, gone with it; numbered at random, since two builds' tests may run side by side.
+/// A separate folder for each test, removed with it; its number is random, since tests of two builds may run in
+/// parallel.
 class Folder {
  public:
   Folder() {
@@ -59,8 +60,8 @@ class Folder {
     std::filesystem::remove_all(_path);
     std::filesystem::create_directories(_path);
   }
-  // Some systems keep a file as long as nobody may write to it, or as it is open: the file manager has its files open
-  // to the end of the process, and what it has then stays in the temporary folder.
+  // Some systems do not delete a file that is read-only or open. The file manager keeps its files open until the
+  // process ends, so these stay in the temporary folder.
   ~Folder() {
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(_path, error)) {
@@ -73,7 +74,7 @@ class Folder {
 
   std::string path(const std::string& name) const { return (_path / name).string(); }
 
-  /// A new file each time: where an old one is only emptied, some file systems wait for the disk.
+  /// Creates a new file each time: when an old one is truncated instead, some file systems wait for the disk.
   template <typename Container>
   std::string write(const std::string& name, const Container& bytes) const {
     std::filesystem::remove(path(name));
@@ -86,7 +87,7 @@ class Folder {
   std::filesystem::path _path;
 };
 
-/// A point with every field that any format holds.
+/// A point with all fields of all formats.
 struct Point {
   std::int32_t x = 0;
   std::int32_t y = 0;
@@ -176,7 +177,7 @@ inline void addRecord(Bytes& to, unsigned format, const Point& point, unsigned e
   }
 }
 
-/// What a test wants of a file beyond its points.
+/// Settings of a test file other than its points.
 struct FileSettings {
   unsigned minor = 4;
   unsigned format = 0;
@@ -189,7 +190,7 @@ inline unsigned headerLength(unsigned minor) {
   return minor == 4 ? 375 : minor == 3 ? 235 : 227;
 }
 
-/// A header that suits the settings, its box left at zero, which is a lie that readers have to live with.
+/// A header for the settings. Its bounding box is left at zero, which is wrong and which readers have to tolerate.
 inline Bytes header(const FileSettings& settings, std::uint64_t count) {
   const unsigned length = headerLength(settings.minor);
   Bytes bytes(length);
@@ -221,7 +222,7 @@ inline Bytes file(const FileSettings& settings, const std::vector<Point>& points
   return bytes;
 }
 
-/// A point that differs from its neighbours in every field, each within the format's room.
+/// A point that differs from its neighbours in every field, each within the range of the format.
 inline Point variedPoint(unsigned index, unsigned format) {
   const bool extended = isExtended(format);
   Point point;

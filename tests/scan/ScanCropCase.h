@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-/// What the tests of cropping share: scans with random bytes where readers look at nothing, and files seen as bytes.
+/// Shared by the cropping tests: scans with random bytes in fields that readers ignore, and files as raw bytes.
 namespace ScanCropCase {
 
 using ScanBytes::Bytes;
@@ -42,7 +42,7 @@ inline Bytes contentOf(const std::string& path) {
   return bytes;
 }
 
-/// Texts and identifiers that say where a file is from, each different from its neighbours.
+/// Texts and identifiers of a file's source, each different from its neighbours.
 inline void addIdentity(Bytes& file) {
   file.set(4, std::uint16_t{1234});                // file source
   for (std::size_t byte = 8; byte < 24; ++byte) {  // project
@@ -56,7 +56,7 @@ inline void addIdentity(Bytes& file) {
   file.set(92, std::uint16_t{2019});
 }
 
-/// Points that differ in every field, their wave packets and extra bytes at random.
+/// Points that differ in every field, with random wave packets and extra bytes.
 inline Bytes variedScan(const FileSettings& settings, unsigned count) {
   Bytes file = ScanBytes::file(settings, ScanBytes::variedPoints(count, settings.format));
   addIdentity(file);
@@ -71,7 +71,7 @@ inline Bytes variedScan(const FileSettings& settings, unsigned count) {
   return file;
 }
 
-/// Puts bytes between the header and the points of a file whose points follow its header.
+/// Inserts bytes between the header and the points of a file whose points follow its header.
 inline void insertBehindHeader(Bytes& file, const std::vector<unsigned char>& bytes) {
   const auto points = load<std::uint32_t>(file, 96);
   file.insert(file.begin() + points, bytes.begin(), bytes.end());
@@ -93,7 +93,7 @@ inline Bytes variableRecord(const std::string& user, std::uint16_t id, std::size
   return record;
 }
 
-/// Adds extended records behind all else and tells of them in a header of LAS 1.4.
+/// Appends extended records to the file and enters them in its LAS 1.4 header.
 inline void addExtendedRecords(Bytes& file, const std::vector<Bytes>& records) {
   file.set(235, static_cast<std::uint64_t>(file.size()));
   file.set(243, static_cast<std::uint32_t>(records.size()));
@@ -108,7 +108,7 @@ inline void runToItsEnd(QuorViewer::ScanCrop& crop) {
   }
 }
 
-/// Crops a scan and answers the file that this makes.
+/// Crops a scan and returns the resulting file.
 inline Bytes cropped(const std::string& source, const std::string& target, const QuorViewer::InsideTest& inside) {
   const auto reader = QuorViewer::ScanReader::open(source);
   QuorViewer::ScanCrop crop(*reader, target, inside);

@@ -1,5 +1,5 @@
-// Cropping of compressed scans, and what another program's reader finds in the files that cropping makes.
-#include "tests/scan/ScanCropCase.h"
+// Cropping of compressed scans, and what another program's reader finds in the cropped files.
+#include "ScanCropCase.h"
 
 #include <gmock/gmock.h>
 #include <laszip/laszip_api.h>
@@ -27,7 +27,7 @@ struct Destroy {
   void operator()(void* laszip) const { laszip_destroy(laszip); }
 };
 
-/// LASzip's reader, one point after the other, of a compressed or an uncompressed file.
+/// Reads a compressed or an uncompressed file with LASzip, one point after the other.
 class Laszip {
  public:
   explicit Laszip(const std::string& path) {
@@ -58,7 +58,7 @@ class Laszip {
             _point->Z * _header->z_scale_factor + _header->z_offset};
   }
 
-  /// Every field that the file's point format may have, but extra bytes.
+  /// Every field that the file's point format may have, except extra bytes.
   std::vector<double> fields() const {
     const laszip_point& p = *_point;
     std::vector<double> values = {double(p.X),
@@ -94,7 +94,7 @@ class Laszip {
   laszip_point* _point = nullptr;
 };
 
-/// Lets LASzip compress a LAS file, in chunks of a few points.
+/// Compresses a LAS file with LASzip, in chunks of a few points.
 void compress(const std::string& from, const std::string& to) {
   Laszip source(from);
   laszip_POINTER writer = nullptr;
@@ -126,7 +126,7 @@ class ScanCropLazOfEachPointFormat : public testing::TestWithParam<std::tuple<un
 INSTANTIATE_TEST_SUITE_P(FormatsAndExtraBytes, ScanCropLazOfEachPointFormat,
                          testing::Combine(testing::Range(0U, 11U), testing::Values(0U, 5U)));
 
-TEST_P(ScanCropLazOfEachPointFormat, aCompressedScanGivesTheFileThatItsUncompressedOriginalGives) {
+TEST_P(ScanCropLazOfEachPointFormat, aCompressedScanIsCroppedToTheSameFileAsItsUncompressedOriginal) {
   Bytes scan = variedScan(_settings, 3000);
   insertBehindHeader(scan, variableRecord("LASF_Projection", 34735, 64));
   scan.set(100, std::uint32_t{1});
@@ -138,13 +138,13 @@ TEST_P(ScanCropLazOfEachPointFormat, aCompressedScanGivesTheFileThatItsUncompres
     EXPECT_EQ(cropped(compressed, _folder.path("of-laz.las"), inside),
               cropped(source, _folder.path("of-las.las"), inside));
   }
-  // Everything inside: the bytes that the test wrote come back.
+  // With every point inside, the bytes that the test wrote come back.
   const Bytes all = contentOf(_folder.path("of-laz.las"));
   const auto points = load<std::uint32_t>(scan, 96);
   EXPECT_EQ(part(all, points), part(scan, points));
 }
 
-/// Every point of a scan that lies inside, and no other, is in the saved file, in the same order and with every field.
+/// Expects the saved file to hold exactly the points of a scan that lie inside, in the same order and with every field.
 void expectPointsInside(const std::string& scan, const std::string& saved, const InsideTest& inside) {
   Laszip source(scan);
   Laszip result(saved);
@@ -161,7 +161,7 @@ void expectPointsInside(const std::string& scan, const std::string& saved, const
     ASSERT_EQ(source.extraBytes(), result.extraBytes()) << "point " << point;
   }
   EXPECT_EQ(found, result.count());
-  EXPECT_GT(found, 0U) << "nothing was tried";
+  EXPECT_GT(found, 0U) << "no point was compared";
   EXPECT_LT(found, source.count()) << "nothing was left out";
 }
 
@@ -189,7 +189,7 @@ TEST(ScanCropLaz, extendedRecordsOfACompressedScanAreKeptAndItsCompressionRecord
   EXPECT_EQ(part(saved, at), plain(projection));
 }
 
-TEST(ScanCropLaz, theReaderServesOthersBetweenTheSteps) {
+TEST(ScanCropLaz, theReaderCanBeUsedBetweenTheSteps) {
   const Folder folder;
   const std::string source = folder.write("scan.las", variedScan({4, 8}, 30000));
   compress(source, folder.path("scan.laz"));
@@ -214,7 +214,7 @@ TEST(ScanCropLaz, aDamagedChunkIsReportedAndLeavesNothing) {
   EXPECT_FALSE(fs::exists(folder.path("out.las.part")));
 }
 
-// A slab across the middle of a scan's box, which is neither empty nor everything in any real scan.
+// A slab across the middle of a scan's box. In any real scan it holds some of the points, but not all.
 InsideTest middleOf(const std::string& path) {
   const Laszip scan(path);
   const osg::Vec3d least(scan.header().min_x, scan.header().min_y, scan.header().min_z);

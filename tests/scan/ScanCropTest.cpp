@@ -36,7 +36,7 @@ bool nowhere(const osg::Vec3d& /*coordinates*/) {
   return false;
 }
 
-/// A LAS file looked at by the published layout.
+/// A LAS file parsed by the published layout.
 struct LasBytes {
   explicit LasBytes(Bytes content)
       : bytes(std::move(content)),
@@ -79,7 +79,7 @@ std::vector<std::uint64_t> pointsInside(const LasBytes& scan, const InsideTest& 
   return points;
 }
 
-/// The file ends with its points, and they are the given ones of the scan, byte for byte.
+/// Expects the file to end with its points, which must be the given points of the scan, byte for byte.
 void expectRecords(const LasBytes& saved, const LasBytes& scan, const std::vector<std::uint64_t>& points) {
   ASSERT_EQ(saved.count, points.size());
   ASSERT_EQ(saved.bytes.size(), saved.pointsAt + points.size() * scan.recordLength);
@@ -121,7 +121,7 @@ void expectCounts(const LasBytes& saved) {
   }
 }
 
-/// Headers agree in all but the counts, the bounds, and the places of what follows.
+/// Expects equal headers except for the counts, the bounds, and the offsets of what follows.
 void expectIdentity(const LasBytes& saved, const LasBytes& scan) {
   EXPECT_EQ(part(saved.bytes, 0, 96), part(scan.bytes, 0, 96));
   EXPECT_EQ(part(saved.bytes, 104, 107), part(scan.bytes, 104, 107));
@@ -131,7 +131,7 @@ void expectIdentity(const LasBytes& saved, const LasBytes& scan) {
 void expectCrop(const Bytes& file, const LasBytes& scan, const InsideTest& inside) {
   const LasBytes saved(file);
   const std::vector<std::uint64_t> expected = pointsInside(scan, inside);
-  ASSERT_FALSE(expected.empty()) << "nothing would be tried";
+  ASSERT_FALSE(expected.empty()) << "the test would check nothing";
   expectRecords(saved, scan, expected);
   expectBounds(saved);
   expectCounts(saved);
@@ -309,7 +309,7 @@ TEST_F(ScanCropTest, aHoleOfMegabytesBeforeThePointsIsLeftOutAndTheRecordsBefore
   EXPECT_EQ(part(saved.bytes, saved.pointsAt), plain(points));
 }
 
-TEST_F(ScanCropTest, recordsThatTellWherePointsStoodAreLeftOut) {
+TEST_F(ScanCropTest, recordsThatIndexThePointsAreLeftOut) {
   Bytes scan = variedScan({4, 6}, 10);
   const Bytes kept = variableRecord("LASF_Projection", 2112, 40);
   Bytes between = variableRecord("copc", 1, 160);
@@ -367,7 +367,7 @@ TEST_F(ScanCropTest, extendedRecordsStatedBeyondTheFileAreLeftOut) {
   }
 }
 
-TEST_F(ScanCropTest, waveformsOfVersionThreeComeAlongWhole) {
+TEST_F(ScanCropTest, waveformsOfVersionThreeAreCopiedCompletely) {
   Bytes scan = variedScan({3, 4}, 200);
   const Bytes waveforms = variableRecord("LASF_Spec", 65535, 4000, true);
   scan.set(227, static_cast<std::uint64_t>(scan.size()));
@@ -380,7 +380,7 @@ TEST_F(ScanCropTest, waveformsOfVersionThreeComeAlongWhole) {
   EXPECT_EQ(part(saved.bytes, end), plain(waveforms));
 }
 
-TEST_F(ScanCropTest, waveformsAmongTheExtendedRecordsAreThereOnceAndFound) {
+TEST_F(ScanCropTest, waveformsAmongTheExtendedRecordsAreCopiedOnceAndFound) {
   Bytes scan = variedScan({4, 9}, 20);
   const Bytes first = variableRecord("LASF_Projection", 2112, 70, true);
   addExtendedRecords(scan, {first, variableRecord("LASF_Spec", 65535, 500, true)});
@@ -391,7 +391,7 @@ TEST_F(ScanCropTest, waveformsAmongTheExtendedRecordsAreThereOnceAndFound) {
   EXPECT_EQ(load<std::uint32_t>(file, 243), 2U);
 }
 
-TEST_F(ScanCropTest, waveformsBesideTheExtendedRecordsComeAlongUncounted) {
+TEST_F(ScanCropTest, waveformsOutsideTheExtendedRecordsAreCopiedButNotCounted) {
   Bytes scan = variedScan({4, 10}, 20);
   addExtendedRecords(scan, {variableRecord("LASF_Projection", 2112, 70, true)});
   scan.set(227, static_cast<std::uint64_t>(scan.size()));
@@ -430,7 +430,7 @@ TEST_F(ScanCropTest, aStepCopiesABlockAndTheFileGetsItsNameLast) {
   EXPECT_TRUE(crop.finished());
 }
 
-TEST_F(ScanCropTest, theReaderServesOthersBetweenTheSteps) {
+TEST_F(ScanCropTest, theReaderCanBeUsedBetweenTheSteps) {
   const LasBytes scan(variedScan({2, 3}, 30000));
   const auto reader = ScanReader::open(_folder.write("scan.las", scan.bytes));
   ScanCrop crop(*reader, _target, everywhere);
@@ -441,7 +441,7 @@ TEST_F(ScanCropTest, theReaderServesOthersBetweenTheSteps) {
   expectRecords(LasBytes(contentOf(_target)), scan, pointsInside(scan, everywhere));
 }
 
-TEST_F(ScanCropTest, aCropGivenUpLeavesTheFormerFile) {
+TEST_F(ScanCropTest, aCancelledCropLeavesTheFormerFile) {
   _folder.write("out.las", std::string("former"));
   {
     const auto reader = ScanReader::open(_folder.write("scan.las", variedScan({2, 1}, 40000)));
@@ -473,7 +473,7 @@ TEST_F(ScanCropTest, aScanWithoutPointsHasNoneInside) {
   EXPECT_THAT(writeErrorOf([&] { _cropOf(variedScan({2, 0}, 0)); }), HasSubstr("no point lies inside"));
 }
 
-TEST_F(ScanCropTest, theScanItselfIsNeverTheTargetByWhateverName) {
+TEST_F(ScanCropTest, theScanItselfIsRefusedAsTheTargetUnderAnyName) {
   const Bytes scan = variedScan({2, 1}, 100);
   const std::string source = _folder.write("scan.las", scan);
   fs::create_directory(_folder.path("sub"));
@@ -490,20 +490,20 @@ TEST_F(ScanCropTest, theScanItselfIsNeverTheTargetByWhateverName) {
   EXPECT_EQ(contentOf(source), scan);
 }
 
-TEST_F(ScanCropTest, theScanIsNotEmptiedByAFileThatGrowsUnderItsName) {
+TEST_F(ScanCropTest, aScanNamedLikeTheTemporaryFileIsNotOverwritten) {
   const Bytes scan = variedScan({2, 1}, 100);
   const std::string source = _folder.write("out.las.part", scan);
   EXPECT_THAT(writeErrorOf([&] { cropped(source, _target, everywhere); }), HasSubstr("it would overwrite the scan"));
   EXPECT_EQ(contentOf(source), scan);
 }
 
-// Why the system lets nobody write there, in its own words.
+// The system's own message for a path that cannot be written.
 std::string reasonAgainstWriting(const std::string& path) {
   EXPECT_FALSE(std::ofstream(path).is_open());
   return std::generic_category().message(errno);
 }
 
-TEST_F(ScanCropTest, placesThatCannotBeWrittenAreNamedWithTheReasonAtOnce) {
+TEST_F(ScanCropTest, unwritablePathsAreReportedAtOnceWithTheReason) {
   const auto reader = ScanReader::open(_folder.write("scan.las", variedScan({2, 1}, 100)));
   const auto refusal = [&](const std::string& target) {
     return writeErrorOf([&] { ScanCrop(*reader, target, everywhere); });
@@ -517,7 +517,7 @@ TEST_F(ScanCropTest, placesThatCannotBeWrittenAreNamedWithTheReasonAtOnce) {
   EXPECT_THAT(_names(), ElementsAre("out.las", "scan.las"));
 }
 
-TEST_F(ScanCropTest, whatStandsInTheWayOfTheGrowingFileStays) {
+TEST_F(ScanCropTest, aFolderInPlaceOfTheTemporaryFileIsKept) {
   fs::create_directory(_target + ".part");
   EXPECT_THAT(writeErrorOf([&] {
                 _cropOf(variedScan({2, 1}, 100));
@@ -533,7 +533,7 @@ TEST_F(ScanCropTest, aDiskThatFillsUpIsReportedAndTheFormerFileStays) {
   const std::size_t pointsEnd = scan.size();
   addExtendedRecords(scan, {variableRecord("someone", 7, 1000000, true)});
   const auto reader = ScanReader::open(_folder.write("scan.las", scan));
-  // Full at once, amid the points, and amid what follows them.
+  // The disk is full immediately, in the middle of the points, or in the middle of what follows them.
   for (const std::size_t room : {std::size_t{100}, pointsEnd / 2, pointsEnd + 500000}) {
     ScanCrop crop(*reader, _target, everywhere);
     std::string message;
@@ -541,7 +541,7 @@ TEST_F(ScanCropTest, aDiskThatFillsUpIsReportedAndTheFormerFileStays) {
     {
       const QuorTests::FileSizeLimit full(room);
       message = writeErrorOf([&] { runToItsEnd(crop); });
-      EXPECT_THAT(_names(), ElementsAre("out.las", "scan.las")) << "while the crop still stands";
+      EXPECT_THAT(_names(), ElementsAre("out.las", "scan.las")) << "while the crop object still exists";
     }
     again = writeErrorOf([&] { crop.step(kOneBlock); });
     EXPECT_EQ(message, "cannot write " + _target + ": File too large");
@@ -551,7 +551,7 @@ TEST_F(ScanCropTest, aDiskThatFillsUpIsReportedAndTheFormerFileStays) {
   EXPECT_EQ(fs::file_size(_target), 6U);
 }
 
-// So few bytes that they leave the program only when the file is closed.
+// So few bytes that they are written only when the file is closed.
 TEST_F(ScanCropTest, aDiskThatIsFullOnlyWhenTheFileIsClosedIsReported) {
   if (!QuorTests::FileSizeLimit::isToBeHad()) GTEST_SKIP() << "this system has no limit on the size of files";
   const std::string source = _folder.write("scan.las", variedScan({2, 0}, 3));
@@ -581,7 +581,7 @@ TEST_F(ScanCropTest, aScanThatShrinksMeanwhileIsReportedAndLeavesNothing) {
   EXPECT_THROW(crop.step(kOneBlock), ScanError);
 }
 
-TEST_F(ScanCropTest, anErrorInTheTestLeavesNothing) {
+TEST_F(ScanCropTest, anExceptionOfThePointTestLeavesNoFile) {
   const auto reader = ScanReader::open(_folder.write("scan.las", variedScan({2, 1}, 10)));
   ScanCrop crop(*reader, _target, [](const osg::Vec3d&) -> bool { throw std::out_of_range("asked too much"); });
   EXPECT_THROW(crop.step(kOneBlock), std::out_of_range);
@@ -634,7 +634,7 @@ TEST_F(ScanCropTest, anAscScanWithoutColourBecomesPointFormatZero) {
   EXPECT_LT((saved.coordinates(1) - osg::Vec3d(4, 5, 6.125)).length(), 1e-8);
 }
 
-// A coordinate whose own step is coarser than the grid's comes back as the very number that it was.
+// A coordinate whose own precision is coarser than the grid's step comes back unchanged.
 TEST_F(ScanCropTest, theGridKeepsSinglePrecisionOverEveryExtent) {
   std::mt19937 random(8);
   for (const float extent : {1e-3F, 1.0F, 50.0F, 4000.0F, 1e6F, 1e9F, 1e20F}) {
@@ -657,14 +657,14 @@ TEST_F(ScanCropTest, theGridKeepsSinglePrecisionOverEveryExtent) {
         }
       }
     }
-    // The step is a power of ten, and a hundredth of the one that single precision has at the far end.
+    // The step is a power of ten, and a hundredth of the single-precision step at the far end.
     EXPECT_LT(load<double>(saved.bytes, 131), extent * 4 / 16777216 / 5);
     const double exponent = std::log10(load<double>(saved.bytes, 131));
     EXPECT_NEAR(exponent, std::round(exponent), 1e-9);
   }
 }
 
-TEST_F(ScanCropTest, pointsAtOnePlaceHaveAGridAllTheSame) {
+TEST_F(ScanCropTest, coincidentPointsStillHaveAGrid) {
   const LasBytes saved(
       cropped(_folder.write("scan.ply", plyOf({{5, 5, 0.25F}, {5, 5, 0.25F}}, false)), _target, everywhere));
   ASSERT_EQ(saved.count, 2U);
@@ -672,7 +672,7 @@ TEST_F(ScanCropTest, pointsAtOnePlaceHaveAGridAllTheSame) {
   EXPECT_EQ(ScanReader::open(_target)->info().pointCount, 2U);
 }
 
-TEST_F(ScanCropTest, coordinatesThatAreNoNumbersAreNeverInside) {
+TEST_F(ScanCropTest, nonFiniteCoordinatesAreNeverInside) {
   constexpr float none = std::numeric_limits<float>::quiet_NaN();
   constexpr float endless = std::numeric_limits<float>::infinity();
   const std::string source =

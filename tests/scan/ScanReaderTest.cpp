@@ -164,7 +164,7 @@ TEST_F(ScanReaderTest, theBoundsAreThoseOfTheChunksOwnPoints) {
   EXPECT_NEAR(chunk.bounds.xMin(), truth(settings, points[20000]).x() - 1200, 1e-3);
 }
 
-TEST_F(ScanReaderTest, aBoxThatLiesInTheHeaderChangesNothing) {
+TEST_F(ScanReaderTest, aWrongBoxInTheHeaderChangesNothing) {
   const std::vector<Point> points = ScanBytes::variedPoints(40, 0);
   Bytes bytes = ScanBytes::file({2, 0}, points);
   for (std::size_t value = 0; value < 6; ++value) {
@@ -268,7 +268,7 @@ TEST_F(ScanReaderTest, tinyScalesUseAllThirtyTwoBits) {
   EXPECT_NEAR((*chunk.positions)[1].x(), -30.0647710, 1e-5);
 }
 
-TEST_F(ScanReaderTest, theOriginIsWholeNumbersAmidThePointsWhateverAFewStrayOnesSay) {
+TEST_F(ScanReaderTest, theOriginIsIntegralAndAmongThePointsDespiteOutliers) {
   FileSettings settings{2, 0};
   settings.offset = {600000.4, 5000000.4, 100.4};
   std::vector<Point> points(1000);
@@ -348,7 +348,7 @@ TEST_F(ScanReaderTest, aFirstPointThatLooksLikeTheStartSignatureIsStillAPoint) {
   EXPECT_EQ(reader->coordinates(0).x(), 0xCCDD * 0.01 + 1000);
 }
 
-// The file has a hole where no point was written, so that it takes next to no room.
+// The file is sparse and takes almost no disk space.
 TEST_F(ScanReaderTest, aScanBeyondFourGibibytesReadsItsLastPoint) {
   constexpr std::uint64_t count = 250000000;
   const FileSettings settings{4, 0};
@@ -388,7 +388,7 @@ TEST_F(ScanReaderTest, pointsBeyondTheScanAreRefusedWithoutOverflow) {
   EXPECT_TRUE(reader->read(10, 0, osg::Vec3d()).positions->empty());
 }
 
-TEST_F(ScanReaderTest, theContentTellsLasWhateverItsName) {
+TEST_F(ScanReaderTest, lasIsRecognisedByItsContentNotItsName) {
   const std::string path = _folder.write("scan.dat", ScanBytes::file({2, 0}, ScanBytes::variedPoints(3, 0)));
   EXPECT_EQ(ScanReader::open(path)->info().pointCount, 3U);
 }
@@ -439,7 +439,7 @@ class DamagedLas : public testing::TestWithParam<Damage> {
 };
 
 // LAS 1.2 with 10 points of format 1, 28 bytes each from byte 227 to byte 507.
-TEST_P(DamagedLas, isRefusedWithASentenceThatTellsWhatAndWhere) {
+TEST_P(DamagedLas, isRefusedWithAMessageThatSaysWhatAndWhere) {
   Bytes bytes = ScanBytes::file({2, 1}, ScanBytes::variedPoints(10, 1));
   GetParam().inflict(bytes);
   const std::string path = _folder.write("damaged.las", bytes);
@@ -510,7 +510,7 @@ INSTANTIATE_TEST_SUITE_P(
                "records of 28 bytes stated from byte 227 on, 10 held, the file ends at byte 507"}),
     nameOf);
 
-TEST_F(ScanReaderTest, aCountThatWouldOverflowItsProductIsStillSeenThrough) {
+TEST_F(ScanReaderTest, aCountWhoseByteSizeOverflowsIsRefused) {
   Bytes bytes = ScanBytes::file({4, 7}, ScanBytes::variedPoints(10, 7));
   bytes.set(247, std::numeric_limits<std::uint64_t>::max() / 36 + 2);
   const std::string path = _folder.write("count.las", bytes);
@@ -595,8 +595,8 @@ TEST_F(ScanReaderTest, whateverBytesStandInTheHeaderItOpensOrIsRefused) {
     }
     openAndRead(_folder.write("mutant.las", bytes), opened);
   }
-  EXPECT_GT(opened, rounds / 10) << "hardly any header was let through, so little was tried";
-  EXPECT_LT(opened, rounds) << "no header was refused, so little was tried";
+  EXPECT_GT(opened, rounds / 10) << "hardly any header was accepted, so little was tested";
+  EXPECT_LT(opened, rounds) << "no header was refused, so little was tested";
 }
 
 std::string plyHeader(const std::string& format, const std::string& elements) {
@@ -705,7 +705,7 @@ class DamagedPly : public testing::TestWithParam<DamagedText> {
   Folder _folder;
 };
 
-TEST_P(DamagedPly, isRefusedWithASentenceThatTellsWhatAndWhere) {
+TEST_P(DamagedPly, isRefusedWithAMessageThatSaysWhatAndWhere) {
   const std::string path = _folder.write("damaged.ply", GetParam().content);
   EXPECT_THAT(refusalOf(path), StartsWith(path + ": " + GetParam().message));
 }
@@ -779,7 +779,7 @@ INSTANTIATE_TEST_SUITE_P(
             "the PLY data has elements other than vertices and faces before these"}),
     textName);
 
-TEST_F(ScanReaderTest, aPlyFileUnderAnotherNameIsRefusedWithTheRemedy) {
+TEST_F(ScanReaderTest, aPlyFileWithoutItsExtensionIsRefusedWithAHint) {
   const std::string path = _folder.write("scan.txt", plyHeader("ascii", kColouredVertices) + kColouredLines);
   EXPECT_EQ(refusalOf(path),
             path + ": this is a PLY file by its first bytes, and can be read only under a name that ends in .ply");

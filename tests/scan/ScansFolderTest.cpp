@@ -15,7 +15,7 @@ using QuorViewer::PointChunk;
 using QuorViewer::ScanInfo;
 using QuorViewer::ScanReader;
 
-/// What is known of a real scan from its own publication and other software. The box is told to `boxStep`.
+/// Known facts about a real scan, from its publication and from other software. The box is accurate to `boxStep`.
 struct KnownScan {
   const char* file;
   std::uint64_t points;
@@ -85,7 +85,7 @@ const std::array<KnownScan, 6> kKnownScans = {{
      {1, 2, 9, 26}},
 }};
 
-/// What all points of a scan turn out to be.
+/// A summary of all points of a scan.
 struct Seen {
   std::uint64_t points = 0;
   osg::BoundingBoxd box;
@@ -103,7 +103,7 @@ void addChunk(const PointChunk& chunk, const osg::Vec3d& origin, Seen& seen) {
   }
 }
 
-// A chunk at a time, as the viewer does, so that ten million points need no more memory than half a million.
+// One chunk at a time, as in the viewer, so that ten million points need no more memory than half a million.
 Seen readToTheLastPoint(ScanReader& reader) {
   constexpr std::uint64_t chunkPoints = 500000;
   Seen seen;

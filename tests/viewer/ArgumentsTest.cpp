@@ -10,7 +10,7 @@ using QuorViewer::Arguments;
 using QuorViewer::ColourMode;
 using QuorViewer::parseArguments;
 
-TEST(ArgumentsTest, anEmptyLineAsksForTheDefaults) {
+TEST(ArgumentsTest, anEmptyCommandLineGivesTheDefaults) {
   const Arguments parsed = parseArguments({});
   EXPECT_TRUE(parsed.files.empty());
   EXPECT_FALSE(parsed.colourMode.has_value());

@@ -25,7 +25,7 @@ bool isInHalf(int point) {
   return placeOf(point).x() < 35.0F;
 }
 
-// In pixels, as the library states them; an auto-scaled transform draws them four in a hundred larger.
+// In pixels, as the library documents them; an auto-scaled transform draws them 4 percent larger.
 constexpr double kConeRadius = 10.0;
 constexpr double kConeAboveCentre = 13.5;
 constexpr double kConeBelowCentre = 4.5;
@@ -61,7 +61,7 @@ double distanceToSegment(const osg::Vec2d& place, const osg::Vec2d& from, const 
   return (place - from - way * share).length();
 }
 
-// Red, green or blue enough to be a handle of that axis, lit or not.
+// Red, green or blue enough for a handle of that axis, lit or unlit.
 bool isColourOf(int axis, const osg::Vec4& colour) {
   constexpr float kDarkest = 0.30F;
   constexpr float kDominance = 1.35F;
@@ -74,7 +74,7 @@ class ClipBoxGLTest : public SceneFixture {
  protected:
   ClipBox& box() { return _scene->clip; }
 
-  // Whether the outline of the box runs over a point in the window, or close by.
+  // Whether the outline of the box crosses a point in the window or passes close to it.
   bool isByOutline(const osg::BoundingBoxf& outlined, int point) {
     constexpr double kMargin = 3.0;
     for (unsigned int corner = 0; corner < 8; ++corner) {
@@ -127,7 +127,7 @@ class ClipBoxGLTest : public SceneFixture {
     }
   }
 
-  // How much of the world a pixel shows across the view, at the depth of a place.
+  // World units per pixel across the view, at the depth of a position.
   double worldPerPixel(const osg::Vec3d& place) {
     const osg::Matrixd& projection = frame().getProjectionMatrix();
     const double depth = -(place * frame().getViewMatrix()).z();
@@ -135,7 +135,7 @@ class ClipBoxGLTest : public SceneFixture {
     return 2.0 * w / (projection(1, 1) * height());
   }
 
-  // What a cone of the library's size, pointing along a direction of the world, covers in the window.
+  // The area that a cone of the library's size, pointing in a world direction, covers in the window.
   void includeCone(Extent& extent, const osg::Vec3d& centre, const osg::Vec3d& along, double pixel) {
     extent.include(windowPlaceOf(centre + along * (kConeAboveCentre * pixel)));
     osg::Vec3d across = along ^ osg::Vec3d(0.3, 0.5, 0.8);
@@ -198,7 +198,7 @@ class ClipBoxGLTest : public SceneFixture {
     }
   }
 
-  // How far an axis' colour goes from a place in a direction.
+  // How far an axis's colour extends from a position in a direction.
   double reachOf(osg::Image& image, int axis, const osg::Vec2d& start, osg::Vec2d direction) {
     direction /= direction.length();
     double reach = 0.0;
@@ -214,7 +214,7 @@ class ClipBoxGLTest : public SceneFixture {
     return reach;
   }
 
-  // The half of each ring before the disc shows along its whole length.
+  // The half of each ring in front of the disc is visible along its whole length.
   void expectRingsCircleTheBox() {
     const osg::ref_ptr<osg::Image> image = picture();
     const osg::Vec3d centre = kHalf.center();
@@ -282,7 +282,7 @@ class ClipBoxGLTest : public SceneFixture {
   float _pointerY = 0.0F;
 };
 
-TEST_F(ClipBoxGLTest, whatIsOutsideTheBoxIsInNoAttachmentAndHasNoDepth) {
+TEST_F(ClipBoxGLTest, pointsOutsideTheBoxAreInNoAttachmentAndHaveNoDepth) {
   box().place(kHalf);
   for (int projection = 0; projection < 2; ++projection) {
     draw();
@@ -306,7 +306,7 @@ TEST_F(ClipBoxGLTest, whatIsOutsideTheBoxIsInNoAttachmentAndHasNoDepth) {
   }
 }
 
-TEST_F(ClipBoxGLTest, whatIsOutsideTheBoxIsNotInThePicture) {
+TEST_F(ClipBoxGLTest, pointsOutsideTheBoxAreNotInThePicture) {
   _scene->cloud.setColourMode(ColourMode::Rgb);
   _scene->eyeDome.setOn(false);
   box().showHandles(ClipHandles::CUTTER_SCALE, 0);
@@ -323,7 +323,7 @@ TEST_F(ClipBoxGLTest, whatIsOutsideTheBoxIsNotInThePicture) {
     EXPECT_EQ(shown, isInHalf(point)) << point;
     expected += isInHalf(point) ? 1 : 0;
   }
-  EXPECT_GT(expected, kRows);  // or the picture would prove little
+  EXPECT_GT(expected, kRows);  // otherwise the picture proves little
 }
 
 TEST_F(ClipBoxGLTest, aBoxAroundEverythingCutsNothingAndItsHandlesLeaveEveryAttachmentAlone) {
@@ -356,17 +356,17 @@ TEST_F(ClipBoxGLTest, theDiscIsDrawnBehindThePointsAndWritesNoDepth) {
   for (int point = 0; point < kColumns * kRows; ++point) {
     shown += std::abs(colourAt(*image, pixelOf(placeOf(point))).r() - 200.0F / 255.0F) < 0.01F ? 1 : 0;
   }
-  EXPECT_GE(shown, 20);  // of 24; lines cross some
+  EXPECT_GE(shown, 20);  // of 24; lines cover some
 }
 
-TEST_F(ClipBoxGLTest, theFacesConesHaveTheirSizeInPixelsNearAndFarInBothProjections) {
+TEST_F(ClipBoxGLTest, theConesKeepTheirPixelSizeNearAndFarInBothProjections) {
   _scene->cloud.node()->setNodeMask(0U);
   box().place(kHalf);
   inEveryView([this] { expectFaceConesHaveTheirSize(); });
   EXPECT_GE(_checked, 16);
 }
 
-TEST_F(ClipBoxGLTest, theArrowsHaveTheirLengthInPixelsNearAndFarInBothProjections) {
+TEST_F(ClipBoxGLTest, theArrowsKeepTheirPixelLengthNearAndFarInBothProjections) {
   _scene->cloud.node()->setNodeMask(0U);
   box().showHandles(ClipHandles::CUTTER_TRANSLATE, 7);
   box().place(kHalf);
@@ -416,7 +416,7 @@ TEST_F(ClipBoxGLTest, onlyTheChosenAxesHandlesShow) {
   }
 }
 
-TEST_F(ClipBoxGLTest, offRestoresPictureDepthAndAttachments) {
+TEST_F(ClipBoxGLTest, switchingOffRestoresPictureDepthAndAttachments) {
   const Captured before = captured();
   const std::vector<float> depths = frame().getDepthBuffer();
   const osg::ref_ptr<osg::Image> plain = picture();
@@ -435,7 +435,7 @@ TEST_F(ClipBoxGLTest, offRestoresPictureDepthAndAttachments) {
   }
 }
 
-TEST_F(ClipBoxGLTest, onAgainCutsAsBefore) {
+TEST_F(ClipBoxGLTest, switchingOnAgainCutsAsBefore) {
   box().place(kHalf);
   draw();
   const Captured cut = captured();
@@ -458,7 +458,7 @@ TEST_F(ClipBoxGLTest, aNewBoxCutsInPlaceOfTheOneBefore) {
   EXPECT_EQ(seenPoints().size(), 24U);
 }
 
-TEST_F(ClipBoxGLTest, aPulledFaceCutsAndABoxThatIsOffTakesNoEvents) {
+TEST_F(ClipBoxGLTest, aDraggedFaceCutsAndABoxThatIsOffIgnoresEvents) {
   box().place(kHalf);
   draw();
   const HandlePath path = box().handles().pathOfFace(1, 0.4);
@@ -476,7 +476,7 @@ TEST_F(ClipBoxGLTest, aPulledFaceCutsAndABoxThatIsOffTakesNoEvents) {
   EXPECT_EQ(seenPoints().size(), static_cast<std::size_t>(kColumns * kRows));
 }
 
-TEST_F(ClipBoxGLTest, aClickOnAHandleIsNoClickAndOneBesideItIs) {
+TEST_F(ClipBoxGLTest, aClickOnAHandleIsNotReportedAndOneBesideItIs) {
   int clicks = 0;
   _viewer->addEventHandler(new PointerHandler([&](int, int) { ++clicks; }, [] {}));
   box().place(kHalf);
@@ -493,7 +493,7 @@ TEST_F(ClipBoxGLTest, aClickOnAHandleIsNoClickAndOneBesideItIs) {
   EXPECT_EQ(clicks, 2);
 }
 
-TEST_F(ClipBoxGLTest, aHandleThatPointsAtTheEyeTakesNoPressAndOneBesideItDoes) {
+TEST_F(ClipBoxGLTest, aHandleThatPointsAtTheEyeIgnoresPressesAndOneBesideItDoesNot) {
   box().place(kHalf);
   _view->toggleProjection();
   _navigator->manipulator().setPitchWithYawQuat(osg::Quat(), osg::Quat());
@@ -505,7 +505,7 @@ TEST_F(ClipBoxGLTest, aHandleThatPointsAtTheEyeTakesNoPressAndOneBesideItDoes) {
   EXPECT_LT(box().handles().box().xMax(), 25.0F);
 }
 
-TEST_F(ClipBoxGLTest, aPulledArrowMovesTheBoxUnlessItPointsAtTheEye) {
+TEST_F(ClipBoxGLTest, aDraggedArrowMovesTheBoxUnlessItPointsAtTheEye) {
   box().place(kHalf);
   box().showHandles(ClipHandles::CUTTER_TRANSLATE, 7);
   draw();
@@ -521,7 +521,7 @@ TEST_F(ClipBoxGLTest, aPulledArrowMovesTheBoxUnlessItPointsAtTheEye) {
   EXPECT_EQ(box().handles().getMatrix().getTrans(), moved);
 }
 
-TEST_F(ClipBoxGLTest, raysPassThePointsByWithoutLookingAtThem) {
+TEST_F(ClipBoxGLTest, intersectionVisitorsSkipThePoints) {
   const osg::Vec2d pixel = windowPlaceOf(placeOf(20));
   const auto hits = [&](osg::Node& node) {
     const osg::ref_ptr<osgUtil::PolytopeIntersector> around = new osgUtil::PolytopeIntersector(

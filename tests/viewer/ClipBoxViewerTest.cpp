@@ -23,7 +23,7 @@ using testing::StartsWith;
 
 constexpr double kPi = 3.14159265358979323846;
 
-// The box as the viewer tells of it, with arithmetic of the test's own.
+// The box as the viewer reports it, with the test's own arithmetic.
 struct ToldBox {
   osg::Vec3d size, centre, axis;
   double degrees = 0.0;
@@ -36,16 +36,16 @@ struct ToldBox {
     EXPECT_TRUE(static_cast<bool>(words)) << line;
   }
 
-  // Turns by Rodrigues' formula.
+  // Rotates by Rodrigues' formula.
   osg::Vec3d turned(const osg::Vec3d& v, double sign) const {
     const double t = sign * degrees * kPi / 180.0;
     return v * std::cos(t) + (axis ^ v) * std::sin(t) + axis * ((axis * v) * (1.0 - std::cos(t)));
   }
 
-  // From a place in the box' own frame, its centre the origin.
+  // Converts from the box's local frame, whose origin is the box's centre.
   osg::Vec3d world(const osg::Vec3d& local) const { return centre + turned(local, 1.0); }
 
-  // How far inside the nearest face; negative outside.
+  // Depth inside the nearest face; negative outside.
   double depthOf(const osg::Vec3d& place) const {
     const osg::Vec3d local = turned(place - centre, -1.0);
     double depth = 1e300;
@@ -83,7 +83,7 @@ std::multiset<GridPoint> pointsInLasFile(const std::string& path) {
 class ClipBoxViewerTest : public ViewerFixture {
  protected:
   ToldBox toldBox() const {
-    const std::string output = "\n" + _viewer->output();  // it may be the first line
+    const std::string output = "\n" + _viewer->output();  // the line may be the first one
     const std::size_t start = output.rfind("\nclip size");
     return ToldBox(start == std::string::npos ? std::string()
                                               : output.substr(start + 1, output.find('\n', start + 1) - start));
@@ -97,7 +97,7 @@ class ClipBoxViewerTest : public ViewerFixture {
 
   static Pixel between(Pixel from, Pixel to) { return {to.x - from.x, to.yFromTop - from.yFromTop}; }
 
-  // Drags what is at a place of the box' own frame to another one; where it is a handle, each move changes the box.
+  // Drags from one position in the box's local frame to another; if there is a handle, each move changes the box.
   void dragHandle(const osg::Vec3d& from, const osg::Vec3d& to) { _drag(from, to, "clip size"); }
   void dragWhereNoHandleIs(const osg::Vec3d& from, const osg::Vec3d& to) { _drag(from, to, ""); }
 
@@ -110,7 +110,7 @@ class ClipBoxViewerTest : public ViewerFixture {
     std::multiset<GridPoint> inside;
     for (const LasFilePoint& point : _points) {
       const double depth = box.depthOf(coordinatesOf(point));
-      EXPECT_GT(std::abs(depth), 1e-3) << "a point too near to a face to tell";
+      EXPECT_GT(std::abs(depth), 1e-3) << "a point too close to a face to classify";
       if (depth > 0.0) {
         inside.insert({point.x, point.y, point.z});
       }
@@ -169,7 +169,7 @@ TEST_F(ClipBoxViewerTest, theOptionStartsWithItsBoxAndPicksHitOnlyWhatIsInside) 
   expectClickReports(26);
 }
 
-TEST_F(ClipBoxViewerTest, theRightFacePulledInByItsConeCutsAndSaveWritesWhatIsLeft) {
+TEST_F(ClipBoxViewerTest, draggingTheRightFaceInwardsCutsAndSaveWritesTheRest) {
   showGrid({"--clip", "9876538 9999988 -12 9876610 10000068 16"});
   const ToldBox before = toldBox();
   dragHandle({0.5 * before.size.x(), 0.0, 0.0}, {0.1 * before.size.x(), 0.0, 0.0});
@@ -182,7 +182,7 @@ TEST_F(ClipBoxViewerTest, theRightFacePulledInByItsConeCutsAndSaveWritesWhatIsLe
   expectSaveHoldsWhatIsInside("grid_inside_2.las");
 }
 
-TEST_F(ClipBoxViewerTest, aTurnedAndMovedBoxSavesWhatIsInside) {
+TEST_F(ClipBoxViewerTest, aRotatedAndMovedBoxSavesThePointsInside) {
   showGrid({"--clip", "9876538 9999988 -12 9876590 10000048 16"});
   const ToldBox before = toldBox();
   pressKey("t");
@@ -196,7 +196,7 @@ TEST_F(ClipBoxViewerTest, aTurnedAndMovedBoxSavesWhatIsInside) {
   EXPECT_LT((turned.axis - osg::Vec3d(0.0, 0.0, 1.0)).length(), 1e-6);
   EXPECT_LT((turned.size - before.size).length(), 1e-6);
   pressKey("m");
-  // The shaft of the X arrow, somewhere along it, whatever the distance.
+  // A point on the shaft of the X arrow, at any view distance.
   dragHandle({7.0, 0.0, 0.0}, {17.0, 0.0, 0.0});
   const ToldBox moved = toldBox();
   EXPECT_NEAR((moved.centre - turned.centre).length(), 10.0, 1.0);
@@ -225,7 +225,7 @@ TEST_F(ClipBoxViewerTest, aRightDragThatStartsOnAHandleOrbitsAndLeavesTheBoxAlon
   EXPECT_EQ(toldBox().centre, box.centre);
 }
 
-TEST_F(ClipBoxViewerTest, resetPutsTheBoxAroundEverythingAgainAndAxesShowAloneOrTogether) {
+TEST_F(ClipBoxViewerTest, resetFitsTheBoxToEverythingAndAxesShowAloneOrTogether) {
   showGrid({"--clip", "9876538 9999988 -12 9876550 10000008 16"});
   pressKey("r");
   EXPECT_THAT(_viewer->output(), HasSubstr("\nclip reset\n"));
@@ -279,7 +279,7 @@ TEST_F(ClipBoxViewerTest, keysOfABoxThatIsOffChangeNothing) {
   EXPECT_FALSE(std::filesystem::exists(path("grid_inside.las")));
 }
 
-TEST_F(ClipBoxViewerTest, aBoxWithNothingInsideIsToldAndWritesNoFile) {
+TEST_F(ClipBoxViewerTest, anEmptyBoxIsReportedAndWritesNoFile) {
   showGrid({"--clip", "9876544 10000001 -12 9876546 10000003 16"});
   pressKey("w");
   EXPECT_THAT(_viewer->output(), HasSubstr("No point is inside the box"));
@@ -296,7 +296,7 @@ TEST_F(ClipBoxViewerTest, aFileThatCannotBeWrittenIsNamedAndTheViewerGoesOn) {
   expectClickReports(24);
 }
 
-TEST_F(ClipBoxViewerTest, ofSeveralScansEachWithPointsInsideGetsAFile) {
+TEST_F(ClipBoxViewerTest, eachScanWithPointsInsideIsWrittenToAFile) {
   _points = gridPoints();
   writeLasFile(path("a.las"), _points, kOffsetX, kOffsetY);
   writeLasFile(path("b.las"), _points, kOffsetX + 100.0, kOffsetY);
@@ -312,10 +312,10 @@ TEST_F(ClipBoxViewerTest, ofSeveralScansEachWithPointsInsideGetsAFile) {
   EXPECT_THAT(_viewer->output(), Not(HasSubstr("quor_viewer: ")));
 }
 
-// In this program's own window, so that the frame's identifiers are at hand, with the display's real pointer.
+// Runs in this program's own window, to have access to the frame's identifiers, with the display's real pointer.
 class ClipBoxPointerTest : public SceneFixture {
  protected:
-  // What the pointer did arrives with one of the next frames.
+  // Pointer events arrive with one of the next frames.
   void settle() {
     for (int i = 0; i < 5; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -333,7 +333,7 @@ class ClipBoxPointerTest : public SceneFixture {
   RemoteWindow _window;
 };
 
-TEST_F(ClipBoxPointerTest, theRightFacePulledInLeavesFewerPointsInTheIdentifiers) {
+TEST_F(ClipBoxPointerTest, draggingTheRightFaceInwardsLeavesFewerIdentifiers) {
   _scene->clip.place(osg::BoundingBoxf(-6.0F, -6.0F, -6.0F, 76.0F, 56.0F, 18.0F));
   settle();
   const std::size_t before = seenPoints().size();

@@ -27,7 +27,7 @@ TEST(ClipPoseTest, anUnmovedBoxStandsInTheWorldByItsOriginAlone) {
 }
 
 TEST(ClipPoseTest, theCentreFollowsTheMatrix) {
-  // A quarter turn about z takes (2, 3) to (-3, 2).
+  // A rotation of 90° about z takes (2, 3) to (-3, 2).
   const osg::Matrixd matrix(0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 100, 200, 300, 1);
   const ClipPose pose = poseOf(kBox, matrix, {});
   EXPECT_LT((pose.centre - osg::Vec3d(97.0, 202.0, 303.25)).length(), 1e-9);
@@ -36,7 +36,7 @@ TEST(ClipPoseTest, theCentreFollowsTheMatrix) {
   EXPECT_THAT(statusText(pose), HasSubstr("turned 90.0° about Z"));
 }
 
-TEST(ClipPoseTest, aTurnTheOtherWayIsToldAboutTheOppositeAxis) {
+TEST(ClipPoseTest, aRotationTheOtherWayIsReportedAboutTheOppositeAxis) {
   const osg::Matrixd matrix(0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
   const ClipPose pose = poseOf(kBox, matrix, {});
   EXPECT_NEAR(pose.degrees, 90.0, 1e-9);
@@ -66,7 +66,7 @@ TEST(ClipPoseTest, axisAndAngleTurnEveryDirectionAsTheMatrixDoes) {
   }
 }
 
-TEST(ClipPoseTest, anObliqueAxisIsToldByItsComponents) {
+TEST(ClipPoseTest, anObliqueAxisIsReportedByItsComponents) {
   ClipPose pose;
   pose.degrees = 41.26;
   pose.axis = osg::Vec3d(0.6, 0.0, -0.8);

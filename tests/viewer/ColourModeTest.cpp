@@ -18,7 +18,7 @@ TEST(ColourModeTest, everyModeIsFoundByItsWord) {
   EXPECT_FALSE(colourModeOf(""));
 }
 
-TEST(ColourModeTest, goingOnReachesEveryModeAndComesBack) {
+TEST(ColourModeTest, cyclingReachesEveryModeAndReturnsToTheFirst) {
   std::set<ColourMode> seen;
   ColourMode mode = ColourMode::Rgb;
   for (int step = 0; step < kColourModeCount; ++step, mode = nextOf(mode)) {
@@ -38,7 +38,7 @@ TEST(ColourModeTest, theRampGrowsBrighterAllTheWay) {
   }
 }
 
-TEST(ColourModeTest, valuesBeyondTheRampGetItsEnds) {
+TEST(ColourModeTest, valuesOutsideTheRampAreClampedToItsEnds) {
   EXPECT_EQ(rampColour(-3.0F), rampColour(0.0F));
   EXPECT_EQ(rampColour(7.0F), rampColour(1.0F));
 }

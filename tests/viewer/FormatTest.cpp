@@ -23,7 +23,7 @@ TEST(FormatTest, coordinatesShowTheDecimalsOfTheirGrid) {
   EXPECT_EQ(decimalsOfScale(1.4e-8), 8);
 }
 
-TEST(FormatTest, aGridThatIsNoneShowsThreeDecimals) {
+TEST(FormatTest, anInvalidGridShowsThreeDecimals) {
   EXPECT_EQ(decimalsOfScale(0.0), 3);
   EXPECT_EQ(decimalsOfScale(-1.0), 3);
 }
@@ -36,7 +36,7 @@ TEST(FormatTest, quotesBackslashesAndControlCharactersAreEscaped) {
   EXPECT_EQ(jsonString("a \"b\" \\ \n"), "\"a \\\"b\\\" \\\\ \\u000a\"");
 }
 
-TEST(FormatTest, memoryIsToldInMebibytesWithADecimalWhereItIsLittle) {
+TEST(FormatTest, memoryIsFormattedInMebibytesWithADecimalForSmallAmounts) {
   constexpr std::uint64_t kMebibyte = 1024 * 1024;
   EXPECT_EQ(inMebibytes(0), "0.0 MiB");
   EXPECT_EQ(inMebibytes(kMebibyte / 2), "0.5 MiB");
@@ -45,7 +45,7 @@ TEST(FormatTest, memoryIsToldInMebibytesWithADecimalWhereItIsLittle) {
   EXPECT_EQ(inMebibytes(5120 * kMebibyte + 1), "5,120 MiB");
 }
 
-TEST(FormatTest, ordinalsEndAsTheyAreSpoken) {
+TEST(FormatTest, ordinalsHaveTheirEnglishSuffixes) {
   const std::pair<std::uint64_t, const char*> spoken[] = {
       {1, "1st"},   {2, "2nd"},   {3, "3rd"},     {4, "4th"},     {11, "11th"},     {12, "12th"},
       {13, "13th"}, {21, "21st"}, {102, "102nd"}, {111, "111th"}, {1003, "1,003rd"}};

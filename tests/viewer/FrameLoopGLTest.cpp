@@ -25,7 +25,7 @@ using Model = osgViewer::ViewerBase::ThreadingModel;
 constexpr std::uint64_t kBytesPerPoint = 20;
 constexpr unsigned int kPointsPerScan = kColumns * kRows;
 
-/// The GL objects that there are in a context.
+/// The number of GL objects in a context.
 struct GlNames {
   int buffers = 0;
   int textures = 0;
@@ -39,7 +39,7 @@ std::ostream& operator<<(std::ostream& out, const GlNames& names) {
   return out << names.buffers << " buffers, " << names.textures << " textures";
 }
 
-/// Counts on the graphics thread. Names are given from 1 on, lowest first, so few are as high as the limit.
+/// Counts on the graphics thread. Names are assigned from 1 upwards, lowest first, so few reach the limit.
 class CountNames : public osg::GraphicsOperation {
  public:
   CountNames() : osg::GraphicsOperation("CountNames", false) {}
@@ -59,7 +59,7 @@ class CountNames : public osg::GraphicsOperation {
   std::promise<GlNames> _counted;
 };
 
-/// Has a buffer object of a size that no test could fill counted as being on the card. On the graphics thread.
+/// Makes OSG count a buffer object, larger than any test could fill, as being on the GPU. Runs on the graphics thread.
 class RaiseBuffer : public osg::GraphicsOperation {
  public:
   explicit RaiseBuffer(osg::BufferObject* buffer) : osg::GraphicsOperation("RaiseBuffer", false), _buffer(buffer) {}
@@ -71,7 +71,7 @@ class RaiseBuffer : public osg::GraphicsOperation {
   osg::ref_ptr<osg::BufferObject> _buffer;
 };
 
-/// Makes frames so slow that the engine leaves itself no time to free much.
+/// Makes frames so slow that OSG has no time left to free many objects.
 struct SlowDrawing : osg::Camera::DrawCallback {
   void operator()(osg::RenderInfo& /*info*/) const override {
     std::this_thread::sleep_for(std::chrono::milliseconds(40));
@@ -141,7 +141,7 @@ TEST_P(FrameLoopGLTest, aFrameHasBeenDrawnAndCapturedWhenDrawReturns) {
   EXPECT_TRUE(seenPoints().empty());
 }
 
-TEST_P(FrameLoopGLTest, whatIsRemovedLeavesTheSceneAtTheEndOfTheNextFrame) {
+TEST_P(FrameLoopGLTest, removedScansLeaveTheSceneAtTheEndOfTheNextFrame) {
   const auto points = close(1);
   EXPECT_EQ(_scene->cloud.node()->getNumChildren(), 1U);
   _loop->draw();
@@ -150,13 +150,13 @@ TEST_P(FrameLoopGLTest, whatIsRemovedLeavesTheSceneAtTheEndOfTheNextFrame) {
   EXPECT_FALSE(points.valid());
 }
 
-TEST_P(FrameLoopGLTest, theNextFrameShowsWhatIsRemovedNoMore) {
+TEST_P(FrameLoopGLTest, theNextFrameNoLongerShowsRemovedScans) {
   close(1);
   _loop->draw();
   EXPECT_TRUE(seenPoints().empty());
 }
 
-TEST_P(FrameLoopGLTest, theBuffersOnTheGraphicsCardAreCountedAndGoWithTheScan) {
+TEST_P(FrameLoopGLTest, gpuBuffersAreCountedAndFreedWithTheScan) {
   const std::uint64_t before = _loop->gpuBufferBytes();
   const GlNames namesBefore = glNames();
   add(2);
@@ -169,7 +169,7 @@ TEST_P(FrameLoopGLTest, theBuffersOnTheGraphicsCardAreCountedAndGoWithTheScan) {
   EXPECT_EQ(glNames(), namesBefore);
 }
 
-TEST_P(FrameLoopGLTest, buffersOfManyGibibytesAreCountedAndMayGoInOneFrame) {
+TEST_P(FrameLoopGLTest, buffersOfManyGibibytesAreCountedAndMayBeFreedInOneFrame) {
   constexpr unsigned int kSizeBytes = 3000000000U;
   const std::uint64_t before = _loop->gpuBufferBytes();
   std::vector<osg::ref_ptr<osg::BufferObject>> buffers;
@@ -185,7 +185,7 @@ TEST_P(FrameLoopGLTest, buffersOfManyGibibytesAreCountedAndMayGoInOneFrame) {
   EXPECT_EQ(_loop->gpuBufferBytes(), before);
 }
 
-TEST_P(FrameLoopGLTest, enoughFramesAreRequestedForAllOfAScanToGo) {
+TEST_P(FrameLoopGLTest, enoughFramesAreRequestedToFreeAWholeScan) {
   const std::uint64_t before = _loop->gpuBufferBytes();
   add(2);
   settle();
@@ -198,7 +198,7 @@ TEST_P(FrameLoopGLTest, enoughFramesAreRequestedForAllOfAScanToGo) {
   EXPECT_EQ(_loop->gpuBufferBytes(), before);
 }
 
-TEST_P(FrameLoopGLTest, aScanOfManyBuffersGoesAtOnceHoweverSlowFramesAre) {
+TEST_P(FrameLoopGLTest, aScanOfManyBuffersIsFreedAtOnceHoweverSlowFramesAre) {
   constexpr int kChunks = 8000;
   const std::uint64_t before = _loop->gpuBufferBytes();
   for (int chunk = 0; chunk < kChunks; ++chunk) {

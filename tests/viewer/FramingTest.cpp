@@ -26,7 +26,7 @@ struct Extremes {
   double left = 1e9, right = -1e9, bottom = 1e9, top = -1e9;
 };
 
-// Where the points fall in the picture, -1 to 1 from edge to edge, by the plain rule of similar triangles.
+// Projects the points to the picture, -1 to 1 from edge to edge, by similar triangles.
 Extremes seenExtremes(const std::vector<osg::Vec3f>& points, const osg::Quat& rotation, const Framing& framing,
                       bool perspective) {
   const double tangent = std::tan(15.0 * 3.14159265358979 / 180.0);
@@ -74,7 +74,7 @@ TEST(FramingTest, aDirectionLooksFromWhereItSays) {
   EXPECT_NEAR(towardsViewer.z(), 0.5, 1e-9);
 }
 
-TEST(FramingTest, heightAndDistanceAreEachOthersInverse) {
+TEST(FramingTest, heightAndDistanceAreInversesOfEachOther) {
   EXPECT_NEAR(heightAtDistance(100.0, kField), 200.0 * std::tan(15.0 * 3.14159265358979 / 180.0), 1e-9);
   EXPECT_NEAR(distanceForHeight(heightAtDistance(123.4, kField), kField), 123.4, 1e-9);
 }

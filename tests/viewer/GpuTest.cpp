@@ -14,7 +14,7 @@ TEST(GpuTest, renderersThatDrawOnTheProcessorAreNamed) {
   EXPECT_EQ(softwareRendererOf("GDI Generic"), "GDI Generic");
 }
 
-TEST(GpuTest, graphicsCardsAreNot) {
+TEST(GpuTest, graphicsCardsAreNotSoftwareRenderers) {
   EXPECT_EQ(softwareRendererOf("NVIDIA H200/PCIe/SSE2"), "");
   EXPECT_EQ(softwareRendererOf("Mesa Intel(R) UHD Graphics 630 (CFL GT2)"), "");
   EXPECT_EQ(softwareRendererOf("AMD Radeon RX 6800 (navi21, LLVM 15.0.6, DRM 3.49)"), "");

@@ -15,14 +15,14 @@ TEST(MailboxTest, anEmptyMailboxAnswersAtOnceWithNothing) {
   EXPECT_FALSE(mailbox.take().has_value());
 }
 
-TEST(MailboxTest, lettersComeInTheOrderPostedAndOnceEach) {
+TEST(MailboxTest, messagesComeOnceEachInTheOrderPosted) {
   Mailbox<std::unique_ptr<int>> mailbox;
   for (int number = 0; number < 5; ++number) mailbox.post(std::make_unique<int>(number));
   for (int number = 0; number < 5; ++number) EXPECT_EQ(**mailbox.take(), number);
   EXPECT_FALSE(mailbox.take().has_value());
 }
 
-TEST(MailboxTest, lettersOfSeveralThreadsAllArriveEachThreadsInItsOrder) {
+TEST(MailboxTest, messagesOfSeveralThreadsAllArriveInEachThreadsOrder) {
   constexpr int kLetters = 2000;
   Mailbox<std::pair<int, int>> mailbox;
   std::vector<std::thread> writers;

@@ -55,7 +55,7 @@ TEST_F(NavigationViewerTest, theSwapOfTheManipulatorsMovesNothing) {
   expectSameView(_viewer->view(), before);
 }
 
-TEST_F(NavigationViewerTest, aRightDragAboutThePointerKeepsThePickedPointInPlaceAndPickingRight) {
+TEST_F(NavigationViewerTest, aRightDragAboutThePointerKeepsThePickedPointInPlaceAndPicksStayCorrect) {
   showGrid();
   press("n");
   for (const int number : {10, 38}) {
@@ -64,7 +64,7 @@ TEST_F(NavigationViewerTest, aRightDragAboutThePointerKeepsThePickedPointInPlace
     const osg::Vec3d eye = _viewer->view().eye;
     drag(kRight, before, {-90, 35});
     const Pixel after = pixelOf(point);
-    EXPECT_GT((_viewer->view().eye - eye).length(), 1.0) << "the view did not turn";
+    EXPECT_GT((_viewer->view().eye - eye).length(), 1.0) << "the view did not rotate";
     // The depth under the pointer is that of a point nine pixels wide, taken at the corner of the pointer's pixel.
     EXPECT_NEAR(after.x, before.x, 1) << number;
     EXPECT_NEAR(after.yFromTop, before.yFromTop, 1) << number;
@@ -139,7 +139,7 @@ TEST_F(NavigationViewerTest, leavingAStationReturnsToTheViewBefore) {
   }
 }
 
-TEST_F(NavigationViewerTest, withoutAnotherStationTheLastPickRaisedByEyeHeightIsOne) {
+TEST_F(NavigationViewerTest, withoutAnotherStationTheLastPickRaisedByEyeHeightIsTheStation) {
   showGrid();
   _viewer->key("l");
   _viewer->settle();
@@ -150,7 +150,7 @@ TEST_F(NavigationViewerTest, withoutAnotherStationTheLastPickRaisedByEyeHeightIs
   EXPECT_LT((station - coordinatesOf(_points.at(24)) - osg::Vec3d(0.0, 0.0, kEyeHeight)).length(), 1e-3);
 }
 
-TEST_F(NavigationViewerTest, theOriginOfTheCoordinatesIsAStationWhereItLiesAmidThePoints) {
+TEST_F(NavigationViewerTest, theOriginIsAStationIfItLiesAmongThePoints) {
   writeLasFile(path("around.las"), gridPoints(), -25.0, -35.0);
   start({"--verbose", "--size", "800x600", path("around.las")});
   ASSERT_TRUE(_viewer->findWindow("quor_viewer: around.las"));

@@ -142,7 +142,7 @@ TEST_F(NavigatorTest, onAStationTheViewTurnsAndTheEyeStaysForBothManipulators) {
   }
 }
 
-TEST_F(NavigatorTest, leavingAStationKeepsTheViewThatTheTurnsLeft) {
+TEST_F(NavigatorTest, leavingAStationKeepsTheRotatedView) {
   _navigator.enterStation(osg::Vec3d(-4.0, 7.0, 1.5));
   rightDrag(520.0F, 440.0F);
   const osg::Matrixd before = view();

@@ -58,7 +58,7 @@ TEST_F(PickTest, theCornersOfTheSearchSquareAreOutOfReach) {
   EXPECT_FALSE(pick(20, 15));
 }
 
-TEST_F(PickTest, anIndexBeyondThirtyTwoBitsIsWhole) {
+TEST_F(PickTest, anIndexBeyondThirtyTwoBitsIsNotTruncated) {
   put(3, 3, 1, 0x500000002ULL);
   ASSERT_TRUE(pick(3, 3));
   EXPECT_EQ(pick(3, 3)->point, 0x500000002ULL);

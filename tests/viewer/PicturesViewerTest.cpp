@@ -1,5 +1,5 @@
-// The pictures of one system beside those of another.
-#include "tests/viewer/ViewerFixture.h"
+// Compares the pictures of one system with those of another.
+#include "ViewerFixture.h"
 
 #include <osg/Image>
 #include <osgDB/ReadFile>
@@ -15,8 +15,8 @@ namespace {
 
 using namespace QuorTests;
 
-// A channel may differ by so much before its pixel counts as another one, and so many pixels of a picture may be
-// others. Points on the border between two pixels fall to either side, and letters are smoothed in two ways.
+// Tolerances: how much a channel may differ before its pixel counts as different, and the share of pixels that may be
+// different. Points on the border between two pixels fall to either side, and text is smoothed in two ways.
 constexpr int kSameChannel = 16;
 constexpr double kOtherPixels = 0.01;
 
@@ -26,7 +26,7 @@ bool isOther(const unsigned char* a, const unsigned char* b) {
   return other;
 }
 
-/// The share of pixels that differ; all of them where there are no two pictures of one size.
+/// The share of pixels that differ; 1 unless there are two pictures of the same size.
 double shareOfOthers(const osg::Image* a, const osg::Image* b) {
   if (a == nullptr || b == nullptr || a->s() != b->s() || a->t() != b->t()) return 1.0;
   const auto width = static_cast<unsigned int>(a->s());

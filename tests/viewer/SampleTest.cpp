@@ -39,7 +39,7 @@ TEST(SampleTest, aLongStreamIsKeptEvenlyAndInBounds) {
   }
 }
 
-TEST(SampleTest, joinedSamplesStandForBothStreamsEachWithItsShare) {
+TEST(SampleTest, joinedSamplesRepresentBothStreamsProportionally) {
   Sample<float> many(64);
   Sample<float> few(64);
   const std::vector<float> ones(3000, 1.0F);
@@ -80,7 +80,7 @@ TEST(SampleTest, whatIsNotFiniteIsLeftOut) {
   EXPECT_EQ(sample.values(), (std::vector<float>{1.0F, 2.0F}));
 }
 
-TEST(ValueRangeTest, theRangeLeavesTheStrayOnesOut) {
+TEST(ValueRangeTest, theRangeExcludesOutliers) {
   std::vector<float> values = countedTo(1001);
   values[500] = 1e9F;
   const auto [low, high] = valuesBetween(values, 0.01, 0.99);

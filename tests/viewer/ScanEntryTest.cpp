@@ -34,13 +34,13 @@ class ScanEntryTest : public testing::Test {
   osg::ref_ptr<ScanEntry> _entry = new ScanEntry(_hud, [this](const std::string& path) { _entered.push_back(path); });
 };
 
-TEST_F(ScanEntryTest, keysPassByUntilItIsOpened) {
+TEST_F(ScanEntryTest, keysAreNotHandledUntilItIsOpened) {
   EXPECT_FALSE(press('x'));
   EXPECT_FALSE(press(Key::KEY_Return));
   EXPECT_THAT(_entered, ElementsAre());
 }
 
-TEST_F(ScanEntryTest, whatIsTypedIsEnteredWithReturnAndKeysPassByAgain) {
+TEST_F(ScanEntryTest, returnEntersTheTextAndKeysAreNoLongerHandled) {
   _entry->open();
   EXPECT_TRUE(_entry->isOpen());
   type("/Scans/my town_2.las");
@@ -73,7 +73,7 @@ TEST_F(ScanEntryTest, anEmptyPathIsGivenUp) {
   EXPECT_FALSE(_entry->isOpen());
 }
 
-TEST_F(ScanEntryTest, keysThatAreNoCharactersAddNothingAndReachNobody) {
+TEST_F(ScanEntryTest, nonCharacterKeysAddNothingButAreHandled) {
   _entry->open();
   for (const int key : {static_cast<int>(Key::KEY_Left), static_cast<int>(Key::KEY_F1),
                         static_cast<int>(Key::KEY_Shift_L), static_cast<int>(Key::KEY_Home)}) {

@@ -36,7 +36,7 @@ std::vector<LasFilePoint> manyPoints(int count) {
   return points;
 }
 
-/// Holds the manager's worker up until it is opened.
+/// Blocks the manager's worker until it is opened.
 class Gate : public QuorOsgUtils::FileCmd {
  public:
   explicit Gate(std::shared_future<void> opened) : FileCmd("gate", High), _opened(std::move(opened)) {
@@ -86,7 +86,7 @@ class ScanLoaderTest : public testing::Test {
     ASSERT_TRUE(_loader->finished());
     EXPECT_EQ(_loader->pointsRead(), _found.size());
   }
-  // Where scans have been closed: what was handed out of them counts no more.
+  // For tests that have closed scans: points handed out of these no longer count.
   void finishWith(std::uint64_t points) {
     while (!_loader->finished()) {
       if (!_loader->step(10ms)) std::this_thread::sleep_for(1ms);
@@ -143,7 +143,7 @@ TEST_F(ScanLoaderTest, theSummaryIsThatOfThePoints) {
   EXPECT_GT(summary.places.size(), 8000U);
 }
 
-TEST_F(ScanLoaderTest, aScanLargerThanTheBudgetIsThinnedEvenlyAndToldOf) {
+TEST_F(ScanLoaderTest, aScanLargerThanTheBudgetIsThinnedEvenlyAndReported) {
   const std::vector<LasFilePoint> points = manyPoints(100000);
   load({write("a.las", points)}, 40 * 30000);
   _loader->start();
@@ -179,7 +179,7 @@ TEST_F(ScanLoaderTest, recordsBeyondFourGibibytesArrive) {
   for (std::size_t index = 0; index < points.size(); ++index) expectPoint(1, index, points[index]);
 }
 
-TEST_F(ScanLoaderTest, aFileCutWhileItLoadsIsToldWithItsByteAndTheOtherScansGoOn) {
+TEST_F(ScanLoaderTest, aFileTruncatedWhileItLoadsIsReportedWithItsOffsetAndTheOtherScansContinue) {
   if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
   const std::vector<LasFilePoint> points = manyPoints(700000);
   load({write("cut.las", points), write("whole.las", manyPoints(50))});
@@ -209,7 +209,7 @@ TEST_F(ScanLoaderTest, aFileEmptiedWhileItLoadsLeavesTheLoaderAlive) {
   EXPECT_TRUE(_found.empty());
 }
 
-TEST_F(ScanLoaderTest, aFileCutBeforeItIsMappedIsToldAsWell) {
+TEST_F(ScanLoaderTest, aFileTruncatedBeforeItIsMappedIsReportedToo) {
   load({write("cut.las", manyPoints(1000))});
   std::filesystem::resize_file(_folder.path("cut.las"), kHeaderBytes + 400 * kRecordBytes);
   _loader->start();
@@ -218,7 +218,7 @@ TEST_F(ScanLoaderTest, aFileCutBeforeItIsMappedIsToldAsWell) {
   EXPECT_THAT(_errors, ElementsAre(HasSubstr("at byte " + std::to_string(kHeaderBytes + 400 * kRecordBytes))));
 }
 
-TEST_F(ScanLoaderTest, aFileWhoseNameGoesAwayStillLoads) {
+TEST_F(ScanLoaderTest, aFileThatIsDeletedStillLoads) {
   if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
   load({write("unlinked.las", manyPoints(1000))});
   holdUp();
@@ -230,7 +230,7 @@ TEST_F(ScanLoaderTest, aFileWhoseNameGoesAwayStillLoads) {
   EXPECT_THAT(_errors, ElementsAre());
 }
 
-TEST_F(ScanLoaderTest, aFileWhoseNameIsGivenToAnotherStillLoads) {
+TEST_F(ScanLoaderTest, aFileThatIsReplacedByAnotherStillLoads) {
   if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
   const std::vector<LasFilePoint> points = manyPoints(1000);
   load({write("scan.las", points)});
@@ -299,12 +299,12 @@ TEST_F(ScanLoaderTest, aClosedScanCountsNoMore) {
   close(1);
   EXPECT_EQ(_loader->pointsRead(), 50U);
   EXPECT_EQ(_loader->pointsPlanned(), 50U);
-  EXPECT_FALSE(_loader->finished()) << "what is known of all scans together has yet to follow";
+  EXPECT_FALSE(_loader->finished()) << "the summary of all scans is still to come";
   finishWith(50);
   _scans->add(write("next.las", manyPoints(1000)));
   _loader->start();
   finishWith(1050);
-  EXPECT_EQ(_loader->thinning(), 1U) << "the memory is not free again";
+  EXPECT_EQ(_loader->thinning(), 1U) << "the memory has not been freed";
 }
 
 TEST_F(ScanLoaderTest, theThinningOfAClosedScanIsForgotten) {
@@ -340,7 +340,7 @@ TEST_F(ScanLoaderTest, theFileOfAClosedScanIsNoLongerOpen) {
   load({path});
   _loader->start();
   finish();
-  EXPECT_GT(handlesOn(path), 1U) << "the loader maps nothing";
+  EXPECT_GT(handlesOn(path), 1U) << "the loader has not mapped the file";
   close(1);
   finishWith(0);
   EXPECT_EQ(handlesOn(path), 0U);
@@ -414,7 +414,7 @@ TEST_F(ScanLoaderTest, aSampleOfALargeScanComesBeforeTheRestOfAnother) {
   EXPECT_EQ(_loader->pointsRead(), 8000000U);
 }
 
-TEST_F(ScanLoaderTest, theSampleOfALargeScanIsHandedOutBeforeTheRestAndToldOf) {
+TEST_F(ScanLoaderTest, theSampleOfALargeScanIsHandedOutBeforeTheRestAndReported) {
   writeHollowLasFile(_folder.path("large.las"), 4000000);
   _scans = std::make_unique<ScanSet>(std::vector{_folder.path("large.las")});
   std::uint64_t reach = 0;

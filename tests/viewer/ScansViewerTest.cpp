@@ -20,10 +20,10 @@ using testing::Not;
 
 constexpr double kBesideMetres = 150.0;
 
-/// Scans that come and go while the viewer runs, and what it writes down of them.
+/// Scans that are added and closed while the viewer runs, and what the viewer logs about them.
 class ScansViewerTest : public ViewerFixture {
  protected:
-  /// The grid, and the same grid beside it in a file of its own.
+  /// The grid, and the same grid beside it in a second file.
   void showTwoGrids(std::vector<std::string> options = {}) {
     writeLasFile(path("beside.las"), gridPoints(), kOffsetX + kBesideMetres, kOffsetY);
     _points = gridPoints();
@@ -93,7 +93,7 @@ TEST_F(ScansViewerTest, theViewStaysInParallelProjectionAsWell) {
   EXPECT_EQ(closeAt(pixelBeside(24)), "closed beside.las");
   _viewer->settle();
   EXPECT_EQ((_viewer->view().eye - before.eye).length(), 0.0);
-  for (const int axis : {0, 1}) {  // near and far fit what is left
+  for (const int axis : {0, 1}) {  // near and far are fitted to what is left
     EXPECT_EQ(_viewer->view().projection(axis, axis), before.projection(axis, axis));
   }
   expectClickReports(24);
@@ -171,7 +171,7 @@ TEST_P(ThreadingViewerTest, scansAreShownPickedTurnedClosedAndAdded) {
   EXPECT_EQ(_viewer->exitStatus(), 0);
 }
 
-TEST_P(ThreadingViewerTest, theButtonThatClosesTheWindowIsHeardWhileNothingElseHappens) {
+TEST_P(ThreadingViewerTest, theCloseButtonWorksWhileTheViewerIsIdle) {
   showGrid({"--threading", GetParam()});
   _viewer->askToClose();
   EXPECT_EQ(_viewer->exitStatus(std::chrono::seconds(10)), 0);
@@ -182,7 +182,7 @@ INSTANTIATE_TEST_SUITE_P(Models, ThreadingViewerTest, testing::Values("single", 
                            return model.param == "cull-draw" ? "cullAndDraw" : model.param;
                          });
 
-TEST_F(ScansViewerTest, whatTheUserIsToldIsInTheLogAsWell) {
+TEST_F(ScansViewerTest, messagesToTheUserAreAlsoLogged) {
   showTwoGrids();
   clickAt(pixelOf(_points[24]));
   clickAt({5, 5});
@@ -209,7 +209,7 @@ TEST_F(ScansViewerTest, whatTheUserIsToldIsInTheLogAsWell) {
   }
 }
 
-TEST_F(ScansViewerTest, whatTheEngineHasToSayOfItselfIsInTheLogAsWell) {
+TEST_F(ScansViewerTest, messagesOfOsgAreAlsoLogged) {
   setEnvironment("OSG_NOTIFY_LEVEL", "INFO");
   start({"--gpu"});
   EXPECT_EQ(_viewer->exitStatus(), 0);
@@ -251,7 +251,7 @@ TEST_F(ScansViewerTest, aFolderWithoutRoomForALogDoesNotKeepTheViewerFromWorking
   EXPECT_EQ(_viewer->exitStatus(), 0);
 }
 
-TEST_F(ScansViewerTest, theGpuIsToldOfAsATable) {
+TEST_F(ScansViewerTest, gpuInformationIsPrintedAsATable) {
   start({"--gpu"});
   EXPECT_EQ(_viewer->exitStatus(), 0);
   std::istringstream lines(_viewer->output());

@@ -20,14 +20,14 @@ constexpr int kHeight = 480;
 constexpr int kColumns = 8;
 constexpr int kRows = 6;
 constexpr double kSpacing = 10.0;
-constexpr std::uint64_t kFirstPoint = 0xFFFFFFF0ULL;  // the chunk's indices cross the 32-bit border
+constexpr std::uint64_t kFirstPoint = 0xFFFFFFF0ULL;  // the chunk's indices cross the 32-bit boundary
 
-/// Where a point of the scene stands: a tilted grid, rows and columns from the origin on.
+/// Position of a point of the scene: a tilted grid, rows and columns starting at the origin.
 osg::Vec3f placeOf(int point);
-/// All points, each with attributes of its own.
+/// All points, each with different attributes.
 QuorViewer::PointChunk createChunk();
 
-/// The captured identifiers and values, as one comparable whole.
+/// The captured identifiers and values, as one comparable object.
 struct Captured {
   std::vector<unsigned int> identifiers;
   std::vector<float> positions;
@@ -40,25 +40,25 @@ struct Captured {
   }
 };
 
-/// The viewer's scene in a real window, with the grid of points in it, and what the captured frame holds of it.
+/// The viewer's scene in a real window with the grid of points, and the contents of the captured frame.
 class SceneFixture : public testing::Test {
  protected:
   void SetUp() override;
 
-  /// Twice, so that what one frame leaves behind in the state shows in the other.
+  /// Draws twice, so that state left behind by one frame shows in the other.
   void draw();
   QuorOsgUtils::ScreenCaptureTool::FrameBuffer& frame() { return _scene->target.tool().getFrameBuffer(); }
   Captured captured();
-  /// The points that have a pixel.
+  /// The points that are visible in a pixel.
   std::set<unsigned int> seenPoints();
   int width();
   int height();
-  /// Where a place falls in the window, by the captured matrices: pixels from the bottom left.
+  /// The window position of a world point by the captured matrices: pixels from the bottom left.
   osg::Vec2d windowPlaceOf(const osg::Vec3d& place);
-  /// The pixel on which a place falls.
+  /// The pixel at that position.
   std::size_t pixelOf(const osg::Vec3d& place);
-  /// A pixel's captured depth, led back through the captured matrices, must meet the point that the pixel shows: along
-  /// the view to a fraction of the spacing, across it within the point's radius in pixels.
+  /// Expects a pixel's captured depth, unprojected with the captured matrices, to give the point that the pixel shows:
+  /// along the view to a fraction of the spacing, across it within the point's radius in pixels.
   void expectDepthsMeetPositions();
   osg::ref_ptr<osg::Image> picture();
   osg::Vec4 colourAt(osg::Image& image, std::size_t pixel);

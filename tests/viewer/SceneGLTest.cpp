@@ -35,7 +35,7 @@ class SceneGLTest : public SceneFixture {
   }
 };
 
-TEST_F(SceneGLTest, everyAttachmentHoldsWhatTheScanSaysOfThePoint) {
+TEST_F(SceneGLTest, everyAttachmentHoldsTheScansValuesOfThePoint) {
   expectEveryPointIsCaptured();
 }
 
@@ -102,7 +102,7 @@ TEST_F(SceneGLTest, eyeDomeLightingDarkensColoursAndLeavesTheIdentifiersAlone) {
   EXPECT_EQ(brighter, 0);
 }
 
-TEST_F(SceneGLTest, markersWordsAndForeignNodesShowAndLeaveTheIdentifiersAlone) {
+TEST_F(SceneGLTest, markersTextAndOtherNodesShowAndLeaveTheIdentifiersAlone) {
   const Captured before = captured();
   const osg::Vec3d marked = placeOf(20);
   const osg::Vec4 colourBefore = colourAt(*picture(), pixelOf(marked));

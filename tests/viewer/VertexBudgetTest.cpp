@@ -11,7 +11,7 @@ TEST(VertexBudgetTest, whatFitsIsNotThinned) {
   EXPECT_EQ(VertexBudget(40 * 1000).thinningFor(0), 1U);
 }
 
-TEST(VertexBudgetTest, whatDoesNotFitIsThinnedJustAsFarAsItMust) {
+TEST(VertexBudgetTest, pointsThatDoNotFitAreThinnedNoMoreThanNecessary) {
   EXPECT_EQ(VertexBudget(40 * 1000 - 1).thinningFor(1000), 2U);
   EXPECT_EQ(VertexBudget(40 * 1000).thinningFor(3000), 3U);
   EXPECT_EQ(VertexBudget(40 * 1000).thinningFor(3001), 4U);

@@ -68,7 +68,7 @@ void ViewerFixture::showGrid(const std::vector<std::string>& options) {
   waitUntilLoaded(49);
 }
 
-// The first frame with all points may take a busy machine longer than settling waits.
+// On a busy machine the first frame with all points may take longer than the settling time.
 void ViewerFixture::waitUntilLoaded(int points) {
   ASSERT_EQ(_viewer->waitForLine("loaded"), "loaded " + std::to_string(points) + " points");
   _viewer->waitForLine("view", std::chrono::seconds(5));

@@ -21,8 +21,8 @@ constexpr int kWheelDown = 5;
 constexpr double kOffsetX = 9876543.0;
 constexpr double kOffsetY = 10000000.0;
 
-/// Seven by seven points ten metres apart, shifted a little so that no two share a coordinate, each with attributes of
-/// its own.
+/// Seven by seven points ten metres apart, shifted a little so that no two share a coordinate, each with different
+/// attributes.
 std::vector<LasFilePoint> gridPoints();
 /// The world coordinates of a point of a file written with the offsets above.
 osg::Vec3d coordinatesOf(const LasFilePoint& point);
@@ -33,7 +33,7 @@ struct Pixel {
   int yFromTop = 0;
 };
 
-/// The viewer as a program, in a window of its own, with a folder for its files to work in.
+/// The viewer as a separate program, with its own window and a working folder for its files.
 class ViewerFixture : public testing::Test {
  protected:
   void SetUp() override;
@@ -44,17 +44,17 @@ class ViewerFixture : public testing::Test {
   /// Starts the viewer with the grid and waits until it has been loaded and drawn.
   void showGrid(const std::vector<std::string>& options = {});
 
-  /// Waits until so many points have been loaded and drawn.
+  /// Waits until this number of points has been loaded and drawn.
   void waitUntilLoaded(int points);
 
-  /// Where the reported view says that a place of the world must be seen.
+  /// The window position of a world point by the reported view.
   Pixel pixelOf(const osg::Vec3d& world) const;
   Pixel pixelOf(const LasFilePoint& point) const { return pixelOf(coordinatesOf(point)); }
-  /// The line that tells of the pick.
+  /// Returns the line that reports the pick.
   std::string clickAt(const Pixel& pixel);
   void expectClickReports(int number);
-  /// Like a hand that waits for each picture, told by a line that begins as `reported`: the manipulator reads the frame
-  /// drawn last. Where it is empty, a hand that does not wait, since nothing is to move.
+  /// Drags in steps and waits after each for a line that begins with `reported`, since the manipulator reads the frame
+  /// drawn last. If `reported` is empty, it does not wait, since nothing is expected to move.
   void drag(int button, Pixel from, Pixel by, const std::string& reported = "view");
 
   int _width = 800;

@@ -12,7 +12,7 @@
 
 namespace QuorTests {
 
-/// What the viewer tells about its camera, in world coordinates.
+/// The camera as the viewer reports it, in world coordinates.
 struct ReportedView {
   osg::Vec3d eye, centre, up;
   osg::Matrixd projection;
@@ -20,19 +20,19 @@ struct ReportedView {
   osg::Vec3d direction() const { return centre - eye; }
 };
 
-/// The viewer as a program of its own, watched through its standard output and steered by the desktop's real pointer
+/// The viewer as a separate program, observed through its standard output and controlled by the desktop's real pointer
 /// and keyboard.
 class ViewerProcess {
  public:
   explicit ViewerProcess(const std::vector<std::string>& arguments);
 
-  /// Waits for the next line that begins so. Empty when none comes in time, or the program ends.
+  /// Waits for the next line with this beginning. Empty if none comes in time or the program ends.
   std::string waitForLine(const std::string& beginning, std::chrono::seconds limit = std::chrono::seconds(60));
-  /// Waits until no line has come for a while: the picture has settled. Lines so far count as seen.
+  /// Waits until no line has come for a while: the picture has settled. Marks the lines so far as seen.
   void settle();
   /// The latest view reported so far.
   ReportedView view() const;
-  /// Waits for the program's end. -1: it did not end in time, or by a signal.
+  /// Waits for the program's exit status; -1 if it did not end in time or was ended by a signal.
   int exitStatus(std::chrono::seconds limit = std::chrono::seconds(60));
   /// Everything written to either stream so far; complete after the end.
   const std::string& output() const { return _output; }
@@ -52,7 +52,7 @@ class ViewerProcess {
   ChildProgram _program;
   RemoteWindow _window;
   std::string _output;
-  std::size_t _seen = 0;  // how much of the output has been looked at
+  std::size_t _seen = 0;  // how much of the output has been examined
 };
 
 }  // namespace QuorTests

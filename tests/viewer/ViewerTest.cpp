@@ -16,7 +16,7 @@ using testing::HasSubstr;
 
 using ViewerTest = ViewerFixture;
 
-// A file of 8 GB without contents takes seconds to read, and thinned to fit into little memory no time to draw.
+// A sparse file of 8 GB takes seconds to read; decimated to fit into little memory, it takes no time to draw.
 constexpr std::uint32_t kLongPoints = 400000000;
 
 TEST_F(ViewerTest, leftClickReportsTheCoordinatesOfThePointThatIsThere) {
@@ -150,7 +150,7 @@ TEST_F(ViewerTest, closingWhileLoadingIsClean) {
   start({"--verbose", "--memory", "0.1", path("long.las")});
   ASSERT_TRUE(_viewer->findWindow("quor_viewer: long.las"));
   ASSERT_NE(_viewer->waitForLine("view"),
-            "");  // keys that come before the window's first frame are dropped by the engine
+            "");  // OSG drops keys that come before the window's first frame
   _viewer->movePointer(400, 300);
   _viewer->key("Escape");
   EXPECT_EQ(_viewer->exitStatus(), 0);
@@ -173,7 +173,7 @@ TEST_F(ViewerTest, severalFilesAppearInTheirCommonFrame) {
   EXPECT_THAT(line, HasSubstr("distance 100.00"));
 }
 
-TEST_F(ViewerTest, aFileCutWhileItLoadsIsNamedWithTheByteAndTheViewerLivesOn) {
+TEST_F(ViewerTest, aFileTruncatedWhileItLoadsIsReportedWithTheOffsetAndTheViewerContinues) {
   if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
   constexpr std::uintmax_t kEnd = 20000007;
   writeHollowLasFile(path("cut.las"), kLongPoints);
@@ -211,7 +211,7 @@ TEST_F(ViewerTest, aScanCanBeAddedByItsPathWhileAnotherStillLoads) {
             "loaded " + std::to_string(kShown + 49) + " points");
 }
 
-TEST_F(ViewerTest, aPathThatLeadsToNoScanIsToldOfAndChangesNothing) {
+TEST_F(ViewerTest, aPathThatIsNoScanIsReportedAndChangesNothing) {
   showGrid();
   _viewer->movePointer(400, 300);
   _viewer->key("a");
