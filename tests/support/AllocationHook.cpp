@@ -35,7 +35,8 @@ void* operator new(std::size_t size) {
   return memory;
 }
 
-// A sanitizer brings every form of these operators itself, each of them matched with its own; so all stand here.
+// A sanitizer has its own version of each of these operators and expects matching pairs, so all of them are defined
+// here.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   try {
     return operator new(size);

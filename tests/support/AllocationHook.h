@@ -5,8 +5,8 @@
 
 namespace QuorTests {
 
-/// Counts what its thread takes from `operator new`, in every library of the program, while it lives. One at a time.
-/// A program that links AllocationHook.cpp has the hook in place of the standard operators.
+/// During its lifetime, counts the calls of `operator new` by its thread, in every library of the program. One at a
+/// time. Programs that link AllocationHook.cpp use the hook instead of the standard operators.
 class AllocationCount {
  public:
   AllocationCount();
@@ -28,7 +28,7 @@ class AllocationObserver {
   std::function<void()> _observe;
 };
 
-/// While it lives, `operator new` fails on its thread for anything larger than a number of bytes.
+/// During its lifetime, `operator new` fails on its thread for anything larger than a number of bytes.
 class AllocationLimit {
  public:
   explicit AllocationLimit(std::size_t greatestSize);

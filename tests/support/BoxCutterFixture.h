@@ -18,7 +18,7 @@
 
 namespace QuorTests {
 
-/// A viewer that counts the redraws asked of it.
+/// A viewer that counts requested redraws.
 class CountingViewer : public osgViewer::Viewer {
  public:
   void requestRedraw() override { ++redraws; }
@@ -26,7 +26,8 @@ class CountingViewer : public osgViewer::Viewer {
   int redraws = 0;
 };
 
-/// The box's faces in the order of a press, with the place of their extents in `BoxCutterFixture::extents`.
+/// The box's faces in the order in which a press tries them, with the place of their extents in
+/// `BoxCutterFixture::extents`.
 struct FaceName {
   const char* text;
   std::size_t axis;
@@ -39,12 +40,12 @@ constexpr std::array<FaceName, 6> kFaceNames = {{{"left", 0, false},
                                                  {"bottom", 2, false},
                                                  {"top", 2, true}}};
 
-/// Whether in perspective, the direction from the box to the eye, whether the box is turned and moved.
+/// Whether in perspective, the direction from the box to the eye, whether the box is rotated and moved.
 using Outlook = std::tuple<bool, osg::Vec3d, bool>;
 
 /// A clip box of 4 x 6 x 5.5 units in a scene of a viewer of kWidth x kHeight pixels without a graphics context. Real
-/// events go through the box's public `handle`; positions are pixels from the bottom left. Where a point is seen, and
-/// along which line, is told by the fixture's own arithmetic, not by the camera's matrices.
+/// events go through the box's public `handle`; positions are pixels from the bottom left. Window positions and lines
+/// of sight come from the fixture's own arithmetic, not from the camera's matrices.
 class BoxCutterFixture : public ::testing::Test {
  protected:
   using Event = osgGA::GUIEventAdapter;
@@ -69,16 +70,16 @@ class BoxCutterFixture : public ::testing::Test {
   /// Looks at the box's centre from a distance in a direction of the world.
   void lookAtBoxFrom(const osg::Vec3d& direction, double distance = 25.0);
 
-  /// A group between the scene and the box with its clip node; positions of the box are told through `matrix`.
+  /// Puts a group between the scene and the box with its clip node; `matrix` takes positions of the box to the world.
   void putBelow(osg::Group& parent, const osg::Matrixd& matrix);
-  /// A camera of the host's own in the scene, which takes over the view of the box.
+  /// An application's own camera in the scene, which takes over the view of the box.
   osg::Camera& putBelowNestedCamera();
-  /// Turns and moves the box's own node.
+  /// Rotates and moves the box's own node.
   void placeBox();
 
   void take(const Outlook& outlook);
 
-  /// What drawing a frame does to the handles: they take their size on the screen.
+  /// Updates the handles as drawing a frame does: they take their screen size.
   void settleHandles();
 
   osg::Vec2d toWindow(const osg::Vec3d& world) const;
@@ -92,18 +93,18 @@ class BoxCutterFixture : public ::testing::Test {
   osg::Vec3d axisInWorld(std::size_t axis) const;
   osg::Vec3d centerInWorld() const { return toWorld(osg::Vec3d(_box->_box.center())); }
   osg::Vec3d faceInWorld(std::size_t face) const;
-  /// The line through the middle of a face out of the box.
+  /// The outward line through the centre of a face.
   Line outwards(std::size_t face) const;
-  /// Where the right face's cone takes a press, and a place to drag it to.
+  /// A press position on the right face's cone, and a position to drag it to.
   osg::Vec2d cone() const { return toWindow(faceInWorld(kRightFace)); }
   osg::Vec2d beyond() const { return cone() + osg::Vec2d(40.0, 20.0); }
-  /// A point of an axis' shaft, at a share of its length from the centre.
+  /// A point on an axis's shaft, at a fraction of its length from the centre.
   osg::Vec3d shaftInWorld(std::size_t axis, double share = 0.6) const;
-  /// Shows the handle of one axis alone, so that no other stands before it.
+  /// Shows the handle of one axis alone, so that no other hides it.
   void showOnly(Cutter::CutterType type, std::size_t axis) { _box->setType(type, 1 << axis); }
-  /// The circle of a ring's handle as the pointer sees it, from a press at its near side.
+  /// The circle of a ring's handle as a drag sees it after a press on its near side.
   RingOracle ringOracle(std::size_t axis) const;
-  /// A point of the circle itself, away from the ring's point of touch by an angle about its axis.
+  /// A point on the circle, at an angle about its axis from the ring's point of touch.
   osg::Vec3d ringInWorld(const RingOracle& ring, double radians) const;
 
   /// An event that a test may change before it sends it.
@@ -123,12 +124,12 @@ class BoxCutterFixture : public ::testing::Test {
   /// The box's corners in the world.
   std::vector<osg::Vec3d> cornersInWorld() const;
   std::vector<osg::Plane> planesInClipNode() const;
-  /// That the corners stand where a matrix has carried the given ones.
+  /// Expects the corners at the given ones transformed by a matrix.
   void expectCornersMoved(const std::vector<osg::Vec3d>& before, const osg::Matrixd& motion, double tolerance) const;
-  /// That no drag is on.
+  /// Expects no drag in progress.
   void expectIdle() const;
-  /// That the clip node holds the planes of the box's corners where they are now: through four of them each, of unit
-  /// length, the other four inside.
+  /// Expects the clip node to hold the planes of the box's current corners: each of unit length and through four of
+  /// them, with the other four inside.
   void expectPlanesFitBox() const;
   void expectAllFinite() const;
 
@@ -151,7 +152,7 @@ class BoxCutterFixture : public ::testing::Test {
   double _time = 1.0;
 };
 
-/// Perspective and orthographic, from four sides, as built and turned.
+/// Perspective and orthographic, from four sides, as built and rotated.
 inline auto outlooks() {
   return ::testing::Combine(::testing::Bool(),
                             ::testing::Values(osg::Vec3d(8.0, -20.0, 9.0), osg::Vec3d(-15.0, -11.0, -7.0),
@@ -159,7 +160,7 @@ inline auto outlooks() {
                             ::testing::Bool());
 }
 
-/// Of an outlook among a test's parameters.
+/// The name of an outlook among a test's parameters.
 std::string outlookName(const ::testing::TestParamInfo<Outlook>& info);
 
 }  // namespace QuorTests

@@ -50,7 +50,7 @@ void clearAll(const FrameContent& content) {
   clearBuffer("glClearBufferfv", kGLDepth, 0, &content.depth);
 }
 
-/// The camera's own clear would come before its state set is applied, so the frame-buffer object is cleared by hand.
+/// The camera's own clear would come before its state set is applied, so the frame-buffer object is cleared explicitly.
 struct ClearCallback : osg::Camera::DrawCallback {
   ClearCallback(osg::FrameBufferObject& clearedObject, const FrameContent& clearContent)
       : object(&clearedObject), content(clearContent) {}
@@ -67,7 +67,7 @@ struct ClearCallback : osg::Camera::DrawCallback {
   const FrameContent& content;
 };
 
-/// A drawable that is always there, since without one the state set with the frame-buffer object is never applied.
+/// A drawable that is always present, since without one the state set with the frame-buffer object is never applied.
 struct PainterDrawable : osg::Drawable {
   explicit PainterDrawable(const std::function<void()>& drawingPainter) : painter(drawingPainter) {
     setUseDisplayList(false);

@@ -13,7 +13,7 @@
 
 namespace QuorTests {
 
-/// What one region of the five-attachment frame holds.
+/// The contents of one region of the five-attachment frame.
 struct FrameContent {
   std::array<float, 4> colour{};
   std::array<unsigned int, 4> itemID{};
@@ -23,15 +23,16 @@ struct FrameContent {
   float depth = 1.0f;
 };
 
-/// A viewer on a real off-screen context, wired as a host does it: a frame-buffer object of five attachments and a
-/// depth buffer of 32-bit floats on the camera's state set, cleared in the pre-draw callback, a `ScreenCaptureTool` as
-/// the post-draw callback. Single-threaded: `draw` returns when the frame has been drawn and captured.
+/// A viewer on a real off-screen context, set up as an application does it: a frame-buffer object of five attachments
+/// and a depth buffer of 32-bit floats on the camera's state set, cleared in the pre-draw callback, a
+/// `ScreenCaptureTool` as the post-draw callback. Single-threaded: `draw` returns when the frame has been drawn and
+/// captured.
 class CaptureContext {
  public:
   CaptureContext(int width, int height);
   ~CaptureContext();
 
-  /// False where no context is to be had; nothing else may be called then.
+  /// False if no context is available; nothing else may be called then.
   bool valid() const;
 
   osgViewer::Viewer& viewer() { return *_viewer; }
@@ -42,7 +43,7 @@ class CaptureContext {
   QuorOsgUtils::ScreenCaptureTool& tool() { return *_tool; }
   QuorOsgUtils::ScreenCaptureTool::FrameBuffer& frame() { return _tool->getFrameBuffer(); }
 
-  /// What every frame is cleared to.
+  /// The clear values of every frame.
   void setBackground(const FrameContent& background);
 
   /// Runs in every frame after the scene's own drawing, with the frame-buffer object bound.

@@ -5,7 +5,7 @@
 namespace QuorTests {
 
 double nearestAlong(const Line& line, const Line& other) {
-  // The way between the two points nearest to each other is at right angles to both lines.
+  // The segment between the two nearest points is perpendicular to both lines.
   const osg::Vec3d between = other.point - line.point;
   const double cosine = line.direction * other.direction;
   return (between * line.direction - cosine * (between * other.direction)) / (1.0 - cosine * cosine);

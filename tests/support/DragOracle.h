@@ -13,14 +13,14 @@ struct Line {
 
 /// How far along `line`, from its point, it is nearest to `other`.
 double nearestAlong(const Line& line, const Line& other);
-/// Where a line meets the plane through a point with a normal.
+/// Where a line meets the plane through a point with the given normal.
 osg::Vec3d meet(const Line& line, const osg::Vec3d& point, const osg::Vec3d& normal);
 
 /// The angle, in radians, by which a ring follows the pointer from one line of sight to another. Seen nearly along its
-/// axis (the sine of the angle between them below sqrt(0.1)) a ring turns by the angle, about its centre, between the
+/// axis (the sine of the angle between them below sqrt(0.1)) a ring rotates by the angle, about its centre, between the
 /// points where the lines meet its plane. Otherwise the pointer pulls on the plane that touches the ring's cylinder
-/// towards the eye, or away from it for a ring taken at its far side, and the angle is the way across the axis in that
-/// plane over the radius. Holds for steps that stay on one side of the line of touch.
+/// towards the eye, or away from it for a ring grabbed at its far side, and the angle is the distance across the axis
+/// in that plane over the radius. Valid for steps that stay on one side of the line of touch.
 struct RingOracle {
   osg::Vec3d center;
   osg::Vec3d axis;  ///< length 1
@@ -34,7 +34,7 @@ struct RingOracle {
   double angle(const Line& from, const Line& to) const;
 };
 
-/// A matrix that turns about a line.
+/// A matrix that rotates about a line.
 osg::Matrixd rotationAbout(const Line& line, double radians);
 
 }  // namespace QuorTests

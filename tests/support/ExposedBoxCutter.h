@@ -14,7 +14,7 @@
 
 namespace QuorTests {
 
-/// A clip box whose every protected part is open to tests. Nothing of its behaviour is changed.
+/// A clip box that exposes its protected members to tests. Its behaviour is unchanged.
 class ExposedBoxCutter : public QuorOsgUtils::BoxCutterDragger {
  public:
   using BoxCutterDragger::BoxCutterDragger;

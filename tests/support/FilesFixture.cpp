@@ -25,8 +25,8 @@ std::string readPlainly(const std::string& path, std::int64_t offset, std::int64
   return bytes;
 }
 
-// Tests run side by side, and one process may run several. A process that is started afresh for the rest of a test
-// works in that test's folder.
+// Tests run in parallel, and one process may run several. A process that is started for the rest of a test works in
+// that test's folder.
 FilesFixture::FilesFixture() {
   if (const char* const given = std::getenv(kFolderVariable); given != nullptr) {
     _folder = given;

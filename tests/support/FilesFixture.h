@@ -12,11 +12,10 @@
 
 namespace QuorTests {
 
-/// Reads without a mapping; shorter where the file ends.
+/// Reads without a mapping; the result is shorter at the end of the file.
 std::string readPlainly(const std::string& path, std::int64_t offset, std::int64_t size);
 
-/// A folder of its own for each test, shared with the processes started for it, and gone afterwards with all that is in
-/// it.
+/// A separate folder for each test, shared with the processes started for it and deleted afterwards with its contents.
 class FilesFixture : public ::testing::Test {
  protected:
   FilesFixture();
@@ -24,9 +23,9 @@ class FilesFixture : public ::testing::Test {
 
   const std::string& folder() const { return _folder; }
   std::string path(const std::string& name) const;
-  /// Bytes that differ from place to place and do not repeat with the page. Returns the path.
+  /// Writes bytes that differ from offset to offset and do not repeat with the page. Returns the path.
   std::string makeFile(const std::string& name, std::int64_t size) const;
-  /// A file of one size and no contents but the texts at their offsets.
+  /// A sparse file of the given size that holds only the texts at their offsets.
   std::string makeSparseFile(const std::string& name, std::int64_t size,
                              const std::vector<std::pair<std::int64_t, std::string>>& texts) const;
 

@@ -4,9 +4,9 @@
 
 namespace QuorTests {
 
-/// How many pixels the engine makes of one pixel of what it keeps at its size on the screen. It takes a pixel for
-/// 0.96 pixels, and in perspective, with half the window's width and height standing beside the focal length (all in
-/// pixels) in what it calls a pixel's size, it makes things smaller the wider the field of view is.
+/// The factor by which OSG scales a pixel of objects that keep their screen size. OSG counts a pixel as 0.96 pixels. In
+/// perspective, what it calls a pixel's size includes half the window's width and height beside the focal length (all
+/// in pixels), so objects get smaller as the field of view gets wider.
 inline double handleScale(double width, double height, bool isPerspective, double halfFieldTangent) {
   constexpr double kEnginesPixel = 0.96;
   if (!isPerspective) return 1.0 / kEnginesPixel;

@@ -4,7 +4,7 @@
 
 namespace QuorTests {
 
-/// The one of newIdlePixelBuffer, for the off-screen class of any platform.
+/// The class behind newIdlePixelBuffer, for the off-screen class of any platform.
 template <typename PixelBuffer>
 class IdlePixelBufferOf : public PixelBuffer {
  public:

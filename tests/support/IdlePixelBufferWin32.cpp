@@ -10,7 +10,7 @@ class IdlePixelBuffer : public IdlePixelBufferOf<osgViewer::PixelBufferWin32> {
  public:
   using IdlePixelBufferOf::IdlePixelBufferOf;
 
-  // The engine has made another context current on the way here.
+  // OSG has made another context current before this call.
   bool makeCurrentImplementation() override {
     ::wglMakeCurrent(nullptr, nullptr);
     return IdlePixelBufferOf::makeCurrentImplementation();

@@ -30,8 +30,8 @@ int interruptionsLeft() {
 
 }  // namespace QuorTests
 
-// A program's own definition goes before the C library's. That takes any number of arguments, of which the third is of
-// no meaning where the flags make no file.
+// A program's own definition takes precedence over the C library's. That one is variadic; its third argument has no
+// meaning unless the flags create a file.
 extern "C" __attribute__((visibility("default"))) int open(const char* path, int flags, unsigned int mode) {
   if (QuorTests::isInterrupted()) {
     errno = EINTR;

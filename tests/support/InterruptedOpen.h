@@ -2,7 +2,7 @@
 
 namespace QuorTests {
 
-/// Lets the process's next calls of the system's `open`, the library's among them, end as if a signal had come.
+/// Makes the process's next calls of the system's `open`, including the library's, fail as if interrupted by a signal.
 void interruptNextOpens(int times);
 int interruptionsLeft();
 

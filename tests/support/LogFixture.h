@@ -16,7 +16,7 @@ namespace QuorTests {
 constexpr const char* kLogName = "3Dengine.log";
 constexpr const char* kByteOrderMark = "\xEF\xBB\xBF";
 
-/// What follows the time in an entry.
+/// The part of an entry after the time.
 inline std::string entryOf(const std::string& severity, long thread, const std::string& call,
                            const std::string& message) {
   return withNativeLineEnds(" " + severity + " [" + std::to_string(thread) + "] [QuorOsgUtils::LogFile::" + call +
@@ -44,8 +44,8 @@ inline std::vector<std::string> namesIn(const std::string& folder) {
   return names;
 }
 
-/// The log is process-wide and its file depends on the working directory: each test writes in a process of its own, in
-/// a working directory of its own.
+/// The log is process-wide and its file depends on the working directory: each test writes in a separate process, in
+/// its own working directory.
 class LogFixture : public FilesFixture {
  protected:
   static constexpr std::size_t kTimeBytes = 23;  // 2031-05-17 09:41:07.250
@@ -55,8 +55,8 @@ class LogFixture : public FilesFixture {
 
   void makeFolder(const std::string& name) const { std::filesystem::create_directory(path(name)); }
 
-  /// Does the work in a new process with the folder as working directory. Keeps the number of that process's main
-  /// thread, as the system has it, for `thread`.
+  /// Runs the work in a new process with the folder as working directory. Keeps the system's ID of that process's main
+  /// thread for `thread`.
   template <typename Work>
   void inNewProcess(const std::string& folder, Work work) const {
     expectInANewProcess([&] {

@@ -84,7 +84,7 @@ osg::Vec3d NavigationFixture<Manipulator>::viewDirection() const {
 
 template <typename Manipulator>
 osg::Vec3d NavigationFixture<Manipulator>::toWindow(const osg::Vec3d& world) {
-  // Relative to the eye first, so that the test's own arithmetic keeps its digits far from the origin.
+  // Relative to the eye first, so that the test's own arithmetic stays precise far from the origin.
   const osg::Vec3d inView = _manipulator->getRotation().inverse() * (world - eye());
   const osg::Vec3d clip = inView * camera().getProjectionMatrix();
   return osg::Vec3d((clip.x() + 1.0) * 0.5 * kWidth, (clip.y() + 1.0) * 0.5 * kHeight, (clip.z() + 1.0) * 0.5);

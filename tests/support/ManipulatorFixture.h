@@ -11,7 +11,7 @@
 
 namespace QuorTests {
 
-/// A manipulator that shows its state to tests. Nothing of its behaviour is changed.
+/// A manipulator that exposes its state to tests. Its behaviour is unchanged.
 template <typename Manipulator>
 class Opened : public Manipulator {
  public:
@@ -83,7 +83,7 @@ class NavigationFixture : public ::testing::Test {
   bool scroll(Event::ScrollingMotion motion, double x, double y);
   bool key(int keySymbol);
 
-  /// What every manipulator of this viewer is built with.
+  /// The constructor argument of every manipulator of this viewer.
   void expectSharedDefaults(Manipulator& fresh);
 
   bool isMarkerShown() const { return _manipulator->_pivotIndicator->getNumParents() > 0; }

@@ -7,20 +7,20 @@
 
 namespace QuorTests {
 
-/// Expects a claim that holds in a process of its own, where it may change what nothing can change back: forked from
-/// this one, or started afresh, as the flag `death_test_style` has it. What it writes to the standard error shows when
-/// it fails.
+/// Expects a condition to hold in a separate process, where it may make irreversible changes. The process is forked
+/// from this one or newly started, depending on the flag `death_test_style`. Its standard error output is shown if the
+/// condition fails.
 template <typename Claim>
 void expectInANewProcess(Claim claim) {
   EXPECT_EXIT(std::exit(claim() ? 0 : 1), ::testing::ExitedWithCode(0), "");
 }
 
-/// Expects that none of the expectations in the work fails in a process of its own.
+/// Runs the work in a separate process and expects none of its expectations to fail.
 template <typename Work>
 void workInANewProcess(Work work) {
   expectInANewProcess([&work] {
     work();
-    // Such a process keeps its failures to itself.
+    // Failures in such a process do not reach this one.
     const ::testing::TestResult& result = *::testing::UnitTest::GetInstance()->current_test_info()->result();
     for (int i = 0; i < result.total_part_count(); ++i) {
       const ::testing::TestPartResult& part = result.GetTestPartResult(i);

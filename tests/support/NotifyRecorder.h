@@ -8,7 +8,7 @@
 
 namespace QuorTests {
 
-/// Takes the place of the scene graph's notifier while it lives and keeps what is written.
+/// Replaces OSG's notify handler during its lifetime and keeps what is written.
 class NotifyRecorder {
  public:
   struct Entry {
@@ -32,7 +32,7 @@ class NotifyRecorder {
 
  private:
   struct Handler : osg::NotifyHandler {
-    // The notifier also calls with nothing, when its level changes.
+    // OSG also calls the handler with an empty text when the level changes.
     void notify(osg::NotifySeverity severity, const char* message) override {
       if (*message != '\0') entries.push_back({severity, message});
     }

@@ -7,7 +7,7 @@
 
 namespace QuorTests {
 
-/// Does work(0) to work(count - 1), each on a thread of its own, all started as close together as can be, and waits.
+/// Runs work(0) to work(count - 1), each on its own thread, all started as close together as possible, and waits.
 template <typename Work>
 void onThreads(std::size_t count, Work work) {
   std::atomic<bool> go{false};

@@ -5,7 +5,7 @@
 
 namespace QuorTests {
 
-/// A small off-screen context of the test's own, or null where none is to be had.
+/// A small off-screen context for the test, or null if none is available.
 inline osg::ref_ptr<osg::GraphicsContext> newPixelBuffer() {
   osg::ref_ptr<osg::GraphicsContext::Traits> traits = new osg::GraphicsContext::Traits;
   traits->readDISPLAY();

@@ -6,7 +6,7 @@
 
 namespace QuorTests {
 
-/// The rule of the depth range word by word, one value after the other: what every quicker way must agree with.
+/// The rule of the depth range taken literally, one value after the other: every faster version must agree with it.
 inline QuorOsgUtils::DepthRange plainDepthRange(const float* depths, std::size_t count) {
   float minimum = 1.0f;
   float maximum = 0.0f;

@@ -17,7 +17,7 @@ namespace QuorTests {
 /// The six answers, in the order of the getters.
 using Six = std::array<std::string, 6>;
 
-// Not known before the program is loaded, where its functions come from a DLL.
+// If the functions come from a DLL, these are unknown before the program is loaded.
 inline const std::array<const char* (*)(), 6> kGetters = {
     QuorOsgUtils::GCTool::getGPUVendor,        QuorOsgUtils::GCTool::getGPURender,
     QuorOsgUtils::GCTool::getGLSLVersion,      QuorOsgUtils::GCTool::getGPUExt,
@@ -29,8 +29,8 @@ inline Six answers() {
   return six;
 }
 
-/// Takes the place of the system's windowing for the rest of the process and keeps what contexts are asked for. Makes
-/// them with the given function or else, as ever, with the system's own.
+/// Replaces the system's windowing interface for the rest of the process and records the traits of requested contexts.
+/// Creates them with the given function or, without one, with the system's own interface.
 class RecordedWindowing : public osg::GraphicsContext::WindowingSystemInterface {
  public:
   using Traits = osg::GraphicsContext::Traits;

@@ -16,7 +16,7 @@ namespace QuorTests {
 using Removal = QuorOsgUtils::DecrementalCompileOperation;
 using DeleteSet = Removal::DeleteSet;
 
-/// A node that counts itself and tells when it goes.
+/// A node that counts its instances and reports its destruction.
 class Counted : public osg::Group {
  public:
   explicit Counted(std::function<void()> destroyed = {}) : _destroyed(std::move(destroyed)) { ++alive(); }
@@ -36,7 +36,7 @@ class Counted : public osg::Group {
   std::function<void()> _destroyed;
 };
 
-/// A host's callback, made of any function.
+/// An application's callback that calls any function.
 class Told : public Removal::DeleteCompletedCallback {
  public:
   explicit Told(std::function<void(DeleteSet*)> function) : _function(std::move(function)) {}
@@ -61,7 +61,7 @@ class ContextOnThread {
     _context->realize();
     _context->createGraphicsThread();
     _context->getGraphicsThread()->startThread();
-    // A thread that starts may write to the notifier, which bears one at a time.
+    // A starting thread may write to the notifier, which is not thread-safe.
     call({});
   }
   ContextOnThread(const ContextOnThread&) = delete;
@@ -73,12 +73,12 @@ class ContextOnThread {
 
   osg::GraphicsContext* get() const { return _context; }
 
-  /// Has the context's operations run so many times, and does not wait for it.
+  /// Starts this many runs of the context's operations without waiting for them.
   void startRuns(int count) {
     for (int i = 0; i < count; ++i) _context->getGraphicsThread()->add(_run);
   }
 
-  /// Calls the function on the graphics thread, after what was started before, and waits for it.
+  /// Calls the function on the graphics thread, after all that was started before, and waits for it.
   void call(std::function<void()> function) {
     OpenThreads::Block done;
     _context->getGraphicsThread()->add(new Call([&] {

@@ -8,7 +8,7 @@
 
 namespace QuorTests {
 
-/// A host's command, made of any function, that opens the views of its file to the test. Tells when it is destroyed.
+/// An application's command that calls any function and gives the test the views of its file. Reports its destruction.
 class Work : public QuorOsgUtils::FileCmd {
  public:
   using Proxy = const QuorOsgUtils::FileProxy*;

@@ -1,4 +1,4 @@
-// Names something of every header and runs it, so that a missing export or a missing link shows.
+// Uses something from every header and runs it, so that a missing export or a missing library fails the test.
 #include <QuorOsgUtils/BoxCutterDragger.h>
 #include <QuorOsgUtils/DecrementalCompileOperation.h>
 #include <QuorOsgUtils/FileCmd.h>

@@ -8,8 +8,8 @@
 
 namespace QuorTests {
 
-/// A program that this one has started, whose standard output and error streams come through one pipe, with lines ended
-/// by a line feed alone.
+/// A program started by this one. Its standard output and error streams come through one pipe, with lines ended by a
+/// line feed alone.
 class ChildProgram {
  public:
   ChildProgram(const std::string& program, const std::vector<std::string>& arguments);
@@ -18,9 +18,9 @@ class ChildProgram {
   /// Ends the program if it still runs.
   ~ChildProgram();
 
-  /// Appends what has been written since, after waiting until there is something. False when nothing came in time.
+  /// Waits for new output and appends it. False if none came in time.
   bool readSome(std::string& output, std::chrono::milliseconds limit);
-  /// Its exit status, once it has ended; -1: it was ended by a fault or from outside.
+  /// The exit status once the program has ended; -1 if it was ended by a fault or from outside.
   std::optional<int> status();
 
  private:

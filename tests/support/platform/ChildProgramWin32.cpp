@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kPause{5};
 
-// A word as the C library of the program started takes it apart again; none of ours ends in a backslash or has a quote.
+// Quotes an argument for the started program's C library; none of ours ends in a backslash or contains a quote.
 std::wstring quoted(const std::string& word) {
   return L"\"" + placeOf(word).wstring() + L"\"";
 }
@@ -54,7 +54,7 @@ ChildProgram::~ChildProgram() {
   ::CloseHandle(_data->stream);
 }
 
-// A pipe cannot be waited for here, only asked.
+// A pipe cannot be waited for here, only polled.
 bool ChildProgram::readSome(std::string& output, std::chrono::milliseconds limit) {
   const auto end = std::chrono::steady_clock::now() + limit;
   DWORD there = 0;

@@ -55,7 +55,7 @@ void sendKey(WORD key, DWORD flags) {
   std::this_thread::sleep_for(kBetweenKeys);
 }
 
-// The lower byte is the key, the upper one tells of the shift key.
+// The lower byte is the key, the upper one the state of the shift key.
 void stroke(SHORT letter) {
   constexpr int kShift = 0x100;
   const auto key = static_cast<WORD>(letter & 0xFF);
@@ -77,7 +77,7 @@ SHORT letterOf(const std::string& name) {
 
 }  // namespace
 
-// There is always a desktop, and it waits for nobody.
+// There is always a desktop, and it needs no connection.
 bool holdDisplay() {
   return true;
 }

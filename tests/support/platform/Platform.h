@@ -9,35 +9,35 @@
 
 namespace QuorTests {
 
-/// What the tests ask of the operating system itself; a file for each.
+/// Operating-system services for the tests; one source file per system.
 
-/// One of the views of files that the system lists for this process.
+/// One of the file views that the system lists for this process.
 struct ListedView {
   std::uintptr_t start = 0;
   std::size_t bytes = 0;
 };
 
-/// What the system says of this process. The path is the one that the file was opened with.
+/// What the system reports about this process. The path is the one with which the file was opened.
 std::vector<ListedView> listedViews(const std::string& path);
 std::vector<std::intptr_t> listedHandles(const std::string& path);
 std::size_t countOfHandles();
-/// How many of them an open mapped file has.
+/// How many handles an open mapped file has.
 std::size_t handlesOfOneFile();
-/// Whether a program started by this one gets the handle as well.
+/// Whether a program started by this one inherits the handle.
 bool isInherited(std::intptr_t handle);
 
-/// Views start at multiples of the one and are listed in multiples of the other.
+/// Views start at multiples of the granularity and are listed in multiples of the page size.
 std::int64_t granularityBytes();
 std::int64_t pageBytes();
-/// How many views a process may have; none where the system sets no limit of its own.
+/// How many views a process may have; none if the system sets no limit of its own.
 std::optional<std::size_t> limitOfViews();
 
-/// The system's numbers for files that cannot be opened or mapped.
+/// The system's error numbers for files that cannot be opened or mapped.
 struct FileErrors {
   int missing;
   int notWritable;
   int emptyPath;
-  int mappingOfNoFile;  ///< a view of what is not open
+  int mappingOfNoFile;  ///< a view of a file that is not open
   int mappingOfEmptyFile;
   int noRoom;                           ///< one view too many
   std::vector<int> viewBehindTheEnd;    ///< a view that starts where its file ends: one of these
@@ -45,8 +45,8 @@ struct FileErrors {
 };
 const FileErrors& fileErrors();
 
-/// A path, and the system's numbers for what must fail: one of those for its opening, none where it opens, and 0 for a
-/// mapping that succeeds.
+/// A path, and the system's error numbers: opening fails with one of `openingErrors`, or succeeds if there are none;
+/// mapping fails with `mappingError`, or succeeds if that is 0.
 struct PathRow {
   std::string what;
   std::string path;
@@ -54,14 +54,13 @@ struct PathRow {
   int mappingError = 0;
 };
 
-/// Paths of every kind that the system has, some of them of files made in the folder.
+/// Paths of every kind that the system has, some of them to files created in the folder.
 std::vector<PathRow> pathsOfEveryKind(const std::string& folder);
 
-/// Something that holds up whoever opens it for reading, until someone writes. Empty where no path leads to such
-/// things.
+/// A path that blocks whoever opens it for reading until someone writes. Empty if the system has no such paths.
 std::string makePipe(const std::string& folder);
 
-/// As long as it lives, this process may read the file and may not open it for writing.
+/// During its lifetime, this process may read the file but not open it for writing.
 class WriteProtection {
  public:
   explicit WriteProtection(const std::string& path);
@@ -74,8 +73,8 @@ class WriteProtection {
   std::intptr_t _before = 0;
 };
 
-/// As long as it lives, no file that this process writes gets longer: as on a disk that is full. Writing fails there
-/// and does not end the process.
+/// During its lifetime, no file that this process writes can grow, as on a full disk. Writing fails then and does not
+/// end the process.
 class FileSizeLimit {
  public:
   explicit FileSizeLimit(std::uint64_t bytes);
@@ -83,15 +82,15 @@ class FileSizeLimit {
   FileSizeLimit& operator=(const FileSizeLimit&) = delete;
   ~FileSizeLimit();
 
-  /// False where the system has no such limits.
+  /// False if the system has no such limits.
   static bool isToBeHad();
 
  private:
   [[maybe_unused]] std::uint64_t _before = 0;
 };
 
-/// A file's bytes, mapped for reading, of which some may be lost while they are mapped, as when the file is shortened
-/// or its disk goes away.
+/// A file's bytes, mapped for reading. Some may be lost while they are mapped, as when the file is shortened or its
+/// disk is removed.
 class LossyView {
  public:
   explicit LossyView(const std::string& path);
@@ -109,32 +108,31 @@ class LossyView {
   std::size_t _bytes = 0;
 };
 
-/// Whether a file that is mapped can be made shorter, or its name given to another.
+/// Whether a mapped file can be shortened, or its name given to another file.
 bool mappedFilesMayChange();
 
-/// Whether a process with this status, as a death test has it, was ended by touching lost bytes.
+/// Whether a process with this status, as a death test reports it, was ended by accessing lost bytes.
 bool wasEndedByALostPage(int status);
 
-/// The text in the encoding in which this user's programs are given names of files; none where it has no such letters.
+/// The text in the encoding of file names in this user's programs; none if a character is missing there.
 std::optional<std::string> inUsersEncoding(const std::string& utf8);
-/// What a name in the user's encoding leads to. The standard library's own reading of such names differs between
-/// compilers.
+/// The path for a name in the user's encoding. The standard library's own conversion differs between compilers.
 std::filesystem::path placeOf(const std::string& inUsersEncoding);
 
 /// The text in the encoding GBK, by the system's own conversion.
 std::string gbk(const std::string& utf8);
 
-/// The text as a text file of this system has it, from one whose lines end with a line feed.
+/// The text with the line ends of this system's text files instead of line feeds.
 std::string withNativeLineEnds(const std::string& text);
 
-/// Sets a variable for this process and those it starts; null takes it away.
+/// Sets an environment variable for this process and those it starts; null removes it.
 void setEnvironment(const char* name, const char* value);
-/// From now on local times are those of this zone, written as in the variable TZ.
+/// From now on local times are in this time zone, written as in the variable TZ.
 void setTimeZone(const char* zone);
-/// Whether a process finds its display by the variable DISPLAY, so that it can be kept from finding one.
+/// Whether a process finds its display through the variable DISPLAY, so that it can be kept from finding one.
 bool displayIsFoundByEnvironment();
 
-/// As long as it lives, what this process writes to its standard output and error streams goes into a file.
+/// During its lifetime, this process's standard output and error streams are written to a file.
 class StreamsInFile {
  public:
   explicit StreamsInFile(const std::string& path);
@@ -147,10 +145,10 @@ class StreamsInFile {
   int _error;
 };
 
-/// 0 where the machine, as some virtual ones, does not tell.
+/// 0 if the machine does not report it, as some virtual ones do not.
 std::uint64_t physicalMemoryBytes();
 int processNumber();
-/// The system's number of the calling thread.
+/// The system's ID of the calling thread.
 long threadNumber();
 /// Of this process.
 std::size_t countOfThreads();

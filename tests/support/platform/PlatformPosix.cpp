@@ -98,7 +98,7 @@ std::string makePipe(const std::string& folder) {
   return path;
 }
 
-// The superuser may write everything, so it becomes somebody else.
+// The superuser may write every file, so it becomes another user.
 WriteProtection::WriteProtection(const std::string& path) : _path(path), _before(::geteuid()) {
   constexpr uid_t kNobody = 65534;
   std::filesystem::permissions(std::filesystem::path(path).parent_path(), std::filesystem::perms(0755));

@@ -39,7 +39,7 @@ std::wstring widened(const std::string& text, UINT codePage) {
 std::optional<std::string> encoded(const std::wstring& wide, UINT codePage) {
   std::string text(4 * wide.size(), '\0');
   BOOL missing = FALSE;
-  // UTF-8, which may be the user's encoding, has every letter, and must not be asked whether one is missing.
+  // UTF-8, which may be the user's encoding, has every letter, and Windows rejects the question for a missing one.
   const bool isUtf8 = (codePage == CP_ACP ? ::GetACP() : codePage) == CP_UTF8;
   const int bytes =
       ::WideCharToMultiByte(codePage, isUtf8 ? 0 : WC_NO_BEST_FIT_CHARS, wide.data(), static_cast<int>(wide.size()),
@@ -48,7 +48,8 @@ std::optional<std::string> encoded(const std::wstring& wide, UINT codePage) {
   return missing == FALSE ? std::optional<std::string>(text) : std::nullopt;
 }
 
-/// A path without what stands before its first folder, which the system writes in several ways, in small letters.
+/// A path in lower case with backslashes, without the prefix before its first folder, which the system writes in
+/// several ways.
 std::wstring inOneSpelling(std::wstring path) {
   std::transform(path.begin(), path.end(), path.begin(),
                  [](wchar_t letter) { return letter == L'/' ? L'\\' : static_cast<wchar_t>(std::towlower(letter)); });
@@ -59,7 +60,7 @@ std::wstring placeOnDisk(const std::string& path) {
   return inOneSpelling(std::filesystem::absolute(placeOf(path)).relative_path().wstring());
 }
 
-/// Whether the system's name for something open is that of the place.
+/// Whether the system's name for an open object ends with this path.
 bool endsWith(const std::wstring& name, const std::wstring& place) {
   return name.size() > place.size() && name.compare(name.size() - place.size(), place.size(), place) == 0 &&
          name[name.size() - place.size() - 1] == L'\\';
@@ -79,14 +80,15 @@ std::wstring nameOfHandle(HANDLE handle) {
   return inOneSpelling(name.substr(0, length));
 }
 
-// Some systems tell the file of a mapping when they are asked for the name of its handle.
+// On some systems the name of a mapping's handle is that of its file.
 bool isMapping(HANDLE handle) {
   void* const view = ::MapViewOfFile(handle, FILE_MAP_READ, 0, 0, 1);
   if (view != nullptr) ::UnmapViewOfFile(view);
   return view != nullptr;
 }
 
-/// All handles of this process: the system numbers them in steps, and has no list that an ordinary program may ask for.
+/// Calls a function for each handle of this process. Handles are numbered in steps; ordinary programs get no list of
+/// them.
 template <typename Use>
 void forEachHandle(const Use& use) {
   constexpr std::intptr_t kStep = 4;
@@ -179,10 +181,10 @@ const FileErrors& fileErrors() {
   return errors;
 }
 
-// A device opens like a file, only there is nothing to map; and no path of any kind holds up whoever opens it.
+// A device can be opened like a file but not mapped, and no path blocks whoever opens it.
 std::vector<PathRow> pathsOfEveryKind(const std::string& folder) {
   constexpr int kNoHandle = ERROR_INVALID_HANDLE;
-  // Wine says of both of these that the file is not there.
+  // Wine reports both of these as a missing file.
   const std::vector<int> noDrive = {ERROR_PATH_NOT_FOUND, ERROR_FILE_NOT_FOUND};
   const std::vector<int> tooLong = {ERROR_FILENAME_EXCED_RANGE, ERROR_PATH_NOT_FOUND, ERROR_INVALID_NAME,
                                     ERROR_FILE_NOT_FOUND};
@@ -201,7 +203,7 @@ std::string makePipe(const std::string& /*folder*/) {
   return {};
 }
 
-// Held by an opener that lets nobody else write: this holds for every user, and on every disk.
+// Holds the file open without sharing it for writing: this works for every user, and on every disk.
 WriteProtection::WriteProtection(const std::string& path) : _path(path) {
   const HANDLE file = ::CreateFileW(placeOf(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -235,7 +237,8 @@ LossyView::~LossyView() {
   ::UnmapViewOfFile(_start);
 }
 
-// A mapped file cannot be shortened here, and no disk goes away at will: the pages are forbidden instead.
+// A mapped file cannot be shortened here, and no disk can be removed on demand: the pages are made inaccessible
+// instead.
 void LossyView::loseAllBehind(std::int64_t bytes) {
   DWORD before = 0;
   const auto kept = static_cast<std::size_t>(bytes);
