@@ -1,5 +1,4 @@
 // Built with the substitute reader that is used when LASzip is not installed.
-#include "ScanBytes.h"
 #include "scan/Scan.h"
 #include "tests/scan/ScanBytes.h"
 

@@ -1,5 +1,5 @@
 // Cropping of compressed scans, and what another program's reader finds in the cropped files.
-#include "ScanCropCase.h"
+#include "tests/scan/ScanCropCase.h"
 
 #include <gmock/gmock.h>
 #include <laszip/laszip_api.h>

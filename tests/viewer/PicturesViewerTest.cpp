@@ -1,5 +1,5 @@
 // Compares the pictures of one system with those of another.
-#include "ViewerFixture.h"
+#include "tests/viewer/ViewerFixture.h"
 
 #include <osg/Image>
 #include <osgDB/ReadFile>
