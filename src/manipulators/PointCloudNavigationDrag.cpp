@@ -67,4 +67,17 @@ bool PointCloudNavigation::_panToPointer(osgGA::GUIActionAdapter& aa) {
   return true;
 }
 
+bool PointCloudNavigation::swingAboutPivot(double eventTimeDelta, double dx, double dy, double angleFactor) {
+  const std::optional<PointerMove> move = pointerMove(_ga_t1.get(), _ga_t0.get());
+  if (!move || !canTurn()) return false;
+  osgGA::OrbitManipulator::performMovementLeftMouseButton(eventTimeDelta, dx, dy);
+  osg::Vec3d axis;
+  float angle = 0.0f;
+  trackball(axis, angle, move->toX, move->toY, move->fromX, move->fromY);
+  angle = static_cast<float>(angle * angleFactor);
+  const osg::Matrixd swing(osg::Quat(angle, axis).inverse());
+  _center = _pivotPoint + (_center - _pivotPoint) * swing;
+  return true;
+}
+
 }  // namespace QuorOsgUtils

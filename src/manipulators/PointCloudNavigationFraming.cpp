@@ -1,4 +1,4 @@
-#include "manipulators/WheelStep.h"
+#include "manipulators/FramingDistance.h"
 
 #include <QuorOsgUtils/PointCloudNavigation.h>
 

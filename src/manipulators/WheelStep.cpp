@@ -1,13 +1,10 @@
 #include "manipulators/WheelStep.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace QuorOsgUtils {
 
 namespace {
-
-constexpr double kSmallestRadius = 1e-6;
 
 /// Below this, a ray is perpendicular to the view direction except for rounding, and a step along it would be
 /// unbounded.
@@ -54,16 +51,6 @@ std::optional<double> stationFieldOfView(double degrees, WheelNotch notch) {
   if (notch == WheelNotch::Up && degrees > 0.0) return degrees * 3.0 * 0.25;
   if (notch == WheelNotch::Down && degrees < 90.0) return degrees * 4.0 / 3.0;
   return std::nullopt;
-}
-
-double framingDistance(double radius, double fieldOfViewDegrees) {
-  // The truncated π is fixed by the interface.
-  constexpr double kRadiansPerDegree = 3.1415926 / 180.0;
-  return std::max(radius, kSmallestRadius) / std::sin(fieldOfViewDegrees * 0.5 * kRadiansPerDegree);
-}
-
-double framingDistance(double radius) {
-  return std::max(radius, kSmallestRadius) * 3.5;
 }
 
 }  // namespace QuorOsgUtils

@@ -31,10 +31,4 @@ std::optional<OrthographicWheelStep> orthographicWheelStep(const ViewState& stat
 /// if above 0, four thirds for down if below 90.
 std::optional<double> stationFieldOfView(double degrees, WheelNotch notch);
 
-/// The distance in world units from which a sphere fills a field of view in degrees.
-double framingDistance(double radius, double fieldOfViewDegrees);
-
-/// The same without a camera, and so without a field of view.
-double framingDistance(double radius);
-
 }  // namespace QuorOsgUtils

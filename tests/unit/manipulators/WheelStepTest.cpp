@@ -8,7 +8,6 @@
 
 namespace {
 
-using QuorOsgUtils::framingDistance;
 using QuorOsgUtils::orthographicWheelStep;
 using QuorOsgUtils::perspectiveWheelMovement;
 using QuorOsgUtils::stationFieldOfView;
@@ -125,16 +124,6 @@ TEST(WheelStepTest, theStationsLimitsAreTestedBeforeTheStep) {
   EXPECT_FALSE(stationFieldOfView(90.0, WheelNotch::Down));
   EXPECT_FALSE(stationFieldOfView(118.67, WheelNotch::Down));
   EXPECT_FALSE(stationFieldOfView(0.0, WheelNotch::Up));
-}
-
-TEST(WheelStepTest, aSphereIsFramedWhereItFillsTheFieldOfView) {
-  EXPECT_NEAR(framingDistance(2.0, 60.0), 4.0, 1e-6);
-  EXPECT_EQ(framingDistance(2.0), 7.0);
-}
-
-TEST(WheelStepTest, aSphereWithoutASizeIsFramedAsASmallOne) {
-  EXPECT_NEAR(framingDistance(0.0, 30.0), 1e-6 / std::sin(3.14159265358979 / 12.0), 1e-12);
-  EXPECT_EQ(framingDistance(-1.0), 3.5e-6);
 }
 
 }  // namespace
