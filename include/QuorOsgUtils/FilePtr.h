@@ -29,12 +29,13 @@ namespace QuorOsgUtils {
 /// Threads: `map` and `unmap` on any threads at once; `open` and `close` while no other call runs.
 /// GL: none. Paths: passed to the system unchanged; on Windows in the user's default encoding.
 ///
-/// Errors: nothing is thrown. Each failure writes one line. If the file cannot be opened: "Error creating file: " and
-/// the system's error number, to standard error. If the range ends before its view would start: "Abnormal normal vector
-/// data : 84", to standard output; text and number are fixed by the interface and have no further meaning. If the
-/// system refuses a view: a text in GBK and the error number, to standard output. Only regular files can be opened.
-/// `open` waits for another process, such as a file server, to release its lease on the file. If the file shrinks while
-/// a view is in use, reading or writing the pages after its new end raises a system fault.
+/// Errors: nothing is thrown. Each failure writes one line, except that `map` returns null silently when memory is
+/// exhausted. If the file cannot be opened: "Error creating file: " and the system's error number, to standard error.
+/// If the range ends before its view would start: "Abnormal normal vector data : 84", to standard output; text and
+/// number are fixed by the interface and have no further meaning. If the system refuses a view: a text in GBK and the
+/// error number, to standard output. Only regular files can be opened. `open` waits for another process, such as a file
+/// server, to release its lease on the file. If the file shrinks while a view is in use, reading or writing the pages
+/// after its new end raises a system fault.
 class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
  public:
   /// Opens the file for reading and writing. Null counts as an empty path.
