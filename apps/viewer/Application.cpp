@@ -34,11 +34,11 @@ constexpr int kWorkPerDrawing = 4;
 constexpr auto kIdle = 4ms;
 
 Hud::HelpRows helpRows(const std::vector<KeyBinding>& bindings) {
-  Hud::HelpRows rows = {{"Left click", "pick a point, measure from the one before"},
-                        {"Left drag", "a handle of the clip box"},
+  Hud::HelpRows rows = {{"Left click", "pick a point, measure from the last one"},
+                        {"Left drag", "drag a handle of the clip box"},
                         {"Right drag", "orbit about the middle, or about the pointer"},
                         {"Middle drag", "pan with the point under the pointer"},
-                        {"Wheel", "move towards the pointer, or away"}};
+                        {"Wheel", "zoom towards the pointer, or away"}};
   for (const KeyBinding& binding : bindings) {
     if (!binding.shown.empty()) {
       rows.emplace_back(binding.shown, binding.effect);
@@ -111,7 +111,7 @@ void Application::_askGpu() {
 void Application::_setUpViewer() {
   _viewer->setRunFrameScheme(osgViewer::ViewerBase::ON_DEMAND);
   _viewer->addEventHandler(_entry);
-  _viewer->addEventHandler(new KeyHandler(_bindings, [this] { _messages.show("Let go of the mouse button first"); }));
+  _viewer->addEventHandler(new KeyHandler(_bindings, [this] { _messages.show("Release the mouse button first"); }));
   _viewer->addEventHandler(_pointer);
   osg::ref_ptr<osgViewer::WindowSizeHandler> fullScreen = new osgViewer::WindowSizeHandler;
   fullScreen->setKeyEventToggleFullscreen(Key::KEY_F11);
@@ -136,11 +136,11 @@ std::vector<KeyBinding> Application::_createBindings() {
   const std::vector<KeyBinding> ofView = {
       {{'e', 'E'}, "E", "eye-dome lighting on or off", [this] { _scene.eyeDome.setOn(!_scene.eyeDome.isOn()); }},
       {{'o', 'O'}, "O", "orthographic or perspective", [this] { _toggleProjection(); }},
-      {{Key::KEY_Home, Key::KEY_KP_Home, ' '}, "Home, Space", "everything in view", [this] { _goHome(); }},
-      {{'f', 'F'}, "F", "close look at the picked point", [this] { _lookAtPick(); }},
+      {{Key::KEY_Home, Key::KEY_KP_Home, ' '}, "Home, Space", "show everything", [this] { _goHome(); }},
+      {{'f', 'F'}, "F", "zoom to the picked point", [this] { _lookAtPick(); }},
       {{'a', 'A'}, "A", "add a scan: type its path, then Enter", [this] { _entry->open(); }},
       {{'d', 'D', Key::KEY_Delete}, "D", "close the scan under the pointer", [this] { _closeScanUnderPointer(); }},
-      {{'p', 'P'}, "P", "write the picture to a file", [this] { _requestScreenshot(); }},
+      {{'p', 'P'}, "P", "save a screenshot", [this] { _requestScreenshot(); }},
   };
   const std::vector<KeyBinding> ofHelp = {
       {{'h', 'H', '?'}, "H", "this help", [this] { _scene.hud.showHelp(!_scene.hud.isHelpShown()); }}};
@@ -249,9 +249,9 @@ void Application::_closeScanUnderPointer() {
   const osg::Vec2i pixel = _pointer->pixel();
   const std::optional<unsigned int> scan = _picker.scanAt(pixel.x(), pixel.y());
   if (!scan) {
-    _messages.show("There is no scan under the pointer to be closed");
+    _messages.show("There is no scan under the pointer");
   } else if (_clip.isSaving()) {
-    _messages.show("A scan can be closed once the points inside the box are written");
+    _messages.show("A scan can be closed after the points inside the box are saved");
   } else {
     _closeScan(*scan);
   }
@@ -362,7 +362,7 @@ void Application::_finishLoading() {
   if (!_latestError.empty()) {
     _messages.show(std::exchange(_latestError, std::string()));
   } else if (!_entry->isOpen() && !_scans.isEmpty()) {
-    _messages.show("Click a point to see its coordinates; H shows mouse and keys");
+    _messages.show("Click a point to see its coordinates; H shows the help");
   }
   _viewer->requestRedraw();
 }
@@ -382,7 +382,7 @@ void Application::_describeNewScans() {
     _messages.note(info.path + ": " + info.format + ", " + grouped(info.pointCount) + " points" + place);
     if (info.localOnly) {
       complainOnTerminal(info.path + ": " + info.format +
-                         " is read in single precision; only local coordinates survive that");
+                         " is read in single precision, which is exact enough only for local coordinates");
     }
   }
 }
@@ -416,7 +416,7 @@ void Application::_goHome() {
 
 void Application::_toggleProjection() {
   if (_station.isAtStation()) {
-    _messages.show("A station is looked around from in perspective; L leaves it");
+    _messages.show("A station needs the perspective projection; L leaves it");
   } else {
     _view.toggleProjection();
   }
@@ -449,7 +449,7 @@ void Application::_reportScreenshot() {
     return;
   }
   const std::string path = nameOf(std::filesystem::absolute(placeOf(_screenshotPath)));
-  const std::string message = (_screenshot.finish() ? "Picture written to " : "This file cannot be written: ") + path;
+  const std::string message = (_screenshot.finish() ? "Screenshot saved to " : "This file cannot be written: ") + path;
   _messages.show(message);
   _messages.say(message);
   _viewer->requestRedraw();
@@ -460,7 +460,7 @@ void Application::_updateSummary() {
   _scene.hud.setSummary(grouped(_loader.pointsRead()) + " points" + thinned + "   ·   " +
                         titleOf(_scene.cloud.colourMode()) + "   ·   " + _station.summary());
   _bufferBytesShown = _frames->gpuBufferBytes();
-  const std::string software = _softwareRenderer.empty() ? "" : "Drawn in software, " + _softwareRenderer + "   ·   ";
+  const std::string software = _softwareRenderer.empty() ? "" : "Software rendering, " + _softwareRenderer + "   ·   ";
   _scene.hud.setResources(software + inMebibytes(processMemoryBytes()) + " memory   ·   " +
                           inMebibytes(_bufferBytesShown) + " graphics buffers");
 }

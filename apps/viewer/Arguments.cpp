@@ -36,14 +36,14 @@ void setSize(Arguments& into, const std::string& value) {
                     readNumber(text, end, into.height) && text == end;
   const auto fits = [](int pixels) { return pixels >= kSmallest && pixels <= kLargest; };
   if (!read || !fits(into.width) || !fits(into.height)) {
-    throw ArgumentError("--size wants WIDTHxHEIGHT in pixels, from 64x64 to 16384x16384, not '" + value + "'");
+    throw ArgumentError("--size expects WIDTHxHEIGHT in pixels, from 64x64 to 16384x16384, not '" + value + "'");
   }
 }
 
 void setColourMode(Arguments& into, const std::string& value) {
   into.colourMode = colourModeOf(value);
   if (!into.colourMode) {
-    throw ArgumentError("--colour-by wants rgb, intensity, elevation or classification, not '" + value + "'");
+    throw ArgumentError("--colour-by expects rgb, intensity, elevation or classification, not '" + value + "'");
   }
 }
 
@@ -52,7 +52,7 @@ void setPointSize(Arguments& into, const std::string& value) {
   const char* text = value.data();
   const char* end = text + value.size();
   if (!readNumber(text, end, pixels) || text != end || pixels < 1 || pixels > 32) {
-    throw ArgumentError("--point-size wants a number of pixels from 1 to 32, not '" + value + "'");
+    throw ArgumentError("--point-size expects a number of pixels from 1 to 32, not '" + value + "'");
   }
   into.pointSizePixels = static_cast<float>(pixels);
 }
@@ -89,7 +89,7 @@ void setClip(Arguments& into, const std::string& value) {
   into.clip = readBox(value);
   if (!into.clip) {
     throw ArgumentError(
-        "--clip wants \"xmin ymin zmin xmax ymax zmax\", each maximum at least 0.5 above its minimum, not '" + value +
+        "--clip expects \"xmin ymin zmin xmax ymax zmax\", each maximum at least 0.5 above its minimum, not '" + value +
         "'");
   }
 }
@@ -97,7 +97,7 @@ void setClip(Arguments& into, const std::string& value) {
 void setStation(Arguments& into, const std::string& value) {
   const auto numbers = readCoordinates<3>(value);
   if (!numbers) {
-    throw ArgumentError("--station wants \"x y z\", three numbers, not '" + value + "'");
+    throw ArgumentError("--station expects \"x y z\", three numbers, not '" + value + "'");
   }
   const auto& [x, y, z] = *numbers;
   into.station = osg::Vec3d(x, y, z);
@@ -111,7 +111,7 @@ void setMemory(Arguments& into, const std::string& value) {
   const char* text = value.data();
   const char* end = text + value.size();
   if (!readNumber(text, end, size) || text != end || !(size >= kLeast && size <= kMost)) {
-    throw ArgumentError("--memory wants a number of GiB from 0.0001 to 1000000, not '" + value + "'");
+    throw ArgumentError("--memory expects a number of GiB from 0.0001 to 1000000, not '" + value + "'");
   }
   into.memoryBytes = static_cast<std::uint64_t>(size * kGibibyte);
 }
@@ -126,40 +126,40 @@ void setThreading(Arguments& into, const std::string& value) {
   const auto* const found =
       std::find_if(kModels.begin(), kModels.end(), [&](const auto& model) { return value == model.first; });
   if (found == kModels.end()) {
-    throw ArgumentError("--threading wants single, cull-draw, draw or camera, not '" + value + "'");
+    throw ArgumentError("--threading expects single, cull-draw, draw or camera, not '" + value + "'");
   }
   into.threading = found->second;
 }
 
 const std::array<Option, 14> kOptions = {{
-    {"--colour-by", "WHAT", "rgb, intensity, elevation or classification; by default what the scan has", setColourMode},
-    {"--point-size", "PIXELS", "diameter of a point, 1 to 32; by default from the number of points", setPointSize},
-    {"--clip", "BOX", "begin with a clip box: \"xmin ymin zmin xmax ymax zmax\", in the scan's coordinates", setClip},
-    {"--station", "PLACE", "where to look around from with L: \"x y z\", in the scan's coordinates", setStation},
+    {"--colour-by", "WHAT", "rgb, intensity, elevation or classification; default: depends on the scan", setColourMode},
+    {"--point-size", "PIXELS", "point diameter, 1 to 32; default: depends on the number of points", setPointSize},
+    {"--clip", "BOX", "start with a clip box: \"xmin ymin zmin xmax ymax zmax\", in scan coordinates", setClip},
+    {"--station", "PLACE", "scanner station for key L: \"x y z\", in scan coordinates", setStation},
     {"--memory", "GIB",
-     "for points, in arrays and graphics buffers; more are thinned; by default half of the machine's", setMemory},
-    {"--ortho", nullptr, "begin with the orthographic projection",
+     "for points, in arrays and graphics buffers; larger scans are decimated; default: half of the machine's",
+     setMemory},
+    {"--ortho", nullptr, "start with the orthographic projection",
      [](Arguments& a, const std::string&) { a.orthographic = true; }},
-    {"--size", "WxH", "size of the window in pixels, 1280x720 by default", setSize},
-    {"--screenshot", "FILE", "load everything, write the picture as PNG, and end",
+    {"--size", "WxH", "window size in pixels; default: 1280x720", setSize},
+    {"--screenshot", "FILE", "load everything, save a screenshot as PNG and quit",
      [](Arguments& a, const std::string& value) { a.screenshotFile = value; }},
-    {"--tour", "FOLDER", "walk through the viewer by its own events, write numbered pictures and tour.json, and end",
+    {"--tour", "FOLDER", "run a scripted tour, save numbered screenshots and tour.json, and quit",
      [](Arguments& a, const std::string& value) { a.tourFolder = value; }},
-    {"--threading", "MODEL", "what has a thread of its own: single (nothing), cull-draw, draw, or camera (both)",
-     setThreading},
-    {"--gpu", nullptr, "write what the GPU says of itself and end",
-     [](Arguments& a, const std::string&) { a.gpu = true; }},
-    {"--verbose", nullptr, "also write each new view to the standard output",
+    {"--threading", "MODEL",
+     "threading model: single, cull-draw (per context), draw (per context) or camera (cull per camera)", setThreading},
+    {"--gpu", nullptr, "print GPU information and quit", [](Arguments& a, const std::string&) { a.gpu = true; }},
+    {"--verbose", nullptr, "also print each new view to the standard output",
      [](Arguments& a, const std::string&) { a.verbose = true; }},
-    {"--help", nullptr, "write this and end", [](Arguments& a, const std::string&) { a.help = true; }},
-    {"--version", nullptr, "write the version and end", [](Arguments& a, const std::string&) { a.version = true; }},
+    {"--help", nullptr, "print this help and quit", [](Arguments& a, const std::string&) { a.help = true; }},
+    {"--version", nullptr, "print the version and quit", [](Arguments& a, const std::string&) { a.version = true; }},
 }};
 
 const Option& findOption(const std::string& name) {
   const auto found =
       std::find_if(kOptions.begin(), kOptions.end(), [&](const Option& option) { return name == option.name; });
   if (found == kOptions.end()) {
-    throw ArgumentError("there is no option '" + name + "'; --help lists them");
+    throw ArgumentError("unknown option '" + name + "'; --help lists all options");
   }
   return *found;
 }
@@ -180,7 +180,7 @@ Arguments parseArguments(const std::vector<std::string>& arguments) {
     const Option& option = findOption(*argument);
     const bool takesValue = option.value != nullptr;
     if (takesValue && (argument + 1 == arguments.end() || (argument + 1)->empty())) {
-      throw ArgumentError(std::string(option.name) + " wants " + option.value);
+      throw ArgumentError(std::string(option.name) + " expects " + option.value);
     }
     option.set(parsed, takesValue ? *++argument : std::string());
   }
@@ -191,14 +191,15 @@ std::string usage() {
   constexpr std::size_t kColumn = 24;
   std::string text =
       "quor_viewer [OPTION...] [FILE...]\n\n"
-      "Shows lidar scans (LAS, LAZ, PLY, .asc) in their common frame; without a file, the bundled sample.\n\n";
+      "Shows lidar scans (LAS, LAZ, PLY, .asc) in their common coordinate system; without a file, the bundled "
+      "sample.\n\n";
   for (const Option& option : kOptions) {
     std::string left =
         std::string("  ") + option.name + (option.value != nullptr ? std::string(" ") + option.value : "");
     left.resize(std::max(left.size() + 1, kColumn), ' ');
     text += left + option.meaning + '\n';
   }
-  return text + "\nIn the window, H shows the mouse and the keys.\n";
+  return text + "\nIn the window, H shows all mouse and key bindings.\n";
 }
 
 }  // namespace QuorViewer

@@ -16,7 +16,7 @@ namespace {
 int tellGpu() {
   const std::string table = QuorViewer::gpuTable();
   if (table.empty()) {
-    throw QuorViewer::WindowError("no graphics can be asked here: is there a display (the variable DISPLAY)?");
+    throw QuorViewer::WindowError("the GPU cannot be queried: is there a display (the variable DISPLAY)?");
   }
   std::cout << table;
   return 0;

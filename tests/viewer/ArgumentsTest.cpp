@@ -76,22 +76,22 @@ TEST_P(BadArgumentsTest, areRefusedWithAMessageThatNamesThem) {
 
 INSTANTIATE_TEST_SUITE_P(
     Table, BadArgumentsTest,
-    testing::Values(BadLine{{"--fast"}, "'--fast'"}, BadLine{{"--size"}, "--size wants"},
+    testing::Values(BadLine{{"--fast"}, "'--fast'"}, BadLine{{"--size"}, "--size expects"},
                     BadLine{{"--size", "800"}, "'800'"}, BadLine{{"--size", "800x"}, "'800x'"},
                     BadLine{{"--size", "800x600x2"}, "'800x600x2'"}, BadLine{{"--size", "0x600"}, "'0x600'"},
                     BadLine{{"--size", "99999999999x600"}, "--size"}, BadLine{{"--size", "-800x600"}, "--size"},
                     BadLine{{"--colour-by", "smell"}, "'smell'"}, BadLine{{"--point-size", "0"}, "'0'"},
                     BadLine{{"--point-size", "33"}, "'33'"}, BadLine{{"--point-size", "3px"}, "'3px'"},
-                    BadLine{{"--clip"}, "--clip wants"}, BadLine{{"--clip", "0 0 0 1 1"}, "'0 0 0 1 1'"},
+                    BadLine{{"--clip"}, "--clip expects"}, BadLine{{"--clip", "0 0 0 1 1"}, "'0 0 0 1 1'"},
                     BadLine{{"--clip", "0 0 0 1 1 1 1"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 z"}, "'0 0 0 1 1 z'"},
                     BadLine{{"--clip", "0,0,0,1,1,1"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1m 1"}, "--clip"},
                     BadLine{{"--clip", "0 0 0 1 0 1"}, "above"}, BadLine{{"--clip", "1 0 0 0 1 1"}, "--clip"},
                     BadLine{{"--clip", "0 0 0 1 1 nan"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 inf"}, "--clip"},
                     BadLine{{"--clip", "0 0 0 1 1 1e300"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 0.4999"}, "0.5"},
-                    BadLine{{"--station"}, "--station wants"}, BadLine{{"--station", "1 2"}, "'1 2'"},
+                    BadLine{{"--station"}, "--station expects"}, BadLine{{"--station", "1 2"}, "'1 2'"},
                     BadLine{{"--station", "1 2 3 4"}, "--station"}, BadLine{{"--station", "1 2 nan"}, "--station"},
-                    BadLine{{"--threading"}, "--threading wants"}, BadLine{{"--threading", "many"}, "'many'"},
-                    BadLine{{"--tour"}, "--tour wants"}, BadLine{{"--screenshot", ""}, "--screenshot wants"}));
+                    BadLine{{"--threading"}, "--threading expects"}, BadLine{{"--threading", "many"}, "'many'"},
+                    BadLine{{"--tour"}, "--tour expects"}, BadLine{{"--screenshot", ""}, "--screenshot expects"}));
 
 TEST(ArgumentsTest, everyThreadingModelHasAName) {
   using osgViewer::ViewerBase;

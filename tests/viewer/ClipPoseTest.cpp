@@ -20,7 +20,7 @@ TEST(ClipPoseTest, anUnmovedBoxStandsInTheWorldByItsOriginAlone) {
   EXPECT_EQ(pose.size, osg::Vec3d(6.0, 2.0, 0.5));
   EXPECT_EQ(pose.centre, osg::Vec3d(2230002.0, 252003.0, 13.25));
   EXPECT_EQ(pose.degrees, 0.0);
-  EXPECT_EQ(statusText(pose), "Box  6.00 × 2.00 × 0.50      centre  2230002.00   252003.00   13.25      not turned");
+  EXPECT_EQ(statusText(pose), "Box  6.00 × 2.00 × 0.50      centre  2230002.00   252003.00   13.25      rotated 0°");
   EXPECT_EQ(outputText(pose),
             "clip size 6.000000 2.000000 0.500000 centre 2230002.000000 252003.000000 13.250000 rotation 0.000000000 "
             "0.000000000 0.000000000 1.000000000");
@@ -33,7 +33,7 @@ TEST(ClipPoseTest, theCentreFollowsTheMatrix) {
   EXPECT_LT((pose.centre - osg::Vec3d(97.0, 202.0, 303.25)).length(), 1e-9);
   EXPECT_NEAR(pose.degrees, 90.0, 1e-9);
   EXPECT_LT((pose.axis - osg::Vec3d(0.0, 0.0, 1.0)).length(), 1e-9);
-  EXPECT_THAT(statusText(pose), HasSubstr("turned 90.0° about Z"));
+  EXPECT_THAT(statusText(pose), HasSubstr("rotated 90.0° about Z"));
 }
 
 TEST(ClipPoseTest, aRotationTheOtherWayIsReportedAboutTheOppositeAxis) {
@@ -70,7 +70,7 @@ TEST(ClipPoseTest, anObliqueAxisIsReportedByItsComponents) {
   ClipPose pose;
   pose.degrees = 41.26;
   pose.axis = osg::Vec3d(0.6, 0.0, -0.8);
-  EXPECT_THAT(statusText(pose), HasSubstr("turned 41.3° about (0.60, 0.00, -0.80)"));
+  EXPECT_THAT(statusText(pose), HasSubstr("rotated 41.3° about (0.60, 0.00, -0.80)"));
 }
 
 TEST(ClipPoseTest, theBoxAroundContentHasAMarginOnEverySide) {

@@ -113,7 +113,7 @@ TEST_F(ScansViewerTest, withThePointerBesideTheCloudNothingIsClosed) {
   _viewer->movePointer(5, 5);
   _viewer->settle();
   _viewer->key("d");
-  EXPECT_TRUE(isLoggedInTime("There is no scan under the pointer to be closed"));
+  EXPECT_TRUE(isLoggedInTime("There is no scan under the pointer"));
   expectClickReports(24);
   EXPECT_THAT(_viewer->output(), Not(HasSubstr("closed")));
 }
@@ -204,7 +204,7 @@ TEST_F(ScansViewerTest, messagesToTheUserAreAlsoLogged) {
     }
   }
   for (const char* shown : {"There is no point under the pointer", "beside.las is closed",
-                            "Click a point to see its coordinates; H shows mouse and keys"}) {
+                            "Click a point to see its coordinates; H shows the help"}) {
     EXPECT_THAT(written, HasSubstr(shown));
   }
 }

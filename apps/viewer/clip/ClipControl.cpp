@@ -35,7 +35,7 @@ struct ModeWords {
 ModeWords wordsOf(ClipMode mode) {
   switch (mode) {
     case ClipHandles::CUTTER_ROTATE:
-      return {"clip mode turn", "Turn the box by its rings"};
+      return {"clip mode turn", "Rotate the box by its rings"};
     case ClipHandles::CUTTER_TRANSLATE:
       return {"clip mode move", "Move the box by its arrows"};
     case ClipHandles::CUTTER_SCALE:
@@ -61,14 +61,14 @@ std::vector<KeyBinding> ClipControl::bindings(ClipControl& control) {
   const auto axis = [&control](int bit) { return [&control, bit] { control._toggleAxis(bit); }; };
   return {
       bind('b', "B", "clip box on or off", [&control] { control._toggle(); }),
-      bind('s', "S, M, T", "resize, move or turn the box by its handles", mode(ClipHandles::CUTTER_SCALE)),
+      bind('s', "S, M, T", "resize, move or rotate the box", mode(ClipHandles::CUTTER_SCALE)),
       bind('m', "", "", mode(ClipHandles::CUTTER_TRANSLATE)),
       bind('t', "", "", mode(ClipHandles::CUTTER_ROTATE)),
-      bind('x', "X, Y, Z", "only the handles of that axis, or all again", axis(1)),
+      bind('x', "X, Y, Z", "show only the handles of that axis, or all", axis(1)),
       bind('y', "", "", axis(2)),
       bind('z', "", "", axis(4)),
-      bind('r', "R", "put the box around everything again", [&control] { control._reset(); }),
-      bind('w', "W", "write the points inside the box to a LAS file", [&control] { control._beginSave(); }),
+      bind('r', "R", "reset the box to enclose everything", [&control] { control._reset(); }),
+      bind('w', "W", "save the points inside the box as LAS", [&control] { control._beginSave(); }),
   };
 }
 
@@ -105,7 +105,7 @@ void ClipControl::abandon() {
 
 bool ClipControl::_placeAroundContent() {
   if (!_content.valid()) {
-    _host.messages.show("Nothing is loaded yet that a box could be put around");
+    _host.messages.show("The clip box needs a loaded scan");
     return false;
   }
   _host.box.place(boxAround(_content));
@@ -116,7 +116,7 @@ bool ClipControl::_placeAroundContent() {
 void ClipControl::_toggle() {
   if (_host.box.isOn()) {
     _host.box.setOn(false);
-    _announce("clip off", "The clip box is off: everything shows");
+    _announce("clip off", "Clip box off: everything is shown");
     return;
   }
   if (_host.box.isPlaced()) {
@@ -124,12 +124,12 @@ void ClipControl::_toggle() {
   } else if (!_placeAroundContent()) {
     return;
   }
-  _announce("clip on", "The clip box is on: pull its handles; S resizes, M moves, T turns it, W writes what is inside");
+  _announce("clip on", "Clip box on: drag its handles; S resizes, M moves, T rotates it, W saves the points inside");
 }
 
 void ClipControl::_reset() {
   if (_isReady() && _placeAroundContent()) {
-    _announce("clip reset", "The box is around everything again");
+    _announce("clip reset", "Clip box reset: it encloses everything");
   }
 }
 
@@ -167,8 +167,8 @@ void ClipControl::_beginSave() {
     return;
   }
   if (!_complete || _save) {
-    _host.messages.show(_save ? "The points inside are being written already"
-                              : "Points can be written once everything is loaded");
+    _host.messages.show(_save ? "The points inside are already being saved"
+                              : "Points can be saved after everything is loaded");
     return;
   }
   const ClipSave::Listener listener = {[this](const std::string& message) { _announce(message, message); },
@@ -189,9 +189,8 @@ void ClipControl::showProgress() {
   const std::uint64_t total = std::max<std::uint64_t>(_save->pointCount(), 1);
   const std::uint64_t read = _save->pointsRead();
   _host.hud.setProgress(static_cast<double>(read) / static_cast<double>(total));
-  _host.messages.showProgress("Writing what is inside: " + grouped(read) + " of " + grouped(total) +
-                              " points looked at");
-  showTerminalProgress("writing: looked at", read, total);
+  _host.messages.showProgress("Saving the points inside: " + grouped(read) + " of " + grouped(total) + " points read");
+  showTerminalProgress("saving: read", read, total);
 }
 
 void ClipControl::_announce(const std::string& line, const std::string& message) {

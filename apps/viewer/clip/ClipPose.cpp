@@ -57,9 +57,9 @@ std::string statusText(const ClipPose& pose) {
   std::string text =
       "Box  " + join(pose.size, kDecimals, " × ") + "      centre  " + join(pose.centre, kDecimals, "   ") + "      ";
   if (pose.degrees < kVisibleDegrees) {
-    return text + "not turned";
+    return text + "rotated 0°";
   }
-  return text + "turned " + fixed(pose.degrees, kAngleDecimals) + "° about " + nameOf(pose.axis);
+  return text + "rotated " + fixed(pose.degrees, kAngleDecimals) + "° about " + nameOf(pose.axis);
 }
 
 std::string outputText(const ClipPose& pose) {

@@ -22,20 +22,20 @@ std::string fieldOfViewText(double degrees, const char* unit) {
 }  // namespace
 
 std::vector<KeyBinding> StationControl::bindings(StationControl& control) {
-  return {{{'n', 'N'}, "N", "turn about the middle or about the pointer", [&control] { control._swap(); }},
-          {{'l', 'L'}, "L", "look around from the scanner's station, or leave it", [&control] { control._toggle(); }},
-          {{'v', 'V'}, "V", "field of view as at first", [&control] { control._resetField(); }}};
+  return {{{'n', 'N'}, "N", "orbit about the middle or about the pointer", [&control] { control._swap(); }},
+          {{'l', 'L'}, "L", "enter or leave the scanner station", [&control] { control._toggle(); }},
+          {{'v', 'V'}, "V", "reset the field of view", [&control] { control._resetField(); }}};
 }
 
 void StationControl::_toggle() {
   if (isAtStation()) {
     abandon();
-    return _host.messages.show("Back where you were");
+    return _host.messages.show("Back at the previous view");
   }
   if (const std::optional<osg::Vec3d> station = _findStation()) {
     return _enter(*station);
   }
-  _host.messages.show("No station is known: pick the point to stand on, with a left click");
+  _host.messages.show("No station is known: pick a point to stand on with a left click");
 }
 
 void StationControl::_enter(const osg::Vec3d& station) {
@@ -46,7 +46,8 @@ void StationControl::_enter(const osg::Vec3d& station) {
   _poseBefore = _host.navigator.pose();
   _shownField = _host.view.fieldOfViewDegrees();
   _host.navigator.enterStation(station);
-  _host.messages.show("Right drag looks around, the wheel changes the field of view; V restores it, L leaves");
+  _host.messages.show(
+      "Right drag looks around, the wheel changes the field of view; V resets it, L leaves the station");
   _host.messages.say("station on " + coordinatesText(station + _host.scans.origin()));
 }
 
@@ -66,8 +67,8 @@ void StationControl::abandon() {
 void StationControl::_swap() {
   _host.navigator.swap();
   const bool aboutPointer = _host.navigator.turnsAboutPointer();
-  _host.messages.show(aboutPointer ? "Right drag turns about the point under the pointer"
-                                   : "Right drag turns about the middle of the view");
+  _host.messages.show(aboutPointer ? "Right drag orbits about the point under the pointer"
+                                   : "Right drag orbits about the middle of the view");
   _host.messages.say(aboutPointer ? "navigation about the pointer" : "navigation about the middle");
 }
 
@@ -75,7 +76,7 @@ void StationControl::_resetField() {
   if (isAtStation()) {
     _host.view.resetFieldOfView();
   } else {
-    _host.messages.show("The field of view changes at a station only; L takes you there");
+    _host.messages.show("The field of view changes only at a station; L goes there");
   }
 }
 

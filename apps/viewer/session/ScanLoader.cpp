@@ -70,8 +70,8 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
   auto scan = std::make_shared<LoadingScan>();
   _loading[scanNumber] = scan;
   if (thinning == 0) {
-    return _tellFailure(info.path + ": none of its points fits into " + inGibibytes(_budgetBytes) +
-                        " beside those that show already");
+    return _tellFailure(info.path + ": none of its points fit into " + inGibibytes(_budgetBytes) +
+                        " beside those already shown");
   }
   scan->number = scanNumber;
   scan->origin = _scans.origin();

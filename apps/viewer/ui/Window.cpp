@@ -30,7 +30,7 @@ void checkOpenGl(osg::GraphicsContext& context) {
   const float version = context.getState()->get<osg::GLExtensions>()->glVersion;
   context.releaseContext();
   if (version < kNeededGlVersion) {
-    throw WindowError("this display offers OpenGL " + fixed(version, 1) + ", and 3.3 is needed");
+    throw WindowError("this display offers OpenGL " + fixed(version, 1) + ", but 3.3 is required");
   }
 }
 
@@ -39,7 +39,7 @@ void checkOpenGl(osg::GraphicsContext& context) {
 void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::string& title) {
   osg::ref_ptr<osg::GraphicsContext> window = createWindow(width, height, title);
   if (!window.valid() || !window->valid()) {
-    throw WindowError("no window can be opened here: is there a display (the variable DISPLAY)?");
+    throw WindowError("no window can be opened: is there a display (the variable DISPLAY)?");
   }
   // The viewer counts GL errors itself, once per frame; OSG's own check would consume them.
   window->getState()->setCheckForGLErrors(osg::State::NEVER_CHECK_GL_ERRORS);
@@ -55,7 +55,7 @@ void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::str
   viewer.setThreadingModel(osgViewer::ViewerBase::SingleThreaded);  // before OSG starts threads by its own choice
   viewer.realize();
   if (!viewer.isRealized()) {
-    throw WindowError("the window could not be brought up on this display");
+    throw WindowError("the window could not be shown on this display");
   }
   checkOpenGl(*window);
 }
