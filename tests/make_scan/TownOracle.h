@@ -62,12 +62,12 @@ class TownOracle {
   bool isBlocked(const osg::Vec3d& eye, const osg::Vec3d& point, double deep = 0.02) const {
     constexpr double kStepMetres = 0.03;
     const double length = (point - eye).length();
-    const std::vector<const Shape*> near = opaqueAlong(eye, point);
+    const std::vector<const Shape*> opaque = opaqueAlong(eye, point);
     for (double along = kStepMetres; along < length - kStepMetres; along += kStepMetres) {
       const osg::Vec3d place = eye + (point - eye) * (along / length);
       if (place.z() < ground(place.x(), place.y()) - deep) return true;
       const auto holds = [&](const Shape* shape) { return depth(*shape, place) > deep; };
-      if (std::any_of(near.begin(), near.end(), holds)) return true;
+      if (std::any_of(opaque.begin(), opaque.end(), holds)) return true;
     }
     return false;
   }
