@@ -3,11 +3,6 @@
 #   run_steps NAME...   runs steps; the first one that fails ends the script. Prints a table of steps and minutes at the
 #                       end, then the summary of the last tests as the last lines.
 
-# Scans that cannot be published may lie beside the checkout; the tests that use them skip without.
-if [ -z "${QUOR_SCANS:-}" ] && [ -d ../shared/data ]; then
-  export QUOR_SCANS=$PWD/../shared/data
-fi
-
 mkdir -p build/ci
 rows=()
 

@@ -57,7 +57,7 @@ struct PathRow {
 /// Paths of every kind that the system has, some of them to files created in the folder.
 std::vector<PathRow> pathsOfEveryKind(const std::string& folder);
 
-/// A path that blocks whoever opens it for reading until someone writes. Empty if the system has no such paths.
+/// A path that blocks a reader that opens it until someone writes. Empty if the system has no such paths.
 std::string makePipe(const std::string& folder);
 
 /// During its lifetime, this process may read the file but not open it for writing.

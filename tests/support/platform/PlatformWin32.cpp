@@ -181,7 +181,7 @@ const FileErrors& fileErrors() {
   return errors;
 }
 
-// A device can be opened like a file but not mapped, and no path blocks whoever opens it.
+// A device can be opened like a file but not mapped, and no path blocks when it is opened.
 std::vector<PathRow> pathsOfEveryKind(const std::string& folder) {
   constexpr int kNoHandle = ERROR_INVALID_HANDLE;
   // Wine reports both of these as a missing file.
