@@ -165,7 +165,7 @@ TEST_F(ScanLoaderTest, scansAddedLaterGetWhatIsLeftAndWhereNothingIsLeftAreRefus
   finish();
   EXPECT_EQ(_found.size(), 1100U);
   EXPECT_THAT(_notes, ElementsAre(HasSubstr("every 4th point of b.las: 100 of 400")));
-  EXPECT_THAT(_errors, ElementsAre(HasSubstr("c.las: none of its points fits")));
+  EXPECT_THAT(_errors, ElementsAre(HasSubstr("c.las: none of its points fit")));
 }
 
 TEST_F(ScanLoaderTest, recordsBeyondFourGibibytesArrive) {

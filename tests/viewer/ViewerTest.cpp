@@ -122,9 +122,9 @@ TEST_F(ViewerTest, theKeyForAPictureWritesOneIntoTheWorkingFolder) {
   showGrid();
   _viewer->movePointer(400, 300);
   _viewer->key("p");
-  EXPECT_THAT(_viewer->waitForLine("Picture"), HasSubstr("quor_viewer_1.png"));
+  EXPECT_THAT(_viewer->waitForLine("Screenshot"), HasSubstr("quor_viewer_1.png"));
   _viewer->key("p");
-  EXPECT_THAT(_viewer->waitForLine("Picture"), HasSubstr("quor_viewer_2.png"));
+  EXPECT_THAT(_viewer->waitForLine("Screenshot"), HasSubstr("quor_viewer_2.png"));
   EXPECT_GT(std::filesystem::file_size(path("quor_viewer_2.png")), 1000U);
 }
 
