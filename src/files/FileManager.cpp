@@ -17,8 +17,8 @@ namespace QuorOsgUtils {
 
 namespace {
 
-// Never destroyed: a thread may still unlock it after the manager has been destroyed.
-std::mutex& joinMutex() {
+// Guards the worker slot. Never destroyed: a thread may still unlock it after the manager has been destroyed.
+std::mutex& workerMutex() {
   static auto* const mutex = new std::mutex;
   return *mutex;
 }
@@ -56,7 +56,9 @@ bool FileManager::_stopForGood() {
   _data->queue.abandon();
   if (_data->onWorker()) return false;
   if (_data->proxy->_data->misused) {
-    if (_data->worker && _data->worker->joinable()) _data->worker->detach();
+    // Without waiting: another thread may be joining the worker.
+    const std::unique_lock<std::mutex> held(workerMutex(), std::try_to_lock);
+    if (held && _data->worker && _data->worker->joinable()) _data->worker->detach();
     return false;
   }
   _joinWorker();
@@ -78,7 +80,9 @@ void FileManager::push(FileCmd* cmd) {
 }
 
 void FileManager::startWorker() {
-  if (_runsCommandHere() || _data->worker) return;
+  if (_runsCommandHere()) return;
+  const std::lock_guard<std::mutex> held(workerMutex());
+  if (_data->worker) return;
   _data->queue.resume();
   try {
     _data->worker = std::make_unique<std::thread>([this] { _work(); });
@@ -99,7 +103,7 @@ bool FileManager::_runsCommandHere() const {
 
 // Process exit may call this while another thread is in `stopWorker`.
 void FileManager::_joinWorker() {
-  const std::lock_guard<std::mutex> held(joinMutex());
+  const std::lock_guard<std::mutex> held(workerMutex());
   if (!_data->worker) return;
   _data->worker->join();
   _data->worker.reset();
