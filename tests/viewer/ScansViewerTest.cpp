@@ -264,14 +264,15 @@ TEST_F(ScansViewerTest, gpuInformationIsPrintedAsATable) {
   }
 }
 
-TEST_F(ScansViewerTest, withoutADisplayTheGpuCannotBeAskedAndTheViewerSaysSo) {
+TEST_F(ScansViewerTest, withoutADisplayTheGpuCannotBeQueriedAndTheViewerSaysSo) {
   if (!displayIsFoundByEnvironment()) GTEST_SKIP() << "this system has a display whatever its environment says";
   const std::string display = std::getenv("DISPLAY");
   setEnvironment("DISPLAY", nullptr);
   start({"--gpu"});
   EXPECT_EQ(_viewer->exitStatus(), 1);
   setEnvironment("DISPLAY", display.c_str());
-  EXPECT_THAT(_viewer->output(), HasSubstr("quor_viewer: no graphics can be asked here"));
+  EXPECT_THAT(_viewer->output(),
+              HasSubstr("quor_viewer: the GPU cannot be queried: is there a display (the variable DISPLAY)?"));
 }
 
 }  // namespace
