@@ -1,10 +1,8 @@
-#include "cutter/Circle.h"
 #include "cutter/DepthMask.h"
 #include "cutter/ForceCullCallback2.h"
 #include "cutter/HandleLines.h"
-#include "geometry/FlatStrip.h"
-#include "geometry/RingStrip.h"
-#include "geometry/TubeHints.h"
+#include "geometry/CircleVertices.h"
+#include "geometry/Drawables.h"
 
 #include <QuorOsgUtils/BoxCutterDragger.h>
 
@@ -105,7 +103,7 @@ osg::ref_ptr<osg::ShapeDrawable> createPickTube(const osg::Vec4f& color) {
 }
 
 osg::ref_ptr<osg::Geometry> createRingBandGeometry(float radius, float width, float height) {
-  return asPickVolume(createFlatStrip(ringStripVertices(radius, width, height)));
+  return asPickVolume(createAnnulus(radius, width, height));
 }
 
 osg::ref_ptr<osg::Geometry> createCircle(float radius, unsigned int segments, GLenum mode) {

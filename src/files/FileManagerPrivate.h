@@ -1,10 +1,10 @@
 #pragma once
 
 #include "files/CommandQueue.h"
-#include "files/FileRegistry.h"
 #include "files/ThreadNumber.h"
 
 #include <QuorOsgUtils/FileManager.h>
+#include <QuorOsgUtils/FilePtr.h>
 #include <QuorOsgUtils/SpinLock.h>
 
 #include <osg/ref_ptr>
@@ -17,6 +17,9 @@
 #include <thread>
 
 namespace QuorOsgUtils {
+
+/// Files by the names that commands use. A name without a file was used by a command but never registered.
+using FileRegistry = std::map<std::string, osg::ref_ptr<FilePtr>>;
 
 // There is one per process, so the order in which the members are released matters more than their padding.
 struct FileManager::Private {  // NOLINT(clang-analyzer-optin.performance.Padding)

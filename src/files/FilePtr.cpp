@@ -1,7 +1,7 @@
-#include "files/SpinFlag.h"
 #include "files/platform/FileMapping.h"
 
 #include <QuorOsgUtils/FilePtr.h>
+#include <QuorOsgUtils/SpinLock.h>
 
 #include <algorithm>
 #include <exception>
@@ -58,7 +58,7 @@ struct FilePtr::Private {
 
   std::map<void*, View, std::less<>> views;  // by start address
   FileMapping mapping;
-  SpinFlag viewsFlag;
+  SpinLock viewsLock;
   std::string path;
 };
 
@@ -83,7 +83,7 @@ void FilePtr::open() {
 void FilePtr::close() {
   if (_closed) return;
   {
-    const std::lock_guard<SpinFlag> held(_data->viewsFlag);
+    const std::lock_guard<SpinLock> held(_data->viewsLock);
     for (const auto& [start, view] : _data->views) FileMapping::release(view);
     _data->views.clear();
   }
@@ -118,7 +118,7 @@ void* FilePtr::map(std::int64_t offset, std::int64_t size) {
   const View view = mapping.view(aligned, end - aligned, error);
   if (view.start == nullptr) return reportRefusal(error);
   try {
-    const std::lock_guard<SpinFlag> held(_data->viewsFlag);
+    const std::lock_guard<SpinLock> held(_data->viewsLock);
     _data->views.insert_or_assign(view.start, view);
   } catch (const std::bad_alloc&) {
     FileMapping::release(view);
@@ -132,7 +132,7 @@ void* FilePtr::map(std::int64_t offset, std::int64_t size) {
 void FilePtr::unmap(void* p) {
   View view;
   {
-    const std::lock_guard<SpinFlag> held(_data->viewsFlag);
+    const std::lock_guard<SpinLock> held(_data->viewsLock);
     const auto found = _data->views.find(p);
     if (found == _data->views.end()) return;
     view = found->second;

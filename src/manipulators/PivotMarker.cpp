@@ -1,8 +1,6 @@
 #include "manipulators/PivotMarker.h"
 
-#include "geometry/FlatStrip.h"
-#include "geometry/RingStrip.h"
-#include "geometry/TubeHints.h"
+#include "geometry/Drawables.h"
 
 #include <osg/Array>
 #include <osg/Geode>
@@ -55,7 +53,7 @@ osg::ref_ptr<osg::Geode> createRing(const RingColours& colours, osg::Tessellatio
   return ring;
 }
 
-osg::ref_ptr<osg::MatrixTransform> turned(osg::Node* ring, const osg::Vec3d& firstAxis, const osg::Vec3d& secondAxis) {
+osg::ref_ptr<osg::MatrixTransform> rotated(osg::Node* ring, const osg::Vec3d& firstAxis, const osg::Vec3d& secondAxis) {
   constexpr double kQuarterTurnRadians = 1.5707963;  // truncated, fixed by the interface
   osg::ref_ptr<osg::MatrixTransform> transform = new osg::MatrixTransform(osg::Matrixd::rotate(
       kQuarterTurnRadians, firstAxis, kQuarterTurnRadians, secondAxis, 0.0, osg::Vec3d(1.0, 0.0, 0.0)));
@@ -73,8 +71,8 @@ osg::ref_ptr<osg::AutoTransform> createPivotMarker() {
   marker->setAutoScaleToScreen(true);
   marker->getOrCreateStateSet()->setMode(GL_DEPTH_TEST, osg::StateAttribute::OFF);
   marker->addChild(createRing({kBlue, kGreen}, hints));
-  marker->addChild(turned(createRing({kGreen, kRed}, hints), yAxis, xAxis));
-  marker->addChild(turned(createRing({kRed, kBlue}, hints), xAxis, yAxis));
+  marker->addChild(rotated(createRing({kGreen, kRed}, hints), yAxis, xAxis));
+  marker->addChild(rotated(createRing({kRed, kBlue}, hints), xAxis, yAxis));
   return marker;
 }
 
@@ -86,7 +84,7 @@ void hidePivotMarker(osg::Node& marker) {
 }
 
 osg::ref_ptr<osg::Geometry> createRingCapGeometry(double radius, double width, double z) {
-  return createFlatStrip(ringStripVertices(radius, width, z));
+  return createAnnulus(radius, width, z);
 }
 
 }  // namespace QuorOsgUtils

@@ -94,17 +94,19 @@ bool SPointCloudManipulator::performNormalMovementRightMouseButton(double, doubl
 void SPointCloudManipulator::trackXYball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y,
                                          float p2x, float p2y) {
   const ViewAxes axes = viewAxes(rotation);
-  const Turn turn = trackballTurn(axes.right * p1x + axes.up * p1y, axes.right * p2x + axes.up * p2y, _trackballSize);
-  axis = turn.axis;
-  angle = turn.angle;
+  const AxisAngle step =
+      trackballRotation(axes.right * p1x + axes.up * p1y, axes.right * p2x + axes.up * p2y, _trackballSize);
+  axis = step.axis;
+  angle = step.angle;
 }
 
 void SPointCloudManipulator::trackYZball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y,
                                          float p2x, float p2y) {
   const ViewAxes axes = viewAxes(rotation);
-  const Turn turn = trackballTurn(axes.up * p1x + axes.ahead * p1y, axes.up * p2x + axes.ahead * p2y, _trackballSize);
-  axis = turn.axis;
-  angle = turn.angle;
+  const AxisAngle step =
+      trackballRotation(axes.up * p1x + axes.ahead * p1y, axes.up * p2x + axes.ahead * p2y, _trackballSize);
+  axis = step.axis;
+  angle = step.angle;
 }
 
 }  // namespace QuorOsgUtils

@@ -13,7 +13,7 @@ ViewAxes viewAxes(const osg::Quat& rotation) {
           matrix.preMult(osg::Vec3d(0.0, 0.0, -1.0))};
 }
 
-Turn trackballTurn(const osg::Vec3d& p1, const osg::Vec3d& p2, double trackballSize) {
+AxisAngle trackballRotation(const osg::Vec3d& p1, const osg::Vec3d& p2, double trackballSize) {
   osg::Vec3d axis = p2 ^ p1;
   axis.normalize();
   const float way = static_cast<float>((p2 - p1).length() / (2.0 * trackballSize));

@@ -6,9 +6,9 @@
 
 namespace {
 
+using QuorOsgUtils::AxisAngle;
 using QuorOsgUtils::limitedPitch;
-using QuorOsgUtils::trackballTurn;
-using QuorOsgUtils::Turn;
+using QuorOsgUtils::trackballRotation;
 using QuorOsgUtils::viewAxes;
 using QuorOsgUtils::ViewAxes;
 
@@ -36,19 +36,19 @@ TEST(TrackballTest, aPitchOfAQuarterTurnLooksAlongY) {
 }
 
 TEST(TrackballTest, halfTheWayIsTheSineOfTheAngleInBallSizes) {
-  const Turn turn = trackballTurn(osg::Vec3d(0.0, 0.5, 0.0), osg::Vec3d(0.8, 0.5, 0.0), 0.8);
-  EXPECT_NEAR(turn.angle, std::asin(0.5), 1e-6);
-  EXPECT_NEAR((turn.axis - osg::Vec3d(0.0, 0.0, 1.0)).length(), 0.0, 1e-12);
+  const AxisAngle rotation = trackballRotation(osg::Vec3d(0.0, 0.5, 0.0), osg::Vec3d(0.8, 0.5, 0.0), 0.8);
+  EXPECT_NEAR(rotation.angle, std::asin(0.5), 1e-6);
+  EXPECT_NEAR((rotation.axis - osg::Vec3d(0.0, 0.0, 1.0)).length(), 0.0, 1e-12);
 }
 
 TEST(TrackballTest, aDistanceLongerThanTheBallRotatesByNinetyDegrees) {
-  EXPECT_NEAR(trackballTurn(osg::Vec3d(-2.0, 0.5, 0.0), osg::Vec3d(2.0, 0.5, 0.0), 0.8).angle, kPi / 2.0, 1e-6);
+  EXPECT_NEAR(trackballRotation(osg::Vec3d(-2.0, 0.5, 0.0), osg::Vec3d(2.0, 0.5, 0.0), 0.8).angle, kPi / 2.0, 1e-6);
 }
 
 TEST(TrackballTest, zeroDistanceGivesNoRotation) {
-  const Turn turn = trackballTurn(osg::Vec3d(0.3, 0.5, 0.0), osg::Vec3d(0.3, 0.5, 0.0), 0.8);
-  EXPECT_EQ(turn.angle, 0.0f);
-  EXPECT_EQ(osg::Quat(turn.angle, turn.axis), osg::Quat());
+  const AxisAngle rotation = trackballRotation(osg::Vec3d(0.3, 0.5, 0.0), osg::Vec3d(0.3, 0.5, 0.0), 0.8);
+  EXPECT_EQ(rotation.angle, 0.0f);
+  EXPECT_EQ(osg::Quat(rotation.angle, rotation.axis), osg::Quat());
 }
 
 TEST(TrackballTest, aPitchThatGrowsOnTheWayDownEndsStraightDown) {
