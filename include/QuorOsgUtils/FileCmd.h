@@ -67,7 +67,7 @@ class QUOR_OSG_UTILS_EXPORT FileCmd {
  protected:
   /// Call `FilePtr::map` and `FilePtr::unmap` of the proxy's file. Null if the manager does not know the file. Only on
   /// the thread that runs the command, while it runs; any other use ends the process.
-  static void* map(const FileProxy* proxy, std::int64_t offset, std::int64_t size);
+  [[nodiscard]] static void* map(const FileProxy* proxy, std::int64_t offset, std::int64_t size);
   static void unmap(const FileProxy* proxy, void* p);
 
  private:

@@ -25,7 +25,7 @@ class QUOR_OSG_UTILS_EXPORT FileProxy {
   FileProxy();
   virtual ~FileProxy();
 
-  void* map(std::int64_t offset, std::int64_t size) const;
+  [[nodiscard]] void* map(std::int64_t offset, std::int64_t size) const;
   void unmap(void* p) const;
   void _checkThread() const;
 

@@ -73,7 +73,7 @@ class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
   /// | start                                                      | after it                                    |
   /// | an offset after the end of the file whose view starts      | the view up to the end of the file; the     |
   /// | before it                                                  | pointer lies after it                       |
-  void* map(std::int64_t offset, std::int64_t size);
+  [[nodiscard]] void* map(std::int64_t offset, std::int64_t size);
 
   /// Unmaps the view that starts at `p`; ignores any other pointer.
   void unmap(void* p);

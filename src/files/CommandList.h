@@ -3,6 +3,7 @@
 #include <QuorOsgUtils/FileCmd.h>
 
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <list>
 #include <utility>
@@ -21,9 +22,9 @@ class CommandList {
 
   bool empty() const { return _blocks.empty() || _first == _blocks.front().end; }
   /// Moves the block in `fresh` into this list if the last one is full; false if that is needed and `fresh` is empty.
-  bool append(FileCmd* cmd, Blocks& fresh);
+  [[nodiscard]] bool append(FileCmd* cmd, Blocks& fresh);
   /// The list must not be empty. Frees a block once all of its commands are removed, unless it is the last.
-  FileCmd* removeFront();
+  [[nodiscard]] FileCmd* removeFront();
   void swap(CommandList& other) noexcept;
 
  private:
@@ -44,6 +45,7 @@ inline bool CommandList::append(FileCmd* cmd, Blocks& fresh) {
 }
 
 inline FileCmd* CommandList::removeFront() {
+  assert(!empty());
   Block& front = _blocks.front();
   FileCmd* const cmd = front.cmds[_first++];
   if (_first < front.end) return cmd;

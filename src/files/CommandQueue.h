@@ -25,11 +25,11 @@ class CommandQueue {
   void push(FileCmd* cmd);
 
   /// The first command of the highest priority, null when none is queued. Allocates nothing.
-  FileCmd* take();
+  [[nodiscard]] FileCmd* take();
 
   /// Sleeps until a command may be queued (true), until `finish` was called and none is queued (false), or until
   /// `abandon` was called (false).
-  bool wait();
+  [[nodiscard]] bool wait();
   void finish();
   void abandon();
   /// Withdraws `finish` and `abandon`.

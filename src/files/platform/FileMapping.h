@@ -20,16 +20,16 @@ class FileMapping {
   /// Opens an existing file for reading and writing, shared with other openers and not inherited by child processes,
   /// reads its size and maps all of it. Returns 0, or the error number; the size is then that of the last
   /// successful opening, 0 before the first. Waits for another process to release its lease on the file.
-  std::uint32_t open(const std::string& path);
+  [[nodiscard]] std::uint32_t open(const std::string& path);
   /// All views must have been released.
   void close();
 
   std::int64_t sizeBytes() const { return _sizeBytes; }
   std::uint32_t granularityBytes() const { return _granularityBytes; }
 
-  /// A writable view from `offset`, a multiple of the granularity; a length of 0 extends to the end of the mapping. On
-  /// failure the start is null and `error` is set.
-  View view(std::int64_t offset, std::int64_t lengthBytes, std::uint32_t& error) const;
+  /// A writable view from `offset`, which must be a multiple of the granularity; a length of 0 extends to the end of
+  /// the mapping. On failure the start is null and `error` is set.
+  [[nodiscard]] View view(std::int64_t offset, std::int64_t lengthBytes, std::uint32_t& error) const;
   static void release(const View& view);
 
   /// Whether opening the path for reading would wait for a writer.

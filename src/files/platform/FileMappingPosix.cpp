@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cassert>
 #include <cerrno>
 
 namespace QuorOsgUtils {
@@ -62,6 +63,7 @@ void FileMapping::close() {
 }
 
 FileMapping::View FileMapping::view(std::int64_t offset, std::int64_t lengthBytes, std::uint32_t& error) const {
+  assert(offset % granularityBytes() == 0);
   const std::int64_t length = lengthBytes == 0 ? _sizeBytes - offset : lengthBytes;
   void* const start = ::mmap(nullptr, static_cast<std::size_t>(length), PROT_READ | PROT_WRITE, MAP_SHARED,
                              static_cast<int>(_file), offset);

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cassert>
 #include <clocale>
 #include <cstdlib>
 #include <vector>
@@ -72,6 +73,7 @@ void FileMapping::close() {
 }
 
 FileMapping::View FileMapping::view(std::int64_t offset, std::int64_t lengthBytes, std::uint32_t& error) const {
+  assert(offset % granularityBytes() == 0);
   void* const start = ::MapViewOfFile(handleOf(_mapping), FILE_MAP_ALL_ACCESS, upperHalf(offset), lowerHalf(offset),
                                       static_cast<SIZE_T>(lengthBytes));
   if (start != nullptr) return {start, lengthBytes};

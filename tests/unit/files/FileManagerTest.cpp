@@ -698,7 +698,7 @@ void useOnAForeignThreadWhileTheCommandRuns(const std::function<void(Work::Proxy
 }
 
 void mapSomething(Work::Proxy proxy) {
-  Work::map(proxy, 0, 10);
+  static_cast<void>(Work::map(proxy, 0, 10));
 }
 
 void unmapNothing(Work::Proxy proxy) {
