@@ -6,12 +6,12 @@ void CommandQueue::push(FileCmd* cmd) {
   const auto priority = static_cast<std::size_t>(cmd->getPriority());
   if (priority >= _pushed.size()) return;
   CommandList::Blocks none;
-  if (append(cmd, priority, none)) return;
+  if (_append(cmd, priority, none)) return;
   CommandList::Blocks fresh(1);
-  append(cmd, priority, fresh);
+  _append(cmd, priority, fresh);
 }
 
-inline bool CommandQueue::append(FileCmd* cmd, std::size_t priority, CommandList::Blocks& fresh) {
+inline bool CommandQueue::_append(FileCmd* cmd, std::size_t priority, CommandList::Blocks& fresh) {
   bool wasIdle = false;
   {
     const std::lock_guard<SpinLock> held(_lock);
@@ -20,7 +20,7 @@ inline bool CommandQueue::append(FileCmd* cmd, std::size_t priority, CommandList
     wasIdle = _idle.load(std::memory_order_relaxed);
     if (wasIdle) _idle.store(false, std::memory_order_release);
   }
-  if (wasIdle) wake();
+  if (wasIdle) _wake();
   return true;
 }
 
@@ -30,27 +30,27 @@ FileCmd* CommandQueue::take() {
   const std::uint32_t filled = _filled.load(std::memory_order_acquire);
   for (std::size_t priority = 0; priority < _taken.size(); ++priority) {
     CommandList& cmds = _taken[priority];
-    if (cmds.empty() && (filled >> priority & 1u) != 0) fetch(priority);
+    if (cmds.empty() && (filled >> priority & 1u) != 0) _fetch(priority);
     if (!cmds.empty()) return cmds.removeFront();
   }
-  fallIdle();
+  _fallIdle();
   return nullptr;
 }
 
-void CommandQueue::fetch(std::size_t priority) {
+void CommandQueue::_fetch(std::size_t priority) {
   const std::lock_guard<SpinLock> held(_lock);
   _taken[priority].swap(_pushed[priority]);
   _filled.store(_filled.load(std::memory_order_relaxed) & ~(1u << priority), std::memory_order_relaxed);
 }
 
-void CommandQueue::fallIdle() {
+void CommandQueue::_fallIdle() {
   const std::lock_guard<SpinLock> held(_lock);
   _idle.store(_filled.load(std::memory_order_relaxed) == 0, std::memory_order_relaxed);
 }
 
 // The waiting thread reads `_idle` under the mutex: it either sees the change, or is already asleep and gets the
 // notification.
-void CommandQueue::wake() {
+void CommandQueue::_wake() {
   { const std::lock_guard<std::mutex> held(_mutex); }
   _awake.notify_one();
 }
@@ -64,18 +64,18 @@ bool CommandQueue::wait() {
 }
 
 void CommandQueue::finish() {
-  stop(Stop::WhenEmpty);
+  _stopWhen(Stop::WhenEmpty);
 }
 
 void CommandQueue::abandon() {
-  stop(Stop::Now);
+  _stopWhen(Stop::Now);
 }
 
 void CommandQueue::resume() {
-  stop(Stop::Never);
+  _stopWhen(Stop::Never);
 }
 
-void CommandQueue::stop(Stop stop) {
+void CommandQueue::_stopWhen(Stop stop) {
   {
     const std::lock_guard<std::mutex> held(_mutex);
     _stop = stop;

@@ -37,12 +37,12 @@ class CommandQueue {
 
  private:
   enum class Stop { Never, WhenEmpty, Now };
-  void stop(Stop stop);
+  void _stopWhen(Stop stop);
 
-  bool append(FileCmd* cmd, std::size_t priority, CommandList::Blocks& fresh);
-  void fetch(std::size_t priority);
-  void fallIdle();
-  void wake();
+  bool _append(FileCmd* cmd, std::size_t priority, CommandList::Blocks& fresh);
+  void _fetch(std::size_t priority);
+  void _fallIdle();
+  void _wake();
 
   static constexpr std::size_t kCacheLineBytes = 64;
 

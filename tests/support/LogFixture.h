@@ -3,6 +3,8 @@
 #include "support/FilesFixture.h"
 #include "support/NewProcess.h"
 
+#include <QuorOsgUtils/LogFile.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +17,16 @@ namespace QuorTests {
 
 constexpr const char* kLogName = "3Dengine.log";
 constexpr const char* kByteOrderMark = "\xEF\xBB\xBF";
+
+inline QuorOsgUtils::LogFile& theLog() {
+  return *QuorOsgUtils::LogFile::getInstance();
+}
+
+inline void writeOneOfEach() {
+  theLog().info("one");
+  theLog().debug("two");
+  theLog().error("three");
+}
 
 /// The part of an entry after the time.
 inline std::string entryOf(const std::string& severity, long thread, const std::string& call,

@@ -9,6 +9,10 @@ namespace {
 
 constexpr double kHalfFieldOfView = 30.0 * 3.14159265358979323846 / 180.0;
 
+// Of `changeEveryField`.
+const osg::Quat kPitch(0.4, osg::Vec3d(1.0, 0.0, 0.0));
+const osg::Quat kYaw(0.3, osg::Vec3d(0.0, 0.0, 1.0));
+
 }  // namespace
 
 template <typename Manipulator>
@@ -133,6 +137,41 @@ void NavigationFixture<Manipulator>::expectSharedDefaults(Manipulator& fresh) {
   EXPECT_FALSE(fresh.getAllowThrow());
 }
 
+template <typename Manipulator>
+void NavigationFixture<Manipulator>::changeEveryField() {
+  _manipulator->setStationCenter(osg::Vec3f(1.5f, 2.5f, 3.5f));
+  _manipulator->setStationModel(true);
+  _manipulator->setLockPerspective(true);
+  _manipulator->setWheelZoomFactor(20.0);
+  _manipulator->setRotationFactor(2.0);
+  _manipulator->setPitchWithYawQuat(kPitch, kYaw);
+  _manipulator->_pivotPoint = osg::Vec3d(10.0, 11.0, 12.0);
+  _manipulator->_spareRatio = 0.25;
+  _manipulator->_spareCount = 13;
+  _manipulator->_spareVector = osg::Vec3d(14.0, 15.0, 16.0);
+  _manipulator->_fov = 45.0;
+}
+
+template <typename Manipulator>
+void NavigationFixture<Manipulator>::expectCopyOfEveryField(Manipulator& copy) {
+  EXPECT_EQ(copy.getMatrix(), _manipulator->getMatrix());
+  EXPECT_EQ(copy._osgViewer.get(), _viewer.get());
+  EXPECT_EQ(copy._pivotIndicator.get(), _manipulator->_pivotIndicator.get());
+  EXPECT_EQ(copy._stationCenter, osg::Vec3d(1.5, 2.5, 3.5));
+  EXPECT_TRUE(copy.isStationModel());
+  EXPECT_TRUE(copy._lockPerspective);
+  EXPECT_EQ(copy.getWheelZoomFactor(), 20.0);
+  EXPECT_EQ(copy.getRotationFactor(), 2.0);
+  EXPECT_EQ(copy.getTrackballSize(), 0.9);
+  EXPECT_EQ(copy._pitchQuat, kPitch);
+  EXPECT_EQ(copy._yawQuat, kYaw);
+  EXPECT_EQ(copy._pivotPoint, osg::Vec3d(10.0, 11.0, 12.0));
+  EXPECT_EQ(copy._spareRatio, 0.25);
+  EXPECT_EQ(copy._spareCount, 13);
+  EXPECT_EQ(copy._spareVector, osg::Vec3d(14.0, 15.0, 16.0));
+  EXPECT_EQ(copy.getFov(), 45.0);
+}
+
 template class NavigationFixture<OpenManipulator>;
 template class NavigationFixture<OpenPivotManipulator>;
 
@@ -140,6 +179,13 @@ void expectNear(const osg::Vec3d& actual, const osg::Vec3d& expected, double tol
   EXPECT_NEAR(actual.x(), expected.x(), tolerance);
   EXPECT_NEAR(actual.y(), expected.y(), tolerance);
   EXPECT_NEAR(actual.z(), expected.z(), tolerance);
+}
+
+double angleOf(const osg::Quat& rotation) {
+  double angle = 0.0;
+  osg::Vec3d axis;
+  rotation.getRotate(angle, axis);
+  return angle;
 }
 
 void expectSameRotation(const osg::Quat& actual, const osg::Quat& expected, double tolerance) {

@@ -83,6 +83,11 @@ class NavigationFixture : public ::testing::Test {
   bool scroll(Event::ScrollingMotion motion, double x, double y);
   bool key(int keySymbol);
 
+  /// Gives every field a value that is not its default.
+  void changeEveryField();
+  /// Expects the values of `changeEveryField`, and that the marker and the viewer are shared.
+  void expectCopyOfEveryField(Manipulator& copy);
+
   /// The constructor argument of every manipulator of this viewer.
   void expectSharedDefaults(Manipulator& fresh);
 
@@ -107,6 +112,8 @@ using ManipulatorFixture = NavigationFixture<OpenManipulator>;
 using PivotManipulatorFixture = NavigationFixture<OpenPivotManipulator>;
 
 void expectNear(const osg::Vec3d& actual, const osg::Vec3d& expected, double tolerance);
+/// Radians.
+double angleOf(const osg::Quat& rotation);
 /// As rotations: q and −q are the same.
 void expectSameRotation(const osg::Quat& actual, const osg::Quat& expected, double tolerance);
 

@@ -1,4 +1,5 @@
 #include "support/ExposedBoxCutter.h"
+#include "support/TubeHints.h"
 
 #include <osg/AutoTransform>
 #include <osg/Geode>
@@ -316,16 +317,7 @@ TEST_F(BoxCutterHandlesTest, theRingsPickTubesAreOpenCylindersOfTheirColoursThat
     EXPECT_EQ(tube.getColor(), kAxisColors[i]);
     expectNeverDrawn(tube);
     ASSERT_NE(tube.getTessellationHints(), nullptr);
-    const osg::TessellationHints& hints = *tube.getTessellationHints();
-    EXPECT_EQ(hints.getDetailRatio(), 1.0f);
-    EXPECT_EQ(hints.getTargetNumFaces(), 100u);
-    EXPECT_TRUE(hints.getCreateFrontFace());
-    EXPECT_FALSE(hints.getCreateBackFace());
-    EXPECT_TRUE(hints.getCreateNormals());
-    EXPECT_FALSE(hints.getCreateTextureCoords());
-    EXPECT_FALSE(hints.getCreateTop());
-    EXPECT_TRUE(hints.getCreateBody());
-    EXPECT_FALSE(hints.getCreateBottom());
+    expectTubeHints(*tube.getTessellationHints());
   }
 }
 

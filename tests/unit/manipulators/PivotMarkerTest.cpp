@@ -1,4 +1,5 @@
 #include "support/ManipulatorFixture.h"
+#include "support/TubeHints.h"
 
 #include <osg/Geode>
 #include <osg/Geometry>
@@ -72,15 +73,7 @@ TEST_F(PivotMarkerTest, theBandsShareHintsForABodyOfAHundredFacesWithoutEnds) {
   const osg::TessellationHints& hints = *hintsOf(0);
   EXPECT_EQ(hintsOf(1), &hints);
   EXPECT_EQ(hintsOf(2), &hints);
-  EXPECT_EQ(hints.getDetailRatio(), 1.0f);
-  EXPECT_EQ(hints.getTargetNumFaces(), 100u);
-  EXPECT_TRUE(hints.getCreateFrontFace());
-  EXPECT_FALSE(hints.getCreateBackFace());
-  EXPECT_TRUE(hints.getCreateNormals());
-  EXPECT_FALSE(hints.getCreateTextureCoords());
-  EXPECT_TRUE(hints.getCreateBody());
-  EXPECT_FALSE(hints.getCreateTop());
-  EXPECT_FALSE(hints.getCreateBottom());
+  expectTubeHints(hints);
 }
 
 TEST_F(PivotMarkerTest, theCapsAreStripsOfTwoHundredAndTwoVerticesOnEachSideWithoutColours) {

@@ -13,13 +13,6 @@ constexpr double kPi = 3.14159265358979323846;
 const osg::Vec3d kXAxis(1.0, 0.0, 0.0);
 const osg::Vec3d kZAxis(0.0, 0.0, 1.0);
 
-double angleOf(const osg::Quat& rotation) {
-  double angle = 0.0;
-  osg::Vec3d axis;
-  rotation.getRotate(angle, axis);
-  return angle;
-}
-
 class SPointCloudManipulatorTest : public ManipulatorFixture {
  protected:
   /// Looks along +Y, level, with pitch and yaw as the setters give them.
@@ -73,36 +66,11 @@ TEST_F(SPointCloudManipulatorTest, theViewerIsObservedReplacedAndCleared) {
 
 TEST_F(SPointCloudManipulatorTest, aCopyTakesEveryFieldAndSharesMarkerAndViewer) {
   lookAt(osg::Vec3d(1.0, 2.0, 3.0), osg::Vec3d(4.0, 5.0, 6.0));
-  _manipulator->setStationCenter(osg::Vec3f(1.5f, 2.5f, 3.5f));
-  _manipulator->setStationModel(true);
-  _manipulator->setLockPerspective(true);
-  _manipulator->setWheelZoomFactor(20.0);
-  _manipulator->setRotationFactor(2.0);
+  changeEveryField();
   _manipulator->setViewCenter(osg::Vec3d(7.0, 8.0, 9.0));
-  _manipulator->_yawQuat = osg::Quat(0.3, osg::Vec3d(0.0, 0.0, 1.0));
-  _manipulator->_pivotPoint = osg::Vec3d(10.0, 11.0, 12.0);
-  _manipulator->_spareRatio = 0.25;
-  _manipulator->_spareCount = 13;
-  _manipulator->_spareVector = osg::Vec3d(14.0, 15.0, 16.0);
-  _manipulator->_fov = 45.0;
   const osg::ref_ptr<OpenManipulator> copy = new OpenManipulator(*_manipulator);
-  EXPECT_EQ(copy->getMatrix(), _manipulator->getMatrix());
-  EXPECT_EQ(copy->_osgViewer.get(), _viewer.get());
-  EXPECT_EQ(copy->_pivotIndicator.get(), _manipulator->_pivotIndicator.get());
-  EXPECT_EQ(copy->_stationCenter, osg::Vec3d(1.5, 2.5, 3.5));
-  EXPECT_TRUE(copy->isStationModel());
-  EXPECT_TRUE(copy->_lockPerspective);
-  EXPECT_EQ(copy->getWheelZoomFactor(), 20.0);
-  EXPECT_EQ(copy->getRotationFactor(), 2.0);
-  EXPECT_EQ(copy->getTrackballSize(), 0.9);
+  expectCopyOfEveryField(*copy);
   EXPECT_EQ(copy->getViewCenter(), osg::Vec3d(7.0, 8.0, 9.0));
-  EXPECT_EQ(copy->_pitchQuat, _manipulator->_pitchQuat);
-  EXPECT_EQ(copy->_yawQuat, osg::Quat(0.3, osg::Vec3d(0.0, 0.0, 1.0)));
-  EXPECT_EQ(copy->_pivotPoint, osg::Vec3d(10.0, 11.0, 12.0));
-  EXPECT_EQ(copy->_spareRatio, 0.25);
-  EXPECT_EQ(copy->_spareCount, 13);
-  EXPECT_EQ(copy->_spareVector, osg::Vec3d(14.0, 15.0, 16.0));
-  EXPECT_EQ(copy->getFov(), 45.0);
   EXPECT_EQ(copy->_initialRotation, _manipulator->_initialRotation);
   EXPECT_EQ(copy->_initialRotationAngle, _manipulator->_initialRotationAngle);
 }

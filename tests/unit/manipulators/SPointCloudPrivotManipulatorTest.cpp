@@ -33,33 +33,9 @@ TEST_F(SPointCloudPrivotManipulatorTest, isBuiltWithItsDefaults) {
 }
 
 TEST_F(SPointCloudPrivotManipulatorTest, aCopyTakesEveryFieldAndSharesMarkerAndViewer) {
-  _manipulator->setStationCenter(osg::Vec3f(1.5f, 2.5f, 3.5f));
-  _manipulator->setStationModel(true);
-  _manipulator->setLockPerspective(true);
-  _manipulator->setWheelZoomFactor(20.0);
-  _manipulator->setRotationFactor(2.0);
-  _manipulator->setPitchWithYawQuat(osg::Quat(0.4, kXAxis), osg::Quat(0.3, kZAxis));
-  _manipulator->_pivotPoint = osg::Vec3d(10.0, 11.0, 12.0);
-  _manipulator->_spareRatio = 0.25;
-  _manipulator->_spareCount = 13;
-  _manipulator->_spareVector = osg::Vec3d(14.0, 15.0, 16.0);
-  _manipulator->_fov = 45.0;
+  changeEveryField();
   const osg::ref_ptr<OpenPivotManipulator> copy = new OpenPivotManipulator(*_manipulator);
-  EXPECT_EQ(copy->getMatrix(), _manipulator->getMatrix());
-  EXPECT_EQ(copy->_osgViewer.get(), _viewer.get());
-  EXPECT_EQ(copy->_pivotIndicator.get(), _manipulator->_pivotIndicator.get());
-  EXPECT_EQ(copy->_stationCenter, osg::Vec3d(1.5, 2.5, 3.5));
-  EXPECT_TRUE(copy->isStationModel());
-  EXPECT_TRUE(copy->_lockPerspective);
-  EXPECT_EQ(copy->getWheelZoomFactor(), 20.0);
-  EXPECT_EQ(copy->getRotationFactor(), 2.0);
-  EXPECT_EQ(copy->_pitchQuat, osg::Quat(0.4, kXAxis));
-  EXPECT_EQ(copy->_yawQuat, osg::Quat(0.3, kZAxis));
-  EXPECT_EQ(copy->_pivotPoint, osg::Vec3d(10.0, 11.0, 12.0));
-  EXPECT_EQ(copy->_spareRatio, 0.25);
-  EXPECT_EQ(copy->_spareCount, 13);
-  EXPECT_EQ(copy->_spareVector, osg::Vec3d(14.0, 15.0, 16.0));
-  EXPECT_EQ(copy->getFov(), 45.0);
+  expectCopyOfEveryField(*copy);
 }
 
 TEST_F(SPointCloudPrivotManipulatorTest, setTransformationIsTheOrbitManipulatorsOwnAndLeavesPitchAndYaw) {

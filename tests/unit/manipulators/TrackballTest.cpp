@@ -1,4 +1,5 @@
 #include "manipulators/Trackball.h"
+#include "support/ManipulatorFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -11,16 +12,10 @@ using QuorOsgUtils::limitedPitch;
 using QuorOsgUtils::trackballRotation;
 using QuorOsgUtils::viewAxes;
 using QuorOsgUtils::ViewAxes;
+using QuorTests::angleOf;
 
 constexpr double kPi = 3.14159265358979323846;
 const osg::Vec3d kXAxis(1.0, 0.0, 0.0);
-
-double angleOf(const osg::Quat& rotation) {
-  double angle = 0.0;
-  osg::Vec3d axis;
-  rotation.getRotate(angle, axis);
-  return angle;
-}
 
 TEST(TrackballTest, theAxesOfAnUnturnedViewLookDown) {
   const ViewAxes axes = viewAxes(osg::Quat());

@@ -10,6 +10,7 @@ namespace {
 
 using QuorOsgUtils::orthographicWheelStep;
 using QuorOsgUtils::perspectiveWheelMovement;
+using QuorOsgUtils::ProjectionBox;
 using QuorOsgUtils::stationFieldOfView;
 using QuorOsgUtils::ViewState;
 using QuorOsgUtils::WheelNotch;
@@ -18,17 +19,8 @@ using QuorTests::viewAlongY;
 const osg::Matrixd kFrustum = osg::Matrixd::frustum(-1.0, 1.0, -0.5, 0.5, 1.0, 1000.0);
 const osg::Matrixd kOrtho = osg::Matrixd::ortho(-20.0, 20.0, -10.0, 10.0, 1.0, 1000.0);
 
-struct OrthoBox {
-  double left = 0.0;
-  double right = 0.0;
-  double bottom = 0.0;
-  double top = 0.0;
-  double zNear = 0.0;
-  double zFar = 0.0;
-};
-
-OrthoBox boxOf(const osg::Matrixd& projection) {
-  OrthoBox box;
+ProjectionBox boxOf(const osg::Matrixd& projection) {
+  ProjectionBox box;
   EXPECT_TRUE(projection.getOrtho(box.left, box.right, box.bottom, box.top, box.zNear, box.zFar));
   return box;
 }
@@ -72,7 +64,7 @@ TEST(WheelStepTest, aProjectionThatIsNoFrustumYieldsNoMovement) {
 TEST(WheelStepTest, anOrthographicNotchScalesTheBoxAndKeepsThePointInItsPlace) {
   const auto step = orthographicWheelStep(viewAlongY(kOrtho), 400.0, 200.0, 10.0, WheelNotch::Up);
   ASSERT_TRUE(step);
-  const OrthoBox box = boxOf(step->projection);
+  const ProjectionBox box = boxOf(step->projection);
   EXPECT_NEAR(box.left, -18.0, 1e-9);
   EXPECT_NEAR(box.right, 18.0, 1e-9);
   EXPECT_NEAR(box.bottom, -9.0, 1e-9);
@@ -86,7 +78,7 @@ TEST(WheelStepTest, anOrthographicNotchScalesTheBoxAndKeepsThePointInItsPlace) {
 TEST(WheelStepTest, anOrthographicNotchDownWidensTheBox) {
   const auto step = orthographicWheelStep(viewAlongY(kOrtho), 200.0, 100.0, 10.0, WheelNotch::Down);
   ASSERT_TRUE(step);
-  const OrthoBox box = boxOf(step->projection);
+  const ProjectionBox box = boxOf(step->projection);
   EXPECT_NEAR(box.right - box.left, 44.0, 1e-9);
   EXPECT_NEAR(box.top - box.bottom, 22.0, 1e-9);
   EXPECT_NEAR(step->movement.length(), 0.0, 1e-9);
@@ -96,7 +88,7 @@ TEST(WheelStepTest, anOffCentreBoxIsCentredOnTheAxis) {
   const osg::Matrixd ortho = osg::Matrixd::ortho(0.0, 40.0, 5.0, 25.0, 1.0, 1000.0);
   const auto step = orthographicWheelStep(viewAlongY(ortho), 200.0, 100.0, 10.0, WheelNotch::Up);
   ASSERT_TRUE(step);
-  const OrthoBox box = boxOf(step->projection);
+  const ProjectionBox box = boxOf(step->projection);
   EXPECT_NEAR(box.left, -18.0, 1e-9);
   EXPECT_NEAR(box.top, 9.0, 1e-9);
   // The middle of the window showed (20, 15).

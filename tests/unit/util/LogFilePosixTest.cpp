@@ -20,12 +20,6 @@ namespace {
 
 constexpr uid_t kNobody = 65534;
 
-void writeOneOfEach() {
-  LogFile::getInstance()->info("one");
-  LogFile::getInstance()->debug("two");
-  LogFile::getInstance()->error("three");
-}
-
 /// Writes as user nobody in another user's folder. Skips the normal exit, where tools that watch the process would fail
 /// because of its new user.
 void writeAsNobody() {

@@ -46,16 +46,6 @@ class Thrower : public plog::IAppender {
   void write(const plog::Record&) override { throw std::runtime_error("no more paper"); }
 };
 
-LogFile& theLog() {
-  return *LogFile::getInstance();
-}
-
-void writeOneOfEach() {
-  theLog().info("one");
-  theLog().debug("two");
-  theLog().error("three");
-}
-
 using LogFileRecordTest = LogFixture;
 
 }  // namespace

@@ -23,16 +23,6 @@ namespace {
 constexpr std::size_t kThreads = 8;
 constexpr int kMessagesEach = 250;
 
-LogFile& theLog() {
-  return *LogFile::getInstance();
-}
-
-void writeOneOfEach() {
-  theLog().info("one");
-  theLog().debug("two");
-  theLog().error("three");
-}
-
 /// Lengths from a few bytes to several times what a pipe or a page takes at once.
 std::string numbered(std::size_t thread, int message) {
   return "thread " + std::to_string(thread) + " message " + std::to_string(message) + " " +
