@@ -38,11 +38,11 @@ const osg::Vec3d kZAxis(0.0, 0.0, 1.0);
 
 // A cone points along z; each rotation makes it point out of its face. In the order of the faces. The truncated angles
 // are fixed by the interface.
-struct ConeTurn {
+struct ConeRotation {
   double radians;
   osg::Vec3d axis;
 };
-const ConeTurn kConeTurns[] = {{-1.5707963, kYAxis}, {1.5707963, kYAxis}, {1.5707963, kXAxis},
+const ConeRotation kConeRotations[] = {{-1.5707963, kYAxis}, {1.5707963, kYAxis}, {1.5707963, kXAxis},
                                {-1.5707963, kXAxis}, {3.1415926, kXAxis}, {0.0, kXAxis}};
 const osg::Vec3d kAxes[] = {kXAxis, kYAxis, kZAxis};
 
@@ -142,11 +142,11 @@ void BoxCutterDragger::setupScaleGeometry() {
   _boxCenter = appended(*_scaleSwitch, createTransform());
   const osg::Vec4f colors[] = {_xColor, _yColor, _zColor};
   for (std::size_t number = 0; number < _faces.size(); ++number) {
-    const ConeTurn& turn = kConeTurns[number];
+    const ConeRotation& rotation = kConeRotations[number];
     FaceHandle& face = _faces[number];
     face.transform = appended(*_boxCenter, createTransform());
     const osg::ref_ptr<osg::AutoTransform> pixels = appended(*face.transform, createPixelSized());
-    face.orientation = appended(*pixels, createTransform(osg::Matrixd::rotate(turn.radians, turn.axis)));
+    face.orientation = appended(*pixels, createTransform(osg::Matrixd::rotate(rotation.radians, rotation.axis)));
     face.cone = createCone(osg::Vec3f(), colors[number / 2]);
     appended(*face.orientation, osg::ref_ptr<osg::Geode>(new osg::Geode))->addDrawable(face.cone);
   }

@@ -15,37 +15,37 @@ using namespace QuorTests;
 
 namespace {
 
-using LogFileHostTest = LogFixture;
+using LogFileApplicationTest = LogFixture;
 
-void startHostLog() {
-  plog::init<0>(plog::verbose, "host.log");
+void startApplicationLog() {
+  plog::init<0>(plog::verbose, "application.log");
 }
 
 void writeBoth() {
-  PLOG_INFO << "of the host";
+  PLOG_INFO << "of the application";
   LogFile::getInstance()->info("of the library");
 }
 
 }  // namespace
 
-TEST_F(LogFileHostTest, aHostThatStartedItsPlogBeforeTheLogSharesNothingWithIt) {
+TEST_F(LogFileApplicationTest, anApplicationThatStartedItsPlogBeforeTheLogSharesNothingWithIt) {
   inNewProcess("work", [] {
-    startHostLog();
+    startApplicationLog();
     writeBoth();
   });
   expectEntries(log(), {info(thread(), "of the library")});
-  const std::string hosts = wholeFile(path("work/host.log"));
-  EXPECT_THAT(hosts, HasSubstr("of the host"));
-  EXPECT_THAT(hosts, Not(HasSubstr("of the library")));
+  const std::string written = wholeFile(path("work/application.log"));
+  EXPECT_THAT(written, HasSubstr("of the application"));
+  EXPECT_THAT(written, Not(HasSubstr("of the library")));
 }
 
-TEST_F(LogFileHostTest, aHostThatStartsItsPlogAfterTheLogSharesNothingWithIt) {
+TEST_F(LogFileApplicationTest, anApplicationThatStartsItsPlogAfterTheLogSharesNothingWithIt) {
   inNewProcess("work", [] {
     LogFile::getInstance();
     if (plog::get<0>() != nullptr) std::exit(2);
-    startHostLog();
+    startApplicationLog();
     writeBoth();
   });
   expectEntries(log(), {info(thread(), "of the library")});
-  EXPECT_THAT(wholeFile(path("work/host.log")), Not(HasSubstr("of the library")));
+  EXPECT_THAT(wholeFile(path("work/application.log")), Not(HasSubstr("of the library")));
 }
