@@ -1,4 +1,4 @@
-// The smallest application: any file that OpenSceneGraph reads, drawn into a captured frame and navigated by its depth.
+// The smallest application: shows any file that OpenSceneGraph reads; captures each frame and navigates by its depth.
 #include <QuorOsgUtils/SPointCloudManipulator.h>
 #include <QuorOsgUtils/ScreenCaptureTool.h>
 
@@ -11,7 +11,7 @@
 namespace {
 constexpr int kWidth = 1280, kHeight = 720;
 
-// Colour as lit from the eye, and zero identifiers; a real application writes its own identifiers and values.
+// Headlight shading and zero identifiers; a real application writes its own identifiers and values.
 const char* const kVertexShader = R"(#version 330 compatibility
 out vec4 lit;
 void main() { gl_Position = ftransform(); lit = gl_Color * (0.25 + 0.75 * abs(gl_NormalMatrix * gl_Normal).z); })";
@@ -21,7 +21,7 @@ layout(location = 1) out uvec4 itemId;
 layout(location = 4) out ivec4 pointId;
 void main() { colour = lit; itemId = uvec4(0); pointId = ivec4(0); })";
 
-// What the capture tool reads: colour, two pairs of identifiers and values, and depth.
+// What the capture tool reads: colour, unsigned identifiers, two float attachments, signed identifiers, and depth.
 osg::FrameBufferObject* createCapturedFrame() {
   const GLenum formats[] = {GL_RGBA8, GL_RGBA32UI_EXT, GL_RGBA32F_ARB, GL_RGBA32F_ARB, GL_RGBA32I_EXT};
   auto* frame = new osg::FrameBufferObject;

@@ -25,8 +25,8 @@ class View;
 
 namespace QuorOsgUtils {
 
-/// The pointer during a drag of the clip box: its hits, the line of sight through it, and its positions in window units
-/// with the origin at the bottom left.
+/// The pointer during a drag of the clip box: its hits, the line of sight through it, and its positions in window
+/// coordinates (pixels, origin at the bottom left, Y up).
 class QUOR_OSG_UTILS_EXPORT BoxPointerInfo : public osgManipulator::PointerInfo {
  public:
   BoxPointerInfo();
@@ -43,8 +43,8 @@ class QUOR_OSG_UTILS_EXPORT BoxPointerInfo : public osgManipulator::PointerInfo 
   /// Position of the latest drag or release.
   float _dragX = 0.0f;
   float _dragY = 0.0f;
-  /// World size of a pixel at the distance of the manipulator's centre, computed from the full vertical field of view
-  /// (fixed by the interface).
+  /// Size of a pixel in world units at the distance of the camera manipulator's centre, computed from the full vertical
+  /// field of view (fixed by the interface).
   double _pixelSize = 1.0;
   /// The inverse of the pick camera's view matrix at the press.
   osg::Matrixd _cameraToWorld;
@@ -74,10 +74,10 @@ class QUOR_OSG_UTILS_EXPORT BoxPointerInfo : public osgManipulator::PointerInfo 
 /// Model: the extents are an axis-aligned box in this node's local frame; only face drags change them. Rotation and
 /// translation change this node's matrix. The six planes are in the frame of this node's parent, which must also be the
 /// clip node's frame. Opposite faces stay at least 0.5 local units apart, within single precision. A face drag is
-/// measured in world units but applied in local units, so the faces of a scaled node do not follow the pointer. A
-/// handle seen end-on is hard to control: one pixel is then a long distance. If a press has no intersection with the
-/// arrow's line, no new start point is stored, and the drag is measured from the previous one. An application can
-/// reject such presses by overriding the protected `handle`.
+/// measured in world units but applied in local units, so the faces of a scaled node do not follow the pointer. If a
+/// handle's axis points at the eye, moving the pointer by one pixel moves the handle a long way. If a press cannot be
+/// projected onto that axis, no new start point is stored, and the drag is measured from the previous start point. An
+/// application can reject such presses by overriding the protected `handle`.
 ///
 /// Handles: cones and arrowheads have a constant size in pixels (about 20 wide and 18 long; arrowheads 150 from the
 /// centre) from the first frame on; before that, these lengths are world units. The rings surround the box. Handles are
@@ -89,8 +89,8 @@ class QUOR_OSG_UTILS_EXPORT BoxPointerInfo : public osgManipulator::PointerInfo 
 /// copy shares handles, state set, projectors, transform callback and clip node with its source: dragging the copy
 /// moves the source. If event handling was on when the copy was made, the copy receives no events until
 /// `setHandleEvents` has switched it off and on.
-/// Threads: the viewer's event thread, between frames: colours and line widths of the handles are not marked as
-/// dynamic.
+/// Threads: call it on the viewer's event thread, between frames, because the handles' colours and line widths do not
+/// have the data variance `osg::Object::DYNAMIC`.
 /// GL: needs no current context; drawing the disc disables depth writes and leaves them enabled.
 /// Errors: nothing is thrown. Events without a view or a hit change nothing. Without a viewport the pointer position is
 /// unknown: a drag then moves the box by an arbitrary but finite distance.
@@ -99,9 +99,9 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   /// Which handles are shown.
   enum CutterType : int { CUTTER_ROTATE = 0, CUTTER_TRANSLATE = 1, CUTTER_SCALE = 2 };
 
-  /// `box` is in local units, with positive extents. If `clipNode` is null, nothing is cut; otherwise it should have no
-  /// planes of its own: the first cut would remove only every other one of them and add six. The constructor cuts
-  /// nothing. Initial mode: CUTTER_SCALE with all cones hidden.
+  /// `box` is in local units, with positive extents. If `clipNode` is null, nothing is clipped; otherwise it should
+  /// have no planes of its own: the first `applyClipPlane` would remove only every other one of them and add six. The
+  /// constructor writes no planes. Initial mode: CUTTER_SCALE with all cones hidden.
   BoxCutterDragger(osg::BoundingBoxf box, osg::ref_ptr<osg::ClipNode> clipNode);
 
   BoxCutterDragger(const BoxCutterDragger& other);
@@ -139,14 +139,14 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   void setZColor(osg::Vec4f color);
 
   /// Whether the clip node keeps a point given in its frame. Always true if there is no clip node or it has no planes.
-  /// Tests the clip node's planes (those of the last cut), not the current box.
+  /// Tests the clip node's planes (as last written by `applyClipPlane`), not the current box.
   bool pointInBox(double x, double y, double z) const;
 
   /// The planes of the current box, in the frame of this node's parent: front (low y), right (high x), back, left, top
   /// (high z), bottom. Normals have length 1 and point inwards: a x + b y + c z + d >= 0 inside. If the box has no
   /// extent, the planes are zero; if the matrix mirrors, the normals point outwards.
   std::vector<osg::Plane> getCurrentClipPlanes() const;
-  /// The planes of the last cut; none before the first.
+  /// The planes last written by `applyClipPlane`; empty before its first call.
   std::vector<osg::Plane> getAllClipPlane() const;
 
  protected:
@@ -233,7 +233,7 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   osg::ref_ptr<osg::MatrixTransform> _ringsTransform;
   std::array<RingHandle, 3> _rings;
 
-  /// Along the three axes. No drag uses them; they are fixed by the interface.
+  /// Lines along the three axes. Drags do not use them; they are fixed by the interface.
   osg::ref_ptr<osgManipulator::LineProjector> _xProjector;
   osg::ref_ptr<osgManipulator::LineProjector> _yProjector;
   osg::ref_ptr<osgManipulator::LineProjector> _zProjector;
@@ -253,9 +253,10 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   osg::Vec4f _yColor = osg::Vec4f(0.0f, 1.0f, 0.0f, 1.0f);
   osg::Vec4f _zColor = osg::Vec4f(0.0f, 0.0f, 1.0f, 1.0f);
 
-  /// The point of the press on the projector's line, in the line's frame.
+  /// The press projected onto the line of `_lineProjector`, in that line's frame.
   osg::Vec3d _startProjectedPoint;
-  /// The pointer's latest point on the rotation's cylinder, in world units, and the rotation since the press.
+  /// The pointer's latest projection onto the rotation cylinder, in world coordinates, and the rotation since the
+  /// press.
   osg::Vec3d _prevWorldProjPt;
   osg::Quat _prevRotation;
   osg::Matrixd _startLocalToWorld;
@@ -265,7 +266,7 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   unsigned int _intersectionMask = ~0u;
   BoxPointerInfo _pointer;
   std::vector<osg::Plane> _clipPlanes;
-  /// A third of the viewport's height at the latest event. Never read; fixed by the interface.
+  /// A third of the viewport's height in pixels at the latest event. Never read; fixed by the interface.
   double _screenScale = 100.0;
 
  private:

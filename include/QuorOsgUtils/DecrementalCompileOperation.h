@@ -29,8 +29,8 @@ namespace QuorOsgUtils {
 /// request's callback and drops the request. When the last reference to the node is released, its GL objects go to
 /// OSG's lists of deleted objects, which are flushed in the following frames.
 ///
-/// The settings (target frame rate to delete-all-till frame number) are only stored for the application. No run uses
-/// them; this is fixed by the interface.
+/// The settings (`setTargetFrameRate` to `setDeleteAllTillFrameNumber`) are only stored for the application. No run
+/// uses them; this is fixed by the interface.
 ///
 /// Lifecycle: a request is pending from `add` until the next run on any context, or until `remove`. A callback may add
 /// and remove requests: those it adds wait for the next run; those it removes are still processed if the current run
@@ -47,11 +47,11 @@ namespace QuorOsgUtils {
 /// requests. Settings, `isActive` and `isEmpty` are read and written without a lock.
 ///
 /// Several contexts: at most one thread at a time processes the requests of an operation, and no thread waits for it. A
-/// run that starts while another thread is busy leaves the pending requests to that thread and returns immediately. The
-/// busy thread processes them before its own run ends, unless application code throws; then they wait for the next run.
-/// So nodes are detached and destroyed by one thread at a time, and each request is processed once. The callback
-/// tells that a request is finished; the return of a run does not. A nested run on the same thread executes
-/// immediately; the outer run then processes the remaining requests again.
+/// run that starts while another thread is processing requests leaves the pending ones to that thread and returns
+/// immediately. The processing thread handles them before its own run ends, unless application code throws; then they
+/// wait for the next run. So nodes are detached and destroyed by one thread at a time, and each request is processed
+/// once. Only the callback means that a request is finished; the return of a run does not. A nested run on the same
+/// thread executes immediately; the outer run then checks again for remaining requests.
 ///
 /// Locks: no lock is held while application code runs. Overridden `removeChild` functions, destructors of nodes and
 /// groups, and callbacks may take any lock, even one that another thread holds while it calls this operation. Do not
@@ -193,7 +193,7 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
 
   // The thread that processes requests; also guarded by the mutex.
   std::thread::id _owner;
-  unsigned int _claims = 0;  ///< more than one while the owner runs the operation inside a run
+  unsigned int _claims = 0;  ///< nesting depth of runs on the owner's thread
   bool _requestsLeft = false;
 };
 

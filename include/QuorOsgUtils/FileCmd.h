@@ -14,7 +14,7 @@ namespace QuorOsgUtils {
 class FileManager;
 class FileProxy;
 
-/// Work on a file, queued to the file manager and run by its worker. Applications derive their own commands:
+/// A command on a file: pushed to the file manager and run on its worker. Applications derive their own commands:
 ///
 ///     class ReadHeader : public QuorOsgUtils::FileCmd {
 ///      public:
@@ -30,21 +30,21 @@ class FileProxy;
 ///     command->setAutoDelete(true);
 ///     QuorOsgUtils::FileManager::getInstance()->push(command);
 ///
-/// Chains: commands linked by `setNext` run as one unit, in the order of their links, by the priority of the first.
+/// Chains: commands linked by `setNext` run as one unit, in order, with the priority of the first.
 /// Ownership: by default the creator owns the command and keeps it alive until the manager has finished with it: that
 /// is, until a command pushed later with the same priority runs, or `FileManager::stopWorker` has returned. With auto
 /// delete, which is for commands pushed once, the manager deletes the first command of a chain after the whole chain
 /// has run, and each deleted command deletes its next if that has auto delete. Deletion stops at the first command
 /// without auto delete: that command and all later ones still belong to the creator. Chains are deleted from the front;
-/// in the destructor of a command `getNext` still returns the next one, which is deleted after it. Threads: set up a
-/// command before pushing it; after that, only the worker uses it. Errors: an exception thrown by a command is reported
-/// by the manager, and the next command of the chain runs.
+/// in the destructor of a command `getNext` still returns the next one, which is deleted after it.
+/// Threads: set up a command before pushing it; after that, only the worker uses it.
+/// Errors: an exception thrown by a command is reported by the manager, and the next command of the chain runs.
 class QUOR_OSG_UTILS_EXPORT FileCmd {
  public:
   /// Lower values run first. A command with any other value is silently not queued and still belongs to its creator.
   enum Priority : std::int32_t { High = 0, Normal = 1, Low = 2 };
 
-  /// `file` is the name under which the manager knows the file.
+  /// `file` is the path under which the file is registered with the manager (see `RegisterFile`).
   FileCmd(const std::string& file, Priority priority);
   FileCmd(const FileCmd&) = delete;
   FileCmd& operator=(const FileCmd&) = delete;
@@ -65,8 +65,8 @@ class QUOR_OSG_UTILS_EXPORT FileCmd {
   void setAutoDelete(const bool& autoDelete);
 
  protected:
-  /// Call `FilePtr::map` and `FilePtr::unmap` of the proxy's file. Null if the manager does not know the file. Only on
-  /// the thread that runs the command, while it runs; any other use ends the process.
+  /// Call `FilePtr::map` and `FilePtr::unmap` of the proxy's file; `map` returns null if the file is not registered.
+  /// Call them only on the thread that runs the command, while it runs; any other use ends the process.
   [[nodiscard]] static void* map(const FileProxy* proxy, std::int64_t offset, std::int64_t size);
   static void unmap(const FileProxy* proxy, void* p);
 
@@ -77,8 +77,8 @@ class QUOR_OSG_UTILS_EXPORT FileCmd {
   std::unique_ptr<Private> _data;
 };
 
-/// Reopens a file that the manager knows, if it is closed. Any other file is opened as a test and closed again; it does
-/// not become known. Works only in a direct call with a null proxy, made where the manager's files may be used: from a
+/// Reopens a registered file if it is closed. An unregistered file is opened as a test and closed again; this does not
+/// register it. Works only in a direct call with a null proxy, made where the manager's files may be used: from a
 /// command, or while there is no worker. A pushed `OpenFile` does nothing. All of this is fixed by the interface.
 class QUOR_OSG_UTILS_EXPORT OpenFile : public FileCmd {
  public:
@@ -86,21 +86,22 @@ class QUOR_OSG_UTILS_EXPORT OpenFile : public FileCmd {
   void operator()(const FileProxy* proxy, FileManager* manager) override;
 };
 
-/// Closes the file and unmaps all its views. Does nothing if the manager does not know the file.
+/// Closes the file and unmaps all its views. Does nothing if the file is not registered.
 class QUOR_OSG_UTILS_EXPORT CloseFile : public FileCmd {
  public:
   CloseFile(const std::string& file, Priority priority);
   void operator()(const FileProxy* proxy, FileManager* manager) override;
 };
 
-/// Closes the file and deletes it from the disk. Does nothing if the manager does not know the file.
+/// Closes the file and deletes it from the disk. Does nothing if the file is not registered.
 class QUOR_OSG_UTILS_EXPORT RemoveFile : public FileCmd {
  public:
   RemoveFile(const std::string& file, Priority priority);
   void operator()(const FileProxy* proxy, FileManager* manager) override;
 };
 
-/// Registers a file with the manager under the path it was constructed with, replacing any earlier one of that path.
+/// Registers a file with the manager under the path it was constructed with, replacing any file registered before under
+/// that path.
 class QUOR_OSG_UTILS_EXPORT RegisterFile : public FileCmd {
  public:
   /// Holds a reference to `file`. Null registers nothing.

@@ -9,9 +9,9 @@ namespace QuorOsgUtils {
 
 class FileCmd;
 
-/// The file of the command that is running. The manager passes it to each command, which uses it through `FileCmd::map`
-/// and `FileCmd::unmap`. Using it between commands, or on a thread other than the one that runs the command, ends the
-/// process with status 1, after a message in GBK at OSG's notify level DEBUG_INFO.
+/// Access to the file of the running command. The manager passes it to each command, which uses it through
+/// `FileCmd::map` and `FileCmd::unmap`. Using it between commands, or on a thread other than the one that runs the
+/// command, ends the process with status 1, after a message in GBK at OSG's notify level DEBUG_INFO.
 class QUOR_OSG_UTILS_EXPORT FileProxy {
  public:
   FileProxy(const FileProxy&) = delete;
@@ -39,17 +39,17 @@ class QUOR_OSG_UTILS_EXPORT FileProxy {
 ///     manager->startWorker();
 ///     manager->push(command);
 ///
-/// Ownership: one manager per process, from the first `getInstance` to process exit. The file names of all commands
-/// that ran are kept, and so are registered files. `FileCmd` describes who owns commands.
+/// Ownership: one manager per process, from the first `getInstance` to process exit. It keeps the file name of every
+/// command that has run and a reference to every registered file. `FileCmd` describes who owns commands.
 ///
 /// Process exit: the worker finishes the chain that is running and stops. Commands still queued are neither run nor
 /// deleted, since what they use may be destroyed already. Static objects constructed after the first `getInstance` are
 /// destroyed before the worker stops: call `stopWorker` before `main` returns if commands use such objects, or if all
 /// queued commands have to run.
 ///
-/// Threads: `push` on any thread. `startWorker` and `stopWorker` on any thread, one call at a time; from a command they
-/// do nothing. Commands run on the worker, which sleeps while nothing is queued. Only commands may use the manager's
-/// files. No static object may use the manager in its destructor.
+/// Threads: any thread may call `push`. Any thread may call `startWorker` and `stopWorker`, one call at a time; in a
+/// command they do nothing. Commands run on the worker, which sleeps while nothing is queued. Only commands may use the
+/// manager's files. No static object may use the manager in its destructor.
 /// Cost: the lock of the queues is held for a few instructions, however many commands are queued.
 /// Errors: if a command throws, or memory for its file name cannot be allocated, this is reported with the name at
 /// OSG's notify level WARN, and the next command runs. A command that cannot be queued for lack of memory is reported
@@ -60,7 +60,7 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   FileManager(const FileManager&) = delete;
   FileManager& operator=(const FileManager&) = delete;
 
-  /// Queues a command. Null and commands with any other priority than the three are ignored.
+  /// Queues a command. Ignores null and commands whose priority is not High, Normal or Low.
   void push(FileCmd* cmd);
 
   /// Always 16; fixed by the interface.

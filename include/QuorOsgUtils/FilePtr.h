@@ -21,12 +21,13 @@ namespace QuorOsgUtils {
 ///
 /// Units: bytes; offsets and sizes are 64-bit on every platform. A view starts at a multiple of the system's allocation
 /// granularity (Windows: 64 KiB, elsewhere the page size), whatever the requested offset, and each `map` creates a new
-/// view. Views are writable and shared with all openers of the file; pages are read on first access.
+/// view. Views are writable shared mappings, so writes reach the file; pages are read on first access.
 ///
-/// Ownership: views belong to the object and are unmapped by `close` or with the last reference. If the requested
-/// offset was not a multiple of the granularity, that is the only way: `unmap` ignores the pointer (fixed by the
-/// interface).
-/// Threads: `map` and `unmap` on any threads at once; `open` and `close` while no other call runs.
+/// Ownership: views belong to the object. `close` unmaps them, and so does releasing the last reference. Nothing else
+/// unmaps a view whose requested offset was not a multiple of the granularity: `unmap` ignores its pointer (fixed by
+/// the interface).
+/// Threads: any number of threads may call `map` and `unmap` at the same time; call `open` and `close` only while no
+/// other call runs.
 /// GL: none. Paths: passed to the system unchanged; on Windows in the user's default encoding.
 ///
 /// Errors: nothing is thrown. Each failure writes one line, except that `map` returns null silently when memory is
@@ -64,9 +65,9 @@ class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
   ///
   /// | offset and size                                            | result                                      |
   /// |------------------------------------------------------------|---------------------------------------------|
-  /// | the end lies before the start of the view                  | null, line with 84                          |
-  /// | the offset is negative and not a multiple of granularity   | null, line with 84                          |
-  /// | the length of the view exceeds 2^63 − 1                    | null, line with 84                          |
+  /// | the end lies before the start of the view                  | null, message with 84                       |
+  /// | the offset is negative and not a multiple of granularity   | null, message with 84                       |
+  /// | the length of the view exceeds 2^63 − 1                    | null, message with 84                       |
   /// | any other negative offset                                  | null: the system refuses the view           |
   /// | the end exceeds 2^63 − 1                                   | the view up to the end of the file          |
   /// | a negative size whose end lies at or after the view's      | the view up to that end; the pointer lies   |

@@ -8,7 +8,7 @@ namespace QuorOsgUtils {
 ///
 ///     QuorOsgUtils::LogFile::getInstance()->info("quor_viewer starts");
 ///
-/// writes one entry with the local time and the number of the calling thread:
+/// writes one entry with the local time and the ID of the calling thread:
 ///
 ///     2031-05-17 09:41:07.250 INFO  [4711] [QuorOsgUtils::LogFile::info@20] quor_viewer starts
 ///
@@ -16,14 +16,14 @@ namespace QuorOsgUtils {
 /// function and line number in brackets are fixed for each call, by the interface; they do not refer to the caller.
 ///
 /// The file: UTF-8 with a byte-order mark and the system's line endings. The first message opens it in the current
-/// working directory; it then stays open. An existing file is appended to. It is never rolled over, so it grows without
+/// working directory; it then stays open. An existing file is appended to. The file is not rotated and grows without
 /// limit.
 ///
 /// Applications that use plog: the log is plog instance 0, private to this library. The application's own instance 0
 /// neither writes to this file nor receives its messages.
 ///
 /// Threads: call `getInstance` once before starting threads that log; after that, every function may be called on any
-/// thread, and entries are never mixed.
+/// thread, and entries are never interleaved.
 /// Errors: none are reported. If the file cannot be opened or written, messages are lost and the calls return normally.
 /// If the first message could not open the file, this is not tried again.
 class QUOR_OSG_UTILS_EXPORT LogFile {

@@ -15,8 +15,8 @@
 
 namespace QuorOsgUtils {
 
-/// The navigation shared by the point-cloud manipulators: everything except what a press does in normal mode and how
-/// the right button rotates the view. Applications use the derived manipulators.
+/// The base of the point-cloud manipulators. It implements all navigation except what a press does in normal mode and
+/// how the right button rotates the view. Applications use the derived manipulators.
 ///
 /// | input                  | normal mode                                        | station mode                       |
 /// |------------------------|----------------------------------------------------|------------------------------------|
@@ -29,12 +29,12 @@ namespace QuorOsgUtils {
 /// | wheel, orthographic    | scales the view about the pointer                  | nothing                            |
 /// | keys                   | the orbit manipulator's                            | the same                           |
 ///
-/// Modifier keys change none of this.
+/// Modifier keys have no effect.
 ///
 /// Frames: world units; window positions in pixels from the bottom left of the image, Y up, as events carry them.
 /// Depth: read from the `ScreenCaptureTool` that is the post-draw callback of the view's camera, together with the
 /// matrices that the tool captured. Without a tool a pick finds nothing and a pan uses depth 0.
-/// Ownership: the viewer is observed. The manipulator owns the pivot marker. A right drag in normal mode adds the
+/// Ownership: the manipulator observes the viewer and owns the pivot marker. A right drag in normal mode adds the
 /// marker to the viewer's scene data, if that is a group. The release removes it from every group that holds it, even
 /// if the viewer shows another scene by then. A manipulator that never receives the release, because the viewer changed
 /// its manipulator during the drag, removes the marker at its next release. Its destructor also removes it, unless a
@@ -42,8 +42,8 @@ namespace QuorOsgUtils {
 /// Threads: the viewer's event thread only, for destruction as well. The captured frame is read under its lock, which
 /// is held for one pick or pan step.
 /// GL: none is used.
-/// Errors: without a view, a camera or the previous event the step does nothing; only a wheel event without a view is
-/// passed to the orbit manipulator's wheel handler. A pan and an orthographic wheel step also do nothing if the
+/// Errors: without a view, a camera or a previous event, a step does nothing, except that a wheel event without a view
+/// goes to the orbit manipulator's wheel handler. A pan and an orthographic wheel step also do nothing if the
 /// viewport is missing or empty. A press and a perspective wheel step also work with an empty viewport.
 class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase {
  public:
@@ -70,8 +70,8 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   bool performMovementMiddleMouseButton(double eventTimeDelta, double dx, double dy) override;
   bool performMovementRightMouseButton(double eventTimeDelta, double dx, double dy) override;
 
-  /// One wheel notch in percent (default 10): of the far plane's distance in perspective, of the view's size in
-  /// orthographic projection. The orbit manipulator's own factor does not change.
+  /// The size of one wheel step in percent (default 10): of the far-plane distance in perspective projection, of the
+  /// view size in orthographic projection. The orbit manipulator's own factor does not change.
   void setWheelZoomFactor(double percent) override;
   double getWheelZoomFactor() const;
 
@@ -94,8 +94,8 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   /// Replaces the observed viewer; null clears it.
   virtual void setOsgViewer(osgViewer::Viewer* viewer);
 
-  /// Station mode: looking around from a scanner's station (default off). A change takes effect at the next event and
-  /// resets nothing.
+  /// Station mode: the camera looks around from a scanner station. Default: off. A change takes effect at the next
+  /// event and does not reset the view.
   virtual bool isStationModel();
   /// The station's centre in world units; single precision.
   virtual void setStationCenter(osg::Vec3f center);
@@ -143,7 +143,7 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   /// Places the pivot and the marker, and optionally the orbit centre, at a press in normal mode.
   virtual void placePivot(const osgGA::GUIEventAdapter& ea, osgViewer::Viewer& viewer) = 0;
 
-  /// False if the rotation factor or the trackball size is not finite: rotating would make the camera position
+  /// Returns false if the rotation factor or the trackball size is not finite: rotating would make the camera position
   /// non-finite.
   bool canTurn() const;
 
@@ -152,7 +152,7 @@ class QUOR_OSG_UTILS_EXPORT PointCloudNavigation : public SLidarManipulatorBase 
   bool swingAboutPivot(double eventTimeDelta, double dx, double dy, double angleFactor);
 
   osg::observer_ptr<osgViewer::Viewer> _osgViewer;
-  double _spareRatio = 0.15;  // never read, as `_spareCount` and `_spareVector`; fixed by the interface
+  double _spareRatio = 0.15;  // never read, like `_spareCount` and `_spareVector`; fixed by the interface
   osg::Vec3d _pivotPoint;
   std::int32_t _spareCount = 0;
   double _fov = 30.0;

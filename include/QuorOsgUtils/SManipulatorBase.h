@@ -8,8 +8,8 @@
 
 namespace QuorOsgUtils {
 
-/// What every camera manipulator of this library adds to OSG's orbit manipulator: a field of view, the split of the
-/// orbit rotation into a pitch and a yaw part, and a view centre that is stored for the application.
+/// The base of all camera manipulators in this library. It adds to OSG's orbit manipulator a field of view, separate
+/// pitch and yaw parts of the orbit rotation, and a view centre that is only stored for the application.
 ///
 /// Frames: the orbit centre is in world units; the orbit rotation transforms view axes (x right, y up, −z ahead) to
 /// world axes.
@@ -26,7 +26,7 @@ class QUOR_OSG_UTILS_EXPORT SManipulatorBase : public osgGA::OrbitManipulator {
   ~SManipulatorBase() override;
 
   /// The vertical field of view used to frame the scene. Here π / 6 in radians, with a truncated π; a subclass may use
-  /// another unit (`SPointCloudManipulator`: degrees), so ask the concrete manipulator (fixed by the interface).
+  /// another unit (`SPointCloudManipulator`: degrees), so check the concrete class (fixed by the interface).
   virtual double getFov();
 
   /// Replaces the pitch part of the orbit rotation (pitch × yaw). Does nothing here, so that an application may

@@ -17,10 +17,10 @@ namespace QuorOsgUtils {
 /// See `PointCloudNavigation` for the table of inputs, the frames and units, and what the application provides.
 ///
 /// Rotation: yaw rotates about the world's vertical axis (Z); pitch ranges from 0 (looking straight down) to π (looking
-/// straight up). A step that would leave the range stops at its limit. Exception: a single step down that passes 0 by
-/// less than the pitch before the step is not limited. The orbit rotation is pitch × yaw after every operation except
-/// `setTransformation(eye, rotation)`, which sets both parts to identity; the next rotation sets it to pitch × yaw
-/// again (fixed by the interface).
+/// straight up). A step that would leave the range stops at its limit. Exception: a downward step from pitch p that
+/// ends between −p and 0 is not limited. The orbit rotation is pitch × yaw after every operation except
+/// `setTransformation(eye, rotation)`, which sets both parts to identity; the next rotation makes the orbit rotation
+/// pitch × yaw again (fixed by the interface).
 class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation {
  public:
   /// Observes the viewer, which may be null. OSG's throw and fixed vertical axis are switched off.
@@ -30,22 +30,23 @@ class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation
   SPointCloudManipulator(const SPointCloudManipulator& other);
   ~SPointCloudManipulator() override;
 
-  /// Stores the rotation as the initial one and sets pitch and yaw to identity. The two overloads differ by design.
+  /// Stores the rotation as the initial one and sets pitch and yaw to identity. The other overload differs (fixed by
+  /// the interface).
   void setTransformation(const osg::Vec3d& eye, const osg::Quat& rotation) override;
   /// Stores the resulting rotation as the initial one and as the pitch; sets yaw to identity.
   void setTransformation(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up) override;
 
   bool performNormalMovementRightMouseButton(double eventTimeDelta, double dx, double dy) override;
 
-  /// The trackball rotation from p1 to p2, both in normalised window units: `axis` in world axes, `angle` in radians.
-  /// With the view axes of `rotation`, the points lie in the plane of right and up for XY, and of up and ahead for YZ.
-  /// Unlike in OSG's trackball, they have no depth.
+  /// The trackball rotation from p1 to p2, both in normalised window coordinates (-1 to 1): `axis` in world axes,
+  /// `angle` in radians. The points lie in the plane of two view axes of `rotation`: right and up for XY, up and
+  /// forward for YZ. Unlike in OSG's trackball, they are not projected onto a sphere.
   void trackXYball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y, float p2x, float p2y);
   void trackYZball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y, float p2x, float p2y);
 
  protected:
   /// Moves pivot, orbit centre and marker to the point on the line from the eye through the orbit centre that is
-  /// nearest to the scene point picked in the middle of the viewport, truncated to whole pixels. The viewport may be
+  /// nearest to the scene point picked at the viewport's centre (truncated to whole pixels). The viewport may be
   /// empty. Changes nothing without a viewport, if the eye is at the orbit centre, or if the new centre would not be
   /// finite.
   void placePivot(const osgGA::GUIEventAdapter& ea, osgViewer::Viewer& viewer) override;

@@ -23,8 +23,8 @@ namespace QuorOsgUtils {
 ///     tool->setCaptureOp(op);
 ///     op->block();  // returns once captureImage has run on the draw thread
 ///
-/// The barrier counts two: the draw thread and exactly one waiting thread. The draw thread also waits, so a request
-/// that no thread waits for blocks drawing.
+/// The barrier has a count of two: the draw thread and exactly one waiting thread. The draw thread waits too, so a
+/// request that no thread waits for blocks drawing.
 ///
 /// Ownership: reference-counted; the requesting thread holds its own `osg::ref_ptr` until `block` has returned.
 class QUOR_OSG_UTILS_EXPORT CaptureOp : public OpenThreads::Barrier, public virtual osg::Referenced {
@@ -67,7 +67,7 @@ class QUOR_OSG_UTILS_EXPORT CaptureOp : public OpenThreads::Barrier, public virt
 /// none. Its attachments are 0 `GL_RGBA8`, 1 four unsigned integer channels, 2 and 3 four float channels, 4 four signed
 /// integer channels, and a depth buffer; none multisampled. The application defines what the channels mean.
 ///
-/// Frames: the images start at pixel (0, 0) of the frame-buffer object, regardless of the viewport's x and y, and have
+/// Pixels: the images start at pixel (0, 0) of the frame-buffer object, regardless of the viewport's x and y, and have
 /// the viewport's width and height in pixels. Rows run from the bottom upwards, pixels from left to right, channels R G
 /// B A.
 ///
@@ -172,7 +172,7 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
   class Capture;
 
   mutable FrameBuffer _frameBuffer;
-  osg::ref_ptr<osg::Image> _image;  // not used, as `_text`; fixed by the interface
+  osg::ref_ptr<osg::Image> _image;  // not used, like `_text`; fixed by the interface
   mutable osg::ref_ptr<CaptureOp> _captureOp;
   std::string _text;
 };

@@ -18,7 +18,7 @@ namespace QuorOsgUtils {
 ///
 /// Threads: every operation may be called from any thread. What a thread wrote before `unlock` is visible to the thread
 /// whose `lock` follows it. Waiting keeps the processor busy and never enters the kernel: no yield, no sleep, no
-/// time-out. The lock is unfair, and it is not re-entrant: a thread that locks twice without unlocking waits for ever.
+/// time-out. The lock is unfair, and it is not re-entrant: a thread that locks it twice deadlocks.
 /// The owner is not recorded, so any thread may unlock. All of this is fixed by the interface.
 class QUOR_OSG_UTILS_EXPORT SpinLock : public osg::Referenced {
  public:

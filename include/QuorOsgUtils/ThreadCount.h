@@ -7,7 +7,8 @@
 
 namespace QuorOsgUtils {
 
-/// A process-wide count of threads with two one-way signals, for applications that end their threads together.
+/// A process-wide thread count and two flags that can be set but not cleared, for applications that end all their
+/// threads together.
 ///
 ///     ThreadCount::getInstance()->ref();  // a thread counts itself in
 ///     while (!ThreadCount::getInstance()->isStop()) work();
@@ -41,7 +42,7 @@ class QUOR_OSG_UTILS_EXPORT ThreadCount {
   /// Whether `stop` has been called.
   bool isStop();
 
-  /// Sets the one-time signal. It cannot be reset.
+  /// Sets the second flag, whose meaning the application defines. It cannot be cleared.
   void ok();
 
   /// Whether `ok` has been called.
