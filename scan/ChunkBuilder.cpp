@@ -97,10 +97,11 @@ void ChunkBuilder::add(const RawPoint& point) {
   ++_filledPoints;
 }
 
-void ChunkBuilder::add(const osg::Vec3d& position, const osg::Vec4ub& colour) {
+void ChunkBuilder::add(const osg::Vec3d& position, const osg::Vec4ub& colour, std::uint16_t intensity) {
   const osg::Vec3f local = position + _settings.shift;
   (*_chunk.positions)[_filledPoints] = local;
   (*_chunk.colours)[_filledPoints] = colour;
+  (*_chunk.intensities)[_filledPoints] = intensity;
   if (std::isfinite(local.x()) && std::isfinite(local.y()) && std::isfinite(local.z())) _chunk.bounds.expandBy(local);
   ++_filledPoints;
 }

@@ -22,12 +22,15 @@ class ScanError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// Positions are drawn in single precision; the distance between two scans must still be finite there.
+inline constexpr double kFarthestCoordinate = 1e37;
+
 /// Points of a scan in arrays that the graphics card uses directly, each with one element per point.
 struct PointChunk {
-  PointRange points;                              ///< which points of the file
-  osg::ref_ptr<osg::Vec3Array> positions;         ///< world units, relative to the origin of `ScanReader::startChunk`
-  osg::ref_ptr<osg::Vec4ubArray> colours;         ///< RGB 0 to 255 and 255; white where the scan has no colour
-  osg::ref_ptr<osg::UShortArray> intensities;     ///< as stored in the file, 0 if it has none
+  PointRange points;                           ///< which points of the file
+  osg::ref_ptr<osg::Vec3Array> positions;      ///< world units, relative to the origin of `ScanReader::startChunk`
+  osg::ref_ptr<osg::Vec4ubArray> colours;      ///< RGB 0 to 255 and 255; white where the scan has no colour
+  osg::ref_ptr<osg::UShortArray> intensities;  ///< as stored in the file, shares of 1 as 0 to 65535, 0 if it has none
   osg::ref_ptr<osg::Vec2ubArray> classesReturns;  ///< class; return number in the low, returns in the high 4 bits
   osg::BoundingBox bounds;                        ///< of the finite `positions`
 };
@@ -43,7 +46,7 @@ struct ScanInfo {
   bool hasColour = false;          ///< also false if every sampled colour is black
   bool hasIntensity = false;       ///< also false if every sampled intensity is 0
   bool hasClassification = false;  ///< also false if every sampled class is 0, never classified
-  bool localOnly = false;          ///< the format stores single-precision coordinates, so georeference is lost
+  bool localOnly = false;          ///< the file stores single-precision coordinates, so georeference is lost
 };
 
 class ChunkBuilder;

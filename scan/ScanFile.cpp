@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace QuorViewer {
 
@@ -71,36 +72,44 @@ std::vector<unsigned char> ScanFile::beginning(std::size_t most) {
   return bytes;
 }
 
+void SequentialBytes::moveTo(std::uint64_t position, std::uint64_t line) {
+  _position = position;
+  _line = line;
+}
+
+std::string_view SequentialBytes::_ahead() const {
+  if (_position < _bufferStart || _position >= _bufferStart + _buffer.size()) return {};
+  const auto used = static_cast<std::size_t>(_position - _bufferStart);
+  return {reinterpret_cast<const char*>(_buffer.data()) + used, _buffer.size() - used};
+}
+
+// If the file cannot be read here, nothing is buffered.
 void SequentialBytes::_fill(std::size_t least) {
-  _buffer.resize(static_cast<std::size_t>(std::min<std::uint64_t>(left(), std::max(least, kBufferBytes))));
+  std::vector<unsigned char> buffer = std::move(_buffer);
+  _buffer.clear();
+  buffer.resize(static_cast<std::size_t>(std::min<std::uint64_t>(left(), std::max(least, kBufferBytes))));
+  _file.read(_position, buffer.data(), buffer.size());
   _bufferStart = _position;
-  _file.read(_position, _buffer.data(), _buffer.size());
+  _buffer = std::move(buffer);
 }
 
 void SequentialBytes::take(unsigned char* to, std::size_t count) {
-  if (!_buffered() || _position + count > _bufferStart + _buffer.size()) {
-    _fill(count);
-  }
-  std::memcpy(to, _buffer.data() + (_position - _bufferStart), count);
+  if (_ahead().size() < count) _fill(count);
+  std::memcpy(to, _ahead().data(), count);
   _position += count;
 }
 
 bool SequentialBytes::takeLine(std::size_t mostBytes, std::string_view& line) {
-  const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(left(), mostBytes + 1));
-  if (wanted == 0) {
-    return false;
-  }
-  if (!_buffered() || _position + wanted > _bufferStart + _buffer.size()) {
-    _fill(wanted);
-  }
-  const unsigned char* begin = _buffer.data() + (_position - _bufferStart);
-  const unsigned char* end = std::find(begin, begin + wanted, static_cast<unsigned char>('\n'));
-  const bool ended = end != begin + wanted;
-  if (!ended && wanted == mostBytes + 1) {
-    return false;
-  }
-  line = std::string_view(reinterpret_cast<const char*>(begin), static_cast<std::size_t>(end - begin));
-  _position += line.size() + (ended ? 1 : 0);
+  if (left() == 0) return false;
+  if (_ahead().find('\n') == line.npos && _ahead().size() < left()) _fill(mostBytes + 1);
+  const std::string_view ahead = _ahead();
+  const std::size_t length = std::min(ahead.find('\n'), ahead.size());
+  if (length > mostBytes) return false;
+  line = ahead.substr(0, length);
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  ++_line;
+  _lineStart = _position;
+  _position += length + (length < ahead.size() ? 1 : 0);
   return true;
 }
 

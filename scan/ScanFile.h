@@ -38,14 +38,21 @@ class ScanFile {
   std::uint64_t _size = 0;
 };
 
-/// Reads a file from beginning to end through a small buffer and tracks its position.
+/// Reads a file in sequence through a small buffer and tracks its position.
 class SequentialBytes {
  public:
   explicit SequentialBytes(ScanFile& file) : _file(file) {}
 
+  const ScanFile& file() const { return _file; }
   /// Offset in the file of the next byte.
   std::uint64_t position() const { return _position; }
   std::uint64_t left() const { return _file.size() - _position; }
+  /// Number of lines taken, and the offset of the last of them.
+  std::uint64_t line() const { return _line; }
+  std::uint64_t lineStart() const { return _lineStart; }
+
+  /// Continues at an offset within the file, with the number of lines before it.
+  void moveTo(std::uint64_t position, std::uint64_t line);
 
   /// Copies `count` bytes, which must be available, and moves on.
   void take(unsigned char* to, std::size_t count);
@@ -53,16 +60,19 @@ class SequentialBytes {
   /// Moves on by `count` bytes, which must be available.
   void skip(std::uint64_t count) { _position += count; }
 
-  /// The next line without its line feed; the file's last line may lack one. Reads at most `mostBytes` of it: false if
-  /// it is longer, or if nothing is left. The text is valid until the next call.
+  /// The next line without its line feed and a carriage return before it; the file's last line may lack both. False if
+  /// it is longer than `mostBytes`, or if nothing is left. The text is valid until the next call.
   bool takeLine(std::size_t mostBytes, std::string_view& line);
 
  private:
-  bool _buffered() const { return _position >= _bufferStart && _position < _bufferStart + _buffer.size(); }
+  /// The buffered bytes from the current position on.
+  std::string_view _ahead() const;
   void _fill(std::size_t least);
 
   ScanFile& _file;
   std::uint64_t _position = 0;
+  std::uint64_t _line = 0;
+  std::uint64_t _lineStart = 0;
   std::uint64_t _bufferStart = 0;
   std::vector<unsigned char> _buffer;
 };

@@ -1,17 +1,17 @@
 #include "scan/ChunkBuilder.h"
 #include "scan/Scan.h"
 #include "scan/ScanFile.h"
-#include "scan/formats/AscCheck.h"
+#include "scan/formats/AscReader.h"
 #include "scan/formats/LasCheck.h"
 #include "scan/formats/LasReader.h"
 #include "scan/formats/LazReader.h"
-#include "scan/formats/PlyCheck.h"
-#include "scan/formats/VertexReader.h"
+#include "scan/formats/PlyReader.h"
 
 #include <osgDB/FileNameUtils>
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace QuorViewer {
 
@@ -32,17 +32,6 @@ std::unique_ptr<ScanReader> openLasOrLaz(ScanFile file) {
   return las.header.compressed() ? openLaz(std::move(file), las) : openLas(std::move(file), las);
 }
 
-std::unique_ptr<ScanReader> openPly(ScanFile& file, const std::string& extension) {
-  if (extension != "ply") {
-    throw file.error("this is a PLY file by its first bytes, and can be read only under a name that ends in .ply");
-  }
-  return openVertices(file, "PLY", checkPly(file));
-}
-
-std::unique_ptr<ScanReader> openAsc(ScanFile& file) {
-  return openVertices(file, "ASC", checkAsc(file));
-}
-
 [[noreturn]] void refuse(const ScanFile& file) {
   throw file.error(
       "this is no scan that can be read here, at byte 0 (field \"file signature\"): neither \"LASF\" nor \"ply\" "
@@ -58,15 +47,14 @@ std::unique_ptr<ScanReader> ScanReader::open(const std::string& path) {
     throw file.error("the file is empty: 0 bytes");
   }
   const std::vector<unsigned char> magic = file.beginning(kMagicBytes);
-  const std::string extension = osgDB::getLowerCaseFileExtension(path);
   if (beginsWith(magic, "LASF")) {
     return openLasOrLaz(std::move(file));
   }
   if (isPly(magic)) {
-    return openPly(file, extension);
+    return openPly(std::move(file));
   }
-  if (extension == "asc") {
-    return openAsc(file);
+  if (osgDB::getLowerCaseFileExtension(path) == "asc") {
+    return openAsc(std::move(file));
   }
   refuse(file);
 }

@@ -7,8 +7,6 @@ namespace QuorViewer {
 
 namespace {
 
-// Positions are drawn in single precision; the distance between two scans must still be finite there.
-constexpr double kFarthestCoordinate = 1e37;
 constexpr std::array<const char*, 3> kAxisNames = {"x", "y", "z"};
 
 std::string text(std::uint64_t number) {

@@ -1,75 +1,84 @@
 #include "scan/formats/PlyHeader.h"
 
+#include "scan/formats/TextNumbers.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <limits>
+#include <utility>
 
 namespace QuorViewer {
 
 namespace {
 
-constexpr std::array<PlyType, 11> kTypes = {{
-    {"char", 1, true, true},
-    {"short", 2, true, true},
-    {"int", 4, true, true},
-    {"int32", 4, true, true},
-    {"uchar", 1, true, false},
-    {"uint8", 1, true, false},
-    {"ushort", 2, true, false},
-    {"uint", 4, true, false},
-    {"float", 4, false, true},
-    {"float32", 4, false, true},
-    {"double", 8, false, true},
+constexpr std::array<PlyType, 8> kTypes = {{
+    {{"char", "int8"}, 1, true, true},
+    {{"short", "int16"}, 2, true, true},
+    {{"int", "int32"}, 4, true, true},
+    {{"uchar", "uint8"}, 1, true, false},
+    {{"ushort", "uint16"}, 2, true, false},
+    {{"uint", "uint32"}, 4, true, false},
+    {{"float", "float32"}, 4, false, true},
+    {{"double", "float64"}, 8, false, true},
+}};
+
+// The names that programs give to each value; if several are present, the first one counts.
+constexpr std::array<std::array<std::string_view, 3>, kPlyValues> kValueNames = {{
+    {"x"},
+    {"y"},
+    {"z"},
+    {"red", "diffuse_red", "r"},
+    {"green", "diffuse_green", "g"},
+    {"blue", "diffuse_blue", "b"},
+    {"intensity", "scalar_intensity", "scalar_Intensity"},
 }};
 
 using Words = std::vector<std::string_view>;
 
 template <typename Named>
-const Named* named(const std::vector<Named>& all, std::string_view wanted) {
+Named* named(std::vector<Named>& all, std::string_view wanted) {
   const auto found = std::find_if(all.begin(), all.end(), [&](const Named& one) { return one.name == wanted; });
   return found != all.end() ? &*found : nullptr;
 }
 
+Words wordsOf(std::string_view line) {
+  Words words;
+  for (std::string_view word = takeWord(line, isBlank); !word.empty(); word = takeWord(line, isBlank)) {
+    words.push_back(word);
+  }
+  return words;
+}
+
 class HeaderReader {
  public:
-  HeaderReader(const ScanFile& file, SequentialBytes& bytes) : _file(file), _bytes(bytes) {}
+  explicit HeaderReader(SequentialBytes& bytes) : _bytes(bytes) {}
 
   PlyHeader run() {
     while (!_takeLine()) {
     }
     if (!_formatSeen) {
-      _fail("the header does not tell the format of its data", "no line \"format\" before \"end_header\"");
+      throw _bytes.file().error(
+          "the PLY header does not state the format of its data: no line \"format\" before "
+          "\"end_header\"");
     }
-    return _header;
+    _findVertices();
+    return std::move(_header);
   }
 
  private:
-  [[noreturn]] void _fail(const std::string& what, const std::string& comparison) const {
-    throw _file.error(what + ", at byte " + std::to_string(_lineStart) + " (line " + std::to_string(_lineNumber) +
-                      " of the PLY header): " + comparison);
+  [[noreturn]] void _fail(const std::string& what, const std::string& found) const {
+    throw lineError(_bytes, what, found);
   }
 
   /// True at the header's last line.
   bool _takeLine() {
-    _lineStart = _bytes.position();
-    ++_lineNumber;
     std::string_view line;
-    if (!_bytes.takeLine(kPlyMostLineBytes, line)) {
-      _fail(_bytes.left() == 0 ? "the file ends inside its header" : "a line is too long to be one of a header",
-            "no \"end_header\" found");
+    if (!takeTextLine(_bytes, line)) {
+      throw _bytes.file().error("the file ends inside its PLY header, at byte " + std::to_string(_bytes.position()) +
+                                ": no \"end_header\" found");
     }
-    const bool plain =
-        std::all_of(line.begin(), line.end(), [](char c) { return c == '\t' || (c >= ' ' && c <= '~'); });
-    const Words words = plyWords(line);
-    const bool comment = !words.empty() && (words[0] == "comment" || words[0] == "obj_info");
-    if (words.empty() || (!comment && !plain) || line.find('\r') != line.npos || line.find('\0') != line.npos) {
-      _fail("a line of the header cannot be read", words.empty()
-                                                       ? "it is empty"
-                                                       : "it holds bytes that are no plain text (a line is to "
-                                                         "end in a line feed alone)");
-    }
-    return _takeWords(words);
+    const Words words = wordsOf(line);
+    return !words.empty() && _takeWords(words);
   }
 
   bool _takeWords(const Words& words) {
@@ -84,91 +93,102 @@ class HeaderReader {
   }
 
   void _require(bool holds, const std::string& what, std::string_view found) const {
-    if (!holds) {
-      _fail(what, "\"" + std::string(found) + "\" found");
-    }
+    if (!holds) _fail(what, "\"" + std::string(found) + "\" found");
   }
-
-  static std::string_view _last(const Words& words) { return words.back(); }
 
   void _takeFormat(const Words& words) {
     constexpr std::array<std::string_view, 3> names = {"ascii", "binary_little_endian", "binary_big_endian"};
-    _require(words.size() == 3, "the line \"format\" takes a kind and a version", _last(words));
+    _require(words.size() == 3, "the line \"format\" needs a format and a version", words.back());
     const auto found = std::find(names.begin(), names.end(), words[1]);
-    _require(found != names.end(), "the format of the data is not known", words[1]);
+    _require(found != names.end(), "unknown format of the data", words[1]);
     _header.encoding = static_cast<PlyEncoding>(found - names.begin());
     _formatSeen = true;
   }
 
-  // OpenSceneGraph's reader stores counts as signed 32-bit integers.
   void _takeElement(const Words& words) {
-    _require(words.size() == 3, "an element takes a name and a count", _last(words));
+    _require(words.size() == 3, "an element needs a name and a count", words.back());
     PlyElement element;
     element.name = words[1];
-    const auto [end, code] = std::from_chars(words[2].data(), words[2].data() + words[2].size(), element.count);
-    _require(code == std::errc() && end == words[2].data() + words[2].size() &&
-                 element.count <= std::numeric_limits<std::int32_t>::max(),
-             "the count of an element is no usable number", words[2]);
-    _require(_header.element(element.name) == nullptr, "an element is told of twice", words[1]);
-    _header.elements.push_back(element);
+    const char* const countEnd = words[2].data() + words[2].size();
+    const auto [end, code] = std::from_chars(words[2].data(), countEnd, element.count);
+    _require(code == std::errc() && end == countEnd, "invalid count of an element", words[2]);
+    _require(named(_elements, element.name) == nullptr, "an element is declared twice", words[1]);
+    _elements.push_back(element);
   }
 
   void _takeProperty(const Words& words) {
     const bool list = words.size() > 1 && words[1] == "list";
-    _require(words.size() == (list ? 5U : 3U), "a property takes a type (two of them for a list) and a name",
-             _last(words));
-    _require(!_header.elements.empty(), "a property belongs to no element", _last(words));
-    PlyElement& element = _header.elements.back();
+    _require(words.size() == (list ? 5U : 3U), "a property needs a type (a list needs two) and a name", words.back());
+    _require(!_elements.empty(), "a property is declared before any element", words.back());
     PlyProperty property;
-    property.name = _last(words);
+    property.name = words.back();
     property.type = _type(words[list ? 3 : 1]);
     if (list) {
       property.countType = _type(words[2]);
-      _require(property.countType->integer, "the count of a list is to be a whole number", words[2]);
+      _require(property.countType->integer, "the count of a list must have an integer type", words[2]);
     }
-    _require(element.property(property.name) == nullptr, "a property is told of twice", _last(words));
-    element.properties.push_back(property);
+    std::vector<PlyProperty>& properties = _elements.back().properties;
+    _require(named(properties, property.name) == nullptr, "a property is declared twice", words.back());
+    properties.push_back(property);
   }
 
   const PlyType* _type(std::string_view name) const {
-    const auto found =
-        std::find_if(kTypes.begin(), kTypes.end(), [&](const PlyType& type) { return type.name == name; });
-    _require(found != kTypes.end(), "a type of number cannot be read here", name);
+    const auto found = std::find_if(kTypes.begin(), kTypes.end(), [&](const PlyType& type) {
+      return std::find(type.names.begin(), type.names.end(), name) != type.names.end();
+    });
+    _require(found != kTypes.end(), "unknown type of number", name);
     return &*found;
   }
 
-  const ScanFile& _file;
+  void _findVertices() {
+    PlyElement* const vertex = named(_elements, "vertex");
+    if (vertex == nullptr) throw _bytes.file().error("the PLY header declares no element \"vertex\"");
+    _header.before.assign(_elements.data(), vertex);
+    _header.vertex = *vertex;
+    for (std::size_t value = 0; value < kPlyValues; ++value) _assignValue(value);
+    for (const PlyValue axis : {PlyValue::X, PlyValue::Y, PlyValue::Z}) _requireAxis(axis);
+  }
+
+  void _assignValue(std::size_t value) {
+    for (const std::string_view name : kValueNames[value]) {
+      PlyProperty* const property = named(_header.vertex.properties, name);
+      if (property == nullptr || property->countType != nullptr) continue;
+      property->value = static_cast<PlyValue>(value);
+      return;
+    }
+  }
+
+  void _requireAxis(PlyValue axis) const {
+    if (_header.vertex.property(axis) != nullptr) return;
+    const std::string name(kValueNames[static_cast<std::size_t>(axis)][0]);
+    throw _bytes.file().error("the PLY header declares no property \"" + name + "\" of a vertex");
+  }
+
   SequentialBytes& _bytes;
+  std::vector<PlyElement> _elements;
   PlyHeader _header;
   bool _formatSeen = false;
-  std::uint64_t _lineStart = 0;
-  std::uint64_t _lineNumber = 0;
 };
 
 }  // namespace
 
-const PlyProperty* PlyElement::property(std::string_view wanted) const {
-  return named(properties, wanted);
-}
-
-const PlyElement* PlyHeader::element(std::string_view wanted) const {
-  return named(elements, wanted);
-}
-
-std::vector<std::string_view> plyWords(std::string_view line) {
-  constexpr std::string_view separators = " \t";
-  Words words;
-  std::size_t begin = line.find_first_not_of(separators);
-  while (begin != line.npos) {
-    const std::size_t end = std::min(line.find_first_of(separators, begin), line.size());
-    words.push_back(line.substr(begin, end - begin));
-    begin = line.find_first_not_of(separators, end);
+std::uint64_t PlyElement::recordBytes() const {
+  std::uint64_t bytes = 0;
+  for (const PlyProperty& property : properties) {
+    if (property.countType != nullptr) return 0;
+    bytes += property.type->bytes;
   }
-  return words;
+  return bytes;
 }
 
-PlyHeader readPlyHeader(const ScanFile& file, SequentialBytes& bytes) {
-  return HeaderReader(file, bytes).run();
+const PlyProperty* PlyElement::property(PlyValue value) const {
+  const auto found = std::find_if(properties.begin(), properties.end(),
+                                  [value](const PlyProperty& property) { return property.value == value; });
+  return found != properties.end() ? &*found : nullptr;
+}
+
+PlyHeader readPlyHeader(SequentialBytes& bytes) {
+  return HeaderReader(bytes).run();
 }
 
 }  // namespace QuorViewer

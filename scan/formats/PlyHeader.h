@@ -2,6 +2,7 @@
 
 #include "scan/ScanFile.h"
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -11,18 +12,23 @@ namespace QuorViewer {
 
 enum class PlyEncoding { Text, LittleEndian, BigEndian };
 
-/// A type of number that OpenSceneGraph's PLY reader knows.
+/// A type of number in PLY files.
 struct PlyType {
-  std::string_view name;
+  std::array<std::string_view, 2> names;
   unsigned bytes;
   bool integer;
   bool isSigned;
 };
 
+/// Values of a vertex that are read. The order is that of a table in the implementation.
+enum class PlyValue { X, Y, Z, Red, Green, Blue, Intensity, None };
+inline constexpr std::size_t kPlyValues = static_cast<std::size_t>(PlyValue::None);
+
 struct PlyProperty {
   std::string name;
   const PlyType* type = nullptr;
   const PlyType* countType = nullptr;  ///< of the number of items in a list; null if this is not a list
+  PlyValue value = PlyValue::None;     ///< set for vertices only
 };
 
 struct PlyElement {
@@ -30,24 +36,19 @@ struct PlyElement {
   std::uint64_t count = 0;
   std::vector<PlyProperty> properties;
 
-  /// Null if there is none of this name.
-  const PlyProperty* property(std::string_view wanted) const;
+  /// Length of one element in a binary file; 0 if it varies.
+  std::uint64_t recordBytes() const;
+  /// The property with a value; null if there is none.
+  const PlyProperty* property(PlyValue value) const;
 };
 
 struct PlyHeader {
   PlyEncoding encoding = PlyEncoding::Text;
-  std::vector<PlyElement> elements;
-
-  const PlyElement* element(std::string_view wanted) const;
+  std::vector<PlyElement> before;  ///< the elements stored before the vertices
+  PlyElement vertex;               ///< has x, y and z, none of them a list
 };
 
-/// The longest line that OpenSceneGraph's reader reads whole.
-inline constexpr std::size_t kPlyMostLineBytes = 4000;
-
-/// Splits a line as OpenSceneGraph's reader does: at spaces and tabs only.
-std::vector<std::string_view> plyWords(std::string_view line);
-
-/// Reads the header and moves past it. Throws ScanError.
-PlyHeader readPlyHeader(const ScanFile& file, SequentialBytes& bytes);
+/// Reads the header and moves past it. What follows the vertices is left out. Throws ScanError.
+PlyHeader readPlyHeader(SequentialBytes& bytes);
 
 }  // namespace QuorViewer

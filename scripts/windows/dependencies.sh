@@ -56,7 +56,7 @@ build_plog() {
 # compiled several at a time, and optimised lightly.
 build_openscenegraph() {
   local name options=() libraries=(OpenThreads osg osgUtil osgDB osgGA osgText osgViewer osgManipulator)
-  local plugins=(png ply 3dc freetype)
+  local plugins=(png freetype)
   for name in "${plugins[@]}"; do options+=("-DBUILD_OSG_PLUGIN_${name^^}=1"); done
   for name in MIPOSPRO_BUILTINS SUN WIN32_INTERLOCKED BSD_ATOMIC; do options+=("-D_OPENTHREADS_ATOMIC_USE_$name=0"); done
   configure -DCMAKE_CXX_STANDARD=14 -DCMAKE_CXX_FLAGS_RELEASE='-O1 -DNDEBUG' -DCMAKE_UNITY_BUILD=ON \

@@ -634,6 +634,19 @@ TEST_F(ScanCropTest, anAscScanWithoutColourBecomesPointFormatZero) {
   EXPECT_LT((saved.coordinates(1) - osg::Vec3d(4, 5, 6.125)).length(), 1e-8);
 }
 
+TEST_F(ScanCropTest, aGeoreferencedTextScanKeepsItsMillimetresAndIntensities) {
+  const std::string source =
+      _folder.write("scan.asc", std::string("412345.678 9999999.001 87.125 70\n412345.679 9999999.002 87.126 2744\n"
+                                            "412346.5 9999998.5 80 9\n"));
+  const LasBytes saved(cropped(source, _target, [](const osg::Vec3d& at) { return at.x() < 412346; }));
+  EXPECT_EQ(saved.format, 0U);
+  ASSERT_EQ(saved.count, 2U);
+  EXPECT_LT((saved.coordinates(0) - osg::Vec3d(412345.678, 9999999.001, 87.125)).length(), 1e-6);
+  EXPECT_LT((saved.coordinates(1) - osg::Vec3d(412345.679, 9999999.002, 87.126)).length(), 1e-6);
+  EXPECT_EQ(load<std::uint16_t>(saved.bytes, saved.pointsAt + 12), 70U);
+  EXPECT_EQ(load<std::uint16_t>(saved.bytes, saved.pointsAt + 20 + 12), 2744U);
+}
+
 // A coordinate whose own precision is coarser than the grid's step comes back unchanged.
 TEST_F(ScanCropTest, theGridKeepsSinglePrecisionOverEveryExtent) {
   std::mt19937 random(8);

@@ -1,6 +1,6 @@
 #include "scan/ChunkBuilder.h"
 #include "scan/Scan.h"
-#include "tests/scan/ScanBytes.h"
+#include "tests/scan/ReaderSupport.h"
 
 #include <gmock/gmock.h>
 
@@ -13,30 +13,15 @@
 
 namespace {
 
+using namespace ReaderSupport;
 using QuorViewer::PointChunk;
-using QuorViewer::ScanError;
 using QuorViewer::ScanInfo;
-using QuorViewer::ScanReader;
 using ScanBytes::Bytes;
 using ScanBytes::FileSettings;
 using ScanBytes::Folder;
 using ScanBytes::Point;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-std::string messageOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const ScanError& error) {
-    return error.what();
-  }
-  return "no error";
-}
-
-std::string refusalOf(const std::string& path) {
-  return messageOf([&] { ScanReader::open(path); });
-}
 
 osg::Vec3d truth(const FileSettings& settings, const Point& point) {
   return {point.x * settings.scale[0] + settings.offset[0], point.y * settings.scale[1] + settings.offset[1],
@@ -100,10 +85,6 @@ class ScanReaderTest : public testing::Test {
  protected:
   std::unique_ptr<ScanReader> _open(const FileSettings& settings, const std::vector<Point>& points) const {
     return ScanReader::open(_folder.write("scan.las", ScanBytes::file(settings, points)));
-  }
-
-  static PointChunk _readAll(ScanReader& reader) {
-    return reader.read(0, static_cast<std::uint32_t>(reader.info().pointCount), reader.info().origin);
   }
 
   Folder _folder;
@@ -171,7 +152,7 @@ TEST_F(ScanReaderTest, aWrongBoxInTheHeaderChangesNothing) {
     bytes.set(179 + 8 * value, value % 2 == 0 ? 1e300 : std::numeric_limits<double>::quiet_NaN());
   }
   const auto reader = ScanReader::open(_folder.write("lies.las", bytes));
-  const PointChunk chunk = _readAll(*reader);
+  const PointChunk chunk = readAll(*reader);
   EXPECT_LT(chunk.bounds.radius(), 1000);
   EXPECT_EQ(reader->coordinates(39), truth({2, 0}, points[39]));
 }
@@ -182,7 +163,7 @@ TEST_F(ScanReaderTest, coloursOfEightBitsInSixteenBitFieldsKeepTheirBrightness) 
     points[index].colour = {index % 256, 255 - index % 256, 7};
   }
   const auto reader = _open({2, 2}, points);
-  const PointChunk chunk = _readAll(*reader);
+  const PointChunk chunk = readAll(*reader);
   EXPECT_TRUE(reader->info().hasColour);
   EXPECT_EQ((*chunk.colours)[200], osg::Vec4ub(200, 55, 7, 255));
 }
@@ -191,13 +172,13 @@ TEST_F(ScanReaderTest, coloursOfSixteenBitsKeepTheirUpperByte) {
   std::vector<Point> points(300);
   points[5].colour = {65535, 256, 255};
   const auto reader = _open({2, 3}, points);
-  EXPECT_EQ((*_readAll(*reader).colours)[5], osg::Vec4ub(255, 1, 0, 255));
+  EXPECT_EQ((*readAll(*reader).colours)[5], osg::Vec4ub(255, 1, 0, 255));
 }
 
 TEST_F(ScanReaderTest, colourThatIsBlackThroughoutCountsAsNone) {
   const auto reader = _open({2, 3}, std::vector<Point>(300));
   EXPECT_FALSE(reader->info().hasColour);
-  EXPECT_EQ((*_readAll(*reader).colours)[5], osg::Vec4ub(255, 255, 255, 255));
+  EXPECT_EQ((*readAll(*reader).colours)[5], osg::Vec4ub(255, 255, 255, 255));
 }
 
 // The first of the sample's 64 runs of 256 points ends at point 255; with 20,000 points the next begins at 312.
@@ -208,7 +189,7 @@ TEST_F(ScanReaderTest, aBrighterColourThanAnySampledIsClampedAndDoesNotWrapRound
   }
   points[300].colour = {65535, 256, 100};
   const auto reader = _open({2, 2}, points);
-  EXPECT_EQ((*_readAll(*reader).colours)[300], osg::Vec4ub(255, 255, 100, 255));
+  EXPECT_EQ((*readAll(*reader).colours)[300], osg::Vec4ub(255, 255, 100, 255));
 }
 
 TEST_F(ScanReaderTest, intensityAndClassThatAreZeroThroughoutCountAsNone) {
@@ -224,7 +205,7 @@ TEST_F(ScanReaderTest, intensitiesOfAnySensorReadAsTheyStand) {
   points[2].intensity = 65535;
   const auto reader = _open({2, 0}, points);
   EXPECT_TRUE(reader->info().hasIntensity);
-  EXPECT_THAT(*_readAll(*reader).intensities, testing::ElementsAre(254, 2744, 65535));
+  EXPECT_THAT(*readAll(*reader).intensities, testing::ElementsAre(254, 2744, 65535));
 }
 
 TEST_F(ScanReaderTest, classesAboveThirtyOneReadInTheFormatsThatHoldThem) {
@@ -232,7 +213,7 @@ TEST_F(ScanReaderTest, classesAboveThirtyOneReadInTheFormatsThatHoldThem) {
   points[0].classification = 67;
   points[1].classification = 255;
   const auto reader = _open({4, 6}, points);
-  const PointChunk chunk = _readAll(*reader);
+  const PointChunk chunk = readAll(*reader);
   EXPECT_EQ((*chunk.classesReturns)[0].x(), 67);
   EXPECT_EQ((*chunk.classesReturns)[1].x(), 255);
 }
@@ -246,7 +227,7 @@ TEST_F(ScanReaderTest, atNorthingsOfTenMillionNoStepOfTheGridIsLost) {
     points[static_cast<std::size_t>(index)].y = 999000 + index;
   }
   const auto reader = _open(settings, points);
-  const PointChunk chunk = _readAll(*reader);
+  const PointChunk chunk = readAll(*reader);
   for (std::size_t index = 1; index < points.size(); ++index) {
     EXPECT_NEAR((*chunk.positions)[index].y() - (*chunk.positions)[index - 1].y(), 0.001, 1e-6);
   }
@@ -405,7 +386,7 @@ TEST_F(ScanReaderTest, theBundledSampleReadsToItsLastPointWithinItsBox) {
   }
   EXPECT_LT(distance(box._min, osg::Vec3d(2230738.84, 252070.78, -1.32)), 0.01);
   EXPECT_LT(distance(box._max, osg::Vec3d(2231104.52, 252410.10, 80.82)), 0.01);
-  const PointChunk chunk = _readAll(*reader);
+  const PointChunk chunk = readAll(*reader);
   EXPECT_LT(distance(osg::Vec3d(chunk.bounds._min) + reader->info().origin, box._min), 1e-3);
   EXPECT_LT(distance(osg::Vec3d(chunk.bounds._max) + reader->info().origin, box._max), 1e-3);
 }
@@ -557,30 +538,6 @@ TEST_F(ScanReaderTest, aFileThatMayNotBeReadIsRefusedWithTheSystemsReason) {
   EXPECT_EQ(refusalOf(path), path + ": the file cannot be opened for reading: Permission denied");
 }
 
-// Opens and reads a scan to its last point. Whatever the bytes, this ends in points or in a ScanError.
-void openAndRead(const std::string& path, unsigned& opened) {
-  try {
-    const auto reader = ScanReader::open(path);
-    const ScanInfo& info = reader->info();
-    const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(info.pointCount, 2000));
-    const PointChunk chunk = reader->read(info.pointCount - count, count, info.origin);
-    EXPECT_EQ(chunk.positions->size(), count);
-    if (count > 0) {
-      reader->coordinates(info.pointCount - 1);
-    }
-    ++opened;
-  } catch (const ScanError& error) {
-    EXPECT_THAT(error.what(), StartsWith(path + ": "));
-  }
-}
-
-void flipBytes(Bytes& bytes, std::size_t first, std::size_t end, std::mt19937& random) {
-  std::uniform_int_distribution<std::size_t> place(first, end - 1);
-  for (auto flips = 1 + random() % 4; flips > 0; --flips) {
-    bytes[place(random)] = static_cast<unsigned char>(random() % 3 == 0 ? 0xFF : random());
-  }
-}
-
 TEST_F(ScanReaderTest, whateverBytesStandInTheHeaderItOpensOrIsRefused) {
   std::mt19937 random(20240229);
   unsigned opened = 0;
@@ -598,262 +555,5 @@ TEST_F(ScanReaderTest, whateverBytesStandInTheHeaderItOpensOrIsRefused) {
   EXPECT_GT(opened, rounds / 10) << "hardly any header was accepted, so little was tested";
   EXPECT_LT(opened, rounds) << "no header was refused, so little was tested";
 }
-
-std::string plyHeader(const std::string& format, const std::string& elements) {
-  return "ply\nformat " + format + " 1.0\ncomment made for a test\n" + elements + "end_header\n";
-}
-
-const std::string kColouredVertices =
-    "element vertex 3\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\nproperty uchar "
-    "green\nproperty uchar blue\n";
-
-const std::string kColouredLines = "1.5 2.5 3.5 10 20 30\n-4 5 6 40 50 60\n7 8 10 70 80 255\n";
-
-void expectColouredVertices(ScanReader& reader, const std::string& format) {
-  EXPECT_EQ(reader.info().format, format);
-  ASSERT_EQ(reader.info().pointCount, 3U);
-  EXPECT_TRUE(reader.info().localOnly);
-  EXPECT_TRUE(reader.info().hasColour);
-  EXPECT_FALSE(reader.info().hasIntensity);
-  EXPECT_EQ(reader.info().scale, osg::Vec3d());
-  const PointChunk chunk = reader.read(1, 2, osg::Vec3d(1, 1, 1));
-  EXPECT_EQ((*chunk.positions)[0], osg::Vec3(-5, 4, 5));
-  EXPECT_EQ((*chunk.positions)[1], osg::Vec3(6, 7, 9));
-  EXPECT_EQ((*chunk.colours)[1], osg::Vec4ub(70, 80, 255, 255));
-  EXPECT_EQ((*chunk.intensities)[1], 0);
-  EXPECT_EQ(chunk.bounds._min, osg::Vec3(-5, 4, 5));
-  EXPECT_EQ(reader.coordinates(0), osg::Vec3d(1.5, 2.5, 3.5));
-}
-
-TEST_F(ScanReaderTest, aPlyFileOfTextReadsWithItsColours) {
-  const auto reader =
-      ScanReader::open(_folder.write("text.ply", plyHeader("ascii", kColouredVertices) + kColouredLines));
-  expectColouredVertices(*reader, "PLY");
-}
-
-Bytes binaryPly(bool bigEndian) {
-  Bytes bytes;
-  bytes.addText(plyHeader(bigEndian ? "binary_big_endian" : "binary_little_endian", kColouredVertices));
-  const auto addVertex = [&](std::array<float, 3> position, std::array<unsigned, 3> colour) {
-    for (const float coordinate : position) {
-      bytes.add(coordinate);
-      if (bigEndian) {
-        std::reverse(bytes.end() - 4, bytes.end());
-      }
-    }
-    for (const unsigned channel : colour) {
-      bytes.add(static_cast<std::uint8_t>(channel));
-    }
-  };
-  addVertex({1.5F, 2.5F, 3.5F}, {10, 20, 30});
-  addVertex({-4, 5, 6}, {40, 50, 60});
-  addVertex({7, 8, 10}, {70, 80, 255});
-  return bytes;
-}
-
-TEST_F(ScanReaderTest, aBinaryPlyFileReadsInEitherByteOrder) {
-  for (const bool bigEndian : {false, true}) {
-    const auto reader = ScanReader::open(_folder.write("binary.ply", binaryPly(bigEndian)));
-    expectColouredVertices(*reader, "PLY");
-  }
-}
-
-TEST_F(ScanReaderTest, theFacesOfAPlyFileAddNoPoints) {
-  // Two triangles at a right angle: drawn with smooth normals, they would need two vertices more.
-  const std::string text =
-      plyHeader("ascii",
-                "element vertex 4\nproperty float x\nproperty float y\nproperty float z\nelement face 2\nproperty list "
-                "uchar int vertex_indices\n") +
-      "0 0 0\n1 0 0\n0 1 0\n0 0 1\n3 0 1 2\n3 0 3 1\n";
-  const auto reader = ScanReader::open(_folder.write("faces.ply", text));
-  EXPECT_EQ(reader->info().pointCount, 4U);
-  EXPECT_FALSE(reader->info().hasColour);
-  EXPECT_EQ(reader->coordinates(3), osg::Vec3d(0, 0, 1));
-}
-
-TEST_F(ScanReaderTest, aPlyFileWithoutPointsOpensEmpty) {
-  std::string none = kColouredVertices;
-  none.replace(none.find('3'), 1, "0");
-  EXPECT_EQ(ScanReader::open(_folder.write("none.ply", plyHeader("ascii", none)))->info().pointCount, 0U);
-}
-
-TEST_F(ScanReaderTest, pointsThatAreNoNumberDoNotWidenTheBoundsOfAPlyFile) {
-  Bytes bytes = binaryPly(false);
-  bytes.set(bytes.size() - 15, std::numeric_limits<float>::quiet_NaN());
-  const auto reader = ScanReader::open(_folder.write("nan.ply", bytes));
-  const PointChunk chunk = reader->read(0, 3, osg::Vec3d());
-  EXPECT_EQ(chunk.bounds._max, osg::Vec3(1.5F, 5, 6));
-  EXPECT_TRUE(std::isfinite(reader->info().origin.x()));
-}
-
-struct DamagedText {
-  const char* name;
-  std::string content;
-  std::string message;
-};
-
-void PrintTo(const DamagedText& damage, std::ostream* to) {
-  *to << damage.name;
-}
-
-std::string textName(const testing::TestParamInfo<DamagedText>& info) {
-  return info.param.name;
-}
-
-class DamagedPly : public testing::TestWithParam<DamagedText> {
- protected:
-  Folder _folder;
-};
-
-TEST_P(DamagedPly, isRefusedWithAMessageThatSaysWhatAndWhere) {
-  const std::string path = _folder.write("damaged.ply", GetParam().content);
-  EXPECT_THAT(refusalOf(path), StartsWith(path + ": " + GetParam().message));
-}
-
-const std::string kPlain = "property float x\nproperty float y\nproperty float z\n";
-const std::string kFace = "element face 1\nproperty list uchar int vertex_indices\n";
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, DamagedPly,
-    testing::Values(
-        DamagedText{"headerWithoutEnd", "ply\nformat ascii 1.0\n",
-                    "the file ends inside its header, at byte 21 (line 3"},
-        DamagedText{"emptyLineInTheHeader", "ply\n\nformat ascii 1.0\n",
-                    "a line of the header cannot be read, at byte 4"},
-        DamagedText{"carriageReturns", "ply\r\nformat ascii 1.0\r\n", "a line of the header cannot be read, at byte 0"},
-        DamagedText{"noFormat", "ply\nelement vertex 0\n" + kPlain + "end_header\n",
-                    "the header does not tell the format of its data"},
-        DamagedText{"unknownFormat", plyHeader("zip", ""), "the format of the data is not known, at byte 4"},
-        DamagedText{"elementWithoutCount", plyHeader("ascii", "element vertex\n"),
-                    "an element takes a name and a count"},
-        DamagedText{"negativeCount", plyHeader("ascii", "element vertex -3\n"),
-                    "the count of an element is no usable number"},
-        DamagedText{"countBeyondReason", plyHeader("ascii", "element vertex 99999999999999999999\n"),
-                    "the count of an element is no usable number"},
-        DamagedText{"propertyOfNothing", plyHeader("ascii", "property float x\n"), "a property belongs to no element"},
-        DamagedText{"propertyWithoutName", plyHeader("ascii", "element vertex 1\nproperty float\n"),
-                    "a property takes a type"},
-        DamagedText{"unknownType", plyHeader("ascii", "element vertex 1\nproperty complex x\n"),
-                    "a type of number cannot be read here"},
-        DamagedText{"elementTwice", plyHeader("ascii", "element vertex 1\n" + kPlain + "element vertex 1\n" + kPlain),
-                    "an element is told of twice"},
-        DamagedText{"noVertices", plyHeader("ascii", "element face 0\n"),
-                    "the PLY header tells of no element \"vertex\""},
-        DamagedText{"noHeight", plyHeader("ascii", "element vertex 1\nproperty float x\nproperty float y\n") + "1 2\n",
-                    "the PLY header gives its vertices no property \"z\""},
-        DamagedText{"linesMissing", plyHeader("ascii", "element vertex 5\n" + kPlain) + "1 2 3\n4 5 6\n",
-                    "the file is cut off: lines are missing"},
-        DamagedText{"numbersMissing", plyHeader("ascii", "element vertex 2\n" + kPlain) + "1 2 3\n4 5\n",
-                    "numbers are missing"},
-        DamagedText{"emptyLineInTheData", plyHeader("ascii", "element vertex 2\n" + kPlain) + "1 2 3\n\n4 5 6\n",
-                    "numbers are missing"},
-        DamagedText{"wordsForNumbers", plyHeader("ascii", "element vertex 1\n" + kPlain) + "one two three\n",
-                    "a number cannot be read"},
-        DamagedText{"binaryCutOff",
-                    plyHeader("binary_little_endian", "element vertex 5\n" + kPlain) + "abcdefghijklmno",
-                    "the file is cut off: its header states more data than it holds"},
-        DamagedText{"manyVerticesInASmallFile",
-                    plyHeader("binary_little_endian", "element vertex 2000000000\n" + kPlain) + "abcdefghijklmno",
-                    "the file is cut off: its header states more data than it holds"},
-        DamagedText{"cornerThatIsNoVertex",
-                    plyHeader("ascii", "element vertex 1\n" + kPlain + kFace) + "1 2 3\n3 0 0 1\n",
-                    "a face has a corner that is no vertex"},
-        DamagedText{"negativeCorner", plyHeader("ascii", "element vertex 1\n" + kPlain + kFace) + "1 2 3\n3 0 0 -1\n",
-                    "a face has a corner that is no vertex"},
-        DamagedText{"endlessList",
-                    plyHeader("ascii", "element vertex 1\n" + kPlain + kFace) + "1 2 3\n2000000000 0 0 0\n",
-                    "the length of a list is not possible"},
-        DamagedText{
-            "cornersWithoutList",
-            plyHeader("ascii", "element vertex 1\n" + kPlain + "element face 1\nproperty int vertex_indices\n") +
-                "1 2 3\n5\n",
-            "the PLY header gives its faces corners that are no list"},
-        DamagedText{
-            "listOfAnotherName",
-            plyHeader("ascii", "element vertex 1\n" + kPlain + "element face 1\nproperty list uchar int somewhere\n") +
-                "1 2 3\n3 0 0 0\n",
-            "the PLY header gives its faces a list, which cannot be read from text: property \"somewhere\""},
-        DamagedText{
-            "otherElementFirst",
-            plyHeader("ascii", "element camera 1\nproperty float f\nelement vertex 1\n" + kPlain) + "1\n1 2 3\n",
-            "the PLY data has elements other than vertices and faces before these"}),
-    textName);
-
-TEST_F(ScanReaderTest, aPlyFileWithoutItsExtensionIsRefusedWithAHint) {
-  const std::string path = _folder.write("scan.txt", plyHeader("ascii", kColouredVertices) + kColouredLines);
-  EXPECT_EQ(refusalOf(path),
-            path + ": this is a PLY file by its first bytes, and can be read only under a name that ends in .ply");
-}
-
-TEST_F(ScanReaderTest, whateverBytesStandInAPlyFileItOpensOrIsRefused) {
-  std::mt19937 random(20240301);
-  const std::string faces =
-      plyHeader("ascii", "element vertex 3\n" + kPlain + kFace) + "1 2 3\n4 5 6\n7 8 9\n3 0 1 2\n";
-  Bytes text;
-  text.addText(faces);
-  Bytes binary;
-  binary.addText(plyHeader("binary_little_endian", "element vertex 3\n" + kPlain + kFace));
-  for (int value = 0; value < 9; ++value) {
-    binary.add(static_cast<float>(value));
-  }
-  binary.add(std::uint8_t{3});
-  for (int corner = 0; corner < 3; ++corner) {
-    binary.add(corner);
-  }
-  unsigned opened = 0;
-  constexpr unsigned rounds = 3000;
-  for (unsigned round = 0; round < rounds; ++round) {
-    Bytes bytes = round % 2 == 0 ? text : binary;
-    flipBytes(bytes, 4, bytes.size(), random);
-    openAndRead(_folder.write("mutant.ply", bytes), opened);
-  }
-  EXPECT_GT(opened, rounds / 20);
-  EXPECT_LT(opened, rounds);
-}
-
-TEST_F(ScanReaderTest, anAscFileReadsWithItsColours) {
-  expectColouredVertices(*ScanReader::open(_folder.write("points.asc", "# a comment\n" + kColouredLines)), "ASC");
-  expectColouredVertices(*ScanReader::open(_folder.write("points.ASC", "\n" + kColouredLines)), "ASC");
-}
-
-TEST_F(ScanReaderTest, anAscFileWithoutColoursReadsWhite) {
-  const auto reader = ScanReader::open(_folder.write("plain.asc", std::string("1 2 3\n4,5,6")));
-  ASSERT_EQ(reader->info().pointCount, 2U);
-  EXPECT_FALSE(reader->info().hasColour);
-  EXPECT_EQ(reader->coordinates(1), osg::Vec3d(4, 5, 6));
-  EXPECT_EQ((*_readAll(*reader).colours)[0], osg::Vec4ub(255, 255, 255, 255));
-}
-
-TEST_F(ScanReaderTest, anAscFileOfManyPointsReadsToItsLast) {
-  std::string text;
-  for (int index = 0; index < 25000; ++index) {
-    text += std::to_string(index) + " 0.5 0.25\n";
-  }
-  const auto reader = ScanReader::open(_folder.write("many.asc", text));
-  ASSERT_EQ(reader->info().pointCount, 25000U);
-  EXPECT_EQ(reader->coordinates(24999), osg::Vec3d(24999, 0.5, 0.25));
-  EXPECT_EQ(reader->info().origin, osg::Vec3d(12500, 1, 0));
-}
-
-class DamagedAsc : public testing::TestWithParam<DamagedText> {
- protected:
-  Folder _folder;
-};
-
-TEST_P(DamagedAsc, isRefusedWithTheLineThatIsWrong) {
-  const std::string path = _folder.write("damaged.asc", GetParam().content);
-  EXPECT_EQ(refusalOf(path), path + ": " + GetParam().message);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, DamagedAsc,
-    testing::Values(DamagedText{"words", "1 2 3\nhello there\n",
-                                "no three coordinates are found, in line 2, at byte 6"},
-                    DamagedText{"twoNumbers", "1 2\n", "no three coordinates are found, in line 1, at byte 0"},
-                    DamagedText{"onlySpaces", "1 2 3\n   \n", "no three coordinates are found, in line 2, at byte 6"},
-                    DamagedText{"notFinite", "1 nan 3\n", "no three coordinates are found, in line 1, at byte 0"},
-                    DamagedText{"endlessLine", "1 2 3\n" + std::string(1200, '1') + "\n",
-                                "a line is longer than 1000 bytes, in line 2, at byte 6"}),
-    textName);
 
 }  // namespace

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "scan/ScanFile.h"
+
+#include <memory>
+
+namespace QuorViewer {
+
+/// A reader of a text file with one point per line. Columns are separated by spaces, tabs, commas or semicolons, and
+/// all lines have equally many. Their number decides what they mean:
+///
+///     3, 5        x y z
+///     4           x y z intensity
+///     7           x y z intensity red green blue
+///     6, 8, more  x y z red green blue
+///
+/// Further columns are ignored, and so are columns of colour with values below 0 or above 65535, which are normals, for
+/// example. Empty lines, and lines that begin with `#` or `//`, are skipped. So is the first line if it begins with a
+/// word (column names) or is a single number (the count of points). Throws ScanError.
+std::unique_ptr<ScanReader> openAsc(ScanFile file);
+
+}  // namespace QuorViewer
