@@ -25,24 +25,23 @@ ScanFile::ScanFile(std::string path) : _path(std::move(path)) {
   std::error_code code;
   const std::filesystem::file_status status = std::filesystem::status(placeOf(_path), code);
   if (!std::filesystem::exists(status)) {
-    throw error("there is no such file" + (status.type() == std::filesystem::file_type::none
-                                               ? " that can be reached (" + code.message() + ")"
-                                               : std::string()));
+    throw error(status.type() == std::filesystem::file_type::none ? "cannot access the file: " + code.message()
+                                                                  : std::string("no such file"));
   }
   if (std::filesystem::is_directory(status)) {
-    throw error("this is a folder, not a scan");
+    throw error("this is a folder, not a file");
   }
   if (!std::filesystem::is_regular_file(status)) {
-    throw error("this is not a regular file, and a scan is read at many places, not in one stream");
+    throw error("not a regular file; a scan needs random access");
   }
   errno = 0;
   _stream.open(placeOf(_path), std::ios::binary);
   if (!_stream) {
-    throw error("the file cannot be opened for reading: " + systemText(errno));
+    throw error("cannot open the file: " + systemText(errno));
   }
   _size = std::filesystem::file_size(placeOf(_path), code);
   if (code) {
-    throw error("the file's size cannot be told: " + code.message());
+    throw error("cannot determine the file size: " + code.message());
   }
 }
 

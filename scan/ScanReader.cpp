@@ -34,9 +34,8 @@ std::unique_ptr<ScanReader> openLasOrLaz(ScanFile file) {
 
 [[noreturn]] void refuse(const ScanFile& file) {
   throw file.error(
-      "this is no scan that can be read here, at byte 0 (field \"file signature\"): neither \"LASF\" nor \"ply\" "
-      "found, "
-      "and the name does not end in .asc");
+      "not a supported scan format (LAS, LAZ, PLY, ASC): the file begins with neither \"LASF\" nor \"ply\", "
+      "and its name does not end in .asc");
 }
 
 }  // namespace

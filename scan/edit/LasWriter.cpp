@@ -20,18 +20,18 @@ constexpr std::uint64_t kLegacyMost = std::numeric_limits<std::uint32_t>::max();
 LasWriter::LasWriter(std::string path, const LasHeader& header, const std::vector<unsigned char>& variableRecords)
     : _path(std::move(path)), _part(partPath(_path)), _header(header) {
   const RecordLayout* layout = RecordLayout::of(header.pointFormat);
-  if (!layout || header.recordLengthBytes < layout->lengthBytes) _fail("no such point format");
+  if (!layout || header.recordLengthBytes < layout->lengthBytes) _fail("unsupported point format or record length");
   _returnMask = (1U << layout->returnBits) - 1U;
   _header.headerLengthBytes = std::max(header.headerLengthBytes, lasHeaderLengthBytes(header.versionMinor));
   const std::size_t before = _header.headerLengthBytes + variableRecords.size();
-  if (before > kLegacyMost) _fail("too much stands before its points");
+  if (before > kLegacyMost) _fail("too many bytes before its points");
   _header.pointDataOffsetBytes = std::max(header.pointDataOffsetBytes, static_cast<std::uint32_t>(before));
   _header.waveformOffsetBytes = _header.extendedRecordsOffsetBytes = 0;
   _header.extendedRecordCount = 0;
 
   std::error_code ignored;
   const std::filesystem::file_status status = std::filesystem::status(placeOf(_path), ignored);
-  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) _fail("it is not a regular file");
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) _fail("not a regular file");
   errno = 0;
   _file.open(_part.path(), std::ios::binary | std::ios::trunc);
   if (!_file) _failBySystem();
@@ -137,7 +137,7 @@ void LasWriter::_fail(const std::string& reason) const {
 }
 
 void LasWriter::_failBySystem() const {
-  _fail(errno != 0 ? std::generic_category().message(errno) : std::string("the system gives no reason"));
+  _fail(errno != 0 ? std::generic_category().message(errno) : std::string("unknown system error"));
 }
 
 }  // namespace QuorViewer

@@ -58,7 +58,7 @@ void ScanCrop::_copyBlock() {
   if (_pointsRead < pointCount()) {
     _copyPoints();
   } else if (_pointsWritten == 0) {
-    _fail("no point lies inside");
+    _fail("no point is inside");
   } else if (_extendedRecord < _frame.extendedRecords.size()) {
     _copyExtendedRecords();
   } else {

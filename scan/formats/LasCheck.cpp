@@ -51,13 +51,13 @@ class HeaderCheck {
 
   void _checkVersion() const {
     const LasHeader& header = _las.header;
-    const std::string stated =
-        text(header.versionMajor) + "." + text(header.versionMinor) + " stated, 1.0 to 1.4 known";
+    const std::string found =
+        text(header.versionMajor) + "." + text(header.versionMinor) + " found, 1.0 to 1.4 supported";
     if (header.versionMajor != 1) {
-      _fail("the LAS version is not known", &LasHeader::versionMajor, stated);
+      _fail("unsupported LAS version", &LasHeader::versionMajor, found);
     }
     if (header.versionMinor > 4) {
-      _fail("the LAS version is not known", &LasHeader::versionMinor, stated);
+      _fail("unsupported LAS version", &LasHeader::versionMinor, found);
     }
   }
 
@@ -65,18 +65,18 @@ class HeaderCheck {
     const LasHeader& header = _las.header;
     const std::uint16_t least = lasHeaderLengthBytes(header.versionMinor);
     if (header.headerLengthBytes < least) {
-      _fail("the header is stated shorter than its version's", &LasHeader::headerLengthBytes,
-            text(header.headerLengthBytes) + " bytes stated, " + text(least) + " needed by LAS 1." +
-                text(header.versionMinor));
+      _fail("the header size is too small", &LasHeader::headerLengthBytes,
+            text(header.headerLengthBytes) + " bytes found, LAS 1." + text(header.versionMinor) + " needs " +
+                text(least));
     }
     if (header.pointDataOffsetBytes < header.headerLengthBytes) {
-      _fail("the points are stated to begin inside the header", &LasHeader::pointDataOffsetBytes,
-            "byte " + text(header.pointDataOffsetBytes) + " stated, the header ends at byte " +
+      _fail("the point data begin inside the header", &LasHeader::pointDataOffsetBytes,
+            "offset " + text(header.pointDataOffsetBytes) + ", the header ends at byte " +
                 text(header.headerLengthBytes));
     }
     if (header.pointDataOffsetBytes > _file.size()) {
-      _fail("the points are stated to begin beyond the end of the file", &LasHeader::pointDataOffsetBytes,
-            "byte " + text(header.pointDataOffsetBytes) + " stated, the file ends at byte " + text(_file.size()));
+      _fail("the point data begin beyond the end of the file", &LasHeader::pointDataOffsetBytes,
+            "offset " + text(header.pointDataOffsetBytes) + ", the file ends at byte " + text(_file.size()));
     }
   }
 
@@ -84,13 +84,13 @@ class HeaderCheck {
     const LasHeader& header = _las.header;
     _las.layout = RecordLayout::of(header.plainFormat());
     if (_las.layout == nullptr) {
-      _fail("the point format is not known", &LasHeader::pointFormat,
-            text(header.plainFormat()) + " stated, 0 to " + text(kLasFormatCount - 1) + " known");
+      _fail("unsupported point format", &LasHeader::pointFormat,
+            text(header.plainFormat()) + " found, 0 to " + text(kLasFormatCount - 1) + " supported");
     }
     if (header.recordLengthBytes < _las.layout->lengthBytes) {
-      _fail("the records are stated shorter than their format's", &LasHeader::recordLengthBytes,
-            text(header.recordLengthBytes) + " bytes stated, " + text(_las.layout->lengthBytes) +
-                " needed by point format " + text(header.plainFormat()));
+      _fail("the record length is too small", &LasHeader::recordLengthBytes,
+            text(header.recordLengthBytes) + " bytes found, point format " + text(header.plainFormat()) + " needs " +
+                text(_las.layout->lengthBytes));
     }
   }
 
@@ -99,20 +99,20 @@ class HeaderCheck {
       const double scale = _las.header.scale[axis];
       const double offset = _las.header.offset[axis];
       if (scale == 0 || !std::isfinite(scale)) {
-        _failAxis("the scale is no usable number", &LasHeader::scale, axis);
+        _failAxis("invalid scale", &LasHeader::scale, axis);
       }
       if (!std::isfinite(offset)) {
-        _failAxis("the offset is no usable number", &LasHeader::offset, axis);
+        _failAxis("invalid offset", &LasHeader::offset, axis);
       }
       const double farthest = std::abs(scale) * -double{std::numeric_limits<std::int32_t>::min()} + std::abs(offset);
       if (farthest > kFarthestCoordinate) {
-        _failAxis("the coordinates reach beyond what single precision can show", &LasHeader::scale, axis);
+        _failAxis("the coordinates exceed the range of single precision", &LasHeader::scale, axis);
       }
     }
   }
 
   void _failAxis(const std::string& what, std::array<double, 3> LasHeader::*member, std::size_t axis) const {
-    _fail(what, member, std::to_string((_las.header.*member)[axis]) + " stated for " + kAxisNames[axis]);
+    _fail(what, member, std::to_string((_las.header.*member)[axis]) + " found for " + kAxisNames[axis]);
   }
 
   // LAS 1.0 puts the two bytes DD CC before the first record. Some writers of 1.0 and 1.1 state the offset of these
@@ -137,10 +137,10 @@ class HeaderCheck {
     if (held >= _las.pointCount) {
       return;
     }
-    const std::string what = "the file is cut off or its count is wrong";
+    const std::string what = "the file is cut off or its point count is wrong";
     const std::string comparison = text(_las.pointCount) + " records of " + text(_las.header.recordLengthBytes) +
-                                   " bytes stated from byte " + text(_las.pointDataOffsetBytes) + " on, " + text(held) +
-                                   " held, the file ends at byte " + text(_file.size());
+                                   " bytes expected from byte " + text(_las.pointDataOffsetBytes) + " on, " +
+                                   text(held) + " found, the file ends at byte " + text(_file.size());
     if (_las.header.extendedPointCount != 0) {
       _fail(what, &LasHeader::extendedPointCount, comparison);
     }

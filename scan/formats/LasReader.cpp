@@ -127,8 +127,8 @@ std::unique_ptr<ScanReader> openLas(ScanFile file, const CheckedLas& las) {
 
 void requirePoints(const ScanInfo& info, std::uint64_t first, std::uint64_t count) {
   if (first > info.pointCount || count > info.pointCount - first) {
-    throw ScanError(info.path + ": points " + std::to_string(first) + " and the " + std::to_string(count) +
-                    " from it on were asked for, the scan has " + std::to_string(info.pointCount));
+    throw ScanError(info.path + ": " + std::to_string(count) + " points from point " + std::to_string(first) +
+                    " on requested, the scan has " + std::to_string(info.pointCount));
   }
 }
 

@@ -51,8 +51,8 @@ class LazCheck {
     _checkCompression();
     _checkItems();
     if (_las.pointCount > std::numeric_limits<std::uint32_t>::max()) {
-      throw _file.error("the compressed scan states more points than LASzip can address: " + text(_las.pointCount) +
-                        " stated, " + text(std::numeric_limits<std::uint32_t>::max()) + " possible");
+      throw _file.error("too many points for LASzip: " + text(_las.pointCount) + " found, " +
+                        text(std::numeric_limits<std::uint32_t>::max()) + " supported");
     }
     if (_las.pointCount > 0 && _compressor != kPointwise) {
       _checkChunkTable();
@@ -84,22 +84,22 @@ class LazCheck {
       const std::uint64_t length = head.contentBytes;
       if (_pointsBegin() - at < length) {
         _fail(
-            "a variable length record reaches into the points", at - 34, "record length after header",
-            text(length) + " bytes stated, " + text(_pointsBegin() - at) + " left before byte " + text(_pointsBegin()));
+            "a variable length record extends into the point data", at - 34, "record length after header",
+            text(length) + " bytes found, " + text(_pointsBegin() - at) + " left before byte " + text(_pointsBegin()));
       }
       _keepIfCompression(head, at);
       at += length;
     }
     if (_record.empty()) {
       throw _file.error("the points are marked as compressed, " + lasHeaderPlace(&LasHeader::pointFormat) +
-                        ", but no variable length record \"laszip encoded\" tells how");
+                        ", but there is no \"laszip encoded\" record");
     }
   }
 
   [[noreturn]] void _failRecords(std::uint32_t held) const {
-    throw _file.error("more variable length records are stated than lie before the points, " +
-                      lasHeaderPlace(&LasHeader::variableRecordCount) + ": " + text(_las.header.variableRecordCount) +
-                      " stated, " + text(held) + " found before byte " + text(_pointsBegin()));
+    throw _file.error("too many variable length records, " + lasHeaderPlace(&LasHeader::variableRecordCount) + ": " +
+                      text(_las.header.variableRecordCount) + " declared, " + text(held) + " found before byte " +
+                      text(_pointsBegin()));
   }
 
   void _keepIfCompression(const LasRecordHead& head, std::uint64_t at) {
@@ -108,12 +108,12 @@ class LazCheck {
       return;
     }
     if (!_record.empty()) {
-      _fail("a second record on compression contradicts the first", at - LasRecordHead::kBytes, "user ID",
-            "\"laszip encoded\" twice, once allowed");
+      _fail("there are two compression records", at - LasRecordHead::kBytes, "user ID",
+            "\"laszip encoded\" found twice");
     }
     if (length < kCompressionFixedBytes + kItemBytes) {
-      _fail("the record on compression is too short", at - 34, "record length after header",
-            text(length) + " bytes stated, " + text(kCompressionFixedBytes + kItemBytes) + " needed at least");
+      _fail("the compression record is too short", at - 34, "record length after header",
+            text(length) + " bytes found, at least " + text(kCompressionFixedBytes + kItemBytes) + " needed");
     }
     _recordAt = at;
     _record.resize(length);
@@ -124,15 +124,14 @@ class LazCheck {
     loadLittle(_record.data(), _compressor);
     loadLittle(_record.data() + 12, _chunkPoints);
     if (_compressor < kPointwise || _compressor > kLayeredChunked) {
-      _fail("the kind of compression is not known", _recordAt, "compressor",
-            text(_compressor) + " stated, 1 to 3 known");
+      _fail("unsupported compression", _recordAt, "compressor", text(_compressor) + " found, 1 to 3 supported");
     }
     if ((_compressor == kLayeredChunked) != _las.layout->extended()) {
-      _fail("the kind of compression does not suit the point format", _recordAt, "compressor",
-            text(_compressor) + " stated with point format " + text(_las.header.plainFormat()));
+      _fail("the compression does not match the point format", _recordAt, "compressor",
+            text(_compressor) + " found with point format " + text(_las.header.plainFormat()));
     }
     if (_compressor != kPointwise && _chunkPoints == 0) {
-      _fail("the compressed chunks are stated to be empty", _recordAt + 12, "chunk size", "0 points stated");
+      _fail("invalid chunk size", _recordAt + 12, "chunk size", "0 points found");
     }
   }
 
@@ -143,8 +142,8 @@ class LazCheck {
   void _checkItems() const {
     const auto count = loadLittle<std::uint16_t>(_record.data() + 32);
     if (_record.size() < kCompressionFixedBytes + std::size_t{count} * kItemBytes) {
-      _fail("more items are stated than the record on compression holds", _recordAt + 32, "number of items",
-            text(count) + " stated, " + text((_record.size() - kCompressionFixedBytes) / kItemBytes) + " held");
+      _fail("the compression record is too short for its items", _recordAt + 32, "number of items",
+            text(count) + " declared, " + text((_record.size() - kCompressionFixedBytes) / kItemBytes) + " found");
     }
     std::uint64_t bytes = 0;
     for (std::size_t item = 0; item < count; ++item) {
@@ -152,13 +151,13 @@ class LazCheck {
       _checkItemType(item);
     }
     if (bytes != _las.header.recordLengthBytes) {
-      _fail("the items of compression do not add up to a record", _recordAt + 32, "number of items",
-            text(bytes) + " bytes together, " + text(_las.header.recordLengthBytes) + " in a record");
+      _fail("the compressed items do not add up to a record", _recordAt + 32, "number of items",
+            text(bytes) + " bytes in all, " + text(_las.header.recordLengthBytes) + " in a record");
     }
     const auto& wanted = kItemsOfFormat[_las.header.plainFormat()];
     if (count < wanted.size() && wanted[count] != 0) {
-      _fail("items of compression are missing", _recordAt + 32, "number of items",
-            text(count) + " stated, more needed by point format " + text(_las.header.plainFormat()));
+      _fail("compressed items are missing", _recordAt + 32, "number of items",
+            text(count) + " found, point format " + text(_las.header.plainFormat()) + " needs more");
     }
   }
 
@@ -167,9 +166,9 @@ class LazCheck {
     const std::uint16_t extra = _las.layout->extended() ? kItemExtraBytesExtended : kItemExtraBytes;
     const std::uint16_t expected = item < wanted.size() && wanted[item] != 0 ? wanted[item] : extra;
     if (_item(item, 0) != expected) {
-      _fail("an item of compression does not suit the point format",
-            _recordAt + kCompressionFixedBytes + item * kItemBytes, "item type",
-            text(_item(item, 0)) + " stated, " + text(expected) + " expected with point format " +
+      _fail("a compressed item does not match the point format", _recordAt + kCompressionFixedBytes + item * kItemBytes,
+            "item type",
+            "type " + text(_item(item, 0)) + " found, type " + text(expected) + " expected with point format " +
                 text(_las.header.plainFormat()));
     }
   }
@@ -199,23 +198,24 @@ class LazCheck {
 
   void _requireTablePlace(std::uint64_t pointer, std::uint64_t at, bool holds) const {
     if (!holds) {
-      _fail("the file is cut off or its table of compressed chunks is misplaced", pointer, "chunk table start",
-            "byte " + text(at) + " stated, the points begin at byte " + text(_pointsBegin()) +
+      _fail("the file is cut off or its chunk table is misplaced", pointer, "chunk table start",
+            "byte " + text(at) + " found, the points begin at byte " + text(_pointsBegin()) +
                 " and the file ends at byte " + text(_file.size()));
     }
   }
 
   void _checkChunkCount(std::uint64_t at, std::uint32_t version, std::uint32_t count) const {
     if (version != 0) {
-      _fail("the table of compressed chunks is damaged", at, "chunk table version", text(version) + " stated, 0 known");
+      _fail("the chunk table is damaged", at, "chunk table version",
+            "version " + text(version) + " found, 0 supported");
     }
     const std::uint64_t least =
         _chunkPoints == kVaryingChunks ? 1 : (_las.pointCount + _chunkPoints - 1) / _chunkPoints;
     const std::uint64_t most = _chunkPoints == kVaryingChunks ? at - _pointsBegin() : least;
     if (count < least || count > most) {
-      _fail("the table of compressed chunks does not suit the count of points", at + 4, "number of chunks",
-            text(count) + " stated, " + text(least) + " to " + text(most) + " possible for " + text(_las.pointCount) +
-                " points");
+      _fail("the chunk table does not match the point count", at + 4, "number of chunks",
+            text(count) + " chunks found, " + text(least) + " to " + text(most) + " expected for " +
+                text(_las.pointCount) + " points");
     }
   }
 

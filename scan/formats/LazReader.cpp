@@ -48,14 +48,13 @@ class LaszipReader {
       : _path(std::move(path)), _chunks(chunks) {
     laszip_POINTER created = nullptr;
     if (laszip_create(&created) != 0) {
-      throw ScanError(_path + ": LASzip cannot be started");
+      throw ScanError(_path + ": cannot initialise LASzip");
     }
     _reader.reset(created);
     laszip_decompress_selective(created, channels);
     laszip_BOOL compressed = 0;
-    _require(laszip_open_reader(created, nameForLaszip(_path).c_str(), &compressed),
-             "the compressed scan cannot be opened");
-    _require(laszip_get_point_pointer(created, &_point), "the compressed scan has no points to give");
+    _require(laszip_open_reader(created, nameForLaszip(_path).c_str(), &compressed), "cannot open the compressed scan");
+    _require(laszip_get_point_pointer(created, &_point), "cannot access the compressed points");
   }
 
   /// Decompresses point `index`. Each call refills and returns the same object.
@@ -94,7 +93,7 @@ class LaszipReader {
   std::string _errorText(const std::string& what) const {
     laszip_CHAR* reason = nullptr;
     laszip_get_error(_reader.get(), &reason);
-    return _path + ": " + what + ": LASzip says \"" + (reason != nullptr ? reason : "nothing") + "\"";
+    return _path + ": " + what + ": LASzip reports \"" + (reason != nullptr ? reason : "nothing") + "\"";
   }
 
   void _require(laszip_I32 failed, const std::string& what) const {

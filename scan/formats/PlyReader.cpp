@@ -185,7 +185,7 @@ class PlyDecoder : public VertexDecoder {
     if (held >= element.count) return;
     throw from.file().error("the file is cut off or its count is wrong (element \"" + element.name +
                             "\"): " + std::to_string(element.count) + " records of " +
-                            std::to_string(element.recordBytes()) + " bytes declared from byte " +
+                            std::to_string(element.recordBytes()) + " bytes expected from byte " +
                             std::to_string(from.position()) + " on, " + std::to_string(held) +
                             " found, the file ends at byte " + std::to_string(from.file().size()));
   }

@@ -19,8 +19,8 @@ TEST(LazAbsent, aCompressedScanIsRefusedNamingTheMissingLibrary) {
     FAIL() << "the scan opened";
   } catch (const ScanError& error) {
     EXPECT_EQ(error.what(), path +
-                                ": the points are compressed (LAS 1.2, point format 3, compressed (LAZ)), and this "
-                                "viewer was built without LASzip, which it needs to read them");
+                                ": the points are compressed (LAS 1.2, point format 3, compressed (LAZ)), but this "
+                                "program was built without LASzip");
   }
 }
 

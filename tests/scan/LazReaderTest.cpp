@@ -206,47 +206,46 @@ TEST_F(LazReaderTest, aCompressedScanWithoutACompressionRecordIsRefused) {
   Bytes bytes = _small();
   bytes[227 + 2] = 'L';
   EXPECT_EQ(_refusalOf(bytes),
-            "the points are marked as compressed, at byte 104 (field \"point data record format\"), but no variable "
-            "length record \"laszip encoded\" tells how");
+            "the points are marked as compressed, at byte 104 (field \"point data record format\"), but there is no "
+            "\"laszip encoded\" record");
 }
 
 TEST_F(LazReaderTest, recordsThatReachIntoThePointsAreRefused) {
   Bytes bytes = _small();
   bytes.set(227 + 20, std::uint16_t{60000});
-  EXPECT_THAT(_refusalOf(bytes), StartsWith("a variable length record reaches into the points, at byte 247"));
+  EXPECT_THAT(_refusalOf(bytes), StartsWith("a variable length record extends into the point data, at byte 247"));
 }
 
 TEST_F(LazReaderTest, moreRecordsThanFitAreRefusedBeforeAnyMemoryIsAllocated) {
   Bytes bytes = _small();
   bytes.set(100, std::uint32_t{4294967295});
-  EXPECT_THAT(_refusalOf(bytes),
-              StartsWith("more variable length records are stated than lie before the points, at byte 100 (field "
-                         "\"number of variable length records\"): 4294967295 stated, 1 found"));
+  EXPECT_THAT(_refusalOf(bytes), StartsWith("too many variable length records, at byte 100 (field \"number of variable "
+                                            "length records\"): 4294967295 declared, 1 found"));
 }
 
 TEST_F(LazReaderTest, anUnknownCompressorIsRefused) {
   Bytes bytes = _small();
   bytes.set(281, std::uint16_t{4});
   EXPECT_EQ(_refusalOf(bytes),
-            "the kind of compression is not known, at byte 281 (field \"compressor\"): 4 stated, 1 to 3 known");
+            "unsupported compression, at byte 281 (field \"compressor\"): 4 found, 1 to 3 supported");
 }
 
 TEST_F(LazReaderTest, chunksOfNoPointsAreRefused) {
   Bytes bytes = _small();
   bytes.set(281 + 12, std::uint32_t{0});
-  EXPECT_THAT(_refusalOf(bytes), StartsWith("the compressed chunks are stated to be empty, at byte 293"));
+  EXPECT_THAT(_refusalOf(bytes), StartsWith("invalid chunk size, at byte 293"));
 }
 
 TEST_F(LazReaderTest, itemsThatDoNotSuitTheFormatAreRefused) {
   Bytes bytes = _small();
   bytes.set(281 + 34, std::uint16_t{10});
-  EXPECT_THAT(_refusalOf(bytes), StartsWith("an item of compression does not suit the point format, at byte 315"));
+  EXPECT_THAT(_refusalOf(bytes), StartsWith("a compressed item does not match the point format, at byte 315"));
   bytes = _small();
   bytes.set(281 + 34 + 2, std::uint16_t{21});
-  EXPECT_THAT(_refusalOf(bytes), StartsWith("the items of compression do not add up to a record, at byte 313"));
+  EXPECT_THAT(_refusalOf(bytes), StartsWith("the compressed items do not add up to a record, at byte 313"));
   bytes = _small();
   bytes.set(281 + 32, std::uint16_t{900});
-  EXPECT_THAT(_refusalOf(bytes), StartsWith("more items are stated than the record on compression holds, at byte 313"));
+  EXPECT_THAT(_refusalOf(bytes), StartsWith("the compression record is too short for its items, at byte 313"));
 }
 
 TEST_F(LazReaderTest, aCompressedFileThatIsCutOffIsRefused) {
@@ -254,10 +253,10 @@ TEST_F(LazReaderTest, aCompressedFileThatIsCutOffIsRefused) {
   half.resize(half.size() / 2);
   EXPECT_THAT(
       _refusalOf(half),
-      StartsWith("the file is cut off or its table of compressed chunks is misplaced, at byte 333 (field \"chunk "
-                 "table start\"): byte "));
+      StartsWith(
+          "the file is cut off or its chunk table is misplaced, at byte 333 (field \"chunk table start\"): byte "));
   half.resize(336);
-  EXPECT_THAT(_refusalOf(half), StartsWith("the file is cut off or its table of compressed chunks is misplaced"));
+  EXPECT_THAT(_refusalOf(half), StartsWith("the file is cut off or its chunk table is misplaced"));
 }
 
 // Forwards and backwards, from chunk starts and from within chunks, and again after each error.
@@ -301,11 +300,10 @@ TEST_F(LazReaderTest, aChunkTableThatDoesNotSuitThePointsIsRefused) {
     table |= std::uint64_t{bytes[333 + byte]} << (8 * byte);
   }
   bytes.set(table, std::uint32_t{1});
-  EXPECT_THAT(_refusalOf(bytes),
-              StartsWith("the table of compressed chunks is damaged, at byte " + std::to_string(table)));
+  EXPECT_THAT(_refusalOf(bytes), StartsWith("the chunk table is damaged, at byte " + std::to_string(table)));
   bytes.set(table, std::uint32_t{0});
   bytes.set(table + 4, std::uint32_t{4000000000});
-  EXPECT_THAT(_refusalOf(bytes), HasSubstr("4000000000 stated, 3 to 3 possible for 700 points"));
+  EXPECT_THAT(_refusalOf(bytes), HasSubstr("4000000000 chunks found, 3 to 3 expected for 700 points"));
 }
 
 void openAndRead(const std::string& path, unsigned& opened) {

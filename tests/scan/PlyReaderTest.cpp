@@ -469,7 +469,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "numbers are missing, in line 10"},
         DamagedText{
             "binaryCutOff", plyHeader("binary_little_endian", vertices(5, kPosition)) + "abcdefghijklmno",
-            "the file is cut off or its count is wrong (element \"vertex\"): 5 records of 12 bytes declared from "
+            "the file is cut off or its count is wrong (element \"vertex\"): 5 records of 12 bytes expected from "
             "byte 139 on, 1 found, the file ends at byte 154"},
         DamagedText{
             "countWhoseByteSizeOverflows",

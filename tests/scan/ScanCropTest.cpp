@@ -464,13 +464,13 @@ TEST_F(ScanCropTest, whereNoPointLiesInsideThereIsAMessageAndNoFile) {
   EXPECT_EQ(writeErrorOf([&] {
               _cropOf(variedScan({4, 6}, 10000), nowhere);
             }),
-            "cannot write " + _target + ": no point lies inside");
+            "cannot write " + _target + ": no point is inside");
   EXPECT_THAT(_names(), ElementsAre("out.las", "scan.las"));
   EXPECT_EQ(fs::file_size(_target), 6U);
 }
 
 TEST_F(ScanCropTest, aScanWithoutPointsHasNoneInside) {
-  EXPECT_THAT(writeErrorOf([&] { _cropOf(variedScan({2, 0}, 0)); }), HasSubstr("no point lies inside"));
+  EXPECT_THAT(writeErrorOf([&] { _cropOf(variedScan({2, 0}, 0)); }), HasSubstr("no point is inside"));
 }
 
 TEST_F(ScanCropTest, theScanItselfIsRefusedAsTheTargetUnderAnyName) {
@@ -511,7 +511,7 @@ TEST_F(ScanCropTest, unwritablePathsAreReportedAtOnceWithTheReason) {
   EXPECT_EQ(refusal(_folder.path("missing/out.las")),
             "cannot write " + _folder.path("missing/out.las") + ": No such file or directory");
   fs::create_directory(_target);
-  EXPECT_EQ(refusal(_target), "cannot write " + _target + ": it is not a regular file");
+  EXPECT_EQ(refusal(_target), "cannot write " + _target + ": not a regular file");
   const std::string inFile = _folder.path("scan.las") + "/out.las";
   EXPECT_EQ(refusal(inFile), "cannot write " + inFile + ": " + reasonAgainstWriting(inFile));
   EXPECT_THAT(_names(), ElementsAre("out.las", "scan.las"));

@@ -440,93 +440,82 @@ INSTANTIATE_TEST_SUITE_P(
                },
                "the file ends inside its header, at byte 300: 375 bytes needed"},
         Damage{"version15", set(25, std::uint8_t{5}),
-               "the LAS version is not known, at byte 25 (field \"version minor\"): 1.5 stated, 1.0 to 1.4 known"},
+               "unsupported LAS version, at byte 25 (field \"version minor\"): 1.5 found, 1.0 to 1.4 supported"},
         Damage{"version20", set(24, std::uint8_t{2}),
-               "the LAS version is not known, at byte 24 (field \"version major\"): 2.2 stated, 1.0 to 1.4 known"},
+               "unsupported LAS version, at byte 24 (field \"version major\"): 2.2 found, 1.0 to 1.4 supported"},
         Damage{"headerTooShort", set(94, std::uint16_t{226}),
-               "the header is stated shorter than its version's, at byte 94 (field \"header size\"): 226 bytes stated, "
-               "227 needed by LAS 1.2"},
+               "the header size is too small, at byte 94 (field \"header size\"): 226 bytes found, LAS 1.2 needs 227"},
         Damage{"headerOfLas13TooShort", set(25, std::uint8_t{3}),
-               "the header is stated shorter than its version's, at byte 94 (field \"header size\"): 227 bytes stated, "
-               "235 needed by LAS 1.3"},
+               "the header size is too small, at byte 94 (field \"header size\"): 227 bytes found, LAS 1.3 needs 235"},
+        Damage{"pointsInsideTheHeader", set(96, std::uint32_t{226}),
+               "the point data begin inside the header, at byte 96 (field \"offset to point data\"): offset 226, the "
+               "header ends at byte 227"},
+        Damage{"pointsBeyondTheFile", set(96, std::uint32_t{4000000000}),
+               "the point data begin beyond the end of the file, at byte 96 (field \"offset to point data\"): offset "
+               "4000000000, the file ends at byte 507"},
         Damage{
-            "pointsInsideTheHeader", set(96, std::uint32_t{226}),
-            "the points are stated to begin inside the header, at byte 96 (field \"offset to point data\"): byte 226 "
-            "stated, the header ends at byte 227"},
-        Damage{
-            "pointsBeyondTheFile", set(96, std::uint32_t{4000000000}),
-            "the points are stated to begin beyond the end of the file, at byte 96 (field \"offset to point data\"): "
-            "byte 4000000000 stated, the file ends at byte 507"},
-        Damage{"pointFormat11", set(104, std::uint8_t{11}),
-               "the point format is not known, at byte 104 (field \"point data record format\"): 11 stated, 0 to 10 "
-               "known"},
-        Damage{
-            "recordsTooShort", set(105, std::uint16_t{27}),
-            "the records are stated shorter than their format's, at byte 105 (field \"point data record length\"): 27 "
-            "bytes stated, 28 needed by point format 1"},
-        Damage{
-            "recordsOfNoLength", set(105, std::uint16_t{0}),
-            "the records are stated shorter than their format's, at byte 105 (field \"point data record length\"): 0 "
-            "bytes stated, 28 needed by point format 1"},
-        Damage{"scaleZero", set(139, 0.0),
-               "the scale is no usable number, at byte 131 (field \"scale factor\"): 0.000000 stated for y"},
+            "pointFormat11", set(104, std::uint8_t{11}),
+            "unsupported point format, at byte 104 (field \"point data record format\"): 11 found, 0 to 10 supported"},
+        Damage{"recordsTooShort", set(105, std::uint16_t{27}),
+               "the record length is too small, at byte 105 (field \"point data record length\"): 27 bytes found, "
+               "point format 1 needs 28"},
+        Damage{"recordsOfNoLength", set(105, std::uint16_t{0}),
+               "the record length is too small, at byte 105 (field \"point data record length\"): 0 bytes found, point "
+               "format 1 needs 28"},
+        Damage{"scaleZero", set(139, 0.0), "invalid scale, at byte 131 (field \"scale factor\"): 0.000000 found for y"},
         Damage{"scaleNotANumber", set(131, std::numeric_limits<double>::quiet_NaN()),
-               "the scale is no usable number, at byte 131 (field \"scale factor\"): nan stated for x"},
+               "invalid scale, at byte 131 (field \"scale factor\"): nan found for x"},
         Damage{"scaleInfinite", set(147, -std::numeric_limits<double>::infinity()),
-               "the scale is no usable number, at byte 131 (field \"scale factor\"): -inf stated for z"},
+               "invalid scale, at byte 131 (field \"scale factor\"): -inf found for z"},
         Damage{"offsetNotANumber", set(163, std::numeric_limits<double>::quiet_NaN()),
-               "the offset is no usable number, at byte 155 (field \"offset\"): nan stated for y"},
+               "invalid offset, at byte 155 (field \"offset\"): nan found for y"},
         Damage{"offsetInfinite", set(171, std::numeric_limits<double>::infinity()),
-               "the offset is no usable number, at byte 155 (field \"offset\"): inf stated for z"},
-        Damage{
-            "oneByteMissing", cutAt(506),
-            "the file is cut off or its count is wrong, at byte 107 (field \"number of point records\"): 10 records of "
-            "28 bytes stated from byte 227 on, 9 held, the file ends at byte 506"},
-        Damage{
-            "noPointsLeft", cutAt(227),
-            "the file is cut off or its count is wrong, at byte 107 (field \"number of point records\"): 10 records of "
-            "28 bytes stated from byte 227 on, 0 held, the file ends at byte 227"},
+               "invalid offset, at byte 155 (field \"offset\"): inf found for z"},
+        Damage{"oneByteMissing", cutAt(506),
+               "the file is cut off or its point count is wrong, at byte 107 (field \"number of point records\"): 10 "
+               "records of 28 bytes expected from byte 227 on, 9 found, the file ends at byte 506"},
+        Damage{"noPointsLeft", cutAt(227),
+               "the file is cut off or its point count is wrong, at byte 107 (field \"number of point records\"): 10 "
+               "records of 28 bytes expected from byte 227 on, 0 found, the file ends at byte 227"},
         Damage{"countFarTooLarge", set(107, std::uint32_t{4294967295}),
-               "the file is cut off or its count is wrong, at byte 107 (field \"number of point records\"): 4294967295 "
-               "records of 28 bytes stated from byte 227 on, 10 held, the file ends at byte 507"}),
+               "the file is cut off or its point count is wrong, at byte 107 (field \"number of point records\"): "
+               "4294967295 records of 28 bytes expected from byte 227 on, 10 found, the file ends at byte 507"}),
     nameOf);
 
 TEST_F(ScanReaderTest, aCountWhoseByteSizeOverflowsIsRefused) {
   Bytes bytes = ScanBytes::file({4, 7}, ScanBytes::variedPoints(10, 7));
   bytes.set(247, std::numeric_limits<std::uint64_t>::max() / 36 + 2);
   const std::string path = _folder.write("count.las", bytes);
-  EXPECT_EQ(refusalOf(path),
-            path +
-                ": the file is cut off or its count is wrong, at byte 247 (field \"number of point records, 64 "
-                "bits\"): 512409557603043102 records of 36 bytes stated from byte 375 on, 10 held, the file ends at "
-                "byte 735");
+  EXPECT_EQ(refusalOf(path), path +
+                                 ": the file is cut off or its point count is wrong, at byte 247 (field \"number of "
+                                 "point records, 64 bits\"): 512409557603043102 records of 36 bytes expected from byte "
+                                 "375 on, 10 found, the file ends at byte 735");
 }
 
 TEST_F(ScanReaderTest, coordinatesThatSinglePrecisionCannotShowAreRefused) {
   Bytes bytes = ScanBytes::file({2, 0}, ScanBytes::variedPoints(10, 0));
   bytes.set(131, 1e200);
   EXPECT_THAT(refusalOf(_folder.write("far.las", bytes)),
-              HasSubstr("beyond what single precision can show, at byte 131"));
+              HasSubstr("exceed the range of single precision, at byte 131"));
 }
 
 TEST_F(ScanReaderTest, whatIsNoScanIsRefused) {
   const std::string text = "%PDF-1.7 and so on, long enough to look like something";
   const std::string path = _folder.write("report.las", text);
-  EXPECT_EQ(refusalOf(path),
-            path +
-                ": this is no scan that can be read here, at byte 0 (field \"file signature\"): neither \"LASF\" nor "
-                "\"ply\" found, and the name does not end in .asc");
-  EXPECT_THAT(refusalOf(_folder.write("x", std::string("L"))), HasSubstr("this is no scan"));
+  EXPECT_EQ(refusalOf(path), path +
+                                 ": not a supported scan format (LAS, LAZ, PLY, ASC): the file begins with neither "
+                                 "\"LASF\" nor \"ply\", and its name does not end in .asc");
+  EXPECT_THAT(refusalOf(_folder.write("x", std::string("L"))), HasSubstr("not a supported scan format"));
 }
 
 TEST_F(ScanReaderTest, aMissingFileAFolderAndAPipeAreRefused) {
-  EXPECT_EQ(refusalOf(_folder.path("none.las")), _folder.path("none.las") + ": there is no such file");
+  EXPECT_EQ(refusalOf(_folder.path("none.las")), _folder.path("none.las") + ": no such file");
   std::filesystem::create_directory(_folder.path("folder.las"));
-  EXPECT_EQ(refusalOf(_folder.path("folder.las")), _folder.path("folder.las") + ": this is a folder, not a scan");
+  EXPECT_EQ(refusalOf(_folder.path("folder.las")), _folder.path("folder.las") + ": this is a folder, not a file");
   if (std::filesystem::exists("/dev/null")) {
-    EXPECT_THAT(refusalOf("/dev/null"), StartsWith("/dev/null: this is not a regular file"));
+    EXPECT_THAT(refusalOf("/dev/null"), StartsWith("/dev/null: not a regular file"));
   }
-  EXPECT_THAT(refusalOf(""), HasSubstr("there is no such file"));
+  EXPECT_THAT(refusalOf(""), HasSubstr("no such file"));
 }
 
 TEST_F(ScanReaderTest, aFileThatMayNotBeReadIsRefusedWithTheSystemsReason) {
@@ -535,7 +524,7 @@ TEST_F(ScanReaderTest, aFileThatMayNotBeReadIsRefusedWithTheSystemsReason) {
   if (std::ifstream(path).is_open()) {
     GTEST_SKIP() << "this user may read everything";
   }
-  EXPECT_EQ(refusalOf(path), path + ": the file cannot be opened for reading: Permission denied");
+  EXPECT_EQ(refusalOf(path), path + ": cannot open the file: Permission denied");
 }
 
 TEST_F(ScanReaderTest, whateverBytesStandInTheHeaderItOpensOrIsRefused) {

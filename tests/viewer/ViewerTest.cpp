@@ -217,7 +217,7 @@ TEST_F(ViewerTest, aPathThatIsNoScanIsReportedAndChangesNothing) {
   _viewer->key("a");
   _viewer->type("/nowhere.las");
   _viewer->key("Return");
-  EXPECT_EQ(_viewer->waitForLine("quor_viewer:"), "quor_viewer: /nowhere.las: there is no such file");
+  EXPECT_EQ(_viewer->waitForLine("quor_viewer:"), "quor_viewer: /nowhere.las: no such file");
   expectClickReports(24);
 }
 
