@@ -227,7 +227,7 @@ bool Application::_loadALittle() {
     }
   } else if (_loader.finished()) {
     _finishLoading();
-  } else if (_loader.takeSampleEnd() || (_loader.pointsRead() != _pointsShown && _isProgressDue())) {
+  } else if (_loader.pollSampleCompleted() || (_loader.pointsRead() != _pointsShown && _isProgressDue())) {
     _showProgress();
   }
   return cameSome;
@@ -265,7 +265,7 @@ void Application::_closeScan(unsigned int scan) {
     _frames->remove(_scene.cloud.node(), points);
   }
   _scans.close(scan);
-  _picker.forget();
+  _picker.clearLatest();
   _scene.marker.clear();
   _userNavigated = !_scans.isEmpty();
   if (_scans.isEmpty()) {

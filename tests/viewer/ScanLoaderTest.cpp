@@ -425,7 +425,7 @@ TEST_F(ScanLoaderTest, theSampleOfALargeScanIsHandedOutBeforeTheRestAndReported)
                                                               },
                                                               [](const std::string&) {}, [](const std::string&) {}});
   _loader->start();
-  while (!_loader->finished() && !_loader->takeSampleEnd()) {
+  while (!_loader->finished() && !_loader->pollSampleCompleted()) {
     if (!_loader->step(10s)) std::this_thread::sleep_for(1ms);
   }
   EXPECT_LT(_loader->pointsRead(), 2000000U);
@@ -433,7 +433,7 @@ TEST_F(ScanLoaderTest, theSampleOfALargeScanIsHandedOutBeforeTheRestAndReported)
   EXPECT_GT(_loader->summary().places.size(), 1000U);
   while (!_loader->finished()) {
     if (!_loader->step(10s)) std::this_thread::sleep_for(1ms);
-    EXPECT_FALSE(_loader->takeSampleEnd());
+    EXPECT_FALSE(_loader->pollSampleCompleted());
   }
   EXPECT_EQ(_loader->pointsRead(), 4000000U);
 }

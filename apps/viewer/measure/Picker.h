@@ -40,8 +40,8 @@ class Picker {
 
   /// The scan of the point near a pixel, found in the same way. Nothing if no point is near.
   std::optional<unsigned int> scanAt(int x, int y);
-  /// Forgets the latest pick, so that the next one has no distance.
-  void forget() { _latest.reset(); }
+  /// Clears the latest pick, so that the next one has no distance.
+  void clearLatest() { _latest.reset(); }
 
   /// The pixel of a point near a position in the window (0 to 1, from the bottom left), searched in a growing radius.
   std::optional<osg::Vec2i> pixelOfAnyPointNear(const osg::Vec2f& fraction);

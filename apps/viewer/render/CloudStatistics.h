@@ -20,11 +20,11 @@ struct CloudSummary {
   std::vector<unsigned int> classifications;  ///< those present, ascending
 };
 
-/// Accumulates chunks one after another, and can forget whole scans. One thread at a time.
+/// Accumulates chunks one after another, and can remove whole scans. One thread at a time.
 class CloudStatistics {
  public:
   void add(unsigned int scan, const PointChunk& chunk);
-  void forget(unsigned int scan) { _ofScans.erase(scan); }
+  void remove(unsigned int scan) { _ofScans.erase(scan); }
   /// For all scans together.
   CloudSummary summary() const;
 

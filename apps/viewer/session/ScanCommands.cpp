@@ -31,33 +31,33 @@ std::uint64_t recordsWithin(const RecordTable& table, std::uint64_t fileBytes) {
 
 }  // namespace
 
-ScanCommand::ScanCommand(std::shared_ptr<LoadDesk> desk, std::shared_ptr<LoadingScan> scan, Priority priority)
-    : FileCmd(scan->reader->info().path, priority), _desk(std::move(desk)), _scan(std::move(scan)) {
+ScanCommand::ScanCommand(std::shared_ptr<LoadContext> context, std::shared_ptr<LoadingScan> scan, Priority priority)
+    : FileCmd(scan->reader->info().path, priority), _context(std::move(context)), _scan(std::move(scan)) {
   setAutoDelete(true);
 }
 
 void ScanCommand::operator()(const FileProxy* proxy, QuorOsgUtils::FileManager* /*manager*/) {
-  LoadLetter letter;
-  letter.scan = _scan->number;
-  letter.ofSample = getPriority() == High;
+  LoadResult result;
+  result.scan = _scan->number;
+  result.ofSample = getPriority() == High;
   try {
-    if (!_scan->cancelled) work(proxy, letter);
+    if (!_scan->cancelled) work(proxy, result);
   } catch (const std::bad_alloc&) {
-    letter.error = getFile() + ": there is not enough memory for more of its points";
+    result.error = getFile() + ": there is not enough memory for more of its points";
   } catch (const std::exception& error) {
-    letter.error = error.what();
+    result.error = error.what();
   }
-  _desk->letters.post(std::move(letter));
+  _context->results.push(std::move(result));
 }
 
-ReadChunk::ReadChunk(std::shared_ptr<LoadDesk> desk, std::shared_ptr<LoadingScan> scan, const PlannedChunk& planned,
-                     ChunkSlot to)
-    : ScanCommand(std::move(desk), std::move(scan), priorityOf(planned.turn)),
+ReadChunk::ReadChunk(std::shared_ptr<LoadContext> context, std::shared_ptr<LoadingScan> scan,
+                     const PlannedChunk& planned, ChunkSlot to)
+    : ScanCommand(std::move(context), std::move(scan), priorityOf(planned.turn)),
       _points(planned.points),
       _to(std::move(to)) {}
 
 // If a point cannot be read, the points after it in the file are skipped; only the first damage is reported.
-void ReadChunk::work(const FileProxy* proxy, LoadLetter& letter) {
+void ReadChunk::work(const FileProxy* proxy, LoadResult& result) {
   ChunkBuilder builder = _scan->reader->startChunk(_points, _scan->origin);
   try {
     forEachRun(_points, [&](const PointRun& run) {
@@ -65,11 +65,11 @@ void ReadChunk::work(const FileProxy* proxy, LoadLetter& letter) {
       if (readable.count > 0 && !_scan->cancelled) _readRun(proxy, readable, builder);
     });
   } catch (const ScanError& error) {
-    if (_scan->end == std::numeric_limits<std::uint64_t>::max()) letter.error = error.what();
+    if (_scan->end == std::numeric_limits<std::uint64_t>::max()) result.error = error.what();
     _scan->end = std::min(_scan->end, _points.at(builder.filledPoints()));
   }
   *_to = builder.finish();
-  letter.chunk = *_to;
+  result.chunk = *_to;
 }
 
 void ReadChunk::_readRun(const FileProxy* proxy, const PointRun& run, ChunkBuilder& to) {
@@ -110,26 +110,27 @@ void ReadChunk::_decodeMapped(const unsigned char* records, const RecordTable& t
 }
 
 // High priority, because the scan's later commands do nothing.
-ForgetScan::ForgetScan(std::shared_ptr<LoadDesk> desk, const std::string& path, unsigned int scanNumber)
-    : FileCmd(path, High), _desk(std::move(desk)), _scanNumber(scanNumber) {
+RemoveFromStatistics::RemoveFromStatistics(std::shared_ptr<LoadContext> context, const std::string& path,
+                                           unsigned int scanNumber)
+    : FileCmd(path, High), _context(std::move(context)), _scanNumber(scanNumber) {
   setAutoDelete(true);
 }
 
-void ForgetScan::operator()(const FileProxy* /*proxy*/, QuorOsgUtils::FileManager* /*manager*/) {
-  _desk->statistics.forget(_scanNumber);
-  LoadLetter letter;
-  letter.summary = _desk->statistics.summary();
-  _desk->letters.post(std::move(letter));
+void RemoveFromStatistics::operator()(const FileProxy* /*proxy*/, QuorOsgUtils::FileManager* /*manager*/) {
+  _context->statistics.remove(_scanNumber);
+  LoadResult result;
+  result.summary = _context->statistics.summary();
+  _context->results.push(std::move(result));
 }
 
-MeasureChunk::MeasureChunk(std::shared_ptr<LoadDesk> desk, std::shared_ptr<LoadingScan> scan, ChunkSlot chunk,
+MeasureChunk::MeasureChunk(std::shared_ptr<LoadContext> context, std::shared_ptr<LoadingScan> scan, ChunkSlot chunk,
                            Priority priority)
-    : ScanCommand(std::move(desk), std::move(scan), priority), _chunk(std::move(chunk)) {}
+    : ScanCommand(std::move(context), std::move(scan), priority), _chunk(std::move(chunk)) {}
 
-void MeasureChunk::work(const FileProxy* /*proxy*/, LoadLetter& letter) {
+void MeasureChunk::work(const FileProxy* /*proxy*/, LoadResult& result) {
   if (!_chunk->positions) return;
-  _desk->statistics.add(letter.scan, *_chunk);
-  letter.summary = _desk->statistics.summary();
+  _context->statistics.add(result.scan, *_chunk);
+  result.summary = _context->statistics.summary();
 }
 
 }  // namespace QuorViewer

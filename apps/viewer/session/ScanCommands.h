@@ -3,7 +3,7 @@
 #include "scan/LoadPlan.h"
 #include "scan/Scan.h"
 #include "viewer/render/CloudStatistics.h"
-#include "viewer/session/Mailbox.h"
+#include "viewer/session/ResultQueue.h"
 
 #include <QuorOsgUtils/FileCmd.h>
 
@@ -38,7 +38,7 @@ struct LoadingScan {
 };
 
 /// The load result of a command for the viewer's thread: exactly one for each command.
-struct LoadLetter {
+struct LoadResult {
   unsigned int scan = 0;  ///< 0: no scan
   bool ofSample = false;  ///< part of the sample that shows a large scan early
   std::optional<PointChunk> chunk;
@@ -47,24 +47,24 @@ struct LoadLetter {
 };
 
 /// The load context that all commands share.
-struct LoadDesk {
-  Mailbox<LoadLetter> letters;
+struct LoadContext {
+  ResultQueue<LoadResult> results;
   CloudStatistics statistics;  ///< used only by the worker
 };
 
 /// A command on a scan, deleted by the file manager after it has run.
 class ScanCommand : public QuorOsgUtils::FileCmd {
  public:
-  ScanCommand(std::shared_ptr<LoadDesk> desk, std::shared_ptr<LoadingScan> scan, Priority priority);
+  ScanCommand(std::shared_ptr<LoadContext> context, std::shared_ptr<LoadingScan> scan, Priority priority);
 
   /// Does the work unless the scan is cancelled; posts a result in any case.
   void operator()(const QuorOsgUtils::FileProxy* proxy, QuorOsgUtils::FileManager* manager) final;
 
  protected:
   /// Fills in the result. Exceptions become its error text.
-  virtual void work(const QuorOsgUtils::FileProxy* proxy, LoadLetter& letter) = 0;
+  virtual void work(const QuorOsgUtils::FileProxy* proxy, LoadResult& result) = 0;
 
-  std::shared_ptr<LoadDesk> _desk;
+  std::shared_ptr<LoadContext> _context;
   std::shared_ptr<LoadingScan> _scan;
 };
 
@@ -77,11 +77,11 @@ using ChunkSlot = std::shared_ptr<PointChunk>;
 class ReadChunk : public ScanCommand {
  public:
   /// `to` receives the chunk for later commands.
-  ReadChunk(std::shared_ptr<LoadDesk> desk, std::shared_ptr<LoadingScan> scan, const PlannedChunk& planned,
+  ReadChunk(std::shared_ptr<LoadContext> context, std::shared_ptr<LoadingScan> scan, const PlannedChunk& planned,
             ChunkSlot to);
 
  protected:
-  void work(const QuorOsgUtils::FileProxy* proxy, LoadLetter& letter) override;
+  void work(const QuorOsgUtils::FileProxy* proxy, LoadResult& result) override;
 
  private:
   void _readRun(const QuorOsgUtils::FileProxy* proxy, const PointRun& run, ChunkBuilder& to);
@@ -92,24 +92,25 @@ class ReadChunk : public ScanCommand {
 };
 
 /// Removes a cancelled scan from the statistics.
-class ForgetScan : public QuorOsgUtils::FileCmd {
+class RemoveFromStatistics : public QuorOsgUtils::FileCmd {
  public:
-  ForgetScan(std::shared_ptr<LoadDesk> desk, const std::string& path, unsigned int scanNumber);
+  RemoveFromStatistics(std::shared_ptr<LoadContext> context, const std::string& path, unsigned int scanNumber);
 
   void operator()(const QuorOsgUtils::FileProxy* proxy, QuorOsgUtils::FileManager* manager) override;
 
  private:
-  std::shared_ptr<LoadDesk> _desk;
+  std::shared_ptr<LoadContext> _context;
   unsigned int _scanNumber;
 };
 
 /// Adds a chunk that has been read to the statistics.
 class MeasureChunk : public ScanCommand {
  public:
-  MeasureChunk(std::shared_ptr<LoadDesk> desk, std::shared_ptr<LoadingScan> scan, ChunkSlot chunk, Priority priority);
+  MeasureChunk(std::shared_ptr<LoadContext> context, std::shared_ptr<LoadingScan> scan, ChunkSlot chunk,
+               Priority priority);
 
  protected:
-  void work(const QuorOsgUtils::FileProxy* proxy, LoadLetter& letter) override;
+  void work(const QuorOsgUtils::FileProxy* proxy, LoadResult& result) override;
 
  private:
   ChunkSlot _chunk;

@@ -45,7 +45,7 @@ ScanLoader::ScanLoader(ScanSet& scans, std::uint64_t budgetBytes, Listener liste
       _budgetBytes(budgetBytes),
       _budget(budgetBytes),
       _listener(std::move(listener)),
-      _desk(std::make_shared<LoadDesk>()) {
+      _context(std::make_shared<LoadContext>()) {
   FileManager::getInstance()->startWorker();
 }
 
@@ -70,8 +70,8 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
   auto scan = std::make_shared<LoadingScan>();
   _loading[scanNumber] = scan;
   if (thinning == 0) {
-    return _tellFailure(info.path + ": none of its points fit into " + inGibibytes(_budgetBytes) +
-                        " beside those already shown");
+    return _reportFailure(info.path + ": none of its points fit into " + inGibibytes(_budgetBytes) +
+                          " beside those already shown");
   }
   scan->number = scanNumber;
   scan->origin = _scans.origin();
@@ -81,7 +81,7 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
   scan->pointsPlanned = thinnedCount(info.pointCount, thinning);
   _budget.take(scan->pointsPlanned);
   _pointsPlanned += scan->pointsPlanned;
-  if (thinning > 1) _tellThinning(*scan);
+  if (thinning > 1) _reportThinning(*scan);
   for (const PlannedChunk& planned : planLoad(info.pointCount, scan->reader->entryPoints(), thinning)) {
     _push(scan, planned);
   }
@@ -108,23 +108,23 @@ void ScanLoader::_register(LoadingScan& scan) {
 void ScanLoader::_push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned) {
   const auto chunk = std::make_shared<PointChunk>();
   const bool canWait = planned.turn == Turn::Later;
-  auto* read = new ReadChunk(_desk, scan, planned, chunk);
-  auto* measure = new MeasureChunk(_desk, scan, chunk, canWait ? FileCmd::Low : read->getPriority());
+  auto* read = new ReadChunk(_context, scan, planned, chunk);
+  auto* measure = new MeasureChunk(_context, scan, chunk, canWait ? FileCmd::Low : read->getPriority());
   if (!canWait) read->setNext(measure);
-  _lettersDue += 2;
-  if (planned.turn == Turn::First) _sampleLettersDue += 2;
+  _resultsDue += 2;
+  if (planned.turn == Turn::First) _sampleResultsDue += 2;
   FileManager::getInstance()->push(read);
   if (canWait) FileManager::getInstance()->push(measure);
 }
 
-void ScanLoader::_tellThinning(const LoadingScan& scan) {
+void ScanLoader::_reportThinning(const LoadingScan& scan) {
   const ScanInfo& info = _scans.info(scan.number);
   _listener.thinned("showing every " + ordinal(scan.thinning) + " point of " + fileName(info.path) + ": " +
                     grouped(scan.pointsPlanned) + " of " + grouped(info.pointCount) + ", to fit into " +
                     inGibibytes(_budgetBytes));
 }
 
-void ScanLoader::_tellFailure(const std::string& error) {
+void ScanLoader::_reportFailure(const std::string& error) {
   _failed = true;
   _listener.failed(error);
 }
@@ -133,31 +133,31 @@ bool ScanLoader::step(std::chrono::milliseconds budget) {
   const auto end = std::chrono::steady_clock::now() + budget;
   bool any = false;
   do {
-    std::optional<LoadLetter> letter = _desk->letters.take();
-    if (!letter) {
+    std::optional<LoadResult> result = _context->results.tryPop();
+    if (!result) {
       break;
     }
     any = true;
-    _receive(std::move(*letter));
-  } while (!_sampleEnded && std::chrono::steady_clock::now() < end);
+    _receive(std::move(*result));
+  } while (!_sampleCompleted && std::chrono::steady_clock::now() < end);
   return any;
 }
 
-void ScanLoader::_receive(LoadLetter letter) {
-  --_lettersDue;
-  if (letter.ofSample && --_sampleLettersDue == 0) _sampleEnded = true;
-  if (letter.summary) _summary = std::move(*letter.summary);
-  const auto loading = _loading.find(letter.scan);
+void ScanLoader::_receive(LoadResult result) {
+  --_resultsDue;
+  if (result.ofSample && --_sampleResultsDue == 0) _sampleCompleted = true;
+  if (result.summary) _summary = std::move(*result.summary);
+  const auto loading = _loading.find(result.scan);
   if (loading == _loading.end()) {
     return;
   }
-  if (letter.chunk && !letter.chunk->positions->empty()) {
-    _pointsRead += letter.chunk->positions->size();
-    loading->second->pointsRead += letter.chunk->positions->size();
-    _listener.loaded(letter.scan, *letter.chunk);
+  if (result.chunk && !result.chunk->positions->empty()) {
+    _pointsRead += result.chunk->positions->size();
+    loading->second->pointsRead += result.chunk->positions->size();
+    _listener.loaded(result.scan, *result.chunk);
   }
-  if (!letter.error.empty()) {
-    _tellFailure(letter.error);
+  if (!result.error.empty()) {
+    _reportFailure(result.error);
   }
 }
 
@@ -170,14 +170,14 @@ void ScanLoader::close(unsigned int scanNumber) {
   _budget.giveBack(scan->pointsPlanned);
 
   const std::string& path = _scans.info(scanNumber).path;
-  auto* forget = new ForgetScan(_desk, path, scanNumber);
+  auto* removal = new RemoveFromStatistics(_context, path, scanNumber);
   if (scan->mappedBytes > 0) {
     auto* closeFile = new QuorOsgUtils::CloseFile(path, FileCmd::High);
     closeFile->setAutoDelete(true);
-    forget->setNext(closeFile);
+    removal->setNext(closeFile);
   }
-  ++_lettersDue;
-  FileManager::getInstance()->push(forget);
+  ++_resultsDue;
+  FileManager::getInstance()->push(removal);
 }
 
 std::uint64_t ScanLoader::thinning() const {

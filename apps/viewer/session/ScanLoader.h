@@ -41,12 +41,12 @@ class ScanLoader {
   /// that a frame can be drawn. False if nothing had arrived.
   bool step(std::chrono::milliseconds budget);
   /// True once each time that the samples are complete.
-  bool takeSampleEnd() { return std::exchange(_sampleEnded, false); }
+  bool pollSampleCompleted() { return std::exchange(_sampleCompleted, false); }
   /// Drops what is still to be read of a scan, subtracts its points from the counts, and closes its file. The caller
   /// drops the chunks that it has received. The scan stays open in the set.
   void close(unsigned int scanNumber);
 
-  bool finished() const { return _lettersDue == 0; }
+  bool finished() const { return _resultsDue == 0; }
   std::uint64_t pointsRead() const { return _pointsRead; }
   /// Number of points to read, after decimation.
   std::uint64_t pointsPlanned() const { return _pointsPlanned; }
@@ -61,19 +61,19 @@ class ScanLoader {
   /// Registers a scan's file with the manager.
   void _register(LoadingScan& scan);
   void _push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned);
-  void _tellThinning(const LoadingScan& scan);
-  void _tellFailure(const std::string& error);
-  void _receive(LoadLetter letter);
+  void _reportThinning(const LoadingScan& scan);
+  void _reportFailure(const std::string& error);
+  void _receive(LoadResult result);
 
   ScanSet& _scans;
   std::uint64_t _budgetBytes;
   VertexBudget _budget;
   Listener _listener;
-  std::shared_ptr<LoadDesk> _desk;
+  std::shared_ptr<LoadContext> _context;
   std::map<unsigned int, std::shared_ptr<LoadingScan>> _loading;  // by scan number, finished ones too
-  std::uint64_t _lettersDue = 0;
-  std::uint64_t _sampleLettersDue = 0;  // those for samples
-  bool _sampleEnded = false;
+  std::uint64_t _resultsDue = 0;
+  std::uint64_t _sampleResultsDue = 0;  // those for samples
+  bool _sampleCompleted = false;
   std::uint64_t _pointsRead = 0;
   std::uint64_t _pointsPlanned = 0;
   bool _failed = false;
