@@ -85,7 +85,7 @@ Application::Application(const Arguments& arguments)
       _loader(_scans, arguments.memoryBytes.value_or(defaultBudgetBytes()),
               {[this](unsigned int scan, const PointChunk& chunk) { _scene.cloud.add(scan, chunk); },
                [this](const std::string& error) { _complain(error); },
-               [this](const std::string& note) { _messages.say(note); }}),
+               [this](const std::string& note) { _messages.print(note); }}),
       _points({_scene.cloud, _scene.hud.legend(), _scans, _loader}),
       _screenshot(_scene.target.tool()),
       _pointer(new PointerHandler([this](int x, int y) { _pick(x, y); }, [this] { _userNavigated = true; })) {}
@@ -103,7 +103,7 @@ int Application::run() {
 
 void Application::_askGpu() {
   for (const auto& [name, answer] : gpuAnswers()) {
-    _messages.note(std::string(name).append(": ").append(answer));
+    _messages.log(std::string(name).append(": ").append(answer));
   }
   _softwareRenderer = softwareRendererOf(QuorOsgUtils::GCTool::getGPURender());
 }
@@ -172,7 +172,7 @@ int Application::_takeOnePicture() {
   _screenshotPath = _arguments.screenshotFile;
   _drawFrame();
   if (!_screenshot.captured() || !_screenshot.finish()) {
-    complainOnTerminal("the picture " + _screenshotPath + " could not be written");
+    printError("the picture " + _screenshotPath + " could not be written");
     return 1;
   }
   return _loader.failed() ? 1 : 0;
@@ -184,8 +184,8 @@ int Application::_takeTour() {
       {*_viewer, _scene.target.tool(), _picker, _view, _scene.clip, _screenshot, _scans, [this] { _drawFrame(); }});
   const bool written = tour.run(_arguments.tourFolder);
   const unsigned int errors = _scene.target.glErrorCount();
-  _messages.say("tour: " + std::to_string(tour.pictureCount()) + " pictures in " + _arguments.tourFolder + ", " +
-                std::to_string(errors) + " GL errors");
+  _messages.print("tour: " + std::to_string(tour.pictureCount()) + " pictures in " + _arguments.tourFolder + ", " +
+                  std::to_string(errors) + " GL errors");
   return written && errors == 0 && !_loader.failed() ? 0 : 1;
 }
 
@@ -236,7 +236,7 @@ bool Application::_loadALittle() {
 void Application::_addScan(const std::string& path) {
   try {
     _scans.add(path);
-    _messages.say("adding " + path);
+    _messages.print("adding " + path);
     _loader.start();
     _loaded = false;
     _showTitle();
@@ -275,7 +275,7 @@ void Application::_closeScan(unsigned int scan) {
     _clip.setContent(_scene.cloud.bounds(), _loaded);
   }
   _showTitle();
-  _messages.say("closed " + name);
+  _messages.print("closed " + name);
   _messages.show(name + (_scans.isEmpty() ? " is closed; A adds a scan" : " is closed"));
 }
 
@@ -357,7 +357,7 @@ void Application::_finishLoading() {
   _points.updateRanges();
   _describeNewScans();
   if (!_scans.isEmpty()) {
-    _messages.say("loaded " + std::to_string(_loader.pointsRead()) + " points");
+    _messages.print("loaded " + std::to_string(_loader.pointsRead()) + " points");
   }
   if (!_latestError.empty()) {
     _messages.show(std::exchange(_latestError, std::string()));
@@ -379,16 +379,16 @@ void Application::_describeNewScans() {
     const std::string place = bounds.valid() ? ", from " + placeText(_scans.origin() + bounds._min) + " to " +
                                                    placeText(_scans.origin() + bounds._max)
                                              : std::string();
-    _messages.note(info.path + ": " + info.format + ", " + grouped(info.pointCount) + " points" + place);
+    _messages.log(info.path + ": " + info.format + ", " + grouped(info.pointCount) + " points" + place);
     if (info.localOnly) {
-      complainOnTerminal(info.path + ": " + info.format +
-                         " is read in single precision, which is exact enough only for local coordinates");
+      printError(info.path + ": " + info.format +
+                 " is read in single precision, which is exact enough only for local coordinates");
     }
   }
 }
 
 void Application::_complain(const std::string& error) {
-  _messages.complain(error);
+  _messages.reportError(error);
   if (!_loaded) {
     _latestError = error;
   }
@@ -399,13 +399,13 @@ void Application::_pick(int x, int y) {
     if (const std::optional<PickedPoint> picked = _picker.pick(x, y)) {
       _scene.marker.mark(picked->localPosition);
       _messages.show(statusText(*picked));
-      _messages.say(outputText(*picked, fileName(_scans.info(picked->scan).path)));
+      _messages.print(outputText(*picked, fileName(_scans.info(picked->scan).path)));
     } else {
       _messages.show("There is no point under the pointer");
-      _messages.say("picked nothing");
+      _messages.print("picked nothing");
     }
   } catch (const ScanError& error) {
-    _messages.complain(error.what());
+    _messages.reportError(error.what());
   }
 }
 
@@ -451,7 +451,7 @@ void Application::_reportScreenshot() {
   const std::string path = nameOf(std::filesystem::absolute(placeOf(_screenshotPath)));
   const std::string message = (_screenshot.finish() ? "Screenshot saved to " : "This file cannot be written: ") + path;
   _messages.show(message);
-  _messages.say(message);
+  _messages.print(message);
   _viewer->requestRedraw();
 }
 
@@ -471,7 +471,7 @@ void Application::_writeViewWhenChanged() {
   }
   std::string view = _view.describe(_scans.origin());
   if (view != _latestView) {
-    _messages.report(view);
+    _messages.printState(view);
     _latestView = std::move(view);
   }
 }

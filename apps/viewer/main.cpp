@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
     }
     return arguments.gpu ? tellGpu() : Application(arguments).run();
   } catch (const std::exception& error) {
-    complainOnTerminal(error.what());
+    printError(error.what());
     return 1;
   }
 }

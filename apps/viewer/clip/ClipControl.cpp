@@ -50,7 +50,7 @@ osg::BoundingBoxf relativeTo(const osg::Vec3d& origin, const osg::BoundingBoxd& 
 
 }  // namespace
 
-ClipControl::ClipControl(Host host) : _host(host) {}
+ClipControl::ClipControl(Dependencies dependencies) : _dependencies(dependencies) {}
 
 // Keeps the help short: keys of one kind share the row of the first.
 std::vector<KeyBinding> ClipControl::bindings(ClipControl& control) {
@@ -77,50 +77,51 @@ osg::ref_ptr<osgGA::GUIEventHandler> ClipControl::createFollower() {
 }
 
 void ClipControl::startWith(const osg::BoundingBoxd& world) {
-  const osg::BoundingBoxf box = relativeTo(_host.scans.origin(), world);
+  const osg::BoundingBoxf box = relativeTo(_dependencies.scans.origin(), world);
   const osg::Vec3f lost = box._max - box._min - osg::Vec3f(world._max - world._min);
   constexpr float kLostAtMost = 0.01F;
   if (lost.length() > kLostAtMost) {
     return _fail("--clip is too far away from the scan for a box of its size");
   }
-  _host.box.place(box);
+  _dependencies.box.place(box);
 }
 
 void ClipControl::setContent(const osg::BoundingBox& content, bool complete) {
   _content = content;
   _complete = complete;
-  const bool follows = _host.box.isPlaced() && !_automaticPose.empty() && _poseText(outputText) == _automaticPose;
-  if (follows && !_host.box.isDragged()) {
-    const bool on = _host.box.isOn();
+  const bool follows =
+      _dependencies.box.isPlaced() && !_automaticPose.empty() && _poseText(outputText) == _automaticPose;
+  if (follows && !_dependencies.box.isDragged()) {
+    const bool on = _dependencies.box.isOn();
     _placeAroundContent();
-    _host.box.setOn(on);
+    _dependencies.box.setOn(on);
   }
 }
 
 void ClipControl::abandon() {
-  _host.box.remove();
+  _dependencies.box.remove();
   _content.init();
   _automaticPose.clear();
 }
 
 bool ClipControl::_placeAroundContent() {
   if (!_content.valid()) {
-    _host.messages.show("The clip box needs a loaded scan");
+    _dependencies.messages.show("The clip box needs a loaded scan");
     return false;
   }
-  _host.box.place(boxAround(_content));
+  _dependencies.box.place(boxAround(_content));
   _automaticPose = _poseText(outputText);
   return true;
 }
 
 void ClipControl::_toggle() {
-  if (_host.box.isOn()) {
-    _host.box.setOn(false);
+  if (_dependencies.box.isOn()) {
+    _dependencies.box.setOn(false);
     _announce("clip off", "Clip box off: everything is shown");
     return;
   }
-  if (_host.box.isPlaced()) {
-    _host.box.setOn(true);
+  if (_dependencies.box.isPlaced()) {
+    _dependencies.box.setOn(true);
   } else if (!_placeAroundContent()) {
     return;
   }
@@ -135,7 +136,7 @@ void ClipControl::_reset() {
 
 void ClipControl::_showMode(ClipMode mode) {
   if (_isReady()) {
-    _host.box.showHandles(mode, _host.box.axisMask());
+    _dependencies.box.showHandles(mode, _dependencies.box.axisMask());
     const ModeWords words = wordsOf(mode);
     _announce(words.line, words.message);
   }
@@ -146,8 +147,8 @@ void ClipControl::_toggleAxis(int bit) {
   if (!_isReady()) {
     return;
   }
-  const int mask = _host.box.axisMask() == bit ? kAllAxes : bit;
-  _host.box.showHandles(_host.box.mode(), mask);
+  const int mask = _dependencies.box.axisMask() == bit ? kAllAxes : bit;
+  _dependencies.box.showHandles(_dependencies.box.mode(), mask);
   std::string axes;
   for (int axis = 0; axis < 3; ++axis) {
     axes += (mask >> axis & 1) != 0 ? std::string(1, "XYZ"[axis]) : std::string();
@@ -156,10 +157,10 @@ void ClipControl::_toggleAxis(int bit) {
 }
 
 bool ClipControl::_isReady() {
-  if (!_host.box.isOn()) {
-    _host.messages.show("Switch the clip box on first, with B");
+  if (!_dependencies.box.isOn()) {
+    _dependencies.messages.show("Switch the clip box on first, with B");
   }
-  return _host.box.isOn();
+  return _dependencies.box.isOn();
 }
 
 void ClipControl::_beginSave() {
@@ -167,20 +168,20 @@ void ClipControl::_beginSave() {
     return;
   }
   if (!_complete || _save) {
-    _host.messages.show(_save ? "The points inside are already being saved"
-                              : "Points can be saved after everything is loaded");
+    _dependencies.messages.show(_save ? "The points inside are already being saved"
+                                      : "Points can be saved after everything is loaded");
     return;
   }
   const ClipSave::Listener listener = {[this](const std::string& message) { _announce(message, message); },
                                        [this](const std::string& message) { _fail(message); }};
-  _save = std::make_unique<ClipSave>(_host.scans, _host.box.handles().getCurrentClipPlanes(), listener);
+  _save = std::make_unique<ClipSave>(_dependencies.scans, _dependencies.box.handles().getCurrentClipPlanes(), listener);
 }
 
 void ClipControl::saveALittle(std::chrono::milliseconds budget) {
   _save->step(budget);
   if (_save->finished()) {
     _save.reset();
-    _host.hud.setProgress(1.0);
+    _dependencies.hud.setProgress(1.0);
     clearTerminalProgress();
   }
 }
@@ -188,37 +189,38 @@ void ClipControl::saveALittle(std::chrono::milliseconds budget) {
 void ClipControl::showProgress() {
   const std::uint64_t total = std::max<std::uint64_t>(_save->pointCount(), 1);
   const std::uint64_t read = _save->pointsRead();
-  _host.hud.setProgress(static_cast<double>(read) / static_cast<double>(total));
-  _host.messages.showProgress("Saving the points inside: " + grouped(read) + " of " + grouped(total) + " points read");
+  _dependencies.hud.setProgress(static_cast<double>(read) / static_cast<double>(total));
+  _dependencies.messages.showProgress("Saving the points inside: " + grouped(read) + " of " + grouped(total) +
+                                      " points read");
   showTerminalProgress("saving: read", read, total);
 }
 
 void ClipControl::_announce(const std::string& line, const std::string& message) {
-  _host.messages.say(line);
-  _host.messages.show(message);
+  _dependencies.messages.print(line);
+  _dependencies.messages.show(message);
 }
 
 void ClipControl::_fail(const std::string& message) {
-  _host.messages.complain(message);
+  _dependencies.messages.reportError(message);
 }
 
 void ClipControl::_follow() {
-  const bool on = _host.box.isOn();
+  const bool on = _dependencies.box.isOn();
   const std::string note = on ? _poseText(statusText) : std::string();
   if (note != _shownNote) {
-    _host.hud.setNote(note);
+    _dependencies.hud.setNote(note);
     _shownNote = note;
   }
   const std::string pose = on ? _poseText(outputText) : std::string();
-  if (_host.verbose && on && pose != _saidPose) {
-    _host.messages.report(pose);
+  if (_dependencies.verbose && on && pose != _saidPose) {
+    _dependencies.messages.printState(pose);
   }
   _saidPose = pose;
 }
 
 std::string ClipControl::_poseText(std::string (*text)(const ClipPose&)) const {
-  const ClipHandles& handles = _host.box.handles();
-  return text(poseOf(handles.box(), handles.getMatrix(), _host.scans.origin()));
+  const ClipHandles& handles = _dependencies.box.handles();
+  return text(poseOf(handles.box(), handles.getMatrix(), _dependencies.scans.origin()));
 }
 
 }  // namespace QuorViewer

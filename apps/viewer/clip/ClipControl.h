@@ -23,7 +23,7 @@ namespace QuorViewer {
 class ClipControl {
  public:
   /// All outlive the control.
-  struct Host {
+  struct Dependencies {
     ClipBox& box;
     Hud& hud;
     Messages& messages;
@@ -31,7 +31,7 @@ class ClipControl {
     bool verbose = false;  ///< also print each new pose of the box
   };
 
-  explicit ClipControl(Host host);
+  explicit ClipControl(Dependencies dependencies);
 
   /// `control` may still be under construction; it must exist when the first key is pressed.
   static std::vector<KeyBinding> bindings(ClipControl& control);
@@ -66,7 +66,7 @@ class ClipControl {
   void _follow();
   std::string _poseText(std::string (*text)(const ClipPose&)) const;
 
-  Host _host;
+  Dependencies _dependencies;
   osg::BoundingBox _content;
   bool _complete = false;
   std::string _automaticPose;  // of a box that follows the content; empty when it does not

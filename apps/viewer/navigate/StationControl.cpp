@@ -30,82 +30,83 @@ std::vector<KeyBinding> StationControl::bindings(StationControl& control) {
 void StationControl::_toggle() {
   if (isAtStation()) {
     abandon();
-    return _host.messages.show("Back at the previous view");
+    return _dependencies.messages.show("Back at the previous view");
   }
   if (const std::optional<osg::Vec3d> station = _findStation()) {
     return _enter(*station);
   }
-  _host.messages.show("No station is known: pick a point to stand on with a left click");
+  _dependencies.messages.show("No station is known: pick a point to stand on with a left click");
 }
 
 void StationControl::_enter(const osg::Vec3d& station) {
-  _orthographicBefore = _host.view.isOrthographic();
+  _orthographicBefore = _dependencies.view.isOrthographic();
   if (_orthographicBefore) {
-    _host.view.toggleProjection();
+    _dependencies.view.toggleProjection();
   }
-  _poseBefore = _host.navigator.pose();
-  _shownField = _host.view.fieldOfViewDegrees();
-  _host.navigator.enterStation(station);
-  _host.messages.show(
+  _poseBefore = _dependencies.navigator.pose();
+  _shownField = _dependencies.view.fieldOfViewDegrees();
+  _dependencies.navigator.enterStation(station);
+  _dependencies.messages.show(
       "Right drag looks around, the wheel changes the field of view; V resets it, L leaves the station");
-  _host.messages.say("station on " + coordinatesText(station + _host.scans.origin()));
+  _dependencies.messages.print("station on " + coordinatesText(station + _dependencies.scans.origin()));
 }
 
 void StationControl::abandon() {
   if (!isAtStation()) {
     return;
   }
-  _host.navigator.leaveStation();
-  _host.view.resetFieldOfView();
-  _host.navigator.setPose(_poseBefore);
+  _dependencies.navigator.leaveStation();
+  _dependencies.view.resetFieldOfView();
+  _dependencies.navigator.setPose(_poseBefore);
   if (_orthographicBefore) {
-    _host.view.toggleProjection();
+    _dependencies.view.toggleProjection();
   }
-  _host.messages.say("station off");
+  _dependencies.messages.print("station off");
 }
 
 void StationControl::_swap() {
-  _host.navigator.swap();
-  const bool aboutPointer = _host.navigator.turnsAboutPointer();
-  _host.messages.show(aboutPointer ? "Right drag orbits about the point under the pointer"
-                                   : "Right drag orbits about the middle of the view");
-  _host.messages.say(aboutPointer ? "navigation about the pointer" : "navigation about the middle");
+  _dependencies.navigator.swap();
+  const bool aboutPointer = _dependencies.navigator.turnsAboutPointer();
+  _dependencies.messages.show(aboutPointer ? "Right drag orbits about the point under the pointer"
+                                           : "Right drag orbits about the middle of the view");
+  _dependencies.messages.print(aboutPointer ? "navigation about the pointer" : "navigation about the middle");
 }
 
 void StationControl::_resetField() {
   if (isAtStation()) {
-    _host.view.resetFieldOfView();
+    _dependencies.view.resetFieldOfView();
   } else {
-    _host.messages.show("The field of view changes only at a station; L goes there");
+    _dependencies.messages.show("The field of view changes only at a station; L goes there");
   }
 }
 
 void StationControl::showFieldOfView() {
-  const double degrees = _host.view.fieldOfViewDegrees();
+  const double degrees = _dependencies.view.fieldOfViewDegrees();
   if (isAtStation() && std::abs(degrees - _shownField) > kSeenShare * _shownField) {
     _shownField = degrees;
-    _host.messages.show("Field of view " + fieldOfViewText(degrees, " degrees"));
+    _dependencies.messages.show("Field of view " + fieldOfViewText(degrees, " degrees"));
   }
 }
 
 std::string StationControl::summary() const {
   if (isAtStation()) {
-    return "Station, " + fieldOfViewText(_host.view.fieldOfViewDegrees(), "°");
+    return "Station, " + fieldOfViewText(_dependencies.view.fieldOfViewDegrees(), "°");
   }
-  const std::string projection = _host.view.isOrthographic() ? "Orthographic" : "Perspective";
-  return projection + (_host.navigator.turnsAboutPointer() ? "   ·   About the pointer" : "   ·   About the middle");
+  const std::string projection = _dependencies.view.isOrthographic() ? "Orthographic" : "Perspective";
+  return projection +
+         (_dependencies.navigator.turnsAboutPointer() ? "   ·   About the pointer" : "   ·   About the middle");
 }
 
 // Scans from a single station often have it at the origin of their coordinates, among their points.
 std::optional<osg::Vec3d> StationControl::_findStation() const {
-  const osg::Vec3d origin = _host.scans.origin();
+  const osg::Vec3d origin = _dependencies.scans.origin();
   if (_given) {
     return *_given - origin;
   }
-  if (_host.view.bounds().contains(-origin)) {
+  if (_dependencies.view.bounds().contains(-origin)) {
     return -origin;
   }
-  const std::optional<PickedPoint>& picked = _host.picker.latest();
+  const std::optional<PickedPoint>& picked = _dependencies.picker.latest();
   return picked ? std::optional<osg::Vec3d>(picked->localPosition + osg::Vec3d(0.0, 0.0, kEyeHeight)) : std::nullopt;
 }
 

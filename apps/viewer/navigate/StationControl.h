@@ -20,7 +20,7 @@ namespace QuorViewer {
 class StationControl {
  public:
   /// All outlive the control.
-  struct Host {
+  struct Dependencies {
     Navigator& navigator;
     ViewControl& view;
     const Picker& picker;
@@ -29,12 +29,13 @@ class StationControl {
   };
 
   /// `station`, in the scans' own coordinates, takes precedence over the scans' origin and the user's picks.
-  StationControl(Host host, std::optional<osg::Vec3d> station) : _host(host), _given(station) {}
+  StationControl(Dependencies dependencies, std::optional<osg::Vec3d> station)
+      : _dependencies(dependencies), _given(station) {}
 
   /// Expects that the control outlives the bindings; may be called before it is constructed.
   static std::vector<KeyBinding> bindings(StationControl& control);
 
-  bool isAtStation() const { return _host.navigator.isAtStation(); }
+  bool isAtStation() const { return _dependencies.navigator.isAtStation(); }
   /// Leaves the station, if at one, and restores the view from before.
   void abandon();
   /// Shows a field of view that has changed since the last call.
@@ -49,7 +50,7 @@ class StationControl {
   void _resetField();
   std::optional<osg::Vec3d> _findStation() const;
 
-  Host _host;
+  Dependencies _dependencies;
   std::optional<osg::Vec3d> _given;
   Pose _poseBefore;
   bool _orthographicBefore = false;

@@ -32,7 +32,10 @@ float fittingPointSize(std::uint64_t points, double pixels) {
 
 std::vector<KeyBinding> CloudControl::bindings(CloudControl& control) {
   std::vector<KeyBinding> bindings = {
-      {{'c', 'C'}, "C", "next colouring", [&control] { control._setMode(nextOf(control._host.cloud.colourMode())); }},
+      {{'c', 'C'},
+       "C",
+       "next colouring",
+       [&control] { control._setMode(nextOf(control._dependencies.cloud.colourMode())); }},
       {{'+', '=', Key::KEY_KP_Add}, "+", "larger points", [&control] { control._changeSize(1.0F); }},
       {{'-', '_', Key::KEY_KP_Subtract}, "-", "smaller points", [&control] { control._changeSize(-1.0F); }}};
   for (int number = kColourModeCount - 1; number >= 0; --number) {
@@ -47,44 +50,45 @@ std::vector<KeyBinding> CloudControl::bindings(CloudControl& control) {
 }
 
 void CloudControl::start(std::optional<ColourMode> mode, std::optional<float> pointSizePixels, double windowPixels) {
-  _host.cloud.setColourMode(mode.value_or(fittingColourMode(_host.scans)));
-  _host.cloud.setPointSizePixels(pointSizePixels.value_or(fittingPointSize(_host.scans.pointCount(), windowPixels)));
+  _dependencies.cloud.setColourMode(mode.value_or(fittingColourMode(_dependencies.scans)));
+  _dependencies.cloud.setPointSizePixels(
+      pointSizePixels.value_or(fittingPointSize(_dependencies.scans.pointCount(), windowPixels)));
 }
 
 void CloudControl::updateRanges() {
-  _host.cloud.setElevationRange(_host.loader.summary().elevations);
-  _host.cloud.setIntensityRange(_host.loader.summary().intensities);
+  _dependencies.cloud.setElevationRange(_dependencies.loader.summary().elevations);
+  _dependencies.cloud.setIntensityRange(_dependencies.loader.summary().intensities);
   _updateLegend();
 }
 
 void CloudControl::_setMode(ColourMode mode) {
-  _host.cloud.setColourMode(mode);
+  _dependencies.cloud.setColourMode(mode);
   _updateLegend();
 }
 
 void CloudControl::_changeSize(float stepPixels) {
-  _host.cloud.setPointSizePixels(_host.cloud.pointSizePixels() + stepPixels);
+  _dependencies.cloud.setPointSizePixels(_dependencies.cloud.pointSizePixels() + stepPixels);
 }
 
 void CloudControl::_updateLegend() {
-  if (_host.scans.isEmpty()) {
-    return _host.legend.hide();
+  if (_dependencies.scans.isEmpty()) {
+    return _dependencies.legend.hide();
   }
   constexpr int kElevationDecimals = 1;
-  switch (_host.cloud.colourMode()) {
+  switch (_dependencies.cloud.colourMode()) {
     case ColourMode::Rgb:
-      return _host.legend.hide();
+      return _dependencies.legend.hide();
     case ColourMode::Classification:
-      return _host.legend.showClasses(_host.loader.summary().classifications);
+      return _dependencies.legend.showClasses(_dependencies.loader.summary().classifications);
     case ColourMode::Intensity: {
-      const auto [low, high] = _host.loader.summary().intensities;
-      return _host.legend.showRamp(ColourMode::Intensity, fixed(low, 0), fixed(high, 0));
+      const auto [low, high] = _dependencies.loader.summary().intensities;
+      return _dependencies.legend.showRamp(ColourMode::Intensity, fixed(low, 0), fixed(high, 0));
     }
     case ColourMode::Elevation: {
-      const auto [low, high] = _host.loader.summary().elevations;
-      const double origin = _host.scans.origin().z();
-      return _host.legend.showRamp(ColourMode::Elevation, fixed(low + origin, kElevationDecimals),
-                                   fixed(high + origin, kElevationDecimals));
+      const auto [low, high] = _dependencies.loader.summary().elevations;
+      const double origin = _dependencies.scans.origin().z();
+      return _dependencies.legend.showRamp(ColourMode::Elevation, fixed(low + origin, kElevationDecimals),
+                                           fixed(high + origin, kElevationDecimals));
     }
   }
 }

@@ -16,14 +16,14 @@ namespace QuorViewer {
 class CloudControl {
  public:
   /// All outlive the control.
-  struct Host {
+  struct Dependencies {
     PointCloud& cloud;
     Legend& legend;
     const ScanSet& scans;
     const ScanLoader& loader;
   };
 
-  explicit CloudControl(Host host) : _host(host) {}
+  explicit CloudControl(Dependencies dependencies) : _dependencies(dependencies) {}
 
   /// `control` may still be under construction; it must exist when the first key is pressed.
   static std::vector<KeyBinding> bindings(CloudControl& control);
@@ -39,7 +39,7 @@ class CloudControl {
   void _changeSize(float stepPixels);
   void _updateLegend();
 
-  Host _host;
+  Dependencies _dependencies;
 };
 
 }  // namespace QuorViewer

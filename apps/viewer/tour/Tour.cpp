@@ -125,7 +125,7 @@ bool Tour::run(const std::string& folder) {
     const std::string picture = pictureName(index + 1, kSteps[index].name);
     _perform(kSteps[index]);
     if (!_takePicture(nameOf(placeOf(folder) / picture))) {
-      complainOnTerminal(std::string("the picture ").append(picture).append(" cannot be written in ").append(folder));
+      printError(std::string("the picture ").append(picture).append(" cannot be written in ").append(folder));
       return false;
     }
     records += (index > 0 ? ",\n" : "") + _record(kSteps[index], picture);
@@ -136,7 +136,7 @@ bool Tour::run(const std::string& folder) {
        << ",\n  \"steps\": [\n"
        << records << "\n  ]\n}\n";
   if (!file.flush()) {
-    complainOnTerminal(path + " cannot be written");
+    printError(path + " cannot be written");
   }
   return file.good();
 }

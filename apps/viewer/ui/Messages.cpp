@@ -11,7 +11,7 @@
 namespace QuorViewer {
 namespace {
 
-QuorOsgUtils::LogFile& log() {
+QuorOsgUtils::LogFile& logFile() {
   return *QuorOsgUtils::LogFile::getInstance();
 }
 
@@ -27,9 +27,9 @@ class LoggedNotices : public osg::StandardNotifyHandler {
     std::string text = message;
     text.erase(text.find_last_not_of("\r\n") + 1);
     if (severity <= osg::WARN) {
-      log().error(text.c_str());
+      logFile().error(text.c_str());
     } else {
-      log().debug(text.c_str());
+      logFile().debug(text.c_str());
     }
   }
 };
@@ -37,36 +37,36 @@ class LoggedNotices : public osg::StandardNotifyHandler {
 }  // namespace
 
 void Messages::show(const std::string& message) {
-  log().info(message.c_str());
+  logFile().info(message.c_str());
   _hud.setMessage(utf8Of(message));
 }
 
 void Messages::showProgress(const std::string& message) {
-  log().debug(message.c_str());
+  logFile().debug(message.c_str());
   _hud.setMessage(utf8Of(message));
 }
 
-void Messages::say(const std::string& line) {
-  log().info(line.c_str());
+void Messages::print(const std::string& line) {
+  logFile().info(line.c_str());
   writeLine(line);
 }
 
-void Messages::report(const std::string& line) {
-  log().debug(line.c_str());
+void Messages::printState(const std::string& line) {
+  logFile().debug(line.c_str());
   writeLine(line);
 }
 
-void Messages::note(const std::string& line) {
-  log().info(line.c_str());
+void Messages::log(const std::string& line) {
+  logFile().info(line.c_str());
 }
 
-void Messages::complain(const std::string& error) {
-  complainOnTerminal(error);
+void Messages::reportError(const std::string& error) {
+  printError(error);
   _hud.setMessage(utf8Of(error));
 }
 
-void complainOnTerminal(const std::string& error) {
-  log().error(error.c_str());
+void printError(const std::string& error) {
+  logFile().error(error.c_str());
   std::cerr << "quor_viewer: " << error << std::endl;
 }
 

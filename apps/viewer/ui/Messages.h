@@ -18,20 +18,20 @@ class Messages {
   /// On the status bar, for progress that is soon replaced.
   void showProgress(const std::string& message);
   /// On the standard output.
-  void say(const std::string& line);
+  void print(const std::string& line);
   /// On the standard output, up to once per frame: for programs that follow the viewer.
-  void report(const std::string& line);
+  void printState(const std::string& line);
   /// Only in the log.
-  void note(const std::string& line);
+  void log(const std::string& line);
   /// On the standard error stream and on the status bar.
-  void complain(const std::string& error);
+  void reportError(const std::string& error);
 
  private:
   Hud& _hud;
 };
 
 /// On the standard error stream and in the log: for use without a window, or if the status bar shows more.
-void complainOnTerminal(const std::string& error);
+void printError(const std::string& error);
 
 /// From now on OSG's own notices on the terminal are also written to the log. Any thread may cause them.
 void logEngineNotices();
