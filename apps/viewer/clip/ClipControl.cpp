@@ -177,22 +177,34 @@ void ClipControl::_beginSave() {
   _save = std::make_unique<ClipSave>(_dependencies.scans, _dependencies.box.handles().getCurrentClipPlanes(), listener);
 }
 
-void ClipControl::saveALittle(std::chrono::milliseconds budget) {
+bool ClipControl::advanceSave(std::chrono::milliseconds budget, const std::function<bool()>& mayShowProgress) {
+  if (!isSaving()) {
+    return false;
+  }
   _save->step(budget);
   if (_save->finished()) {
-    _save.reset();
-    _dependencies.hud.setProgress(1.0);
-    clearTerminalProgress();
+    _finishSave();
+  } else if (mayShowProgress()) {
+    _showProgress();
   }
+  return true;
 }
 
-void ClipControl::showProgress() {
+void ClipControl::_finishSave() {
+  _save.reset();
+  _dependencies.hud.setProgress(1.0);
+  clearTerminalProgress();
+  _dependencies.viewer.requestRedraw();
+}
+
+void ClipControl::_showProgress() {
   const std::uint64_t total = std::max<std::uint64_t>(_save->pointCount(), 1);
   const std::uint64_t read = _save->pointsRead();
   _dependencies.hud.setProgress(static_cast<double>(read) / static_cast<double>(total));
   _dependencies.messages.showProgress("Saving the points inside: " + grouped(read) + " of " + grouped(total) +
                                       " points read");
   showTerminalProgress("saving: read", read, total);
+  _dependencies.viewer.requestRedraw();
 }
 
 void ClipControl::_announce(const std::string& line, const std::string& message) {

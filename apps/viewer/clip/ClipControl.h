@@ -9,9 +9,11 @@
 #include "viewer/ui/Messages.h"
 
 #include <osg/BoundingBox>
+#include <osgGA/GUIActionAdapter>
 #include <osgGA/GUIEventHandler>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,7 +30,8 @@ class ClipControl {
     Hud& hud;
     Messages& messages;
     ScanSet& scans;
-    bool verbose = false;  ///< also print each new pose of the box
+    osgGA::GUIActionAdapter& viewer;  ///< for redraws
+    bool verbose = false;             ///< also print each new pose of the box
   };
 
   explicit ClipControl(Dependencies dependencies);
@@ -48,10 +51,9 @@ class ClipControl {
   void abandon();
 
   bool isSaving() const { return _save != nullptr; }
-  /// Continues writing files for about `budget`. Expects a save in progress.
-  void saveALittle(std::chrono::milliseconds budget);
-  /// Shows the progress of the save in the window and on the terminal.
-  void showProgress();
+  /// Continues a save in progress for about `budget`, and shows its progress if `mayShowProgress` says that there is
+  /// time for a frame. False if no save is in progress.
+  bool advanceSave(std::chrono::milliseconds budget, const std::function<bool()>& mayShowProgress);
 
  private:
   void _toggle();
@@ -59,7 +61,9 @@ class ClipControl {
   void _showMode(ClipMode mode);
   void _toggleAxis(int bit);
   void _beginSave();
-  bool _isReady();  // tells the user what is missing
+  void _finishSave();
+  void _showProgress();
+  bool _isReady();  // shows the user what is missing
   bool _placeAroundContent();
   void _announce(const std::string& line, const std::string& message);
   void _fail(const std::string& message);

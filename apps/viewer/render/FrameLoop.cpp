@@ -5,7 +5,7 @@
 #include <osg/BufferObject>
 #include <osg/GLObjects>
 
-#include <chrono>
+#include <algorithm>
 #include <condition_variable>
 #include <mutex>
 #include <numeric>
@@ -96,6 +96,21 @@ FrameLoop::~FrameLoop() {
 }
 
 void FrameLoop::draw() {
+  const auto start = std::chrono::steady_clock::now();
+  _drawAndWait();
+  _latestDrawEnd = std::chrono::steady_clock::now();
+  _latestDrawDuration = _latestDrawEnd - start;
+}
+
+bool FrameLoop::isProgressFrameDue() const {
+  using Duration = std::chrono::steady_clock::duration;
+  constexpr std::chrono::milliseconds kLeastInterval(100);
+  constexpr int kWorkPerDrawing = 4;
+  return std::chrono::steady_clock::now() - _latestDrawEnd >
+         std::max<Duration>(kLeastInterval, kWorkPerDrawing * _latestDrawDuration);
+}
+
+void FrameLoop::_drawAndWait() {
   const std::uint64_t before = _end->frames();
   _viewer.frame();
   while (_viewer.areThreadsRunning() && !_viewer.done() && !_end->waitBeyond(before)) {

@@ -16,8 +16,8 @@ constexpr std::size_t kNameWidth = 28;
 constexpr std::size_t kTableWidth = 100;
 
 // Wraps between words; further lines align with the first.
-void appendRow(std::string& table, std::string name, const std::string& answer) {
-  std::istringstream words(answer);
+void appendRow(std::string& table, std::string name, const std::string& value) {
+  std::istringstream words(value);
   std::string line;
   const auto finishLine = [&] {
     name.resize(kNameWidth, ' ');
@@ -33,7 +33,7 @@ void appendRow(std::string& table, std::string name, const std::string& answer) 
 
 }  // namespace
 
-std::vector<std::pair<std::string, std::string>> gpuAnswers() {
+std::vector<std::pair<std::string, std::string>> gpuProperties() {
   if (*GCTool::getGPURender() == '\0') {
     return {};
   }
@@ -47,8 +47,8 @@ std::vector<std::pair<std::string, std::string>> gpuAnswers() {
 
 std::string gpuTable() {
   std::string table;
-  for (const auto& [name, answer] : gpuAnswers()) {
-    appendRow(table, name, answer);
+  for (const auto& [name, value] : gpuProperties()) {
+    appendRow(table, name, value);
   }
   return table;
 }

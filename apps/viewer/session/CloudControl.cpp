@@ -50,14 +50,14 @@ std::vector<KeyBinding> CloudControl::bindings(CloudControl& control) {
 }
 
 void CloudControl::start(std::optional<ColourMode> mode, std::optional<float> pointSizePixels, double windowPixels) {
-  _dependencies.cloud.setColourMode(mode.value_or(fittingColourMode(_dependencies.scans)));
+  _dependencies.cloud.setColourMode(mode.value_or(fittingColourMode(_dependencies.session.scans())));
   _dependencies.cloud.setPointSizePixels(
-      pointSizePixels.value_or(fittingPointSize(_dependencies.scans.pointCount(), windowPixels)));
+      pointSizePixels.value_or(fittingPointSize(_dependencies.session.scans().pointCount(), windowPixels)));
 }
 
 void CloudControl::updateRanges() {
-  _dependencies.cloud.setElevationRange(_dependencies.loader.summary().elevations);
-  _dependencies.cloud.setIntensityRange(_dependencies.loader.summary().intensities);
+  _dependencies.cloud.setElevationRange(_dependencies.session.summary().elevations);
+  _dependencies.cloud.setIntensityRange(_dependencies.session.summary().intensities);
   _updateLegend();
 }
 
@@ -71,7 +71,7 @@ void CloudControl::_changeSize(float stepPixels) {
 }
 
 void CloudControl::_updateLegend() {
-  if (_dependencies.scans.isEmpty()) {
+  if (_dependencies.session.scans().isEmpty()) {
     return _dependencies.legend.hide();
   }
   constexpr int kElevationDecimals = 1;
@@ -79,14 +79,14 @@ void CloudControl::_updateLegend() {
     case ColourMode::Rgb:
       return _dependencies.legend.hide();
     case ColourMode::Classification:
-      return _dependencies.legend.showClasses(_dependencies.loader.summary().classifications);
+      return _dependencies.legend.showClasses(_dependencies.session.summary().classifications);
     case ColourMode::Intensity: {
-      const auto [low, high] = _dependencies.loader.summary().intensities;
+      const auto [low, high] = _dependencies.session.summary().intensities;
       return _dependencies.legend.showRamp(ColourMode::Intensity, fixed(low, 0), fixed(high, 0));
     }
     case ColourMode::Elevation: {
-      const auto [low, high] = _dependencies.loader.summary().elevations;
-      const double origin = _dependencies.scans.origin().z();
+      const auto [low, high] = _dependencies.session.summary().elevations;
+      const double origin = _dependencies.session.scans().origin().z();
       return _dependencies.legend.showRamp(ColourMode::Elevation, fixed(low + origin, kElevationDecimals),
                                            fixed(high + origin, kElevationDecimals));
     }

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "viewer/render/PointCloud.h"
-#include "viewer/session/ScanLoader.h"
-#include "viewer/session/ScanSet.h"
+#include "viewer/session/Session.h"
 #include "viewer/ui/Keys.h"
 #include "viewer/ui/Legend.h"
 
@@ -19,8 +18,7 @@ class CloudControl {
   struct Dependencies {
     PointCloud& cloud;
     Legend& legend;
-    const ScanSet& scans;
-    const ScanLoader& loader;
+    const Session& session;
   };
 
   explicit CloudControl(Dependencies dependencies) : _dependencies(dependencies) {}

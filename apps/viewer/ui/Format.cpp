@@ -37,6 +37,11 @@ std::string fixed(double value, int decimals) {
   return stream.str();
 }
 
+std::string coordinates(const osg::Vec3d& vector, int decimals, const char* separator) {
+  return fixed(vector.x(), decimals) + separator + fixed(vector.y(), decimals) + separator +
+         fixed(vector.z(), decimals);
+}
+
 int decimalsOfScale(double scale) {
   constexpr int kFloatingPointDecimals = 3;
   constexpr int kMostDecimals = 9;

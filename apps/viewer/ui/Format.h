@@ -1,5 +1,7 @@
 #pragma once
 
+#include <osg/Vec3d>
+
 #include <cstdint>
 #include <string>
 
@@ -16,6 +18,9 @@ std::string ordinal(std::uint64_t number);
 
 /// `value` with `decimals` decimals, whatever the locale.
 std::string fixed(double value, int decimals);
+
+/// The three components of `vector` with `decimals` decimals each: "1.50 2.00 -0.25".
+std::string coordinates(const osg::Vec3d& vector, int decimals, const char* separator = " ");
 
 /// Number of decimals that a coordinate needs so that neighbours on a grid of step `scale` read differently. A scale of
 /// 0 means that the file stores floating point: 3 decimals.

@@ -1,8 +1,12 @@
 #include "viewer/ui/Window.h"
 
+#include "viewer/platform/WindowEvents.h"
 #include "viewer/ui/Format.h"
 
 #include <osg/GLExtensions>
+#include <osgViewer/ViewerEventHandlers>
+
+#include <algorithm>
 
 namespace QuorViewer {
 namespace {
@@ -34,6 +38,12 @@ void checkOpenGl(osg::GraphicsContext& context) {
   }
 }
 
+osgViewer::ViewerBase::Windows windowsOf(osgViewer::Viewer& viewer) {
+  osgViewer::ViewerBase::Windows windows;
+  viewer.getWindows(windows);
+  return windows;
+}
+
 }  // namespace
 
 void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::string& title) {
@@ -58,6 +68,25 @@ void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::str
     throw WindowError("the window could not be shown on this display");
   }
   checkOpenGl(*window);
+}
+
+osg::ref_ptr<osgGA::GUIEventHandler> createFullScreenHandler() {
+  osg::ref_ptr<osgViewer::WindowSizeHandler> handler = new osgViewer::WindowSizeHandler;
+  handler->setKeyEventToggleFullscreen(osgGA::GUIEventAdapter::KEY_F11);
+  handler->setChangeWindowedResolution(false);
+  return handler;
+}
+
+void setWindowTitle(osgViewer::Viewer& viewer, const std::string& title) {
+  for (osgViewer::GraphicsWindow* window : windowsOf(viewer)) {
+    window->setWindowName(title);
+  }
+}
+
+bool hasWindowNews(osgViewer::Viewer& viewer) {
+  const osgViewer::ViewerBase::Windows windows = windowsOf(viewer);
+  return std::any_of(windows.begin(), windows.end(),
+                     [](osgViewer::GraphicsWindow* window) { return hasNewsForNextFrame(*window); });
 }
 
 }  // namespace QuorViewer

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <osg/ref_ptr>
+#include <osgGA/GUIEventHandler>
 #include <osgViewer/Viewer>
 
 #include <stdexcept>
@@ -17,5 +19,13 @@ class WindowError : public std::runtime_error {
 /// threading model is set. Sizes in pixels. Throws WindowError if there is no display or its OpenGL is too old for the
 /// shaders.
 void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::string& title);
+
+/// Switches to full screen and back with F11.
+osg::ref_ptr<osgGA::GUIEventHandler> createFullScreenHandler();
+
+void setWindowTitle(osgViewer::Viewer& viewer, const std::string& title);
+
+/// Whether the window system has sent something that only a drawn frame hands on, like the request to close the window.
+bool hasWindowNews(osgViewer::Viewer& viewer);
 
 }  // namespace QuorViewer

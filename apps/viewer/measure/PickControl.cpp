@@ -1,0 +1,31 @@
+#include "viewer/measure/PickControl.h"
+
+#include <optional>
+
+namespace QuorViewer {
+
+void PickControl::pick(int x, int y) {
+  try {
+    if (const std::optional<PickedPoint> picked = _dependencies.picker.pick(x, y)) {
+      _report(*picked);
+    } else {
+      _dependencies.messages.show("There is no point under the pointer");
+      _dependencies.messages.print("picked nothing");
+    }
+  } catch (const ScanError& error) {
+    _dependencies.messages.reportError(error.what());
+  }
+}
+
+void PickControl::_report(const PickedPoint& picked) {
+  _dependencies.marker.mark(picked.localPosition);
+  _dependencies.messages.show(statusText(picked));
+  _dependencies.messages.print(outputText(picked, fileName(_dependencies.scans.info(picked.scan).path)));
+}
+
+void PickControl::clear() {
+  _dependencies.picker.clearLatest();
+  _dependencies.marker.clear();
+}
+
+}  // namespace QuorViewer

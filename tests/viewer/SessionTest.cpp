@@ -1,0 +1,260 @@
+#include "tests/scan/LasFile.h"
+#include "tests/scan/ScanBytes.h"
+#include "viewer/session/Session.h"
+
+#include <QuorOsgUtils/FileManager.h>
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <filesystem>
+#include <future>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace QuorTests;
+using namespace QuorViewer;
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using Key = osgGA::GUIEventAdapter::KeySymbol;
+
+constexpr std::uint64_t kPlenty = std::uint64_t{1} << 30U;
+
+std::vector<LasFilePoint> rowOfPoints(int count) {
+  std::vector<LasFilePoint> points;
+  for (int number = 0; number < count; ++number) {
+    points.push_back({number * 100, 0, 0});
+  }
+  return points;
+}
+
+/// Blocks the file manager's worker, after the commands pushed so far, until it is opened.
+class Gate : public QuorOsgUtils::FileCmd {
+ public:
+  explicit Gate(std::shared_future<void> opened) : FileCmd("gate", Normal), _opened(std::move(opened)) {
+    setAutoDelete(true);
+  }
+  void operator()(const QuorOsgUtils::FileProxy* /*proxy*/, QuorOsgUtils::FileManager* /*manager*/) override {
+    _opened.wait();
+  }
+
+ private:
+  std::shared_future<void> _opened;
+};
+
+/// A session without a window. What it prints on the terminal is recorded.
+class SessionTest : public testing::Test {
+ protected:
+  struct Viewer : osgGA::GUIActionAdapter {
+    void requestRedraw() override { ++redraws; }
+    void requestContinuousUpdate(bool /*needed*/) override {}
+    void requestWarpPointer(float /*x*/, float /*y*/) override {}
+    int redraws = 0;
+  };
+
+  // The log is written into the working folder.
+  void SetUp() override {
+    std::filesystem::current_path(_folder.path("."));
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+  }
+  void TearDown() override {
+    _session.reset();
+    testing::internal::GetCapturedStdout();
+    testing::internal::GetCapturedStderr();
+    std::filesystem::current_path(std::filesystem::temp_directory_path());
+  }
+
+  std::string write(const std::string& name, int points) {
+    writeLasFile(_folder.path(name), rowOfPoints(points), 5000.0, 7000.0);
+    return _folder.path(name);
+  }
+  void open(const std::vector<std::string>& paths, std::uint64_t memoryBytes = kPlenty) {
+    _session = std::make_unique<Session>(
+        paths, memoryBytes, Session::Dependencies{_cloud, _hud, _messages, _viewer},
+        Session::Listener{[this] { _events.emplace_back("added"); }, [this] { ++_pointsAdded; },
+                          [this] { _events.emplace_back("loaded"); },
+                          [this](const osg::ref_ptr<osg::Node>& points) { _released.push_back(points); }});
+    _session->start();
+  }
+  void loadEverything() {
+    const auto end = std::chrono::steady_clock::now() + 60s;
+    while (!_session->isLoaded() && std::chrono::steady_clock::now() < end) {
+      if (!_session->loadNextChunks(10ms, [] { return false; })) std::this_thread::sleep_for(1ms);
+    }
+    ASSERT_TRUE(_session->isLoaded());
+  }
+  void press(int key) {
+    const osg::ref_ptr<osgGA::GUIEventAdapter> event = new osgGA::GUIEventAdapter;
+    event->setEventType(osgGA::GUIEventAdapter::KEYDOWN);
+    event->setKey(key);
+    EXPECT_TRUE(_session->pathHandler()->handle(*event, _viewer));
+  }
+  /// The lines printed since the last call.
+  std::string printed() {
+    std::string text = testing::internal::GetCapturedStdout();
+    testing::internal::CaptureStdout();
+    return text;
+  }
+  std::string errors() {
+    std::string text = testing::internal::GetCapturedStderr();
+    testing::internal::CaptureStderr();
+    return text;
+  }
+
+  ScanBytes::Folder _folder;
+  PointCloud _cloud;
+  Hud _hud{{}};
+  Messages _messages{_hud};
+  Viewer _viewer;
+  std::vector<std::string> _events;
+  int _pointsAdded = 0;
+  std::vector<osg::ref_ptr<osg::Node>> _released;
+  std::unique_ptr<Session> _session;
+};
+
+TEST_F(SessionTest, aMissingScanThrowsBeforeAnythingIsOpened) {
+  EXPECT_THROW(open({_folder.path("missing.las")}), ScanError);
+}
+
+TEST_F(SessionTest, loadingPutsAllPointsIntoTheCloudAndReportsTheirNumber) {
+  open({write("a.las", 11), write("b.las", 5)});
+  EXPECT_FALSE(_session->isLoaded());
+  loadEverything();
+  EXPECT_THAT(_events, ElementsAre("loaded"));
+  EXPECT_GT(_pointsAdded, 0);
+  EXPECT_FLOAT_EQ(_cloud.boundsOf(1)._max.x() - _cloud.boundsOf(1)._min.x(), 10.0F);
+  EXPECT_FLOAT_EQ(_cloud.boundsOf(2)._max.x() - _cloud.boundsOf(2)._min.x(), 4.0F);
+  EXPECT_EQ(printed(), "loaded 16 points\n");
+  EXPECT_EQ(_session->pointCountText(), "16 points");
+  EXPECT_GT(_viewer.redraws, 0);
+  EXPECT_FALSE(_session->anyFailed());
+}
+
+TEST_F(SessionTest, nothingIsLeftToDoOnceEverythingIsLoaded) {
+  open({write("a.las", 11)});
+  loadEverything();
+  const int redraws = _viewer.redraws;
+  EXPECT_FALSE(_session->loadNextChunks(1ms, [] { return true; }));
+  EXPECT_EQ(_viewer.redraws, redraws);
+  EXPECT_EQ(printed(), "loaded 11 points\n");
+}
+
+TEST_F(SessionTest, theTitleNamesTheOpenScans) {
+  open({write("a.las", 1), write("b.las", 1)});
+  EXPECT_EQ(_session->title(), "quor_viewer: a.las, b.las");
+  loadEverything();
+  _session->close(1);
+  EXPECT_EQ(_session->title(), "quor_viewer: b.las");
+  _session->close(2);
+  EXPECT_EQ(_session->title(), "quor_viewer");
+}
+
+TEST_F(SessionTest, anAddedScanIsLoadedBesideTheOthers) {
+  open({write("a.las", 11)});
+  loadEverything();
+  const std::string path = write("b.las", 5);
+  printed();
+  _session->add(path);
+  EXPECT_FALSE(_session->isLoaded());
+  loadEverything();
+  EXPECT_THAT(_events, ElementsAre("loaded", "added", "loaded"));
+  EXPECT_EQ(printed(), "adding " + path + "\nloaded 16 points\n");
+  EXPECT_TRUE(_cloud.boundsOf(2).valid());
+}
+
+TEST_F(SessionTest, aScanThatCannotBeAddedIsReportedAndTheOthersStayLoaded) {
+  open({write("a.las", 11)});
+  loadEverything();
+  const std::string path = _folder.path("missing.las");
+  _session->add(path);
+  EXPECT_THAT(errors(), AllOf(HasSubstr("quor_viewer: "), HasSubstr(path)));
+  EXPECT_TRUE(_session->isLoaded());
+  EXPECT_THAT(_session->scans().numbers(), ElementsAre(1U));
+  EXPECT_THAT(_events, ElementsAre("loaded"));
+}
+
+TEST_F(SessionTest, aTypedPathAddsTheScan) {
+  open({write("a.las", 11)});
+  loadEverything();
+  const std::string path = write("b.las", 5);
+  _session->openPathEntry();
+  for (const char c : path) press(c);
+  press(Key::KEY_Return);
+  loadEverything();
+  EXPECT_THAT(_session->scans().numbers(), ElementsAre(1U, 2U));
+}
+
+TEST_F(SessionTest, aClosedScanLeavesTheCloudAndItsNodeGoesToTheListener) {
+  open({write("a.las", 11), write("b.las", 5)});
+  loadEverything();
+  printed();
+  _session->close(1);
+  ASSERT_EQ(_released.size(), 1U);
+  EXPECT_TRUE(_cloud.node()->containsNode(_released[0]));
+  EXPECT_FALSE(_cloud.boundsOf(1).valid());
+  EXPECT_THAT(_session->scans().numbers(), ElementsAre(2U));
+  EXPECT_EQ(_session->pointCountText(), "5 points");
+  EXPECT_EQ(printed(), "closed a.las\n");
+  EXPECT_TRUE(_session->isLoaded());
+}
+
+TEST_F(SessionTest, aScanClosedBeforeItsPointsArriveHasNoNode) {
+  open({write("a.las", 11), write("b.las", 5)});
+  _session->close(1);
+  EXPECT_THAT(_released, ElementsAre(osg::ref_ptr<osg::Node>()));
+  loadEverything();
+  EXPECT_FALSE(_cloud.boundsOf(1).valid());
+  EXPECT_THAT(printed(), HasSubstr("loaded 5 points"));
+}
+
+TEST_F(SessionTest, closingTheLastScanWhileLoadingReportsNoPoints) {
+  open({write("a.las", 11)});
+  _session->close(1);
+  loadEverything();
+  EXPECT_THAT(printed(), Not(HasSubstr("loaded")));
+  EXPECT_EQ(_session->title(), "quor_viewer");
+}
+
+TEST_F(SessionTest, aScanTooLargeForTheMemoryIsDecimatedAndTheStatusSaysSo) {
+  open({write("a.las", 1000)}, 500 * VertexBudget::kBytesPerPoint);
+  EXPECT_THAT(printed(), HasSubstr("showing every 2nd point of a.las: 500 of 1,000"));
+  loadEverything();
+  EXPECT_EQ(_session->pointCountText(), "500 points, every 2nd");
+}
+
+TEST_F(SessionTest, aScanForWhichNoMemoryIsLeftFails) {
+  open({write("a.las", 10)}, 10 * VertexBudget::kBytesPerPoint);
+  loadEverything();
+  _session->add(write("b.las", 1));
+  loadEverything();
+  EXPECT_THAT(errors(), HasSubstr("b.las: none of its points fit"));
+  EXPECT_TRUE(_session->anyFailed());
+}
+
+TEST_F(SessionTest, progressIsShownOnlyIfThereIsTimeForAFrameAndOnceForTheSamePoints) {
+  std::promise<void> open;
+  this->open({write("a.las", 11)});
+  QuorOsgUtils::FileManager::getInstance()->push(new Gate(open.get_future().share()));
+  _session->add(write("b.las", 5));
+  const auto end = std::chrono::steady_clock::now() + 60s;
+  while (!_cloud.boundsOf(1).valid() && std::chrono::steady_clock::now() < end) {
+    _session->loadNextChunks(1ms, [] { return false; });
+  }
+  EXPECT_EQ(_viewer.redraws, 0);
+  for (int call = 0; call < 2; ++call) {
+    _session->loadNextChunks(1ms, [] { return true; });
+    EXPECT_EQ(_viewer.redraws, 1);
+  }
+  open.set_value();
+  loadEverything();
+}
+
+}  // namespace
