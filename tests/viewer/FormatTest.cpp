@@ -32,6 +32,11 @@ TEST(FormatTest, aCoordinateKeepsItsDigits) {
   EXPECT_EQ(fixed(9876543.25, 2), "9876543.25");
 }
 
+TEST(FormatTest, vectorsAreThreeNumbersWithASeparator) {
+  EXPECT_EQ(coordinates({9876543.25, -0.5, 3.0}, 2), "9876543.25 -0.50 3.00");
+  EXPECT_EQ(coordinates({1.0, 2.0, 3.0}, 0, " × "), "1 × 2 × 3");
+}
+
 TEST(FormatTest, quotesBackslashesAndControlCharactersAreEscaped) {
   EXPECT_EQ(jsonString("a \"b\" \\ \n"), "\"a \\\"b\\\" \\\\ \\u000a\"");
 }

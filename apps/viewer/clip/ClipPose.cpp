@@ -13,10 +13,6 @@ namespace {
 
 constexpr double kHalfTurnDegrees = 180.0;
 
-std::string join(const osg::Vec3d& vector, int decimals, const char* between) {
-  return fixed(vector.x(), decimals) + between + fixed(vector.y(), decimals) + between + fixed(vector.z(), decimals);
-}
-
 std::string nameOf(const osg::Vec3d& axis) {
   constexpr double kNearlyOne = 0.99999;
   constexpr int kDecimals = 2;
@@ -26,7 +22,7 @@ std::string nameOf(const osg::Vec3d& axis) {
       return (axis[i] < 0.0 ? "−" : "") + std::string(names[i]);
     }
   }
-  return "(" + join(axis, kDecimals, ", ") + ")";
+  return "(" + coordinates(axis, kDecimals, ", ") + ")";
 }
 
 }  // namespace
@@ -54,8 +50,8 @@ std::string statusText(const ClipPose& pose) {
   constexpr int kDecimals = 2;
   constexpr int kAngleDecimals = 1;
   constexpr double kVisibleDegrees = 0.05;
-  std::string text =
-      "Box  " + join(pose.size, kDecimals, " × ") + "      centre  " + join(pose.centre, kDecimals, "   ") + "      ";
+  std::string text = "Box  " + coordinates(pose.size, kDecimals, " × ") + "      centre  " +
+                     coordinates(pose.centre, kDecimals, "   ") + "      ";
   if (pose.degrees < kVisibleDegrees) {
     return text + "rotated 0°";
   }
@@ -65,8 +61,8 @@ std::string statusText(const ClipPose& pose) {
 std::string outputText(const ClipPose& pose) {
   constexpr int kDecimals = 6;
   constexpr int kRotationDecimals = 9;
-  return "clip size " + join(pose.size, kDecimals, " ") + " centre " + join(pose.centre, kDecimals, " ") +
-         " rotation " + fixed(pose.degrees, kRotationDecimals) + " " + join(pose.axis, kRotationDecimals, " ");
+  return "clip size " + coordinates(pose.size, kDecimals) + " centre " + coordinates(pose.centre, kDecimals) +
+         " rotation " + fixed(pose.degrees, kRotationDecimals) + " " + coordinates(pose.axis, kRotationDecimals);
 }
 
 osg::BoundingBoxf boxAround(const osg::BoundingBox& content) {

@@ -18,11 +18,6 @@ IdentifierImage identifiers(FrameBuffer& frame) {
   return {frame.getItemIDBuffer(), width, height};
 }
 
-std::string coordinatesText(const PickedPoint& pick, const char* between) {
-  return fixed(pick.coordinates.x(), pick.decimals) + between + fixed(pick.coordinates.y(), pick.decimals) + between +
-         fixed(pick.coordinates.z(), pick.decimals);
-}
-
 int decimalsOf(const ScanInfo& info) {
   return std::max({decimalsOfScale(info.scale.x()), decimalsOfScale(info.scale.y()), decimalsOfScale(info.scale.z())});
 }
@@ -92,8 +87,9 @@ std::optional<osg::Vec2i> Picker::pixelOfAnyPointNear(const osg::Vec2f& fraction
 }
 
 std::string statusText(const PickedPoint& pick) {
-  std::string text = coordinatesText(pick, "   ") + "      " + std::to_string(pick.classification) + " " +
-                     classificationName(pick.classification) + "      intensity " + std::to_string(pick.intensity);
+  std::string text = coordinates(pick.coordinates, pick.decimals, "   ") + "      " +
+                     std::to_string(pick.classification) + " " + classificationName(pick.classification) +
+                     "      intensity " + std::to_string(pick.intensity);
   if (pick.distance) {
     text += "      distance " + distanceText(pick);
   }
@@ -101,10 +97,10 @@ std::string statusText(const PickedPoint& pick) {
 }
 
 std::string outputText(const PickedPoint& pick, const std::string& file) {
-  std::string text = "picked " + coordinatesText(pick, " ") + " class " + std::to_string(pick.classification) + " " +
-                     classificationName(pick.classification) + " intensity " + std::to_string(pick.intensity) +
-                     " return " + std::to_string(pick.returnNumber) + " of " + std::to_string(pick.returns) +
-                     " point " + std::to_string(pick.point) + " of " + file;
+  std::string text = "picked " + coordinates(pick.coordinates, pick.decimals) + " class " +
+                     std::to_string(pick.classification) + " " + classificationName(pick.classification) +
+                     " intensity " + std::to_string(pick.intensity) + " return " + std::to_string(pick.returnNumber) +
+                     " of " + std::to_string(pick.returns) + " point " + std::to_string(pick.point) + " of " + file;
   if (pick.distance) {
     text += " distance " + distanceText(pick);
   }

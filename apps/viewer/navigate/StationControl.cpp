@@ -9,11 +9,7 @@ namespace {
 
 constexpr double kEyeHeight = 1.6;
 constexpr double kSeenShare = 1e-3;
-
-std::string coordinatesText(const osg::Vec3d& place) {
-  constexpr int kDecimals = 3;
-  return fixed(place.x(), kDecimals) + " " + fixed(place.y(), kDecimals) + " " + fixed(place.z(), kDecimals);
-}
+constexpr int kCoordinateDecimals = 3;
 
 std::string fieldOfViewText(double degrees, const char* unit) {
   return fixed(degrees, degrees < 1.0 ? 3 : 1) + unit;
@@ -48,7 +44,8 @@ void StationControl::_enter(const osg::Vec3d& station) {
   _dependencies.navigator.enterStation(station);
   _dependencies.messages.show(
       "Right drag looks around, the wheel changes the field of view; V resets it, L leaves the station");
-  _dependencies.messages.print("station on " + coordinatesText(station + _dependencies.scans.origin()));
+  _dependencies.messages.print("station on " +
+                               coordinates(station + _dependencies.scans.origin(), kCoordinateDecimals));
 }
 
 void StationControl::abandon() {

@@ -22,14 +22,6 @@ struct ViewBox {
   double left = 0.0, right = 0.0, bottom = 0.0, top = 0.0, nearPlane = 0.0, farPlane = 0.0;
 };
 
-void appendVector(std::string& text, const char* name, const osg::Vec3d& vector) {
-  constexpr int kDecimals = 6;
-  text += std::string(" ") + name;
-  for (int axis = 0; axis < 3; ++axis) {
-    text += ' ' + fixed(vector[axis], kDecimals);
-  }
-}
-
 }  // namespace
 
 ViewControl::ViewControl(osg::Camera& camera, Navigator& navigator)
@@ -89,14 +81,12 @@ void ViewControl::resetFieldOfView() {
 std::string ViewControl::describe(const osg::Vec3d& origin) const {
   osg::Vec3d eye, centre, up;
   _camera.getViewMatrixAsLookAt(eye, centre, up);
-  std::string text = "view";
-  appendVector(text, "eye", eye + origin);
-  appendVector(text, "centre", centre + origin);
-  appendVector(text, "up", up);
-  text += " projection";
-  constexpr int kDecimals = 9;
+  constexpr int kDecimals = 6;
+  constexpr int kMatrixDecimals = 9;
+  std::string text = "view eye " + coordinates(eye + origin, kDecimals) + " centre " +
+                     coordinates(centre + origin, kDecimals) + " up " + coordinates(up, kDecimals) + " projection";
   for (int element = 0; element < 16; ++element) {
-    text += ' ' + fixed(_camera.getProjectionMatrix().ptr()[element], kDecimals);
+    text += ' ' + fixed(_camera.getProjectionMatrix().ptr()[element], kMatrixDecimals);
   }
   return text;
 }
