@@ -1,7 +1,6 @@
 #include "viewer/clip/ClipControl.h"
 
 #include "viewer/ui/Format.h"
-#include "viewer/ui/TerminalProgress.h"
 
 #include <algorithm>
 #include <cctype>
@@ -193,7 +192,7 @@ bool ClipControl::advanceSave(std::chrono::milliseconds budget, const std::funct
 void ClipControl::_finishSave() {
   _save.reset();
   _dependencies.hud.setProgress(1.0);
-  clearTerminalProgress();
+  _terminalProgress.clear();
   _dependencies.viewer.requestRedraw();
 }
 
@@ -203,7 +202,7 @@ void ClipControl::_showProgress() {
   _dependencies.hud.setProgress(static_cast<double>(read) / static_cast<double>(total));
   _dependencies.messages.showProgress("Saving the points inside: " + grouped(read) + " of " + grouped(total) +
                                       " points read");
-  showTerminalProgress("saving: read", read, total);
+  _terminalProgress.show(read, total);
   _dependencies.viewer.requestRedraw();
 }
 

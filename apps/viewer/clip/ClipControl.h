@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/ProgressLine.h"
 #include "viewer/clip/ClipBox.h"
 #include "viewer/clip/ClipPose.h"
 #include "viewer/clip/ClipSave.h"
@@ -77,6 +78,7 @@ class ClipControl {
   std::string _shownNote;
   std::string _saidPose;
   std::unique_ptr<ClipSave> _save;
+  ProgressLine _terminalProgress{"saving: read"};
 };
 
 }  // namespace QuorViewer

@@ -1,7 +1,6 @@
 #include "viewer/session/Session.h"
 
 #include "viewer/ui/Format.h"
-#include "viewer/ui/TerminalProgress.h"
 
 #include <algorithm>
 #include <utility>
@@ -68,7 +67,7 @@ void Session::_showProgress() {
   if (!_pathEntry->isOpen()) {
     _dependencies.messages.showProgress("Loading " + grouped(_pointsShown) + " of " + grouped(total) + " points");
   }
-  showTerminalProgress("loading", _pointsShown, total);
+  _terminalProgress.show(_pointsShown, total);
   _dependencies.viewer.requestRedraw();
 }
 
@@ -76,7 +75,7 @@ void Session::_finishLoading() {
   _loaded = true;
   _listener.pointsLoaded();
   _dependencies.hud.setProgress(1.0);
-  clearTerminalProgress();
+  _terminalProgress.clear();
   _logNewScans();
   if (!_scans.isEmpty()) {
     _dependencies.messages.print("loaded " + std::to_string(_loader.pointsRead()) + " points");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/ProgressLine.h"
 #include "viewer/render/PointCloud.h"
 #include "viewer/session/ScanEntry.h"
 #include "viewer/session/ScanLoader.h"
@@ -86,6 +87,7 @@ class Session {
   ScanSet _scans;
   ScanLoader _loader;
   osg::ref_ptr<ScanEntry> _pathEntry;
+  ProgressLine _terminalProgress{"loading"};
   bool _loaded = false;
   std::uint64_t _pointsShown = 0;  // in the latest progress message
   unsigned int _latestScanLogged = 0;

@@ -8,14 +8,6 @@
 
 namespace QuorViewer {
 
-std::string grouped(std::uint64_t number) {
-  std::string text = std::to_string(number);
-  for (auto end = static_cast<std::ptrdiff_t>(text.size()) - 3; end > 0; end -= 3) {
-    text.insert(static_cast<std::size_t>(end), ",");
-  }
-  return text;
-}
-
 std::string inMebibytes(std::uint64_t bytes) {
   constexpr double kMebibyte = 1024.0 * 1024.0;
   constexpr double kLittle = 9.95;

@@ -1,14 +1,13 @@
 #pragma once
 
+#include "common/Grouped.h"
+
 #include <osg/Vec3d>
 
 #include <cstdint>
 #include <string>
 
 namespace QuorViewer {
-
-/// "21,932": digits in groups of three.
-std::string grouped(std::uint64_t number);
 
 /// "1,234 MiB", or "1.2 MiB" for small values.
 std::string inMebibytes(std::uint64_t bytes);
