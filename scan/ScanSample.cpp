@@ -1,5 +1,7 @@
 #include "scan/ScanSample.h"
 
+#include "scan/Quantile.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -72,9 +74,7 @@ double ScanSample::_median(std::int32_t RawPoint::*axis) const {
   for (const RawPoint& point : _points) {
     values.push_back(point.*axis);
   }
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
+  return quantile(values, 0.5);
 }
 
 osg::Vec3d ScanSample::origin(const osg::Vec3d& scale, const osg::Vec3d& offset) const {
