@@ -1,5 +1,6 @@
 #include "make_scan/MakeScan.h"
 
+#include "command_line/CommandLine.h"
 #include "make_scan/RecordEncoder.h"
 #include "scan/edit/LasWriter.h"
 #include "scan/platform/Platform.h"
@@ -44,8 +45,8 @@ std::optional<std::uint64_t> cutLength(const Options& options, const LasHeader& 
   const std::uint64_t length = header.pointDataOffsetBytes + *options.points * header.recordLengthBytes;
   if (options.cutRecords > 0) return length - options.cutRecords * header.recordLengthBytes;
   if (options.cutAtByte && *options.cutAtByte > length) {
-    throw ArgumentError("--cut-at \"" + std::to_string(*options.cutAtByte) + "\": the file has only " +
-                        std::to_string(length) + " bytes");
+    throw invalidValue("--cut-at", "at most " + std::to_string(length) + ", the length of the file",
+                       std::to_string(*options.cutAtByte));
   }
   return options.cutAtByte;
 }
@@ -100,8 +101,9 @@ void makeScan(const Options& options, const Progress& progress) {
   LasWriter writer(options.path, before.header, before.variableRecords);
   const LasHeader header = writer.header();
   if (options.sparseOffset != 0 && header.pointDataOffsetBytes != options.sparseOffset) {
-    throw ArgumentError("--sparse-offset \"" + std::to_string(options.sparseOffset) + "\": the points begin at byte " +
-                        std::to_string(header.pointDataOffsetBytes) + " at the earliest");
+    throw invalidValue("--sparse-offset",
+                       "at least " + std::to_string(header.pointDataOffsetBytes) + ", after the header",
+                       std::to_string(options.sparseOffset));
   }
   const std::optional<std::uint64_t> cut = cutLength(options, header);
   writePoints(options, header, writer, progress);
@@ -116,11 +118,11 @@ int runMakeScan(const std::vector<std::string>& arguments, std::ostream& out, st
                 const Progress& progress) {
   try {
     const Options options = Options::parse(arguments);
-    if (options.help) {
-      out << Options::helpText();
-      return 0;
+    if (options.answer.empty()) {
+      makeScan(options, progress);
+    } else {
+      out << options.answer;
     }
-    makeScan(options, progress);
     return 0;
   } catch (const std::exception& error) {
     err << "quor_make_scan: " << error.what() << "\n";

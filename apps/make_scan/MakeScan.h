@@ -12,8 +12,8 @@ namespace QuorViewer {
 /// Called from time to time with the number of points written so far.
 using Progress = std::function<void(std::uint64_t done, std::uint64_t all)>;
 
-/// Writes the scan. Uses all processors; the file does not depend on their number. Throws ArgumentError and
-/// ScanWriteError.
+/// Writes the scan. Uses all processors; the file does not depend on their number. Throws
+/// std::invalid_argument and ScanWriteError.
 void makeScan(const Options& options, const Progress& progress);
 
 /// The program: prints its messages and returns its exit status.

@@ -1,13 +1,13 @@
 #include "make_scan/Options.h"
 
+#include "command_line/CommandLine.h"
+#include "command_line/Values.h"
 #include "make_scan/Terrain.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
-#include <cmath>
 #include <limits>
-#include <locale>
-#include <sstream>
-#include <utility>
 
 namespace QuorViewer {
 
@@ -16,126 +16,113 @@ namespace {
 constexpr std::uint64_t kPointsMost = 100'000'000'000;
 constexpr std::uint64_t kExtraBytesMost = 1000;
 constexpr std::uint64_t kOffsetMost = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint64_t kAnyMost = std::numeric_limits<std::uint64_t>::max();
 
-[[noreturn]] void refuse(const std::string& name, const std::string& value, const std::string& why) {
-  throw ArgumentError(name + " \"" + value + "\": " + why);
-}
-
-// The whole text as a number, independent of the locale; nothing if it is not a number.
-template <typename T>
-std::optional<T> number(const std::string& text) {
-  std::istringstream stream(text);
-  stream.imbue(std::locale::classic());
-  T value{};
-  if (text.empty() || !(stream >> value) || stream.peek() != std::istringstream::traits_type::eof()) {
-    return std::nullopt;
-  }
-  return value;
-}
-
-std::uint64_t wholeNumber(const std::string& name, const std::string& text, std::uint64_t least, std::uint64_t most) {
-  const bool digits = std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-  const std::optional<std::uint64_t> value = digits ? number<std::uint64_t>(text) : std::nullopt;
-  if (!value || *value < least || *value > most) {
-    refuse(name, text, "must be a whole number from " + std::to_string(least) + " to " + std::to_string(most));
-  }
-  return *value;
-}
-
-std::array<double, 3> threeNumbers(const std::string& name, std::string text) {
-  std::replace(text.begin(), text.end(), ',', ' ');
-  std::istringstream stream(text);
-  std::array<double, 3> values{};
-  std::size_t count = 0;
-  for (std::string word; stream >> word; ++count) {
-    const std::optional<double> value = number<double>(word);
-    if (!value || !std::isfinite(*value) || count == values.size()) count = values.size();
-    if (count == values.size()) break;
-    values[count] = *value;
-    if (count == 2 && (stream >> std::ws).eof()) return values;
-  }
-  refuse(name, text, "must be three numbers, x y z, in one argument");
-}
-
-unsigned versionMinor(const std::string& name, const std::string& text) {
-  if (text.size() != 3 || text.compare(0, 2, "1.") != 0 || text[2] < '0' || text[2] > '4') {
-    refuse(name, text, "must be one of 1.0, 1.1, 1.2, 1.3, 1.4");
-  }
-  return static_cast<unsigned>(text[2] - '0');
-}
-
-double scaleOf(const std::string& name, const std::string& text) {
-  // A coordinate is at most half the town's size from the origin, and is stored in 31 bits and a sign.
-  const double least = Terrain::kHalfSizeMetres / std::numeric_limits<std::int32_t>::max();
-  const std::optional<double> value = number<double>(text);
-  if (!value || !(*value > least) || *value > 10.0) {
-    refuse(name, text, "must be a number of metres above 1.2e-7, so that the town fits 32 bits, up to 10");
-  }
-  return *value;
-}
-
-unsigned colourBits(const std::string& name, const std::string& text) {
-  if (text != "8" && text != "16") refuse(name, text, "must be 8 or 16");
-  return text == "8" ? 8 : 16;
-}
-
-HeaderBox headerBox(const std::string& name, const std::string& text) {
-  static const std::vector<std::pair<std::string, HeaderBox>> boxes = {{"true", HeaderBox::True},
-                                                                       {"wide", HeaderBox::Wide},
-                                                                       {"empty", HeaderBox::Empty},
-                                                                       {"nan", HeaderBox::NotANumber}};
-  for (const auto& [word, box] : boxes) {
-    if (text == word) return box;
-  }
-  refuse(name, text, "must be true, wide, empty or nan");
-}
-
-struct Flag {
-  std::string name;
-  std::string value;  // name of the value in the help; empty for a flag without a value
-  std::string help;
-  void (*set)(Options& options, const std::string& name, const std::string& text);
+template <typename Number>
+struct WholeNumberOption {
+  std::string name, placeholder, help;
+  Number least, most;
 };
 
-const std::vector<Flag>& flags() {
-  using Text = const std::string&;
-  static const std::vector<Flag> all = {
-      {"--points", "N", "number of points, exactly",
-       [](Options& o, Text n, Text t) { o.points = wholeNumber(n, t, 0, kPointsMost); }},
-      {"--stations", "K", "tripods in the town, or flight lines over it (default 4)",
-       [](Options& o, Text n, Text t) {
-         o.survey.stations = static_cast<unsigned>(wholeNumber(n, t, 1, kStationsMost));
-       }},
-      {"--airborne", "", "scan from the air, in strips", [](Options& o, Text, Text) { o.survey.airborne = true; }},
-      {"--origin", "\"X Y Z\"", "where the town's middle lies (default \"0 0 0\")",
-       [](Options& o, Text n, Text t) { o.origin = threeNumbers(n, t); }},
-      {"--seed", "S", "another scan of the same town (default 1)",
-       [](Options& o, Text n, Text t) {
-         o.survey.seed = wholeNumber(n, t, 0, std::numeric_limits<std::uint64_t>::max());
-       }},
-      {"--format", "F", "point data record format, 0 to 10 (default 7)",
-       [](Options& o, Text n, Text t) { o.format = static_cast<unsigned>(wholeNumber(n, t, 0, 10)); }},
-      {"--las-version", "V", "1.0 to 1.4 (default: 1.4, or for formats 0 to 5 the first that suits, from 1.2 on)",
-       [](Options& o, Text n, Text t) { o.versionMinor = versionMinor(n, t); }},
-      {"--scale", "S", "step of the coordinates in metres (default 0.001)",
-       [](Options& o, Text n, Text t) { o.scale = scaleOf(n, t); }},
-      {"--colour-bits", "8|16", "range of the colours in their 16-bit fields (default 16)",
-       [](Options& o, Text n, Text t) { o.colourBits = colourBits(n, t); }},
-      {"--extra-bytes", "N", "bytes to append to each record (default 0)",
-       [](Options& o, Text n, Text t) { o.extraBytes = wholeNumber(n, t, 0, kExtraBytesMost); }},
-      {"--header-box", "BOX", "bounds in the header: true, wide (a kilometre too much), empty (zeros) or nan",
-       [](Options& o, Text n, Text t) { o.headerBox = headerBox(n, t); }},
-      {"--cut-at", "BYTE", "cut the finished file off at this length",
-       [](Options& o, Text n, Text t) {
-         o.cutAtByte = wholeNumber(n, t, 0, std::numeric_limits<std::uint64_t>::max());
-       }},
-      {"--cut-records", "N", "leave out the last records, which the header still counts",
-       [](Options& o, Text n, Text t) { o.cutRecords = wholeNumber(n, t, 1, kPointsMost); }},
-      {"--sparse-offset", "BYTE", "where the points begin; the hole before them takes no space on most disks",
-       [](Options& o, Text n, Text t) { o.sparseOffset = wholeNumber(n, t, 0, kOffsetMost); }},
-      {"--help", "", "this text", [](Options& o, Text, Text) { o.help = true; }},
-  };
-  return all;
+template <typename Number, typename Target>
+void addWholeNumber(CLI::App& app, const WholeNumberOption<Number>& option, Target& into) {
+  const std::string accepted =
+      "a whole number from " + std::to_string(option.least) + " to " + std::to_string(option.most);
+  addOption(app, {option.name, option.placeholder, accepted, option.help}, into,
+            [least = option.least, most = option.most](const std::string& text) {
+              return readNumber<Number>(text, least, most);
+            });
+}
+
+std::optional<std::array<double, 3>> readPosition(std::string text) {
+  std::replace(text.begin(), text.end(), ',', ' ');
+  return readNumbers<3>(text);
+}
+
+std::optional<unsigned> readVersionMinor(const std::string& text) {
+  return readWord<unsigned>(text, {{"1.0", 0}, {"1.1", 1}, {"1.2", 2}, {"1.3", 3}, {"1.4", 4}});
+}
+
+std::optional<double> readScale(const std::string& text) {
+  // A coordinate is at most half the town's size from the origin, and is stored in 31 bits and a sign.
+  const double least = Terrain::kHalfSizeMetres / std::numeric_limits<std::int32_t>::max();
+  const auto scale = readNumber<double>(text);
+  return scale && *scale > least && *scale <= 10.0 ? scale : std::nullopt;
+}
+
+std::optional<unsigned> readColourBits(const std::string& text) {
+  return readWord<unsigned>(text, {{"8", 8}, {"16", 16}});
+}
+
+std::optional<HeaderBox> readHeaderBox(const std::string& text) {
+  return readWord<HeaderBox>(text, {{"true", HeaderBox::True},
+                                    {"wide", HeaderBox::Wide},
+                                    {"empty", HeaderBox::Empty},
+                                    {"nan", HeaderBox::NotANumber}});
+}
+
+void addSurveyOptions(CLI::App& app, Options& into) {
+  app.option_defaults()->group("Survey");
+  addWholeNumber<std::uint64_t>(app, {"--points", "N", "number of points, exactly; required", 0, kPointsMost},
+                                into.points);
+  addWholeNumber<unsigned>(
+      app,
+      {"--stations", "K", "number of tripods in the town, or of flight lines over it; default: 4", 1, kStationsMost},
+      into.survey.stations);
+  app.add_flag("--airborne", into.survey.airborne, "scan from the air, in strips");
+  addWholeNumber<std::uint64_t>(
+      app, {"--seed", "S", "seed of the random numbers: another scan of the same town; default: 1", 0, kAnyMost},
+      into.survey.seed);
+  addOption(app,
+            {"--origin", "\"X Y Z\"", "three numbers in one argument, \"x y z\"",
+             "coordinates of the town's centre; default: \"0 0 0\""},
+            into.origin, readPosition);
+}
+
+void addFormatOptions(CLI::App& app, Options& into) {
+  app.option_defaults()->group("File format");
+  addWholeNumber<unsigned>(app, {"--format", "F", "point data record format, 0 to 10; default: 7", 0, 10}, into.format);
+  addOption(app,
+            {"--las-version", "V", "1.0, 1.1, 1.2, 1.3 or 1.4",
+             "1.0 to 1.4; default: 1.4, or for formats 0 to 5 the first version from 1.2\nthat has the format"},
+            into.versionMinor, readVersionMinor);
+  addOption(app,
+            {"--scale", "S", "a number of metres above 1.2e-7, so that the town fits into 32 bits, and up to 10",
+             "resolution of the coordinates in metres; default: 0.001"},
+            into.scale, readScale);
+  addOption(
+      app,
+      {"--colour-bits", "8|16", "8 or 16", "range of the colours: 8 (0 to 255) or 16 (0 to 65535) bits; default: 16"},
+      into.colourBits, readColourBits);
+  addWholeNumber<std::uint64_t>(
+      app, {"--extra-bytes", "N", "bytes appended to each record; default: 0", 0, kExtraBytesMost}, into.extraBytes);
+}
+
+void addFaultOptions(CLI::App& app, Options& into) {
+  app.option_defaults()->group("Unusual and damaged files");
+  addOption(app,
+            {"--header-box", "BOX", "true, wide, empty or nan",
+             "bounds in the header: true, wide (1 km too large), empty (zeros) or nan;\ndefault: true"},
+            into.headerBox, readHeaderBox);
+  addWholeNumber<std::uint64_t>(app, {"--cut-at", "BYTE", "truncate the finished file to this length", 0, kAnyMost},
+                                into.cutAtByte);
+  addWholeNumber<std::uint64_t>(
+      app, {"--cut-records", "N", "omit the last N records, which the header still counts", 1, kPointsMost},
+      into.cutRecords);
+  addWholeNumber<std::uint64_t>(
+      app,
+      {"--sparse-offset", "BYTE", "start of the points; the gap before them takes no space on most disks", 0,
+       kOffsetMost},
+      into.sparseOffset);
+}
+
+void addHelp(CLI::App& app) {
+  app.option_defaults()->group("Help");
+  app.set_help_flag("--help", "print this help and quit");
+  app.footer(
+      "Examples:\n"
+      "  quor_make_scan town.las --points 10000000\n"
+      "  quor_make_scan strips.las --points 500000 --airborne --origin \"431000 5412000 300\"");
 }
 
 // Formats were introduced with version 1.0 (0, 1), 1.2 (2, 3), 1.3 (4, 5) and 1.4 (the others).
@@ -143,29 +130,31 @@ unsigned leastVersion(unsigned format) {
   return format >= 6 ? 4 : format >= 4 ? 3 : format >= 2 ? 2 : 0;
 }
 
-void checkTogether(const Options& options) {
-  if (options.path.empty()) throw ArgumentError("the name of the file to write is missing");
-  if (!options.points) throw ArgumentError("--points is missing: it says how many points to write");
-  if (options.version() < leastVersion(options.format)) {
-    refuse(
-        "--las-version", "1." + std::to_string(options.version()),
-        "point format " + std::to_string(options.format) + " needs 1." + std::to_string(leastVersion(options.format)));
+std::string pathAmong(const std::vector<std::string>& files) {
+  if (files.empty() || files.front().empty()) throw invalidArgument("the name of the file to write is missing");
+  if (files.size() > 1) {
+    throw invalidArgument("only one file can be written: '" + files[0] + "' or '" + files[1] + "'");
   }
-  if (options.version() < 4 && *options.points > std::numeric_limits<std::uint32_t>::max()) {
-    refuse("--points", std::to_string(*options.points), "before version 1.4 a file holds at most 4294967295");
-  }
-  if (options.cutRecords > *options.points) {
-    refuse("--cut-records", std::to_string(options.cutRecords), "is more than there are points");
-  }
-  if (options.cutAtByte && options.cutRecords > 0) throw ArgumentError("--cut-at and --cut-records exclude each other");
+  return files.front();
 }
 
-void takeFlag(Options& options, const std::vector<std::string>& arguments, std::size_t& place) {
-  const std::string& name = arguments[place];
-  const auto flag = std::find_if(flags().begin(), flags().end(), [&](const Flag& one) { return one.name == name; });
-  if (flag == flags().end()) throw ArgumentError(name + ": no such option; --help lists them");
-  if (!flag->value.empty() && ++place == arguments.size()) throw ArgumentError(name + ": its value is missing");
-  flag->set(options, name, arguments[place]);
+void checkTogether(const Options& options) {
+  if (!options.points) throw invalidArgument("--points is required");
+  if (options.version() < leastVersion(options.format)) {
+    throw invalidValue("--las-version",
+                       "at least 1." + std::to_string(leastVersion(options.format)) + " for point format " +
+                           std::to_string(options.format),
+                       "1." + std::to_string(options.version()));
+  }
+  if (options.version() < 4 && *options.points > std::numeric_limits<std::uint32_t>::max()) {
+    throw invalidValue("--points", "at most 4294967295 before version 1.4", std::to_string(*options.points));
+  }
+  if (options.cutRecords > *options.points) {
+    throw invalidValue("--cut-records", "no more than --points", std::to_string(options.cutRecords));
+  }
+  if (options.cutAtByte && options.cutRecords > 0) {
+    throw invalidArgument("--cut-at and --cut-records exclude each other");
+  }
 }
 
 }  // namespace
@@ -176,30 +165,18 @@ unsigned Options::version() const {
 
 Options Options::parse(const std::vector<std::string>& arguments) {
   Options options;
-  for (std::size_t place = 0; place < arguments.size(); ++place) {
-    const std::string& argument = arguments[place];
-    if (argument.compare(0, 2, "--") == 0) {
-      takeFlag(options, arguments, place);
-    } else if (options.path.empty()) {
-      options.path = argument;
-    } else {
-      throw ArgumentError("\"" + argument + "\": a file to write has been named already, \"" + options.path + "\"");
-    }
-  }
-  if (!options.help) checkTogether(options);
+  CLI::App app("Writes a simulated lidar scan of a small town, of any size, as LAS.");
+  prepare(app, "quor_make_scan OUT.las --points N [OPTION...]");
+  addSurveyOptions(app, options);
+  addFormatOptions(app, options);
+  addFaultOptions(app, options);
+  addHelp(app);
+  const CommandLine line = parseCommandLine(app, arguments);
+  options.answer = line.answer;
+  if (!options.answer.empty()) return options;
+  options.path = pathAmong(line.files);
+  checkTogether(options);
   return options;
-}
-
-std::string Options::helpText() {
-  std::ostringstream text;
-  text << "quor_make_scan OUT.las --points N [options]\n\n"
-          "Writes a simulated lidar scan of a small town, of any size, as LAS 1.4.\n\n";
-  for (const Flag& flag : flags()) {
-    std::string left = "  " + flag.name + (flag.value.empty() ? "" : " " + flag.value);
-    left.resize(std::max<std::size_t>(left.size() + 2, 26), ' ');
-    text << left << flag.help << "\n";
-  }
-  return text.str();
 }
 
 }  // namespace QuorViewer

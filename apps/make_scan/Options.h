@@ -5,17 +5,10 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace QuorViewer {
-
-/// An invalid argument. The text names it, what was given, and what is allowed.
-class ArgumentError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 /// The bounds that the header states.
 enum class HeaderBox { True, Wide, Empty, NotANumber };
@@ -35,14 +28,12 @@ struct Options {
   std::optional<std::uint64_t> cutAtByte;
   std::uint64_t cutRecords = 0;
   std::uint64_t sparseOffset = 0;
-  bool help = false;
+  std::string answer;  ///< to --help, to be printed instead of writing a scan; empty: it was not given
 
   unsigned version() const;
 
-  /// From the arguments after the program's name. Throws ArgumentError.
+  /// From the arguments after the program's name. Throws std::invalid_argument with a message for the user.
   static Options parse(const std::vector<std::string>& arguments);
-
-  static std::string helpText();
 };
 
 }  // namespace QuorViewer

@@ -1,82 +1,50 @@
 #include "viewer/Arguments.h"
 
+#include "command_line/CommandLine.h"
+#include "command_line/Values.h"
 #include "viewer/clip/ClipPose.h"
 
+#include <QuorOsgUtils/Version.h>
+
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
-#include <utility>
 
 namespace QuorViewer {
 namespace {
 
-using Setter = void (*)(Arguments& into, const std::string& value);
+using osgViewer::ViewerBase;
 
-struct Option {
-  const char* name;
-  const char* value;  // name of the value in the help; null: the option takes none
-  const char* meaning;
-  Setter set;
-};
-
-template <typename Number>
-bool readNumber(const char*& text, const char* end, Number& number) {
-  const auto [next, error] = std::from_chars(text, end, number);
-  text = next;
-  return error == std::errc();
-}
-
-void setSize(Arguments& into, const std::string& value) {
-  constexpr int kSmallest = 64;
-  constexpr int kLargest = 16384;
-  const char* text = value.data();
-  const char* end = text + value.size();
-  const bool read = readNumber(text, end, into.width) && text != end && *text++ == 'x' &&
-                    readNumber(text, end, into.height) && text == end;
-  const auto fits = [](int pixels) { return pixels >= kSmallest && pixels <= kLargest; };
-  if (!read || !fits(into.width) || !fits(into.height)) {
-    throw ArgumentError("--size expects WIDTHxHEIGHT in pixels, from 64x64 to 16384x16384, not '" + value + "'");
+bool readSize(const std::string& text, Arguments& into) {
+  constexpr int kLeast = 64;
+  constexpr int kMost = 16384;
+  const std::size_t cross = text.find('x');
+  if (cross == std::string::npos) {
+    return false;
   }
+  const auto width = readNumber<int>(text.substr(0, cross), kLeast, kMost);
+  const auto height = readNumber<int>(text.substr(cross + 1), kLeast, kMost);
+  into.width = width.value_or(into.width);
+  into.height = height.value_or(into.height);
+  return width && height;
 }
 
-void setColourMode(Arguments& into, const std::string& value) {
-  into.colourMode = colourModeOf(value);
-  if (!into.colourMode) {
-    throw ArgumentError("--colour-by expects rgb, intensity, elevation or classification, not '" + value + "'");
-  }
+std::optional<int> readPointSize(const std::string& text) {
+  return readNumber<int>(text, 1, 32);
 }
 
-void setPointSize(Arguments& into, const std::string& value) {
-  int pixels = 0;
-  const char* text = value.data();
-  const char* end = text + value.size();
-  if (!readNumber(text, end, pixels) || text != end || pixels < 1 || pixels > 32) {
-    throw ArgumentError("--point-size expects a number of pixels from 1 to 32, not '" + value + "'");
-  }
-  into.pointSizePixels = static_cast<float>(pixels);
-}
-
-// `Count` finite numbers separated by blanks, limited to coordinates that single precision can still distinguish.
+// Limited to coordinates that single precision can still distinguish.
 template <std::size_t Count>
-std::optional<std::array<double, Count>> readCoordinates(const std::string& value) {
+std::optional<std::array<double, Count>> readCoordinates(const std::string& text) {
   constexpr double kFarthest = 1e9;
-  const char* text = value.data();
-  const char* end = text + value.size();
-  const auto skipBlanks = [&] { text = std::find_if(text, end, [](char c) { return c != ' '; }); };
-  std::array<double, Count> numbers{};
-  for (double& number : numbers) {
-    skipBlanks();
-    if (!readNumber(text, end, number) || !(std::abs(number) <= kFarthest) || (text != end && *text != ' ')) {
-      return std::nullopt;
-    }
-  }
-  skipBlanks();
-  return text == end ? std::optional(numbers) : std::nullopt;
+  const auto numbers = readNumbers<Count>(text);
+  const auto isFar = [](double number) { return std::abs(number) > kFarthest; };
+  return numbers && std::none_of(numbers->begin(), numbers->end(), isFar) ? numbers : std::nullopt;
 }
 
-std::optional<osg::BoundingBoxd> readBox(const std::string& value) {
-  const auto numbers = readCoordinates<6>(value);
+std::optional<osg::BoundingBoxd> readBox(const std::string& text) {
+  const auto numbers = readCoordinates<6>(text);
   if (!numbers) {
     return std::nullopt;
   }
@@ -85,121 +53,115 @@ std::optional<osg::BoundingBoxd> readBox(const std::string& value) {
   return large ? std::optional(osg::BoundingBoxd(xMin, yMin, zMin, xMax, yMax, zMax)) : std::nullopt;
 }
 
-void setClip(Arguments& into, const std::string& value) {
-  into.clip = readBox(value);
-  if (!into.clip) {
-    throw ArgumentError(
-        "--clip expects \"xmin ymin zmin xmax ymax zmax\", each maximum at least 0.5 above its minimum, not '" + value +
-        "'");
-  }
+std::optional<osg::Vec3d> readPosition(const std::string& text) {
+  const auto numbers = readCoordinates<3>(text);
+  return numbers ? std::optional(osg::Vec3d((*numbers)[0], (*numbers)[1], (*numbers)[2])) : std::nullopt;
 }
 
-void setStation(Arguments& into, const std::string& value) {
-  const auto numbers = readCoordinates<3>(value);
-  if (!numbers) {
-    throw ArgumentError("--station expects \"x y z\", three numbers, not '" + value + "'");
-  }
-  const auto& [x, y, z] = *numbers;
-  into.station = osg::Vec3d(x, y, z);
-}
-
-void setMemory(Arguments& into, const std::string& value) {
+std::optional<std::uint64_t> readGibibytes(const std::string& text) {
   constexpr double kGibibyte = 1024.0 * 1024.0 * 1024.0;
-  constexpr double kLeast = 0.0001;
-  constexpr double kMost = 1e6;
-  double size = 0.0;
-  const char* text = value.data();
-  const char* end = text + value.size();
-  if (!readNumber(text, end, size) || text != end || !(size >= kLeast && size <= kMost)) {
-    throw ArgumentError("--memory expects a number of GiB from 0.0001 to 1000000, not '" + value + "'");
-  }
-  into.memoryBytes = static_cast<std::uint64_t>(size * kGibibyte);
+  const auto size = readNumber<double>(text, 0.0001, 1e6);
+  return size ? std::optional(static_cast<std::uint64_t>(*size * kGibibyte)) : std::nullopt;
 }
 
-void setThreading(Arguments& into, const std::string& value) {
-  using osgViewer::ViewerBase;
-  constexpr std::array<std::pair<const char*, ViewerBase::ThreadingModel>, 4> kModels = {
-      {{"single", ViewerBase::SingleThreaded},
-       {"cull-draw", ViewerBase::CullDrawThreadPerContext},
-       {"draw", ViewerBase::DrawThreadPerContext},
-       {"camera", ViewerBase::CullThreadPerCameraDrawThreadPerContext}}};
-  const auto* const found =
-      std::find_if(kModels.begin(), kModels.end(), [&](const auto& model) { return value == model.first; });
-  if (found == kModels.end()) {
-    throw ArgumentError("--threading expects single, cull-draw, draw or camera, not '" + value + "'");
-  }
-  into.threading = found->second;
+std::optional<ViewerBase::ThreadingModel> readThreadingModel(const std::string& text) {
+  return readWord<ViewerBase::ThreadingModel>(text, {{"single", ViewerBase::SingleThreaded},
+                                                     {"cull-draw", ViewerBase::CullDrawThreadPerContext},
+                                                     {"draw", ViewerBase::DrawThreadPerContext},
+                                                     {"camera", ViewerBase::CullThreadPerCameraDrawThreadPerContext}});
 }
 
-const std::array<Option, 14> kOptions = {{
-    {"--colour-by", "WHAT", "rgb, intensity, elevation or classification; default: depends on the scan", setColourMode},
-    {"--point-size", "PIXELS", "point diameter, 1 to 32; default: depends on the number of points", setPointSize},
-    {"--clip", "BOX", "start with a clip box: \"xmin ymin zmin xmax ymax zmax\", in scan coordinates", setClip},
-    {"--station", "PLACE", "scanner station for key L: \"x y z\", in scan coordinates", setStation},
-    {"--memory", "GIB",
-     "for points, in arrays and graphics buffers; larger scans are decimated; default: half of the machine's",
-     setMemory},
-    {"--ortho", nullptr, "start with the orthographic projection",
-     [](Arguments& a, const std::string&) { a.orthographic = true; }},
-    {"--size", "WxH", "window size in pixels; default: 1280x720", setSize},
-    {"--screenshot", "FILE", "load everything, save a screenshot as PNG and quit",
-     [](Arguments& a, const std::string& value) { a.screenshotFile = value; }},
-    {"--tour", "FOLDER", "run a scripted tour, save numbered screenshots and tour.json, and quit",
-     [](Arguments& a, const std::string& value) { a.tourFolder = value; }},
-    {"--threading", "MODEL",
-     "threading model: single, cull-draw (per context), draw (per context) or camera (cull per camera)", setThreading},
-    {"--gpu", nullptr, "print GPU information and quit", [](Arguments& a, const std::string&) { a.gpu = true; }},
-    {"--verbose", nullptr, "also print each new view to the standard output",
-     [](Arguments& a, const std::string&) { a.verbose = true; }},
-    {"--help", nullptr, "print this help and quit", [](Arguments& a, const std::string&) { a.help = true; }},
-    {"--version", nullptr, "print the version and quit", [](Arguments& a, const std::string&) { a.version = true; }},
-}};
-
-const Option& findOption(const std::string& name) {
-  const auto found =
-      std::find_if(kOptions.begin(), kOptions.end(), [&](const Option& option) { return name == option.name; });
-  if (found == kOptions.end()) {
-    throw ArgumentError("unknown option '" + name + "'; --help lists all options");
-  }
-  return *found;
+std::optional<std::string> readName(const std::string& text) {
+  return text.empty() ? std::nullopt : std::optional(text);
 }
 
-bool isOption(const std::string& argument) {
-  return argument.size() > 1 && argument.front() == '-';
+void addDisplayOptions(CLI::App& app, Arguments& into) {
+  app.option_defaults()->group("Display");
+  addOption(app,
+            {"--colour-by", "WHAT", "rgb, intensity, elevation or classification",
+             "rgb, intensity, elevation or classification; default: depends on the scan"},
+            into.colourMode, colourModeOf);
+  addOption(app,
+            {"--point-size", "PIXELS", "a number of pixels from 1 to 32",
+             "point diameter, 1 to 32; default: depends on the number of points"},
+            into.pointSizePixels, readPointSize);
+  app.add_flag("--ortho", into.orthographic, "start with the orthographic projection");
+  addOption(app,
+            {"--size", "WxH", "WIDTHxHEIGHT in pixels, from 64x64 to 16384x16384",
+             "window size in pixels; default: 1280x720"},
+            [&into](const std::string& text) { return readSize(text, into); });
+}
+
+void addScanOptions(CLI::App& app, Arguments& into) {
+  app.option_defaults()->group("Scans");
+  addOption(app,
+            {"--clip", "BOX", "\"xmin ymin zmin xmax ymax zmax\", each maximum at least 0.5 above its minimum",
+             "start with a clip box: \"xmin ymin zmin xmax ymax zmax\", in scan coordinates"},
+            into.clip, readBox);
+  addOption(
+      app,
+      {"--station", "PLACE", "\"x y z\", three numbers", "scanner station for key L: \"x y z\", in scan coordinates"},
+      into.station, readPosition);
+  addOption(app,
+            {"--memory", "GIB", "a number of GiB from 0.0001 to 1000000",
+             "for points, in arrays and graphics buffers; larger scans are decimated;\n"
+             "default: half of the machine's memory"},
+            into.memoryBytes, readGibibytes);
+}
+
+void addOutputOptions(CLI::App& app, Arguments& into) {
+  app.option_defaults()->group("Output");
+  addOption(app, {"--screenshot", "FILE", "a file name", "load everything, save a screenshot as PNG and quit"},
+            into.screenshotFile, readName);
+  addOption(
+      app,
+      {"--tour", "FOLDER", "a folder name", "run a scripted tour, save numbered screenshots and tour.json, and quit"},
+      into.tourFolder, readName);
+  app.add_flag("--verbose", into.verbose, "also print each new view to the standard output");
+}
+
+void addSystemOptions(CLI::App& app, Arguments& into) {
+  app.option_defaults()->group("System");
+  addOption(app,
+            {"--threading", "MODEL", "single, cull-draw, draw or camera",
+             "threading model: single, cull-draw (per context), draw (per context)\n"
+             "or camera (cull per camera); default: single"},
+            into.threading, readThreadingModel);
+  app.add_flag("--gpu", into.gpu, "print GPU information and quit");
+}
+
+void addHelp(CLI::App& app) {
+  using namespace QuorOsgUtils;
+  app.set_help_flag("--help", "print this help and quit");
+  app.set_version_flag("--version",
+                       "quor_viewer " + std::to_string(kVersionMajor) + '.' + std::to_string(kVersionMinor) + '.' +
+                           std::to_string(kVersionPatch),
+                       "print the version and quit");
+  app.footer(
+      "Examples:\n"
+      "  quor_viewer --colour-by elevation street.las park.laz\n"
+      "  quor_viewer --memory 2 --screenshot city.png city.las\n"
+      "  quor_viewer --clip \"690 5330 500 710 5350 520\" quarry.las\n\n"
+      "In the window, H shows all mouse and key bindings.");
 }
 
 }  // namespace
 
 Arguments parseArguments(const std::vector<std::string>& arguments) {
   Arguments parsed;
-  for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
-    if (!isOption(*argument)) {
-      parsed.files.push_back(*argument);
-      continue;
-    }
-    const Option& option = findOption(*argument);
-    const bool takesValue = option.value != nullptr;
-    if (takesValue && (argument + 1 == arguments.end() || (argument + 1)->empty())) {
-      throw ArgumentError(std::string(option.name) + " expects " + option.value);
-    }
-    option.set(parsed, takesValue ? *++argument : std::string());
-  }
+  CLI::App app(
+      "Shows lidar scans (LAS, LAZ, PLY, .asc) in their common coordinate system; without a file,\n"
+      "the bundled sample. Arguments after -- are files, also those that begin with a dash.");
+  prepare(app, "quor_viewer [OPTION...] [FILE...]");
+  addDisplayOptions(app, parsed);
+  addScanOptions(app, parsed);
+  addOutputOptions(app, parsed);
+  addSystemOptions(app, parsed);
+  addHelp(app);
+  CommandLine line = parseCommandLine(app, arguments);
+  parsed.files = std::move(line.files);
+  parsed.answer = std::move(line.answer);
   return parsed;
-}
-
-std::string usage() {
-  constexpr std::size_t kColumn = 24;
-  std::string text =
-      "quor_viewer [OPTION...] [FILE...]\n\n"
-      "Shows lidar scans (LAS, LAZ, PLY, .asc) in their common coordinate system; without a file, the bundled "
-      "sample.\n\n";
-  for (const Option& option : kOptions) {
-    std::string left =
-        std::string("  ") + option.name + (option.value != nullptr ? std::string(" ") + option.value : "");
-    left.resize(std::max(left.size() + 1, kColumn), ' ');
-    text += left + option.meaning + '\n';
-  }
-  return text + "\nIn the window, H shows all mouse and key bindings.\n";
 }
 
 }  // namespace QuorViewer

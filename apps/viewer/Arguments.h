@@ -8,17 +8,10 @@
 
 #include <cstdint>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace QuorViewer {
-
-/// An invalid command line; the text says which part and why.
-class ArgumentError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 /// The parsed command line.
 struct Arguments {
@@ -34,16 +27,12 @@ struct Arguments {
   bool orthographic = false;
   bool verbose = false;
   bool gpu = false;
-  bool help = false;
-  bool version = false;
   std::string screenshotFile;  ///< empty: none
   std::string tourFolder;      ///< empty: no tour
+  std::string answer;          ///< to --help or --version, to be printed instead of opening the viewer; empty: neither
 };
 
-/// Throws ArgumentError. `arguments` does not include the program's name.
+/// Throws std::invalid_argument with a message for the user. `arguments` does not include the program's name.
 Arguments parseArguments(const std::vector<std::string>& arguments);
-
-/// The text that --help prints.
-std::string usage();
 
 }  // namespace QuorViewer

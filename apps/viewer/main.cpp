@@ -4,8 +4,6 @@
 #include "viewer/ui/Messages.h"
 #include "viewer/ui/Window.h"
 
-#include <QuorOsgUtils/Version.h>
-
 #include <exception>
 #include <iostream>
 #include <string>
@@ -29,13 +27,8 @@ int main(int argc, char** argv) {
   logEngineNotices();
   try {
     const Arguments arguments = parseArguments(std::vector<std::string>(argv + 1, argv + argc));
-    if (arguments.help) {
-      std::cout << usage();
-      return 0;
-    }
-    if (arguments.version) {
-      using namespace QuorOsgUtils;
-      std::cout << "quor_viewer " << kVersionMajor << '.' << kVersionMinor << '.' << kVersionPatch << '\n';
+    if (!arguments.answer.empty()) {
+      std::cout << arguments.answer;
       return 0;
     }
     return arguments.gpu ? tellGpu() : Application(arguments).run();

@@ -551,6 +551,7 @@ TEST_P(MakeScanRefusalTest, theMessageNamesTheOptionAndTheAllowedValues) {
   EXPECT_EQ(run(arguments), 1);
   for (const std::string& part : GetParam().told) EXPECT_THAT(_complaint, HasSubstr(part));
   EXPECT_THAT(_complaint, testing::StartsWith("quor_make_scan: "));
+  EXPECT_THAT(_complaint, testing::EndsWith("; see --help\n"));
   EXPECT_FALSE(fs::exists(_path));
   EXPECT_FALSE(fs::exists(_path + ".part"));
 }
@@ -559,42 +560,52 @@ INSTANTIATE_TEST_SUITE_P(
     Refusals, MakeScanRefusalTest,
     testing::Values(
         Refusal{"noFile", {"--points", "5"}, {"name of the file"}},  //
-        Refusal{"noPoints", {"OUT"}, {"--points is missing"}},
-        Refusal{"twoFiles", {"OUT", "other.las", "--points", "5"}, {"\"other.las\"", "already"}},
-        Refusal{"unknownOption", {"OUT", "--pints", "5"}, {"--pints: no such option", "--help"}},
-        Refusal{"missingValue", {"OUT", "--points"}, {"--points: its value is missing"}},
-        Refusal{"pointsNoNumber", {"OUT", "--points", "many"}, {"--points \"many\"", "whole number"}},
-        Refusal{"pointsNegative", {"OUT", "--points", "-5"}, {"--points \"-5\"", "from 0"}},
-        Refusal{"pointsEmpty", {"OUT", "--points", ""}, {"--points \"\""}},
+        Refusal{"noPoints", {"OUT"}, {"--points is required"}},
+        Refusal{"twoFiles", {"OUT", "other.las", "--points", "5"}, {"'other.las'", "only one file"}},
+        Refusal{"unknownOption", {"OUT", "--pints", "5"}, {"unknown option '--pints'", "--help"}},
+        Refusal{"missingValue", {"OUT", "--points"}, {"--points expects N"}},
+        Refusal{"pointsNoNumber", {"OUT", "--points", "many"}, {"--points expects a whole number", "'many'"}},
+        Refusal{"pointsNegative", {"OUT", "--points", "-5"}, {"--points expects", "from 0 to 100000000000", "'-5'"}},
+        Refusal{"pointsEmpty", {"OUT", "--points", ""}, {"--points expects", "not ''"}},
         Refusal{"pointsBeyondAll", {"OUT", "--points", "99999999999999999999999"}, {"--points"}},
-        Refusal{"pointsWithRest", {"OUT", "--points", "5k"}, {"--points \"5k\""}},
-        Refusal{"noStations", {"OUT", "--points", "5", "--stations", "0"}, {"--stations \"0\"", "from 1 to 200"}},
-        Refusal{"formatEleven", {"OUT", "--points", "5", "--format", "11"}, {"--format \"11\"", "from 0 to 10"}},
-        Refusal{"versionTwo", {"OUT", "--points", "5", "--las-version", "2.0"}, {"--las-version \"2.0\"", "1.4"}},
+        Refusal{"pointsWithRest", {"OUT", "--points", "5k"}, {"--points expects", "'5k'"}},
+        Refusal{
+            "noStations", {"OUT", "--points", "5", "--stations", "0"}, {"--stations expects", "from 1 to 200", "'0'"}},
+        Refusal{
+            "formatEleven", {"OUT", "--points", "5", "--format", "11"}, {"--format expects", "from 0 to 10", "'11'"}},
+        Refusal{
+            "versionTwo", {"OUT", "--points", "5", "--las-version", "2.0"}, {"--las-version expects", "1.4", "'2.0'"}},
         Refusal{"versionTooOld",
                 {"OUT", "--points", "5", "--las-version", "1.2"},
-                {"--las-version \"1.2\"", "point format 7 needs 1.4"}},
+                {"--las-version expects at least 1.4 for point format 7", "'1.2'"}},
         Refusal{"tooManyForVersion",
                 {"OUT", "--points", "4294967296", "--format", "1"},
-                {"--points \"4294967296\"", "before version 1.4"}},
-        Refusal{"originOfTwo", {"OUT", "--points", "5", "--origin", "1 2"}, {"--origin \"1 2\"", "three numbers"}},
+                {"--points expects at most 4294967295 before version 1.4", "'4294967296'"}},
+        Refusal{
+            "originOfTwo", {"OUT", "--points", "5", "--origin", "1 2"}, {"--origin expects three numbers", "'1 2'"}},
         Refusal{"originOfFour", {"OUT", "--points", "5", "--origin", "1 2 3 4"}, {"--origin", "three numbers"}},
         Refusal{"originNoNumber", {"OUT", "--points", "5", "--origin", "1 2 c"}, {"--origin", "three numbers"}},
-        Refusal{"scaleZero", {"OUT", "--points", "5", "--scale", "0"}, {"--scale \"0\"", "32 bits"}},
-        Refusal{"scaleTooFine", {"OUT", "--points", "5", "--scale", "1e-8"}, {"--scale \"1e-8\"", "32 bits"}},
-        Refusal{"scaleNan", {"OUT", "--points", "5", "--scale", "nan"}, {"--scale \"nan\""}},
-        Refusal{"colourBits", {"OUT", "--points", "5", "--colour-bits", "12"}, {"--colour-bits \"12\"", "8 or 16"}},
-        Refusal{"headerBox", {"OUT", "--points", "5", "--header-box", "odd"}, {"--header-box \"odd\"", "wide"}},
-        Refusal{"extraBytes", {"OUT", "--points", "5", "--extra-bytes", "1001"}, {"--extra-bytes \"1001\"", "1000"}},
-        Refusal{"cutBeyond", {"OUT", "--points", "5", "--cut-at", "9999"}, {"--cut-at \"9999\"", "has only"}},
-        Refusal{"cutTooMany", {"OUT", "--points", "5", "--cut-records", "6"}, {"--cut-records \"6\"", "more than"}},
+        Refusal{"scaleZero", {"OUT", "--points", "5", "--scale", "0"}, {"--scale expects", "32 bits", "'0'"}},
+        Refusal{"scaleTooFine", {"OUT", "--points", "5", "--scale", "1e-8"}, {"--scale expects", "32 bits", "'1e-8'"}},
+        Refusal{"scaleNan", {"OUT", "--points", "5", "--scale", "nan"}, {"--scale expects", "'nan'"}},
+        Refusal{
+            "colourBits", {"OUT", "--points", "5", "--colour-bits", "12"}, {"--colour-bits expects 8 or 16", "'12'"}},
+        Refusal{
+            "headerBox", {"OUT", "--points", "5", "--header-box", "odd"}, {"--header-box expects true, wide", "'odd'"}},
+        Refusal{"extraBytes",
+                {"OUT", "--points", "5", "--extra-bytes", "1001"},
+                {"--extra-bytes expects", "1000", "'1001'"}},
+        Refusal{"cutBeyond", {"OUT", "--points", "5", "--cut-at", "9999"}, {"--cut-at expects at most 652", "'9999'"}},
+        Refusal{"cutTooMany",
+                {"OUT", "--points", "5", "--cut-records", "6"},
+                {"--cut-records expects no more than --points", "'6'"}},
         Refusal{"cutTwice", {"OUT", "--points", "5", "--cut-records", "1", "--cut-at", "9"}, {"exclude each other"}},
         Refusal{"sparseInHeader",
                 {"OUT", "--points", "5", "--sparse-offset", "12"},
-                {"--sparse-offset \"12\"", "at the earliest"}},
+                {"--sparse-offset expects at least 472", "'12'"}},
         Refusal{"sparseBeyondField",
                 {"OUT", "--points", "5", "--sparse-offset", "4294967296"},
-                {"--sparse-offset \"4294967296\"", "4294967295"}}),
+                {"--sparse-offset expects", "4294967295", "'4294967296'"}}),
     [](const auto& one) { return std::string(one.param.name); });
 
 TEST_F(MakeScanTest, anUnwritablePlaceIsNamedWithTheReason) {
@@ -608,9 +619,24 @@ TEST_F(MakeScanTest, helpNamesEveryOption) {
   for (const char* option :
        {"--points", "--stations", "--airborne", "--origin", "--seed", "--format", "--las-version", "--scale",
         "--colour-bits", "--extra-bytes", "--header-box", "--cut-at", "--cut-records", "--sparse-offset", "--help"}) {
-    EXPECT_THAT(_printed, HasSubstr(std::string("  ") + option));
+    EXPECT_THAT(_printed, HasSubstr(std::string("\n  ") + option));
   }
   EXPECT_EQ(_complaint, "");
+}
+
+TEST_F(MakeScanTest, theHelpFitsAHundredColumns) {
+  EXPECT_EQ(run({"--help"}), 0);
+  std::istringstream help(_printed);
+  for (std::string line; std::getline(help, line);) EXPECT_LE(line.size(), 100U) << line;
+}
+
+TEST_F(MakeScanTest, aFileAfterTwoDashesMayBeginWithADash) {
+  EXPECT_EQ(Options::parse({"--points", "5", "--", "-town.las"}).path, "-town.las");
+  EXPECT_EQ(Options::parse({"--points", "5", "[a,b]"}).path, "[a,b]");
+}
+
+TEST_F(MakeScanTest, theLastOfSeveralValuesCounts) {
+  EXPECT_EQ(Options::parse({_path, "--points", "5", "--points=7"}).points, 7U);
 }
 
 TEST_F(MakeScanTest, commasMaySeparateTheOrigin) {

@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
+#include <stdexcept>
+
 namespace {
 
-using QuorViewer::ArgumentError;
 using QuorViewer::Arguments;
 using QuorViewer::ColourMode;
 using QuorViewer::parseArguments;
@@ -16,15 +18,16 @@ TEST(ArgumentsTest, anEmptyCommandLineGivesTheDefaults) {
   EXPECT_FALSE(parsed.colourMode.has_value());
   EXPECT_EQ(parsed.width, 1280);
   EXPECT_EQ(parsed.height, 720);
-  EXPECT_FALSE(parsed.orthographic || parsed.verbose || parsed.help || parsed.version);
+  EXPECT_FALSE(parsed.orthographic || parsed.verbose || parsed.gpu);
+  EXPECT_EQ(parsed.answer, "");
 }
 
 TEST(ArgumentsTest, theMemoryIsANumberOfGibibytes) {
   EXPECT_FALSE(parseArguments({}).memoryBytes.has_value());
   EXPECT_EQ(parseArguments({"--memory", "2"}).memoryBytes, 2147483648U);
   EXPECT_EQ(parseArguments({"--memory", "0.5"}).memoryBytes, 536870912U);
-  for (const char* wrong : {"0", "-1", "much", "2GiB", "nan", "inf", "1e9"}) {
-    EXPECT_THROW(parseArguments({"--memory", wrong}), ArgumentError) << wrong;
+  for (const char* wrong : {"0", "-1", "+-1", "+", "", " 2", "much", "2GiB", "nan", "inf", "1e9"}) {
+    EXPECT_THROW(parseArguments({"--memory", wrong}), std::invalid_argument) << wrong;
   }
 }
 
@@ -69,29 +72,34 @@ TEST_P(BadArgumentsTest, areRefusedWithAMessageThatNamesThem) {
   try {
     parseArguments(GetParam().arguments);
     FAIL() << "accepted";
-  } catch (const ArgumentError& error) {
+  } catch (const std::invalid_argument& error) {
     EXPECT_THAT(error.what(), testing::HasSubstr(GetParam().complaint));
+    EXPECT_THAT(error.what(), testing::EndsWith("; see --help"));
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Table, BadArgumentsTest,
-    testing::Values(BadLine{{"--fast"}, "'--fast'"}, BadLine{{"--size"}, "--size expects"},
+    testing::Values(BadLine{{"--fast"}, "unknown option '--fast'"}, BadLine{{"-5"}, "unknown option '-5'"},
+                    BadLine{{"-odd.las"}, "unknown option '-odd.las'"}, BadLine{{"--ortho=no way"}, "--ortho"},
+                    BadLine{{"--size"}, "--size expects WxH"}, BadLine{{"--size", "--ortho"}, "'--ortho'"},
                     BadLine{{"--size", "800"}, "'800'"}, BadLine{{"--size", "800x"}, "'800x'"},
                     BadLine{{"--size", "800x600x2"}, "'800x600x2'"}, BadLine{{"--size", "0x600"}, "'0x600'"},
                     BadLine{{"--size", "99999999999x600"}, "--size"}, BadLine{{"--size", "-800x600"}, "--size"},
-                    BadLine{{"--colour-by", "smell"}, "'smell'"}, BadLine{{"--point-size", "0"}, "'0'"},
-                    BadLine{{"--point-size", "33"}, "'33'"}, BadLine{{"--point-size", "3px"}, "'3px'"},
-                    BadLine{{"--clip"}, "--clip expects"}, BadLine{{"--clip", "0 0 0 1 1"}, "'0 0 0 1 1'"},
-                    BadLine{{"--clip", "0 0 0 1 1 1 1"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 z"}, "'0 0 0 1 1 z'"},
-                    BadLine{{"--clip", "0,0,0,1,1,1"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1m 1"}, "--clip"},
-                    BadLine{{"--clip", "0 0 0 1 0 1"}, "above"}, BadLine{{"--clip", "1 0 0 0 1 1"}, "--clip"},
-                    BadLine{{"--clip", "0 0 0 1 1 nan"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 inf"}, "--clip"},
-                    BadLine{{"--clip", "0 0 0 1 1 1e300"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 0.4999"}, "0.5"},
-                    BadLine{{"--station"}, "--station expects"}, BadLine{{"--station", "1 2"}, "'1 2'"},
-                    BadLine{{"--station", "1 2 3 4"}, "--station"}, BadLine{{"--station", "1 2 nan"}, "--station"},
-                    BadLine{{"--threading"}, "--threading expects"}, BadLine{{"--threading", "many"}, "'many'"},
-                    BadLine{{"--tour"}, "--tour expects"}, BadLine{{"--screenshot", ""}, "--screenshot expects"}));
+                    BadLine{{"--colour-by", "smell"},
+                            "--colour-by expects rgb, intensity, elevation or classification, not 'smell'"},
+                    BadLine{{"--point-size", "0"}, "'0'"}, BadLine{{"--point-size", "33"}, "'33'"},
+                    BadLine{{"--point-size", "3px"}, "'3px'"}, BadLine{{"--clip"}, "--clip expects"},
+                    BadLine{{"--clip", "0 0 0 1 1"}, "'0 0 0 1 1'"}, BadLine{{"--clip", "0 0 0 1 1 1 1"}, "--clip"},
+                    BadLine{{"--clip", "0 0 0 1 1 z"}, "'0 0 0 1 1 z'"}, BadLine{{"--clip", "0,0,0,1,1,1"}, "--clip"},
+                    BadLine{{"--clip", "0 0 0 1 1m 1"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 0 1"}, "above"},
+                    BadLine{{"--clip", "1 0 0 0 1 1"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 nan"}, "--clip"},
+                    BadLine{{"--clip", "0 0 0 1 1 inf"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 1e300"}, "--clip"},
+                    BadLine{{"--clip", "0 0 0 1 1 0.4999"}, "0.5"}, BadLine{{"--station"}, "--station expects"},
+                    BadLine{{"--station", "1 2"}, "'1 2'"}, BadLine{{"--station", "1 2 3 4"}, "--station"},
+                    BadLine{{"--station", "1 2 nan"}, "--station"}, BadLine{{"--threading"}, "--threading expects"},
+                    BadLine{{"--threading", "many"}, "'many'"}, BadLine{{"--tour"}, "--tour expects"},
+                    BadLine{{"--screenshot", ""}, "--screenshot expects"}));
 
 TEST(ArgumentsTest, everyThreadingModelHasAName) {
   using osgViewer::ViewerBase;
@@ -103,12 +111,54 @@ TEST(ArgumentsTest, everyThreadingModelHasAName) {
   EXPECT_EQ(modelOf("camera"), ViewerBase::CullThreadPerCameraDrawThreadPerContext);
 }
 
+TEST(ArgumentsTest, anUnusualFileNameIsAFile) {
+  const std::vector<std::string> names = {"[a,b]", "{}", "%%", "-", "/scan.las", "", "++", "a=b", "7"};
+  EXPECT_EQ(parseArguments(names).files, names);
+}
+
+TEST(ArgumentsTest, argumentsAfterTwoDashesAreFiles) {
+  const Arguments parsed = parseArguments({"a.las", "--ortho", "--", "-b.las", "--gpu", "--"});
+  EXPECT_THAT(parsed.files, testing::ElementsAre("a.las", "-b.las", "--gpu", "--"));
+  EXPECT_TRUE(parsed.orthographic);
+  EXPECT_FALSE(parsed.gpu);
+}
+
+TEST(ArgumentsTest, aValueMayBeginWithADashOrABracket) {
+  EXPECT_EQ(parseArguments({"--screenshot", "-p.png"}).screenshotFile, "-p.png");
+  EXPECT_EQ(parseArguments({"--tour", "[a,b]"}).tourFolder, "[a,b]");
+  EXPECT_EQ(parseArguments({"--station", "-1 -2 -3"}).station, osg::Vec3d(-1.0, -2.0, -3.0));
+}
+
+TEST(ArgumentsTest, aValueMayFollowAnEqualsSign) {
+  const Arguments parsed = parseArguments({"--size=800x600", "--station=-1 2 3", "--screenshot=a=b.png"});
+  EXPECT_EQ(parsed.width, 800);
+  EXPECT_EQ(parsed.station, osg::Vec3d(-1.0, 2.0, 3.0));
+  EXPECT_EQ(parsed.screenshotFile, "a=b.png");
+}
+
+TEST(ArgumentsTest, theLastOfSeveralValuesCounts) {
+  const Arguments parsed = parseArguments({"--point-size", "3", "--ortho", "--point-size", "5", "--ortho"});
+  EXPECT_EQ(parsed.pointSizePixels, 5.0F);
+  EXPECT_TRUE(parsed.orthographic);
+}
+
 TEST(ArgumentsTest, theHelpNamesEveryOption) {
-  const std::string help = QuorViewer::usage();
+  const std::string help = parseArguments({"--help"}).answer;
   for (const char* option : {"--colour-by", "--point-size", "--clip", "--station", "--ortho", "--size", "--screenshot",
                              "--tour", "--threading", "--gpu", "--memory", "--verbose", "--help", "--version"}) {
-    EXPECT_THAT(help, testing::HasSubstr(option));
+    EXPECT_THAT(help, testing::HasSubstr(std::string("\n  ") + option));
   }
+}
+
+TEST(ArgumentsTest, theHelpFitsAHundredColumns) {
+  std::istringstream help(parseArguments({"--help"}).answer);
+  for (std::string line; std::getline(help, line);) {
+    EXPECT_LE(line.size(), 100U) << line;
+  }
+}
+
+TEST(ArgumentsTest, theHelpIsGivenInSpiteOfAnUnknownOption) {
+  EXPECT_THAT(parseArguments({"--help", "--fast"}).answer, testing::StartsWith("quor_viewer [OPTION...] [FILE...]\n"));
 }
 
 }  // namespace

@@ -1,0 +1,103 @@
+#include "command_line/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <utility>
+
+namespace QuorViewer {
+namespace {
+
+constexpr std::size_t kHelpColumn = 24;
+
+// Usage, description, groups of options, footer.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  explicit HelpFormatter(std::string usage) : _usage(std::move(usage)) { column_width(kHelpColumn); }
+
+  std::string make_help(const CLI::App* app, std::string, CLI::AppFormatMode) const override {
+    std::string text = _usage + "\n\n" + app->get_description() + '\n';
+    for (const std::string& group : app->get_groups()) {
+      text += make_group(
+          group, false, app->get_options([&group](const CLI::Option* option) { return option->get_group() == group; }));
+    }
+    return text + '\n' + make_footer(app);
+  }
+
+ private:
+  std::string _usage;
+};
+
+std::string expectation(const std::string& option, const std::string& accepted, const std::string& given) {
+  return option + " expects " + accepted + ", not '" + given + "'";
+}
+
+// Only the last argument can lack its value.
+std::string missingValue(const CLI::App& app, const std::string& lastArgument, const std::string& otherwise) {
+  const CLI::Option* const option = app.get_option_no_throw(lastArgument);
+  return option != nullptr ? lastArgument + " expects " + option->get_type_name() : otherwise;
+}
+
+bool isOption(const std::string& argument) {
+  return argument.size() > 1 && argument.front() == '-';
+}
+
+// CLI11 would split a file name in square brackets into a list, so files are not declared to it.
+std::vector<std::string> filesAmong(const std::vector<std::string>& unclaimed) {
+  std::vector<std::string> files;
+  bool onlyFilesFollow = false;
+  for (const std::string& argument : unclaimed) {
+    if (!onlyFilesFollow && argument == "--") {
+      onlyFilesFollow = true;
+    } else if (!onlyFilesFollow && isOption(argument)) {
+      throw invalidArgument("unknown option '" + argument + "'");
+    } else {
+      files.push_back(argument);
+    }
+  }
+  return files;
+}
+
+}  // namespace
+
+std::invalid_argument invalidArgument(const std::string& what) {
+  return std::invalid_argument(what + "; see --help");
+}
+
+std::invalid_argument invalidValue(const std::string& option, const std::string& accepted, const std::string& given) {
+  return invalidArgument(expectation(option, accepted, given));
+}
+
+void prepare(CLI::App& app, const std::string& usage) {
+  app.formatter(std::make_shared<HelpFormatter>(usage));
+  app.allow_extras();
+  app.allow_windows_style_options(false);  // a path may begin with a slash
+  app.set_help_flag();                     // each program adds its own
+  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+}
+
+void addOption(CLI::App& app, const ValueOption& option, std::function<bool(const std::string&)> read) {
+  const auto take = [name = option.name, accepted = option.accepted, read = std::move(read)](const std::string& text) {
+    if (!read(text)) throw CLI::ValidationError(expectation(name, accepted, text));
+  };
+  app.add_option_function<std::string>(option.name, take, option.help)
+      ->type_name(option.placeholder)
+      ->option_text(option.placeholder);
+}
+
+CommandLine parseCommandLine(CLI::App& app, const std::vector<std::string>& arguments) {
+  try {
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    return {{}, filesAmong(app.remaining())};
+  } catch (const CLI::CallForHelp&) {
+    return {app.help(), {}};
+  } catch (const CLI::CallForVersion& version) {
+    return {std::string(version.what()) + '\n', {}};
+  } catch (const CLI::ArgumentMismatch& error) {
+    throw invalidArgument(missingValue(app, arguments.back(), error.what()));
+  } catch (const CLI::ParseError& error) {
+    throw invalidArgument(error.what());
+  }
+}
+
+}  // namespace QuorViewer

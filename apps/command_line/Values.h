@@ -1,0 +1,58 @@
+#pragma once
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <system_error>
+#include <type_traits>
+
+namespace QuorViewer {
+
+/// All of `text` as a finite number, independent of the locale; empty if it is no such number.
+template <typename Number>
+std::optional<Number> readNumber(const std::string& text) {
+  const bool plus = text.size() > 1 && text[0] == '+' && text[1] != '-';
+  const char* const end = text.data() + text.size();
+  Number number{};
+  const auto [next, error] = std::from_chars(text.data() + (plus ? 1 : 0), end, number);
+  if (error != std::errc() || next != end) return std::nullopt;
+  if constexpr (std::is_floating_point_v<Number>) {
+    if (!std::isfinite(number)) return std::nullopt;
+  }
+  return number;
+}
+
+/// The same, and empty outside `least` to `most`.
+template <typename Number>
+std::optional<Number> readNumber(const std::string& text, Number least, Number most) {
+  const std::optional<Number> number = readNumber<Number>(text);
+  return number && *number >= least && *number <= most ? number : std::nullopt;
+}
+
+/// Exactly `Count` numbers separated by blanks.
+template <std::size_t Count>
+std::optional<std::array<double, Count>> readNumbers(const std::string& text) {
+  std::istringstream words(text);
+  std::array<double, Count> numbers{};
+  std::string word;
+  for (double& number : numbers) {
+    const std::optional<double> read = words >> word ? readNumber<double>(word) : std::nullopt;
+    if (!read) return std::nullopt;
+    number = *read;
+  }
+  return words >> word ? std::nullopt : std::optional(numbers);
+}
+
+/// The value of the word `text`.
+template <typename Value>
+std::optional<Value> readWord(const std::string& text, const std::map<std::string, Value>& values) {
+  const auto found = values.find(text);
+  return found == values.end() ? std::nullopt : std::optional(found->second);
+}
+
+}  // namespace QuorViewer
