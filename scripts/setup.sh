@@ -3,7 +3,7 @@
 #
 #   scripts/setup.sh [run|test|checks]     default: test
 #
-# run     compiler, CMake, OpenSceneGraph, plog, CLI11, LASzip and a display rendered in software: builds and shows quor_viewer
+# run     compiler, CMake, OpenSceneGraph, plog, CLI11, JSON, LASzip and a display rendered in software: builds and shows quor_viewer
 # test    the same, and GoogleTest, Google Benchmark and xdotool, which moves the pointer over the real window
 # checks  the same, and clang-format, clang-tidy and clang for the static checks and the second compiler
 set -euo pipefail
@@ -16,6 +16,7 @@ packages=(
   libopenscenegraph-dev                     # the scene graph that the library extends
   libx11-dev                                # the viewer's window
   libcli11-dev                              # command lines of the programs
+  nlohmann-json3-dev                        # the tour's record
   xvfb xauth libgl1-mesa-dri libglx-mesa0   # a display and OpenGL in software, where there is no screen
   fonts-dejavu-core                         # the viewer's status line
 )

@@ -18,6 +18,8 @@ dependencies=(
   'laszip          liblaszip-dev          laszip          original'
   'googletest      googletest             -'
   'plog            libplog-dev            -'
+  'cli11           libcli11-dev           -'
+  'nlohmann_json   nlohmann-json3-dev     -'
 )
 
 # The functions that build read: $source, the unpacked sources; $work, a folder to build in; $target, where to install;
@@ -44,12 +46,18 @@ build_laszip() { build_all; }
 
 build_googletest() { build_all; }
 
-# Headers alone, in a folder where nothing else of this system is found with them.
-build_plog() {
+# copy_headers HEADERS CONFIG: of a library without sources, into a folder that holds no other header of this system.
+copy_headers() {
   mkdir -p "$target/include" "$target/share/cmake"
-  cp -r /usr/include/plog "$target/include"
-  cp -r /usr/share/cmake/plog "$target/share/cmake"
+  cp -r "/usr/include/$1" "$target/include"
+  cp -r "/usr/share/cmake/$2" "$target/share/cmake"
 }
+
+build_plog() { copy_headers plog plog; }
+
+build_cli11() { copy_headers CLI CLI11; }
+
+build_nlohmann_json() { copy_headers nlohmann nlohmann_json; }
 
 # C++14, since the engine's sources and the Windows headers disagree about std::byte. The atomics are those of the
 # compiler: telling so saves running programs at configure time. Most of the time is reading headers, so sources are
@@ -119,8 +127,13 @@ make() {
 # version_of NAME PACKAGE: the version, and a figure that changes with the way of building.
 version_of() {
   dpkg-query -W -f '${source:Version}-' "$2" | tr ':' '_'
-  { declare -f configure build_all "build_$1"; [ "$1" != openscenegraph ] || cat "$here/OpenSceneGraphUnity.cmake"; } |
-    sha256sum | cut -c 1-8
+  {
+    declare -f configure build_all "build_$1"
+    case $1 in
+      openscenegraph) cat "$here/OpenSceneGraphUnity.cmake" ;;
+      plog | cli11 | nlohmann_json) declare -f copy_headers ;;
+    esac
+  } | sha256sum | cut -c 1-8
 }
 
 tell_failure() {

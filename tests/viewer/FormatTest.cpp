@@ -37,10 +37,6 @@ TEST(FormatTest, vectorsAreThreeNumbersWithASeparator) {
   EXPECT_EQ(coordinates({1.0, 2.0, 3.0}, 0, " × "), "1 × 2 × 3");
 }
 
-TEST(FormatTest, quotesBackslashesAndControlCharactersAreEscaped) {
-  EXPECT_EQ(jsonString("a \"b\" \\ \n"), "\"a \\\"b\\\" \\\\ \\u000a\"");
-}
-
 TEST(FormatTest, memoryIsFormattedInMebibytesWithADecimalForSmallAmounts) {
   constexpr std::uint64_t kMebibyte = 1024 * 1024;
   EXPECT_EQ(inMebibytes(0), "0.0 MiB");

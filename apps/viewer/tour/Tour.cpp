@@ -1,7 +1,6 @@
 #include "viewer/tour/Tour.h"
 
 #include "scan/platform/Platform.h"
-#include "viewer/ui/Format.h"
 #include "viewer/ui/Messages.h"
 
 #include <osg/Viewport>
@@ -101,26 +100,12 @@ std::string pictureName(std::size_t number, const char* step) {
   return name.str();
 }
 
-template <typename Vector>
-std::string jsonArray(const Vector& values, int count, int decimals) {
-  std::string text = "[";
-  for (int i = 0; i < count; ++i) {
-    text += (i > 0 ? ", " : "") + fixed(values[i], decimals);
-  }
-  return text + "]";
-}
-
-std::string jsonVector(const osg::Vec3d& vector) {
-  constexpr int kDecimals = 6;
-  return jsonArray(vector, 3, kDecimals);
-}
-
 }  // namespace
 
 bool Tour::run(const std::string& folder) {
   std::error_code error;
   std::filesystem::create_directories(placeOf(folder), error);
-  std::string records;
+  TourRecord record{_windowSize(), _host.scans.pointCount(), {}};
   for (std::size_t index = 0; index < kSteps.size() && !_host.viewer.done(); ++index) {
     const std::string picture = pictureName(index + 1, kSteps[index].name);
     _perform(kSteps[index]);
@@ -128,13 +113,11 @@ bool Tour::run(const std::string& folder) {
       printError(std::string("the picture ").append(picture).append(" cannot be written in ").append(folder));
       return false;
     }
-    records += (index > 0 ? ",\n" : "") + _record(kSteps[index], picture);
+    record.steps.push_back(_record(kSteps[index], picture));
   }
   const std::string path = nameOf(placeOf(folder) / "tour.json");
   std::ofstream file(path);
-  file << "{\n  \"window\": " << jsonArray(_windowSize(), 2, 0) << ",\n  \"points\": " << _host.scans.pointCount()
-       << ",\n  \"steps\": [\n"
-       << records << "\n  ]\n}\n";
+  file << toJson(record);
   if (!file.flush()) {
     printError(path + " cannot be written");
   }
@@ -236,34 +219,23 @@ bool Tour::_takePicture(const std::string& path) {
   return written;
 }
 
-std::string Tour::_record(const TourStep& step, const std::string& picture) {
-  constexpr int kMatrixDecimals = 9;
-  constexpr int kDepthDecimals = 7;
+TourStepRecord Tour::_record(const TourStep& step, const std::string& picture) {
   FrameBuffer& frame = _host.tool.getFrameBuffer();
   osg::Vec3d eye, centre, up;
   frame.getViewMatrix().getLookAt(eye, centre, up);
   const osg::Vec3d origin = _host.scans.origin();
-  std::ostringstream record;
-  record << "    {\"name\": " << jsonString(step.name) << ", \"picture\": " << jsonString(picture)
-         << ", \"pointer\": " << jsonArray(_pointer, 2, 0)
-         << ", \"depth\": " << fixed(_depthAtPointer(), kDepthDecimals)
-         << ",\n     \"camera\": {\"eye\": " << jsonVector(eye + origin)
-         << ", \"centre\": " << jsonVector(centre + origin) << ", \"up\": " << jsonVector(up)
-         << ",\n       \"projection\": " << jsonArray(frame.getProjectionMatrix().ptr(), 16, kMatrixDecimals)
-         << "},\n     \"pick\": " << _pickRecord() << "}";
-  return record.str();
+  return {step.name,    picture,         _pointer, _depthAtPointer(),
+          eye + origin, centre + origin, up,       frame.getProjectionMatrix(),
+          _pickRecord()};
 }
 
-std::string Tour::_pickRecord() const {
+std::optional<TourPick> Tour::_pickRecord() const {
   if (!_picked) {
-    return "null";
+    return std::nullopt;
   }
   const PickedPoint& pick = *_host.picker.latest();
-  std::ostringstream record;
-  record << "{\"scan\": " << jsonString(utf8Of(fileName(_host.scans.info(pick.scan).path)))
-         << ", \"point\": " << pick.point << ", \"coordinates\": " << jsonVector(pick.coordinates)
-         << ", \"classification\": " << pick.classification << ", \"intensity\": " << pick.intensity << "}";
-  return record.str();
+  return TourPick{utf8Of(fileName(_host.scans.info(pick.scan).path)), pick.point, pick.coordinates, pick.classification,
+                  pick.intensity};
 }
 
 float Tour::_depthAtPointer() {

@@ -5,6 +5,7 @@
 #include "viewer/navigate/ViewControl.h"
 #include "viewer/render/Screenshot.h"
 #include "viewer/session/ScanSet.h"
+#include "viewer/tour/TourRecord.h"
 
 #include <QuorOsgUtils/ScreenCaptureTool.h>
 
@@ -13,6 +14,7 @@
 #include <osgViewer/Viewer>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -52,8 +54,8 @@ class Tour {
   void _click(const osg::Vec2i& pixel);
   void _movePointer(const osg::Vec2i& pixel);
   bool _takePicture(const std::string& path);
-  std::string _record(const TourStep& step, const std::string& picture);
-  std::string _pickRecord() const;
+  TourStepRecord _record(const TourStep& step, const std::string& picture);
+  std::optional<TourPick> _pickRecord() const;
   float _depthAtPointer();
   osg::Vec2f _fractionOf(const osg::Vec3d& place) const;
   osg::Vec2i _pixelAt(const osg::Vec2f& fraction) const;

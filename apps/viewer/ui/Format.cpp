@@ -45,21 +45,4 @@ int decimalsOfScale(double scale) {
   return std::clamp(static_cast<int>(std::ceil(-std::log10(scale) - kRoundingAllowance)), 0, kMostDecimals);
 }
 
-std::string jsonString(const std::string& text) {
-  std::ostringstream stream;
-  stream << '"';
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      stream << '\\' << c;
-    } else if (byte < 0x20) {
-      stream << "\\u00" << std::hex << std::setw(2) << std::setfill('0') << static_cast<int>(byte);
-    } else {
-      stream << c;
-    }
-  }
-  stream << '"';
-  return stream.str();
-}
-
 }  // namespace QuorViewer

@@ -25,7 +25,4 @@ std::string coordinates(const osg::Vec3d& vector, int decimals, const char* sepa
 /// 0 means that the file stores floating point: 3 decimals.
 int decimalsOfScale(double scale);
 
-/// `text` as a JSON string, quotes included.
-std::string jsonString(const std::string& text);
-
 }  // namespace QuorViewer
