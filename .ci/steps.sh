@@ -1,7 +1,7 @@
-# The steps of a check, for scripts to source: `step_NAME` is a function for each, `title_NAME` says what it does.
+# Runs the steps of a check. To be sourced by a script that defines `step_NAME` (a function) and `title_NAME` for each step.
 #
-#   run_steps NAME...   runs steps; the first one that fails ends the script. Prints a table of steps and minutes at the
-#                       end, then the summary of the last tests as the last lines.
+#   run_steps NAME...   runs the steps and stops at the first that fails. At the end it prints a table of the steps with their
+#                       durations, and then the summary of the last tests.
 
 mkdir -p build/ci
 rows=()
@@ -14,13 +14,13 @@ table() {
   done
 }
 
-# Builds for later steps go on beside the tests of earlier ones, which leave processors idle, at the lowest priority:
-# `build_later NAME...` starts `build_NAME` for each, one after the other, and a step calls `await_build NAME` first. A
-# build that failed is repeated by its step, which then shows why.
+# Builds for later steps run in the background at the lowest priority, because tests leave processors idle. `build_later
+# NAME...` runs `build_NAME` for each, one after the other, and a step first calls `await_build NAME`. If a background build
+# fails, the step builds again and shows the errors.
 build_later() {
   local name
   rm -f build/ci/*.built
-  set -m # a process group of its own, to be ended as a whole
+  set -m # a separate process group, so that all of it can be ended
   (for name in "$@"; do
     (set -e && nice_build "$name") >"build/ci/build-$name.log" 2>&1 || true
     touch "build/ci/$name.built"
@@ -37,7 +37,7 @@ await_build() {
   while [ -n "${builder:-}" ] && [ ! -e "build/ci/$1.built" ] && kill -0 "$builder" 2>/dev/null; do sleep 1; done
 }
 
-# A subshell of its own, so that any command that fails ends the step.
+# The step runs in a subshell, where any failing command ends it.
 run_step() {
   local title=title_$1 start=$SECONDS status=0
   printf '\n== %s (%d min in)\n' "${!title}" $((SECONDS / 60))
@@ -63,7 +63,8 @@ run_steps() {
   printf '\n%s\n' "${last:-}"
 }
 
-# Reads the sources named on standard input with clang-tidy. It cannot use the compiler's precompiled headers.
+# Runs clang-tidy on the sources named on standard input. It cannot use GCC's precompiled headers, so they are removed from
+# the compiler commands.
 tidy() {
   scripts/setup.sh checks
   cmake --preset dev >/dev/null
@@ -73,5 +74,5 @@ tidy() {
     { grep -v -E '^[0-9]+ warnings? generated|^$' || true; }
 }
 
-# Sources for another system cannot be read on this one.
+# Without the sources for Windows, which need its headers.
 all_sources() { git ls-files 'src/*.cpp' 'scan/*.cpp' 'apps/*.cpp' 'examples/*.cpp' ':!:*Win32.cpp'; }

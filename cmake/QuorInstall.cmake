@@ -14,7 +14,7 @@ install(EXPORT QuorOsgUtilsTargets NAMESPACE QuorOsgUtils:: DESTINATION ${packag
 configure_package_config_file(cmake/QuorOsgUtilsConfig.cmake.in QuorOsgUtilsConfig.cmake
   INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(QuorOsgUtilsConfigVersion.cmake COMPATIBILITY SameMinorVersion)
-# Relative, so that an installed tree may be moved.
+# A relative path, so that the installed files can be moved.
 file(RELATIVE_PATH pkgconfig_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/quor_osg_utils.pc.in quor_osg_utils.pc @ONLY)
 

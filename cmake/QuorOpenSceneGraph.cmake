@@ -1,5 +1,5 @@
-# One imported target for the parts of OpenSceneGraph that the library stands on. CMake's own find module gives
-# variables only; this file is used by the build and, installed beside the package configuration, by its consumers.
+# Imported target for the parts of OpenSceneGraph that the library uses; CMake's find module sets variables only. Included
+# by the build and, installed beside the package configuration, by projects that use the library.
 include(CMakeFindDependencyMacro)
 find_dependency(OpenSceneGraph 3.6 COMPONENTS osgDB osgGA osgManipulator osgText osgUtil osgViewer)
 find_dependency(OpenGL COMPONENTS OpenGL)

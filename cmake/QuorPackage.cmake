@@ -1,4 +1,4 @@
-# cpack: a zip that runs wherever it is unpacked, with the DLLs that Windows itself does not have.
+# cpack makes a zip with all DLLs that are not part of Windows, so the programs run wherever it is unpacked.
 if(MINGW)
   foreach(dll libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${dll} OUTPUT_VARIABLE file OUTPUT_STRIP_TRAILING_WHITESPACE)
@@ -6,11 +6,11 @@ if(MINGW)
   endforeach()
 endif()
 
-# The engine finds its readers in a folder beside the program.
-set(engine_folder ${OSG_INCLUDE_DIR}/../bin)
-install(DIRECTORY ${engine_folder}/osgPlugins-${OPENSCENEGRAPH_VERSION} DESTINATION ${CMAKE_INSTALL_BINDIR} FILES_MATCHING PATTERN "*.dll")
+# OpenSceneGraph looks for its plugins in a folder beside the program.
+set(osg_folder ${OSG_INCLUDE_DIR}/../bin)
+install(DIRECTORY ${osg_folder}/osgPlugins-${OPENSCENEGRAPH_VERSION} DESTINATION ${CMAKE_INSTALL_BINDIR} FILES_MATCHING PATTERN "*.dll")
 foreach(name OpenThreads osg osgDB osgGA osgManipulator osgText osgUtil osgViewer)
-  file(GLOB dlls ${engine_folder}/*${name}.dll)
+  file(GLOB dlls ${osg_folder}/*${name}.dll)
   list(APPEND runtime_dlls ${dlls})
 endforeach()
 if(LASZIP_LIBRARY)

@@ -1,4 +1,4 @@
-# Common settings of every target of this project: C++17 without extensions, nothing exported that is not marked.
+# Settings of every target of this project: C++17 without extensions, hidden symbols unless exported explicitly.
 function(quor_target_defaults target)
   target_compile_features(${target} PUBLIC cxx_std_17)
   set_target_properties(${target} PROPERTIES
@@ -9,22 +9,22 @@ function(quor_target_defaults target)
   if(QUOR_WARNINGS AND NOT MSVC)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
   endif()
-  # Else the system's header makes macros of min and max, and brings the half of the system that nobody asked for.
+  # Without these, windows.h defines min and max as macros and includes many other headers.
   if(WIN32)
     target_compile_definitions(${target} PRIVATE NOMINMAX WIN32_LEAN_AND_MEAN
       $<$<CXX_COMPILER_ID:MSVC>:_CRT_SECURE_NO_WARNINGS>)
   endif()
 endfunction()
 
-# quor_precompile(TARGET HEADER): precompiles cmake/precompiled/HEADER for the target, where that is on.
+# quor_precompile(TARGET HEADER): precompiles cmake/precompiled/HEADER for the target if QUOR_PRECOMPILED_HEADERS is on.
 function(quor_precompile target header)
   if(QUOR_PRECOMPILED_HEADERS)
     target_precompile_headers(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled/${header})
   endif()
 endfunction()
 
-# The precompiled header of the tests is that of quor_test_support. Only code compiled with the same options can use it,
-# and a compiler distinguishes position-independent code for libraries from that for programs.
+# quor_share_precompiled_tests(TARGET): uses the precompiled header of quor_test_support. It must be compiled with the same
+# options, so the target gets the same setting for position-independent code.
 function(quor_share_precompiled_tests target)
   set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
   if(QUOR_PRECOMPILED_HEADERS)
@@ -32,10 +32,10 @@ function(quor_share_precompiled_tests target)
   endif()
 endfunction()
 
-# quor_add_test(NAME LABEL SOURCES... [LIBRARIES ...] [WINDOW]): a GoogleTest program, each of its tests known to ctest
-# under the label. WINDOW tells that its tests open windows, as those of the label `viewer` always do: one such test at a
-# time, or a window would take pointer and keys from that of another test. Under an emulator, where the start of a program
-# takes longer than most tests, those of the label `unit` share one start and are known by their program.
+# quor_add_test(NAME LABEL SOURCES... [LIBRARIES ...] [WINDOW]): adds a GoogleTest program and registers each of its tests
+# with ctest, under the label. WINDOW means that the tests open windows; those labelled `viewer` always do. Such tests run one
+# at a time, because a window would take the pointer and the keys from another. Under an emulator, starting a program takes
+# longer than most tests, so a program labelled `unit` is registered as one test.
 function(quor_add_test name label)
   cmake_parse_arguments(arg "WINDOW" "" "LIBRARIES" ${ARGN})
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
@@ -44,12 +44,12 @@ function(quor_add_test name label)
   quor_share_precompiled_tests(${name})
   set(properties LABELS ${label} TIMEOUT 300)
   if(label STREQUAL "viewer")
-    # Drawing ten million points in software takes minutes. The viewer's processes end with the driver unloaded, whose
-    # memory a leak checker could then not tell from ours; their leaks show in the tests of the label `gl`.
+    # Drawing ten million points in software takes minutes. Leak detection is off, because the viewer's process unloads the
+    # driver before it ends, and the leaks of the driver could no longer be suppressed. The tests labelled `gl` detect leaks.
     list(APPEND properties TIMEOUT 900 ENVIRONMENT ASAN_OPTIONS=detect_leaks=0)
   endif()
   if(arg_WINDOW OR label STREQUAL "viewer")
-    # They wait more than they work: begun first, they leave processors to all others meanwhile.
+    # These tests mostly wait, so they start first and the others run beside them.
     list(APPEND properties RESOURCE_LOCK windows COST 100)
   endif()
   if(CMAKE_CROSSCOMPILING_EMULATOR AND label STREQUAL "unit")
@@ -57,6 +57,6 @@ function(quor_add_test name label)
     set_tests_properties(${name} PROPERTIES ${properties} TIMEOUT 900 FAIL_REGULAR_EXPRESSION "Running 0 tests")
     return()
   endif()
-  # The first program of all may wait for an emulated system to start.
+  # The first program may have to wait until the emulator has started.
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
 endfunction()

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the benchmarks, runs them, and prints tables: a line for each benchmark, with times in microseconds (_us) and
-# the ratios that matter. A machine that does nothing else meanwhile gives the steadiest figures.
+# Builds and runs the benchmarks. Prints one line for each, with times in microseconds (_us) and the ratios between the
+# variants. Results are most stable on an otherwise idle machine.
 #
 #   scripts/bench.sh [arguments of Google Benchmark, such as --benchmark_filter=random]
 set -euo pipefail

@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
-# Makes a simulated scan of 130 million points, over 4 GiB, loads it to the end within a memory budget, and checks the
-# process's greatest memory. Takes some minutes and as much disk in TMPDIR, which it frees again.
+# Writes a simulated scan of 130 million points (over 4 GiB), loads all of it within a memory budget, and checks the peak
+# memory of the process. Takes some minutes, and disk space for the scan in TMPDIR, which is freed at the end.
 #
 #   scripts/large_scan.sh [POINTS] [GIB]      default: 130000000 points, 1 GiB
 #
-# The whole process may take the budget and what a viewer without points takes, and no more.
+# The process may use the budget plus what a viewer without points uses.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 points=${1:-130000000}
 budget_gib=${2:-1}
-besides_kib=$((700 * 1024)) # programs, libraries, the frame in software, one mapped range
+besides_kib=$((700 * 1024)) # program, libraries, software renderer, one mapped range
 
 scripts/setup.sh run
 cmake --preset release >/dev/null
@@ -23,10 +23,10 @@ echo "large_scan.sh: writing $points points"
 build/release/bin/quor_make_scan "$folder/large.las" --points "$points" >/dev/null 2>&1
 du -h --apparent-size "$folder/large.las"
 
-# With threads of its own the software driver queues 2 GiB of pictures, however few points there are.
+# With several threads the software driver queues 2 GiB of frames, even for few points.
 display=(env LIBGL_ALWAYS_SOFTWARE=1 LP_NUM_THREADS=0 xvfb-run -a -s '-screen 0 1920x1200x24 -noreset -nolisten tcp')
 [ -z "${DISPLAY:-}" ] || display=()
-# The shell's own number becomes the viewer's.
+# exec keeps the process number of the shell.
 "${display[@]}" bash -c 'echo $$ >"$1/pid"; exec "${@:2}"' bash "$folder" \
   build/release/bin/quor_viewer "$folder/large.las" --memory "$budget_gib" --screenshot "$folder/large.png" \
   >"$folder/output" &
@@ -44,12 +44,12 @@ wait $runner || status=$?
 cat "$folder/output"
 
 most_kib=$(awk -v gib="$budget_gib" -v besides=$besides_kib 'BEGIN { printf "%d", gib * 1024 * 1024 + besides }')
-echo "large_scan.sh: ended with status $status after $((SECONDS - started)) s, at most $((peak_kib / 1024)) MiB of memory," \
-  "$((most_kib / 1024)) MiB allowed"
+echo "large_scan.sh: exit status $status after $((SECONDS - started)) s, peak memory $((peak_kib / 1024)) MiB," \
+  "limit $((most_kib / 1024)) MiB"
 fail() { echo "large_scan.sh: $*" >&2; exit 1; }
 [ $status -eq 0 ] || fail "the viewer failed"
-[ -s "$folder/large.png" ] || fail "there is no picture"
+[ -s "$folder/large.png" ] || fail "the viewer wrote no screenshot"
 shown=$(sed -n 's/^loaded \([0-9]*\) points$/\1/p' "$folder/output")
-thinning=$(sed -n 's/^showing every \([0-9,]*\)[a-z]* point of .*/\1/p' "$folder/output" | tr -d ,)
-[ "${shown:-0}" -eq $(((points + ${thinning:-1} - 1) / ${thinning:-1})) ] || fail "not all points have been loaded"
-[ $peak_kib -gt 0 ] && [ $peak_kib -le "$most_kib" ] || fail "that is too much memory"
+decimation=$(sed -n 's/^showing every \([0-9,]*\)[a-z]* point of .*/\1/p' "$folder/output" | tr -d ,)
+[ "${shown:-0}" -eq $(((points + ${decimation:-1} - 1) / ${decimation:-1})) ] || fail "not all points were loaded"
+[ $peak_kib -gt 0 ] && [ $peak_kib -le "$most_kib" ] || fail "the peak memory exceeds the limit"

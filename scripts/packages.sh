@@ -1,15 +1,15 @@
-# Installing the distribution's packages, only what is missing: sourced by the scripts that need some.
+# Installs missing packages of the distribution. To be sourced by other scripts.
 
 fail() { printf '%s: %s\n' "${0##*/}" "$*" >&2; exit 1; }
 
-# as_root COMMAND...: the machine itself is changed by nothing else.
+# as_root COMMAND...: every change of the system goes through this function.
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
     env DEBIAN_FRONTEND=noninteractive "$@"
   elif command -v sudo >/dev/null; then
     sudo env DEBIAN_FRONTEND=noninteractive "$@"
   else
-    fail "packages must be installed, which needs root: run as root, or install sudo"
+    fail "installing packages requires root: run as root, or install sudo"
   fi
 }
 
@@ -18,7 +18,7 @@ installed() { dpkg-query -W -f '${Status}' "$1" 2>/dev/null | grep -q 'ok instal
 refreshed=no
 refresh() {
   [ $refreshed = yes ] && return
-  as_root apt-get update -qq || fail "the package lists could not be refreshed; is the package mirror reachable?"
+  as_root apt-get update -qq || fail "apt-get update failed; is the package mirror reachable?"
   refreshed=yes
 }
 
@@ -26,10 +26,10 @@ install() {
   printf '%s: installing %s\n' "${0##*/}" "$*"
   refresh
   as_root apt-get install -y -qq --no-install-recommends -o Dpkg::Use-Pty=0 "$@" >/dev/null ||
-    fail "these packages could not be installed: $*"
+    fail "apt-get could not install: $*"
 }
 
-# missing_of PACKAGE...: those that are not installed, one a line.
+# missing_of PACKAGE...: prints those that are not installed, one per line.
 missing_of() {
   local package
   for package in "$@"; do
@@ -44,7 +44,7 @@ install_missing() {
   [ ${#missing[@]} -eq 0 ] || install "${missing[@]}"
 }
 
-# mirror_of CODENAME: the address from which this machine takes the packages of that Debian release.
+# mirror_of CODENAME: prints the URL of the mirror that this machine uses for that Debian release.
 mirror_of() {
   apt-get indextargets --format '$(ORIGIN)|$(LABEL)|$(CODENAME)|$(REPO_URI)' | sed -n "s/^Debian|Debian|$1|//p" | head -n 1
 }

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and opens the bundled scan in quor_viewer. Arguments go to the viewer:
+# Installs missing packages, builds, and opens the bundled scan in quor_viewer. Passes its arguments to the viewer:
 #   scripts/run.sh my_scan.laz
-# Where there is no display, the viewer's tour runs on a virtual one instead and leaves its pictures in tour/.
+# Without a display, it runs the viewer's tour on a virtual display and writes the screenshots to tour/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh run
 [ -e build/release/build.ninja ] || cmake --preset release >/dev/null ||
-  { echo "run.sh: CMake could not configure the preset 'release'" >&2; exit 1; }
+  { echo "run.sh: CMake failed to configure the preset 'release'" >&2; exit 1; }
 cmake --build --preset release --target quor_viewer quor_make_scan
 
 viewer=build/release/bin/quor_viewer
@@ -17,7 +17,7 @@ fi
 case " $* " in
   *" --tour"* | *" --screenshot"* | *" --help "* | *" --version "*) tour=() ;;
   *)
-    echo "run.sh: there is no display; the tour runs on a virtual one and writes its pictures to tour/"
+    echo "run.sh: no display found; running the tour on a virtual display, screenshots go to tour/"
     tour=(--tour tour)
     ;;
 esac

@@ -1,53 +1,53 @@
 #!/usr/bin/env bash
-# Installs what quor_osg_utils needs from the distribution's packages, and only what is missing.
+# Installs the missing packages that quor_osg_utils depends on.
 #
 #   scripts/setup.sh [run|test|checks]     default: test
 #
-# run     compiler, CMake, OpenSceneGraph, plog, CLI11, JSON, LASzip and a display rendered in software: builds and shows quor_viewer
-# test    the same, and GoogleTest, Google Benchmark and xdotool, which moves the pointer over the real window
-# checks  the same, and clang-format, clang-tidy and clang for the static checks and the second compiler
+# run     to build and run quor_viewer: compiler, CMake, OpenSceneGraph, plog, CLI11, nlohmann-json, LASzip, and a virtual
+#         display with a software renderer
+# test    also GoogleTest, Google Benchmark, and xdotool for the pointer in the tests of the viewer
+# checks  also clang-format, clang-tidy and clang, for static analysis and as the second compiler
 set -euo pipefail
 
 . "$(dirname "$0")/packages.sh"
 
 profile=${1:-test}
 packages=(
-  g++ cmake ninja-build pkg-config          # the tool chain
-  libopenscenegraph-dev                     # the scene graph that the library extends
-  libx11-dev                                # the viewer's window
-  libcli11-dev                              # command lines of the programs
-  nlohmann-json3-dev                        # the tour's record
-  xvfb xauth libgl1-mesa-dri libglx-mesa0   # a display and OpenGL in software, where there is no screen
-  fonts-dejavu-core                         # the viewer's status line
+  g++ cmake ninja-build pkg-config          # toolchain
+  libopenscenegraph-dev                     # scene graph
+  libx11-dev                                # window of the viewer
+  libcli11-dev                              # command-line options
+  nlohmann-json3-dev                        # tour.json
+  xvfb xauth libgl1-mesa-dri libglx-mesa0   # virtual display and software OpenGL
+  fonts-dejavu-core                         # font of the viewer's status bar
 )
 newer_packages=(
-  libplog-dev                               # the log file
-  liblaszip-dev                             # compressed scans in the viewer
+  libplog-dev                               # log file
+  liblaszip-dev                             # LAZ scans
 )
 case $profile in
   run) ;;
   test | checks)
     packages+=(libgtest-dev libgmock-dev    # tests
       libbenchmark-dev                      # benchmarks
-      xdotool)                              # a real pointer over the real window
+      xdotool)                              # pointer and keys for the tests of the viewer
     ;;&
   checks) packages+=(clang clang-format clang-tidy) ;;
   test) ;;
-  *) fail "'$profile' is not a profile; use run, test or checks" ;;
+  *) fail "unknown profile '$profile'; use run, test or checks" ;;
 esac
 
-command -v apt-get >/dev/null || fail "this script installs Debian packages, and apt-get is not on this machine;" \
-  "install the equivalents of: ${packages[*]} ${newer_packages[*]}"
+command -v apt-get >/dev/null || fail "this script needs apt-get, which is not installed;" \
+  "install the equivalents of these Debian packages: ${packages[*]} ${newer_packages[*]}"
 
-# Debian 12 has no plog, and its LASzip lacks the interface that the viewer uses; the packages of Debian 13 run on it.
-# There, the successor's package source is added, pinned so that nothing else can ever come from it. The mirror is the
-# one that this machine already uses.
+# Debian 12 has no plog, and its LASzip lacks the interface that the viewer uses. Debian 13 has both, and its packages run on
+# Debian 12. So its package source is added on the same mirror, pinned so that only these packages can come from it.
 allow_from_successor() {
   local sources=/etc/apt/sources.list.d/quor-debian-13.sources mirror
   [ -e $sources ] && return
   mirror=$(mirror_of bookworm)
-  [ -n "$mirror" ] || fail "no Debian 12 mirror is configured on this machine, so $* cannot be found"
-  printf 'setup.sh: adding the package source of Debian 13 for %s alone (%s)\n' "$*" $sources
+  [ -n "$mirror" ] || fail "no Debian 12 mirror is configured on this machine; cannot install $*"
+  printf 'setup.sh: adding the package source of Debian 13 for %s only (%s)\n' "$*" $sources
   printf 'Package: *\nPin: release n=trixie\nPin-Priority: -1\n\nPackage: libplog-dev liblaszip*\nPin: release n=trixie\nPin-Priority: 500\n' |
     as_root tee /etc/apt/preferences.d/quor-debian-13 >/dev/null
   printf 'Types: deb\nURIs: %s\nSuites: trixie\nComponents: main\nSigned-By: /usr/share/keyrings/debian-archive-keyring.gpg\n' "$mirror" |

@@ -1,20 +1,20 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds for Windows, runs the tests there under wine, with OpenGL in software, makes the zip and
-# tries the viewer in it. Arguments go to ctest, and then only those tests run: scripts/test-windows.sh -L unit
+# Installs missing packages, builds for Windows, runs the tests under wine with a software renderer, makes the zip and tests
+# the viewer in it. With arguments it only builds and runs ctest with them: scripts/test-windows.sh -L unit
 # With --build it only builds.
 #
-# With QUOR_CODE_PAGES=1 the tests of file names and of the log run again with other code pages. The first run builds the
-# libraries that the project depends on, and keeps them (QUOR_WINDOWS_CACHE). docs/windows.md lists what wine cannot show.
+# With QUOR_CODE_PAGES=1 the tests of file names and of the log also run with other code pages. The first run builds the
+# dependencies and keeps them in QUOR_WINDOWS_CACHE. docs/windows.md lists what wine cannot verify.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 . scripts/windows/settings.sh
 
-# What CMake has found in other folders it would go on taking from there.
+# CMake caches the folders of the dependencies, so the cache is removed if they have changed.
 configure() {
   local folders=build/windows/prefixes
   [ "$(cat $folders 2>/dev/null)" = "$QUOR_WINDOWS_PREFIXES" ] || rm -f build/windows/CMakeCache.txt
-  cmake --preset windows >/dev/null || fail "CMake could not configure the preset 'windows'"
+  cmake --preset windows >/dev/null || fail "CMake failed to configure the preset 'windows'"
   printf '%s\n' "$QUOR_WINDOWS_PREFIXES" >$folders
 }
 
@@ -28,7 +28,7 @@ cmake --build --preset windows
 
 quietly() { "$@" </dev/null >/dev/null 2>&1; }
 
-# Kept running between the programs, since each would wait for its start.
+# The wine server keeps running between the programs, because each would wait for its start.
 stop_wine() {
   quietly wineserver --kill || true
   quietly wineserver --wait
@@ -38,13 +38,12 @@ start_wine() {
   quietly wineserver --persistent
 }
 
-# Wine says it is Windows 7 unless told otherwise. Without a window manager, which no virtual display has, each window would
-# wait for one. And programs are not told which display shows their windows: the scene graph takes it for the number of one
-# of Windows' screens.
+# Wine reports Windows 7 by default. A virtual display has no window manager, and a managed window would wait for one.
+# Programs get a fixed DISPLAY, because OpenSceneGraph takes its number for that of a screen of Windows.
 prepare_wine() {
-  local way
-  way=$(declare -f prepare_wine | sha256sum)
-  [ "$(cat "$WINEPREFIX/complete" 2>/dev/null)" = "$way" ] && return
+  local commands
+  commands=$(declare -f prepare_wine | sha256sum)
+  [ "$(cat "$WINEPREFIX/complete" 2>/dev/null)" = "$commands" ] && return
   printf '%s: preparing %s\n' "${0##*/}" "$WINEPREFIX"
   rm -rf "$WINEPREFIX"
   {
@@ -52,8 +51,8 @@ prepare_wine() {
       quietly env DISPLAY= wine winecfg -v win10 &&
       quietly env DISPLAY= wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f &&
       quietly env DISPLAY= wine reg add 'HKCU\Environment' /v DISPLAY /d :0 /f
-  } || fail "wine could not prepare $WINEPREFIX"
-  printf '%s\n' "$way" >"$WINEPREFIX/complete"
+  } || fail "wine failed to prepare $WINEPREFIX"
+  printf '%s\n' "$commands" >"$WINEPREFIX/complete"
 }
 
 on_display() { xvfb-run -a -s '-screen 0 1920x1200x24 -noreset -nolisten tcp' "$@"; }
@@ -63,7 +62,7 @@ run_tests() {
   on_display ctest --test-dir build/windows --output-on-failure --parallel "$(nproc)" --no-tests=error "$@"
 }
 
-# The tour's pictures as this system has them, for the test that compares.
+# The tour's screenshots on this system, for PicturesViewerTest.
 make_pictures() {
   cmake --preset dev >/dev/null
   cmake --build --preset dev --target quor_viewer
@@ -72,7 +71,7 @@ make_pictures() {
   export QUOR_TOUR_PICTURES=$PWD/build/windows-pictures
 }
 
-# The zip unpacked elsewhere, without any folder of this checkout to find DLLs in.
+# Unpacks the zip in another folder, where no DLL of this checkout can be found.
 try_zip() {
   local place zip
   rm -f build/windows/*.zip
@@ -81,10 +80,10 @@ try_zip() {
   place=$(mktemp -d)
   unzip -q "$zip" -d "$place"
   (cd "$place" && quietly on_display timeout 300 env -u WINEPATH wine "$(find . -name quor_viewer.exe)" --size 480x270 --screenshot picture.png) ||
-    fail "the viewer in $zip does not run"
-  [ -s "$place/picture.png" ] || fail "the viewer in $zip makes no picture"
+    fail "the viewer in $zip fails"
+  [ -s "$place/picture.png" ] || fail "the viewer in $zip writes no screenshot"
   rm -rf "$place"
-  printf '%s: the viewer in %s runs where it is unpacked\n' "${0##*/}" "${zip##*/}"
+  printf '%s: the unpacked viewer of %s works\n' "${0##*/}" "${zip##*/}"
 }
 
 mkdir -p build
@@ -97,17 +96,16 @@ run_tests "$@"
 
 try_zip
 
-# Once more with other code pages, on which the names of files depend: as a Chinese Windows has it, and as those have it
-# whose language has no code page of its own. Tests of Chinese names skip themselves where there is no such letter, and
-# here there must be.
+# File names depend on the code page, so their tests also run with 936 (Chinese Windows) and with UTF-8. Tests of Chinese
+# names are skipped in code pages without Chinese characters; these two have them.
 run_tests_with_code_page() {
   local page=$1 locales=$PWD/build/windows-locales
   export LOCPATH=$locales QUOR_WINDOWS_LOCALE=$2.UTF-8 LC_ALL=$2.UTF-8
-  printf '%s: once more with code page %s\n' "${0##*/}" "$page"
+  printf '%s: tests with code page %s\n' "${0##*/}" "$page"
   mkdir -p "$locales"
-  quietly localedef -i "$2" -f UTF-8 "$locales/$LC_ALL" || fail "the locale $LC_ALL could not be made"
+  quietly localedef -i "$2" -f UTF-8 "$locales/$LC_ALL" || fail "localedef failed to create the locale $LC_ALL"
   run_tests -R '^(files_test|util_log_file_|scan_platform_test|ScansViewerTest\.aScanAndAPictureNamed)'
-  ! grep -q 'encoding has no Chinese' build/windows/Testing/Temporary/LastTest.log || fail "wine has not taken code page $page"
+  ! grep -q 'encoding has no Chinese characters' build/windows/Testing/Temporary/LastTest.log || fail "wine did not use code page $page"
 }
 [ -n "${QUOR_CODE_PAGES:-}" ] || exit 0
 run_tests_with_code_page 936 zh_CN

@@ -1,17 +1,19 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs every test. Arguments go to ctest: scripts/test.sh -L unit
+# Installs missing packages, builds, and runs all tests. Passes its arguments to ctest: scripts/test.sh -L unit
 #
-# The tests open windows and move a pointer, so they always run on a virtual display of their own, with OpenGL in
-# software: the same picture on every machine, and nobody's pointer is taken.
-# QUOR_PRESET chooses another preset than `dev` (asan, tsan, coverage); QUOR_TARGETS builds these alone; QUOR_SCANS names
-# a folder of further scans.
+# The tests open windows and move the pointer, so they run on a virtual display with a software renderer. Screenshots are
+# then the same on every machine, and the user's own pointer is not moved.
+#
+#   QUOR_PRESET    preset to build; default: dev (others: asan, tsan, coverage)
+#   QUOR_TARGETS   targets to build; default: all
+#   QUOR_SCANS     folder with more scans for the tests; default: none
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 preset=${QUOR_PRESET:-dev}
 
 scripts/setup.sh test
-cmake --preset "$preset" >/dev/null || { echo "test.sh: CMake could not configure the preset '$preset'" >&2; exit 1; }
+cmake --preset "$preset" >/dev/null || { echo "test.sh: CMake failed to configure the preset '$preset'" >&2; exit 1; }
 cmake --build --preset "$preset" ${QUOR_TARGETS:+--target $QUOR_TARGETS}
 
 export LIBGL_ALWAYS_SOFTWARE=1 OSG_NOTIFY_LEVEL=${OSG_NOTIFY_LEVEL:-WARN}

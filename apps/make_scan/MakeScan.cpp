@@ -40,7 +40,7 @@ LasHeader withBox(LasHeader header, HeaderBox box) {
   return header;
 }
 
-// The length to truncate the finished file to; nothing to keep all of it. Known before anything is computed.
+// Length to truncate the finished file to; empty: the file is not truncated. Known before any point is computed.
 std::optional<std::uint64_t> cutLength(const Options& options, const LasHeader& header) {
   const std::uint64_t length = header.pointDataOffsetBytes + *options.points * header.recordLengthBytes;
   if (options.cutRecords > 0) return length - options.cutRecords * header.recordLengthBytes;
@@ -111,7 +111,7 @@ void makeScan(const Options& options, const Progress& progress) {
   if (!cut) return;
   std::error_code error;
   std::filesystem::resize_file(placeOf(options.path), *cut, error);
-  if (error) throw ScanWriteError("cannot cut " + options.path + ": " + error.message());
+  if (error) throw ScanWriteError("cannot truncate " + options.path + ": " + error.message());
 }
 
 int runMakeScan(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,

@@ -1,5 +1,5 @@
-// Precompiled for the library and the viewer, where QUOR_PRECOMPILED_HEADERS is on. Sources include what they use
-// themselves, since other builds have no precompiled header.
+// Precompiled for the library and the viewer if QUOR_PRECOMPILED_HEADERS is on. Each source still includes all headers
+// that it uses, because other builds have no precompiled header.
 #pragma once
 
 #include <osg/Camera>

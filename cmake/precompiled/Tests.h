@@ -1,8 +1,8 @@
-// Precompiled for the tests, where QUOR_PRECOMPILED_HEADERS is on.
+// Precompiled for the tests if QUOR_PRECOMPILED_HEADERS is on.
 #pragma once
 
-// On Windows the engine's headers bring those of the system, whose macros (near, far) and functions
-// (OpenFile) clash with names in tests.
+// On Windows, OpenSceneGraph's headers include windows.h, whose macros (near, far) and functions (OpenFile) conflict
+// with names in tests.
 #if !defined(_WIN32)
 #  include "Engine.h"
 #endif

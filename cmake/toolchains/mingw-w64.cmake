@@ -1,7 +1,7 @@
-# Builds for 64-bit Windows on another system, with mingw-w64 and threads of the C++ library. What is to be found for
-# Windows stands under the triple's own root and under CMAKE_PREFIX_PATH; nothing of this system's is taken for it.
+# Cross-compiles for 64-bit Windows with mingw-w64 and posix threads. Libraries, headers and packages are found only in
+# mingw-w64's own folder and in CMAKE_PREFIX_PATH, never in those of this system.
 set(CMAKE_SYSTEM_NAME Windows)
-# With a minor number: OpenSceneGraph's own build reads the Windows version from here.
+# With a minor number, because OpenSceneGraph's build reads the Windows version from it.
 set(CMAKE_SYSTEM_VERSION 10.0)
 set(CMAKE_SYSTEM_PROCESSOR AMD64)
 
@@ -19,6 +19,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_LIBDIR} /usr/${triple}/lib/pkgconfig)
 
-# ctest, and the discovery of its tests, run programs through this.
+# ctest and gtest_discover_tests run programs with it.
 string(REPLACE ";" ":" folders "${CMAKE_PREFIX_PATH}")
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../../scripts/windows/wine.sh "${folders}")

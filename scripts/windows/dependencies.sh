@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
-# Builds for Windows what the project links there: from the distribution's own source packages, with mingw-w64. Each
-# lands in a folder of its own under the cache, named by its version and by how it is built, so that only the first run
-# takes its minutes. Prints these folders, separated by semicolons, as CMake's prefix path wants them.
+# Builds the dependencies for Windows with mingw-w64, from the distribution's source packages. Each gets a folder in the
+# cache, named after its version and a hash of the build commands, so only the first run takes minutes. Prints the folders
+# separated by semicolons, for CMAKE_PREFIX_PATH.
 #
-#   QUOR_WINDOWS_CACHE   where they are kept; default: ~/.cache/quor_osg_utils/windows
+#   QUOR_WINDOWS_CACHE   folder of the cache; default: ~/.cache/quor_osg_utils/windows
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 . "$here/../packages.sh"
 . "$here/settings.sh"
 
-# Name, the installed package whose version is taken, its source package ("-": the package itself is source), and whether
-# its sources are taken with the distribution's patches or as their authors have them.
+# Name, installed package that determines the version, source package ("-": the installed package contains the sources), and
+# whether the sources are taken with the distribution's patches (patched) or without them (original).
 dependencies=(
   'libpng          libpng16-16            libpng1.6       patched'
   'freetype        libfreetype6           freetype        patched'
@@ -22,8 +22,8 @@ dependencies=(
   'nlohmann_json   nlohmann-json3-dev     -'
 )
 
-# The functions that build read: $source, the unpacked sources; $work, a folder to build in; $target, where to install;
-# $prefixes, the dependencies before.
+# Variables of the build functions: $source, the unpacked sources; $work, the build folder; $target, the install prefix;
+# $prefixes, the folders of the dependencies built before.
 configure() {
   cmake -S "$source" -B "$work" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$here/../../cmake/toolchains/mingw-w64.cmake" \
     -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefixes" -DCMAKE_INSTALL_PREFIX="$target" \
@@ -46,7 +46,7 @@ build_laszip() { build_all; }
 
 build_googletest() { build_all; }
 
-# copy_headers HEADERS CONFIG: of a library without sources, into a folder that holds no other header of this system.
+# copy_headers HEADERS CONFIG: copies a header-only library, so that no other header of this system is found with it.
 copy_headers() {
   mkdir -p "$target/include" "$target/share/cmake"
   cp -r "/usr/include/$1" "$target/include"
@@ -59,9 +59,8 @@ build_cli11() { copy_headers CLI CLI11; }
 
 build_nlohmann_json() { copy_headers nlohmann nlohmann_json; }
 
-# C++14, since the engine's sources and the Windows headers disagree about std::byte. The atomics are those of the
-# compiler: telling so saves running programs at configure time. Most of the time is reading headers, so sources are
-# compiled several at a time, and optimised lightly.
+# C++14, because std::byte makes names in the Windows headers ambiguous. The atomics are set to those of the compiler,
+# because CMake cannot run its test programs. Unity build and -O1 keep the build short.
 build_openscenegraph() {
   local name options=() libraries=(OpenThreads osg osgUtil osgDB osgGA osgText osgViewer osgManipulator)
   local plugins=(png freetype)
@@ -77,13 +76,13 @@ build_openscenegraph() {
 
 own=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
 
-# A machine's package sources seldom list sources, so apt gets a configuration of its own with the same mirrors. What its
-# own release lacks comes from the successor, as the package itself did; such are taken as their authors have them.
+# Few machines have source packages configured, so apt gets a separate configuration with the same mirrors. Packages that
+# this release lacks come from Debian 13, without patches.
 list_sources() {
   local apt=$1 release mirror
-  # A system without package lists does not know its mirror yet.
+  # The mirror is known only after the first apt-get update.
   [ -n "$(mirror_of "$own")" ] || refresh
-  [ -n "$(mirror_of "$own")" ] || fail "this machine has no mirror of Debian's $own, from which the sources could come"
+  [ -n "$(mirror_of "$own")" ] || fail "no Debian mirror for $own is configured on this machine, so the sources are not available"
   mkdir -p "$apt/lists/partial" "$apt/archives/partial"
   for release in "$own" trixie; do
     mirror=$(mirror_of "$release")
@@ -95,7 +94,7 @@ list_sources() {
   APT_CONFIG=$apt/apt.conf apt-get update -qq
 }
 
-# fetch SOURCE_PACKAGE patched|original: into the folder `source` here.
+# fetch SOURCE_PACKAGE patched|original: unpacks it as `source` in the current folder.
 fetch() {
   local apt=$windows_cache/build.apt
   [ -e "$apt/apt.conf" ] || list_sources "$apt"
@@ -109,7 +108,7 @@ fetch() {
   fi
 }
 
-# make NAME FOLDER SOURCE_PACKAGE patched|original: a folder counts only with the mark that its making has come to the end.
+# make NAME FOLDER SOURCE_PACKAGE patched|original: the file `complete` marks a folder whose build has succeeded.
 make() {
   local work source target scratch
   scratch=$(mktemp -d "$windows_cache/build.XXXXXX")
@@ -124,20 +123,20 @@ make() {
   rm -rf "$scratch"
 }
 
-# version_of NAME PACKAGE: the version, and a figure that changes with the way of building.
+# version_of NAME PACKAGE: prints the version and a hash of the build commands.
 version_of() {
   dpkg-query -W -f '${source:Version}-' "$2" | tr ':' '_'
   {
     declare -f configure build_all "build_$1"
     case $1 in
-      openscenegraph) cat "$here/OpenSceneGraphUnity.cmake" ;;
+      openscenegraph) sed '/^#/d' "$here/OpenSceneGraphUnity.cmake" ;;
       plog | cli11 | nlohmann_json) declare -f copy_headers ;;
     esac
   } | sha256sum | cut -c 1-8
 }
 
-tell_failure() {
-  [ $? -eq 0 ] || [ -z "$log" ] || { tail -n 30 "$log"; fail "a dependency could not be built; all that was said stands in $log"; } >&2
+report_failure() {
+  [ $? -eq 0 ] || [ -z "$log" ] || { tail -n 30 "$log"; fail "a dependency failed to build; the complete output is in $log"; } >&2
 }
 
 install_missing "${windows_packages[@]}" >&2
@@ -146,7 +145,7 @@ exec 9>"$windows_cache/lock"
 flock 9
 rm -rf "$windows_cache"/build.*
 log=
-trap tell_failure EXIT
+trap report_failure EXIT
 prefixes=
 for dependency in "${dependencies[@]}"; do
   read -r name package origin <<<"$dependency"

@@ -1,27 +1,27 @@
 #!/usr/bin/env bash
 # Runs one Windows program under wine: wine.sh FOLDERS PROGRAM [ARGUMENTS...]
-# FOLDERS, separated by colons, are those of the dependencies; their DLLs are found there. CMake runs the tests with it.
+# FOLDERS are those of the dependencies, separated by colons, whose DLLs the program loads. CMake runs the tests with it.
 set -euo pipefail
 . "$(dirname "$0")/settings.sh"
 
-# A folder of this system as wine's programs see it.
-seen_by_wine() { printf 'Z:%s;' "${1//\//\\}"; }
+# Prints a folder of this system as a path of Windows.
+windows_path() { printf 'Z:%s;' "${1//\//\\}"; }
 
 IFS=: read -ra prefixes <<<"$1"
 shift
 dll_folders=
-for prefix in ${prefixes[@]+"${prefixes[@]}"}; do dll_folders+=$(seen_by_wine "$prefix/bin"); done
+for prefix in ${prefixes[@]+"${prefixes[@]}"}; do dll_folders+=$(windows_path "$prefix/bin"); done
 for dll in libstdc++-6.dll libwinpthread-1.dll; do
   file=$($triple-g++-posix -print-file-name=$dll)
-  dll_folders+=$(seen_by_wine "$(realpath "${file%/*}")")
+  dll_folders+=$(windows_path "$(realpath "${file%/*}")")
 done
 export WINEPATH=$dll_folders${WINEPATH:-}
 
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
-# Wine's services inherit the output and outlive the program: of a pipe, the reader would wait for them. So it goes to
-# files, which are followed, for what a program has said before it is ended from outside.
+# Wine's services inherit the standard output and outlive the program, so the reader of a pipe would wait for them. So the
+# output goes to files. They are followed, so that it is shown even if the program is killed.
 run() {
   local program status=0
   : >"$folder/out"
@@ -35,12 +35,12 @@ run() {
   return $status
 }
 
-# Once in thousands of starts wine does not get as far as the program itself, which then has said nothing. No test fails
-# without a word.
+# About once in several thousand starts wine fails before the program begins, so there is no output. A failing test always
+# has output.
 status=0
 run "$@" || status=$?
 if [ $status -ne 0 ] && [ ! -s "$folder/out" ] && [ ! -s "$folder/err" ]; then
-  printf '%s: nothing was heard of %s (status %d); once more\n' "${0##*/}" "$1" $status >&2
+  printf '%s: %s failed without output (status %d); starting it again\n' "${0##*/}" "$1" $status >&2
   status=0
   run "$@" || status=$?
 fi

@@ -272,7 +272,8 @@ TEST_F(LasWriterTest, aFormatThatDoesNotExistOrARecordTooShortIsRefused) {
 
 // A limit on the size of files makes a write fail halfway, as a full disk does.
 TEST_F(LasWriterTest, aDiskThatFillsUpIsReportedAndLeavesTheEarlierFile) {
-  if (!QuorTests::FileSizeLimit::isToBeHad()) GTEST_SKIP() << "this system has no limit on the size of files";
+  if (!QuorTests::FileSizeLimit::isToBeHad())
+    GTEST_SKIP() << "a process cannot limit the size of its files on this system";
   std::ofstream(_path) << "earlier";
   const LasHeader header = headerOf(0, 2);
   const std::string message = messageOf([&] {

@@ -88,7 +88,7 @@ TEST_F(PlatformDeathTest, aFaultOutsideOfGuardedWorkEndsTheProcessAsEver) {
   cutAfterPages(1);
   EXPECT_TRUE(readAll().has_value());
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the sanitizer reports the fault in its own way";
+  GTEST_SKIP() << "the sanitizer handles the fault itself";
 #else
   EXPECT_EXIT(touchPage(2), wasEndedByALostPage, "");
 #endif
@@ -99,7 +99,7 @@ TEST_F(PlatformDeathTest, aFaultAfterWorkThatThrewEndsTheProcessAsEver) {
   cutAfterPages(1);
   EXPECT_THROW(faultWhile([] { throw std::runtime_error("of the work"); }), std::runtime_error);
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the sanitizer reports the fault in its own way";
+  GTEST_SKIP() << "the sanitizer handles the fault itself";
 #else
   EXPECT_EXIT(touchPage(2), wasEndedByALostPage, "");
 #endif
@@ -109,7 +109,7 @@ class UsersEncodingTest : public testing::TestWithParam<std::string> {};
 
 TEST_P(UsersEncodingTest, convertsToAPathAndBackAndToUtf8) {
   const std::optional<std::string> name = inUsersEncoding(GetParam());
-  if (!name) GTEST_SKIP() << "the user's encoding has no such letters";
+  if (!name) GTEST_SKIP() << "the user's encoding lacks these characters";
   EXPECT_EQ(utf8Of(*name), GetParam());
   const std::filesystem::path place = std::filesystem::u8path(GetParam());
   EXPECT_EQ(QuorViewer::placeOf(*name), place);
@@ -120,7 +120,7 @@ INSTANTIATE_TEST_SUITE_P(Names, UsersEncodingTest, testing::Values("", "scan.las
 
 TEST(MachineMemoryTest, isPositiveAndNoMoreThanThePhysicalMemory) {
   EXPECT_GT(machineMemoryBytes(), std::uint64_t{1} << 24U);
-  if (physicalMemoryBytes() == 0) GTEST_SKIP() << "nobody tells how much memory this machine has";
+  if (physicalMemoryBytes() == 0) GTEST_SKIP() << "this system does not report its memory size";
   EXPECT_LE(machineMemoryBytes(), physicalMemoryBytes());
 }
 

@@ -230,7 +230,7 @@ InsideTest middleOf(const std::string& path) {
 TEST(ScanCropLaz, realScansAreCroppedToWhatAnotherReaderFindsInside) {
   const char* scans = std::getenv("QUOR_SCANS");
   if (scans == nullptr) {
-    GTEST_SKIP() << "QUOR_SCANS names no folder of scans";
+    GTEST_SKIP() << "QUOR_SCANS is not set to a folder";
   }
   const Folder folder;
   for (const auto& entry : fs::directory_iterator(scans)) {

@@ -527,7 +527,8 @@ TEST_F(ScanCropTest, aFolderInPlaceOfTheTemporaryFileIsKept) {
 }
 
 TEST_F(ScanCropTest, aDiskThatFillsUpIsReportedAndTheFormerFileStays) {
-  if (!QuorTests::FileSizeLimit::isToBeHad()) GTEST_SKIP() << "this system has no limit on the size of files";
+  if (!QuorTests::FileSizeLimit::isToBeHad())
+    GTEST_SKIP() << "a process cannot limit the size of its files on this system";
   _folder.write("out.las", std::string("former"));
   Bytes scan = variedScan({4, 6}, 40000);
   const std::size_t pointsEnd = scan.size();
@@ -553,7 +554,8 @@ TEST_F(ScanCropTest, aDiskThatFillsUpIsReportedAndTheFormerFileStays) {
 
 // So few bytes that they are written only when the file is closed.
 TEST_F(ScanCropTest, aDiskThatIsFullOnlyWhenTheFileIsClosedIsReported) {
-  if (!QuorTests::FileSizeLimit::isToBeHad()) GTEST_SKIP() << "this system has no limit on the size of files";
+  if (!QuorTests::FileSizeLimit::isToBeHad())
+    GTEST_SKIP() << "a process cannot limit the size of its files on this system";
   const std::string source = _folder.write("scan.las", variedScan({2, 0}, 3));
   const auto reader = ScanReader::open(source);
   const QuorTests::FileSizeLimit full(100);

@@ -342,7 +342,7 @@ TEST_F(ScanReaderTest, aScanBeyondFourGibibytesReadsItsLastPoint) {
   std::error_code code;
   std::filesystem::resize_file(path, 375 + (count - 1) * 20, code);
   if (code) {
-    GTEST_SKIP() << "the temporary folder cannot hold a file with a hole: " << code.message();
+    GTEST_SKIP() << "the file system of the temporary folder does not support sparse files: " << code.message();
   }
   std::ofstream(path, std::ios::binary | std::ios::app)
       .write(reinterpret_cast<const char*>(record.data()), static_cast<std::streamsize>(record.size()));
@@ -522,7 +522,7 @@ TEST_F(ScanReaderTest, aFileThatMayNotBeReadIsRefusedWithTheSystemsReason) {
   const std::string path = _folder.write("locked.las", ScanBytes::file({2, 0}, {}));
   std::filesystem::permissions(path, std::filesystem::perms::none);
   if (std::ifstream(path).is_open()) {
-    GTEST_SKIP() << "this user may read everything";
+    GTEST_SKIP() << "this user may read all files";
   }
   EXPECT_EQ(refusalOf(path), path + ": cannot open the file: Permission denied");
 }

@@ -120,11 +120,11 @@ class ScansFolder : public testing::TestWithParam<KnownScan> {
   void SetUp() override {
     const char* folder = std::getenv("QUOR_SCANS");
     if (folder == nullptr) {
-      GTEST_SKIP() << "QUOR_SCANS names no folder of scans";
+      GTEST_SKIP() << "QUOR_SCANS is not set to a folder";
     }
     _path = (std::filesystem::path(folder) / GetParam().file).string();
     if (!std::filesystem::exists(_path)) {
-      GTEST_SKIP() << GetParam().file << " is not in the folder of scans";
+      GTEST_SKIP() << GetParam().file << " is not in the folder QUOR_SCANS";
     }
   }
 
@@ -172,7 +172,7 @@ INSTANTIATE_TEST_SUITE_P(Known, ScansFolder, testing::ValuesIn(kKnownScans), nam
 TEST(ScansFolderAsAWhole, everyScanInTheFolderReadsToItsLastPoint) {
   const char* folder = std::getenv("QUOR_SCANS");
   if (folder == nullptr) {
-    GTEST_SKIP() << "QUOR_SCANS names no folder of scans";
+    GTEST_SKIP() << "QUOR_SCANS is not set to a folder";
   }
   const std::set<std::string> extensions = {".las", ".laz", ".ply", ".asc"};
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {

@@ -44,7 +44,7 @@ using PicturesViewerTest = ViewerFixture;
 
 TEST_F(PicturesViewerTest, theToursPicturesAreThoseOfTheOtherSystem) {
   const char* const others = std::getenv("QUOR_TOUR_PICTURES");
-  if (others == nullptr) GTEST_SKIP() << "QUOR_TOUR_PICTURES names no folder of pictures from another system";
+  if (others == nullptr) GTEST_SKIP() << "QUOR_TOUR_PICTURES is not set to a folder of screenshots from another system";
   start({"--size", "480x270", "--tour", path("tour")});
   ASSERT_EQ(_viewer->exitStatus(std::chrono::seconds(240)), 0) << _viewer->output();
   int pictures = 0;

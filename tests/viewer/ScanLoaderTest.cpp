@@ -180,7 +180,7 @@ TEST_F(ScanLoaderTest, recordsBeyondFourGibibytesArrive) {
 }
 
 TEST_F(ScanLoaderTest, aFileTruncatedWhileItLoadsIsReportedWithItsOffsetAndTheOtherScansContinue) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   const std::vector<LasFilePoint> points = manyPoints(700000);
   load({write("cut.las", points), write("whole.las", manyPoints(50))});
   holdUp();
@@ -198,7 +198,7 @@ TEST_F(ScanLoaderTest, aFileTruncatedWhileItLoadsIsReportedWithItsOffsetAndTheOt
 }
 
 TEST_F(ScanLoaderTest, aFileEmptiedWhileItLoadsLeavesTheLoaderAlive) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   load({write("gone.las", manyPoints(300000))});
   holdUp();
   _loader->start();
@@ -219,7 +219,7 @@ TEST_F(ScanLoaderTest, aFileTruncatedBeforeItIsMappedIsReportedToo) {
 }
 
 TEST_F(ScanLoaderTest, aFileThatIsDeletedStillLoads) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   load({write("unlinked.las", manyPoints(1000))});
   holdUp();
   _loader->start();
@@ -231,7 +231,7 @@ TEST_F(ScanLoaderTest, aFileThatIsDeletedStillLoads) {
 }
 
 TEST_F(ScanLoaderTest, aFileThatIsReplacedByAnotherStillLoads) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   const std::vector<LasFilePoint> points = manyPoints(1000);
   load({write("scan.las", points)});
   holdUp();
@@ -245,7 +245,7 @@ TEST_F(ScanLoaderTest, aFileThatIsReplacedByAnotherStillLoads) {
 }
 
 TEST_F(ScanLoaderTest, aScanAddedUnderTheNameOfOneThatStillLoadsLeavesThatOneAlone) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   const std::vector<LasFilePoint> points = manyPoints(300000);
   const std::vector<LasFilePoint> others(400, LasFilePoint{-1000, -2000, -3000, 4, 5});
   load({write("scan.las", points)});
@@ -263,7 +263,7 @@ TEST_F(ScanLoaderTest, aScanAddedUnderTheNameOfOneThatStillLoadsLeavesThatOneAlo
 }
 
 TEST_F(ScanLoaderTest, aFileShortenedWhileItLoadsAndAddedAgainIsReadToItsNewEndByBoth) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   std::vector<LasFilePoint> points = manyPoints(700000);
   load({write("scan.las", points)});
   holdUp();

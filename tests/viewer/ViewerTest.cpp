@@ -3,9 +3,8 @@
 
 #include <QuorOsgUtils/Version.h>
 
-#include <nlohmann/json.hpp>
-
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <filesystem>
@@ -176,7 +175,7 @@ TEST_F(ViewerTest, severalFilesAppearInTheirCommonFrame) {
 }
 
 TEST_F(ViewerTest, aFileTruncatedWhileItLoadsIsReportedWithTheOffsetAndTheViewerContinues) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "this system keeps mapped files as they are";
+  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   constexpr std::uintmax_t kEnd = 20000007;
   writeHollowLasFile(path("cut.las"), kLongPoints);
   start({"--verbose", "--memory", "0.1", path("cut.las")});

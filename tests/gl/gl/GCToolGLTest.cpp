@@ -113,7 +113,7 @@ TEST(GCToolGLTest, afterTheFirstCallAnyThreadMayAsk) {
 }
 
 TEST(GCToolGLTest, aDisplayThatComesLaterIsNotTried) {
-  if (!displayIsFoundByEnvironment()) GTEST_SKIP() << "this system has a display whatever its environment says";
+  if (!displayIsFoundByEnvironment()) GTEST_SKIP() << "the display does not depend on the environment on this system";
   besideADriver([] {
     const std::string display = std::getenv("DISPLAY");
     setEnvironment("DISPLAY", ":59999");

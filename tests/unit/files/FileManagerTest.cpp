@@ -448,7 +448,7 @@ TEST_F(FileManagerTest, removeFileClosesARegisteredFileAndDeletesIt) {
 
 TEST_F(FileManagerTest, removeFileDeletesAFileOfAChineseName) {
   const std::optional<std::string> name = inUsersEncoding("点云");
-  if (!name) GTEST_SKIP() << "this user's encoding has no Chinese";
+  if (!name) GTEST_SKIP() << "this user's encoding has no Chinese characters";
   const osg::ref_ptr<FilePtr> file = registered(*name, 100);
   EXPECT_TRUE(file->isValid());
   runOwned<RemoveFile>(file->file(), kNormal);

@@ -475,7 +475,7 @@ TEST_F(FilePtrTest, everyPathOpensOrIsRefusedWithTheSystemsNumberAndLeavesNothin
 
 TEST_F(FilePtrTest, aNameInChineseIsReadInTheUsersEncoding) {
   const std::optional<std::string> name = inUsersEncoding("点云·城市.las");
-  if (!name) GTEST_SKIP() << "this user's encoding has no Chinese";
+  if (!name) GTEST_SKIP() << "this user's encoding has no Chinese characters";
   expectAsStated({"a name in Chinese", makeFile(*name, _page), {}, 0});
 }
 
@@ -614,12 +614,12 @@ TEST_F(FilePtrTest, theSystemListsTheViewsThatAreLive) {
 
 TEST_F(FilePtrTest, atTheSystemsLimitOfViewsTheNextIsRefusedTheOthersStayAndUnmapMakesRoom) {
 #if defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the thread sanitizer needs mappings of its own and gives up at the limit";
+  GTEST_SKIP() << "the thread sanitizer needs mappings, too, and fails at the limit";
 #endif
-  if (!limitOfViews()) GTEST_SKIP() << "this system has no limit of its own";
+  if (!limitOfViews()) GTEST_SKIP() << "this system does not limit the number of views";
   const std::size_t limit = *limitOfViews();
   ASSERT_GT(limit, 0u);
-  if (limit > 2000000) GTEST_SKIP() << "a limit of " << limit << " takes too long to reach";
+  if (limit > 2000000) GTEST_SKIP() << "reaching the limit of " << limit << " views takes too long";
   const std::string name = makeFile("scan", 2 * _page);
   const std::string expectedPage = readPlainly(name, _page, _page);
   const std::string expectedLine = refusalLine(fileErrors().noRoom);

@@ -27,7 +27,7 @@ using namespace QuorTests;
 namespace {
 
 constexpr const char* kNoDisplay = ":59999";
-constexpr const char* kDisplayIsAlwaysThere = "this system has a display whatever its environment says";
+constexpr const char* kDisplayIsAlwaysThere = "the display does not depend on the environment on this system";
 
 /// Runs the work in a process without a display.
 template <typename Work>

@@ -50,7 +50,7 @@ TEST_F(LogFilePosixTest, aWorkingDirectoryThatIsGoneMakesTheCallsReturn) {
 }
 
 TEST_F(LogFilePosixTest, aFullDeviceMakesTheCallsReturn) {
-  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "this system has no device that is always full";
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "this system has no /dev/full";
   std::filesystem::create_symlink("/dev/full", path("work") + "/" + kLogName);
   inNewProcess("work", writeOneOfEach);
   EXPECT_THAT(namesIn(path("work")), ElementsAre(kLogName));
