@@ -61,7 +61,7 @@ void ScanFile::read(std::uint64_t offset, unsigned char* to, std::size_t count) 
 }
 
 ScanError ScanFile::cutOff(std::uint64_t byte) const {
-  return error("the file ended while it was being read, at byte " + std::to_string(byte) + ": " +
+  return error("the file was truncated while it was being read, at byte " + std::to_string(byte) + ": it had " +
                std::to_string(_size) + " bytes when it was opened");
 }
 

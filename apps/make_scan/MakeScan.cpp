@@ -1,6 +1,6 @@
 #include "make_scan/MakeScan.h"
 
-#include "command_line/CommandLine.h"
+#include "common/CommandLine.h"
 #include "make_scan/RecordEncoder.h"
 #include "scan/edit/LasWriter.h"
 #include "scan/platform/Platform.h"

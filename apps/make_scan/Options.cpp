@@ -1,7 +1,7 @@
 #include "make_scan/Options.h"
 
-#include "command_line/CommandLine.h"
-#include "command_line/Values.h"
+#include "common/CommandLine.h"
+#include "common/Values.h"
 #include "make_scan/Terrain.h"
 
 #include <CLI/CLI.hpp>
@@ -63,7 +63,7 @@ std::optional<HeaderBox> readHeaderBox(const std::string& text) {
 
 void addSurveyOptions(CLI::App& app, Options& into) {
   app.option_defaults()->group("Survey");
-  addWholeNumber<std::uint64_t>(app, {"--points", "N", "number of points, exactly; required", 0, kPointsMost},
+  addWholeNumber<std::uint64_t>(app, {"--points", "N", "exact number of points to write; required", 0, kPointsMost},
                                 into.points);
   addWholeNumber<unsigned>(
       app,
@@ -71,7 +71,9 @@ void addSurveyOptions(CLI::App& app, Options& into) {
       into.survey.stations);
   app.add_flag("--airborne", into.survey.airborne, "scan from the air, in strips");
   addWholeNumber<std::uint64_t>(
-      app, {"--seed", "S", "seed of the random numbers: another scan of the same town; default: 1", 0, kAnyMost},
+      app,
+      {"--seed", "S", "seed of the random pulses; another seed gives another scan of the same town;\ndefault: 1", 0,
+       kAnyMost},
       into.survey.seed);
   addOption(app,
             {"--origin", "\"X Y Z\"", "three numbers in one argument, \"x y z\"",
@@ -84,10 +86,10 @@ void addFormatOptions(CLI::App& app, Options& into) {
   addWholeNumber<unsigned>(app, {"--format", "F", "point data record format, 0 to 10; default: 7", 0, 10}, into.format);
   addOption(app,
             {"--las-version", "V", "1.0, 1.1, 1.2, 1.3 or 1.4",
-             "1.0 to 1.4; default: 1.4, or for formats 0 to 5 the first version from 1.2\nthat has the format"},
+             "1.0 to 1.4; default: 1.2 for formats 0 to 3, 1.3 for 4 and 5, 1.4 for 6 to 10"},
             into.versionMinor, readVersionMinor);
   addOption(app,
-            {"--scale", "S", "a number of metres above 1.2e-7, so that the town fits into 32 bits, and up to 10",
+            {"--scale", "S", "a number of metres above 1.2e-7, so that coordinates fit into 32 bits, and at most 10",
              "resolution of the coordinates in metres; default: 0.001"},
             into.scale, readScale);
   addOption(
@@ -102,7 +104,7 @@ void addFaultOptions(CLI::App& app, Options& into) {
   app.option_defaults()->group("Unusual and damaged files");
   addOption(app,
             {"--header-box", "BOX", "true, wide, empty or nan",
-             "bounds in the header: true, wide (1 km too large), empty (zeros) or nan;\ndefault: true"},
+             "bounds in the header: true, wide (1 km wider on each side), empty (zeros) or nan;\ndefault: true"},
             into.headerBox, readHeaderBox);
   addWholeNumber<std::uint64_t>(app, {"--cut-at", "BYTE", "truncate the finished file to this length", 0, kAnyMost},
                                 into.cutAtByte);
@@ -111,7 +113,7 @@ void addFaultOptions(CLI::App& app, Options& into) {
       into.cutRecords);
   addWholeNumber<std::uint64_t>(
       app,
-      {"--sparse-offset", "BYTE", "start of the points; the gap before them takes no space on most disks", 0,
+      {"--sparse-offset", "BYTE", "offset of the first point; on most file systems the gap takes no disk space", 0,
        kOffsetMost},
       into.sparseOffset);
 }
@@ -131,9 +133,9 @@ unsigned leastVersion(unsigned format) {
 }
 
 std::string pathAmong(const std::vector<std::string>& files) {
-  if (files.empty() || files.front().empty()) throw invalidArgument("the name of the file to write is missing");
+  if (files.empty() || files.front().empty()) throw invalidArgument("the output file is missing");
   if (files.size() > 1) {
-    throw invalidArgument("only one file can be written: '" + files[0] + "' or '" + files[1] + "'");
+    throw invalidArgument("only one output file can be given: '" + files[0] + "' or '" + files[1] + "'");
   }
   return files.front();
 }
@@ -153,7 +155,7 @@ void checkTogether(const Options& options) {
     throw invalidValue("--cut-records", "no more than --points", std::to_string(options.cutRecords));
   }
   if (options.cutAtByte && options.cutRecords > 0) {
-    throw invalidArgument("--cut-at and --cut-records exclude each other");
+    throw invalidArgument("--cut-at and --cut-records cannot be combined");
   }
 }
 
@@ -165,7 +167,7 @@ unsigned Options::version() const {
 
 Options Options::parse(const std::vector<std::string>& arguments) {
   Options options;
-  CLI::App app("Writes a simulated lidar scan of a small town, of any size, as LAS.");
+  CLI::App app("Writes a simulated lidar scan of a small town as LAS, with any number of points.");
   prepare(app, "quor_make_scan OUT.las --points N [OPTION...]");
   addSurveyOptions(app, options);
   addFormatOptions(app, options);

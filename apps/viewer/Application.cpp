@@ -78,7 +78,7 @@ std::vector<KeyBinding> Application::_createBindings() {
       {{'e', 'E'}, "E", "eye-dome lighting on or off", [this] { _scene.eyeDome.setOn(!_scene.eyeDome.isOn()); }}};
   const std::vector<KeyBinding> ofFiles = {
       {{'a', 'A'}, "A", "add a scan: type its path, then Enter", [this] { _session.openPathEntry(); }},
-      {{'d', 'D', Key::KEY_Delete}, "D", "close the scan under the pointer", [this] { _closeScanUnderPointer(); }},
+      {{'d', 'D', Key::KEY_Delete}, "D, Del", "close the scan under the pointer", [this] { _closeScanUnderPointer(); }},
       {{'p', 'P'}, "P", "save a screenshot", [this] { _screenshots.request(); }}};
   const std::vector<KeyBinding> ofHelp = {
       {{'h', 'H', '?'}, "H", "this help", [this] { _scene.hud.showHelp(!_scene.hud.isHelpShown()); }}};
@@ -144,7 +144,7 @@ int Application::_takeOnePicture() {
   _screenshot.request(_arguments.screenshotFile);
   _drawFrame();
   if (!_screenshot.captured() || !_screenshot.finish()) {
-    printError("the picture " + _arguments.screenshotFile + " could not be written");
+    printError("the screenshot " + _arguments.screenshotFile + " cannot be written");
     return 1;
   }
   return _session.anyFailed() ? 1 : 0;
@@ -210,7 +210,7 @@ void Application::_closeScanUnderPointer() {
   if (!scan) {
     _messages.show("There is no scan under the pointer");
   } else if (_clip.isSaving()) {
-    _messages.show("A scan can be closed after the points inside the box are saved");
+    _messages.show("A scan cannot be closed while the points inside the box are being saved");
   } else {
     _session.close(*scan);
   }

@@ -34,7 +34,7 @@ class Application {
   /// Opens the scans. Throws ScanError.
   explicit Application(const Arguments& arguments);
 
-  /// Shows the window until it is closed, or until the requested tour or picture is done. Returns the exit status.
+  /// Shows the window until it is closed, or until the requested tour or screenshot is done. Returns the exit status.
   /// Throws WindowError.
   int run();
 

@@ -1,7 +1,7 @@
 #include "viewer/Arguments.h"
 
-#include "command_line/CommandLine.h"
-#include "command_line/Values.h"
+#include "common/CommandLine.h"
+#include "common/Values.h"
 #include "viewer/clip/ClipPose.h"
 
 #include <QuorOsgUtils/Version.h>
@@ -100,31 +100,32 @@ void addScanOptions(CLI::App& app, Arguments& into) {
             into.clip, readBox);
   addOption(
       app,
-      {"--station", "PLACE", "\"x y z\", three numbers", "scanner station for key L: \"x y z\", in scan coordinates"},
+      {"--station", "POINT", "\"x y z\", three numbers", "scanner station for key L: \"x y z\", in scan coordinates"},
       into.station, readPosition);
   addOption(app,
             {"--memory", "GIB", "a number of GiB from 0.0001 to 1000000",
-             "for points, in arrays and graphics buffers; larger scans are decimated;\n"
+             "memory for points (arrays and graphics buffers); larger scans are decimated;\n"
              "default: half of the machine's memory"},
             into.memoryBytes, readGibibytes);
 }
 
 void addOutputOptions(CLI::App& app, Arguments& into) {
   app.option_defaults()->group("Output");
-  addOption(app, {"--screenshot", "FILE", "a file name", "load everything, save a screenshot as PNG and quit"},
+  addOption(app, {"--screenshot", "FILE", "a file name", "load all points, save a screenshot as PNG and quit"},
             into.screenshotFile, readName);
   addOption(
       app,
       {"--tour", "FOLDER", "a folder name", "run a scripted tour, save numbered screenshots and tour.json, and quit"},
       into.tourFolder, readName);
-  app.add_flag("--verbose", into.verbose, "also print each new view to the standard output");
+  app.add_flag("--verbose", into.verbose,
+               "also print every change of the camera and the clip box to the standard output");
 }
 
 void addSystemOptions(CLI::App& app, Arguments& into) {
   app.option_defaults()->group("System");
   addOption(app,
             {"--threading", "MODEL", "single, cull-draw, draw or camera",
-             "threading model: single, cull-draw (per context), draw (per context)\n"
+             "OpenSceneGraph threading: single, cull-draw (per context), draw (per context)\n"
              "or camera (cull per camera); default: single"},
             into.threading, readThreadingModel);
   app.add_flag("--gpu", into.gpu, "print GPU information and quit");
@@ -150,8 +151,8 @@ void addHelp(CLI::App& app) {
 Arguments parseArguments(const std::vector<std::string>& arguments) {
   Arguments parsed;
   CLI::App app(
-      "Shows lidar scans (LAS, LAZ, PLY, .asc) in their common coordinate system; without a file,\n"
-      "the bundled sample. Arguments after -- are files, also those that begin with a dash.");
+      "Shows lidar scans (LAS, LAZ, PLY, .asc) in one coordinate system. Without a FILE it shows the\n"
+      "bundled scan. Arguments after -- are files, also those that begin with a dash.");
   prepare(app, "quor_viewer [OPTION...] [FILE...]");
   addDisplayOptions(app, parsed);
   addScanOptions(app, parsed);

@@ -14,7 +14,7 @@ namespace {
 int tellGpu() {
   const std::string table = QuorViewer::gpuTable();
   if (table.empty()) {
-    throw QuorViewer::WindowError("the GPU cannot be queried: is there a display (the variable DISPLAY)?");
+    throw QuorViewer::WindowError("the GPU cannot be queried; check that a display is available (DISPLAY)");
   }
   std::cout << table;
   return 0;

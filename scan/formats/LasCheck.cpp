@@ -45,7 +45,7 @@ class HeaderCheck {
     const bool knownVersion = bytes.size() <= 25 || (_las.header.versionMajor == 1 && _las.header.versionMinor <= 4);
     if (knownVersion && bytes.size() < needed) {
       throw _file.error("the file ends inside its header, at byte " + text(bytes.size()) + ": " + text(needed) +
-                        " bytes needed");
+                        " bytes required");
     }
   }
 

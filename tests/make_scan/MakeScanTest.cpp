@@ -599,7 +599,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"cutTooMany",
                 {"OUT", "--points", "5", "--cut-records", "6"},
                 {"--cut-records expects no more than --points", "'6'"}},
-        Refusal{"cutTwice", {"OUT", "--points", "5", "--cut-records", "1", "--cut-at", "9"}, {"exclude each other"}},
+        Refusal{"cutTwice", {"OUT", "--points", "5", "--cut-records", "1", "--cut-at", "9"}, {"cannot be combined"}},
         Refusal{"sparseInHeader",
                 {"OUT", "--points", "5", "--sparse-offset", "12"},
                 {"--sparse-offset expects at least 472", "'12'"}},

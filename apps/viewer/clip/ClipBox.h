@@ -22,7 +22,7 @@ class ClipBox {
   /// Replaces the box with one that is rotated 0° and switches it on. Each side is at least `kLeastClipExtent`.
   void place(const osg::BoundingBoxf& box);
   bool isPlaced() const { return _handles.valid(); }
-  /// Back to the state before the first `place`.
+  /// Restores the state before the first `place`.
   void remove();
   /// No effect before the first `place`.
   void setOn(bool on);
@@ -34,7 +34,7 @@ class ClipBox {
   ClipMode mode() const { return _mode; }
   int axisMask() const { return _axisMask; }
 
-  /// Of the current box, on or off. Expects that it has been placed.
+  /// The handles of the current box, whether on or off. The box must have been placed.
   const ClipHandles& handles() const { return *_handles; }
 
  private:

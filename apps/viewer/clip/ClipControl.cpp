@@ -34,13 +34,13 @@ struct ModeWords {
 ModeWords wordsOf(ClipMode mode) {
   switch (mode) {
     case ClipHandles::CUTTER_ROTATE:
-      return {"clip mode turn", "Rotate the box by its rings"};
+      return {"clip mode rotate", "Drag a ring to rotate the box"};
     case ClipHandles::CUTTER_TRANSLATE:
-      return {"clip mode move", "Move the box by its arrows"};
+      return {"clip mode move", "Drag an arrow to move the box"};
     case ClipHandles::CUTTER_SCALE:
       break;
   }
-  return {"clip mode resize", "Resize the box by its cones"};
+  return {"clip mode resize", "Drag a cone to resize the box"};
 }
 
 osg::BoundingBoxf relativeTo(const osg::Vec3d& origin, const osg::BoundingBoxd& world) {
@@ -63,7 +63,7 @@ std::vector<KeyBinding> ClipControl::bindings(ClipControl& control) {
       bind('s', "S, M, T", "resize, move or rotate the box", mode(ClipHandles::CUTTER_SCALE)),
       bind('m', "", "", mode(ClipHandles::CUTTER_TRANSLATE)),
       bind('t', "", "", mode(ClipHandles::CUTTER_ROTATE)),
-      bind('x', "X, Y, Z", "show only the handles of that axis, or all", axis(1)),
+      bind('x', "X, Y, Z", "show the handles of that axis only; again: of all axes", axis(1)),
       bind('y', "", "", axis(2)),
       bind('z', "", "", axis(4)),
       bind('r', "R", "reset the box to enclose everything", [&control] { control._reset(); }),
@@ -80,7 +80,7 @@ void ClipControl::startWith(const osg::BoundingBoxd& world) {
   const osg::Vec3f lost = box._max - box._min - osg::Vec3f(world._max - world._min);
   constexpr float kLostAtMost = 0.01F;
   if (lost.length() > kLostAtMost) {
-    return _fail("--clip is too far away from the scan for a box of its size");
+    return _fail("--clip is too far away from the scan to be stored in single precision");
   }
   _dependencies.box.place(box);
 }
@@ -116,7 +116,7 @@ bool ClipControl::_placeAroundContent() {
 void ClipControl::_toggle() {
   if (_dependencies.box.isOn()) {
     _dependencies.box.setOn(false);
-    _announce("clip off", "Clip box off: everything is shown");
+    _announce("clip off", "Clip box off: all points are shown");
     return;
   }
   if (_dependencies.box.isPlaced()) {
@@ -124,12 +124,12 @@ void ClipControl::_toggle() {
   } else if (!_placeAroundContent()) {
     return;
   }
-  _announce("clip on", "Clip box on: drag its handles; S resizes, M moves, T rotates it, W saves the points inside");
+  _announce("clip on", "Clip box on: drag its handles. S resizes, M moves, T rotates; W saves the points inside");
 }
 
 void ClipControl::_reset() {
   if (_isReady() && _placeAroundContent()) {
-    _announce("clip reset", "Clip box reset: it encloses everything");
+    _announce("clip reset", "Clip box reset: it encloses all points");
   }
 }
 
@@ -152,7 +152,7 @@ void ClipControl::_toggleAxis(int bit) {
   for (int axis = 0; axis < 3; ++axis) {
     axes += (mask >> axis & 1) != 0 ? std::string(1, "XYZ"[axis]) : std::string();
   }
-  _announce("clip axes " + axes, mask == kAllAxes ? "Handles of all axes" : "Handles of " + axes + " alone");
+  _announce("clip axes " + axes, mask == kAllAxes ? "Handles of all axes" : "Handles of axis " + axes + " only");
 }
 
 bool ClipControl::_isReady() {
@@ -168,7 +168,7 @@ void ClipControl::_beginSave() {
   }
   if (!_complete || _save) {
     _dependencies.messages.show(_save ? "The points inside are already being saved"
-                                      : "Points can be saved after everything is loaded");
+                                      : "Points can be saved only after all of them are loaded");
     return;
   }
   const ClipSave::Listener listener = {[this](const std::string& message) { _announce(message, message); },

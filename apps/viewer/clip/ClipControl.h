@@ -25,7 +25,7 @@ namespace QuorViewer {
 /// writing the points inside to files.
 class ClipControl {
  public:
-  /// All outlive the control.
+  /// All objects must outlive the control.
   struct Dependencies {
     ClipBox& box;
     Hud& hud;
@@ -42,10 +42,10 @@ class ClipControl {
   /// Tracks the box each frame. Add it after all other handlers.
   osg::ref_ptr<osgGA::GUIEventHandler> createFollower();
 
-  /// Switches on a box that the user has requested, in world coordinates.
+  /// Places the box given by `--clip`, in world coordinates, and switches it on.
   void startWith(const osg::BoundingBoxd& world);
-  /// The bounds that the box is put around. A box that the user has not changed grows with them. `complete` once all
-  /// points are loaded.
+  /// Sets the bounds that a new or reset box encloses. A box that the user has not changed follows them. `complete` is
+  /// true once all points are loaded.
   void setContent(const osg::BoundingBox& content, bool complete);
 
   /// Removes the box when no points are left.

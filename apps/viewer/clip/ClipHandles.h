@@ -11,23 +11,23 @@ namespace QuorViewer {
 /// Which handles of the box are shown; the numeric values are the library's.
 using ClipMode = QuorOsgUtils::BoxCutterDragger::CutterType;
 
-/// The start and the end of a handle drag, in the frame of the scene.
+/// The start and end points of a handle drag, in scene coordinates (relative to the local origin).
 struct HandlePath {
   osg::Vec3d from;
   osg::Vec3d to;
 };
 
-/// The library's clip box, adapted to this viewer's frame buffer: programs replace the fixed-function state that OpenGL
-/// rejects there, and the captured depth is left to the cloud alone.
+/// The library's clip box, adapted to this viewer's frame buffer: shader programs replace the fixed-function state that
+/// OpenGL rejects there, and the handles write no depth, so that the captured depth contains only the cloud.
 ///
 /// A cone or an arrow that points at the eye ignores presses: a pointer move of one pixel would move the handle by a
 /// huge distance.
 ///
-/// Cones are in front of everything; lines are hidden behind points. The rings are meant to be drawn twice: before the
-/// cloud with `setUpState`, and after it with `setUpStateOfRingsAgain`, which shows only the half in front of the disc.
+/// Cones are drawn on top of everything; points occlude lines. The rings must be drawn twice: before the cloud with
+/// `setUpState`, and after it with `setUpStateOfRingsAgain`, which draws only the half in front of the disc.
 class ClipHandles : public QuorOsgUtils::BoxCutterDragger {
  public:
-  /// `clipNode` starts without planes; `applyClipPlane` adds them.
+  /// `clipNode` must have no planes; `applyClipPlane` adds them.
   ClipHandles(const osg::BoundingBoxf& box, osg::ClipNode* clipNode);
 
   /// State for a parent of the handles.
@@ -39,12 +39,12 @@ class ClipHandles : public QuorOsgUtils::BoxCutterDragger {
   const osg::BoundingBoxf& box() const { return _box; }
   bool isDragged() const { return _draggerActive; }
 
-  /// Pushes a face (0 to 5: low and high x, y, z) into the box by a fraction of its extent. Handles have a size from
-  /// the first frame that shows them; before that there is no path.
+  /// The drag path that moves a face (0 to 5: low x, high x, low y, …) into the box by a fraction of the box's extent.
+  /// Valid only after the first frame that shows the handles, because they have no size before it.
   HandlePath pathOfFace(std::size_t face, double share) const;
-  /// Moves the box along its axis by a fraction of its extent.
+  /// The drag path that moves the box along an axis by a fraction of its extent.
   HandlePath pathOfAxis(std::size_t axis, double share) const;
-  /// Rotates the box, from a point on the ring near the one closest to the eye.
+  /// The drag path that rotates the box. It starts on the ring, near the ring point closest to the eye.
   HandlePath pathOfRing(std::size_t axis, double degrees, const osg::Vec3d& eye) const;
 
  protected:

@@ -13,17 +13,17 @@ constexpr double kLeastClipExtent = 0.5;
 
 /// The pose of a clip box, for display.
 struct ClipPose {
-  osg::Vec3d size;
+  osg::Vec3d size;    ///< along the axes of the box, in world units
   osg::Vec3d centre;  ///< in world coordinates
   double degrees = 0.0;
-  osg::Vec3d axis = {0.0, 0.0, 1.0};  ///< that the box is rotated about, counter-clockwise; unit length
+  osg::Vec3d axis = {0.0, 0.0, 1.0};  ///< rotation axis, unit length; positive angles are counter-clockwise
 };
 
 /// The pose of a box under a matrix that translates and rotates but does not scale. `origin` is added to give world
 /// coordinates.
 ClipPose poseOf(const osg::BoundingBoxf& box, const osg::Matrixd& matrix, const osg::Vec3d& origin);
 
-/// For the window: "Box 12.00 × 4.50 × 3.00   at …   turned 30.0° about Z".
+/// For the window: "Box  12.00 × 4.50 × 3.00      centre  …      rotated 30.0° about Z".
 std::string statusText(const ClipPose& pose);
 /// For the standard output: "clip size x y z centre x y z rotation degrees x y z".
 std::string outputText(const ClipPose& pose);

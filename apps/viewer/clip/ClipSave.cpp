@@ -78,7 +78,7 @@ void ClipSave::_next() {
   _readBefore += _scans.info(_scansLeft.back()).pointCount;
   _scansLeft.pop_back();
   if (finished() && !_anyToldOf) {
-    _listener.failed("No point is inside the box: no file is written");
+    _listener.failed("No point is inside the box: no file was written");
   }
 }
 

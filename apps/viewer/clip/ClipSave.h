@@ -16,7 +16,7 @@ namespace QuorViewer {
 
 /// Writes the points of all scans that lie inside a clip box, in small steps, so that the window stays responsive. Each
 /// scan with points inside gets its own LAS file in the working folder, named after the scan; no file is overwritten. A
-/// scan that fails is reported and the others continue. No scan may be closed meanwhile.
+/// scan that fails is reported and the others continue. No scan may be closed until the save has finished.
 class ClipSave {
  public:
   /// Callbacks; each gets one line of text for the user.
@@ -25,10 +25,10 @@ class ClipSave {
     std::function<void(const std::string& message)> failed;
   };
 
-  /// `planes` point inwards and are relative to the scans' local origin. `scans` outlives the save.
+  /// The planes' normals point inwards; the planes are relative to the scans' local origin. `scans` must outlive this.
   ClipSave(ScanSet& scans, std::vector<osg::Plane> planes, Listener listener);
 
-  /// Works for about `budget`.
+  /// Runs for about `budget`.
   void step(std::chrono::milliseconds budget);
 
   bool finished() const { return _scansLeft.empty(); }

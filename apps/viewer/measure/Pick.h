@@ -25,7 +25,7 @@ struct IdentifierImage {
 /// How far from the pointer a point may be: sparse points would otherwise be hard to hit.
 constexpr int kPickRadiusPixels = 6;
 
-/// The pixel nearest to (x, y) that shows a point, within the pick radius. Looks only inside the image.
+/// The pixel nearest to (x, y) that shows a point, within the pick radius; positions outside the image are skipped.
 std::optional<PickedPixel> pickNearest(const IdentifierImage& image, int x, int y,
                                        int radiusPixels = kPickRadiusPixels);
 

@@ -45,7 +45,7 @@ void CameraControl::_goHome() {
 
 void CameraControl::_toggleProjection() {
   if (_dependencies.station.isAtStation()) {
-    _dependencies.messages.show("A station needs the perspective projection; L leaves it");
+    _dependencies.messages.show("Orthographic projection is not available at a station; press L to leave it");
   } else {
     _dependencies.view.toggleProjection();
   }

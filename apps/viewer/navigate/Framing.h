@@ -8,14 +8,14 @@
 
 namespace QuorViewer {
 
-/// The window for framing: its vertical field of view, and its width divided by its height.
+/// The field of view to frame for: vertical angle, and width divided by height.
 struct FieldOfView {
   double verticalDegrees = 30.0;
   double aspectRatio = 1.0;
 };
 
-/// Rotation of a camera that looks at its centre from `elevationDegrees` above the horizon, `azimuthDegrees`
-/// counter-clockwise around it from the south. `pitch` × `yaw` is the camera's rotation.
+/// The direction from which a camera looks at its centre: `elevationDegrees` above the horizontal plane and
+/// `azimuthDegrees` counter-clockwise from south (−Y), seen from above. `pitch` × `yaw` is the camera's rotation.
 struct Direction {
   double azimuthDegrees = 0.0;
   double elevationDegrees = 0.0;
@@ -24,14 +24,14 @@ struct Direction {
   osg::Quat yaw() const;
 };
 
-/// The point to aim at, and the height of the world that the image shows there (world units).
+/// The point at the centre of the image, and the height of the image at that point, in world units.
 struct Framing {
   osg::Vec3d centre;
   double height = 0.0;
 };
 
-/// The closest view under `rotation` that shows all the points. The centre is in the middle of the image and, in depth,
-/// among the points. Expects at least one point.
+/// The closest view under `rotation` that shows all the points. The centre is in the middle of the image, at
+/// the mean of the smallest and greatest depth of the points. Expects at least one point.
 Framing framePerspective(const std::vector<osg::Vec3f>& points, const osg::Quat& rotation, const FieldOfView& field);
 Framing frameOrthographic(const std::vector<osg::Vec3f>& points, const osg::Quat& rotation, const FieldOfView& field);
 

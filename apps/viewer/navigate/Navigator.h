@@ -41,7 +41,7 @@ class Navigator {
   bool isAtStation() const { return _atStation; }
   /// Moves the eye to a station and keeps the view direction; from then on the view only rotates.
   void enterStation(const osg::Vec3d& station);
-  /// Back to normal navigation. The view stays.
+  /// Returns to normal navigation and keeps the view.
   void leaveStation();
 
  private:

@@ -18,7 +18,10 @@ std::string fieldOfViewText(double degrees, const char* unit) {
 }  // namespace
 
 std::vector<KeyBinding> StationControl::bindings(StationControl& control) {
-  return {{{'n', 'N'}, "N", "orbit about the middle or about the pointer", [&control] { control._swap(); }},
+  return {{{'n', 'N'},
+           "N",
+           "orbit about the middle of the view or the point under the pointer",
+           [&control] { control._swap(); }},
           {{'l', 'L'}, "L", "enter or leave the scanner station", [&control] { control._toggle(); }},
           {{'v', 'V'}, "V", "reset the field of view", [&control] { control._resetField(); }}};
 }
@@ -26,12 +29,12 @@ std::vector<KeyBinding> StationControl::bindings(StationControl& control) {
 void StationControl::_toggle() {
   if (isAtStation()) {
     abandon();
-    return _dependencies.messages.show("Back at the previous view");
+    return _dependencies.messages.show("Previous view restored");
   }
   if (const std::optional<osg::Vec3d> station = _findStation()) {
     return _enter(*station);
   }
-  _dependencies.messages.show("No station is known: pick a point to stand on with a left click");
+  _dependencies.messages.show("No station: left-click the point to stand on, then press L again");
 }
 
 void StationControl::_enter(const osg::Vec3d& station) {
@@ -43,7 +46,7 @@ void StationControl::_enter(const osg::Vec3d& station) {
   _shownField = _dependencies.view.fieldOfViewDegrees();
   _dependencies.navigator.enterStation(station);
   _dependencies.messages.show(
-      "Right drag looks around, the wheel changes the field of view; V resets it, L leaves the station");
+      "Right drag looks around, the wheel changes the field of view, V resets it, L leaves the station");
   _dependencies.messages.print("station on " +
                                coordinates(station + _dependencies.scans.origin(), kCoordinateDecimals));
 }
@@ -73,7 +76,7 @@ void StationControl::_resetField() {
   if (isAtStation()) {
     _dependencies.view.resetFieldOfView();
   } else {
-    _dependencies.messages.show("The field of view changes only at a station; L goes there");
+    _dependencies.messages.show("The field of view can be changed only at a station; press L to enter it");
   }
 }
 
@@ -87,11 +90,11 @@ void StationControl::showFieldOfView() {
 
 std::string StationControl::summary() const {
   if (isAtStation()) {
-    return "Station, " + fieldOfViewText(_dependencies.view.fieldOfViewDegrees(), "°");
+    return "Station   ·   field of view " + fieldOfViewText(_dependencies.view.fieldOfViewDegrees(), "°");
   }
   const std::string projection = _dependencies.view.isOrthographic() ? "Orthographic" : "Perspective";
   return projection +
-         (_dependencies.navigator.turnsAboutPointer() ? "   ·   About the pointer" : "   ·   About the middle");
+         (_dependencies.navigator.turnsAboutPointer() ? "   ·   Orbit: pointer" : "   ·   Orbit: middle of view");
 }
 
 // Scans from a single station often have it at the origin of their coordinates, among their points.

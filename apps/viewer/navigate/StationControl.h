@@ -19,7 +19,7 @@ namespace QuorViewer {
 /// the wheel changes the field of view. Reports changes on the status bar and the terminal.
 class StationControl {
  public:
-  /// All outlive the control.
+  /// All objects must outlive the control.
   struct Dependencies {
     Navigator& navigator;
     ViewControl& view;
@@ -32,13 +32,13 @@ class StationControl {
   StationControl(Dependencies dependencies, std::optional<osg::Vec3d> station)
       : _dependencies(dependencies), _given(station) {}
 
-  /// Expects that the control outlives the bindings; may be called before it is constructed.
+  /// The control must outlive the bindings; it may still be under construction when this is called.
   static std::vector<KeyBinding> bindings(StationControl& control);
 
   bool isAtStation() const { return _dependencies.navigator.isAtStation(); }
   /// Leaves the station, if at one, and restores the view from before.
   void abandon();
-  /// Shows a field of view that has changed since the last call.
+  /// Shows the field of view if it has changed since the last call.
   void showFieldOfView();
   /// The navigation part of the status bar.
   std::string summary() const;

@@ -29,7 +29,7 @@ class ViewControl {
   void lookAt(const osg::Vec3d& point);
 
   bool isOrthographic() const;
-  /// Switches to the other projection; things at the orbit centre's depth keep their size in pixels.
+  /// Switches to the other projection; objects at the depth of the orbit centre keep their size in pixels.
   void toggleProjection();
 
   /// Vertical, of a perspective image; 0 for an orthographic one.

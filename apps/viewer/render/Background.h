@@ -4,7 +4,7 @@
 
 namespace QuorViewer {
 
-/// The background: a dim vertical gradient behind everything. It does not change the depth.
+/// The background: a dim vertical gradient behind everything. It writes no depth.
 osg::ref_ptr<osg::Node> createBackground();
 
 }  // namespace QuorViewer

@@ -11,10 +11,10 @@ namespace QuorViewer {
 
 /// The contents of each attachment, besides the visible colours in attachment 0.
 namespace Attachment {
-constexpr unsigned int kIdentifiers = 1;  ///< unsigned: scan (from 1; 0 background), point index low, high, 1
+constexpr unsigned int kIdentifiers = 1;  ///< unsigned: scan (0: background), low and high 32 bits of the index, 1
 constexpr unsigned int kPositions = 2;    ///< float: x, y, z relative to the local origin, 1
 constexpr unsigned int kValues = 3;       ///< float: intensity, 0, 0, 1
-constexpr unsigned int kCodes = 4;        ///< signed: point index low, classification, return number, number of returns
+constexpr unsigned int kCodes = 4;        ///< signed: low 32 bits of the index, class, return number, number of returns
 constexpr unsigned int kCount = 5;
 }  // namespace Attachment
 
@@ -28,7 +28,7 @@ constexpr unsigned int kCount = 5;
 /// be destroyed before it.
 class CaptureTarget {
  public:
-  /// Takes over the camera's clearing and its pre-draw, post-draw and final-draw callbacks.
+  /// Replaces the camera's clear and its pre-draw, post-draw and final-draw callbacks.
   explicit CaptureTarget(osg::Camera& camera);
 
   /// Lets nodes under this state write to attachments 1 to 4 too.

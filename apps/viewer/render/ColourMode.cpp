@@ -17,7 +17,7 @@ struct ModeWords {
 };
 
 constexpr std::array<ModeWords, kColourModeCount> kWords = {{
-    {"rgb", "Colour"},
+    {"rgb", "RGB"},
     {"intensity", "Intensity"},
     {"elevation", "Elevation"},
     {"classification", "Classification"},

@@ -22,8 +22,8 @@ std::optional<ColourMode> colourModeOf(const std::string& option);
 /// The mode after `mode`, wrapping around.
 ColourMode nextOf(ColourMode mode);
 
-/// A colour map whose lightness grows evenly from 0 to 1 and whose steps look equally large everywhere, also to
-/// colour-blind viewers and in greyscale print. Channels from 0 to 1; `fraction` is clamped to 0 to 1.
+/// A perceptually uniform colour map: lightness increases evenly from 0 to 1, and steps look equally large everywhere,
+/// also to colour-blind viewers and in greyscale print. Channels from 0 to 1; `fraction` is clamped to 0 to 1.
 osg::Vec3f rampColour(float fraction);
 
 /// An elevation at fraction s of its range gets the ramp's colour at s to this power: most points of most scans are

@@ -8,8 +8,8 @@ namespace QuorViewer {
 /// Shades the cloud by depth alone: a pixel is darkened by how far its neighbours are in front of it, so that edges and
 /// relief are visible although points have no normals. Works in both projections; the background stays unchanged.
 ///
-/// Draws after the cloud and before everything that must stay bright. It copies the depth drawn so far into `depthCopy`
-/// and multiplies the colours in attachment 0, without reading them.
+/// Draws after the cloud and before everything that must not be shaded. It copies the depth drawn so far into
+/// `depthCopy` and multiplies the colours in attachment 0, without reading them.
 class EyeDomeLighting {
  public:
   explicit EyeDomeLighting(osg::Texture2D* depthCopy);

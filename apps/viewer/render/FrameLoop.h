@@ -25,8 +25,8 @@ class FrameLoop {
   /// Whether a frame that only shows progress may be drawn: with such frames drawing takes at most a fifth of the time,
   /// however long a frame of the points loaded so far takes.
   bool isProgressFrameDue() const;
-  /// Hides `child`, and has it removed from `parent` at the end of the next frame. Requests frames until all graphics
-  /// memory that only the child used is free.
+  /// Hides `child` and queues its removal from `parent` at the end of the next frame. Requests frames until all
+  /// graphics memory used only by the child has been freed.
   void remove(osg::Group* parent, osg::Node* child);
 
   /// Size of the vertex buffers on the graphics card at the end of the latest frame.

@@ -10,10 +10,10 @@ namespace QuorViewer {
 /// opens, because the query releases the thread's current OpenGL context.
 std::vector<std::pair<std::string, std::string>> gpuProperties();
 
-/// The information as text for the user, one line below another.
+/// The information as a two-column table for the terminal.
 std::string gpuTable();
 
-/// The renderer's name if it draws on the processor, which is slow; otherwise empty.
+/// The name of the software renderer (llvmpipe, …) in `renderer`; empty if a GPU draws.
 std::string softwareRendererOf(const std::string& renderer);
 
 }  // namespace QuorViewer

@@ -14,7 +14,7 @@
 namespace QuorViewer {
 
 /// The points on the graphics card: one drawable with its own buffers per chunk, culled by the chunk's box, drawn as
-/// round dots. Nothing traverses the points after they have been added, not even intersectors. Fills all five
+/// round dots. After points have been added, no visitor iterates over them, not even intersectors. Writes all five
 /// attachments of the captured frame. Clip planes clip it. Positions are relative to the local origin, and so are the
 /// elevations of `setElevationRange`.
 class PointCloud {

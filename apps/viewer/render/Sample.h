@@ -16,7 +16,7 @@ inline bool isFinite(const osg::Vec3f& value) {
 }
 
 /// A sample of a long stream, in bounded memory and spread evenly over it: keeps every n-th value, and doubles n
-/// whenever there are too many. Leaves out values that are not finite.
+/// whenever there are too many. Skips values that are not finite.
 template <typename Value>
 class Sample {
  public:

@@ -9,8 +9,8 @@
 
 namespace QuorViewer {
 
-/// PNG files of the visible frame. Each is captured with the next drawn frame and written by a thread that waits for
-/// it, so that drawing continues. One screenshot at a time.
+/// Saves the visible frame as PNG files. The next drawn frame is captured and then written to disk on a separate
+/// thread, so that drawing continues. Only one screenshot can be pending at a time.
 class Screenshot {
  public:
   /// `tool` outlives the screenshot.

@@ -13,7 +13,7 @@ osg::ref_ptr<osg::Program> createPlainProgram();
 
 /// Turns the geometry into one triangle that covers the window, with clip coordinates as vertices; it is never culled
 /// and does not affect the near and far planes. Its state neither tests nor writes depth and has no lighting.
-/// `fragmentSource` may read `window`, from (0, 0) at the bottom left to (1, 1).
+/// `fragmentSource` may read the varying `window`, the window position from (0, 0) at the bottom left to (1, 1).
 void becomeFullScreenPass(osg::Geometry& geometry, const char* name, const char* fragmentSource);
 
 /// Draw order within the frame. The manipulators' own markers use the default, 0; the clip box uses -100 for its disc

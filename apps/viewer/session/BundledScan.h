@@ -4,8 +4,8 @@
 
 namespace QuorViewer {
 
-/// The scan that is shown if none is named: in the source tree that the program was built from if that still exists,
-/// otherwise in the installation.
+/// Path of the scan shown if no file is given: the installed copy, found relative to the program, if it exists;
+/// otherwise the one in the source tree that the program was built from.
 std::string bundledScan();
 
 }  // namespace QuorViewer

@@ -34,7 +34,7 @@ std::vector<KeyBinding> CloudControl::bindings(CloudControl& control) {
   std::vector<KeyBinding> bindings = {
       {{'c', 'C'},
        "C",
-       "next colouring",
+       "next colour mode",
        [&control] { control._setMode(nextOf(control._dependencies.cloud.colourMode())); }},
       {{'+', '=', Key::KEY_KP_Add}, "+", "larger points", [&control] { control._changeSize(1.0F); }},
       {{'-', '_', Key::KEY_KP_Subtract}, "-", "smaller points", [&control] { control._changeSize(-1.0F); }}};

@@ -14,7 +14,7 @@ namespace QuorViewer {
 /// The user's control of the look of the points: colouring, with its value ranges and legend, and size.
 class CloudControl {
  public:
-  /// All outlive the control.
+  /// All objects must outlive the control.
   struct Dependencies {
     PointCloud& cloud;
     Legend& legend;
@@ -26,7 +26,8 @@ class CloudControl {
   /// `control` may still be under construction; it must exist when the first key is pressed.
   static std::vector<KeyBinding> bindings(CloudControl& control);
 
-  /// Uses the given values; where there are none, values that suit the scans and a window of so many pixels.
+  /// Applies the given values. For missing ones, chooses defaults from the scans and the number of pixels in the
+  /// window.
   void start(std::optional<ColourMode> mode, std::optional<float> pointSizePixels, double windowPixels);
 
   /// Updates the value ranges from the points loaded so far.

@@ -22,7 +22,7 @@ FileCmd::Priority priorityOf(Turn turn) {
 }
 
 ScanError cutOff(const std::string& path, std::uint64_t byte) {
-  return ScanError(path + ": the file ended while it was being read, at byte " + std::to_string(byte));
+  return ScanError(path + ": the file was truncated while it was being read, at byte " + std::to_string(byte));
 }
 
 std::uint64_t recordsWithin(const RecordTable& table, std::uint64_t fileBytes) {
@@ -43,7 +43,7 @@ void ScanCommand::operator()(const FileProxy* proxy, QuorOsgUtils::FileManager* 
   try {
     if (!_scan->cancelled) work(proxy, result);
   } catch (const std::bad_alloc&) {
-    result.error = getFile() + ": there is not enough memory for more of its points";
+    result.error = getFile() + ": not enough memory to load more of its points";
   } catch (const std::exception& error) {
     result.error = error.what();
   }

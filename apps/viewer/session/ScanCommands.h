@@ -22,7 +22,7 @@ namespace QuorViewer {
 struct LoadingScan {
   // Set up before the first command is pushed.
   unsigned int number = 0;             ///< from 1
-  osg::Vec3d origin;                   ///< that the chunks are relative to
+  osg::Vec3d origin;                   ///< world point that the chunks are relative to
   std::unique_ptr<ScanReader> reader;  ///< used only by the worker
 
   std::atomic<std::uint64_t> mappedBytes{0};  ///< bytes of the file that can be mapped; 0: it is read without mapping
@@ -37,7 +37,7 @@ struct LoadingScan {
   std::uint64_t end = std::numeric_limits<std::uint64_t>::max();  ///< points from here on cannot be read
 };
 
-/// The load result of a command for the viewer's thread: exactly one for each command.
+/// The result of one command, for the viewer's thread. Each command posts exactly one.
 struct LoadResult {
   unsigned int scan = 0;  ///< 0: no scan
   bool ofSample = false;  ///< part of the sample that shows a large scan early
@@ -68,7 +68,7 @@ class ScanCommand : public QuorOsgUtils::FileCmd {
   std::shared_ptr<LoadingScan> _scan;
 };
 
-/// Filled once the chunk has been read.
+/// Receives the chunk when it has been read.
 using ChunkSlot = std::shared_ptr<PointChunk>;
 
 /// Maps the parts of the file that hold a chunk's points, and decodes them directly into its arrays. Compressed points

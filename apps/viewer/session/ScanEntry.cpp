@@ -63,7 +63,7 @@ void ScanEntry::_finish() {
 }
 
 void ScanEntry::_show() {
-  _hud.setMessage("Scan to add, then Enter:  " + _path + "_");
+  _hud.setMessage("Path of the scan to add (Enter to finish):  " + _path + "_");
 }
 
 }  // namespace QuorViewer

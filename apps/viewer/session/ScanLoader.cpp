@@ -71,7 +71,7 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
   _loading[scanNumber] = scan;
   if (thinning == 0) {
     return _reportFailure(info.path + ": none of its points fit into " + inGibibytes(_budgetBytes) +
-                          " beside those already shown");
+                          " in addition to those already shown");
   }
   scan->number = scanNumber;
   scan->origin = _scans.origin();

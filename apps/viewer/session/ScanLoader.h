@@ -14,11 +14,11 @@
 
 namespace QuorViewer {
 
-/// Loads scans through the library's file manager and hands out chunks that are ready to draw. The samples from all
-/// over the large scans come first, then the rest. Scans that do not fit into the memory are decimated evenly. A
+/// Loads scans through the library's file manager and delivers chunks that are ready to draw. It loads samples spread
+/// over the large scans first, then the rest. Scans that do not fit into memory are decimated evenly. A
 /// damaged scan is read up to the damage; the others continue.
 ///
-/// Starts the manager's worker, and stops it in the destructor; the viewer uses it on one thread.
+/// Starts the manager's worker, and stops it in the destructor. Use the loader on one thread.
 class ScanLoader {
  public:
   /// Callbacks. `thinned` gets a line of text for the user.
@@ -32,18 +32,18 @@ class ScanLoader {
   ScanLoader(ScanSet& scans, std::uint64_t budgetBytes, Listener listener);
   ScanLoader(const ScanLoader&) = delete;
   ScanLoader& operator=(const ScanLoader&) = delete;
-  /// Drops everything not yet read.
+  /// Cancels everything not yet read.
   ~ScanLoader();
 
   /// Starts to read the scans that were added to the set since the last call. Throws ScanError.
   void start();
-  /// Hands out what the worker has read, for at most `budget`, and stops at the end of the samples of large scans so
-  /// that a frame can be drawn. False if nothing had arrived.
+  /// Delivers what the worker has read, for at most `budget`. Stops early when the samples of the large scans are
+  /// complete, so that a frame can be drawn. False if no result had arrived.
   bool step(std::chrono::milliseconds budget);
-  /// True once each time that the samples are complete.
+  /// True if the samples have been completed since the last call.
   bool pollSampleCompleted() { return std::exchange(_sampleCompleted, false); }
-  /// Drops what is still to be read of a scan, subtracts its points from the counts, and closes its file. The caller
-  /// drops the chunks that it has received. The scan stays open in the set.
+  /// Cancels the pending reads of a scan, subtracts its points from the counts and closes its file. The caller removes
+  /// the chunks that it has received. The scan stays open in the set.
   void close(unsigned int scanNumber);
 
   bool finished() const { return _resultsDue == 0; }

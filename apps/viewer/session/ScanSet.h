@@ -9,8 +9,8 @@
 
 namespace QuorViewer {
 
-/// The opened scans, numbered from 1 in the order given, in one common coordinate frame. Numbers are never reused, not
-/// even after a scan has been closed. One thread at a time.
+/// The open scans, numbered from 1 in the order given, in one common coordinate frame. Numbers are never reused, even
+/// after a scan has been closed. Use it on one thread at a time.
 class ScanSet {
  public:
   /// Opens all or none. Throws ScanError.
@@ -29,8 +29,8 @@ class ScanSet {
   ScanReader& reader(unsigned int number) { return *_readers.at(number - 1); }
   const ScanInfo& info(unsigned int number) const { return _readers.at(number - 1)->info(); }
 
-  /// The world point that all drawn coordinates are relative to: set by the first scan, and again by the first one
-  /// added when none is open.
+  /// The local origin: the world point that all drawn coordinates are relative to. Set by the first scan, and again by
+  /// the next scan added while none is open.
   const osg::Vec3d& origin() const { return _origin; }
   std::uint64_t pointCount() const;
   bool anyHas(bool ScanInfo::*property) const;

@@ -57,7 +57,7 @@ void Session::close(unsigned int scan) {
   _scans.close(scan);
   _listener.scanClosed(points);
   _dependencies.messages.print("closed " + name);
-  _dependencies.messages.show(name + (_scans.isEmpty() ? " is closed; A adds a scan" : " is closed"));
+  _dependencies.messages.show(name + (_scans.isEmpty() ? " is closed; press A to add a scan" : " is closed"));
 }
 
 void Session::_showProgress() {
@@ -112,7 +112,7 @@ void Session::_logScan(unsigned int scan) {
   _dependencies.messages.log(info.path + ": " + info.format + ", " + grouped(info.pointCount) + " points" + extent);
   if (info.localOnly) {
     printError(info.path + ": " + info.format +
-               " is read in single precision, which is exact enough only for local coordinates");
+               " stores single-precision coordinates; large (georeferenced) coordinates lose accuracy");
   }
 }
 

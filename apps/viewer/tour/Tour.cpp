@@ -105,12 +105,12 @@ std::string pictureName(std::size_t number, const char* step) {
 bool Tour::run(const std::string& folder) {
   std::error_code error;
   std::filesystem::create_directories(placeOf(folder), error);
-  TourRecord record{_windowSize(), _host.scans.pointCount(), {}};
-  for (std::size_t index = 0; index < kSteps.size() && !_host.viewer.done(); ++index) {
+  TourRecord record{_windowSize(), _dependencies.scans.pointCount(), {}};
+  for (std::size_t index = 0; index < kSteps.size() && !_dependencies.viewer.done(); ++index) {
     const std::string picture = pictureName(index + 1, kSteps[index].name);
     _perform(kSteps[index]);
     if (!_takePicture(nameOf(placeOf(folder) / picture))) {
-      printError(std::string("the picture ").append(picture).append(" cannot be written in ").append(folder));
+      printError("the screenshot " + picture + " cannot be written to " + folder);
       return false;
     }
     record.steps.push_back(_record(kSteps[index], picture));
@@ -146,7 +146,7 @@ void Tour::_perform(const TourStep& step) {
       _turnWheel(step);
       break;
     case TourAction::ClickNearPoint:
-      _click(_host.picker.pixelOfAnyPointNear(step.from).value_or(_pixelAt(step.from)));
+      _click(_dependencies.picker.pixelOfAnyPointNear(step.from).value_or(_pixelAt(step.from)));
       break;
     case TourAction::Click:
       _click(_pixelAt(step.from));
@@ -157,25 +157,25 @@ void Tour::_perform(const TourStep& step) {
       _dragHandle(step);
       break;
   }
-  _host.drawFrame();
+  _dependencies.drawFrame();
 }
 
 // Draws a frame after each move, as with a slow hand: the manipulator reads the frame drawn last.
 void Tour::_drag(const TourStep& step) {
   _movePointer(_pixelAt(step.from));
   _events().mouseButtonPress(_windowX(), _windowY(), static_cast<unsigned int>(step.detail));
-  _host.drawFrame();
+  _dependencies.drawFrame();
   for (int move = 1; move <= kDragMoves; ++move) {
     const float share = static_cast<float>(move) / kDragMoves;
     _movePointer(_pixelAt(step.from * (1.0F - share) + step.to * share));
-    _host.drawFrame();
+    _dependencies.drawFrame();
   }
 }
 
 void Tour::_dragHandle(const TourStep& step) {
   osg::Vec3d eye, centre, up;
-  _host.tool.getFrameBuffer().getViewMatrix().getLookAt(eye, centre, up);
-  const ClipHandles& handles = _host.clip.handles();
+  _dependencies.tool.getFrameBuffer().getViewMatrix().getLookAt(eye, centre, up);
+  const ClipHandles& handles = _dependencies.clip.handles();
   const auto number = static_cast<std::size_t>(step.detail);
   const double amount = step.from.x();
   const HandlePath path = step.action == TourAction::PullFace        ? handles.pathOfFace(number, amount)
@@ -193,17 +193,17 @@ void Tour::_turnWheel(const TourStep& step) {
   _movePointer(_pixelAt(step.from));
   for (int notch = 0; notch < std::abs(step.detail); ++notch) {
     _events().mouseScroll(step.detail > 0 ? Event::SCROLL_UP : Event::SCROLL_DOWN);
-    _host.drawFrame();
+    _dependencies.drawFrame();
   }
 }
 
 void Tour::_click(const osg::Vec2i& pixel) {
-  const unsigned int before = _host.picker.count();
+  const unsigned int before = _dependencies.picker.count();
   _movePointer(pixel);
   _events().mouseButtonPress(_windowX(), _windowY(), kLeftButton);
   _events().mouseButtonRelease(_windowX(), _windowY(), kLeftButton);
-  _host.drawFrame();
-  _picked = _host.picker.count() > before;
+  _dependencies.drawFrame();
+  _picked = _dependencies.picker.count() > before;
 }
 
 void Tour::_movePointer(const osg::Vec2i& pixel) {
@@ -212,18 +212,18 @@ void Tour::_movePointer(const osg::Vec2i& pixel) {
 }
 
 bool Tour::_takePicture(const std::string& path) {
-  _host.screenshot.request(path);
-  _host.drawFrame();
-  const bool written = _host.screenshot.captured() && _host.screenshot.finish();
+  _dependencies.screenshot.request(path);
+  _dependencies.drawFrame();
+  const bool written = _dependencies.screenshot.captured() && _dependencies.screenshot.finish();
   _pictures += written ? 1 : 0;
   return written;
 }
 
 TourStepRecord Tour::_record(const TourStep& step, const std::string& picture) {
-  FrameBuffer& frame = _host.tool.getFrameBuffer();
+  FrameBuffer& frame = _dependencies.tool.getFrameBuffer();
   osg::Vec3d eye, centre, up;
   frame.getViewMatrix().getLookAt(eye, centre, up);
-  const osg::Vec3d origin = _host.scans.origin();
+  const osg::Vec3d origin = _dependencies.scans.origin();
   return {step.name,    picture,         _pointer, _depthAtPointer(),
           eye + origin, centre + origin, up,       frame.getProjectionMatrix(),
           _pickRecord()};
@@ -233,20 +233,20 @@ std::optional<TourPick> Tour::_pickRecord() const {
   if (!_picked) {
     return std::nullopt;
   }
-  const PickedPoint& pick = *_host.picker.latest();
-  return TourPick{utf8Of(fileName(_host.scans.info(pick.scan).path)), pick.point, pick.coordinates, pick.classification,
-                  pick.intensity};
+  const PickedPoint& pick = *_dependencies.picker.latest();
+  return TourPick{utf8Of(fileName(_dependencies.scans.info(pick.scan).path)), pick.point, pick.coordinates,
+                  pick.classification, pick.intensity};
 }
 
 float Tour::_depthAtPointer() {
-  const std::vector<float>& depths = _host.tool.getFrameBuffer().getDepthBuffer();
+  const std::vector<float>& depths = _dependencies.tool.getFrameBuffer().getDepthBuffer();
   const auto pixel = static_cast<std::size_t>(_pointer.y()) * static_cast<std::size_t>(_windowSize().x()) +
                      static_cast<std::size_t>(_pointer.x());
   return pixel < depths.size() ? depths[pixel] : 1.0F;
 }
 
 osg::Vec2f Tour::_fractionOf(const osg::Vec3d& place) const {
-  FrameBuffer& frame = _host.tool.getFrameBuffer();
+  FrameBuffer& frame = _dependencies.tool.getFrameBuffer();
   const osg::Vec3d device = place * frame.getViewMatrix() * frame.getProjectionMatrix();
   return {static_cast<float>(0.5 * (device.x() + 1.0)), static_cast<float>(0.5 * (device.y() + 1.0))};
 }
@@ -267,12 +267,13 @@ float Tour::_windowY() const {
 }
 
 osg::Vec2i Tour::_windowSize() const {
-  const osg::Viewport& viewport = *_host.viewer.getCamera()->getViewport();
+  const osg::Viewport& viewport = *_dependencies.viewer.getCamera()->getViewport();
   return {static_cast<int>(viewport.width()), static_cast<int>(viewport.height())};
 }
 
 osgGA::EventQueue& Tour::_events() {
-  return *static_cast<osgViewer::GraphicsWindow*>(_host.viewer.getCamera()->getGraphicsContext())->getEventQueue();
+  return *static_cast<osgViewer::GraphicsWindow*>(_dependencies.viewer.getCamera()->getGraphicsContext())
+              ->getEventQueue();
 }
 
 }  // namespace QuorViewer

@@ -23,11 +23,11 @@ namespace QuorViewer {
 struct TourStep;
 
 /// Runs a scripted tour of the viewer, with the mouse and key events that a user would send to its window. Writes a
-/// numbered picture of each step and `tour.json`: what each step looked at, picked, and found under the pointer.
-/// Expects a window, and scans that are loaded.
+/// numbered screenshot of each step and `tour.json`: for each step the camera, the picked point and the depth under the
+/// pointer. Expects an open window and loaded scans.
 class Tour {
  public:
-  struct Host {
+  struct Dependencies {
     osgViewer::Viewer& viewer;
     QuorOsgUtils::ScreenCaptureTool& tool;
     Picker& picker;
@@ -38,10 +38,10 @@ class Tour {
     std::function<void()> drawFrame;
   };
 
-  explicit Tour(Host host) : _host(std::move(host)) {}
+  explicit Tour(Dependencies dependencies) : _dependencies(std::move(dependencies)) {}
 
   /// False, with a message on the standard error stream, if the folder or a file in it cannot be written. Closing the
-  /// window ends the tour early, which is not a failure.
+  /// window ends the tour early and still returns true.
   bool run(const std::string& folder);
   unsigned int pictureCount() const { return _pictures; }
 
@@ -64,7 +64,7 @@ class Tour {
   osg::Vec2i _windowSize() const;
   osgGA::EventQueue& _events();
 
-  Host _host;
+  Dependencies _dependencies;
   osg::Vec2i _pointer;   // pixel, from the bottom left
   bool _picked = false;  // by the current step
   unsigned int _pictures = 0;

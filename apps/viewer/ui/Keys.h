@@ -12,7 +12,7 @@ namespace QuorViewer {
 /// The effect of a key. Several keys may have the same effect (the digit row and the number pad).
 struct KeyBinding {
   std::vector<int> keys;
-  std::string shown;  ///< in the help; empty: another binding's row covers this one too
+  std::string shown;  ///< key names in the help; empty: described in another binding's row
   std::string effect;
   std::function<void()> action;
 };

@@ -20,7 +20,7 @@ class Legend {
   void hide();
   /// `mode` is Intensity or Elevation.
   void showRamp(ColourMode mode, const std::string& low, const std::string& high);
-  /// Shows only the first ones if there are more than fit.
+  /// Shows at most 16 classes: the first ones.
   void showClasses(const std::vector<unsigned int>& codes);
   /// Size of the window in pixels.
   void resize(const osg::Vec2f& window);

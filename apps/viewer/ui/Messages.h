@@ -7,7 +7,7 @@
 namespace QuorViewer {
 
 /// Messages to the user: on the status bar, on the terminal, and always in the log as well. Texts are in the user's
-/// encoding, like the file names in them. One thread.
+/// encoding, like the file names in them. Use it on one thread.
 class Messages {
  public:
   /// `hud` outlives the messages.
@@ -19,7 +19,7 @@ class Messages {
   void showProgress(const std::string& message);
   /// On the standard output.
   void print(const std::string& line);
-  /// On the standard output, up to once per frame: for programs that follow the viewer.
+  /// On the standard output, up to once per frame, for scripts and tests that read the viewer's output.
   void printState(const std::string& line);
   /// Only in the log.
   void log(const std::string& line);
@@ -30,10 +30,10 @@ class Messages {
   Hud& _hud;
 };
 
-/// On the standard error stream and in the log: for use without a window, or if the status bar shows more.
+/// On the standard error stream and in the log only, for use without a window or when the status bar shows other text.
 void printError(const std::string& error);
 
-/// From now on OSG's own notices on the terminal are also written to the log. Any thread may cause them.
+/// Installs a notify handler that also writes OSG's own messages to the log, from any thread.
 void logEngineNotices();
 
 }  // namespace QuorViewer

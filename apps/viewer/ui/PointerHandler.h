@@ -8,9 +8,9 @@
 
 namespace QuorViewer {
 
-/// Distinguishes a click of the left button (press and release at nearly the same position) from navigation. Leaves all
-/// events to the manipulator, and ignores events that others have handled: the clip box's handles are dragged, not
-/// clicked.
+/// Distinguishes a click of the left button (press and release within 3 pixels) from navigation. It marks no event as
+/// handled, so the manipulator still receives all of them. It ignores events that others have handled, such as drags of
+/// the clip box's handles.
 class PointerHandler : public osgGA::GUIEventHandler {
  public:
   /// `clicked` gets the pixel under the pointer, from the bottom left. `navigated` is called when the user starts to

@@ -22,7 +22,7 @@ bool ScreenshotControl::reportCaptured() {
     return false;
   }
   const std::string path = nameOf(std::filesystem::absolute(placeOf(std::exchange(_path, std::string()))));
-  const std::string message = (_screenshot.finish() ? "Screenshot saved to " : "This file cannot be written: ") + path;
+  const std::string message = (_screenshot.finish() ? "Screenshot saved to " : "Screenshot cannot be written: ") + path;
   _messages.show(message);
   _messages.print(message);
   return true;

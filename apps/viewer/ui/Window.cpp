@@ -34,7 +34,7 @@ void checkOpenGl(osg::GraphicsContext& context) {
   const float version = context.getState()->get<osg::GLExtensions>()->glVersion;
   context.releaseContext();
   if (version < kNeededGlVersion) {
-    throw WindowError("this display offers OpenGL " + fixed(version, 1) + ", but 3.3 is required");
+    throw WindowError("this display supports OpenGL " + fixed(version, 1) + ", but 3.3 is required");
   }
 }
 
@@ -49,7 +49,7 @@ osgViewer::ViewerBase::Windows windowsOf(osgViewer::Viewer& viewer) {
 void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::string& title) {
   osg::ref_ptr<osg::GraphicsContext> window = createWindow(width, height, title);
   if (!window.valid() || !window->valid()) {
-    throw WindowError("no window can be opened: is there a display (the variable DISPLAY)?");
+    throw WindowError("no window can be opened; check that a display is available (DISPLAY)");
   }
   // The viewer counts GL errors itself, once per frame; OSG's own check would consume them.
   window->getState()->setCheckForGLErrors(osg::State::NEVER_CHECK_GL_ERRORS);

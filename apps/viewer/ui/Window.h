@@ -15,9 +15,9 @@ class WindowError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Opens the viewer's one window and makes the camera fill it. Everything is drawn on the calling thread until another
-/// threading model is set. Sizes in pixels. Throws WindowError if there is no display or its OpenGL is too old for the
-/// shaders.
+/// Opens the viewer's only window, with a camera viewport that fills it. Drawing happens on the calling thread until
+/// another threading model is set. Sizes are in pixels. Throws WindowError if there is no display or its OpenGL is too
+/// old for the shaders.
 void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::string& title);
 
 /// Switches to full screen and back with F11.

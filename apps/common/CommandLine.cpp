@@ -1,4 +1,4 @@
-#include "command_line/CommandLine.h"
+#include "common/CommandLine.h"
 
 #include <CLI/CLI.hpp>
 
