@@ -15,7 +15,7 @@ std::string text(std::uint64_t number) {
 
 class HeaderCheck {
  public:
-  explicit HeaderCheck(ScanFile& file) : _file(file) {}
+  explicit HeaderCheck(const ScanFile& file) : _file(file) {}
 
   CheckedLas run() {
     _readHeader();
@@ -147,7 +147,7 @@ class HeaderCheck {
     _fail(what, &LasHeader::legacyPointCount, comparison);
   }
 
-  ScanFile& _file;
+  const ScanFile& _file;
   CheckedLas _las;
 };
 
@@ -168,7 +168,7 @@ ScanInfo CheckedLas::info(const std::string& path) const {
   return known;
 }
 
-CheckedLas checkLas(ScanFile& file) {
+CheckedLas checkLas(const ScanFile& file) {
   return HeaderCheck(file).run();
 }
 

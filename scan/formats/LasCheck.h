@@ -21,7 +21,7 @@ struct CheckedLas {
 
 /// Reads and checks the header of a file that begins with "LASF". For an uncompressed scan it also checks that the file
 /// holds all the records stated, by division, so that no product can overflow. Throws ScanError.
-CheckedLas checkLas(ScanFile& file);
+CheckedLas checkLas(const ScanFile& file);
 
 /// Exact coordinates of a point from its record's integers.
 osg::Vec3d lasCoordinates(const LasHeader& header, std::int32_t x, std::int32_t y, std::int32_t z);

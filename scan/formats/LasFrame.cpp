@@ -28,7 +28,7 @@ struct ExtendedRecord {
 
 class FrameReading {
  public:
-  FrameReading(ScanFile& file, const CheckedLas& las) : _file(file), _las(las) {}
+  FrameReading(const ScanFile& file, const CheckedLas& las) : _file(file), _las(las) {}
 
   LasFrame run() {
     const std::vector<unsigned char> begin = _file.beginning(_las.header.headerLengthBytes);
@@ -114,7 +114,7 @@ class FrameReading {
     return ExtendedRecord{head, {offset, bytes.size() + head.contentBytes}};
   }
 
-  ScanFile& _file;
+  const ScanFile& _file;
   const CheckedLas& _las;
   LasFrame _frame;
 };
@@ -131,7 +131,7 @@ void LasFrame::placeExtendedRecords(std::uint64_t offset, LasHeader& to) const {
   }
 }
 
-LasFrame readLasFrame(ScanFile& file, const CheckedLas& las) {
+LasFrame readLasFrame(const ScanFile& file, const CheckedLas& las) {
   return FrameReading(file, las).run();
 }
 

@@ -34,6 +34,6 @@ struct LasFrame {
 
 /// Everything in a LAS file, compressed or not, except its points. Leaves out the records that describe compression or
 /// spatial indices, and extended records that extend beyond the end of the file. Throws ScanError.
-LasFrame readLasFrame(ScanFile& file, const CheckedLas& las);
+LasFrame readLasFrame(const ScanFile& file, const CheckedLas& las);
 
 }  // namespace QuorViewer

@@ -22,12 +22,9 @@ class LasReader : public ScanReader {
     _colour = sample.colourDepth();
   }
 
-  LasReader(const LasReader& other)
-      : _file(other._info.path), _las(other._las), _info(other._info), _colour(other._colour) {}
-
   const ScanInfo& info() const override { return _info; }
 
-  std::unique_ptr<ScanReader> again() const override { return std::make_unique<LasReader>(*this); }
+  std::unique_ptr<ScanReader> clone() const override { return std::make_unique<LasReader>(*this); }
 
   std::optional<RecordTable> records() const override {
     return RecordTable{_las.pointDataOffsetBytes, _las.header.recordLengthBytes, _las.layout};

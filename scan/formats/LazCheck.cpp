@@ -44,7 +44,7 @@ constexpr std::array<std::array<std::uint16_t, 4>, kLasFormatCount> kItemsOfForm
 
 class LazCheck {
  public:
-  LazCheck(ScanFile& file, const CheckedLas& las) : _file(file), _las(las) {}
+  LazCheck(const ScanFile& file, const CheckedLas& las) : _file(file), _las(las) {}
 
   CheckedLaz run() {
     _findCompressionRecord();
@@ -219,7 +219,7 @@ class LazCheck {
     }
   }
 
-  ScanFile& _file;
+  const ScanFile& _file;
   const CheckedLas& _las;
   std::uint64_t _recordAt = 0;
   std::vector<unsigned char> _record;
@@ -229,7 +229,7 @@ class LazCheck {
 
 }  // namespace
 
-CheckedLaz checkLaz(ScanFile& file, const CheckedLas& las) {
+CheckedLaz checkLaz(const ScanFile& file, const CheckedLas& las) {
   return LazCheck(file, las).run();
 }
 

@@ -17,6 +17,6 @@ struct CheckedLaz {
 /// Checks everything needed to find the compressed points: the variable length records, including the one on
 /// compression, and the position and size of the chunk table. LASzip trusts these, and may crash or use up all memory
 /// if they are wrong. Throws ScanError.
-CheckedLaz checkLaz(ScanFile& file, const CheckedLas& las);
+CheckedLaz checkLaz(const ScanFile& file, const CheckedLas& las);
 
 }  // namespace QuorViewer

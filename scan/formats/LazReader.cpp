@@ -1,15 +1,16 @@
 #include "scan/formats/LazReader.h"
 
 #include "scan/ChunkBuilder.h"
+#include "scan/ScanFileBuffer.h"
 #include "scan/ScanSample.h"
 #include "scan/formats/LasFrame.h"
 #include "scan/formats/LasReader.h"
 #include "scan/formats/LazCheck.h"
-#include "scan/platform/Platform.h"
 
 #include <laszip/laszip_api.h>
 
 #include <algorithm>
+#include <istream>
 #include <type_traits>
 #include <utility>
 
@@ -21,15 +22,6 @@ namespace {
 constexpr laszip_U32 kShownChannels = laszip_DECOMPRESS_SELECTIVE_CHANNEL_RETURNS_XY | laszip_DECOMPRESS_SELECTIVE_Z |
                                       laszip_DECOMPRESS_SELECTIVE_CLASSIFICATION |
                                       laszip_DECOMPRESS_SELECTIVE_INTENSITY | laszip_DECOMPRESS_SELECTIVE_RGB;
-
-// LASzip expects names in UTF-8 if Microsoft's compiler has built it, which then has built this file as well.
-std::string nameForLaszip(const std::string& path) {
-#ifdef _MSC_VER
-  return utf8Of(path);
-#else
-  return path;
-#endif
-}
 
 struct CloseReader {
   void operator()(void* reader) const {
@@ -44,8 +36,8 @@ struct CloseReader {
 class LaszipReader {
  public:
   /// `channels`: what to decompress of layered points (`laszip_DECOMPRESS_SELECTIVE_…`); others are decompressed whole.
-  LaszipReader(std::string path, const CheckedLaz& chunks, laszip_U32 channels)
-      : _path(std::move(path)), _chunks(chunks) {
+  LaszipReader(const ScanFile& file, const CheckedLaz& chunks, laszip_U32 channels)
+      : _path(file.path()), _buffer(file), _stream(&_buffer), _chunks(chunks) {
     laszip_POINTER created = nullptr;
     if (laszip_create(&created) != 0) {
       throw ScanError(_path + ": cannot initialise LASzip");
@@ -53,7 +45,7 @@ class LaszipReader {
     _reader.reset(created);
     laszip_decompress_selective(created, channels);
     laszip_BOOL compressed = 0;
-    _require(laszip_open_reader(created, nameForLaszip(_path).c_str(), &compressed), "cannot open the compressed scan");
+    _require(laszip_open_reader_stream(created, _stream, &compressed), "cannot open the compressed scan");
     _require(laszip_get_point_pointer(created, &_point), "cannot access the compressed points");
   }
 
@@ -86,6 +78,7 @@ class LaszipReader {
     if (index >= _damage && _isInChunkOf(_damage, index)) throw ScanError(_damageText);
     const std::uint64_t start = _chunks.varyingChunks ? index : index - index % _chunks.chunkPoints;
     _next = kNowhere;
+    _stream.clear();
     _requireAt(laszip_seek_point(_reader.get(), static_cast<laszip_I64>(start)), start);
     _next = start;
   }
@@ -108,6 +101,8 @@ class LaszipReader {
   }
 
   std::string _path;
+  ScanFileBuffer _buffer;
+  std::istream _stream;
   CheckedLaz _chunks;
   std::unique_ptr<std::remove_pointer_t<laszip_POINTER>, CloseReader> _reader;
   laszip_point_struct* _point = nullptr;
@@ -174,11 +169,11 @@ class LazReader : public ScanReader {
   }
 
   LazReader(const LazReader& other)
-      : _file(other._info.path), _las(other._las), _info(other._info), _chunks(other._chunks), _colour(other._colour) {}
+      : _file(other._file), _las(other._las), _info(other._info), _chunks(other._chunks), _colour(other._colour) {}
 
   const ScanInfo& info() const override { return _info; }
 
-  std::unique_ptr<ScanReader> again() const override { return std::make_unique<LazReader>(*this); }
+  std::unique_ptr<ScanReader> clone() const override { return std::make_unique<LazReader>(*this); }
 
   std::uint64_t entryPoints() const override { return _chunks.chunkPoints; }
 
@@ -223,9 +218,8 @@ class LazReader : public ScanReader {
 
   // LASzip reads the start of the file and its chunk table itself, and they may have changed since the check.
   std::unique_ptr<LaszipReader> _open(laszip_U32 channels) const {
-    ScanFile file(_file.path());
-    checkLaz(file, _las);
-    return std::make_unique<LaszipReader>(_file.path(), _chunks, channels);
+    checkLaz(_file, _las);
+    return std::make_unique<LaszipReader>(_file, _chunks, channels);
   }
 
   RawPoint _raw(const laszip_point_struct& point) const {

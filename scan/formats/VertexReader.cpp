@@ -33,7 +33,7 @@ class VertexReader : public ScanReader {
   }
 
   VertexReader(const VertexReader& other)
-      : _file(other._info.path),
+      : _file(other._file),
         _bytes(_file),
         _decoder(other._decoder),
         _table(other._table),
@@ -43,7 +43,7 @@ class VertexReader : public ScanReader {
 
   const ScanInfo& info() const override { return _info; }
 
-  std::unique_ptr<ScanReader> again() const override { return std::make_unique<VertexReader>(*this); }
+  std::unique_ptr<ScanReader> clone() const override { return std::make_unique<VertexReader>(*this); }
 
   std::uint64_t entryPoints() const override { return _table->entryPoints(); }
 

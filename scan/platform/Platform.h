@@ -32,6 +32,9 @@ std::string nameOf(const std::filesystem::path& place);
 /// Converts such a name, or an error message of the system, to UTF-8 for a window or for a file that others read.
 std::string utf8Of(const std::string& inUsersEncoding);
 
+/// Whether this user may open an existing file for reading and writing.
+bool isWritable(const std::string& path);
+
 /// The folder of the running program.
 std::filesystem::path programFolder();
 

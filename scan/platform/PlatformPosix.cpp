@@ -92,6 +92,10 @@ std::string utf8Of(const std::string& inUsersEncoding) {
   return inUsersEncoding;
 }
 
+bool isWritable(const std::string& path) {
+  return ::access(path.c_str(), R_OK | W_OK) == 0;
+}
+
 std::filesystem::path programFolder() {
   std::error_code ignored;
   return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();

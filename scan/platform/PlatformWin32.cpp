@@ -99,6 +99,16 @@ std::string utf8Of(const std::string& inUsersEncoding) {
   return narrowed(widened(inUsersEncoding, CP_ACP), CP_UTF8);
 }
 
+// Only opening a file shows what its access list and other programs permit.
+bool isWritable(const std::string& path) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  HANDLE const handle = ::CreateFileW(placeOf(path).c_str(), GENERIC_READ | GENERIC_WRITE, kShareAll, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return false;
+  ::CloseHandle(handle);
+  return true;
+}
+
 std::filesystem::path programFolder() {
   constexpr DWORD kLongest = 32768;
   std::wstring path(kLongest, L'\0');

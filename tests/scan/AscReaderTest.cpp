@@ -149,7 +149,7 @@ TEST_F(AscReaderTest, aFileOfManyPointsIsReadFromAnyOfThem) {
   EXPECT_NEAR(reader->info().origin.x(), kManyPoints / 2.0, kManyPoints / 100.0);
   EXPECT_GT(reader->entryPoints(), 1U);
   EXPECT_LT(reader->entryPoints(), kManyPoints / 2);
-  const auto other = reader->again();
+  const auto other = reader->clone();
   for (const unsigned index : {49999U, 0U, 16384U, 16383U, 1007U, 32768U, 32769U}) {
     EXPECT_EQ(reader->coordinates(index), osg::Vec3d(index, 0.5, index % 9));
     EXPECT_EQ(other->coordinates(index), osg::Vec3d(index, 0.5, index % 9));
@@ -174,7 +174,7 @@ TEST_F(AscReaderTest, chunksReadTheSameAsAllPointsAtOnce) {
 
 TEST_F(AscReaderTest, aFileThatShrinksWhileItIsOpenIsAnError) {
   const std::string text = manyPoints();
-  const auto reader = _open(text)->again();
+  const auto reader = _open(text)->clone();
   std::filesystem::resize_file(_folder.path("scan.asc"), text.size() / 2);
   EXPECT_EQ(reader->coordinates(0), osg::Vec3d(0, 0.5, 0));
   EXPECT_THAT(messageOf([&] { reader->read(0, kManyPoints, osg::Vec3d()); }),

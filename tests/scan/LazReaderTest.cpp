@@ -144,7 +144,7 @@ TEST_P(LazReaderOfEachPointFormat, everyNthPointReadsAlikeThroughAnotherReaderTh
   const std::string path = _folder.path("scan.laz");
   writeLaz(path, _settings, points, 1000);
   auto first = ScanReader::open(path);
-  const auto reader = first->again();
+  const auto reader = first->clone();
   first.reset();
   EXPECT_EQ(reader->entryPoints(), 1000U);
   const QuorViewer::PointRange range = {1000, 20, 70, 10, 800};  // two runs of ten

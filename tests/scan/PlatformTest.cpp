@@ -1,9 +1,13 @@
 #include "scan/platform/Platform.h"
+#include "scan/platform/SharedFile.h"
 #include "support/FilesFixture.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -117,6 +121,68 @@ TEST_P(UsersEncodingTest, convertsToAPathAndBackAndToUtf8) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, UsersEncodingTest, testing::Values("", "scan.las", "Gelände.las", "扫描/点云.las"));
+
+class IsWritableTest : public FilesFixture {};
+
+TEST_F(IsWritableTest, aFileThatMayBeWrittenIsWritableAndAMissingOneIsNot) {
+  const std::string path = makeFile("file", 10);
+  EXPECT_TRUE(isWritable(path));
+  EXPECT_FALSE(isWritable(path + ".none"));
+  EXPECT_FALSE(std::filesystem::exists(path + ".none"));
+}
+
+TEST_F(IsWritableTest, aReadOnlyFileIsNotWritable) {
+  const std::string path = makeFile("file", 10);
+  std::filesystem::permissions(path, std::filesystem::perms::owner_read);
+  if (std::fstream(path, std::ios::in | std::ios::out).is_open()) GTEST_SKIP() << "this user may write to everything";
+  EXPECT_FALSE(isWritable(path));
+}
+
+class SharedFileTest : public FilesFixture {};
+
+TEST_F(SharedFileTest, threadsReadAtTheirOwnOffsets) {
+  constexpr int kBytes = 200000;
+  const std::string path = makeFile("file", 0);
+  std::ofstream out(path, std::ios::binary);
+  for (int at = 0; at < kBytes; ++at) out.put(static_cast<char>(at % 251));
+  out.close();
+  std::error_code error;
+  const std::shared_ptr<const SharedFile> file = SharedFile::open(path, error);
+  ASSERT_TRUE(file) << error.message();
+  EXPECT_EQ(file->size(), static_cast<std::uint64_t>(kBytes));
+  std::atomic<int> wrong{0};
+  const auto readFrom = [&](int first) {
+    for (int at = first; at + 100 < kBytes; at += 997) {
+      std::array<unsigned char, 100> bytes{};
+      if (file->read(static_cast<std::uint64_t>(at), bytes.data(), bytes.size()) != bytes.size()) ++wrong;
+      for (std::size_t byte = 0; byte < bytes.size(); ++byte) {
+        if (bytes[byte] != (static_cast<std::size_t>(at) + byte) % 251) ++wrong;
+      }
+    }
+  };
+  std::thread other([&] { readFrom(0); });
+  readFrom(500);
+  other.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(SharedFileTest, aReadBehindTheEndReturnsWhatIsThere) {
+  std::error_code error;
+  const std::string path = makeFile("file", 10);
+  const std::shared_ptr<const SharedFile> file = SharedFile::open(path, error);
+  ASSERT_TRUE(file) << error.message();
+  std::array<unsigned char, 20> bytes{};
+  EXPECT_EQ(file->read(4, bytes.data(), bytes.size()), 6U);
+  EXPECT_EQ(file->read(std::uint64_t{1} << 33, bytes.data(), bytes.size()), 0U);
+  std::filesystem::resize_file(path, 7);
+  EXPECT_EQ(file->size(), 7U);
+}
+
+TEST_F(SharedFileTest, aMissingFileIsReportedWithTheSystemsReason) {
+  std::error_code error;
+  EXPECT_FALSE(SharedFile::open(makeFile("file", 1) + ".none", error));
+  EXPECT_EQ(error, std::errc::no_such_file_or_directory);
+}
 
 TEST(MachineMemoryTest, isPositiveAndNoMoreThanThePhysicalMemory) {
   EXPECT_GT(machineMemoryBytes(), std::uint64_t{1} << 24U);

@@ -105,7 +105,7 @@ TEST_F(ScanReaderTest, everyNthPointReadsAlikeThroughAnotherReaderThatOutlivesTh
   const std::vector<Point> points = ScanBytes::variedPoints(100000, 3);
   for (const std::uint64_t step : {1U, 7U, 9999U}) {
     auto first = _open({2, 3}, points);
-    const auto reader = first->again();
+    const auto reader = first->clone();
     first.reset();
     const QuorViewer::PointRun run = {9, step, 10};
     QuorViewer::ChunkBuilder builder = reader->startChunk({run.first, run.count, run.step}, osg::Vec3d());

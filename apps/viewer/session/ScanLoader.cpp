@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <numeric>
 #include <utility>
 #include <vector>
@@ -23,11 +22,6 @@ std::uint64_t sizeOf(const std::string& path) {
   std::error_code gone;
   const std::uintmax_t size = std::filesystem::file_size(placeOf(path), gone);
   return gone ? 0 : size;
-}
-
-// Mapping opens the file for writing too, and the file may be read-only.
-bool canBeMapped(const std::string& path) {
-  return std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).is_open();
 }
 
 std::string inGibibytes(std::uint64_t bytes) {
@@ -75,8 +69,9 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
   }
   scan->number = scanNumber;
   scan->origin = _scans.origin();
-  scan->reader = _scans.reader(scanNumber).again();
-  if (scan->reader->records() && canBeMapped(info.path)) _register(*scan);
+  scan->reader = _scans.reader(scanNumber).clone();
+  // Mapping opens the file for writing too, and the file may be read-only.
+  if (scan->reader->records() && isWritable(info.path)) _register(*scan);
   scan->thinning = thinning;
   scan->pointsPlanned = thinnedCount(info.pointCount, thinning);
   _budget.take(scan->pointsPlanned);
