@@ -28,7 +28,6 @@ ScanCrop::ScanCrop(ScanReader& source, std::string target, InsideTest inside)
     : _source(source), _target(std::move(target)), _inside(std::move(inside)) {
   _refuseSource();
   _frame = source.lasFrame();
-  if (!_frame.extendedRecords.empty()) _extendedFile = std::make_unique<ScanFile>(source.info().path);
   _writer = std::make_unique<LasWriter>(_target, _frame.header, _frame.variableRecords);
 }
 
@@ -80,7 +79,7 @@ void ScanCrop::_copyExtendedRecords() {
   const FileRange& record = _frame.extendedRecords[_extendedRecord];
   const std::uint64_t count = std::min(kBlockBytes, record.bytes - _extendedCopied);
   _block.resize(static_cast<std::size_t>(count));
-  _extendedFile->read(record.offset + _extendedCopied, _block.data(), _block.size());
+  _frame.file->read(record.offset + _extendedCopied, _block.data(), _block.size());
   _writer->appendBehindPoints(_block.data(), _block.size());
   _extendedCopied += count;
   if (_extendedCopied == record.bytes) {

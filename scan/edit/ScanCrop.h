@@ -63,7 +63,6 @@ class ScanCrop {
   InsideTest _inside;
   LasFrame _frame;
   std::unique_ptr<LasWriter> _writer;
-  std::unique_ptr<ScanFile> _extendedFile;
   std::vector<unsigned char> _block;
   std::size_t _extendedRecord = 0;    // the one being copied
   std::uint64_t _extendedCopied = 0;  // bytes of it

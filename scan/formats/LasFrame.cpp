@@ -37,6 +37,7 @@ class FrameReading {
     _readVariableRecords();
     _findExtendedRecords();
     _findWaveforms();
+    if (!_frame.extendedRecords.empty()) _frame.file = _file;
     return std::move(_frame);
   }
 

@@ -22,8 +22,9 @@ struct LasFrame {
   /// Everything between header and points: the variable length records and any bytes after them.
   std::vector<unsigned char> variableRecords;
 
-  /// Records after the points, heads included, as ranges of the scan's file. They may be gigabytes long.
+  /// Records after the points, heads included, as ranges of `file`. They may be gigabytes long.
   std::vector<FileRange> extendedRecords;
+  std::optional<ScanFile> file;  ///< the scan's own; set if there are extended records
 
   /// Index in `extendedRecords` of the record with the waveforms, which the points refer to.
   std::optional<std::size_t> waveforms;

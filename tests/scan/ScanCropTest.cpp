@@ -343,6 +343,24 @@ TEST_F(ScanCropTest, extendedRecordsFollowThePointsEvenLongOnes) {
   EXPECT_EQ(part(saved.bytes, end), part(scan, pointsEnd));
 }
 
+TEST_F(ScanCropTest, extendedRecordsComeFromTheOpenScanAlsoIfItsNameNowRefersToAnotherFile) {
+  Bytes scan = variedScan({4, 6}, 20);
+  const Bytes record = variableRecord("someone", 7, 300000, true);
+  addExtendedRecords(scan, {record});
+  const std::string source = _folder.write("scan.las", scan);
+  const auto reader = ScanReader::open(source);
+  ScanCrop crop(*reader, _target, everywhere);
+  crop.step(kOneBlock);
+  std::error_code inUse;
+  fs::rename(source, source + ".old", inUse);
+  if (inUse) GTEST_SKIP() << "this system does not rename an open file: " << inUse.message();
+  _folder.write("scan.las", variedScan({4, 6}, 20000));
+  runToItsEnd(crop);
+  const LasBytes saved(contentOf(_target));
+  ASSERT_GE(saved.bytes.size(), record.size());
+  EXPECT_TRUE(std::equal(record.begin(), record.end(), saved.bytes.end() - static_cast<std::ptrdiff_t>(record.size())));
+}
+
 TEST_F(ScanCropTest, anExtendedRecordCutOffByTheEndOfTheFileIsLeftOut) {
   Bytes scan = variedScan({4, 6}, 10);
   const Bytes whole = variableRecord("LASF_Projection", 2112, 70, true);
