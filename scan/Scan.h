@@ -50,7 +50,7 @@ struct ScanInfo {
 };
 
 class ChunkBuilder;
-struct LasFrame;
+struct LasMetadata;
 struct RecordLayout;
 
 /// Where a file stores its points as uncompressed records.
@@ -96,12 +96,12 @@ class ScanReader {
   /// The coordinates of one point exactly as stored in the file. Throws ScanError.
   virtual osg::Vec3d coordinates(std::uint64_t point) = 0;
 
-  /// A LAS file, except its points, that this scan's points fit into: for LAS and LAZ their own; for others LAS 1.2,
-  /// point format 0, or 2 with colour, with the finest decimal grid about `origin` that holds all points. Throws
-  /// ScanError.
-  virtual LasFrame lasFrame() = 0;
+  /// What a LAS file with points of this scan has besides them: for LAS and LAZ the scan's own; for others that of LAS
+  /// 1.2, point format 0, or 2 with colour, with the finest decimal grid about `origin` that holds all points. For a
+  /// binary PLY scan the first call reads all points. Throws ScanError.
+  virtual LasMetadata lasMetadata() = 0;
 
-  /// Appends to `records` the point records, in the format of `lasFrame`, of those among the `count` points from
+  /// Appends to `records` the point records, in the format of `lasMetadata`, of those among the `count` points from
   /// `first` on that are inside, in order. For LAS and LAZ they are the file's own, byte for byte; for others, a point
   /// with non-finite coordinates is never inside. Throws ScanError.
   virtual void readInside(std::uint64_t first, std::uint32_t count, const InsideTest& inside,

@@ -27,8 +27,8 @@ bool insidePlanes(const std::vector<osg::Plane>& planes, const osg::Vec3d& point
 ScanCrop::ScanCrop(ScanReader& source, std::string target, InsideTest inside)
     : _source(source), _target(std::move(target)), _inside(std::move(inside)) {
   _refuseSource();
-  _frame = source.lasFrame();
-  _writer = std::make_unique<LasWriter>(_target, _frame.header, _frame.variableRecords);
+  _metadata = source.lasMetadata();
+  _writer = std::make_unique<LasWriter>(_target, _metadata.header, _metadata.variableRecords);
 }
 
 // Opening the temporary file would overwrite the scan as well.
@@ -58,7 +58,7 @@ void ScanCrop::_copyBlock() {
     _copyPoints();
   } else if (_pointsWritten == 0) {
     _fail("no point is inside");
-  } else if (_extendedRecord < _frame.extendedRecords.size()) {
+  } else if (_extendedRecord < _metadata.extendedRecords.size()) {
     _copyExtendedRecords();
   } else {
     _finish();
@@ -69,17 +69,17 @@ void ScanCrop::_copyPoints() {
   const auto count = static_cast<std::uint32_t>(std::min(kBlockPoints, pointCount() - _pointsRead));
   _block.clear();
   _source.readInside(_pointsRead, count, _inside, _block);
-  const std::size_t inside = _block.size() / _frame.header.recordLengthBytes;
+  const std::size_t inside = _block.size() / _metadata.header.recordLengthBytes;
   _writer->append(_block.data(), inside);
   _pointsRead += count;
   _pointsWritten += inside;
 }
 
 void ScanCrop::_copyExtendedRecords() {
-  const FileRange& record = _frame.extendedRecords[_extendedRecord];
+  const FileRange& record = _metadata.extendedRecords[_extendedRecord];
   const std::uint64_t count = std::min(kBlockBytes, record.bytes - _extendedCopied);
   _block.resize(static_cast<std::size_t>(count));
-  _frame.file->read(record.offset + _extendedCopied, _block.data(), _block.size());
+  _metadata.file->read(record.offset + _extendedCopied, _block.data(), _block.size());
   _writer->appendBehindPoints(_block.data(), _block.size());
   _extendedCopied += count;
   if (_extendedCopied == record.bytes) {
@@ -90,7 +90,7 @@ void ScanCrop::_copyExtendedRecords() {
 
 void ScanCrop::_finish() {
   LasHeader header = _writer->header();
-  _frame.placeExtendedRecords(header.pointDataOffsetBytes + _pointsWritten * header.recordLengthBytes, header);
+  _metadata.placeExtendedRecords(header.pointDataOffsetBytes + _pointsWritten * header.recordLengthBytes, header);
   _writer->finish(header);
   _writer.reset();
   _finished = true;

@@ -2,7 +2,7 @@
 
 #include "scan/Scan.h"
 #include "scan/edit/LasWriter.h"
-#include "scan/formats/LasFrame.h"
+#include "scan/formats/LasMetadata.h"
 
 #include <osg/Plane>
 
@@ -28,7 +28,7 @@ bool insidePlanes(const std::vector<osg::Plane>& planes, const osg::Vec3d& point
 /// identifiers, texts and dates, variable length records, also extended ones. Only counts and bounds become those of
 /// the points in it, records on compression and spatial indices are left out, and waveforms are copied whole or, if
 /// they are in a file of their own (`.wdp`), stay there under its old name. For other formats see
-/// `ScanReader::lasFrame`.
+/// `ScanReader::lasMetadata`.
 ///
 /// The file is written as `target` with `.part` appended and renamed last. Until then, after any error, and if the crop
 /// is destroyed before it has finished, an existing file of that name is unchanged and nothing else is left behind.
@@ -61,7 +61,7 @@ class ScanCrop {
   ScanReader& _source;
   std::string _target;
   InsideTest _inside;
-  LasFrame _frame;
+  LasMetadata _metadata;
   std::unique_ptr<LasWriter> _writer;
   std::vector<unsigned char> _block;
   std::size_t _extendedRecord = 0;    // the one being copied

@@ -2,7 +2,7 @@
 
 #include "scan/ChunkBuilder.h"
 #include "scan/ScanSample.h"
-#include "scan/formats/LasFrame.h"
+#include "scan/formats/LasMetadata.h"
 
 #include <algorithm>
 
@@ -52,7 +52,7 @@ class LasReader : public ScanReader {
     return exact;
   }
 
-  LasFrame lasFrame() override { return readLasFrame(_file, _las); }
+  LasMetadata lasMetadata() override { return readLasMetadata(_file, _las); }
 
   void readInside(std::uint64_t first, std::uint32_t count, const InsideTest& inside,
                   std::vector<unsigned char>& records) override {

@@ -3,7 +3,7 @@
 #include "scan/ChunkBuilder.h"
 #include "scan/ScanFileBuffer.h"
 #include "scan/ScanSample.h"
-#include "scan/formats/LasFrame.h"
+#include "scan/formats/LasMetadata.h"
 #include "scan/formats/LasReader.h"
 #include "scan/formats/LazCheck.h"
 
@@ -193,7 +193,7 @@ class LazReader : public ScanReader {
     return _coordinatesOf(_read(_shown, point));
   }
 
-  LasFrame lasFrame() override { return readLasFrame(_file, _las); }
+  LasMetadata lasMetadata() override { return readLasMetadata(_file, _las); }
 
   void readInside(std::uint64_t first, std::uint32_t count, const InsideTest& inside,
                   std::vector<unsigned char>& records) override {

@@ -63,7 +63,7 @@ class VertexReader : public ScanReader {
     return exact;
   }
 
-  LasFrame lasFrame() override { return _records().frame(); }
+  LasMetadata lasMetadata() override { return _records().metadata(); }
 
   void readInside(std::uint64_t first, std::uint32_t count, const InsideTest& inside,
                   std::vector<unsigned char>& records) override {

@@ -42,10 +42,10 @@ VertexRecords::VertexRecords(const osg::Vec3d& origin, const osg::BoundingBoxd& 
   }
 }
 
-LasFrame VertexRecords::frame() const {
+LasMetadata VertexRecords::metadata() const {
   constexpr std::string_view software = "quor_viewer";
-  LasFrame frame;
-  LasHeader& header = frame.header;
+  LasMetadata metadata;
+  LasHeader& header = metadata.header;
   header.versionMinor = 2;
   header.headerLengthBytes = lasHeaderLengthBytes(2);
   header.pointDataOffsetBytes = header.headerLengthBytes;
@@ -54,7 +54,7 @@ LasFrame VertexRecords::frame() const {
   std::copy(software.begin(), software.end(), header.generatingSoftware.begin());
   header.scale = _steps;
   header.offset = {_origin.x(), _origin.y(), _origin.z()};
-  return frame;
+  return metadata;
 }
 
 void VertexRecords::append(const Vertex& vertex, std::vector<unsigned char>& records) const {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "scan/formats/LasFrame.h"
+#include "scan/formats/LasMetadata.h"
 #include "scan/formats/VertexSurvey.h"
 
 namespace QuorViewer {
@@ -11,7 +11,7 @@ class VertexRecords {
   /// The grid is the finest decimal one about `origin` that reaches all of `box`.
   VertexRecords(const osg::Vec3d& origin, const osg::BoundingBoxd& box, const VertexScale& scale);
 
-  LasFrame frame() const;
+  LasMetadata metadata() const;
   /// Appends the record of a vertex within the box.
   void append(const Vertex& vertex, std::vector<unsigned char>& records) const;
 

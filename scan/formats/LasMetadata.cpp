@@ -1,4 +1,4 @@
-#include "scan/formats/LasFrame.h"
+#include "scan/formats/LasMetadata.h"
 
 #include <algorithm>
 #include <array>
@@ -26,19 +26,19 @@ struct ExtendedRecord {
   FileRange range;
 };
 
-class FrameReading {
+class MetadataReader {
  public:
-  FrameReading(const ScanFile& file, const CheckedLas& las) : _file(file), _las(las) {}
+  MetadataReader(const ScanFile& file, const CheckedLas& las) : _file(file), _las(las) {}
 
-  LasFrame run() {
+  LasMetadata run() {
     const std::vector<unsigned char> begin = _file.beginning(_las.header.headerLengthBytes);
-    _frame.header = LasHeader::parse(begin.data(), begin.size());
-    _frame.header.pointFormat = _las.layout->format;
+    _metadata.header = LasHeader::parse(begin.data(), begin.size());
+    _metadata.header.pointFormat = _las.layout->format;
     _readVariableRecords();
     _findExtendedRecords();
     _findWaveforms();
-    if (!_frame.extendedRecords.empty()) _frame.file = _file;
-    return std::move(_frame);
+    if (!_metadata.extendedRecords.empty()) _metadata.file = _file;
+    return std::move(_metadata);
   }
 
  private:
@@ -55,7 +55,7 @@ class FrameReading {
       at += *length;
     }
     if (end - at <= kMostFollowingBytes) _appendToVariableRecords(at, end - at);
-    _frame.header.pointDataOffsetBytes = static_cast<std::uint32_t>(begin + _frame.variableRecords.size());
+    _metadata.header.pointDataOffsetBytes = static_cast<std::uint32_t>(begin + _metadata.variableRecords.size());
   }
 
   /// The length of the record at `at`; nothing if it would extend beyond `end`.
@@ -67,7 +67,7 @@ class FrameReading {
     const std::uint64_t length = LasRecordHead::kBytes + head.contentBytes;
     if (end - at < length) return std::nullopt;
     if (tellsArrangement(head)) {
-      --_frame.header.variableRecordCount;
+      --_metadata.header.variableRecordCount;
     } else {
       _appendToVariableRecords(at, length);
     }
@@ -75,7 +75,7 @@ class FrameReading {
   }
 
   void _appendToVariableRecords(std::uint64_t at, std::uint64_t count) {
-    std::vector<unsigned char>& bytes = _frame.variableRecords;
+    std::vector<unsigned char>& bytes = _metadata.variableRecords;
     const std::size_t before = bytes.size();
     bytes.resize(before + static_cast<std::size_t>(count));
     _file.read(at, bytes.data() + before, static_cast<std::size_t>(count));
@@ -86,10 +86,10 @@ class FrameReading {
     for (std::uint32_t record = 0; record < _las.header.extendedRecordCount; ++record) {
       const std::optional<ExtendedRecord> found = _extendedRecordAt(at);
       if (!found) break;
-      if (!tellsArrangement(found->head)) _frame.extendedRecords.push_back(found->range);
+      if (!tellsArrangement(found->head)) _metadata.extendedRecords.push_back(found->range);
       at += found->range.bytes;
     }
-    _frame.header.extendedRecordCount = static_cast<std::uint32_t>(_frame.extendedRecords.size());
+    _metadata.header.extendedRecordCount = static_cast<std::uint32_t>(_metadata.extendedRecords.size());
   }
 
   // The waveforms may be one of the extended records or, as always in LAS 1.3, a record outside of these.
@@ -98,10 +98,10 @@ class FrameReading {
     if (offset == 0) return;
     const std::optional<ExtendedRecord> found = _extendedRecordAt(offset);
     if (!found || !found->head.is(kWaveformUserId, kWaveformRecordId)) return;
-    std::vector<FileRange>& records = _frame.extendedRecords;
+    std::vector<FileRange>& records = _metadata.extendedRecords;
     const auto same =
         std::find_if(records.begin(), records.end(), [&](const FileRange& range) { return range.offset == offset; });
-    _frame.waveforms = static_cast<std::size_t>(same - records.begin());
+    _metadata.waveforms = static_cast<std::size_t>(same - records.begin());
     if (same == records.end()) records.push_back(found->range);
   }
 
@@ -117,12 +117,12 @@ class FrameReading {
 
   const ScanFile& _file;
   const CheckedLas& _las;
-  LasFrame _frame;
+  LasMetadata _metadata;
 };
 
 }  // namespace
 
-void LasFrame::placeExtendedRecords(std::uint64_t offset, LasHeader& to) const {
+void LasMetadata::placeExtendedRecords(std::uint64_t offset, LasHeader& to) const {
   to.extendedRecordCount = header.extendedRecordCount;
   to.extendedRecordsOffsetBytes = header.extendedRecordCount > 0 ? offset : 0;
   to.waveformOffsetBytes = 0;
@@ -132,8 +132,8 @@ void LasFrame::placeExtendedRecords(std::uint64_t offset, LasHeader& to) const {
   }
 }
 
-LasFrame readLasFrame(const ScanFile& file, const CheckedLas& las) {
-  return FrameReading(file, las).run();
+LasMetadata readLasMetadata(const ScanFile& file, const CheckedLas& las) {
+  return MetadataReader(file, las).run();
 }
 
 }  // namespace QuorViewer

@@ -15,7 +15,7 @@ struct FileRange {
 };
 
 /// Everything in a LAS file except its points, ready to be written to an uncompressed file with some of them.
-struct LasFrame {
+struct LasMetadata {
   /// As stored in the file, but never marked as compressed. Counts and bounds are still those of all points.
   LasHeader header;
 
@@ -35,6 +35,6 @@ struct LasFrame {
 
 /// Everything in a LAS file, compressed or not, except its points. Leaves out the records that describe compression or
 /// spatial indices, and extended records that extend beyond the end of the file. Throws ScanError.
-LasFrame readLasFrame(const ScanFile& file, const CheckedLas& las);
+LasMetadata readLasMetadata(const ScanFile& file, const CheckedLas& las);
 
 }  // namespace QuorViewer
