@@ -351,7 +351,7 @@ TEST_F(ScreenCaptureToolGLTest, aResizedViewportIsStoredWithItsPlaceAndResizesEv
   expectSizes(12);
 }
 
-TEST_F(ScreenCaptureToolGLTest, aViewportAwayFromTheOriginIsReadFromPixelZeroAllTheSame) {
+TEST_F(ScreenCaptureToolGLTest, aViewportAwayFromTheOriginIsReadFromPixelZeroToo) {
   setViewport(2.0, 1.0, 4.0, 3.0);
   context->draw();
   expectPattern(4, 3);
@@ -868,7 +868,7 @@ TEST(ScreenCaptureToolTest, replacingARequestReleasesTheOldOne) {
   EXPECT_FALSE(old.valid());
 }
 
-TEST(ScreenCaptureToolTest, onlyTheToolMakesAFrameBufferAndAnyoneMayLockIt) {
+TEST(ScreenCaptureToolTest, onlyTheToolCreatesAFrameBufferAndAnyThreadMayLockIt) {
   using FrameBuffer = ScreenCaptureTool::FrameBuffer;
   static_assert(!std::is_default_constructible_v<FrameBuffer>);
   static_assert(std::is_destructible_v<FrameBuffer>);

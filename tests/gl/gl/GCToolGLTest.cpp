@@ -64,7 +64,7 @@ Six expectedAnswers() {
 
 }  // namespace
 
-TEST(GCToolGLTest, allSixAnswersAgreeWithThoseOfAnotherContext) {
+TEST(GCToolGLTest, allSixResultsEqualThoseOfAnotherContext) {
   besideADriver([] {
     const Six expected = expectedAnswers();
     EXPECT_THAT(expected, Each(Not(IsEmpty())));
@@ -72,7 +72,7 @@ TEST(GCToolGLTest, allSixAnswersAgreeWithThoseOfAnotherContext) {
   });
 }
 
-TEST(GCToolGLTest, theAnswersDoNotDependOnWhichIsAskedFirst) {
+TEST(GCToolGLTest, theResultsDoNotDependOnTheOrderOfTheQueries) {
   for (std::size_t place = 0; place < kGetters.size(); ++place) {
     besideADriver([place] {
       const std::string first = kGetters[place]();
@@ -83,7 +83,7 @@ TEST(GCToolGLTest, theAnswersDoNotDependOnWhichIsAskedFirst) {
   }
 }
 
-TEST(GCToolGLTest, theExtensionsAskedFirstProbeEverythingWithOneContext) {
+TEST(GCToolGLTest, queryingTheExtensionsFirstProbesEverythingWithOneContext) {
   besideADriver([] {
     const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install();
     EXPECT_STRNE(GCTool::getGPUExt(), "");
@@ -101,7 +101,7 @@ TEST(GCToolGLTest, theTextPointersNeverChange) {
   });
 }
 
-TEST(GCToolGLTest, afterTheFirstCallAnyThreadMayAsk) {
+TEST(GCToolGLTest, afterTheFirstCallAnyThreadMayQuery) {
   besideADriver([] {
     const Six expected = answers();
     std::array<Six, 4> seen;

@@ -59,7 +59,7 @@ __attribute__((visibility("default"))) void glGetIntegerv(GLenum name, GLint* va
 }
 }
 
-TEST(GCToolQueriesGLTest, theSixQueriesAreSentInOrderAndTheirAnswersKeptUnchanged) {
+TEST(GCToolQueriesGLTest, theSixQueriesAreSentInOrderAndTheirResultsKeptUnchanged) {
   workInANewProcess([] {
     ASSERT_TRUE(pixelBuffer().valid()) << "no off-screen context; is there a display?";
     std::vector<std::string> calls;

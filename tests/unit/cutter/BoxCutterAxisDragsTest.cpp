@@ -93,7 +93,7 @@ TEST_F(BoxCutterAxisDrags, thePlanesMoveByExactlyTheDraggedDistanceAtEveryMove) 
   }
 }
 
-TEST_F(BoxCutterAxisDrags, theArrowsHeadTakesThePressToo) {
+TEST_F(BoxCutterAxisDrags, theArrowsHeadCanBeGrabbedToo) {
   constexpr double kMiddleOfTheHead = 1.02;
   for (std::size_t axis = 0; axis < 3; ++axis) {
     const std::vector<osg::Vec3d> before = cornersInWorld();
@@ -122,7 +122,7 @@ TEST_F(BoxCutterAxisDrags, aDragGoesOnOutsideTheWindowAndMayEndThere) {
   expectCornersMoved(before, osg::Matrixd::translate(motion), 1e-5);
 }
 
-TEST_F(BoxCutterAxisDrags, belowAHostsTransformTheBoxFollowsInTheWorld) {
+TEST_F(BoxCutterAxisDrags, belowATransformOfTheApplicationTheBoxFollowsInTheWorld) {
   const osg::Matrixd matrix =
       osg::Matrixd::rotate(-0.9, osg::Vec3d(2.0, -1.0, 1.0)) * osg::Matrixd::translate(40.0, 7.0, -3.0);
   putBelow(*new osg::MatrixTransform(matrix), matrix);
@@ -151,7 +151,7 @@ TEST_F(BoxCutterAxisDrags, belowAnotherCameraThePointerIsProjectedByThatCamera) 
   }
 }
 
-TEST_F(BoxCutterAxisDrags, theLineIsThickerWhileDraggedAndAllButTheReleaseAskForARedraw) {
+TEST_F(BoxCutterAxisDrags, theLineIsThickerWhileDraggedAndAllEventsButTheReleaseRequestARedraw) {
   for (std::size_t axis = 0; axis < 3; ++axis) {
     showOnly(Cutter::CUTTER_TRANSLATE, axis);
     const osg::Vec2d from = toWindow(shaftInWorld(axis));
@@ -209,7 +209,7 @@ TEST_F(BoxCutterAxisDrags, aPressThatCannotBeProjectedSendsNoStart) {
   EXPECT_LT(_box->getMatrix().getTrans().x(), 50.0);
 }
 
-TEST_F(BoxCutterAxisDrags, aMoveThatIsNoNumberMovesNothing) {
+TEST_F(BoxCutterAxisDrags, aMoveToNanMovesNothing) {
   ASSERT_TRUE(push(toWindow(shaftInWorld(0))));
   const int redraws = _viewer->redraws;
   EXPECT_TRUE(drag(osg::Vec2d(10.0, std::nan(""))));
@@ -217,7 +217,7 @@ TEST_F(BoxCutterAxisDrags, aMoveThatIsNoNumberMovesNothing) {
   EXPECT_EQ(_box->getMatrix(), osg::Matrixd());
 }
 
-TEST_F(BoxCutterAxisDrags, theFirstAxisOnThePathTakesThePress) {
+TEST_F(BoxCutterAxisDrags, theFirstAxisOnThePathIsGrabbed) {
   for (std::size_t first = 0; first < 3; ++first) {
     for (std::size_t later = first + 1; later < 3; ++later) {
       QuorOsgUtils::BoxPointerInfo pointer;
@@ -232,7 +232,7 @@ TEST_F(BoxCutterAxisDrags, theFirstAxisOnThePathTakesThePress) {
   }
 }
 
-TEST_F(BoxCutterAxisDrags, aHandleOfAnotherModeOnThePathTakesNothing) {
+TEST_F(BoxCutterAxisDrags, aHandleOfAnotherModeOnThePathIsIgnored) {
   QuorOsgUtils::BoxPointerInfo pointer;
   pointer.addIntersection({_box, _box->_rings[0].transform, _box->_faces[0].transform}, osg::Vec3d());
   pointer.setCamera(_camera);

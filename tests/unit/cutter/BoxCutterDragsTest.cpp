@@ -67,14 +67,14 @@ TEST_F(BoxCutterDrags, aDragWithoutAnAcceptedPressIsLeftToOthers) {
   EXPECT_EQ(_viewer->redraws, 0);
 }
 
-TEST_F(BoxCutterDrags, aHandleBehindSomethingElseStillTakesThePress) {
+TEST_F(BoxCutterDrags, aHandleBehindSomethingElseIsStillGrabbed) {
   const osg::Vec3d face = faceInWorld(kRightFace);
   _scene->insertChild(0, ballAt(face + towardsEye() * 5.0, 1.0f));
   EXPECT_TRUE(push(cone()));
   expectDragGoesOn();
 }
 
-TEST_F(BoxCutterDrags, ofTwoHandlesTheNearerOneTakesThePress) {
+TEST_F(BoxCutterDrags, ofTwoHandlesTheNearerOneIsGrabbed) {
   useOrthographic();
   lookAt(osg::Vec3d(30.0, 1.0, 2.25), osg::Vec3d(1.0, 1.0, 2.25));
   ASSERT_EQ(toWindow(faceInWorld(kRightFace)), toWindow(faceInWorld(0)));
@@ -91,7 +91,7 @@ TEST_F(BoxCutterDrags, onlyTheNearestHitOfTheBoxIsKept) {
   EXPECT_TRUE(_box->_pointer.contains(_box->_faces[kRightFace].transform));
 }
 
-TEST_F(BoxCutterDrags, theHandleOfAnotherBoxIsNotTaken) {
+TEST_F(BoxCutterDrags, theHandleOfAnotherBoxIsNotGrabbed) {
   osg::ref_ptr<ExposedBoxCutter> other =
       new ExposedBoxCutter(osg::BoundingBoxf(-1.0f, -2.0f, -0.5f, 3.0f, 4.0f, 5.0f), nullptr);
   other->setType(Cutter::CUTTER_SCALE, kAllAxes);
@@ -121,13 +121,13 @@ TEST_F(BoxCutterDrags, whatTheIntersectionMaskExcludesIsNotHit) {
   EXPECT_TRUE(push(cone()));
 }
 
-TEST_F(BoxCutterDrags, aValueThatIsNoTypeTakesNoPress) {
+TEST_F(BoxCutterDrags, withAnInvalidTypePressesAreIgnored) {
   _box->setType(static_cast<Cutter::CutterType>(3), kAllAxes);
   EXPECT_FALSE(push(cone()));
   EXPECT_FALSE(_box->_draggerActive);
 }
 
-TEST_F(BoxCutterDrags, aDoubleClickIsNoPress) {
+TEST_F(BoxCutterDrags, aDoubleClickIsIgnored) {
   EXPECT_FALSE(sendAs(Event::DOUBLECLICK, kLeft, kLeft, cone()));
   expectIdle();
 }
@@ -167,7 +167,7 @@ TEST_F(BoxCutterDrags, theReleaseEndsTheDragAlsoWithAnotherButtonHeld) {
   expectIdle();
 }
 
-TEST_F(BoxCutterDrags, theReleaseEndsTheDragAlsoWhenNoHandleTakesIt) {
+TEST_F(BoxCutterDrags, theReleaseEndsTheDragEvenIfNoHandleAcceptsIt) {
   ASSERT_TRUE(push(cone()));
   _box->setType(Cutter::CUTTER_TRANSLATE, kAllAxes);
   EXPECT_FALSE(drag(beyond()));
@@ -289,7 +289,7 @@ TEST_F(BoxCutterPixelSize, goesByTheSmallerSideOfThePickCamerasViewportInWholePi
   EXPECT_NEAR(pixelSize(), std::tan(50.0 * kDegree) * kDistance / 500.0, 1e-9);
 }
 
-TEST_F(BoxCutterPixelSize, isOneWithoutAManipulatorThatTellsItsCentre) {
+TEST_F(BoxCutterPixelSize, isOneWithoutAManipulatorThatHasACentre) {
   EXPECT_EQ(pixelSize(), 1.0);
   struct PlainManipulator : osgGA::CameraManipulator {
     void setByMatrix(const osg::Matrixd&) override {}
@@ -373,7 +373,7 @@ TEST_F(BoxCutterDelivery, aWholeDragIsMarkedHandledAndMovesTheFace) {
   EXPECT_NEAR(extents()[kRightFace], 3.0 + dragged, 2e-5);
 }
 
-TEST_F(BoxCutterDelivery, theEventsOfOneTraversalAreTakenInTurn) {
+TEST_F(BoxCutterDelivery, theEventsOfOneTraversalAreHandledInOrder) {
   queue().mouseButtonPress(x(cone()), y(cone()), 1);
   queue().mouseMotion(x(beyond()), y(beyond()));
   queue().mouseButtonRelease(x(beyond()), y(beyond()), 1);
@@ -382,7 +382,7 @@ TEST_F(BoxCutterDelivery, theEventsOfOneTraversalAreTakenInTurn) {
   expectIdle();
 }
 
-TEST_F(BoxCutterDelivery, whatIsNotTakenStaysUnhandled) {
+TEST_F(BoxCutterDelivery, ignoredEventsStayUnhandled) {
   queue().mouseButtonPress(5.0f, 5.0f, 1);
   queue().mouseMotion(60.0f, 5.0f);
   queue().mouseButtonRelease(60.0f, 5.0f, 1);
@@ -391,7 +391,7 @@ TEST_F(BoxCutterDelivery, whatIsNotTakenStaysUnhandled) {
   EXPECT_EQ(deliver(), Handled(5, false));
 }
 
-TEST_F(BoxCutterDelivery, aBoxThatHandlesNoEventsTakesNone) {
+TEST_F(BoxCutterDelivery, aBoxThatHandlesNoEventsLeavesThemUnhandled) {
   for (const bool isOn : {false, true}) {
     _box->setHandleEvents(isOn);
     queue().mouseButtonPress(x(cone()), y(cone()), 1);

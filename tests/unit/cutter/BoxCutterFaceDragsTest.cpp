@@ -138,7 +138,7 @@ TEST_F(BoxCutterFaceDrags, aDragGoesOnOutsideTheWindowAndMayEndThere) {
   EXPECT_FALSE(drag(from));
 }
 
-TEST_F(BoxCutterFaceDrags, belowAHostsTransformTheFacesFollowInTheWorld) {
+TEST_F(BoxCutterFaceDrags, belowATransformOfTheApplicationTheFacesFollowInTheWorld) {
   const osg::Matrixd matrix =
       osg::Matrixd::rotate(-0.9, osg::Vec3d(2.0, -1.0, 1.0)) * osg::Matrixd::translate(40, 7, -3);
   putBelow(*new osg::MatrixTransform(matrix), matrix);
@@ -221,7 +221,7 @@ TEST_F(BoxCutterFaceDrags, aDragAcrossTheAxisAddsTheDistanceForTheBackFaceAndSub
   }
 }
 
-TEST_F(BoxCutterFaceDrags, onlyAMoveAsksForARedraw) {
+TEST_F(BoxCutterFaceDrags, onlyAMoveRequestsARedraw) {
   const osg::Vec2d from = toWindow(faceInWorld(kRightFace));
   ASSERT_TRUE(push(from));
   EXPECT_EQ(_viewer->redraws, 0);
@@ -234,7 +234,7 @@ TEST_F(BoxCutterFaceDrags, onlyAMoveAsksForARedraw) {
 }
 
 // Lines of sight that run exactly along the projector's line meet it nowhere.
-TEST_F(BoxCutterFaceDrags, aFaceWhoseLineIsSeenEndOnStaysAndAsksForARedraw) {
+TEST_F(BoxCutterFaceDrags, aFaceWhoseLineIsSeenEndOnStaysAndRequestsARedraw) {
   _box->_faces[kBottomFace].orientation->setMatrix(osg::Matrixd());
   useOrthographic(32.0);
   lookAt(osg::Vec3d(0.0, 0.0, 64.0), osg::Vec3d(), osg::Vec3d(0.0, 1.0, 0.0));
@@ -262,7 +262,7 @@ TEST_F(BoxCutterFaceDrags, aFaceSeenFromStraightAheadKeepsTheBoxFiniteAndWide) {
   }
 }
 
-TEST_F(BoxCutterFaceDrags, aMoveThatIsNoNumberMovesNothing) {
+TEST_F(BoxCutterFaceDrags, aMoveToNanMovesNothing) {
   const std::array<float, 6> before = extents();
   const osg::Vec2d from = toWindow(faceInWorld(kRightFace));
   ASSERT_TRUE(push(from));
@@ -275,7 +275,7 @@ TEST_F(BoxCutterFaceDrags, aMoveThatIsNoNumberMovesNothing) {
 }
 
 // A press meets one handle; where the path to it leads through several, the faces are tried axis by axis.
-TEST_F(BoxCutterFaceDrags, theFirstFaceOnThePathTakesThePress) {
+TEST_F(BoxCutterFaceDrags, theFirstFaceOnThePathIsGrabbed) {
   for (std::size_t first = 0; first < 6; ++first) {
     for (std::size_t later = first + 1; later < 6; ++later) {
       SCOPED_TRACE(testing::Message() << kFaceNames[first].text << " before " << kFaceNames[later].text);

@@ -109,7 +109,7 @@ TEST_F(BoxCutterHandlesTest, aBoxHoldsConesArrowsRingsOutlineAndLightInThisOrder
   EXPECT_NE(dynamic_cast<osg::LightSource*>(_cutter->getChild(4)), nullptr);
 }
 
-TEST_F(BoxCutterHandlesTest, nothingOfItForcesContinuousDrawingOrAsksForEvents) {
+TEST_F(BoxCutterHandlesTest, nothingOfItForcesContinuousDrawingOrRequestsEvents) {
   EXPECT_EQ(_cutter->getNumChildrenRequiringUpdateTraversal(), 0u);
   EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 0u);
   EXPECT_EQ(_cutter->getUpdateCallback(), nullptr);

@@ -89,7 +89,7 @@ TEST_F(BoxCutterMishaps, aBoxWithoutAParentIgnoresPresses) {
   }
 }
 
-TEST_F(BoxCutterMishaps, aPointerWithoutHitsIsTakenByNoHandle) {
+TEST_F(BoxCutterMishaps, noHandleAcceptsAPointerWithoutHits) {
   for (const int type : {0, 1, 2, 3}) {
     _box->setType(static_cast<Cutter::CutterType>(type), kAllAxes);
     _box->_draggerActive = true;
@@ -180,7 +180,7 @@ TEST_F(BoxCutterMishaps, aPressThroughAProjectionOfZerosLeavesTheBoxFinite) {
   }
 }
 
-TEST_F(BoxCutterMishaps, aPressWhoseEventTellsNoCameraIsLeftToOthers) {
+TEST_F(BoxCutterMishaps, aPressWithoutACameraIsLeftToOthers) {
   const osg::ref_ptr<Event> event = makeEvent(Event::PUSH, kLeft, kLeft, cone());
   settleHandles();
   osg::ref_ptr<Event> bare = new Event(*event);

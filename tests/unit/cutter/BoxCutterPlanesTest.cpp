@@ -99,7 +99,7 @@ TEST_F(BoxCutterPlanesTest, aSecondCutKeepsTheObjectsOfTheFirst) {
   EXPECT_EQ(objects[5]->getClipPlane(), osg::Vec4d(0.0, 0.0, 1.0, -5.0));
 }
 
-TEST_F(BoxCutterPlanesTest, sixPlanesOfTheHostsOwnAreEditedInPlaceAndKeepTheirObjectsAndNumbers) {
+TEST_F(BoxCutterPlanesTest, sixPlanesOfTheApplicationAreEditedInPlaceAndKeepTheirObjectsAndNumbers) {
   addOwnPlanes(6);
   _cutter->applyClipPlane();
   ASSERT_EQ(_clip->getNumClipPlanes(), 6u);
@@ -110,7 +110,7 @@ TEST_F(BoxCutterPlanesTest, sixPlanesOfTheHostsOwnAreEditedInPlaceAndKeepTheirOb
   }
 }
 
-TEST_F(BoxCutterPlanesTest, ofThreePlanesOfTheHostsOwnTheSecondStaysBesideTheSixNewOnes) {
+TEST_F(BoxCutterPlanesTest, ofThreePlanesOfTheApplicationTheSecondStaysBesideTheSixNewOnes) {
   addOwnPlanes(3);
   _cutter->applyClipPlane();
   ASSERT_EQ(_clip->getNumClipPlanes(), 7u);
@@ -213,7 +213,7 @@ TEST_F(BoxCutterPlanesTest, pointInBoxUsesTheClipNodesPlanesAndNotTheCurrentBox)
   EXPECT_FALSE(_cutter->pointInBox(1.0, 2.0, 3.0));
 }
 
-TEST_F(BoxCutterPlanesTest, planesOfTheHostsOwnCountToo) {
+TEST_F(BoxCutterPlanesTest, planesOfTheApplicationCountToo) {
   _clip->addClipPlane(new osg::ClipPlane(0, osg::Vec4d(0.0, 2.0, 0.0, -8.0)));
   EXPECT_TRUE(_cutter->pointInBox(1e6, 4.0, -1e6));
   EXPECT_FALSE(_cutter->pointInBox(1e6, 3.999, -1e6));
@@ -228,7 +228,7 @@ TEST_F(BoxCutterPlanesTest, nullEntriesOfTheClipNodesListAreSkipped) {
   EXPECT_TRUE(_cutter->pointInBox(-1e6, 1e6, 1e6));
 }
 
-TEST_F(BoxCutterPlanesTest, pointsAreToldApartByMillimetresNearTenMillion) {
+TEST_F(BoxCutterPlanesTest, pointsAMillimetreApartAreDistinguishedNearTenMillion) {
   osg::ref_ptr<ExposedBoxCutter> cutter =
       new ExposedBoxCutter(osg::BoundingBoxf(1e7f, 1e7f, 0.0f, 10000064.0f, 10000064.0f, 64.0f), _clip);
   cutter->applyClipPlane();

@@ -147,7 +147,7 @@ TEST_F(BoxCutterRingDrags, aDragGoesOnOutsideTheWindowAndMayEndThere) {
   EXPECT_FALSE(drag(from));
 }
 
-TEST_F(BoxCutterRingDrags, belowAHostsTransformTheBoxTurnsInTheWorld) {
+TEST_F(BoxCutterRingDrags, belowATransformOfTheApplicationTheBoxRotatesInTheWorld) {
   const osg::Matrixd matrix =
       osg::Matrixd::rotate(-0.9, osg::Vec3d(2.0, -1.0, 1.0)) * osg::Matrixd::translate(40.0, 7.0, -3.0);
   putBelow(*new osg::MatrixTransform(matrix), matrix);
@@ -176,7 +176,7 @@ TEST_F(BoxCutterRingDrags, belowAnotherCameraThePointerIsProjectedByThatCamera) 
   }
 }
 
-TEST_F(BoxCutterRingDrags, theLineIsThickerWhileDraggedAndAllButTheReleaseAskForARedraw) {
+TEST_F(BoxCutterRingDrags, theLineIsThickerWhileDraggedAndAllEventsButTheReleaseRequestARedraw) {
   for (std::size_t axis = 0; axis < 3; ++axis) {
     showOnly(Cutter::CUTTER_ROTATE, axis);
     const osg::Vec2d from = toWindow(ringInWorld(ringOracle(axis), 0.4));
@@ -204,7 +204,7 @@ TEST_F(BoxCutterRingDrags, theDiscAndTheRingPartsBehindItIgnorePresses) {
   EXPECT_FALSE(_box->_draggerActive);
 }
 
-TEST_F(BoxCutterRingDrags, aMoveThatIsNoNumberTurnsNothing) {
+TEST_F(BoxCutterRingDrags, aMoveToNanRotatesNothing) {
   showOnly(Cutter::CUTTER_ROTATE, 2);
   ASSERT_TRUE(push(toWindow(ringInWorld(ringOracle(2), 0.4))));
   const int redraws = _viewer->redraws;
@@ -246,7 +246,7 @@ TEST_F(BoxCutterRingDrags, aPressThatCannotBeProjectedSendsNoStart) {
   EXPECT_LT(_box->getMatrix().getTrans().x(), 50.0);
 }
 
-TEST_F(BoxCutterRingDrags, theFirstRingOnThePathTakesThePress) {
+TEST_F(BoxCutterRingDrags, theFirstRingOnThePathIsGrabbed) {
   for (std::size_t first = 0; first < 3; ++first) {
     for (std::size_t later = first + 1; later < 3; ++later) {
       QuorOsgUtils::BoxPointerInfo pointer;

@@ -77,7 +77,7 @@ TEST_F(BoxCutterTraversalTest, eachPointerEventReachesHandleInItsOrderWithTheVis
   EXPECT_EQ(_cutter->_actions, &_actions);
 }
 
-TEST_F(BoxCutterTraversalTest, anEventThatHandleTakesIsMarkedHandledAndNoOther) {
+TEST_F(BoxCutterTraversalTest, onlyEventsForWhichHandleReturnsTrueAreMarkedHandled) {
   _cutter->setHandleEvents(true);
   _root->accept(*_visitor);
   EXPECT_TRUE(_push->getHandled());

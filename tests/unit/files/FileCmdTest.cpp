@@ -210,7 +210,7 @@ TEST_F(FileCmdTest, withoutAProxyThereIsNoViewAndNothingToEnd) {
   Work::unmap(nullptr, &elsewhere);
 }
 
-TEST_F(FileCmdTest, openFileCalledDirectlyTriesAFileThatTheManagerDoesNotKnowAndLetsItGo) {
+TEST_F(FileCmdTest, openFileCalledDirectlyOpensAndClosesAFileThatTheManagerDoesNotKnow) {
   const std::string name = makeFile("scan", 10);
   ::testing::internal::CaptureStderr();
   callDirectly(OpenFile(name, FileCmd::Normal));

@@ -150,7 +150,7 @@ class ChainModel {
 
 }  // namespace
 
-TEST_F(FileManagerTest, thereIsOneManagerThatCannotBeMadeOrCopied) {
+TEST_F(FileManagerTest, thereIsOneManagerThatCannotBeCreatedOrCopied) {
   static_assert(!std::is_default_constructible_v<FileManager> && !std::is_destructible_v<FileManager>);
   static_assert(!std::is_copy_constructible_v<FileManager> && !std::is_copy_assignable_v<FileManager>);
   static_assert(!std::is_default_constructible_v<FileProxy> && !std::is_destructible_v<FileProxy>);
@@ -190,7 +190,7 @@ TEST_F(FileManagerTest, whatACommandPushesRunsByItsPriorityToo) {
   EXPECT_THAT(_record, ElementsAre("high", "normal", "low"));
 }
 
-TEST_F(FileManagerTest, aCommandOfUnknownPriorityNeverRunsAndStaysTheCallers) {
+TEST_F(FileManagerTest, aCommandOfUnknownPriorityNeverRunsAndStillBelongsToTheCaller) {
   for (const int priority : {3, -1, 1000, -2147483647 - 1}) {
     bool destroyed = false;
     Work* const cmd = new Work(
@@ -256,7 +256,7 @@ TEST_F(FileManagerTest, aChainWithAutoDeleteIsDestroyedOnceAllOfItHasRun) {
   EXPECT_THAT(_record, ElementsAre("head runs", "next runs", "kept runs", "head ends", "next ends"));
 }
 
-TEST_F(FileManagerTest, aChainWhoseFirstHasNoAutoDeleteStaysTheCreators) {
+TEST_F(FileManagerTest, aChainWhoseFirstHasNoAutoDeleteStillBelongsToItsCreator) {
   int destroyed = 0;
   const auto count = [&destroyed] { ++destroyed; };
   auto head = std::make_unique<Work>(
@@ -479,7 +479,7 @@ TEST_F(FileManagerTest, openFilePushedToTheManagerDoesNothing) {
   EXPECT_FALSE(file->isOpen());
 }
 
-TEST_F(FileManagerTest, aNameThatOnceRanIsKnownAndThenNoLongerTried) {
+TEST_F(FileManagerTest, theFileOfACommandThatRanIsKnownAndNoLongerTried) {
   const std::string name = makeFile("protected", 10);
   const auto linesOfOpening = [&name] {
     const WriteProtection protection(name);
@@ -503,7 +503,7 @@ TEST_F(FileManagerTest, commandsWaitUntilTheWorkerIsStartedAndRunOnAnotherThread
   EXPECT_NE(ranOn, std::this_thread::get_id());
 }
 
-TEST_F(FileManagerTest, startingTwiceAndStoppingTwiceAreAsOnce) {
+TEST_F(FileManagerTest, startingOrStoppingTwiceHasNoFurtherEffect) {
   manager().stopWorker();
   manager().startWorker();
   manager().startWorker();

@@ -383,7 +383,7 @@ TEST_F(FilePtrTest, openOnAnOpenObjectAndCloseOnAClosedOneDoNothing) {
   EXPECT_TRUE(file->isValid());
 }
 
-TEST_F(FilePtrTest, closeEndsEveryViewAndGivesTheFileBack) {
+TEST_F(FilePtrTest, closeEndsEveryViewAndClosesTheFile) {
   const std::string name = makeFile("scan", 8 * _page);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   for (int i = 0; i < 8; ++i) EXPECT_NE(file->map(i * _page + i, 2 * _page), nullptr);
@@ -394,7 +394,7 @@ TEST_F(FilePtrTest, closeEndsEveryViewAndGivesTheFileBack) {
   EXPECT_TRUE(listedHandles(name).empty());
 }
 
-TEST_F(FilePtrTest, theLastReferenceEndsEveryViewAndGivesTheFileBack) {
+TEST_F(FilePtrTest, droppingTheLastReferenceEndsEveryViewAndClosesTheFile) {
   const std::string name = makeFile("scan", 8 * _page);
   osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   for (int i = 0; i < 8; ++i) EXPECT_NE(file->map(i * _page + i, 2 * _page), nullptr);
@@ -439,7 +439,7 @@ TEST_F(FilePtrTest, afterAFailedReopenTheLastSizeStaysAndTheSystemRefusesTheView
   expectNoRange(*file, 4 * _page, 10);
 }
 
-TEST_F(FilePtrTest, aFileOnceRefusedStaysInvalidThoughItMapsWhenItCanBeOpenedAgain) {
+TEST_F(FilePtrTest, aRefusedFileStaysInvalidButMapsOnceItCanBeOpenedAgain) {
   const std::string name = path("late");
   osg::ref_ptr<FilePtr> file;
   writtenBy([&] { file = new FilePtr(name.c_str()); });
@@ -479,7 +479,7 @@ TEST_F(FilePtrTest, aNameInChineseIsReadInTheUsersEncoding) {
   expectAsStated({"a name in Chinese", makeFile(*name, _page), {}, 0});
 }
 
-TEST_F(FilePtrTest, noPathIsTheEmptyPath) {
+TEST_F(FilePtrTest, aNullPathIsTheEmptyPath) {
   osg::ref_ptr<FilePtr> file;
   const Written written = writtenBy([&] { file = new FilePtr(nullptr); });
   EXPECT_EQ(written.error, openingLine(fileErrors().emptyPath));
@@ -534,7 +534,7 @@ TEST_F(FilePtrTest, nothingIsThrownWhenTheStreamsThrowAndCannotBeWritten) {
   }
 }
 
-TEST_F(FilePtrTest, rangesOfASparseFileBeyondFourGibibytesAreAsPlainReadsHaveThem) {
+TEST_F(FilePtrTest, rangesOfASparseFileBeyondFourGibibytesEqualPlainReads) {
   constexpr std::int64_t kGibibyte = std::int64_t{1} << 30;
   const std::int64_t size = 9 * kGibibyte + 123;
   const std::string name =
@@ -560,7 +560,7 @@ TEST_F(FilePtrTest, rangesOfASparseFileBeyondFourGibibytesAreAsPlainReadsHaveThe
   writtenBy([&] { EXPECT_EQ(file->map(size + granularityBytes(), 1), nullptr); });
 }
 
-TEST_F(FilePtrTest, thousandsOfRandomRangesAreAsPlainReadsHaveThem) {
+TEST_F(FilePtrTest, thousandsOfRandomRangesEqualPlainReads) {
   constexpr int kRanges = 4000;
   const std::int64_t size = 150 * _page + 123;
   const std::string name = makeFile("scan", size);
@@ -676,7 +676,7 @@ TEST_F(FilePtrTest, severalThreadsMapAndUnmapAtOnceAndEachSeesItsOwnRange) {
   EXPECT_EQ(listed, kThreads * listedBytes(11));
 }
 
-TEST_F(FilePtrTest, linesOfSeveralThreadsStayApart) {
+TEST_F(FilePtrTest, linesOfSeveralThreadsAreNotMixed) {
   constexpr std::size_t kThreads = 4;
   constexpr int kRounds = 200;
   const std::string name = makeFile("scan", 10);

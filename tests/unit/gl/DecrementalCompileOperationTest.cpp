@@ -175,7 +175,7 @@ TEST_F(DecrementalCompileOperationTest, requestsAreFinishedInTheOrderOfTheirArri
   EXPECT_THAT(_record, ElementsAre("first", "second", "third"));
 }
 
-TEST_F(DecrementalCompileOperationTest, aNodeWithoutOtherReferencesIsDestroyedBeforeTheNextTurn) {
+TEST_F(DecrementalCompileOperationTest, aNodeWithoutOtherReferencesIsDestroyedBeforeTheNextRequest) {
   const osg::ref_ptr<DeleteSet> next = setWithCallback(
       _group, child(), [this](DeleteSet*) { _record.push_back(std::to_string(Counted::alive() - _aliveBefore)); });
   _operation->add(_group, child());
@@ -231,7 +231,7 @@ TEST_F(DecrementalCompileOperationTest, aSetThatIsQueuedTwiceIsProcessedTwiceInO
   EXPECT_EQ(twice->referenceCount(), 1);
 }
 
-TEST_F(DecrementalCompileOperationTest, aNodeThatIsAChildTwiceIsDetachedOnceByEachTurn) {
+TEST_F(DecrementalCompileOperationTest, aNodeThatIsAChildTwiceIsDetachedOncePerRequest) {
   const osg::ref_ptr<osg::Node> node = child();
   _group->addChild(node);
   _operation->add(_group, node);
@@ -275,7 +275,7 @@ TEST_F(DecrementalCompileOperationTest, aGroupDestroyedAfterTheSnapshotIsSkipped
   EXPECT_EQ(Counted::alive(), _aliveBefore + 1);
 }
 
-TEST_F(DecrementalCompileOperationTest, aSetWithoutGroupOrNodeIsFinishedAllTheSame) {
+TEST_F(DecrementalCompileOperationTest, aSetWithoutGroupOrNodeIsFinishedToo) {
   const auto record = [this](DeleteSet*) { _record.push_back("told"); };
   child();
   _operation->add(setWithCallback(nullptr, _group->getChild(0), record));
@@ -386,7 +386,7 @@ TEST_F(DecrementalCompileOperationTest, aCallbackMayTakeItselfOffItsSet) {
   EXPECT_THAT(_record, ElementsAre("told"));
 }
 
-TEST_F(DecrementalCompileOperationTest, aNodeThatGoesMayUseTheOperation) {
+TEST_F(DecrementalCompileOperationTest, aNodeMayUseTheOperationInItsDestructor) {
   const osg::ref_ptr<DeleteSet> added = recording("added");
   const auto useIt = [this, added] {
     _operation->add(added);
@@ -399,7 +399,7 @@ TEST_F(DecrementalCompileOperationTest, aNodeThatGoesMayUseTheOperation) {
   EXPECT_THAT(_record, ElementsAre("added"));
 }
 
-TEST_F(DecrementalCompileOperationTest, aNodeThatGoesWithARemovedRequestMayUseTheOperation) {
+TEST_F(DecrementalCompileOperationTest, aNodeDestroyedWithARemovedRequestMayUseTheOperation) {
   const osg::ref_ptr<DeleteSet> added = recording("added");
   auto* const set = new DeleteSet(nullptr, new Counted([this, added] { _operation->add(added); }));
   _operation->add(set);
@@ -478,7 +478,7 @@ TEST_F(DecrementalCompileOperationTest, deleteSetsOfThePendingListLeavesWhatACal
   _operation->remove(set);
 }
 
-TEST_F(DecrementalCompileOperationTest, aNullThatTheHostPutIntoThePendingListIsDropped) {
+TEST_F(DecrementalCompileOperationTest, aNullThatTheApplicationPutIntoThePendingListIsDropped) {
   _operation->getToCompile().emplace_back();
   _operation->add(recording("after"));
   run();
@@ -556,7 +556,7 @@ TEST_F(DecrementalCompileOperationTest, contextsKeepTheOperationAndTheLastToBeRe
   EXPECT_FALSE(observed.valid());
 }
 
-TEST_F(DecrementalCompileOperationTest, aSetIsMadeEmptyOrOfItsGroupAndNodeAndWithoutCallback) {
+TEST_F(DecrementalCompileOperationTest, aSetIsCreatedEmptyOrWithItsGroupAndNodeAndWithoutCallback) {
   const osg::ref_ptr<DeleteSet> empty = new DeleteSet;
   EXPECT_FALSE(empty->_group.valid() || empty->_node.valid() || empty->_deleteCompletedCallback.valid());
   EXPECT_TRUE(empty->deleteop());
@@ -1118,7 +1118,7 @@ class Chain {
 
 }  // namespace
 
-TEST_F(DecrementalCompileOperationTest, randomChainsOfEverythingAgreeWithAModelAndLeaveNothingBehind) {
+TEST_F(DecrementalCompileOperationTest, randomSequencesOfCallsAgreeWithAModelAndLeaveNothingBehind) {
   std::size_t turns = 0;
   std::size_t groupsLost = 0;
   for (unsigned int seed = 1; seed <= 60; ++seed) {

@@ -70,7 +70,7 @@ using GCToolTest = FilesFixture;
 
 }  // namespace
 
-TEST_F(GCToolTest, withoutADisplayAllSixAnswersAreEmptyTextsAndItIsTriedOnce) {
+TEST_F(GCToolTest, withoutADisplayAllSixResultsAreEmptyTextsAndItIsTriedOnce) {
   if (!displayIsFoundByEnvironment()) GTEST_SKIP() << kDisplayIsAlwaysThere;
   withoutDisplay([] {
     const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install();
@@ -83,14 +83,14 @@ TEST_F(GCToolTest, withoutADisplayAllSixAnswersAreEmptyTextsAndItIsTriedOnce) {
   });
 }
 
-TEST_F(GCToolTest, withoutAnyWindowingSystemAllSixAnswersAreEmptyTexts) {
+TEST_F(GCToolTest, withoutAnyWindowingSystemAllSixResultsAreEmptyTexts) {
   withoutDisplay([] {
     osg::GraphicsContext::getWindowingSystemInterfaces()->getInterfaces().clear();
     EXPECT_THAT(answers(), Each(IsEmpty()));
   });
 }
 
-TEST_F(GCToolTest, aContextOfAnotherClassLeavesAllSixAnswersEmptyAndIsNotAskedForAgain) {
+TEST_F(GCToolTest, aContextOfAnotherClassLeavesAllSixResultsEmptyAndIsNotRequestedAgain) {
   withoutDisplay([] {
     const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install(
         [](RecordedWindowing::Traits* traits) { return new osgViewer::GraphicsWindowEmbedded(traits); });
@@ -100,7 +100,7 @@ TEST_F(GCToolTest, aContextOfAnotherClassLeavesAllSixAnswersEmptyAndIsNotAskedFo
   });
 }
 
-TEST_F(GCToolTest, withoutADisplayOnlyTheSceneGraphItselfHasSomethingToSay) {
+TEST_F(GCToolTest, withoutADisplayOnlyTheSceneGraphItselfPrintsMessages) {
   if (!displayIsFoundByEnvironment()) GTEST_SKIP() << kDisplayIsAlwaysThere;
   withoutDisplay([] {
     const NotifyRecorder recorder(osg::DEBUG_FP);
@@ -122,7 +122,7 @@ TEST_F(GCToolTest, withoutADisplayNothingGoesToTheStandardStreams) {
   EXPECT_EQ(std::filesystem::file_size(written), 0u);
 }
 
-TEST_F(GCToolTest, asksForOneLargePixelBufferOnTheDisplayOfTheEnvironment) {
+TEST_F(GCToolTest, requestsOneLargePixelBufferOnTheDisplayOfTheEnvironment) {
   struct Case {
     const char* display;
     const char* host;
@@ -149,7 +149,7 @@ TEST_F(GCToolTest, asksForOneLargePixelBufferOnTheDisplayOfTheEnvironment) {
   }
 }
 
-TEST_F(GCToolTest, theContextFollowsTheHostsDisplaySettings) {
+TEST_F(GCToolTest, theContextFollowsTheApplicationsDisplaySettings) {
   withoutDisplay([] {
     osg::DisplaySettings::instance()->setGLContextVersion("3.3");
     const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install();

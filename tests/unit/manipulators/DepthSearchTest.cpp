@@ -58,7 +58,7 @@ TEST_F(DepthSearchTest, takesTheLeftmostColumnFirstAndItsLowestRow) {
   EXPECT_EQ(sceneDepth(image, 100, 50), 0.3f);
 }
 
-TEST_F(DepthSearchTest, aPositionPastTheImageTellsNothing) {
+TEST_F(DepthSearchTest, aPositionPastTheImageYieldsNothing) {
   EXPECT_FALSE(sceneDepth(image, 0, kHeight));
   EXPECT_FALSE(sceneDepth(image, 0, -1));
   EXPECT_FALSE(sceneDepth(image, kWidth, kHeight - 1));
@@ -70,14 +70,14 @@ TEST_F(DepthSearchTest, aPositionBeyondTheRightEdgeIsTheNextRowsBeginning) {
   EXPECT_EQ(sceneDepth(image, kWidth + 3, 10), 0.5f);
 }
 
-TEST_F(DepthSearchTest, positionsWhoseIndexWouldOverflowThirtyTwoBitsTellNothing) {
+TEST_F(DepthSearchTest, positionsWhoseIndexWouldOverflowThirtyTwoBitsYieldNothing) {
   // 2^31 / 200 rows up, the index's low 32 bits would fall back into the image.
   EXPECT_FALSE(sceneDepth(image, 96, 21474836));
   EXPECT_FALSE(sceneDepth(image, 0, std::numeric_limits<int>::max()));
   EXPECT_FALSE(sceneDepth(image, std::numeric_limits<int>::max(), std::numeric_limits<int>::max()));
 }
 
-TEST_F(DepthSearchTest, whatIsNoDepthTellsNothing) {
+TEST_F(DepthSearchTest, invalidDepthsYieldNothing) {
   for (const float depth : {std::nanf(""), -0.001f, 1.001f, std::numeric_limits<float>::infinity()}) {
     set(100, 50, depth);
     EXPECT_FALSE(sceneDepth(image, 100, 50)) << depth;
@@ -91,7 +91,7 @@ TEST_F(DepthSearchTest, zeroAndOneAreDepths) {
   EXPECT_EQ(sceneDepth(image, 100, 50), 1.0f);
 }
 
-TEST_F(DepthSearchTest, anEmptyImageTellsNothing) {
+TEST_F(DepthSearchTest, anEmptyImageYieldsNothing) {
   const std::vector<float> none;
   EXPECT_FALSE(sceneDepth({none, 0, 0, 0, 0}, 0, 0));
   EXPECT_FALSE(sceneDepth({none, 0, 0, kWidth, kHeight}, 0, 0));
@@ -157,7 +157,7 @@ TEST_F(DepthSearchTest, aPanOutsideTheImageTakesTheFallback) {
   EXPECT_EQ(panDepth(image, std::nan(""), 0.0, 0.6f), 0.6f);
 }
 
-TEST_F(DepthSearchTest, anIndexPastEitherEndTellsNothing) {
+TEST_F(DepthSearchTest, anIndexPastEitherEndYieldsNothing) {
   EXPECT_TRUE(depthAtIndex(image, kWidth * kHeight - 1));
   EXPECT_FALSE(depthAtIndex(image, kWidth * kHeight));
   EXPECT_FALSE(depthAtIndex(image, -1));

@@ -37,13 +37,13 @@ TEST(PanStepTest, aPerspectivePanAtDepthZeroMovesByTheNearPlanesWindow) {
   expectMovement(state, 0.0, osg::Vec3d(-0.2, 0.0, -0.1));
 }
 
-TEST(PanStepTest, aProjectionThatIsNeitherTellsNoMovement) {
+TEST(PanStepTest, aProjectionThatIsNeitherYieldsNoMovement) {
   const ViewState state = viewAlongY(osg::Matrixd::scale(0.0, 0.0, 0.0) * osg::Matrixd(1, 0, 0, 1, 0, 1, 0, 1,  //
                                                                                        0, 0, 1, 1, 0, 0, 0, 0));
   EXPECT_FALSE(panMovement(state, 0.5, osg::Vec2d(), osg::Vec2d(1.0, 1.0)));
 }
 
-TEST(PanStepTest, aViewportWithoutASizeTellsNoMovement) {
+TEST(PanStepTest, aViewportWithoutASizeYieldsNoMovement) {
   for (const osg::Matrixd& projection : {osg::Matrixd::ortho(-20.0, 20.0, -10.0, 10.0, 1.0, 1000.0),
                                          osg::Matrixd::frustum(-1.0, 1.0, -0.5, 0.5, 1.0, 1000.0)}) {
     ViewState state = viewAlongY(projection);

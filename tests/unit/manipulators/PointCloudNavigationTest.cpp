@@ -450,7 +450,7 @@ TEST_F(PointCloudNavigationTest, eventsOfAWindowWithoutASizeTurnNothing) {
   }
 }
 
-TEST_F(PointCloudNavigationTest, positionsThatAreNoNumbersMoveNothing) {
+TEST_F(PointCloudNavigationTest, nanPositionsMoveNothing) {
   const float notANumber = std::numeric_limits<float>::quiet_NaN();
   for (const bool isPerspective : {true, false}) {
     isPerspective ? usePerspective() : useOrthographic(50.0);
@@ -753,7 +753,7 @@ TEST_F(StationModeTest, aPressTakesTheStationAsTurningPointAndLeavesTheOrbitCent
   EXPECT_EQ(_manipulator->getMatrix(), before);
 }
 
-TEST_F(StationModeTest, theLeftButtonAloneIsLeftToTheHost) {
+TEST_F(StationModeTest, theLeftButtonAloneIsLeftToTheApplication) {
   EXPECT_FALSE(push(kLeft, 400.0, 300.0));
   EXPECT_FALSE(drag(kLeft, 420.0, 300.0));
   EXPECT_FALSE(release(kLeft, 420.0, 300.0));

@@ -136,7 +136,7 @@ TEST_F(SPointCloudManipulatorTest, aDoubleClickMovesTheCentreAsAPressDoes) {
   expectNear(_manipulator->getCenter(), osg::Vec3d(0.0, 0.0, 7.0), 1e-9);
 }
 
-TEST_F(SPointCloudManipulatorTest, theLeftButtonAloneIsLeftToTheHost) {
+TEST_F(SPointCloudManipulatorTest, theLeftButtonAloneIsLeftToTheApplication) {
   const osg::Matrixd before = _manipulator->getMatrix();
   _manipulator->setViewCenter(osg::Vec3d(1.0, 2.0, 3.0));
   EXPECT_FALSE(push(kLeft, 100.0, 100.0));
@@ -148,7 +148,7 @@ TEST_F(SPointCloudManipulatorTest, theLeftButtonAloneIsLeftToTheHost) {
   EXPECT_FALSE(isMarkerShown());
 }
 
-TEST_F(SPointCloudManipulatorTest, theLeftButtonTogetherWithAnotherIsNotLeftToTheHost) {
+TEST_F(SPointCloudManipulatorTest, theLeftButtonTogetherWithAnotherIsNotLeftToTheApplication) {
   EXPECT_TRUE(push(kLeft | kRight, 100.0, 100.0));
   EXPECT_TRUE(drag(kLeft | kRight, 110.0, 100.0));
 }
@@ -221,7 +221,7 @@ TEST_F(SPointCloudManipulatorTest, aDragDownNeverLeavesALargerAngleOfPitchThanBe
   }
 }
 
-TEST_F(SPointCloudManipulatorTest, aRotationFactorThatIsNoNumberTurnsNothing) {
+TEST_F(SPointCloudManipulatorTest, aNanRotationFactorRotatesNothing) {
   pitchTo(1.0, 0.5);
   const osg::Quat before = _manipulator->getRotation();
   for (const double factor : {std::nan(""), HUGE_VAL}) {

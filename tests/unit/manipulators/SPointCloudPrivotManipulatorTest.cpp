@@ -92,7 +92,7 @@ TEST_F(SPointCloudPrivotManipulatorTest, aPressOnAViewThatIsNoViewerLeavesThePiv
   EXPECT_EQ(_manipulator->_pivotPoint, osg::Vec3d(1.0, 2.0, 3.0));
 }
 
-TEST_F(SPointCloudPrivotManipulatorTest, theLeftButtonAloneIsLeftToTheHost) {
+TEST_F(SPointCloudPrivotManipulatorTest, theLeftButtonAloneIsLeftToTheApplication) {
   _manipulator->_pivotPoint = osg::Vec3d(1.0, 2.0, 3.0);
   const osg::Matrixd before = _manipulator->getMatrix();
   EXPECT_FALSE(push(kLeft, 400.0, 300.0));
@@ -181,7 +181,7 @@ TEST_F(SPointCloudPrivotManipulatorTest, theRotationFactorActsThroughTheTrackbal
   expectNear(_manipulator->_pivotPoint * _manipulator->getInverseMatrix(), view, 1e-3);
 }
 
-TEST_F(SPointCloudPrivotManipulatorTest, aRotationFactorThatIsNoNumberTurnsNothing) {
+TEST_F(SPointCloudPrivotManipulatorTest, aNanRotationFactorRotatesNothing) {
   push(kRight, 400.0, 300.0);
   _manipulator->setRotationFactor(std::numeric_limits<double>::quiet_NaN());
   const osg::Matrixd before = _manipulator->getMatrix();

@@ -59,14 +59,14 @@ TEST(WindowMatrixTest, losesNothingFarFromTheOrigin) {
   EXPECT_NEAR((*point - eye - osg::Vec3d(50.0, 50.0, 25.0)).length(), 0.0, 2e-8);
 }
 
-TEST(WindowMatrixTest, aViewportWithoutASizeTellsNoPoint) {
+TEST(WindowMatrixTest, aViewportWithoutASizeYieldsNoPoint) {
   ViewState state = frustumAt(osg::Vec3d());
   state.width = 0.0;
   EXPECT_FALSE(windowToView(state, osg::Vec3d(0.0, 0.0, 0.5)));
   EXPECT_FALSE(windowToWorld(state, osg::Vec3d(0.0, 0.0, 0.5)));
 }
 
-TEST(WindowMatrixTest, aDepthThatIsNoNumberTellsNoPoint) {
+TEST(WindowMatrixTest, aNanDepthYieldsNoPoint) {
   EXPECT_FALSE(windowToWorld(frustumAt(osg::Vec3d()), osg::Vec3d(200.0, 100.0, std::nan(""))));
 }
 
@@ -74,7 +74,7 @@ TEST(WindowMatrixTest, aViewsDirectionIsExactFarFromTheOrigin) {
   EXPECT_EQ(lookDirection(frustumAt(osg::Vec3d(1.0e7, -1.0e7, 1.0e3)).view), osg::Vec3d(0.0, 1.0, 0.0));
 }
 
-TEST(WindowMatrixTest, anEmptyViewMatrixTellsNoPoint) {
+TEST(WindowMatrixTest, anEmptyViewMatrixYieldsNoPoint) {
   ViewState state = frustumAt(osg::Vec3d());
   state.view = osg::Matrixd::scale(0.0, 0.0, 0.0);
   EXPECT_FALSE(windowToWorld(state, osg::Vec3d(0.0, 0.0, 0.5)));
@@ -86,7 +86,7 @@ TEST(WindowMatrixTest, aPositionIsTruncatedTowardsZero) {
   EXPECT_EQ(wholePixel(-7.9), -7);
 }
 
-TEST(WindowMatrixTest, whatIsNoPixelLiesOutsideEveryImage) {
+TEST(WindowMatrixTest, invalidPixelsLieOutsideEveryImage) {
   constexpr int kOutside = std::numeric_limits<int>::min();
   EXPECT_EQ(wholePixel(std::nan("")), kOutside);
   EXPECT_EQ(wholePixel(1e20), kOutside);

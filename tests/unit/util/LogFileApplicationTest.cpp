@@ -28,7 +28,7 @@ void writeBoth() {
 
 }  // namespace
 
-TEST_F(LogFileApplicationTest, anApplicationThatStartedItsPlogBeforeTheLogSharesNothingWithIt) {
+TEST_F(LogFileApplicationTest, anApplicationThatStartedPlogBeforeTheLogSharesNothingWithIt) {
   inNewProcess("work", [] {
     startApplicationLog();
     writeBoth();
@@ -39,7 +39,7 @@ TEST_F(LogFileApplicationTest, anApplicationThatStartedItsPlogBeforeTheLogShares
   EXPECT_THAT(written, Not(HasSubstr("of the library")));
 }
 
-TEST_F(LogFileApplicationTest, anApplicationThatStartsItsPlogAfterTheLogSharesNothingWithIt) {
+TEST_F(LogFileApplicationTest, anApplicationThatStartsPlogAfterTheLogSharesNothingWithIt) {
   inNewProcess("work", [] {
     LogFile::getInstance();
     if (plog::get<0>() != nullptr) std::exit(2);

@@ -50,7 +50,7 @@ using LogFileRecordTest = LogFixture;
 
 }  // namespace
 
-TEST_F(LogFileRecordTest, theLoggerIsThereWithTheFirstInstanceAndLetsDebugPass) {
+TEST_F(LogFileRecordTest, theFirstInstanceCreatesTheLoggerAtTheDebugLevel) {
   expectInANewProcess([] {
     const bool before = plog::get<0>() == nullptr;
     LogFile::getInstance();
@@ -93,7 +93,7 @@ TEST_F(LogFileRecordTest, aMaximumSeverityOfErrorLetsErrorPass) {
   expectEntries(log(), {error(thread(), "three")});
 }
 
-TEST_F(LogFileRecordTest, aMaximumSeverityBelowAllCallsMakesNoFile) {
+TEST_F(LogFileRecordTest, aMaximumSeverityBelowAllCallsCreatesNoFile) {
   inNewProcess("work", [] {
     LogFile::getInstance();
     plog::get<0>()->setMaxSeverity(plog::fatal);
@@ -102,7 +102,7 @@ TEST_F(LogFileRecordTest, aMaximumSeverityBelowAllCallsMakesNoFile) {
   EXPECT_THAT(namesIn(path("work")), IsEmpty());
 }
 
-TEST_F(LogFileRecordTest, anAppenderThatThrowsIsNotFeltByTheCaller) {
+TEST_F(LogFileRecordTest, anAppenderThatThrowsDoesNotAffectTheCaller) {
   inNewProcess("work", [] {
     LogFile::getInstance();
     Thrower thrower;

@@ -146,7 +146,7 @@ TEST_F(LogFileTest, theTimeIsTheLocalTimeOfTheCall) {
   EXPECT_LE(secondOfFirstEntry(), localSecond(after + kAhead));
 }
 
-TEST_F(LogFileTest, threadsThatWriteAtOnceTearNoLineAndLoseNone) {
+TEST_F(LogFileTest, messagesOfSimultaneousThreadsAreNeitherMixedNorLost) {
   expectInANewProcess([this] {
     std::filesystem::current_path(path("work"));
     LogFile* const shared = LogFile::getInstance();
@@ -175,7 +175,7 @@ TEST_F(LogFileTest, threadsThatWriteAtOnceTearNoLineAndLoseNone) {
   EXPECT_THAT(next, ::testing::Each(kMessagesEach));
 }
 
-TEST_F(LogFileTest, eachWorkingDirectoryGetsALogOfItsOwn) {
+TEST_F(LogFileTest, eachWorkingDirectoryGetsItsOwnLog) {
   makeFolder("other");
   inNewProcess("work", [] { theLog().info("here"); });
   const long first = thread();
@@ -184,7 +184,7 @@ TEST_F(LogFileTest, eachWorkingDirectoryGetsALogOfItsOwn) {
   expectEntries(log("other"), {info(thread(), "there")});
 }
 
-TEST_F(LogFileTest, theFileIsMadeWhereTheFirstMessageFindsTheProcessAndStaysOpen) {
+TEST_F(LogFileTest, theFileIsCreatedInTheWorkingDirectoryOfTheFirstMessageAndStaysOpen) {
   makeFolder("other");
   inNewProcess(".", [this] {
     LogFile* const instance = LogFile::getInstance();
@@ -241,7 +241,7 @@ TEST_F(LogFileTest, aFileThatCouldNotBeOpenedIsNotTriedAgain) {
   EXPECT_THAT(namesIn(path("work")), IsEmpty());
 }
 
-TEST_F(LogFileTest, theHostCanNeitherMakeNorCopyNorDestroyOne) {
+TEST_F(LogFileTest, applicationsCanNeitherCreateNorCopyNorDestroyOne) {
   static_assert(!std::is_default_constructible_v<LogFile>);
   static_assert(!std::is_copy_constructible_v<LogFile>);
   static_assert(!std::is_copy_assignable_v<LogFile>);

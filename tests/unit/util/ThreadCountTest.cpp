@@ -103,7 +103,7 @@ TEST_F(ThreadCountTest, aThreadThatSeesTheStopSeesWhatWasWrittenBeforeIt) {
   });
 }
 
-TEST_F(ThreadCountTest, theHostCanNeitherMakeNorCopyNorDestroyOne) {
+TEST_F(ThreadCountTest, applicationsCanNeitherCreateNorCopyNorDestroyOne) {
   static_assert(!std::is_default_constructible_v<ThreadCount>);
   static_assert(!std::is_copy_constructible_v<ThreadCount>);
   static_assert(!std::is_destructible_v<ThreadCount>);
