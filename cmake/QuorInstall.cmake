@@ -16,6 +16,10 @@ configure_package_config_file(cmake/QuorOsgUtilsConfig.cmake.in QuorOsgUtilsConf
 write_basic_package_version_file(QuorOsgUtilsConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 # A relative path, so that the installed files can be moved.
 file(RELATIVE_PATH pkgconfig_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+get_target_property(library_type quor_osg_utils TYPE)
+if(library_type STREQUAL "STATIC_LIBRARY")
+  set(pkgconfig_definitions " -DQUOR_OSG_UTILS_STATIC")
+endif()
 configure_file(cmake/quor_osg_utils.pc.in quor_osg_utils.pc @ONLY)
 
 install(FILES
@@ -24,6 +28,10 @@ install(FILES
   cmake/QuorOpenSceneGraph.cmake
   DESTINATION ${package_dir})
 install(FILES ${PROJECT_BINARY_DIR}/quor_osg_utils.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/quor_osg_utils)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/quor_osg_utils)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/quor_osg_utils PATTERN ".*" EXCLUDE)
 
 if(QUOR_BUILD_VIEWER)
   install(TARGETS quor_viewer quor_make_scan RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
