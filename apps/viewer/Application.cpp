@@ -74,34 +74,33 @@ int Application::run() {
 }
 
 std::vector<KeyBinding> Application::_createBindings() {
-  const std::vector<KeyBinding> ofLighting = {
+  const std::vector<KeyBinding> lightingKeys = {
       {{'e', 'E'}, "E", "eye-dome lighting on or off", [this] { _scene.eyeDome.setOn(!_scene.eyeDome.isOn()); }}};
-  const std::vector<KeyBinding> ofFiles = {
+  const std::vector<KeyBinding> fileKeys = {
       {{'a', 'A'}, "A", "add a scan: type its path, then Enter", [this] { _session.openPathEntry(); }},
       {{'d', 'D', Key::KEY_Delete}, "D, Del", "close the scan under the pointer", [this] { _closeScanUnderPointer(); }},
       {{'p', 'P'}, "P", "save a screenshot", [this] { _screenshots.request(); }}};
-  const std::vector<KeyBinding> ofHelp = {
+  const std::vector<KeyBinding> helpKeys = {
       {{'h', 'H', '?'}, "H", "this help", [this] { _scene.hud.showHelp(!_scene.hud.isHelpShown()); }}};
   std::vector<KeyBinding> bindings;
   for (const std::vector<KeyBinding>& more :
-       {CloudControl::bindings(_points), ofLighting, CameraControl::bindings(_camera), ofFiles,
-        StationControl::bindings(_station), ClipControl::bindings(_clip), ofHelp}) {
+       {CloudControl::bindings(_points), lightingKeys, CameraControl::bindings(_camera), fileKeys,
+        StationControl::bindings(_station), ClipControl::bindings(_clip), helpKeys}) {
     bindings.insert(bindings.end(), more.begin(), more.end());
   }
   return bindings;
 }
 
 Session::Listener Application::_createListener() {
-  const auto showTitle = [this] { setWindowTitle(*_viewer, _session.title()); };
-  return {showTitle, [this] { _showContent(); },
-          [this] {
-            _points.updateRanges();
-            _clip.setContent(_scene.cloud.bounds(), true);
-          },
-          [this, showTitle](const osg::ref_ptr<osg::Node>& points) {
-            _removeFromScene(points);
-            showTitle();
-          }};
+  Session::Listener listener;
+  listener.scanAdded = [this] { setWindowTitle(*_viewer, _session.title()); };
+  listener.pointsAdded = [this] { _showContent(); };
+  listener.pointsLoaded = [this] {
+    _points.updateRanges();
+    _clip.setContent(_scene.cloud.bounds(), true);
+  };
+  listener.scanClosed = [this](const osg::ref_ptr<osg::Node>& points) { _removeScan(points); };
+  return listener;
 }
 
 void Application::_addEventHandlers() {
@@ -217,7 +216,7 @@ void Application::_closeScanUnderPointer() {
 }
 
 // The view stays unless no scan is left; then the next scan sets it.
-void Application::_removeFromScene(const osg::ref_ptr<osg::Node>& points) {
+void Application::_removeScan(const osg::ref_ptr<osg::Node>& points) {
   if (points) {
     _frames->remove(_scene.cloud.node(), points);
   }
@@ -227,9 +226,10 @@ void Application::_removeFromScene(const osg::ref_ptr<osg::Node>& points) {
   if (anyLeft) {
     _clip.setContent(_scene.cloud.bounds(), _session.isLoaded());
   } else {
-    _station.abandon();
-    _clip.abandon();
+    _station.leave();
+    _clip.removeBox();
   }
+  setWindowTitle(*_viewer, _session.title());
 }
 
 void Application::_updateStatus() {

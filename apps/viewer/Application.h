@@ -54,7 +54,7 @@ class Application {
 
   void _showContent();
   void _closeScanUnderPointer();
-  void _removeFromScene(const osg::ref_ptr<osg::Node>& points);
+  void _removeScan(const osg::ref_ptr<osg::Node>& points);
   void _updateStatus();
 
   Arguments _arguments;

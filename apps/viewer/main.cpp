@@ -11,7 +11,7 @@
 
 namespace {
 
-int tellGpu() {
+int printGpu() {
   const std::string table = QuorViewer::gpuTable();
   if (table.empty()) {
     throw QuorViewer::WindowError("the GPU cannot be queried; check that a display is available (DISPLAY)");
@@ -31,7 +31,7 @@ int main(int argc, char** argv) {
       std::cout << arguments.answer;
       return 0;
     }
-    return arguments.gpu ? tellGpu() : Application(arguments).run();
+    return arguments.gpu ? printGpu() : Application(arguments).run();
   } catch (const std::exception& error) {
     printError(error.what());
     return 1;

@@ -74,17 +74,17 @@ TEST_F(NavigatorTest, swappingTheManipulatorDuringADragRemovesThePivotMarker) {
   EXPECT_EQ(_scene->getNumChildren(), 0u);
 }
 
-TEST_F(NavigatorTest, beginsAboutTheMiddleWithItsManipulatorInstalled) {
-  EXPECT_FALSE(_navigator.turnsAboutPointer());
+TEST_F(NavigatorTest, startsAboutTheMiddleWithItsManipulatorInstalled) {
+  EXPECT_FALSE(_navigator.rotatesAboutPointer());
   EXPECT_FALSE(_navigator.isAtStation());
   EXPECT_EQ(_viewer->getCameraManipulator(), &_navigator.manipulator());
 }
 
-TEST_F(NavigatorTest, theSwapInstallsTheOtherManipulatorAndKeepsTheView) {
+TEST_F(NavigatorTest, swappingInstallsTheOtherManipulatorAndKeepsTheView) {
   const osgGA::CameraManipulator* first = _viewer->getCameraManipulator();
   const osg::Matrixd before = view();
   _navigator.swap();
-  EXPECT_TRUE(_navigator.turnsAboutPointer());
+  EXPECT_TRUE(_navigator.rotatesAboutPointer());
   EXPECT_NE(_viewer->getCameraManipulator(), first);
   EXPECT_EQ(_viewer->getCameraManipulator(), &_navigator.manipulator());
   expectSameView(view(), before);
@@ -93,7 +93,7 @@ TEST_F(NavigatorTest, theSwapInstallsTheOtherManipulatorAndKeepsTheView) {
   expectSameView(view(), before);
 }
 
-TEST_F(NavigatorTest, theSwapKeepsAnyViewAndTheNextSmallTurnIsSmall) {
+TEST_F(NavigatorTest, swappingKeepsAnyViewAndTheNextSmallRotationIsSmall) {
   constexpr unsigned int kSeed = 3;
   std::mt19937 random(kSeed);
   std::uniform_real_distribution<double> angle(-3.0, 3.0);
@@ -111,7 +111,7 @@ TEST_F(NavigatorTest, theSwapKeepsAnyViewAndTheNextSmallTurnIsSmall) {
   }
 }
 
-TEST_F(NavigatorTest, theSwapStraightDownAndStraightUpKeepsTheView) {
+TEST_F(NavigatorTest, swappingKeepsViewsStraightDownAndStraightUp) {
   for (const double pitch : {0.0, 3.14159265358979323846}) {
     _navigator.setPose({osg::Vec3d(), 50.0, osg::Quat(pitch, kXAxis) * osg::Quat(0.4, kZAxis)});
     const osg::Matrixd before = view();
@@ -120,7 +120,7 @@ TEST_F(NavigatorTest, theSwapStraightDownAndStraightUpKeepsTheView) {
   }
 }
 
-TEST_F(NavigatorTest, aStationTakesTheEyeAndKeepsTheDirection) {
+TEST_F(NavigatorTest, enteringAStationMovesTheEyeAndKeepsTheDirection) {
   const Pose before = _navigator.pose();
   const osg::Vec3d station(-4.0, 7.0, 1.5);
   _navigator.enterStation(station);
@@ -129,7 +129,7 @@ TEST_F(NavigatorTest, aStationTakesTheEyeAndKeepsTheDirection) {
   expectNear(_navigator.pose().direction(), before.direction(), 1e-9);
 }
 
-TEST_F(NavigatorTest, onAStationTheViewTurnsAndTheEyeStaysForBothManipulators) {
+TEST_F(NavigatorTest, atAStationTheViewRotatesAndTheEyeStaysForBothManipulators) {
   const osg::Vec3d station(-4.0, 7.0, 1.5);
   for (int round = 0; round < 2; ++round) {
     _navigator.enterStation(station);
@@ -151,7 +151,7 @@ TEST_F(NavigatorTest, leavingAStationKeepsTheRotatedView) {
   expectSameView(view(), before);
 }
 
-TEST_F(NavigatorTest, theSwapOnAStationStaysThere) {
+TEST_F(NavigatorTest, swappingAtAStationStaysThere) {
   const osg::Vec3d station(-4.0, 7.0, 1.5);
   _navigator.enterStation(station);
   _navigator.swap();
@@ -160,7 +160,7 @@ TEST_F(NavigatorTest, theSwapOnAStationStaysThere) {
   expectNear(_navigator.pose().eye(), station, 1e-4);
 }
 
-TEST_F(NavigatorTest, theWheelOnAStationChangesTheFieldOfViewOnly) {
+TEST_F(NavigatorTest, atAStationTheWheelChangesTheFieldOfViewOnly) {
   _navigator.enterStation(osg::Vec3d(-4.0, 7.0, 1.5));
   const osg::Matrixd before = view();
   send(osgGA::GUIEventAdapter::SCROLL, 0, 400.0F, 300.0F, osgGA::GUIEventAdapter::SCROLL_UP);

@@ -7,9 +7,9 @@ namespace {
 
 // Draws another group's children a second time without being their parent: events and intersectors reach them once, and
 // they keep a single path to the root.
-class DrawnAgain : public osg::Group {
+class SecondPass : public osg::Group {
  public:
-  explicit DrawnAgain(osg::Group* parent) : _parent(parent) { setCullingActive(false); }
+  explicit SecondPass(osg::Group* parent) : _parent(parent) { setCullingActive(false); }
   void traverse(osg::NodeVisitor& visitor) override {
     if (visitor.getVisitorType() == osg::NodeVisitor::CULL_VISITOR) {
       _parent->traverse(visitor);
@@ -32,13 +32,13 @@ ClipBox::ClipBox(osg::Node* cloud)
     : _node(new osg::Group),
       _clipNode(new osg::ClipNode),
       _handleParent(new osg::Group),
-      _ringsAgain(new DrawnAgain(_handleParent)) {
+      _secondRingPass(new SecondPass(_handleParent)) {
   ClipHandles::setUpState(*_handleParent->getOrCreateStateSet());
-  ClipHandles::setUpStateOfRingsAgain(*_ringsAgain->getOrCreateStateSet());
+  ClipHandles::setUpStateOfSecondRingPass(*_secondRingPass->getOrCreateStateSet());
   _clipNode->addChild(cloud);
   _node->addChild(_clipNode);
   _node->addChild(_handleParent);
-  _node->addChild(_ringsAgain);
+  _node->addChild(_secondRingPass);
 }
 
 void ClipBox::place(const osg::BoundingBoxf& box) {
@@ -77,7 +77,7 @@ void ClipBox::showHandles(ClipMode mode, int axisMask) {
 
 void ClipBox::_updateHandles() {
   _handles->setType(_mode, _axisMask);
-  _ringsAgain->setNodeMask(_mode == ClipHandles::CUTTER_ROTATE ? ~0U : 0U);
+  _secondRingPass->setNodeMask(_mode == ClipHandles::CUTTER_ROTATE ? ~0U : 0U);
 }
 
 }  // namespace QuorViewer

@@ -43,7 +43,7 @@ class ClipBox {
   osg::ref_ptr<osg::Group> _node;
   osg::ref_ptr<osg::ClipNode> _clipNode;
   osg::ref_ptr<osg::Group> _handleParent;
-  osg::ref_ptr<osg::Group> _ringsAgain;
+  osg::ref_ptr<osg::Group> _secondRingPass;
   osg::ref_ptr<ClipHandles> _handles;
   ClipMode _mode = ClipHandles::CUTTER_SCALE;
   int _axisMask = 7;

@@ -97,7 +97,7 @@ void ClipControl::setContent(const osg::BoundingBox& content, bool complete) {
   }
 }
 
-void ClipControl::abandon() {
+void ClipControl::removeBox() {
   _dependencies.box.remove();
   _content.init();
   _automaticPose.clear();
@@ -223,10 +223,10 @@ void ClipControl::_follow() {
     _shownNote = note;
   }
   const std::string pose = on ? _poseText(outputText) : std::string();
-  if (_dependencies.verbose && on && pose != _saidPose) {
+  if (_dependencies.verbose && on && pose != _printedPose) {
     _dependencies.messages.printState(pose);
   }
-  _saidPose = pose;
+  _printedPose = pose;
 }
 
 std::string ClipControl::_poseText(std::string (*text)(const ClipPose&)) const {

@@ -48,8 +48,8 @@ class ClipControl {
   /// true once all points are loaded.
   void setContent(const osg::BoundingBox& content, bool complete);
 
-  /// Removes the box when no points are left.
-  void abandon();
+  /// When no points are left.
+  void removeBox();
 
   bool isSaving() const { return _save != nullptr; }
   /// Continues a save in progress for about `budget`, and shows its progress if `mayShowProgress` says that there is
@@ -76,7 +76,7 @@ class ClipControl {
   bool _complete = false;
   std::string _automaticPose;  // of a box that follows the content; empty when it does not
   std::string _shownNote;
-  std::string _saidPose;
+  std::string _printedPose;
   std::unique_ptr<ClipSave> _save;
   ProgressLine _terminalProgress{"saving: read"};
 };

@@ -46,12 +46,12 @@ void main() {
 // the half behind the disc.
 constexpr const char* kFragmentShader = R"(#version 330 compatibility
 uniform int kind;
-uniform bool again;
+uniform bool secondPass;
 flat in vec4 base;
 in vec3 normal;
 layout(location = 0) out vec4 colour;
 void main() {
-  if (again && (base.a < 1.0 || (kind == 2 && normal.z < 0.0))) discard;
+  if (secondPass && (base.a < 1.0 || (kind == 2 && normal.z < 0.0))) discard;
   float facing = kind == 1 ? max(normalize(normal).z, 0.0) : 1.0;
   float shine = kind == 1 ? 0.35 * pow(facing, 24.0) : 0.0;
   colour = vec4(base.rgb * (0.35 + 0.65 * facing) + shine, base.a);
@@ -117,15 +117,15 @@ ClipHandles::ClipHandles(const osg::BoundingBoxf& box, osg::ClipNode* clipNode) 
 void ClipHandles::setUpState(osg::StateSet& state) {
   state.setAttribute(createProgram("clip box handles", kVertexShader, kFragmentShader));
   state.addUniform(new osg::Uniform("kind", 0));
-  state.addUniform(new osg::Uniform("again", false));
+  state.addUniform(new osg::Uniform("secondPass", false));
   state.setAttribute(createDepth(1.0));
   state.setAttributeAndModes(new osg::BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA));
   state.setMode(GL_LINE_SMOOTH, osg::StateAttribute::ON);
 }
 
-void ClipHandles::setUpStateOfRingsAgain(osg::StateSet& state) {
+void ClipHandles::setUpStateOfSecondRingPass(osg::StateSet& state) {
   setUpState(state);
-  state.addUniform(new osg::Uniform("again", true));
+  state.addUniform(new osg::Uniform("secondPass", true));
   state.setRenderBinDetails(DrawOrder::kHandles, "RenderBin", osg::StateSet::OVERRIDE_RENDERBIN_DETAILS);
 }
 

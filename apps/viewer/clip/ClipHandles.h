@@ -24,7 +24,7 @@ struct HandlePath {
 /// huge distance.
 ///
 /// Cones are drawn on top of everything; points occlude lines. The rings must be drawn twice: before the cloud with
-/// `setUpState`, and after it with `setUpStateOfRingsAgain`, which draws only the half in front of the disc.
+/// `setUpState`, and after it with `setUpStateOfSecondRingPass`, which draws only the half in front of the disc.
 class ClipHandles : public QuorOsgUtils::BoxCutterDragger {
  public:
   /// `clipNode` must have no planes; `applyClipPlane` adds them.
@@ -32,7 +32,7 @@ class ClipHandles : public QuorOsgUtils::BoxCutterDragger {
 
   /// State for a parent of the handles.
   static void setUpState(osg::StateSet& state);
-  static void setUpStateOfRingsAgain(osg::StateSet& state);
+  static void setUpStateOfSecondRingPass(osg::StateSet& state);
 
   using BoxCutterDragger::applyClipPlane;
   using BoxCutterDragger::handle;

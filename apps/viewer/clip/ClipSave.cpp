@@ -37,12 +37,12 @@ void ClipSave::step(std::chrono::milliseconds budget) {
     }
     _crop->step(budget);
     if (_crop->finished()) {
-      _tell();
+      _reportWritten();
       _next();
     }
   } catch (const std::exception& error) {
     if (!_nothingInside()) {
-      _fail(error.what());
+      _reportFailure(error.what());
     }
     _next();
   }
@@ -57,14 +57,14 @@ void ClipSave::_open() {
   });
 }
 
-void ClipSave::_tell() {
-  _anyToldOf = true;
+void ClipSave::_reportWritten() {
+  _anyReported = true;
   _listener.written(grouped(_crop->pointsWritten()) + " of " + grouped(_crop->pointCount()) + " points written to " +
                     _path);
 }
 
-void ClipSave::_fail(const std::string& reason) {
-  _anyToldOf = true;
+void ClipSave::_reportFailure(const std::string& reason) {
+  _anyReported = true;
   _listener.failed(reason);
 }
 
@@ -77,7 +77,7 @@ void ClipSave::_next() {
   _crop.reset();
   _readBefore += _scans.info(_scansLeft.back()).pointCount;
   _scansLeft.pop_back();
-  if (finished() && !_anyToldOf) {
+  if (finished() && !_anyReported) {
     _listener.failed("No point is inside the box: no file was written");
   }
 }

@@ -37,8 +37,8 @@ class ClipSave {
 
  private:
   void _open();
-  void _tell();
-  void _fail(const std::string& reason);
+  void _reportWritten();
+  void _reportFailure(const std::string& reason);
   bool _nothingInside() const;
   void _next();
 
@@ -49,7 +49,7 @@ class ClipSave {
   std::string _path;
   std::unique_ptr<ScanCrop> _crop;  // of the current scan
   std::uint64_t _readBefore = 0;    // points of the finished scans
-  bool _anyToldOf = false;
+  bool _anyReported = false;
 };
 
 }  // namespace QuorViewer

@@ -39,7 +39,7 @@ void CameraControl::printChangedView() {
 }
 
 void CameraControl::_goHome() {
-  _dependencies.station.abandon();
+  _dependencies.station.leave();
   _dependencies.view.home();
 }
 
@@ -53,7 +53,7 @@ void CameraControl::_toggleProjection() {
 
 void CameraControl::_lookAtPick() {
   if (const std::optional<PickedPoint>& picked = _dependencies.picker.latest()) {
-    _dependencies.station.abandon();
+    _dependencies.station.leave();
     _userNavigated = true;
     _dependencies.view.lookAt(picked->localPosition);
   } else {

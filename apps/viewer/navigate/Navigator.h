@@ -31,7 +31,7 @@ class Navigator {
   /// The manipulator in use.
   QuorOsgUtils::SLidarManipulatorBase& manipulator() const;
 
-  bool turnsAboutPointer() const { return _aboutPointer; }
+  bool rotatesAboutPointer() const { return _aboutPointer; }
   /// Switches to the other manipulator.
   void swap();
 

@@ -28,7 +28,7 @@ std::vector<KeyBinding> StationControl::bindings(StationControl& control) {
 
 void StationControl::_toggle() {
   if (isAtStation()) {
-    abandon();
+    leave();
     return _dependencies.messages.show("Previous view restored");
   }
   if (const std::optional<osg::Vec3d> station = _findStation()) {
@@ -51,7 +51,7 @@ void StationControl::_enter(const osg::Vec3d& station) {
                                coordinates(station + _dependencies.scans.origin(), kCoordinateDecimals));
 }
 
-void StationControl::abandon() {
+void StationControl::leave() {
   if (!isAtStation()) {
     return;
   }
@@ -66,7 +66,7 @@ void StationControl::abandon() {
 
 void StationControl::_swap() {
   _dependencies.navigator.swap();
-  const bool aboutPointer = _dependencies.navigator.turnsAboutPointer();
+  const bool aboutPointer = _dependencies.navigator.rotatesAboutPointer();
   _dependencies.messages.show(aboutPointer ? "Right drag orbits about the point under the pointer"
                                            : "Right drag orbits about the middle of the view");
   _dependencies.messages.print(aboutPointer ? "navigation about the pointer" : "navigation about the middle");
@@ -94,7 +94,7 @@ std::string StationControl::summary() const {
   }
   const std::string projection = _dependencies.view.isOrthographic() ? "Orthographic" : "Perspective";
   return projection +
-         (_dependencies.navigator.turnsAboutPointer() ? "   ·   Orbit: pointer" : "   ·   Orbit: middle of view");
+         (_dependencies.navigator.rotatesAboutPointer() ? "   ·   Orbit: pointer" : "   ·   Orbit: middle of view");
 }
 
 // Scans from a single station often have it at the origin of their coordinates, among their points.

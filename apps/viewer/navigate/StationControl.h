@@ -37,7 +37,7 @@ class StationControl {
 
   bool isAtStation() const { return _dependencies.navigator.isAtStation(); }
   /// Leaves the station, if at one, and restores the view from before.
-  void abandon();
+  void leave();
   /// Shows the field of view if it has changed since the last call.
   void showFieldOfView();
   /// The navigation part of the status bar.

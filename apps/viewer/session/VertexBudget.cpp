@@ -21,9 +21,9 @@ void VertexBudget::giveBack(std::uint64_t points) {
 }
 
 std::uint64_t defaultBudgetBytes() {
-  constexpr std::uint64_t kWhereNotTold = std::uint64_t{2} << 30U;
+  constexpr std::uint64_t kIfUnknown = std::uint64_t{2} << 30U;
   const std::uint64_t machine = machineMemoryBytes();
-  return machine > 0 ? machine / 2 : kWhereNotTold;
+  return machine > 0 ? machine / 2 : kIfUnknown;
 }
 
 }  // namespace QuorViewer
