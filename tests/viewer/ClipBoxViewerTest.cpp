@@ -24,11 +24,11 @@ using testing::StartsWith;
 constexpr double kPi = 3.14159265358979323846;
 
 // The box as the viewer reports it, with the test's own arithmetic.
-struct ToldBox {
+struct ReportedBox {
   osg::Vec3d size, centre, axis;
   double degrees = 0.0;
 
-  explicit ToldBox(const std::string& line) {
+  explicit ReportedBox(const std::string& line) {
     std::string word;
     std::istringstream words(line);
     words >> word >> word >> size.x() >> size.y() >> size.z() >> word >> centre.x() >> centre.y() >> centre.z() >>
@@ -37,17 +37,17 @@ struct ToldBox {
   }
 
   // Rotates by Rodrigues' formula.
-  osg::Vec3d turned(const osg::Vec3d& v, double sign) const {
+  osg::Vec3d rotated(const osg::Vec3d& v, double sign) const {
     const double t = sign * degrees * kPi / 180.0;
     return v * std::cos(t) + (axis ^ v) * std::sin(t) + axis * ((axis * v) * (1.0 - std::cos(t)));
   }
 
   // Converts from the box's local frame, whose origin is the box's centre.
-  osg::Vec3d world(const osg::Vec3d& local) const { return centre + turned(local, 1.0); }
+  osg::Vec3d world(const osg::Vec3d& local) const { return centre + rotated(local, 1.0); }
 
   // Depth inside the nearest face; negative outside.
   double depthOf(const osg::Vec3d& place) const {
-    const osg::Vec3d local = turned(place - centre, -1.0);
+    const osg::Vec3d local = rotated(place - centre, -1.0);
     double depth = 1e300;
     for (int i = 0; i < 3; ++i) {
       depth = std::min(depth, 0.5 * size[i] - std::abs(local[i]));
@@ -82,11 +82,11 @@ std::multiset<GridPoint> pointsInLasFile(const std::string& path) {
 
 class ClipBoxViewerTest : public ViewerFixture {
  protected:
-  ToldBox toldBox() const {
+  ReportedBox reportedBox() const {
     const std::string output = "\n" + _viewer->output();  // the line may be the first one
     const std::size_t start = output.rfind("\nclip size");
-    return ToldBox(start == std::string::npos ? std::string()
-                                              : output.substr(start + 1, output.find('\n', start + 1) - start));
+    return ReportedBox(start == std::string::npos ? std::string()
+                                                  : output.substr(start + 1, output.find('\n', start + 1) - start));
   }
 
   void pressKey(const std::string& name) {
@@ -102,11 +102,11 @@ class ClipBoxViewerTest : public ViewerFixture {
   void dragWhereNoHandleIs(const osg::Vec3d& from, const osg::Vec3d& to) { _drag(from, to, ""); }
 
   Pixel rightCone() {
-    const ToldBox box = toldBox();
+    const ReportedBox box = reportedBox();
     return pixelOf(box.world({0.5 * box.size.x(), 0.0, 0.0}));
   }
 
-  std::multiset<GridPoint> pointsInside(const ToldBox& box) const {
+  std::multiset<GridPoint> pointsInside(const ReportedBox& box) const {
     std::multiset<GridPoint> inside;
     for (const LasFilePoint& point : _points) {
       const double depth = box.depthOf(coordinatesOf(point));
@@ -119,7 +119,7 @@ class ClipBoxViewerTest : public ViewerFixture {
   }
 
   void expectSaveHoldsWhatIsInside(const std::string& name) {
-    const ToldBox box = toldBox();
+    const ReportedBox box = reportedBox();
     const std::multiset<GridPoint> expected = pointsInside(box);
     EXPECT_GT(expected.size(), 0U);
     EXPECT_LT(expected.size(), _points.size());
@@ -131,17 +131,17 @@ class ClipBoxViewerTest : public ViewerFixture {
 
  private:
   void _drag(const osg::Vec3d& from, const osg::Vec3d& to, const std::string& reported) {
-    const ToldBox box = toldBox();
+    const ReportedBox box = reportedBox();
     const Pixel start = pixelOf(box.world(from));
     drag(kLeft, start, between(start, pixelOf(box.world(to))), reported);
   }
 };
 
-TEST_F(ClipBoxViewerTest, theKeySwitchesABoxOnAroundTheScanAndOff) {
+TEST_F(ClipBoxViewerTest, theKeySwitchesABoxAroundTheScanOnAndOff) {
   showGrid();
   pressKey("b");
   EXPECT_THAT(_viewer->output(), HasSubstr("\nclip on\n"));
-  const ToldBox box = toldBox();
+  const ReportedBox box = reportedBox();
   for (const LasFilePoint& point : _points) {
     EXPECT_GT(box.depthOf(coordinatesOf(point)), 0.01);
     EXPECT_LT((coordinatesOf(point) - box.centre).length(), 0.51 * box.size.length());
@@ -153,7 +153,7 @@ TEST_F(ClipBoxViewerTest, theKeySwitchesABoxOnAroundTheScanAndOff) {
 
 TEST_F(ClipBoxViewerTest, theOptionStartsWithItsBoxAndPicksHitOnlyWhatIsInside) {
   showGrid({"--clip", "9876540 9999990 -10 9876575.1 10000070 10"});
-  const ToldBox box = toldBox();
+  const ReportedBox box = reportedBox();
   EXPECT_NEAR(box.size.x(), 35.1, 1e-4);
   EXPECT_NEAR(box.centre.y(), 10000030.0, 1e-4);
   EXPECT_EQ(box.degrees, 0.0);
@@ -171,9 +171,9 @@ TEST_F(ClipBoxViewerTest, theOptionStartsWithItsBoxAndPicksHitOnlyWhatIsInside) 
 
 TEST_F(ClipBoxViewerTest, draggingTheRightFaceInwardsCutsAndSaveWritesTheRest) {
   showGrid({"--clip", "9876538 9999988 -12 9876610 10000068 16"});
-  const ToldBox before = toldBox();
+  const ReportedBox before = reportedBox();
   dragHandle({0.5 * before.size.x(), 0.0, 0.0}, {0.1 * before.size.x(), 0.0, 0.0});
-  const ToldBox after = toldBox();
+  const ReportedBox after = reportedBox();
   EXPECT_NEAR(after.size.x(), 0.6 * before.size.x(), 1.0);
   EXPECT_EQ(after.size.y(), before.size.y());
   EXPECT_NEAR(after.centre.x() - 0.5 * after.size.x(), before.centre.x() - 0.5 * before.size.x(), 1e-3);
@@ -184,23 +184,23 @@ TEST_F(ClipBoxViewerTest, draggingTheRightFaceInwardsCutsAndSaveWritesTheRest) {
 
 TEST_F(ClipBoxViewerTest, aRotatedAndMovedBoxSavesThePointsInside) {
   showGrid({"--clip", "9876538 9999988 -12 9876590 10000048 16"});
-  const ToldBox before = toldBox();
+  const ReportedBox before = reportedBox();
   pressKey("t");
   const osg::Vec3d eye = _viewer->view().eye - before.centre;
   const double start = std::atan2(eye.y(), eye.x()) + 0.35;
   const double radius = 1.1 * 0.5 * before.size.length();
   const auto onRing = [&](double angle) { return osg::Vec3d(radius * std::cos(angle), radius * std::sin(angle), 0.0); };
   dragHandle(onRing(start), onRing(start + 0.6));
-  const ToldBox turned = toldBox();
-  EXPECT_GT(turned.degrees, 10.0);
-  EXPECT_LT((turned.axis - osg::Vec3d(0.0, 0.0, 1.0)).length(), 1e-6);
-  EXPECT_LT((turned.size - before.size).length(), 1e-6);
+  const ReportedBox rotated = reportedBox();
+  EXPECT_GT(rotated.degrees, 10.0);
+  EXPECT_LT((rotated.axis - osg::Vec3d(0.0, 0.0, 1.0)).length(), 1e-6);
+  EXPECT_LT((rotated.size - before.size).length(), 1e-6);
   pressKey("m");
   // A point on the shaft of the X arrow, at any view distance.
   dragHandle({7.0, 0.0, 0.0}, {17.0, 0.0, 0.0});
-  const ToldBox moved = toldBox();
-  EXPECT_NEAR((moved.centre - turned.centre).length(), 10.0, 1.0);
-  EXPECT_LT((moved.centre - turned.world({10.0, 0.0, 0.0})).length(), 1.0);
+  const ReportedBox moved = reportedBox();
+  EXPECT_NEAR((moved.centre - rotated.centre).length(), 10.0, 1.0);
+  EXPECT_LT((moved.centre - rotated.world({10.0, 0.0, 0.0})).length(), 1.0);
   expectSaveHoldsWhatIsInside("grid_inside.las");
 }
 
@@ -218,27 +218,27 @@ TEST_F(ClipBoxViewerTest, aClickOnAHandlePicksNothingAndOneBesideItPicksAsBefore
 TEST_F(ClipBoxViewerTest, aRightDragThatStartsOnAHandleOrbitsAndLeavesTheBoxAlone) {
   showGrid({"--clip", "9876538 9999988 -12 9876610 10000068 16"});
   const ReportedView before = _viewer->view();
-  const ToldBox box = toldBox();
+  const ReportedBox box = reportedBox();
   drag(kRight, rightCone(), {90, 30});
   EXPECT_GT(std::acos(before.direction() * _viewer->view().direction()), 0.1);
-  EXPECT_EQ(toldBox().size, box.size);
-  EXPECT_EQ(toldBox().centre, box.centre);
+  EXPECT_EQ(reportedBox().size, box.size);
+  EXPECT_EQ(reportedBox().centre, box.centre);
 }
 
 TEST_F(ClipBoxViewerTest, resetFitsTheBoxToEverythingAndAxesShowAloneOrTogether) {
   showGrid({"--clip", "9876538 9999988 -12 9876550 10000008 16"});
   pressKey("r");
   EXPECT_THAT(_viewer->output(), HasSubstr("\nclip reset\n"));
-  EXPECT_EQ(pointsInside(toldBox()).size(), _points.size());
+  EXPECT_EQ(pointsInside(reportedBox()).size(), _points.size());
   pressKey("y");
   EXPECT_THAT(_viewer->output(), HasSubstr("\nclip axes Y\n"));
-  const ToldBox box = toldBox();
+  const ReportedBox box = reportedBox();
   dragWhereNoHandleIs({0.5 * box.size.x(), 0.0, 0.0}, {0.3 * box.size.x(), 0.0, 0.0});
-  EXPECT_EQ(toldBox().size, box.size);
+  EXPECT_EQ(reportedBox().size, box.size);
   pressKey("y");
   EXPECT_THAT(_viewer->output(), HasSubstr("\nclip axes XYZ\n"));
   dragHandle({0.5 * box.size.x(), 0.0, 0.0}, {0.3 * box.size.x(), 0.0, 0.0});
-  EXPECT_LT(toldBox().size.x(), box.size.x());
+  EXPECT_LT(reportedBox().size.x(), box.size.x());
 }
 
 TEST_F(ClipBoxViewerTest, aBoxTooFarAwayToKeepItsSizeIsRefusedAndTheCloudShows) {
@@ -248,10 +248,10 @@ TEST_F(ClipBoxViewerTest, aBoxTooFarAwayToKeepItsSizeIsRefusedAndTheCloudShows) 
   expectClickReports(24);
 }
 
-TEST_F(ClipBoxViewerTest, keysWaitWhileAHandleIsHeld) {
+TEST_F(ClipBoxViewerTest, keysAreIgnoredWhileAHandleIsHeld) {
   showGrid();
   pressKey("b");
-  const ToldBox before = toldBox();
+  const ReportedBox before = reportedBox();
   const Pixel cone = rightCone();
   _viewer->movePointer(cone.x, cone.yFromTop);
   _viewer->settle();
@@ -267,10 +267,10 @@ TEST_F(ClipBoxViewerTest, keysWaitWhileAHandleIsHeld) {
   EXPECT_THAT(_viewer->output(), testing::Not(HasSubstr("clip mode")));
   pressKey("t");
   EXPECT_THAT(_viewer->output(), HasSubstr("clip mode turn"));
-  EXPECT_EQ(toldBox().size, before.size);
+  EXPECT_EQ(reportedBox().size, before.size);
 }
 
-TEST_F(ClipBoxViewerTest, keysOfABoxThatIsOffChangeNothing) {
+TEST_F(ClipBoxViewerTest, clipKeysChangeNothingWhileTheBoxIsOff) {
   showGrid();
   for (const char* key : {"s", "m", "t", "x", "r", "w"}) {
     pressKey(key);
@@ -287,7 +287,7 @@ TEST_F(ClipBoxViewerTest, anEmptyBoxIsReportedAndWritesNoFile) {
   EXPECT_FALSE(std::filesystem::exists(path("grid_inside.las.part")));
 }
 
-TEST_F(ClipBoxViewerTest, aFileThatCannotBeWrittenIsNamedAndTheViewerGoesOn) {
+TEST_F(ClipBoxViewerTest, aFileThatCannotBeWrittenIsNamedAndTheViewerContinues) {
   showGrid({"--clip", "9876538 9999988 -12 9876610 10000068 16"});
   std::filesystem::create_directory(path("grid_inside.las.part"));
   pressKey("w");

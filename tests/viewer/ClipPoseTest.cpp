@@ -15,7 +15,7 @@ using testing::HasSubstr;
 
 const osg::BoundingBoxf kBox(-1.0F, 2.0F, 3.0F, 5.0F, 4.0F, 3.5F);
 
-TEST(ClipPoseTest, anUnmovedBoxStandsInTheWorldByItsOriginAlone) {
+TEST(ClipPoseTest, anUnmovedBoxIsShiftedByTheOriginAlone) {
   const ClipPose pose = poseOf(kBox, osg::Matrixd(), {2230000.0, 252000.0, 10.0});
   EXPECT_EQ(pose.size, osg::Vec3d(6.0, 2.0, 0.5));
   EXPECT_EQ(pose.centre, osg::Vec3d(2230002.0, 252003.0, 13.25));
@@ -45,12 +45,12 @@ TEST(ClipPoseTest, aRotationTheOtherWayIsReportedAboutTheOppositeAxis) {
 }
 
 // Rodrigues' formula: v cos t + (k × v) sin t + k (k · v) (1 - cos t).
-osg::Vec3d turned(const osg::Vec3d& v, const osg::Vec3d& k, double degrees) {
+osg::Vec3d rotated(const osg::Vec3d& v, const osg::Vec3d& k, double degrees) {
   const double t = degrees * std::acos(-1.0) / 180.0;
   return v * std::cos(t) + (k ^ v) * std::sin(t) + k * ((k * v) * (1.0 - std::cos(t)));
 }
 
-TEST(ClipPoseTest, axisAndAngleTurnEveryDirectionAsTheMatrixDoes) {
+TEST(ClipPoseTest, axisAndAngleRotateEveryDirectionAsTheMatrixDoes) {
   std::mt19937 random(7);
   std::uniform_real_distribution<double> number(-1.0, 1.0);
   for (int round = 0; round < 200; ++round) {
@@ -62,7 +62,7 @@ TEST(ClipPoseTest, axisAndAngleTurnEveryDirectionAsTheMatrixDoes) {
     EXPECT_LE(pose.degrees, 180.0);
     EXPECT_NEAR(pose.axis.length(), 1.0, 1e-12);
     const osg::Vec3d direction(number(random), number(random), number(random));
-    EXPECT_LT((turned(direction, pose.axis, pose.degrees) - direction * matrix).length(), 1e-9);
+    EXPECT_LT((rotated(direction, pose.axis, pose.degrees) - direction * matrix).length(), 1e-9);
   }
 }
 

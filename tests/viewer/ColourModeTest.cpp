@@ -10,7 +10,7 @@ namespace {
 
 using namespace QuorViewer;
 
-TEST(ColourModeTest, everyModeIsFoundByItsWord) {
+TEST(ColourModeTest, everyModeIsFoundByItsOptionName) {
   for (int mode = 0; mode < kColourModeCount; ++mode) {
     EXPECT_EQ(colourModeOf(optionOf(static_cast<ColourMode>(mode))), static_cast<ColourMode>(mode));
   }

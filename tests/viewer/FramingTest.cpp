@@ -66,7 +66,7 @@ TEST(FramingTest, orthographicFramingTouchesTwoOppositeEdgesOfThePicture) {
   }
 }
 
-TEST(FramingTest, aDirectionLooksFromWhereItSays) {
+TEST(FramingTest, theEyeLiesInTheGivenDirection) {
   const Direction fromTheEast = {90.0, 30.0};
   const osg::Vec3d towardsViewer = fromTheEast.pitch() * fromTheEast.yaw() * osg::Vec3d(0.0, 0.0, 1.0);
   EXPECT_NEAR(towardsViewer.x(), std::cos(3.14159265358979 / 6.0), 1e-9);

@@ -41,7 +41,7 @@ void expectSameView(const ReportedView& actual, const ReportedView& expected) {
   EXPECT_LT((actual.up - expected.up).length(), 1e-5);
 }
 
-TEST_F(NavigationViewerTest, theSwapOfTheManipulatorsMovesNothing) {
+TEST_F(NavigationViewerTest, swappingTheManipulatorsMovesNothing) {
   showGrid();
   drag(kRight, {400, 300}, {60, -20});
   const ReportedView before = _viewer->view();
@@ -72,7 +72,7 @@ TEST_F(NavigationViewerTest, aRightDragAboutThePointerKeepsThePickedPointInPlace
   expectClickReports(24);
 }
 
-TEST_F(NavigationViewerTest, theStationOfTheCommandLineTakesTheEyeAndKeepsTheDirection) {
+TEST_F(NavigationViewerTest, theStationOptionMovesTheEyeAndKeepsTheDirection) {
   showGrid({"--station", "9876573 10000030 2.5"});
   const ReportedView before = _viewer->view();
   _viewer->key("l");
@@ -105,7 +105,7 @@ TEST_F(NavigationViewerTest, atAStationTheWheelChangesTheFieldOfViewAndNotTheEye
   expectSameView(_viewer->view(), there);
 }
 
-TEST_F(NavigationViewerTest, atAStationARightDragTurnsTheViewAndLeavesTheEye) {
+TEST_F(NavigationViewerTest, atAStationARightDragRotatesTheViewAndLeavesTheEye) {
   showGrid({"--station", "9876573 10000030 2.5"});
   press("l");
   const ReportedView there = _viewer->view();
@@ -160,7 +160,7 @@ TEST_F(NavigationViewerTest, theOriginIsAStationIfItLiesAmongThePoints) {
   EXPECT_EQ(_viewer->waitForLine("station"), "station on 0.000 0.000 0.000");
 }
 
-TEST_F(NavigationViewerTest, keysWaitWhileAMouseButtonIsHeld) {
+TEST_F(NavigationViewerTest, keysAreIgnoredWhileAMouseButtonIsHeld) {
   showGrid({"--station", "9876573 10000030 2.5"});
   _viewer->movePointer(400, 300);
   _viewer->press(kRight);

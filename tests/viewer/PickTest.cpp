@@ -30,14 +30,14 @@ TEST_F(PickTest, nothingIsPickedFromTheBackground) {
   EXPECT_FALSE(pick(20, 15));
 }
 
-TEST_F(PickTest, thePointUnderThePointerWins) {
+TEST_F(PickTest, thePointUnderThePointerIsPicked) {
   put(20, 15, 1, 7);
   put(21, 15, 1, 8);
   ASSERT_TRUE(pick(20, 15));
   EXPECT_EQ(pick(20, 15)->point, 7U);
 }
 
-TEST_F(PickTest, theNearestOfSeveralWins) {
+TEST_F(PickTest, theNearestOfSeveralIsPicked) {
   put(17, 12, 1, 1);  // 4.24 pixels away
   put(20, 19, 2, 2);  // 4 pixels away
   put(25, 15, 3, 3);  // 5 pixels away
@@ -64,7 +64,7 @@ TEST_F(PickTest, anIndexBeyondThirtyTwoBitsIsNotTruncated) {
   EXPECT_EQ(pick(3, 3)->point, 0x500000002ULL);
 }
 
-TEST_F(PickTest, placesAtAndBeyondTheEdgesStayInsideTheImage) {
+TEST_F(PickTest, positionsAtAndBeyondTheEdgesStayInsideTheImage) {
   put(0, 0, 1, 5);
   put(kWidth - 1, kHeight - 1, 1, 6);
   EXPECT_EQ(pick(-3, -3)->point, 5U);

@@ -42,7 +42,7 @@ double shareOfOthers(const osg::Image* a, const osg::Image* b) {
 
 using PicturesViewerTest = ViewerFixture;
 
-TEST_F(PicturesViewerTest, theToursPicturesAreThoseOfTheOtherSystem) {
+TEST_F(PicturesViewerTest, thePicturesOfTheTourEqualThoseOfAnotherSystem) {
   const char* const others = std::getenv("QUOR_TOUR_PICTURES");
   if (others == nullptr) GTEST_SKIP() << "QUOR_TOUR_PICTURES is not set to a folder of screenshots from another system";
   start({"--size", "480x270", "--tour", path("tour")});

@@ -72,7 +72,7 @@ TEST(SampleTest, aStrideReadsOneOfSeveralInterleavedStreams) {
   EXPECT_EQ(sample.values(), (std::vector<float>{1, 11, 21}));
 }
 
-TEST(SampleTest, whatIsNotFiniteIsLeftOut) {
+TEST(SampleTest, valuesThatAreNotFiniteAreLeftOut) {
   Sample<float> sample(100);
   const std::vector<float> values = {1.0F, std::numeric_limits<float>::quiet_NaN(),
                                      std::numeric_limits<float>::infinity(), 2.0F};

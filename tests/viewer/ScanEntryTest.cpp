@@ -51,7 +51,7 @@ TEST_F(ScanEntryTest, returnEntersTheTextAndKeysAreNoLongerHandled) {
   EXPECT_EQ(_actions.redraws, 21);
 }
 
-TEST_F(ScanEntryTest, backspaceErasesACharacterOfWhateverLength) {
+TEST_F(ScanEntryTest, backspaceErasesACharacterOfAnyLength) {
   _entry->open();
   type("a");
   press(0xE9);  // é
@@ -63,7 +63,7 @@ TEST_F(ScanEntryTest, backspaceErasesACharacterOfWhateverLength) {
   EXPECT_THAT(_entered, ElementsAre("a\xC3\xBC"));
 }
 
-TEST_F(ScanEntryTest, anEmptyPathIsGivenUp) {
+TEST_F(ScanEntryTest, returnWithAnEmptyPathClosesTheEntry) {
   _entry->open();
   press('a');
   press(Key::KEY_BackSpace);
@@ -84,13 +84,13 @@ TEST_F(ScanEntryTest, nonCharacterKeysAddNothingButAreHandled) {
   EXPECT_THAT(_entered, ElementsAre("a"));
 }
 
-TEST_F(ScanEntryTest, otherEventsPassBy) {
+TEST_F(ScanEntryTest, otherEventsAreNotHandled) {
   _entry->open();
   EXPECT_FALSE(send(osgGA::GUIEventAdapter::KEYUP, 'x'));
   EXPECT_FALSE(send(osgGA::GUIEventAdapter::PUSH, 0));
 }
 
-TEST_F(ScanEntryTest, eachOpeningBeginsAnew) {
+TEST_F(ScanEntryTest, eachOpeningStartsWithAnEmptyPath) {
   _entry->open();
   type("old");
   _entry->open();

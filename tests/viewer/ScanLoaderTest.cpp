@@ -1,16 +1,14 @@
 #include "support/platform/Platform.h"
 #include "tests/scan/LasFile.h"
 #include "tests/scan/ScanBytes.h"
+#include "tests/viewer/WorkerGate.h"
 #include "viewer/session/ScanLoader.h"
-
-#include <QuorOsgUtils/FileManager.h>
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <future>
 #include <map>
 #include <random>
 #include <thread>
@@ -36,20 +34,6 @@ std::vector<LasFilePoint> manyPoints(int count) {
   return points;
 }
 
-/// Blocks the manager's worker until it is opened.
-class Gate : public QuorOsgUtils::FileCmd {
- public:
-  explicit Gate(std::shared_future<void> opened) : FileCmd("gate", High), _opened(std::move(opened)) {
-    setAutoDelete(true);
-  }
-  void operator()(const QuorOsgUtils::FileProxy* /*proxy*/, QuorOsgUtils::FileManager* /*manager*/) override {
-    _opened.wait();
-  }
-
- private:
-  std::shared_future<void> _opened;
-};
-
 class ScanLoaderTest : public testing::Test {
  protected:
   using Found = std::map<std::pair<unsigned int, std::uint64_t>, osg::Vec3d>;
@@ -67,8 +51,8 @@ class ScanLoaderTest : public testing::Test {
                              [this](const std::string& error) { _errors.push_back(error); },
                              [this](const std::string& note) { _notes.push_back(note); }});
   }
-  void holdUp() { QuorOsgUtils::FileManager::getInstance()->push(new Gate(_open.get_future().share())); }
-  void letGo() { _open.set_value(); }
+  void blockWorker() { _gate = std::make_unique<WorkerGate>(QuorOsgUtils::FileCmd::High); }
+  void unblockWorker() { _gate->open(); }
 
   void take(unsigned int scan, const PointChunk& chunk) {
     ASSERT_EQ(chunk.positions->size(), chunk.points.count);
@@ -108,7 +92,7 @@ class ScanLoaderTest : public testing::Test {
   }
 
   ScanBytes::Folder _folder;
-  std::promise<void> _open;
+  std::unique_ptr<WorkerGate> _gate;
   std::unique_ptr<ScanSet> _scans;
   std::unique_ptr<ScanLoader> _loader;
   Found _found;
@@ -155,7 +139,7 @@ TEST_F(ScanLoaderTest, aScanLargerThanTheBudgetIsThinnedEvenlyAndReported) {
   EXPECT_EQ(_loader->thinning(), 4U);
 }
 
-TEST_F(ScanLoaderTest, scansAddedLaterGetWhatIsLeftAndWhereNothingIsLeftAreRefused) {
+TEST_F(ScanLoaderTest, scansAddedLaterGetTheRemainingMemoryAndAreRefusedWithoutAny) {
   load({write("a.las", manyPoints(1000))}, 40 * 1100);
   _loader->start();
   _scans->add(write("b.las", manyPoints(400)));
@@ -183,11 +167,11 @@ TEST_F(ScanLoaderTest, aFileTruncatedWhileItLoadsIsReportedWithItsOffsetAndTheOt
   if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   const std::vector<LasFilePoint> points = manyPoints(700000);
   load({write("cut.las", points), write("whole.las", manyPoints(50))});
-  holdUp();
+  blockWorker();
   _loader->start();
   const std::uint64_t end = kHeaderBytes + 600001 * kRecordBytes + 7;
   std::filesystem::resize_file(_folder.path("cut.las"), end);
-  letGo();
+  unblockWorker();
   finish();
   EXPECT_THAT(_errors, ElementsAre(_folder.path("cut.las") + ": the file ended while it was being read, at byte " +
                                    std::to_string(end)));
@@ -200,10 +184,10 @@ TEST_F(ScanLoaderTest, aFileTruncatedWhileItLoadsIsReportedWithItsOffsetAndTheOt
 TEST_F(ScanLoaderTest, aFileEmptiedWhileItLoadsLeavesTheLoaderAlive) {
   if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   load({write("gone.las", manyPoints(300000))});
-  holdUp();
+  blockWorker();
   _loader->start();
   std::filesystem::resize_file(_folder.path("gone.las"), 0);
-  letGo();
+  unblockWorker();
   finish();
   EXPECT_THAT(_errors, ElementsAre(HasSubstr("at byte 0")));
   EXPECT_TRUE(_found.empty());
@@ -221,10 +205,10 @@ TEST_F(ScanLoaderTest, aFileTruncatedBeforeItIsMappedIsReportedToo) {
 TEST_F(ScanLoaderTest, aFileThatIsDeletedStillLoads) {
   if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   load({write("unlinked.las", manyPoints(1000))});
-  holdUp();
+  blockWorker();
   _loader->start();
   std::filesystem::remove(_folder.path("unlinked.las"));
-  letGo();
+  unblockWorker();
   finish();
   EXPECT_EQ(_found.size(), 1000U);
   EXPECT_THAT(_errors, ElementsAre());
@@ -234,27 +218,27 @@ TEST_F(ScanLoaderTest, aFileThatIsReplacedByAnotherStillLoads) {
   if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   const std::vector<LasFilePoint> points = manyPoints(1000);
   load({write("scan.las", points)});
-  holdUp();
+  blockWorker();
   _loader->start();
   std::filesystem::rename(write("short.las", {LasFilePoint{1, 2, 3, 4, 5}}), _folder.path("scan.las"));
-  letGo();
+  unblockWorker();
   finish();
   EXPECT_EQ(_found.size(), 1000U);
   expectPoint(1, 999, points[999]);
   EXPECT_THAT(_errors, ElementsAre());
 }
 
-TEST_F(ScanLoaderTest, aScanAddedUnderTheNameOfOneThatStillLoadsLeavesThatOneAlone) {
+TEST_F(ScanLoaderTest, aScanAddedUnderTheNameOfAScanThatIsLoadingDoesNotDisturbIt) {
   if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   const std::vector<LasFilePoint> points = manyPoints(300000);
   const std::vector<LasFilePoint> others(400, LasFilePoint{-1000, -2000, -3000, 4, 5});
   load({write("scan.las", points)});
-  holdUp();
+  blockWorker();
   _loader->start();
   std::filesystem::rename(write("other.las", others), _folder.path("scan.las"));
   _scans->add(_folder.path("scan.las"));
   _loader->start();
-  letGo();
+  unblockWorker();
   finish();
   EXPECT_EQ(_found.size(), 300400U);
   for (const std::uint64_t index : {0U, 262144U, 299999U}) expectPoint(1, index, points[index]);
@@ -266,12 +250,12 @@ TEST_F(ScanLoaderTest, aFileShortenedWhileItLoadsAndAddedAgainIsReadToItsNewEndB
   if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
   std::vector<LasFilePoint> points = manyPoints(700000);
   load({write("scan.las", points)});
-  holdUp();
+  blockWorker();
   _loader->start();
   points.resize(600001);
   _scans->add(write("scan.las", points));
   _loader->start();
-  letGo();
+  unblockWorker();
   finish();
   EXPECT_THAT(_errors, ElementsAre(HasSubstr("the file ended while it was being read, at byte " +
                                              std::to_string(kHeaderBytes + 600001 * kRecordBytes))));
@@ -280,19 +264,19 @@ TEST_F(ScanLoaderTest, aFileShortenedWhileItLoadsAndAddedAgainIsReadToItsNewEndB
   for (const std::uint64_t index : {0U, 524288U, 600000U}) expectPoint(2, index, points[index]);
 }
 
-TEST_F(ScanLoaderTest, aScanClosedWhileItWaitsIsDroppedAndTheOthersGoOn) {
+TEST_F(ScanLoaderTest, aScanClosedBeforeItIsReadIsDroppedAndTheOthersContinue) {
   load({write("dropped.las", manyPoints(300000)), write("kept.las", manyPoints(50))});
-  holdUp();
+  blockWorker();
   _loader->start();
   close(1);
   EXPECT_EQ(_loader->pointsPlanned(), 50U);
-  letGo();
+  unblockWorker();
   finish();
   EXPECT_EQ(_found.size(), 50U);
   EXPECT_EQ(_found.begin()->first.first, 2U);
 }
 
-TEST_F(ScanLoaderTest, aClosedScanCountsNoMore) {
+TEST_F(ScanLoaderTest, aClosedScanNoLongerCounts) {
   load({write("gone.las", manyPoints(1000)), write("kept.las", manyPoints(50))}, 40 * 1050);
   _loader->start();
   finish();
@@ -349,10 +333,10 @@ TEST_F(ScanLoaderTest, theFileOfAClosedScanIsNoLongerOpen) {
 TEST_F(ScanLoaderTest, aFileOpenedTwiceStaysOpenForTheOther) {
   const std::string path = write("twice.las", manyPoints(300000));
   load({path, path});
-  holdUp();
+  blockWorker();
   _loader->start();
   close(1);
-  letGo();
+  unblockWorker();
   finish();
   EXPECT_EQ(_found.size(), 300000U);
   EXPECT_THAT(_errors, ElementsAre());
@@ -383,7 +367,7 @@ TEST_F(ScanLoaderTest, scansMayBeAddedAndClosedInAnyOrder) {
   EXPECT_THAT(_errors, ElementsAre());
 }
 
-TEST_F(ScanLoaderTest, theEndOfTheLoaderDropsWhatIsStillToBeRead) {
+TEST_F(ScanLoaderTest, destroyingTheLoaderDropsWhatIsStillToBeRead) {
   writeHollowLasFile(_folder.path("long.las"), 200000000);
   load({_folder.path("long.las")}, std::uint64_t{16} << 30U);
   _loader->start();
@@ -401,9 +385,9 @@ TEST_F(ScanLoaderTest, aSampleOfALargeScanComesBeforeTheRestOfAnother) {
       *_scans, kPlenty,
       ScanLoader::Listener{[&](unsigned int scan, const PointChunk& /*chunk*/) { arrivals.push_back(scan); },
                            [](const std::string&) {}, [](const std::string&) {}});
-  holdUp();
+  blockWorker();
   _loader->start();
-  letGo();
+  unblockWorker();
   while (!_loader->finished()) {
     if (!_loader->step(10ms)) std::this_thread::sleep_for(1ms);
   }
@@ -438,7 +422,7 @@ TEST_F(ScanLoaderTest, theSampleOfALargeScanIsHandedOutBeforeTheRestAndReported)
   EXPECT_EQ(_loader->pointsRead(), 4000000U);
 }
 
-TEST_F(ScanLoaderTest, formatsWithoutPlainRecordsComeThroughTheirReader) {
+TEST_F(ScanLoaderTest, formatsWithoutPlainRecordsAreReadThroughTheirReader) {
   std::ofstream asc(_folder.path("points.asc"));
   for (int number = 0; number < 100; ++number) asc << number << ' ' << number * 2 << ' ' << number % 5 << '\n';
   asc.close();

@@ -33,7 +33,7 @@ TEST_F(ScanSetTest, scansKeepTheirNumbersWhenOthersAreClosed) {
   EXPECT_EQ(scans.pointCount(), 5U);
 }
 
-TEST_F(ScanSetTest, theNumberOfAClosedScanIsNotGivenAgain) {
+TEST_F(ScanSetTest, theNumberOfAClosedScanIsNotReused) {
   ScanSet scans({write("a.las", 1, 0.0)});
   scans.close(1);
   EXPECT_EQ(scans.add(write("b.las", 2, 0.0)), 2U);
@@ -41,7 +41,7 @@ TEST_F(ScanSetTest, theNumberOfAClosedScanIsNotGivenAgain) {
   EXPECT_TRUE(scans.isOpen(2));
 }
 
-TEST_F(ScanSetTest, noScanHasNumbersThatWereNeverGiven) {
+TEST_F(ScanSetTest, numbersThatWereNeverAssignedAreNotOpen) {
   const ScanSet scans({write("a.las", 1, 0.0)});
   EXPECT_FALSE(scans.isOpen(0));
   EXPECT_FALSE(scans.isOpen(2));

@@ -60,7 +60,7 @@ class ScansViewerTest : public ViewerFixture {
   }
 };
 
-TEST_F(ScansViewerTest, aScanAndAPictureNamedInTheUsersLettersAreReadAndWritten) {
+TEST_F(ScansViewerTest, fileNamesInTheUsersEncodingAreReadAndWritten) {
   const std::optional<std::string> chinese = inUsersEncoding("点云");
   const std::optional<std::string> stem = chinese ? chinese : inUsersEncoding("caf\xC3\xA9");
   ASSERT_TRUE(stem.has_value()) << "this user's encoding has neither Chinese nor French";
@@ -118,7 +118,7 @@ TEST_F(ScansViewerTest, withThePointerBesideTheCloudNothingIsClosed) {
   EXPECT_THAT(_viewer->output(), Not(HasSubstr("closed")));
 }
 
-TEST_F(ScansViewerTest, aPickOfAClosedScanIsForgotten) {
+TEST_F(ScansViewerTest, aPickOfAClosedScanIsCleared) {
   showTwoGrids();
   EXPECT_THAT(clickAt(pixelBeside(24)), HasSubstr("of beside.las"));
   closeAt(pixelBeside(24));
@@ -153,7 +153,7 @@ TEST_F(ScansViewerTest, onceAllAreClosedTheNextScanIsShownWhereverItIs) {
 
 class ThreadingViewerTest : public ScansViewerTest, public testing::WithParamInterface<std::string> {};
 
-TEST_P(ThreadingViewerTest, scansAreShownPickedTurnedClosedAndAdded) {
+TEST_P(ThreadingViewerTest, scansAreShownPickedRotatedClosedAndAdded) {
   showTwoGrids({"--threading", GetParam()});
   expectClickReports(24);
   drag(kRight, {400, 300}, {60, 20});
@@ -173,7 +173,7 @@ TEST_P(ThreadingViewerTest, scansAreShownPickedTurnedClosedAndAdded) {
 
 TEST_P(ThreadingViewerTest, theCloseButtonWorksWhileTheViewerIsIdle) {
   showGrid({"--threading", GetParam()});
-  _viewer->askToClose();
+  _viewer->requestClose();
   EXPECT_EQ(_viewer->exitStatus(std::chrono::seconds(10)), 0);
 }
 
@@ -216,17 +216,17 @@ TEST_F(ScansViewerTest, messagesOfOsgAreAlsoLogged) {
   setEnvironment("OSG_NOTIFY_LEVEL", nullptr);
   const std::string written = log();
   std::istringstream output(_viewer->output());
-  int said = 0;
+  int found = 0;
   for (std::string line; std::getline(output, line);) {
     if (line.rfind("GraphicsContext::close", 0) == 0) {
-      ++said;
+      ++found;
       EXPECT_THAT(written, HasSubstr(line));
     }
   }
-  EXPECT_GT(said, 0);
+  EXPECT_GT(found, 0);
 }
 
-TEST_F(ScansViewerTest, theLogBeginsWithTheGpuAndTellsWhereEachScanIs) {
+TEST_F(ScansViewerTest, theLogBeginsWithTheGpuAndContainsTheExtentOfEachScan) {
   start({"--gpu"});
   ASSERT_EQ(_viewer->exitStatus(), 0);
   const std::string table = _viewer->output();
@@ -242,7 +242,7 @@ TEST_F(ScansViewerTest, theLogBeginsWithTheGpuAndTellsWhereEachScanIs) {
   EXPECT_THAT(written, HasSubstr(", 49 points, from " + low));
 }
 
-TEST_F(ScansViewerTest, aFolderWithoutRoomForALogDoesNotKeepTheViewerFromWorking) {
+TEST_F(ScansViewerTest, theViewerWorksWhereNoLogCanBeWritten) {
   std::filesystem::create_directories(path("taken/3Dengine.log"));
   std::filesystem::current_path(path("taken"));
   showGrid();
@@ -264,7 +264,7 @@ TEST_F(ScansViewerTest, gpuInformationIsPrintedAsATable) {
   }
 }
 
-TEST_F(ScansViewerTest, withoutADisplayTheGpuCannotBeQueriedAndTheViewerSaysSo) {
+TEST_F(ScansViewerTest, withoutADisplayTheViewerReportsThatTheGpuCannotBeQueried) {
   if (!displayIsFoundByEnvironment()) GTEST_SKIP() << "the display does not depend on the environment on this system";
   const std::string display = std::getenv("DISPLAY");
   setEnvironment("DISPLAY", nullptr);

@@ -57,7 +57,8 @@ void SceneFixture::SetUp() {
   if (!holdDisplay()) {
     GTEST_SKIP() << "there is no display";
   }
-  // An open context keeps the driver loaded; a leak checker could not tell an unloaded driver's memory from ours.
+  // An open context keeps the driver loaded; a leak checker could not distinguish an unloaded driver's memory from
+  // ours.
   static const auto* const keepsDriverLoaded = new CaptureContext(8, 8);
   ASSERT_NE(keepsDriverLoaded, nullptr);
   openWindow(*_viewer, kWidth, kHeight, "scene test");

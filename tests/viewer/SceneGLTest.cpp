@@ -138,7 +138,7 @@ TEST_F(SceneGLTest, eachColourModeShowsItsColours) {
   EXPECT_NEAR(colourAt(*picture(), pixel).r(), rampColour(1.0F).x(), 0.01F);
 }
 
-TEST_F(SceneGLTest, theFrameFollowsTheWindowsSize) {
+TEST_F(SceneGLTest, theCapturedFrameFollowsTheWindowsSize) {
   for (const auto& [newWidth, newHeight] : {std::pair{333, 251}, std::pair{801, 77}, std::pair{640, 480}}) {
     _viewer->getCamera()->getGraphicsContext()->resized(60, 60, newWidth, newHeight);
     _view->home();
@@ -169,7 +169,7 @@ TEST_F(SceneGLTest, aPointFarFromTheLocalOriginKeepsItsPlaceToTheMillimetre) {
   EXPECT_NEAR(frame().getItemFloatBuffer()[first], place.x(), 1e-3F);
 }
 
-TEST_F(SceneGLTest, theSwitchOfProjectionKeepsTheSizeAtTheOrbitCentre) {
+TEST_F(SceneGLTest, switchingTheProjectionKeepsTheSizeAtTheOrbitCentre) {
   const osg::Vec3d centre = _navigator->pose().centre;
   const osg::Vec3d right = _navigator->pose().rotation * osg::Vec3d(1.0, 0.0, 0.0);
   const auto pixelsAcross = [&] {

@@ -1,14 +1,12 @@
 #include "tests/scan/LasFile.h"
 #include "tests/scan/ScanBytes.h"
+#include "tests/viewer/WorkerGate.h"
 #include "viewer/session/Session.h"
-
-#include <QuorOsgUtils/FileManager.h>
 
 #include <gmock/gmock.h>
 
 #include <chrono>
 #include <filesystem>
-#include <future>
 #include <memory>
 #include <string>
 #include <thread>
@@ -34,20 +32,6 @@ std::vector<LasFilePoint> rowOfPoints(int count) {
   }
   return points;
 }
-
-/// Blocks the file manager's worker, after the commands pushed so far, until it is opened.
-class Gate : public QuorOsgUtils::FileCmd {
- public:
-  explicit Gate(std::shared_future<void> opened) : FileCmd("gate", Normal), _opened(std::move(opened)) {
-    setAutoDelete(true);
-  }
-  void operator()(const QuorOsgUtils::FileProxy* /*proxy*/, QuorOsgUtils::FileManager* /*manager*/) override {
-    _opened.wait();
-  }
-
- private:
-  std::shared_future<void> _opened;
-};
 
 /// A session without a window. What it prints on the terminal is recorded.
 class SessionTest : public testing::Test {
@@ -240,9 +224,8 @@ TEST_F(SessionTest, aScanForWhichNoMemoryIsLeftFails) {
 }
 
 TEST_F(SessionTest, progressIsShownOnlyIfThereIsTimeForAFrameAndOnceForTheSamePoints) {
-  std::promise<void> open;
-  this->open({write("a.las", 11)});
-  QuorOsgUtils::FileManager::getInstance()->push(new Gate(open.get_future().share()));
+  open({write("a.las", 11)});
+  WorkerGate gate(QuorOsgUtils::FileCmd::Normal);
   _session->add(write("b.las", 5));
   const auto end = std::chrono::steady_clock::now() + 60s;
   while (!_cloud.boundsOf(1).valid() && std::chrono::steady_clock::now() < end) {
@@ -253,7 +236,7 @@ TEST_F(SessionTest, progressIsShownOnlyIfThereIsTimeForAFrameAndOnceForTheSamePo
     _session->loadNextChunks(1ms, [] { return true; });
     EXPECT_EQ(_viewer.redraws, 1);
   }
-  open.set_value();
+  gate.open();
   loadEverything();
 }
 

@@ -18,7 +18,7 @@ TEST(VertexBudgetTest, pointsThatDoNotFitAreThinnedNoMoreThanNecessary) {
   EXPECT_EQ(VertexBudget(std::uint64_t{1} << 30U).thinningFor(130000000), 5U);  // 26,843,545 points fit
 }
 
-TEST(VertexBudgetTest, laterScansGetWhatTheFirstLeft) {
+TEST(VertexBudgetTest, laterScansGetTheRemainingMemory) {
   VertexBudget budget(40 * 1000);
   budget.take(900);
   EXPECT_EQ(budget.thinningFor(100), 1U);
@@ -27,7 +27,7 @@ TEST(VertexBudgetTest, laterScansGetWhatTheFirstLeft) {
   EXPECT_EQ(budget.thinningFor(1), 0U);
 }
 
-TEST(VertexBudgetTest, whatAClosedScanGivesBackIsThereForTheNext) {
+TEST(VertexBudgetTest, theMemoryOfAClosedScanIsAvailableToTheNext) {
   VertexBudget budget(40 * 1000);
   budget.take(1000);
   budget.giveBack(400);

@@ -46,7 +46,7 @@ class ViewerProcess {
   void key(const std::string& names) { _window.key(names); }
   void type(const std::string& text) { _window.type(text); }
   void resizeWindow(int width, int height) { _window.resize(width, height); }
-  void askToClose() { _window.askToClose(); }
+  void requestClose() { _window.askToClose(); }
 
  private:
   ChildProgram _program;

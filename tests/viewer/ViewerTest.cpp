@@ -39,7 +39,7 @@ TEST_F(ViewerTest, clickBesideTheCloudReportsNone) {
   EXPECT_EQ(clickAt({5, 5}), "picked nothing");
 }
 
-TEST_F(ViewerTest, theSecondPickTellsTheDistanceFromTheFirst) {
+TEST_F(ViewerTest, theSecondPickReportsTheDistanceFromTheFirst) {
   showGrid();
   EXPECT_THAT(clickAt(pixelOf(_points[8])), Not(HasSubstr("distance")));
   EXPECT_EQ(clickAt({5, 5}), "picked nothing");
@@ -47,7 +47,7 @@ TEST_F(ViewerTest, theSecondPickTellsTheDistanceFromTheFirst) {
   EXPECT_THAT(clickAt(pixelOf(_points[40])), HasSubstr(" distance " + inMetres(distance)));
 }
 
-TEST_F(ViewerTest, rightDragTurnsTheViewAndPickingStaysRight) {
+TEST_F(ViewerTest, rightDragRotatesTheViewAndPicksStayCorrect) {
   showGrid();
   const ReportedView before = _viewer->view();
   drag(kRight, {400, 300}, {90, 30});
@@ -85,7 +85,7 @@ TEST_F(ViewerTest, theWheelZoomsTowardsThePointerAndAway) {
   EXPECT_LT((_viewer->view().eye - nearer.eye) * before.direction(), -1.0);
 }
 
-TEST_F(ViewerTest, resizingTheWindowKeepsPickingRight) {
+TEST_F(ViewerTest, picksStayCorrectAfterAResize) {
   showGrid();
   for (const auto& [width, height] : {std::pair{1000, 420}, std::pair{431, 577}}) {
     _viewer->resizeWindow(width, height);
@@ -104,7 +104,7 @@ TEST_F(ViewerTest, aLeftDragPicksNothing) {
   EXPECT_THAT(_viewer->output(), Not(HasSubstr("picked")));
 }
 
-TEST_F(ViewerTest, theKeyForTheProjectionSwitchesAndHomeComesBack) {
+TEST_F(ViewerTest, theProjectionKeySwitchesAndHomeRestoresTheView) {
   showGrid();
   const ReportedView home = _viewer->view();
   _viewer->movePointer(400, 300);
@@ -119,7 +119,7 @@ TEST_F(ViewerTest, theKeyForTheProjectionSwitchesAndHomeComesBack) {
   EXPECT_LT((_viewer->view().eye - home.eye).length(), 1e-3);
 }
 
-TEST_F(ViewerTest, theKeyForAPictureWritesOneIntoTheWorkingFolder) {
+TEST_F(ViewerTest, theScreenshotKeyWritesAPictureIntoTheWorkingFolder) {
   showGrid();
   _viewer->movePointer(400, 300);
   _viewer->key("p");
@@ -129,7 +129,7 @@ TEST_F(ViewerTest, theKeyForAPictureWritesOneIntoTheWorkingFolder) {
   EXPECT_GT(std::filesystem::file_size(path("quor_viewer_2.png")), 1000U);
 }
 
-TEST_F(ViewerTest, theKeyForACloseLookBringsThePickIntoTheMiddle) {
+TEST_F(ViewerTest, theCloseLookKeyCentresThePick) {
   showGrid();
   expectClickReports(8);
   _viewer->key("f");
@@ -158,7 +158,7 @@ TEST_F(ViewerTest, closingWhileLoadingIsClean) {
   EXPECT_THAT(_viewer->output(), Not(HasSubstr("loaded")));
 }
 
-TEST_F(ViewerTest, severalFilesAppearInTheirCommonFrame) {
+TEST_F(ViewerTest, severalFilesAppearInTheirCommonCoordinateFrame) {
   _points = gridPoints();
   writeLasFile(path("a.las"), _points, kOffsetX, kOffsetY);
   writeLasFile(path("b.las"), _points, kOffsetX + 100.0, kOffsetY);
@@ -191,7 +191,7 @@ TEST_F(ViewerTest, aFileTruncatedWhileItLoadsIsReportedWithTheOffsetAndTheViewer
   EXPECT_EQ(_viewer->exitStatus(), 0);
 }
 
-TEST_F(ViewerTest, aScanCanBeAddedByItsPathWhileAnotherStillLoads) {
+TEST_F(ViewerTest, aScanCanBeAddedByItsPathWhileAnotherIsLoading) {
   constexpr unsigned int kFitting = 107374182 / 40;  // points of 40 bytes into 0.1 GiB
   constexpr unsigned int kThinning = (kLongPoints + kFitting - 1) / kFitting;
   constexpr unsigned int kShown = (kLongPoints + kThinning - 1) / kThinning;
@@ -212,7 +212,7 @@ TEST_F(ViewerTest, aScanCanBeAddedByItsPathWhileAnotherStillLoads) {
             "loaded " + std::to_string(kShown + 49) + " points");
 }
 
-TEST_F(ViewerTest, aPathThatIsNoScanIsReportedAndChangesNothing) {
+TEST_F(ViewerTest, anInvalidPathIsReportedAndChangesNothing) {
   showGrid();
   _viewer->movePointer(400, 300);
   _viewer->key("a");
@@ -255,7 +255,7 @@ TEST_F(ViewerTest, recordsBeyondFourGibibytesAreLoadedToTheLastAndPicksAreExact)
   for (const int number : {0, 24, 48}) expectClickReports(number);
 }
 
-TEST_F(ViewerTest, whatCannotBeShownIsNamedAndEndsWithFailure) {
+TEST_F(ViewerTest, anUnreadableFileIsNamedAndTheViewerFails) {
   writeLasFile(path("cut.las"), gridPoints(), kOffsetX, kOffsetY);
   std::filesystem::resize_file(path("cut.las"), 500);
   std::ofstream(path("notes.txt")) << "not a scan";
@@ -269,13 +269,13 @@ TEST_F(ViewerTest, whatCannotBeShownIsNamedAndEndsWithFailure) {
   }
 }
 
-TEST_F(ViewerTest, aBadOptionIsNamedAndEndsWithFailure) {
+TEST_F(ViewerTest, anInvalidOptionIsNamedAndTheViewerFails) {
   start({"--fast"});
   EXPECT_EQ(_viewer->exitStatus(), 1);
   EXPECT_THAT(_viewer->output(), HasSubstr("'--fast'"));
 }
 
-TEST_F(ViewerTest, helpAndVersionEndWithSuccess) {
+TEST_F(ViewerTest, helpAndVersionSucceed) {
   start({"--help"});
   EXPECT_EQ(_viewer->exitStatus(), 0);
   EXPECT_THAT(_viewer->output(), HasSubstr("--colour-by"));
@@ -287,7 +287,7 @@ TEST_F(ViewerTest, helpAndVersionEndWithSuccess) {
   EXPECT_EQ(_viewer->output(), "quor_viewer " + version + '\n');
 }
 
-TEST_F(ViewerTest, aPictureOnRequestHasTheWindowsSize) {
+TEST_F(ViewerTest, aRequestedPictureHasTheWindowsSize) {
   start({"--size", "320x200", "--screenshot", path("picture.png")});
   EXPECT_EQ(_viewer->exitStatus(), 0);
   std::ifstream file(path("picture.png"), std::ios::binary);
@@ -297,7 +297,7 @@ TEST_F(ViewerTest, aPictureOnRequestHasTheWindowsSize) {
   EXPECT_EQ(head.substr(16, 8), std::string("\0\0\x01\x40\0\0\0\xC8", 8));
 }
 
-TEST_F(ViewerTest, theTourOfTheBundledScanLeavesItsPicturesWithoutGlErrors) {
+TEST_F(ViewerTest, theTourOfTheBundledScanWritesItsPicturesWithoutGlErrors) {
   start({"--size", "480x270", "--tour", path("tour")});
   EXPECT_EQ(_viewer->exitStatus(std::chrono::seconds(240)), 0);
   EXPECT_THAT(_viewer->output(), HasSubstr("loaded 21932 points"));
