@@ -72,10 +72,13 @@ class RaiseBuffer : public osg::GraphicsOperation {
 };
 
 /// Makes frames so slow that OSG has no time left to free many objects.
-struct SlowDrawing : osg::Camera::DrawCallback {
-  void operator()(osg::RenderInfo& /*info*/) const override {
-    std::this_thread::sleep_for(std::chrono::milliseconds(40));
-  }
+class SlowDrawing : public osg::Camera::DrawCallback {
+ public:
+  explicit SlowDrawing(std::chrono::milliseconds delay = std::chrono::milliseconds(40)) : _delay(delay) {}
+  void operator()(osg::RenderInfo& /*info*/) const override { std::this_thread::sleep_for(_delay); }
+
+ private:
+  std::chrono::milliseconds _delay;
 };
 
 class CountNodes : public osg::NodeVisitor {
@@ -211,6 +214,18 @@ TEST_P(FrameLoopGLTest, aScanOfManyBuffersIsFreedAtOnceHoweverSlowFramesAre) {
   _loop->draw();
   _loop->draw();
   EXPECT_EQ(_loop->gpuBufferBytes(), before);
+}
+
+TEST_P(FrameLoopGLTest, aFrameOfProgressIsDueOnceOtherWorkHadFourTimesTheDurationOfTheLatestFrame) {
+  constexpr std::chrono::milliseconds kDelay(300);
+  _viewer->getCamera()->setInitialDrawCallback(new SlowDrawing(kDelay));
+  const auto begin = std::chrono::steady_clock::now();
+  _loop->draw();
+  const auto atMost = std::chrono::steady_clock::now() - begin;
+  std::this_thread::sleep_for(kDelay);
+  EXPECT_FALSE(_loop->isProgressFrameDue());
+  std::this_thread::sleep_for(4 * atMost - kDelay);
+  EXPECT_TRUE(_loop->isProgressFrameDue());
 }
 
 TEST_P(FrameLoopGLTest, aThousandScansAddedAndClosedAtRandomLeaveNothing) {
