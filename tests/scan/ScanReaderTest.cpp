@@ -10,6 +10,7 @@
 #include <limits>
 #include <memory>
 #include <random>
+#include <thread>
 
 namespace {
 
@@ -113,6 +114,35 @@ TEST_F(ScanReaderTest, everyNthPointReadsAlikeThroughAnotherReaderThatOutlivesTh
     const PointChunk chunk = builder.finish();
     ASSERT_EQ(chunk.positions->size(), 10U);
     for (std::size_t place = 0; place < 10; ++place) expectPoint(chunk, place, points[9 + place * step], 3);
+  }
+}
+
+TEST_F(ScanReaderTest, aCloneReadsTheOpenFileEvenIfItsNameIsGone) {
+  const std::vector<Point> points = ScanBytes::variedPoints(1000, 1);
+  const auto reader = _open({2, 1}, points);
+  std::error_code inUse;
+  std::filesystem::rename(_folder.path("scan.las"), _folder.path("other.las"), inUse);
+  if (inUse) GTEST_SKIP() << "this system does not rename an open file: " << inUse.message();
+  EXPECT_EQ(reader->clone()->coordinates(999), truth({2, 1}, points[999]));
+}
+
+TEST_F(ScanReaderTest, clonesReadTheSameFileOnSeveralThreads) {
+  constexpr std::uint32_t count = 60000;
+  const auto reader = _open({2, 3}, ScanBytes::variedPoints(count, 3));
+  const PointChunk expected = readAll(*reader);
+  std::vector<std::unique_ptr<ScanReader>> clones;
+  std::vector<PointChunk> chunks(3);
+  std::vector<std::thread> threads;
+  for (PointChunk& chunk : chunks) {
+    clones.push_back(reader->clone());
+    threads.emplace_back([&chunk, clone = clones.back().get()] {
+      for (int time = 0; time < 5; ++time) chunk = readAll(*clone);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (const PointChunk& chunk : chunks) {
+    EXPECT_EQ(chunk.positions->asVector(), expected.positions->asVector());
+    EXPECT_EQ(chunk.intensities->asVector(), expected.intensities->asVector());
   }
 }
 
