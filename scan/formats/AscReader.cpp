@@ -107,7 +107,7 @@ AscDecoder findPoints(SequentialBytes& from) {
   if (!found) throw from.file().error("no line holds a point: at least x, y and z expected");
   const std::size_t columns = countColumns(line);
   if (columns < 3) throw lineError(from, "at least x, y and z expected", std::to_string(columns) + " columns found");
-  const AscDecoder decoder(columns, from.line());
+  AscDecoder decoder(columns, from.line());
   from.moveTo(begin, linesBefore);
   return decoder;
 }
