@@ -34,11 +34,11 @@ std::optional<Number> readNumber(const std::string& text, Number least, Number m
   return number && *number >= least && *number <= most ? number : std::nullopt;
 }
 
-/// Exactly `Count` numbers separated by blanks.
-template <std::size_t Count>
-std::optional<std::array<double, Count>> readNumbers(const std::string& text) {
+/// Exactly `count` numbers separated by blanks.
+template <std::size_t count>
+std::optional<std::array<double, count>> readNumbers(const std::string& text) {
   std::istringstream words(text);
-  std::array<double, Count> numbers{};
+  std::array<double, count> numbers{};
   std::string word;
   for (double& number : numbers) {
     const std::optional<double> read = words >> word ? readNumber<double>(word) : std::nullopt;

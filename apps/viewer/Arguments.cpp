@@ -35,10 +35,10 @@ std::optional<int> readPointSize(const std::string& text) {
 }
 
 // Limited to coordinates that single precision can still distinguish.
-template <std::size_t Count>
-std::optional<std::array<double, Count>> readCoordinates(const std::string& text) {
+template <std::size_t count>
+std::optional<std::array<double, count>> readCoordinates(const std::string& text) {
   constexpr double kFarthest = 1e9;
-  const auto numbers = readNumbers<Count>(text);
+  const auto numbers = readNumbers<count>(text);
   const auto isFar = [](double number) { return std::abs(number) > kFarthest; };
   return numbers && std::none_of(numbers->begin(), numbers->end(), isFar) ? numbers : std::nullopt;
 }

@@ -36,32 +36,32 @@ constexpr int kMiddleButton = 2;
 constexpr int kRightButton = 3;
 constexpr int kDragMoves = 6;
 
-const osg::Vec2f kMiddle(0.5F, 0.5F);
+const osg::Vec2f kMiddle(0.5f, 0.5f);
 
 const std::vector<TourStep> kSteps = {
     {"home", TourAction::Key, Event::KEY_Home, kMiddle, {}},
-    {"pick", TourAction::ClickNearPoint, 0, {0.53F, 0.92F}, {}},
-    {"measure", TourAction::ClickNearPoint, 0, {0.40F, 0.42F}, {}},
-    {"orbit", TourAction::HeldDrag, kRightButton, kMiddle, {0.62F, 0.56F}},
+    {"pick", TourAction::ClickNearPoint, 0, {0.53f, 0.92f}, {}},
+    {"measure", TourAction::ClickNearPoint, 0, {0.40f, 0.42f}, {}},
+    {"orbit", TourAction::HeldDrag, kRightButton, kMiddle, {0.62f, 0.56f}},
     {"orbit-released", TourAction::Release, kRightButton, kMiddle, {}},
-    {"pan", TourAction::Drag, kMiddleButton, {0.52F, 0.48F}, {0.44F, 0.55F}},
-    {"wheel-towards", TourAction::Wheel, 3, {0.46F, 0.52F}, {}},
+    {"pan", TourAction::Drag, kMiddleButton, {0.52f, 0.48f}, {0.44f, 0.55f}},
+    {"wheel-towards", TourAction::Wheel, 3, {0.46f, 0.52f}, {}},
     {"close-look", TourAction::Key, 'f', kMiddle, {}},
     {"wheel-away", TourAction::Wheel, -2, kMiddle, {}},
     {"home-again", TourAction::Key, Event::KEY_Home, kMiddle, {}},
     {"orthographic", TourAction::Key, 'o', kMiddle, {}},
-    {"orthographic-wheel", TourAction::Wheel, 4, {0.46F, 0.5F}, {}},
-    {"orthographic-pan", TourAction::Drag, kMiddleButton, {0.5F, 0.5F}, {0.56F, 0.44F}},
-    {"orthographic-pick", TourAction::ClickNearPoint, 0, {0.5F, 0.5F}, {}},
-    {"orthographic-orbit", TourAction::Drag, kRightButton, kMiddle, {0.44F, 0.62F}},
+    {"orthographic-wheel", TourAction::Wheel, 4, {0.46f, 0.5f}, {}},
+    {"orthographic-pan", TourAction::Drag, kMiddleButton, {0.5f, 0.5f}, {0.56f, 0.44f}},
+    {"orthographic-pick", TourAction::ClickNearPoint, 0, {0.5f, 0.5f}, {}},
+    {"orthographic-orbit", TourAction::Drag, kRightButton, kMiddle, {0.44f, 0.62f}},
     {"perspective", TourAction::Key, 'o', kMiddle, {}},
     {"home-once-more", TourAction::Key, ' ', kMiddle, {}},
     {"about-the-pointer", TourAction::Key, 'n', kMiddle, {}},
-    {"about-the-pointer-orbit", TourAction::HeldDrag, kRightButton, {0.40F, 0.42F}, {0.50F, 0.46F}},
+    {"about-the-pointer-orbit", TourAction::HeldDrag, kRightButton, {0.40f, 0.42f}, {0.50f, 0.46f}},
     {"about-the-pointer-released", TourAction::Release, kRightButton, kMiddle, {}},
     {"about-the-middle", TourAction::Key, 'n', kMiddle, {}},
     {"station", TourAction::Key, 'l', kMiddle, {}},
-    {"station-look", TourAction::Drag, kRightButton, {0.46F, 0.28F}, {0.54F, 0.72F}},
+    {"station-look", TourAction::Drag, kRightButton, {0.46f, 0.28f}, {0.54f, 0.72f}},
     {"station-wheel", TourAction::Wheel, -2, kMiddle, {}},
     {"station-field", TourAction::Key, 'v', kMiddle, {}},
     {"station-left", TourAction::Key, 'l', kMiddle, {}},
@@ -72,25 +72,25 @@ const std::vector<TourStep> kSteps = {
     {"smaller-points", TourAction::Key, '-', kMiddle, {}},
     {"clip-on", TourAction::Key, 'b', kMiddle, {}},
     {"clip-overview", TourAction::Wheel, -1, kMiddle, {}},
-    {"clip-face", TourAction::PullFace, 1, {0.30F, 0.0F}, {}},
-    {"clip-top", TourAction::PullFace, 5, {0.30F, 0.0F}, {}},
-    {"clip-other-side", TourAction::Drag, kRightButton, {0.90F, 0.50F}, {0.10F, 0.54F}},
+    {"clip-face", TourAction::PullFace, 1, {0.30f, 0.0f}, {}},
+    {"clip-top", TourAction::PullFace, 5, {0.30f, 0.0f}, {}},
+    {"clip-other-side", TourAction::Drag, kRightButton, {0.90f, 0.50f}, {0.10f, 0.54f}},
     {"clip-one-axis", TourAction::Key, 'y', kMiddle, {}},
     {"clip-all-axes", TourAction::Key, 'y', kMiddle, {}},
     {"clip-turn", TourAction::Key, 't', kMiddle, {}},
-    {"clip-ring", TourAction::TurnRing, 2, {-40.0F, 0.0F}, {}},
+    {"clip-ring", TourAction::TurnRing, 2, {-40.0f, 0.0f}, {}},
     {"clip-move", TourAction::Key, 'm', kMiddle, {}},
-    {"clip-axis", TourAction::MoveAlongAxis, 1, {0.12F, 0.0F}, {}},
+    {"clip-axis", TourAction::MoveAlongAxis, 1, {0.12f, 0.0f}, {}},
     {"clip-orthographic", TourAction::Key, 'o', kMiddle, {}},
     {"clip-resize", TourAction::Key, 's', kMiddle, {}},
-    {"clip-face-orthographic", TourAction::PullFace, 0, {0.25F, 0.0F}, {}},
+    {"clip-face-orthographic", TourAction::PullFace, 0, {0.25f, 0.0f}, {}},
     {"clip-perspective", TourAction::Key, 'o', kMiddle, {}},
     {"clip-off", TourAction::Key, 'b', kMiddle, {}},
     {"colour-rgb", TourAction::Key, '1', kMiddle, {}},
     {"colour-intensity", TourAction::Key, '2', kMiddle, {}},
     {"colour-elevation", TourAction::Key, '3', kMiddle, {}},
     {"colour-classification", TourAction::Key, '4', kMiddle, {}},
-    {"beside-the-cloud", TourAction::Click, 0, {0.012F, 0.97F}, {}},
+    {"beside-the-cloud", TourAction::Click, 0, {0.012f, 0.97f}, {}},
     {"help", TourAction::Key, 'h', kMiddle, {}},
 };
 
@@ -167,7 +167,7 @@ void Tour::_drag(const TourStep& step) {
   _dependencies.drawFrame();
   for (int move = 1; move <= kDragMoves; ++move) {
     const float share = static_cast<float>(move) / kDragMoves;
-    _movePointer(_pixelAt(step.from * (1.0F - share) + step.to * share));
+    _movePointer(_pixelAt(step.from * (1.0f - share) + step.to * share));
     _dependencies.drawFrame();
   }
 }
@@ -242,7 +242,7 @@ float Tour::_depthAtPointer() {
   const std::vector<float>& depths = _dependencies.tool.getFrameBuffer().getDepthBuffer();
   const auto pixel = static_cast<std::size_t>(_pointer.y()) * static_cast<std::size_t>(_windowSize().x()) +
                      static_cast<std::size_t>(_pointer.x());
-  return pixel < depths.size() ? depths[pixel] : 1.0F;
+  return pixel < depths.size() ? depths[pixel] : 1.0f;
 }
 
 osg::Vec2f Tour::_fractionOf(const osg::Vec3d& place) const {
