@@ -9,16 +9,16 @@
 namespace QuorViewer {
 
 /// The load phase of a part of a scan.
-enum class Turn {
-  First,  ///< in a sample from all over the scan, which gives an early overview
-  Later,  ///< the rest of a scan that has such a sample
-  Plain   ///< in a scan without such a sample: it is small, or can only be read from its start
+enum class LoadPhase {
+  Sample,     ///< in a sample from all over the scan, which gives an early overview
+  Remainder,  ///< the rest of a scan that has such a sample
+  Whole       ///< in a scan without such a sample: it is small, or can only be read from its start
 };
 
 /// A part of a scan that becomes one chunk.
 struct PlannedChunk {
   PointRange points;
-  Turn turn = Turn::Plain;
+  LoadPhase phase = LoadPhase::Whole;
 };
 
 /// The sizes for a plan, in points.
@@ -29,16 +29,16 @@ struct LoadSizes {
   std::uint64_t fewestRuns = 16;                   ///< minimum number; fewer would not represent the scan
 };
 
-/// The order in which a scan of `pointCount` points is read: every `thinning`-th point once, and no others. Reading
+/// The order in which a scan of `pointCount` points is read: every `decimation`-th point once, and no others. Reading
 /// starts at multiples of `entryPoints`, so that no point is decompressed only to be skipped. Within a chunk, every
 /// index is less than 2^32 above the first.
-std::vector<PlannedChunk> planLoad(std::uint64_t pointCount, std::uint64_t entryPoints, std::uint64_t thinning,
+std::vector<PlannedChunk> planLoad(std::uint64_t pointCount, std::uint64_t entryPoints, std::uint64_t decimation,
                                    const LoadSizes& sizes = LoadSizes());
 
-/// Number of points left of `pointCount` if every `thinning`-th is kept.
-std::uint64_t thinnedCount(std::uint64_t pointCount, std::uint64_t thinning);
+/// Number of points left of `pointCount` if every `decimation`-th is kept.
+std::uint64_t decimatedCount(std::uint64_t pointCount, std::uint64_t decimation);
 
 /// The smallest decimation that leaves at most `mostPoints`, which is at least 1.
-std::uint64_t thinningFor(std::uint64_t pointCount, std::uint64_t mostPoints);
+std::uint64_t decimationFor(std::uint64_t pointCount, std::uint64_t mostPoints);
 
 }  // namespace QuorViewer

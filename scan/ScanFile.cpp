@@ -17,7 +17,7 @@ constexpr std::size_t kBufferBytes = std::size_t{1} << 16;
 
 ScanFile::ScanFile(std::string path) : _path(std::move(path)) {
   std::error_code code;
-  const std::filesystem::file_status status = std::filesystem::status(placeOf(_path), code);
+  const std::filesystem::file_status status = std::filesystem::status(toPath(_path), code);
   if (!std::filesystem::exists(status)) {
     throw error(status.type() == std::filesystem::file_type::none ? "cannot access the file: " + code.message()
                                                                   : std::string("no such file"));

@@ -110,7 +110,7 @@ void makeScan(const Options& options, const Progress& progress) {
   writer.finish(withBox(writer.header(), options.headerBox));
   if (!cut) return;
   std::error_code error;
-  std::filesystem::resize_file(placeOf(options.path), *cut, error);
+  std::filesystem::resize_file(toPath(options.path), *cut, error);
   if (error) throw ScanWriteError("cannot truncate " + options.path + ": " + error.message());
 }
 

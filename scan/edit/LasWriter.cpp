@@ -30,7 +30,7 @@ LasWriter::LasWriter(std::string path, const LasHeader& header, const std::vecto
   _header.extendedRecordCount = 0;
 
   std::error_code ignored;
-  const std::filesystem::file_status status = std::filesystem::status(placeOf(_path), ignored);
+  const std::filesystem::file_status status = std::filesystem::status(toPath(_path), ignored);
   if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) _fail("not a regular file");
   errno = 0;
   _file.open(_part.path(), std::ios::binary | std::ios::trunc);
@@ -46,7 +46,7 @@ LasWriter::LasWriter(std::string path, const LasHeader& header, const std::vecto
 LasWriter::PartFile::~PartFile() {
   if (!_present) return;
   std::error_code ignored;
-  std::filesystem::remove(placeOf(_path), ignored);
+  std::filesystem::remove(toPath(_path), ignored);
 }
 
 void LasWriter::append(const unsigned char* records, std::size_t count) {
@@ -113,8 +113,8 @@ void LasWriter::finish(const LasHeader& header) {
   if (!_file) _failBySystem();
   std::error_code error;
   // A gap with nothing after it must still be as long as the header says.
-  if (_pointCount == 0) std::filesystem::resize_file(placeOf(_part.path()), _endOffsetBytes, error);
-  if (!error) std::filesystem::rename(placeOf(_part.path()), placeOf(_path), error);
+  if (_pointCount == 0) std::filesystem::resize_file(toPath(_part.path()), _endOffsetBytes, error);
+  if (!error) std::filesystem::rename(toPath(_part.path()), toPath(_path), error);
   if (error) _fail(error.message());
   _part.renamed();
 }

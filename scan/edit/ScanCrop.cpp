@@ -15,7 +15,7 @@ constexpr std::uint64_t kBlockBytes = std::uint64_t{1} << 18;
 
 bool sameFile(const std::string& one, const std::string& other) {
   std::error_code neitherExists;
-  return std::filesystem::equivalent(placeOf(one), placeOf(other), neitherExists);
+  return std::filesystem::equivalent(toPath(one), toPath(other), neitherExists);
 }
 
 }  // namespace

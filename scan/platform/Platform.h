@@ -14,7 +14,7 @@ namespace QuorViewer {
 /// shorter or the disk failed, `work` is aborted at that instruction and the address touched is returned. No destructor
 /// runs in that case: `work` must not own anything. Exceptions pass through. May be called on any thread, but not
 /// within itself.
-std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work);
+std::optional<std::uintptr_t> runGuarded(const std::function<void()>& work);
 
 /// Total memory of the machine or of the container that the process runs in. In bytes; 0 if unknown.
 std::uint64_t machineMemoryBytes();
@@ -27,8 +27,8 @@ void returnFreeMemory();
 /// File names are in the user's encoding: the command line supplies them so, and the library, OSG and the streams
 /// expect them so. The standard library's own conversion differs between compilers; these two convert a name to a path
 /// and back. Characters that the encoding lacks become question marks.
-std::filesystem::path placeOf(const std::string& name);
-std::string nameOf(const std::filesystem::path& place);
+std::filesystem::path toPath(const std::string& name);
+std::string fromPath(const std::filesystem::path& place);
 /// Converts such a name, or an error message of the system, to UTF-8 for a window or for a file that others read.
 std::string utf8Of(const std::string& inUsersEncoding);
 

@@ -51,7 +51,7 @@ std::uint64_t containerMemoryBytes() {
 
 }  // namespace
 
-std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work) {
+std::optional<std::uintptr_t> runGuarded(const std::function<void()>& work) {
   static const bool installed = installHandler();
   static_cast<void>(installed);
   Guard guard;
@@ -80,11 +80,11 @@ void returnFreeMemory() {
 }
 
 // File names are bytes here, whatever their encoding.
-std::filesystem::path placeOf(const std::string& name) {
+std::filesystem::path toPath(const std::string& name) {
   return name;
 }
 
-std::string nameOf(const std::filesystem::path& place) {
+std::string fromPath(const std::filesystem::path& place) {
   return place.string();
 }
 

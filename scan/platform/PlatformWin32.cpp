@@ -60,7 +60,7 @@ std::string narrowed(const std::wstring& wide, UINT codePage) {
 
 }  // namespace
 
-std::optional<std::uintptr_t> faultWhile(const std::function<void()>& work) {
+std::optional<std::uintptr_t> runGuarded(const std::function<void()>& work) {
   static void* const installed = ::AddVectoredExceptionHandler(1, leaveGuardedWork);
   static_cast<void>(installed);
   Guard guard;
@@ -87,11 +87,11 @@ void returnFreeMemory() {
   ::HeapCompact(::GetProcessHeap(), 0);
 }
 
-std::filesystem::path placeOf(const std::string& name) {
+std::filesystem::path toPath(const std::string& name) {
   return widened(name, CP_ACP);
 }
 
-std::string nameOf(const std::filesystem::path& place) {
+std::string fromPath(const std::filesystem::path& place) {
   return narrowed(place.native(), CP_ACP);
 }
 
@@ -102,7 +102,7 @@ std::string utf8Of(const std::string& inUsersEncoding) {
 // Only opening a file shows what its access list and other programs permit.
 bool isWritable(const std::string& path) {
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  HANDLE const handle = ::CreateFileW(placeOf(path).c_str(), GENERIC_READ | GENERIC_WRITE, kShareAll, nullptr,
+  HANDLE const handle = ::CreateFileW(toPath(path).c_str(), GENERIC_READ | GENERIC_WRITE, kShareAll, nullptr,
                                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) return false;
   ::CloseHandle(handle);

@@ -45,7 +45,7 @@ class Handle : public SharedFile {
 
 std::shared_ptr<const SharedFile> SharedFile::open(const std::string& path, std::error_code& error) {
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  HANDLE const handle = ::CreateFileW(placeOf(path).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+  HANDLE const handle = ::CreateFileW(toPath(path).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle != INVALID_HANDLE_VALUE) return std::make_shared<Handle>(handle);
   error.assign(static_cast<int>(::GetLastError()), std::system_category());

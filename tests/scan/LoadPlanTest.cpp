@@ -13,7 +13,7 @@ struct Case {
   const char* name;
   std::uint64_t points;
   std::uint64_t entry;
-  std::uint64_t thinning;
+  std::uint64_t decimation;
 };
 
 constexpr LoadSizes kSmallSizes = {1000, 300, 64, 8};
@@ -29,9 +29,9 @@ std::vector<std::uint64_t> indicesOf(const PointRange& range) {
 class LoadPlanOf : public testing::TestWithParam<Case> {
  protected:
   std::vector<PlannedChunk> plan() const {
-    return planLoad(GetParam().points, GetParam().entry, GetParam().thinning, kSmallSizes);
+    return planLoad(GetParam().points, GetParam().entry, GetParam().decimation, kSmallSizes);
   }
-  bool hasSample() const { return !plan().empty() && plan().front().turn == Turn::First; }
+  bool hasSample() const { return !plan().empty() && plan().front().phase == LoadPhase::Sample; }
 };
 
 TEST_P(LoadPlanOf, everyNthPointIsReadOnceAndNoOther) {
@@ -40,9 +40,9 @@ TEST_P(LoadPlanOf, everyNthPointIsReadOnceAndNoOther) {
     for (const std::uint64_t index : indicesOf(chunk.points)) ++reads[index];
   }
   std::map<std::uint64_t, int> wanted;
-  for (std::uint64_t index = 0; index < GetParam().points; index += GetParam().thinning) wanted[index] = 1;
+  for (std::uint64_t index = 0; index < GetParam().points; index += GetParam().decimation) wanted[index] = 1;
   EXPECT_EQ(reads, wanted);
-  EXPECT_EQ(thinnedCount(GetParam().points, GetParam().thinning), wanted.size());
+  EXPECT_EQ(decimatedCount(GetParam().points, GetParam().decimation), wanted.size());
 }
 
 TEST_P(LoadPlanOf, anIndexInAChunkGivesThePointOfTheFile) {
@@ -64,14 +64,14 @@ TEST_P(LoadPlanOf, noChunkIsLargerThanAllowedOrEmpty) {
 
 TEST_P(LoadPlanOf, theSampleComesFirstAndCoversTheWholeScan) {
   if (!hasSample()) {
-    for (const PlannedChunk& chunk : plan()) EXPECT_EQ(chunk.turn, Turn::Plain);
+    for (const PlannedChunk& chunk : plan()) EXPECT_EQ(chunk.phase, LoadPhase::Whole);
     return;
   }
   std::vector<std::uint64_t> sample;
   bool later = false;
   for (const PlannedChunk& chunk : plan()) {
-    EXPECT_FALSE(later && chunk.turn == Turn::First);
-    later = chunk.turn == Turn::Later;
+    EXPECT_FALSE(later && chunk.phase == LoadPhase::Sample);
+    later = chunk.phase == LoadPhase::Remainder;
     const std::vector<std::uint64_t> indices = indicesOf(chunk.points);
     if (!later) sample.insert(sample.end(), indices.begin(), indices.end());
   }
@@ -84,44 +84,43 @@ TEST_P(LoadPlanOf, theSampleComesFirstAndCoversTheWholeScan) {
 
 TEST_P(LoadPlanOf, theSampleStartsOnlyWhereReadingCanBegin) {
   for (const PlannedChunk& chunk : plan()) {
-    if (chunk.turn != Turn::First) continue;
+    if (chunk.phase != LoadPhase::Sample) continue;
     forEachRun(chunk.points, [](const PointRun& run) { EXPECT_EQ(run.first % GetParam().entry, 0U); });
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, LoadPlanOf,
-                         testing::Values(Case{"nothing", 0, 1, 1}, Case{"one", 1, 1, 1}, Case{"small", 1999, 1, 1},
-                                         Case{"large", 100003, 1, 1}, Case{"thinned", 100003, 1, 7},
-                                         Case{"thinnedToOne", 500, 1, 500}, Case{"thinnedBeyond", 500, 1, 10000},
-                                         Case{"compressed", 100003, 500, 1}, Case{"compressedThinned", 100003, 500, 3},
-                                         Case{"compressedInLargePieces", 100003, 5000, 1},
-                                         Case{"compressedWhole", 100003, 100003, 1},
-                                         Case{"compressedWholeThinned", 100003, 100003, 9}),
-                         [](const auto& one) { return std::string(one.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Cases, LoadPlanOf,
+    testing::Values(Case{"nothing", 0, 1, 1}, Case{"one", 1, 1, 1}, Case{"small", 1999, 1, 1},
+                    Case{"large", 100003, 1, 1}, Case{"decimated", 100003, 1, 7}, Case{"decimatedToOne", 500, 1, 500},
+                    Case{"decimatedBeyond", 500, 1, 10000}, Case{"compressed", 100003, 500, 1},
+                    Case{"compressedDecimated", 100003, 500, 3}, Case{"compressedInLargePieces", 100003, 5000, 1},
+                    Case{"compressedWhole", 100003, 100003, 1}, Case{"compressedWholeDecimated", 100003, 100003, 9}),
+    [](const auto& one) { return std::string(one.param.name); });
 
 TEST(LoadPlanTest, aLargeScanHasASampleAndOneThatCannotBeEnteredHasNone) {
-  EXPECT_EQ(planLoad(100003, 500, 1, kSmallSizes).front().turn, Turn::First);
-  EXPECT_EQ(planLoad(100003, 100003, 1, kSmallSizes).front().turn, Turn::Plain);
-  EXPECT_EQ(planLoad(100000000, 1, 1).front().turn, Turn::First);
+  EXPECT_EQ(planLoad(100003, 500, 1, kSmallSizes).front().phase, LoadPhase::Sample);
+  EXPECT_EQ(planLoad(100003, 100003, 1, kSmallSizes).front().phase, LoadPhase::Whole);
+  EXPECT_EQ(planLoad(100000000, 1, 1).front().phase, LoadPhase::Sample);
 }
 
 TEST(LoadPlanTest, indicesRelativeToTheFirstOfAChunkFitThirtyTwoBits) {
   const std::uint64_t points = std::uint64_t{1} << 40U;
-  for (const std::uint64_t thinning : {std::uint64_t{1} << 14U, std::uint64_t{1} << 20U}) {
-    for (const PlannedChunk& chunk : planLoad(points, 1, thinning)) {
+  for (const std::uint64_t decimation : {std::uint64_t{1} << 14U, std::uint64_t{1} << 20U}) {
+    for (const PlannedChunk& chunk : planLoad(points, 1, decimation)) {
       ASSERT_LT(chunk.points.at(chunk.points.count - 1) - chunk.points.first, std::uint64_t{1} << 32U);
     }
   }
 }
 
-TEST(LoadPlanTest, theLeastThinningThatFitsIsFound) {
-  EXPECT_EQ(thinningFor(100, 100), 1U);
-  EXPECT_EQ(thinningFor(101, 100), 2U);
-  EXPECT_EQ(thinningFor(0, 100), 1U);
-  EXPECT_EQ(thinningFor(1000, 1), 1000U);
+TEST(LoadPlanTest, theLeastDecimationThatFitsIsFound) {
+  EXPECT_EQ(decimationFor(100, 100), 1U);
+  EXPECT_EQ(decimationFor(101, 100), 2U);
+  EXPECT_EQ(decimationFor(0, 100), 1U);
+  EXPECT_EQ(decimationFor(1000, 1), 1000U);
   for (const std::uint64_t points : {12345U, 99999U}) {
     for (const std::uint64_t most : {1U, 7U, 5000U}) {
-      EXPECT_LE(thinnedCount(points, thinningFor(points, most)), most);
+      EXPECT_LE(decimatedCount(points, decimationFor(points, most)), most);
     }
   }
 }

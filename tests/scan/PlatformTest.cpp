@@ -32,7 +32,7 @@ class PlatformTest : public FilesFixture {
   void touchPage(std::int64_t page) { _sum = _sum + _view->start()[page * pageBytes()]; }
   /// Reads forwards; `_read` tells how far it got.
   std::optional<std::uintptr_t> readAll() {
-    return faultWhile([this] {
+    return runGuarded([this] {
       for (_read = 0; _read < _view->bytes(); ++_read) _sum = _sum + _view->start()[_read];
     });
   }
@@ -70,7 +70,7 @@ TEST_F(PlatformTest, aFaultOnOneThreadLeavesTheWorkOfAnotherAlone) {
   std::thread other([&] {
     for (int time = 0; time < 200; ++time) {
       volatile int counted = 0;
-      otherWasWhole &= !faultWhile([&] {
+      otherWasWhole &= !runGuarded([&] {
                           for (int i = 0; i < 1000; ++i) counted = counted + 1;
                         }).has_value() &&
                        counted == 1000;
@@ -82,7 +82,7 @@ TEST_F(PlatformTest, aFaultOnOneThreadLeavesTheWorkOfAnotherAlone) {
 }
 
 TEST_F(PlatformTest, exceptionsOfTheWorkPropagate) {
-  EXPECT_THROW(faultWhile([] { throw std::runtime_error("of the work"); }), std::runtime_error);
+  EXPECT_THROW(runGuarded([] { throw std::runtime_error("of the work"); }), std::runtime_error);
 }
 
 using PlatformDeathTest = PlatformTest;
@@ -101,7 +101,7 @@ TEST_F(PlatformDeathTest, aFaultOutsideOfGuardedWorkEndsTheProcessAsEver) {
 TEST_F(PlatformDeathTest, aFaultAfterWorkThatThrewEndsTheProcessAsEver) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   cutAfterPages(1);
-  EXPECT_THROW(faultWhile([] { throw std::runtime_error("of the work"); }), std::runtime_error);
+  EXPECT_THROW(runGuarded([] { throw std::runtime_error("of the work"); }), std::runtime_error);
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "the sanitizer handles the fault itself";
 #else
@@ -116,8 +116,8 @@ TEST_P(UsersEncodingTest, convertsToAPathAndBackAndToUtf8) {
   if (!name) GTEST_SKIP() << "the user's encoding lacks these characters";
   EXPECT_EQ(utf8Of(*name), GetParam());
   const std::filesystem::path place = std::filesystem::u8path(GetParam());
-  EXPECT_EQ(QuorViewer::placeOf(*name), place);
-  EXPECT_EQ(nameOf(place), *name);
+  EXPECT_EQ(toPath(*name), place);
+  EXPECT_EQ(fromPath(place), *name);
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, UsersEncodingTest, testing::Values("", "scan.las", "Gelände.las", "扫描/点云.las"));

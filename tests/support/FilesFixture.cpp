@@ -17,7 +17,7 @@ constexpr const char* kFolderVariable = "QUOR_TEST_FOLDER";
 }  // namespace
 
 std::string readPlainly(const std::string& path, std::int64_t offset, std::int64_t size) {
-  std::ifstream file(placeOf(path), std::ios::binary);
+  std::ifstream file(toPath(path), std::ios::binary);
   std::string bytes(static_cast<std::size_t>(size), '\0');
   file.seekg(offset);
   file.read(bytes.data(), size);
@@ -57,16 +57,16 @@ std::string FilesFixture::makeFile(const std::string& name, std::int64_t size) c
   std::mt19937 random(7);
   std::string bytes(static_cast<std::size_t>(size), '\0');
   for (char& byte : bytes) byte = static_cast<char>(random());
-  std::ofstream(placeOf(path(name)), std::ios::binary).write(bytes.data(), size);
+  std::ofstream(toPath(path(name)), std::ios::binary).write(bytes.data(), size);
   return path(name);
 }
 
 std::string FilesFixture::makeSparseFile(const std::string& name, std::int64_t size,
                                          const std::vector<std::pair<std::int64_t, std::string>>& texts) const {
-  std::ofstream file(placeOf(path(name)), std::ios::binary);
+  std::ofstream file(toPath(path(name)), std::ios::binary);
   for (const auto& [offset, text] : texts) file.seekp(offset) << text;
   file.close();
-  std::filesystem::resize_file(placeOf(path(name)), static_cast<std::uintmax_t>(size));
+  std::filesystem::resize_file(toPath(path(name)), static_cast<std::uintmax_t>(size));
   return path(name);
 }
 

@@ -127,7 +127,7 @@ TEST_F(ScanLoaderTest, theSummaryIsThatOfThePoints) {
   EXPECT_GT(summary.places.size(), 8000U);
 }
 
-TEST_F(ScanLoaderTest, aScanLargerThanTheBudgetIsThinnedEvenlyAndReported) {
+TEST_F(ScanLoaderTest, aScanLargerThanTheBudgetIsDecimatedEvenlyAndReported) {
   const std::vector<LasFilePoint> points = manyPoints(100000);
   load({write("a.las", points)}, 40 * 30000);
   _loader->start();
@@ -136,7 +136,7 @@ TEST_F(ScanLoaderTest, aScanLargerThanTheBudgetIsThinnedEvenlyAndReported) {
   for (const auto& [place, position] : _found) EXPECT_EQ(place.second % 4, 0U);
   expectPoint(1, 99996, points[99996]);
   EXPECT_THAT(_notes, ElementsAre("showing every 4th point of a.las: 25,000 of 100,000, to fit into 0.0011 GiB"));
-  EXPECT_EQ(_loader->thinning(), 4U);
+  EXPECT_EQ(_loader->decimation(), 4U);
 }
 
 TEST_F(ScanLoaderTest, scansAddedLaterGetTheRemainingMemoryAndAreRefusedWithoutAny) {
@@ -288,16 +288,16 @@ TEST_F(ScanLoaderTest, aClosedScanNoLongerCounts) {
   _scans->add(write("next.las", manyPoints(1000)));
   _loader->start();
   finishWith(1050);
-  EXPECT_EQ(_loader->thinning(), 1U) << "the memory has not been freed";
+  EXPECT_EQ(_loader->decimation(), 1U) << "the memory has not been freed";
 }
 
-TEST_F(ScanLoaderTest, theThinningOfAClosedScanIsForgotten) {
-  load({write("thinned.las", manyPoints(1000))}, 40 * 400);
+TEST_F(ScanLoaderTest, theDecimationOfAClosedScanIsForgotten) {
+  load({write("decimated.las", manyPoints(1000))}, 40 * 400);
   _loader->start();
   finish();
-  EXPECT_EQ(_loader->thinning(), 3U);
+  EXPECT_EQ(_loader->decimation(), 3U);
   close(1);
-  EXPECT_EQ(_loader->thinning(), 1U);
+  EXPECT_EQ(_loader->decimation(), 1U);
 }
 
 TEST_F(ScanLoaderTest, theRangesFollowWhenAScanIsClosed) {

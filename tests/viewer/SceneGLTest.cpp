@@ -40,7 +40,7 @@ TEST_F(SceneGLTest, everyAttachmentHoldsTheScansValuesOfThePoint) {
 }
 
 // Runs of three points, every second of the file's, a thousand apart: 0, 2, 4, 1000, 1002, …
-TEST_F(SceneGLTest, pointsOfAThinnedChunkAreIdentifiedByTheirPlaceInTheFile) {
+TEST_F(SceneGLTest, pointsOfADecimatedChunkAreIdentifiedByTheirPlaceInTheFile) {
   PointChunk chunk = createChunk();
   chunk.points.step = 2;
   chunk.points.perRun = 3;

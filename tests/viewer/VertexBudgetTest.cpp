@@ -6,37 +6,37 @@ namespace {
 
 using QuorViewer::VertexBudget;
 
-TEST(VertexBudgetTest, whatFitsIsNotThinned) {
-  EXPECT_EQ(VertexBudget(40 * 1000).thinningFor(1000), 1U);
-  EXPECT_EQ(VertexBudget(40 * 1000).thinningFor(0), 1U);
+TEST(VertexBudgetTest, whatFitsIsNotDecimated) {
+  EXPECT_EQ(VertexBudget(40 * 1000).decimationFor(1000), 1U);
+  EXPECT_EQ(VertexBudget(40 * 1000).decimationFor(0), 1U);
 }
 
-TEST(VertexBudgetTest, pointsThatDoNotFitAreThinnedNoMoreThanNecessary) {
-  EXPECT_EQ(VertexBudget(40 * 1000 - 1).thinningFor(1000), 2U);
-  EXPECT_EQ(VertexBudget(40 * 1000).thinningFor(3000), 3U);
-  EXPECT_EQ(VertexBudget(40 * 1000).thinningFor(3001), 4U);
-  EXPECT_EQ(VertexBudget(std::uint64_t{1} << 30U).thinningFor(130000000), 5U);  // 26,843,545 points fit
+TEST(VertexBudgetTest, pointsThatDoNotFitAreDecimatedNoMoreThanNecessary) {
+  EXPECT_EQ(VertexBudget(40 * 1000 - 1).decimationFor(1000), 2U);
+  EXPECT_EQ(VertexBudget(40 * 1000).decimationFor(3000), 3U);
+  EXPECT_EQ(VertexBudget(40 * 1000).decimationFor(3001), 4U);
+  EXPECT_EQ(VertexBudget(std::uint64_t{1} << 30U).decimationFor(130000000), 5U);  // 26,843,545 points fit
 }
 
 TEST(VertexBudgetTest, laterScansGetTheRemainingMemory) {
   VertexBudget budget(40 * 1000);
   budget.take(900);
-  EXPECT_EQ(budget.thinningFor(100), 1U);
-  EXPECT_EQ(budget.thinningFor(1000), 10U);
+  EXPECT_EQ(budget.decimationFor(100), 1U);
+  EXPECT_EQ(budget.decimationFor(1000), 10U);
   budget.take(100);
-  EXPECT_EQ(budget.thinningFor(1), 0U);
+  EXPECT_EQ(budget.decimationFor(1), 0U);
 }
 
 TEST(VertexBudgetTest, theMemoryOfAClosedScanIsAvailableToTheNext) {
   VertexBudget budget(40 * 1000);
   budget.take(1000);
   budget.giveBack(400);
-  EXPECT_EQ(budget.thinningFor(400), 1U);
-  EXPECT_EQ(budget.thinningFor(401), 2U);
+  EXPECT_EQ(budget.decimationFor(400), 1U);
+  EXPECT_EQ(budget.decimationFor(401), 2U);
 }
 
 TEST(VertexBudgetTest, aBudgetOfNothingHoldsNoPoint) {
-  EXPECT_EQ(VertexBudget(39).thinningFor(1), 0U);
+  EXPECT_EQ(VertexBudget(39).decimationFor(1), 0U);
 }
 
 TEST(VertexBudgetTest, theDefaultIsSomeMemory) {

@@ -193,8 +193,8 @@ TEST_F(ViewerTest, aFileTruncatedWhileItLoadsIsReportedWithTheOffsetAndTheViewer
 
 TEST_F(ViewerTest, aScanCanBeAddedByItsPathWhileAnotherIsLoading) {
   constexpr unsigned int kFitting = 107374182 / 40;  // points of 40 bytes into 0.1 GiB
-  constexpr unsigned int kThinning = (kLongPoints + kFitting - 1) / kFitting;
-  constexpr unsigned int kShown = (kLongPoints + kThinning - 1) / kThinning;
+  constexpr unsigned int kDecimation = (kLongPoints + kFitting - 1) / kFitting;
+  constexpr unsigned int kShown = (kLongPoints + kDecimation - 1) / kDecimation;
   writeHollowLasFile(path("long.las"), kLongPoints);
   writeLasFile(path("b.las"), gridPoints(), 0.0, 0.0);
   start({"--verbose", "--memory", "0.1", "--size", "320x240", path("long.las")});
@@ -222,7 +222,7 @@ TEST_F(ViewerTest, anInvalidPathIsReportedAndChangesNothing) {
   expectClickReports(24);
 }
 
-TEST_F(ViewerTest, aScanThatIsTooLargeForTheMemoryIsThinnedAndPicksStayExact) {
+TEST_F(ViewerTest, aScanThatIsTooLargeForTheMemoryIsDecimatedAndPicksStayExact) {
   constexpr int kPoints = 6000;  // 2,684 fit into 0.0001 GiB
   _points.clear();
   for (int number = 0; number < kPoints; ++number) {

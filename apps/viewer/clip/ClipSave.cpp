@@ -12,12 +12,12 @@ namespace {
 
 // The first unused name among town_inside.las, town_inside_2.las, …
 std::string freePathFor(const std::string& scanPath) {
-  const std::string stem = nameOf(placeOf(scanPath).stem()) + "_inside";
+  const std::string stem = fromPath(toPath(scanPath).stem()) + "_inside";
   std::string path = stem + ".las";
-  for (int number = 2; std::filesystem::exists(placeOf(path)); ++number) {
+  for (int number = 2; std::filesystem::exists(toPath(path)); ++number) {
     path = stem + "_" + std::to_string(number) + ".las";
   }
-  return nameOf(std::filesystem::absolute(placeOf(path)));
+  return fromPath(std::filesystem::absolute(toPath(path)));
 }
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace QuorViewer {
 std::string bundledScan() {
   std::error_code ignored;
   const std::filesystem::path installed = (programFolder() / QUOR_VIEWER_INSTALLED_SAMPLE).lexically_normal();
-  return std::filesystem::exists(installed, ignored) ? nameOf(installed) : QUOR_VIEWER_SOURCE_SAMPLE;
+  return std::filesystem::exists(installed, ignored) ? fromPath(installed) : QUOR_VIEWER_SOURCE_SAMPLE;
 }
 
 }  // namespace QuorViewer

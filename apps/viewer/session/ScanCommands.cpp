@@ -17,8 +17,8 @@ using QuorOsgUtils::FileProxy;
 // A multiple of every system's granularity. A view must begin on it so that it can be unmapped before the file closes.
 constexpr std::uint64_t kViewAlignmentBytes = std::uint64_t{1} << 16U;
 
-FileCmd::Priority priorityOf(Turn turn) {
-  return turn == Turn::First ? FileCmd::High : FileCmd::Normal;
+FileCmd::Priority priorityOf(LoadPhase phase) {
+  return phase == LoadPhase::Sample ? FileCmd::High : FileCmd::Normal;
 }
 
 ScanError cutOff(const std::string& path, std::uint64_t byte) {
@@ -52,7 +52,7 @@ void ScanCommand::operator()(const FileProxy* proxy, QuorOsgUtils::FileManager* 
 
 ReadChunk::ReadChunk(std::shared_ptr<LoadContext> context, std::shared_ptr<LoadingScan> scan,
                      const PlannedChunk& planned, ChunkSlot to)
-    : ScanCommand(std::move(context), std::move(scan), priorityOf(planned.turn)),
+    : ScanCommand(std::move(context), std::move(scan), priorityOf(planned.phase)),
       _points(planned.points),
       _to(std::move(to)) {}
 
@@ -97,7 +97,7 @@ void ReadChunk::_decodeMapped(const unsigned char* records, const RecordTable& t
   const std::uint64_t end = begin + run.span() * table.recordBytes;
   const ChunkBuilder before = to;
   const auto decode = [&](std::uint32_t count) {
-    return faultWhile(
+    return runGuarded(
         [&] { to.decode(*table.layout, records, static_cast<std::size_t>(run.step) * table.recordBytes, count); });
   };
   const std::optional<std::uintptr_t> fault = decode(run.count);

@@ -31,7 +31,7 @@ struct LoadingScan {
   // Used only by the viewer's thread.
   std::uint64_t pointsPlanned = 0;  ///< after decimation
   std::uint64_t pointsRead = 0;
-  std::uint64_t thinning = 1;
+  std::uint64_t decimation = 1;
 
   // Used only by the worker.
   std::uint64_t end = std::numeric_limits<std::uint64_t>::max();  ///< points from here on cannot be read

@@ -20,7 +20,7 @@ using QuorOsgUtils::FileManager;
 
 std::uint64_t sizeOf(const std::string& path) {
   std::error_code gone;
-  const std::uintmax_t size = std::filesystem::file_size(placeOf(path), gone);
+  const std::uintmax_t size = std::filesystem::file_size(toPath(path), gone);
   return gone ? 0 : size;
 }
 
@@ -55,15 +55,15 @@ void ScanLoader::start() {
       fresh.end());
   std::uint64_t points = 0;
   for (const unsigned int number : fresh) points += _scans.info(number).pointCount;
-  const std::uint64_t thinning = _budget.thinningFor(points);
-  for (const unsigned int number : fresh) _begin(number, thinning);
+  const std::uint64_t decimation = _budget.decimationFor(points);
+  for (const unsigned int number : fresh) _begin(number, decimation);
 }
 
-void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
+void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t decimation) {
   const ScanInfo& info = _scans.info(scanNumber);
   auto scan = std::make_shared<LoadingScan>();
   _loading[scanNumber] = scan;
-  if (thinning == 0) {
+  if (decimation == 0) {
     return _reportFailure(info.path + ": none of its points fit into " + inGibibytes(_budgetBytes) +
                           " in addition to those already shown");
   }
@@ -72,12 +72,12 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t thinning) {
   scan->reader = _scans.reader(scanNumber).clone();
   // Mapping opens the file for writing too, and the file may be read-only.
   if (scan->reader->records() && isWritable(info.path)) _register(*scan);
-  scan->thinning = thinning;
-  scan->pointsPlanned = thinnedCount(info.pointCount, thinning);
+  scan->decimation = decimation;
+  scan->pointsPlanned = decimatedCount(info.pointCount, decimation);
   _budget.take(scan->pointsPlanned);
   _pointsPlanned += scan->pointsPlanned;
-  if (thinning > 1) _reportThinning(*scan);
-  for (const PlannedChunk& planned : planLoad(info.pointCount, scan->reader->entryPoints(), thinning)) {
+  if (decimation > 1) _reportDecimation(*scan);
+  for (const PlannedChunk& planned : planLoad(info.pointCount, scan->reader->entryPoints(), decimation)) {
     _push(scan, planned);
   }
 }
@@ -102,21 +102,21 @@ void ScanLoader::_register(LoadingScan& scan) {
 // Value ranges are needed as soon as the sample is shown; what the rest adds to them can wait.
 void ScanLoader::_push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned) {
   const auto chunk = std::make_shared<PointChunk>();
-  const bool canWait = planned.turn == Turn::Later;
+  const bool canWait = planned.phase == LoadPhase::Remainder;
   auto* read = new ReadChunk(_context, scan, planned, chunk);
   auto* measure = new MeasureChunk(_context, scan, chunk, canWait ? FileCmd::Low : read->getPriority());
   if (!canWait) read->setNext(measure);
   _resultsDue += 2;
-  if (planned.turn == Turn::First) _sampleResultsDue += 2;
+  if (planned.phase == LoadPhase::Sample) _sampleResultsDue += 2;
   FileManager::getInstance()->push(read);
   if (canWait) FileManager::getInstance()->push(measure);
 }
 
-void ScanLoader::_reportThinning(const LoadingScan& scan) {
+void ScanLoader::_reportDecimation(const LoadingScan& scan) {
   const ScanInfo& info = _scans.info(scan.number);
-  _listener.thinned("showing every " + ordinal(scan.thinning) + " point of " + fileName(info.path) + ": " +
-                    grouped(scan.pointsPlanned) + " of " + grouped(info.pointCount) + ", to fit into " +
-                    inGibibytes(_budgetBytes));
+  _listener.decimated("showing every " + ordinal(scan.decimation) + " point of " + fileName(info.path) + ": " +
+                      grouped(scan.pointsPlanned) + " of " + grouped(info.pointCount) + ", to fit into " +
+                      inGibibytes(_budgetBytes));
 }
 
 void ScanLoader::_reportFailure(const std::string& error) {
@@ -175,10 +175,10 @@ void ScanLoader::close(unsigned int scanNumber) {
   FileManager::getInstance()->push(removal);
 }
 
-std::uint64_t ScanLoader::thinning() const {
+std::uint64_t ScanLoader::decimation() const {
   return std::accumulate(
       _loading.begin(), _loading.end(), std::uint64_t{1},
-      [](std::uint64_t most, const auto& loading) { return std::max(most, loading.second->thinning); });
+      [](std::uint64_t most, const auto& loading) { return std::max(most, loading.second->decimation); });
 }
 
 }  // namespace QuorViewer

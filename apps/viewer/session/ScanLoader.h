@@ -21,11 +21,11 @@ namespace QuorViewer {
 /// Starts the manager's worker, and stops it in the destructor. Use the loader on one thread.
 class ScanLoader {
  public:
-  /// Callbacks. `thinned` gets a line of text for the user.
+  /// Callbacks. `decimated` gets a line of text for the user.
   struct Listener {
     std::function<void(unsigned int scanNumber, const PointChunk& chunk)> loaded;
     std::function<void(const std::string& error)> failed;
-    std::function<void(const std::string& note)> thinned;
+    std::function<void(const std::string& note)> decimated;
   };
 
   /// `scans` outlives the loader.
@@ -53,15 +53,15 @@ class ScanLoader {
   /// Whether any scan has failed so far.
   bool failed() const { return _failed; }
   /// The strongest decimation of any scan; 1: all points are shown.
-  std::uint64_t thinning() const;
+  std::uint64_t decimation() const;
   const CloudSummary& summary() const { return _summary; }
 
  private:
-  void _begin(unsigned int scanNumber, std::uint64_t thinning);
+  void _begin(unsigned int scanNumber, std::uint64_t decimation);
   /// Registers a scan's file with the manager.
   void _register(LoadingScan& scan);
   void _push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned);
-  void _reportThinning(const LoadingScan& scan);
+  void _reportDecimation(const LoadingScan& scan);
   void _reportFailure(const std::string& error);
   void _receive(LoadResult result);
 

@@ -49,7 +49,7 @@ bool ScanSet::anyHas(bool ScanInfo::*property) const {
 }
 
 std::string fileName(const std::string& path) {
-  return nameOf(placeOf(path).filename());
+  return fromPath(toPath(path).filename());
 }
 
 }  // namespace QuorViewer

@@ -133,8 +133,8 @@ std::string Session::title() const {
 }
 
 std::string Session::pointCountText() const {
-  const std::string thinned = _loader.thinning() > 1 ? ", every " + ordinal(_loader.thinning()) : std::string();
-  return grouped(_loader.pointsRead()) + " points" + thinned;
+  const std::string decimated = _loader.decimation() > 1 ? ", every " + ordinal(_loader.decimation()) : std::string();
+  return grouped(_loader.pointsRead()) + " points" + decimated;
 }
 
 }  // namespace QuorViewer

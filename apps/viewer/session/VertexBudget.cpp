@@ -7,9 +7,9 @@
 
 namespace QuorViewer {
 
-std::uint64_t VertexBudget::thinningFor(std::uint64_t points) const {
+std::uint64_t VertexBudget::decimationFor(std::uint64_t points) const {
   const std::uint64_t left = _mostPoints - _taken;
-  return left > 0 ? QuorViewer::thinningFor(points, left) : 0;
+  return left > 0 ? QuorViewer::decimationFor(points, left) : 0;
 }
 
 void VertexBudget::take(std::uint64_t points) {

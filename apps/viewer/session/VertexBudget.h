@@ -16,7 +16,7 @@ class VertexBudget {
 
   /// The decimation with which scans of `points` points in total fit into the remaining memory; 0 if not a single point
   /// fits.
-  std::uint64_t thinningFor(std::uint64_t points) const;
+  std::uint64_t decimationFor(std::uint64_t points) const;
   /// Reserves memory for displayed points, and releases it.
   void take(std::uint64_t points);
   void giveBack(std::uint64_t points);

@@ -104,18 +104,18 @@ std::string pictureName(std::size_t number, const char* step) {
 
 bool Tour::run(const std::string& folder) {
   std::error_code error;
-  std::filesystem::create_directories(placeOf(folder), error);
+  std::filesystem::create_directories(toPath(folder), error);
   TourRecord record{_windowSize(), _dependencies.scans.pointCount(), {}};
   for (std::size_t index = 0; index < kSteps.size() && !_dependencies.viewer.done(); ++index) {
     const std::string picture = pictureName(index + 1, kSteps[index].name);
     _perform(kSteps[index]);
-    if (!_takePicture(nameOf(placeOf(folder) / picture))) {
+    if (!_takePicture(fromPath(toPath(folder) / picture))) {
       printError("the screenshot " + picture + " cannot be written to " + folder);
       return false;
     }
     record.steps.push_back(_record(kSteps[index], picture));
   }
-  const std::string path = nameOf(placeOf(folder) / "tour.json");
+  const std::string path = fromPath(toPath(folder) / "tour.json");
   std::ofstream file(path);
   file << toJson(record);
   if (!file.flush()) {

@@ -13,7 +13,7 @@ void ScreenshotControl::request() {
   }
   do {
     _path = "quor_viewer_" + std::to_string(++_count) + ".png";
-  } while (std::filesystem::exists(placeOf(_path)));
+  } while (std::filesystem::exists(toPath(_path)));
   _screenshot.request(_path);
 }
 
@@ -21,7 +21,7 @@ bool ScreenshotControl::reportCaptured() {
   if (_path.empty() || !_screenshot.captured()) {
     return false;
   }
-  const std::string path = nameOf(std::filesystem::absolute(placeOf(std::exchange(_path, std::string()))));
+  const std::string path = fromPath(std::filesystem::absolute(toPath(std::exchange(_path, std::string()))));
   const std::string message = (_screenshot.finish() ? "Screenshot saved to " : "Screenshot cannot be written: ") + path;
   _messages.show(message);
   _messages.print(message);

@@ -16,7 +16,7 @@ constexpr std::chrono::milliseconds kPause{5};
 
 // Quotes an argument for the started program's C library; none of ours ends in a backslash or contains a quote.
 std::wstring quoted(const std::string& word) {
-  return L"\"" + placeOf(word).wstring() + L"\"";
+  return L"\"" + toPath(word).wstring() + L"\"";
 }
 
 }  // namespace

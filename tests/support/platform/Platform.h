@@ -117,7 +117,7 @@ bool wasEndedByALostPage(int status);
 /// The text in the encoding of file names in this user's programs; none if a character is missing there.
 std::optional<std::string> inUsersEncoding(const std::string& utf8);
 /// The path for a name in the user's encoding. The standard library's own conversion differs between compilers.
-std::filesystem::path placeOf(const std::string& inUsersEncoding);
+std::filesystem::path toPath(const std::string& inUsersEncoding);
 
 /// The text in the encoding GBK, by the system's own conversion.
 std::string gbk(const std::string& utf8);

@@ -159,7 +159,7 @@ std::optional<std::string> inUsersEncoding(const std::string& utf8) {
   return utf8;
 }
 
-std::filesystem::path placeOf(const std::string& inUsersEncoding) {
+std::filesystem::path toPath(const std::string& inUsersEncoding) {
   return inUsersEncoding;
 }
 

@@ -57,7 +57,7 @@ std::wstring inOneSpelling(std::wstring path) {
 }
 
 std::wstring placeOnDisk(const std::string& path) {
-  return inOneSpelling(std::filesystem::absolute(placeOf(path)).relative_path().wstring());
+  return inOneSpelling(std::filesystem::absolute(toPath(path)).relative_path().wstring());
 }
 
 /// Whether the system's name for an open object ends with this path.
@@ -205,7 +205,7 @@ std::string makePipe(const std::string& /*folder*/) {
 
 // Holds the file open without sharing it for writing: this works for every user, and on every disk.
 WriteProtection::WriteProtection(const std::string& path) : _path(path) {
-  const HANDLE file = ::CreateFileW(placeOf(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+  const HANDLE file = ::CreateFileW(toPath(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) throw std::runtime_error("cannot open " + path);
   _before = reinterpret_cast<std::intptr_t>(file);
@@ -223,8 +223,8 @@ bool FileSizeLimit::isToBeHad() {
   return false;
 }
 
-LossyView::LossyView(const std::string& path) : _path(path), _bytes(std::filesystem::file_size(placeOf(path))) {
-  const HANDLE file = ::CreateFileW(placeOf(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+LossyView::LossyView(const std::string& path) : _path(path), _bytes(std::filesystem::file_size(toPath(path))) {
+  const HANDLE file = ::CreateFileW(toPath(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
   const HANDLE mapping = ::CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
   _start = static_cast<unsigned char*>(::MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0));
@@ -259,7 +259,7 @@ std::optional<std::string> inUsersEncoding(const std::string& utf8) {
   return encoded(widened(utf8, CP_UTF8), CP_ACP);
 }
 
-std::filesystem::path placeOf(const std::string& inUsersEncoding) {
+std::filesystem::path toPath(const std::string& inUsersEncoding) {
   return widened(inUsersEncoding, CP_ACP);
 }
 

@@ -452,7 +452,7 @@ TEST_F(FileManagerTest, removeFileDeletesAFileOfAChineseName) {
   const osg::ref_ptr<FilePtr> file = registered(*name, 100);
   EXPECT_TRUE(file->isValid());
   runOwned<RemoveFile>(file->file(), kNormal);
-  EXPECT_FALSE(std::filesystem::exists(placeOf(file->file())));
+  EXPECT_FALSE(std::filesystem::exists(toPath(file->file())));
 }
 
 TEST_F(FileManagerTest, aRemovedFileStaysKnownAndCanBeOpenedOnceItIsThereAgain) {
