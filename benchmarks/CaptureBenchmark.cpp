@@ -76,7 +76,7 @@ void paintGround(CaptureContext& context, int width, int height) {
   for (int y = 0; y < height / 2; ++y) {
     FrameContent row;
     row.depth = 0.5f + 0.8f * static_cast<float>(y) / static_cast<float>(height);
-    row.itemID = {1u, static_cast<unsigned int>(y), 0u, 1u};
+    row.itemID = {1U, static_cast<unsigned int>(y), 0U, 1U};
     context.fill(0, y, width, 1, row);
   }
 }

@@ -52,14 +52,18 @@ class PlainQueue {
 
  private:
   void work() {
-    while (FileCmd* const cmd = take()) (*cmd)(nullptr, nullptr);
+    while (FileCmd* const cmd = take()) {
+      (*cmd)(nullptr, nullptr);
+    }
   }
 
   FileCmd* take() {
     std::unique_lock<std::mutex> held(_mutex);
     std::deque<FileCmd*>* queue = nullptr;
     _awake.wait(held, [&] { return (queue = firstFilled()) != nullptr || _stopped; });
-    if (queue == nullptr) return nullptr;
+    if (queue == nullptr) {
+      return nullptr;
+    }
     FileCmd* const cmd = queue->front();
     queue->pop_front();
     return cmd;
@@ -67,7 +71,9 @@ class PlainQueue {
 
   std::deque<FileCmd*>* firstFilled() {
     for (std::deque<FileCmd*>& queue : _queues) {
-      if (!queue.empty()) return &queue;
+      if (!queue.empty()) {
+        return &queue;
+      }
     }
     return nullptr;
   }
@@ -84,7 +90,9 @@ class Countdown {
  public:
   void restart(int from) { _left.store(from, std::memory_order_relaxed); }
   void count() {
-    if (_left.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    if (_left.fetch_sub(1, std::memory_order_acq_rel) != 1) {
+      return;
+    }
     const std::lock_guard<std::mutex> held(_mutex);
     _done.notify_one();
   }
@@ -118,8 +126,12 @@ std::array<int, 2> processors() {
   ::sched_getaffinity(0, sizeof(allowed), &allowed);
   std::array<int, 2> found{-1, -1};
   for (int i = 0; i < CPU_SETSIZE; ++i) {
-    if (!CPU_ISSET(i, &allowed)) continue;
-    if (found[0] < 0) found[0] = i;
+    if (!CPU_ISSET(i, &allowed)) {
+      continue;
+    }
+    if (found[0] < 0) {
+      found[0] = i;
+    }
     found[1] = i;
   }
   return found;
@@ -188,10 +200,14 @@ void pushAndWait(Queues& queues, const Push& push, int pushers, int processor) {
   for (int pusher = 0; pusher < pushers; ++pusher) {
     threads.emplace_back([&] {
       moveTo(processor);
-      for (int i = 0; i < each; ++i) push(queues.command(static_cast<std::size_t>(i)));
+      for (int i = 0; i < each; ++i) {
+        push(queues.command(static_cast<std::size_t>(i)));
+      }
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
   queues.countdown().wait();
 }
 

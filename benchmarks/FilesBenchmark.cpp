@@ -21,8 +21,8 @@
 
 namespace {
 
-constexpr std::int64_t kFileBytes = std::int64_t{16} << 20u;
-constexpr std::int64_t kBytesPerMeasurement = std::int64_t{4} << 20u;
+constexpr std::int64_t kFileBytes = std::int64_t{16} << 20U;
+constexpr std::int64_t kBytesPerMeasurement = std::int64_t{4} << 20U;
 constexpr std::int64_t kTouchBytes = 4096;
 
 /// A file whose contents are all in memory. Its name is removed as soon as it is open.
@@ -53,7 +53,9 @@ class ScratchFile {
 void touch(const void* view, std::int64_t bytes) {
   const auto* const start = static_cast<const volatile char*>(view);
   int sum = 0;
-  for (std::int64_t i = 0; i < bytes; i += kTouchBytes) sum += start[i];
+  for (std::int64_t i = 0; i < bytes; i += kTouchBytes) {
+    sum += start[i];
+  }
   benchmark::DoNotOptimize(sum);
 }
 
@@ -73,14 +75,18 @@ void throughTheLibrary(ScratchFile& scratch, std::int64_t offset, std::int64_t b
 template <typename MapTouchUnmap>
 void manyTimes(std::int64_t bytes, MapTouchUnmap mapTouchUnmap) {
   const std::int64_t times = std::clamp<std::int64_t>(kBytesPerMeasurement / bytes, 1, 100);
-  for (std::int64_t i = 0; i < times; ++i) mapTouchUnmap(i * bytes % kFileBytes);
+  for (std::int64_t i = 0; i < times; ++i) {
+    mapTouchUnmap(i * bytes % kFileBytes);
+  }
 }
 
 void mapTouchUnmap(benchmark::State& state) {
   const std::int64_t bytes = state.range(0);
   ScratchFile scratch;
   bool mapped = scratch.valid();
-  for (std::int64_t i = 0; i < state.range(1) && mapped; ++i) mapped = scratch.file().map(0, kTouchBytes) != nullptr;
+  for (std::int64_t i = 0; i < state.range(1) && mapped; ++i) {
+    mapped = scratch.file().map(0, kTouchBytes) != nullptr;
+  }
   if (!mapped) {
     state.SkipWithError("the file or its views cannot be made");
     return;

@@ -41,7 +41,9 @@ void runInterleaved(benchmark::State& state, const std::vector<Way>& ways) {
   for (auto _ : state) {
     for (std::size_t i = 0; i < ways.size(); ++i) {
       const std::size_t way = (i + turn) % ways.size();
-      if (ways[way].prepare) ways[way].prepare();
+      if (ways[way].prepare) {
+        ways[way].prepare();
+      }
       seconds[way].push_back(secondsOf(ways[way].work));
     }
     ++turn;

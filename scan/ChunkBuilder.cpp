@@ -1,6 +1,7 @@
 #include "scan/ChunkBuilder.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 
 namespace QuorViewer {
@@ -75,6 +76,7 @@ ChunkBuilder::ChunkBuilder(const PointRange& points, const ChunkSettings& settin
 
 void ChunkBuilder::decode(const RecordLayout& layout, const unsigned char* records, std::size_t strideBytes,
                           std::size_t count) {
+  assert(_filledPoints + count <= _chunk.positions->size());
   withRecordKind(layout, _settings.colour.present, [&](auto extended, auto coloured) {
     const ChunkSettings settings = _settings;
     const std::size_t colourOffset = layout.colourOffset;
@@ -102,12 +104,16 @@ void ChunkBuilder::add(const osg::Vec3d& position, const osg::Vec4ub& colour, st
   (*_chunk.positions)[_filledPoints] = local;
   (*_chunk.colours)[_filledPoints] = colour;
   (*_chunk.intensities)[_filledPoints] = intensity;
-  if (std::isfinite(local.x()) && std::isfinite(local.y()) && std::isfinite(local.z())) _chunk.bounds.expandBy(local);
+  if (std::isfinite(local.x()) && std::isfinite(local.y()) && std::isfinite(local.z())) {
+    _chunk.bounds.expandBy(local);
+  }
   ++_filledPoints;
 }
 
 void ChunkBuilder::_cutToFilled() {
-  if (_filledPoints == _chunk.points.count) return;
+  if (_filledPoints == _chunk.points.count) {
+    return;
+  }
   _chunk.points.count = filledPoints();
   _chunk.positions->resize(_filledPoints);
   _chunk.colours->resize(_filledPoints);

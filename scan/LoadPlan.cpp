@@ -57,7 +57,9 @@ class Planner {
         std::min(_mostPoints / std::max<std::uint64_t>(perRun, 1), std::max<std::uint64_t>(kMostSpan / _segment, 1));
     for (std::uint64_t first = offset; first < _pointCount; first += together * _segment) {
       std::uint64_t count = 0;
-      for (std::uint64_t run = 0; run < together; ++run) count += _keptOf(first + run * _segment, length);
+      for (std::uint64_t run = 0; run < together; ++run) {
+        count += _keptOf(first + run * _segment, length);
+      }
       _add({first, static_cast<std::uint32_t>(count), _decimation, static_cast<std::uint32_t>(perRun), _segment},
            phase);
     }
@@ -75,7 +77,9 @@ class Planner {
   }
 
   void _add(const PointRange& points, LoadPhase phase) {
-    if (points.count > 0) _chunks.push_back({points, phase});
+    if (points.count > 0) {
+      _chunks.push_back({points, phase});
+    }
   }
 
   std::uint64_t _keptOf(std::uint64_t first, std::uint64_t length) const {
@@ -94,7 +98,9 @@ class Planner {
 
 std::vector<PlannedChunk> planLoad(std::uint64_t pointCount, std::uint64_t entryPoints, std::uint64_t decimation,
                                    const LoadSizes& sizes) {
-  if (pointCount == 0) return {};
+  if (pointCount == 0) {
+    return {};
+  }
   return Planner(pointCount, std::min(decimation, pointCount), sizes).plan(entryPoints);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <vector>
@@ -11,6 +12,7 @@ namespace QuorViewer {
 /// at least one value. Reorders the values.
 template <typename Number>
 Number quantile(std::vector<Number>& values, double share) {
+  assert(!values.empty());
   const auto rank = static_cast<std::ptrdiff_t>(std::lround(share * static_cast<double>(values.size() - 1)));
   std::nth_element(values.begin(), values.begin() + rank, values.end());
   return values[static_cast<std::size_t>(rank)];

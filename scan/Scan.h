@@ -75,7 +75,7 @@ class ScanReader {
 
   /// A reader for another thread, which may outlive this one. It shares the open file and what is known of it, so that
   /// nothing is opened or checked again. Call it where the reader is used.
-  virtual std::unique_ptr<ScanReader> clone() const = 0;
+  [[nodiscard]] virtual std::unique_ptr<ScanReader> clone() const = 0;
 
   /// Reading can start directly at each point whose index is a multiple of this.
   virtual std::uint64_t entryPoints() const { return 1; }

@@ -3,6 +3,7 @@
 #include "scan/platform/Platform.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -37,7 +38,9 @@ ScanFile::ScanFile(std::string path) : _path(std::move(path)) {
 
 void ScanFile::read(std::uint64_t offset, unsigned char* to, std::size_t count) const {
   const std::size_t got = _file->read(offset, to, count);
-  if (got != count) throw cutOff(offset + got);
+  if (got != count) {
+    throw cutOff(offset + got);
+  }
 }
 
 ScanError ScanFile::cutOff(std::uint64_t byte) const {
@@ -57,7 +60,9 @@ void SequentialBytes::moveTo(std::uint64_t position, std::uint64_t line) {
 }
 
 std::string_view SequentialBytes::_ahead() const {
-  if (_position < _bufferStart || _position >= _bufferStart + _buffer.size()) return {};
+  if (_position < _bufferStart || _position >= _bufferStart + _buffer.size()) {
+    return {};
+  }
   const auto used = static_cast<std::size_t>(_position - _bufferStart);
   return {reinterpret_cast<const char*>(_buffer.data()) + used, _buffer.size() - used};
 }
@@ -68,22 +73,42 @@ void SequentialBytes::_fill(std::size_t least) {
   _bufferStart = _position;
 }
 
+void SequentialBytes::skip(std::uint64_t count) {
+  assert(count <= left());
+  _position += count;
+}
+
 void SequentialBytes::take(unsigned char* to, std::size_t count) {
-  if (_ahead().size() < count) _fill(count);
-  if (_ahead().size() < count) throw _file.cutOff(_position + _ahead().size());
+  assert(count <= left());
+  if (_ahead().size() < count) {
+    _fill(count);
+  }
+  if (_ahead().size() < count) {
+    throw _file.cutOff(_position + _ahead().size());
+  }
   std::memcpy(to, _ahead().data(), count);
   _position += count;
 }
 
 bool SequentialBytes::takeLine(std::size_t mostBytes, std::string_view& line) {
-  if (left() == 0) return false;
-  if (_ahead().find('\n') == line.npos && _ahead().size() < left()) _fill(mostBytes + 1);
+  if (left() == 0) {
+    return false;
+  }
+  if (_ahead().find('\n') == line.npos && _ahead().size() < left()) {
+    _fill(mostBytes + 1);
+  }
   const std::string_view ahead = _ahead();
   const std::size_t length = std::min(ahead.find('\n'), ahead.size());
-  if (length > mostBytes) return false;
-  if (length == ahead.size() && length < left()) throw _file.cutOff(_position + length);
+  if (length > mostBytes) {
+    return false;
+  }
+  if (length == ahead.size() && length < left()) {
+    throw _file.cutOff(_position + length);
+  }
   line = ahead.substr(0, length);
-  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  if (!line.empty() && line.back() == '\r') {
+    line.remove_suffix(1);
+  }
   ++_line;
   _lineStart = _position;
   _position += length + (length < ahead.size() ? 1 : 0);

@@ -65,7 +65,7 @@ class SequentialBytes {
   void take(unsigned char* to, std::size_t count);
 
   /// Moves on by `count` bytes, which must be available.
-  void skip(std::uint64_t count) { _position += count; }
+  void skip(std::uint64_t count);
 
   /// The next line without its line feed and a carriage return before it; the file's last line may lack both. False if
   /// it is longer than `mostBytes`, or if nothing is left. The text is valid until the next call. Throws ScanError if

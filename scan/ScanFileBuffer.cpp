@@ -18,7 +18,9 @@ ScanFileBuffer::pos_type ScanFileBuffer::seekoff(off_type offset, std::ios_base:
 
 ScanFileBuffer::pos_type ScanFileBuffer::seekpos(pos_type position, std::ios_base::openmode /*which*/) {
   const auto wanted = static_cast<off_type>(position);
-  if (wanted < 0 || static_cast<std::uint64_t>(wanted) > _file.size()) return {off_type{-1}};
+  if (wanted < 0 || static_cast<std::uint64_t>(wanted) > _file.size()) {
+    return {off_type{-1}};
+  }
   const std::uint64_t bufferStart = _bufferEnd - static_cast<std::uint64_t>(egptr() - eback());
   const auto target = static_cast<std::uint64_t>(wanted);
   if (target >= bufferStart && target <= _bufferEnd) {

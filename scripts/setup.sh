@@ -32,7 +32,7 @@ case $profile in
       libbenchmark-dev                      # benchmarks
       xdotool)                              # pointer and keys for the tests of the viewer
     ;;&
-  checks) packages+=(clang clang-format clang-tidy) ;;
+  checks) packages+=(clang clang-tidy clang-format-16) ;; # each version of clang-format breaks lines differently
   test) ;;
   *) fail "unknown profile '$profile'; use run, test or checks" ;;
 esac

@@ -78,7 +78,9 @@ void prepare(CLI::App& app, const std::string& usage) {
 
 void addOption(CLI::App& app, const ValueOption& option, std::function<bool(const std::string&)> read) {
   const auto take = [name = option.name, accepted = option.accepted, read = std::move(read)](const std::string& text) {
-    if (!read(text)) throw CLI::ValidationError(expectation(name, accepted, text));
+    if (!read(text)) {
+      throw CLI::ValidationError(expectation(name, accepted, text));
+    }
   };
   app.add_option_function<std::string>(option.name, take, option.help)
       ->type_name(option.placeholder)

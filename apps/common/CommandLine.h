@@ -44,7 +44,9 @@ template <typename Target, typename Read>
 void addOption(CLI::App& app, const ValueOption& option, Target& into, Read read) {
   addOption(app, option, [&into, read](const std::string& text) {
     const auto value = read(text);
-    if (value) into = *value;
+    if (value) {
+      into = *value;
+    }
     return value.has_value();
   });
 }

@@ -20,9 +20,13 @@ std::optional<Number> readNumber(const std::string& text) {
   const char* const end = text.data() + text.size();
   Number number{};
   const auto [next, error] = std::from_chars(text.data() + (plus ? 1 : 0), end, number);
-  if (error != std::errc() || next != end) return std::nullopt;
+  if (error != std::errc() || next != end) {
+    return std::nullopt;
+  }
   if constexpr (std::is_floating_point_v<Number>) {
-    if (!std::isfinite(number)) return std::nullopt;
+    if (!std::isfinite(number)) {
+      return std::nullopt;
+    }
   }
   return number;
 }
@@ -42,7 +46,9 @@ std::optional<std::array<double, count>> readNumbers(const std::string& text) {
   std::string word;
   for (double& number : numbers) {
     const std::optional<double> read = words >> word ? readNumber<double>(word) : std::nullopt;
-    if (!read) return std::nullopt;
+    if (!read) {
+      return std::nullopt;
+    }
     number = *read;
   }
   return words >> word ? std::nullopt : std::optional(numbers);

@@ -41,7 +41,9 @@ PatternPlace patternPlace(const Shape& shape, const Hit& hit) {
   const osg::Vec3d apart = hit.position - shape.anchor;
   const osg::Vec3d& normal = hit.normal;
   const double level = std::sqrt(normal.x() * normal.x() + normal.y() * normal.y());
-  if (level < 0.05) return {apart.x(), apart.y()};
+  if (level < 0.05) {
+    return {apart.x(), apart.y()};
+  }
   // Converts heights to lengths along the slope.
   return {(apart.y() * normal.x() - apart.x() * normal.y()) / level, apart.z() / level};
 }
@@ -51,7 +53,9 @@ osg::Vec3d wallColour(const osg::Vec3d& plaster, const PatternPlace& place, bool
   constexpr double kSpacing = 2.6;
   constexpr double kStorey = 2.9;
   const double side = std::abs(place.right);
-  if (front && side < 0.62 && place.up < 2.25) return side < 0.5 && place.up < 2.12 ? kDoor : kFrame;
+  if (front && side < 0.62 && place.up < 2.25) {
+    return side < 0.5 && place.up < 2.12 ? kDoor : kFrame;
+  }
   const double across = std::abs(fraction(side / kSpacing) - 0.5) * kSpacing;
   const double height = kStorey * fraction(place.up / kStorey);
   if (place.up > 0.0 && across < 0.62 && height > 0.83 && height < 2.37) {
@@ -83,7 +87,9 @@ bool inArch(double right, double up, double halfWidth, double sill, double sprin
 osg::Vec3d naveColour(const osg::Vec3d& stone, const PatternPlace& place) {
   constexpr double kSpacing = 4.0;
   const double right = (fraction(place.right / kSpacing) - 0.5) * kSpacing;
-  if (inArch(right, place.up, 0.7, 2.4, 5.8)) return std::abs(right) < 0.06 ? kFrame * 0.7 : kWindow;
+  if (inArch(right, place.up, 0.7, 2.4, 5.8)) {
+    return std::abs(right) < 0.06 ? kFrame * 0.7 : kWindow;
+  }
   return inArch(right, place.up, 0.95, 2.2, 5.8) ? stone * 1.2 : stoneColour(stone, place);
 }
 
@@ -93,8 +99,12 @@ osg::Vec3d towerColour(const osg::Vec3d& stone, const PatternPlace& place) {
   const double fromClock = std::sqrt(place.right * place.right + up * up);
   const bool minuteHand = std::abs(place.right - 0.577 * up) < 0.12 && up > 0.0 && fromClock < 1.3;
   const bool hourHand = std::abs(up + 0.577 * place.right) < 0.14 && place.right > 0.0 && fromClock < 0.85;
-  if (fromClock < 1.6) return minuteHand || hourHand || fromClock > 1.4 ? osg::Vec3d(0.75, 0.6, 0.2) : kFrame;
-  if (inArch(place.right, place.up, 1.1, -1.0, 2.2)) return kDoor;
+  if (fromClock < 1.6) {
+    return minuteHand || hourHand || fromClock > 1.4 ? osg::Vec3d(0.75, 0.6, 0.2) : kFrame;
+  }
+  if (inArch(place.right, place.up, 1.1, -1.0, 2.2)) {
+    return kDoor;
+  }
   return inArch(std::abs(place.right) - 0.9, place.up, 0.6, 18.8, 20.8) ? kWindow : stoneColour(stone, place);
 }
 
@@ -205,7 +215,9 @@ LaserResponse response(const Hit& hit, double brightness) {
     case Material::Wire:
       return {0.30, 0.25};
     case Material::Ground:
-      if (hit.cover == Cover::Marking) return {0.95, 0.80};
+      if (hit.cover == Cover::Marking) {
+        return {0.95, 0.80};
+      }
       return hit.cover == Cover::Grass ? LaserResponse{0.50, 0.70} : LaserResponse{0.12 + 0.5 * brightness, brightness};
     default:
       return {0.15 + 0.7 * brightness, 0.8 * brightness};
@@ -220,7 +232,9 @@ Appearance appearance(const Town& town, const Hit& hit) {
   const LaserResponse laser = response(hit, (surface.x() + surface.y() + surface.z()) / 3.0);
   const double light = 0.62 + 0.42 * std::max(0.0, hit.normal * kSun) + 0.06 * hit.normal.z();
   osg::Vec3d lit = surface * light;
-  for (int channel = 0; channel < 3; ++channel) lit[channel] = std::clamp(lit[channel], 0.0, 1.0);
+  for (int channel = 0; channel < 3; ++channel) {
+    lit[channel] = std::clamp(lit[channel], 0.0, 1.0);
+  }
   return {lit, laser.reflectance, laser.nearInfrared};
 }
 

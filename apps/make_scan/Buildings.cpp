@@ -41,7 +41,9 @@ void addRoof(Ground& ground, const Site& site, const House& house, double eaves,
                      {kBuilding, house.roofColour});
   for (const double side : {-1.0, 1.0}) {
     bevel(roof, site, {0, side * half.y(), eaves + 0.15}, {0, side * house.pitch, 1}, material);
-    if (house.hipped) bevel(roof, site, {side * half.x(), 0, eaves + 0.15}, {side * house.pitch, 0, 1}, material);
+    if (house.hipped) {
+      bevel(roof, site, {side * half.x(), 0, eaves + 0.15}, {side * house.pitch, 0, 1}, material);
+    }
   }
   roof.anchor.z() += eaves;
   ground.add(std::move(roof));
@@ -149,7 +151,9 @@ void addChurch(Ground& ground) {
   const osg::Vec3d tip = tower.point({0, 0, 38.4});
   ground.add(rod(tower.point({0, 0, 37.5}), tip, 0.07, Material::Metal, {kBuilding, {0.85, 0.70, 0.30}}));
   ground.add(ball(tip, 0.3, Material::Metal, {kBuilding, {0.85, 0.70, 0.30}}));
-  for (const double along : {-17.0, -9.0, 0.0, 9.0}) ground.occupy(middle + osg::Vec2d(along, 0.0), 8.5);
+  for (const double along : {-17.0, -9.0, 0.0, 9.0}) {
+    ground.occupy(middle + osg::Vec2d(along, 0.0), 8.5);
+  }
 }
 
 }  // namespace QuorViewer

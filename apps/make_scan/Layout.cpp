@@ -33,7 +33,9 @@ Cover roadCover(const osg::Vec2d& place) {
   int under = 0;
   bool painted = false;
   for (const Street& street : streets()) {
-    if (street.clearance(place) > 0.0) continue;
+    if (street.clearance(place) > 0.0) {
+      continue;
+    }
     ++under;
     painted = painted || isZebra(street, place) || isDash(street, place);
   }
@@ -44,17 +46,25 @@ Cover parkCover(const osg::Vec2d& place) {
   const double dx = (place.x() + 55.0) / 1.25;
   const double dy = place.y() + 50.0;
   const double fromPond = std::sqrt(dx * dx + dy * dy);
-  if (fromPond < 24.5) return Cover::Shore;
+  if (fromPond < 24.5) {
+    return Cover::Shore;
+  }
   const bool ring = fromPond > 28.0 && fromPond < 30.2;
   const bool lane = std::abs(dx - dy * 0.9) < 1.1 && fromPond >= 28.0;
   return ring || lane ? Cover::Path : Cover::Grass;
 }
 
 Cover countryCover(const osg::Vec2d& place) {
-  if (woodland(place) > 0.3) return Cover::Litter;
-  if (place.length() < 150.0) return Cover::Grass;
+  if (woodland(place) > 0.3) {
+    return Cover::Litter;
+  }
+  if (place.length() < 150.0) {
+    return Cover::Grass;
+  }
   const double field = plainNoise(std::floor(place.x() / 46.0), std::floor(place.y() / 46.0), 1.0);
-  if (field < 0.3) return Cover::Crop;
+  if (field < 0.3) {
+    return Cover::Crop;
+  }
   return field > 0.8 ? Cover::Soil : Cover::Grass;
 }
 
@@ -101,7 +111,9 @@ Area park() {
 
 double streetClearance(const osg::Vec2d& place) {
   double nearest = 1e9;
-  for (const Street& street : streets()) nearest = std::min(nearest, street.clearance(place));
+  for (const Street& street : streets()) {
+    nearest = std::min(nearest, street.clearance(place));
+  }
   return nearest;
 }
 
@@ -112,10 +124,16 @@ double woodland(const osg::Vec2d& place) {
 
 Cover coverAt(const osg::Vec2d& place) {
   const double clearance = streetClearance(place);
-  if (clearance <= 0.0) return roadCover(place);
+  if (clearance <= 0.0) {
+    return roadCover(place);
+  }
   const bool inTown = place.length() < kTownRadiusMetres;
-  if (inTown && clearance < kPavementMetres) return Cover::Pavement;
-  if (square().contains(place)) return Cover::Cobbles;
+  if (inTown && clearance < kPavementMetres) {
+    return Cover::Pavement;
+  }
+  if (square().contains(place)) {
+    return Cover::Cobbles;
+  }
   return park().contains(place) ? parkCover(place) : countryCover(place);
 }
 

@@ -43,7 +43,9 @@ LasHeader withBox(LasHeader header, HeaderBox box) {
 // Length to truncate the finished file to; empty: the file is not truncated. Known before any point is computed.
 std::optional<std::uint64_t> cutLength(const Options& options, const LasHeader& header) {
   const std::uint64_t length = header.pointDataOffsetBytes + *options.points * header.recordLengthBytes;
-  if (options.cutRecords > 0) return length - options.cutRecords * header.recordLengthBytes;
+  if (options.cutRecords > 0) {
+    return length - options.cutRecords * header.recordLengthBytes;
+  }
   if (options.cutAtByte && *options.cutAtByte > length) {
     throw invalidValue("--cut-at", "at most " + std::to_string(length) + ", the length of the file",
                        std::to_string(*options.cutAtByte));
@@ -58,7 +60,9 @@ using Blocks = std::vector<Block>::const_iterator;
 Blocks endOfTask(Blocks first, Blocks end) {
   constexpr std::uint32_t kPointsMost = 65536;
   std::uint32_t points = first->count;
-  for (++first; first != end && points + first->count <= kPointsMost; ++first) points += first->count;
+  for (++first; first != end && points + first->count <= kPointsMost; ++first) {
+    points += first->count;
+  }
   return first;
 }
 
@@ -108,10 +112,14 @@ void makeScan(const Options& options, const Progress& progress) {
   const std::optional<std::uint64_t> cut = cutLength(options, header);
   writePoints(options, header, writer, progress);
   writer.finish(withBox(writer.header(), options.headerBox));
-  if (!cut) return;
+  if (!cut) {
+    return;
+  }
   std::error_code error;
   std::filesystem::resize_file(toPath(options.path), *cut, error);
-  if (error) throw ScanWriteError("cannot truncate " + options.path + ": " + error.message());
+  if (error) {
+    throw ScanWriteError("cannot truncate " + options.path + ": " + error.message());
+  }
 }
 
 int runMakeScan(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,

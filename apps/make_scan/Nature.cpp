@@ -95,7 +95,9 @@ void addStreetTrees(Ground& ground, Dice& dice, const Street& street) {
       [&](double along) {
         for (const double side : {-1.0, 1.0}) {
           const osg::Vec2d place = street.at(along, side * (street.halfWidth + 1.6));
-          if (place.length() > 120.0 || streetClearance(place) < 1.0 || !ground.isFree(place, 0.4)) continue;
+          if (place.length() > 120.0 || streetClearance(place) < 1.0 || !ground.isFree(place, 0.4)) {
+            continue;
+          }
           addBroadleaf(ground, dice, place, dice.between(5.5, 7.5));
           ground.occupy(place, 1.5);
         }
@@ -103,8 +105,12 @@ void addStreetTrees(Ground& ground, Dice& dice, const Street& street) {
 }
 
 double treeChance(const osg::Vec2d& place) {
-  if (square().contains(place, 1.0)) return 0.0;
-  if (park().contains(place, -3.0)) return 0.55;
+  if (square().contains(place, 1.0)) {
+    return 0.0;
+  }
+  if (park().contains(place, -3.0)) {
+    return 0.55;
+  }
   const double inTown = place.length() < kTownRadiusMetres ? 0.16 : 0.02;
   return std::max(inTown, 0.95 * woodland(place));
 }
@@ -115,7 +121,9 @@ void addScatteredTrees(Ground& ground, Dice& dice) {
   for (int candidate = 0; candidate < kCandidates; ++candidate) {
     const osg::Vec2d place{dice.between(-kReach, kReach), dice.between(-kReach, kReach)};
     const double wanted = dice.unit();
-    if (wanted >= treeChance(place) || streetClearance(place) < 2.8 || !ground.isFree(place, 1.8)) continue;
+    if (wanted >= treeChance(place) || streetClearance(place) < 2.8 || !ground.isFree(place, 1.8)) {
+      continue;
+    }
     addTree(ground, dice, place, dice.chance(0.15 + 0.65 * woodland(place)));
     ground.occupy(place, 1.9);
   }
@@ -145,7 +153,9 @@ void addNature(Ground& ground, Dice& dice) {
     ground.occupy(bed, 2.2);
   }
   for (const Street& street : streets()) {
-    if (street.marked) addStreetTrees(ground, dice, street);
+    if (street.marked) {
+      addStreetTrees(ground, dice, street);
+    }
   }
   for (const Street& street : streets()) {
     addHedgesAlong(ground, dice, street, 1.0);

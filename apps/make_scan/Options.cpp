@@ -133,7 +133,9 @@ unsigned leastVersion(unsigned format) {
 }
 
 std::string pathAmong(const std::vector<std::string>& files) {
-  if (files.empty() || files.front().empty()) throw invalidArgument("the output file is missing");
+  if (files.empty() || files.front().empty()) {
+    throw invalidArgument("the output file is missing");
+  }
   if (files.size() > 1) {
     throw invalidArgument("only one output file can be given: '" + files[0] + "' or '" + files[1] + "'");
   }
@@ -141,7 +143,9 @@ std::string pathAmong(const std::vector<std::string>& files) {
 }
 
 void checkTogether(const Options& options) {
-  if (!options.points) throw invalidArgument("--points is required");
+  if (!options.points) {
+    throw invalidArgument("--points is required");
+  }
   if (options.version() < leastVersion(options.format)) {
     throw invalidValue("--las-version",
                        "at least 1." + std::to_string(leastVersion(options.format)) + " for point format " +
@@ -175,7 +179,9 @@ Options Options::parse(const std::vector<std::string>& arguments) {
   addHelp(app);
   const CommandLine line = parseCommandLine(app, arguments);
   options.answer = line.answer;
-  if (!options.answer.empty()) return options;
+  if (!options.answer.empty()) {
+    return options;
+  }
   options.path = pathAmong(line.files);
   checkTogether(options);
   return options;

@@ -43,12 +43,18 @@ class Dice {
 /// below 1e-12.
 inline double sineOfTurns(double turns) {
   double folded = turns - std::floor(turns + 0.5);
-  if (folded > 0.25) folded = 0.5 - folded;
-  if (folded < -0.25) folded = -0.5 - folded;
+  if (folded > 0.25) {
+    folded = 0.5 - folded;
+  }
+  if (folded < -0.25) {
+    folded = -0.5 - folded;
+  }
   const double angle = folded * 6.283185307179586;
   const double square = angle * angle;
   double sum = 1.0;
-  for (int power = 17; power > 1; power -= 2) sum = 1.0 - sum * square / (power * (power - 1));
+  for (int power = 17; power > 1; power -= 2) {
+    sum = 1.0 - sum * square / (power * (power - 1));
+  }
   return angle * sum;
 }
 

@@ -140,14 +140,18 @@ Preamble preamble(const Options& options) {
   header.creationDayOfYear = 1;
   setText(header.systemIdentifier.begin(), "simulated scanner");
   setText(header.generatingSoftware.begin(), "quor_make_scan");
-  if (options.extraBytes > 0) describeExtraBytes(result, options.extraBytes);
+  if (options.extraBytes > 0) {
+    describeExtraBytes(result, options.extraBytes);
+  }
   if (options.format >= 6) {
     addRecord(result, "LASF_Projection", kCoordinateSystemRecord,
               {std::begin(kCoordinateSystem), std::end(kCoordinateSystem)});
     header.globalEncoding = kWellKnownTextBit;
   }
   // LAS 1.0 marks the start of its points with a signature of two bytes.
-  if (options.version() == 0) result.variableRecords.insert(result.variableRecords.end(), {0xCC, 0xDD});
+  if (options.version() == 0) {
+    result.variableRecords.insert(result.variableRecords.end(), {0xCC, 0xDD});
+  }
   return result;
 }
 

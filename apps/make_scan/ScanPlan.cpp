@@ -12,7 +12,9 @@ constexpr std::uint64_t kPulsesBetweenBlocks = std::uint64_t{1} << 32;
 
 std::uint64_t pointsOfTrial(const Scanner& scanner, unsigned sector, std::uint64_t pulses) {
   std::uint64_t points = 0;
-  for (std::uint64_t pulse = 0; pulse < pulses; ++pulse) points += scanner.echo(sector, pulse).count;
+  for (std::uint64_t pulse = 0; pulse < pulses; ++pulse) {
+    points += scanner.echo(sector, pulse).count;
+  }
   return points;
 }
 

@@ -26,7 +26,9 @@ void forEachEcho(const Scanner& scanner, const Block& block, const Visitor& visi
   std::uint32_t points = 0;
   for (std::uint64_t pulse = block.firstPulse; points < block.count; ++pulse) {
     const Echo echo = scanner.echo(block.sector, pulse);
-    if (echo.count == 0 || echo.count > block.count - points) continue;
+    if (echo.count == 0 || echo.count > block.count - points) {
+      continue;
+    }
     points += static_cast<std::uint32_t>(echo.count);
     visit(echo);
   }

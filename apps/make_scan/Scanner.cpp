@@ -102,7 +102,9 @@ std::optional<double> Scanner::_leafDepth(const Thicket& thicket, std::uint64_t 
   constexpr double kTypicalMetres = 0.7;
   const double draw = toUnit(chance);
   const double depth = kTypicalMetres * draw / (1.03 - draw);
-  if (depth >= thicket.passage.leave - thicket.passage.enter) return std::nullopt;
+  if (depth >= thicket.passage.leave - thicket.passage.enter) {
+    return std::nullopt;
+  }
   return thicket.passage.enter + depth;
 }
 
@@ -121,11 +123,15 @@ bool Scanner::_addLeaves(Echo& echo, const Ray& ray, const Sight& sight, std::ui
   for (std::size_t place = 0; place < sight.thicketCount && echo.count + 1 < Echo::kReturnsMost; ++place) {
     chance = scrambled(chance);
     const std::optional<double> depth = _leafDepth(sight.thickets[place], chance);
-    if (!depth || *depth >= opaque || *depth < last + kEchoesApartMetres) continue;
+    if (!depth || *depth >= opaque || *depth < last + kEchoesApartMetres) {
+      continue;
+    }
     last = *depth;
     const double strength = echo.count == 0 ? 1.0 : 0.5;
     _addReturn(echo, ray, _town.leafHit(ray, sight.thickets[place], *depth), strength);
-    if (toUnit(scrambled(chance, 1)) < kEndingShare) return true;
+    if (toUnit(scrambled(chance, 1)) < kEndingShare) {
+      return true;
+    }
   }
   return false;
 }
@@ -153,10 +159,16 @@ Echo Scanner::echo(unsigned sector, std::uint64_t number) const {
   echo.scanAngleDegrees = 360.0 * (_survey.airborne ? (2.0 * _spread(sector, number).along - 1.0) * kHalfSwathTurns
                                                     : _angleTurns(_spread(sector, number).along));
   const bool ended = _addLeaves(echo, ray, sight, chance);
-  if (ended || !sight.opaque || sight.opaque->t > kRangeMostMetres) return echo;
-  if (echo.count > 0 && sight.opaque->t < echo.returns[echo.count - 1].hit.t + kEchoesApartMetres) return echo;
+  if (ended || !sight.opaque || sight.opaque->t > kRangeMostMetres) {
+    return echo;
+  }
+  if (echo.count > 0 && sight.opaque->t < echo.returns[echo.count - 1].hit.t + kEchoesApartMetres) {
+    return echo;
+  }
   _addReturn(echo, ray, *sight.opaque, echo.count == 0 ? 1.0 : 0.6);
-  if (echo.count < Echo::kReturnsMost && chance % kPulsesPerEdgeTest == 0) _addEdge(echo, ray, chance);
+  if (echo.count < Echo::kReturnsMost && chance % kPulsesPerEdgeTest == 0) {
+    _addEdge(echo, ray, chance);
+  }
   return echo;
 }
 

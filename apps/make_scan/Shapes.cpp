@@ -16,8 +16,12 @@ std::optional<Touch> touchSolid(const Solid& solid, const Ray& ray) {
   for (const Solid::Face& face : solid.faces) {
     const double height = face.normal * ray.start - face.offset;
     const double speed = face.normal * ray.direction;
-    if (height > 0.0 && speed >= 0.0) return std::nullopt;
-    if (speed == 0.0) continue;
+    if (height > 0.0 && speed >= 0.0) {
+      return std::nullopt;
+    }
+    if (speed == 0.0) {
+      continue;
+    }
     const double t = -height / speed;
     if (speed > 0.0) {
       leave = std::min(leave, t);
@@ -25,9 +29,13 @@ std::optional<Touch> touchSolid(const Solid& solid, const Ray& ray) {
       enter = t;
       entered = &face;
     }
-    if (enter > leave) return std::nullopt;
+    if (enter > leave) {
+      return std::nullopt;
+    }
   }
-  if (!entered) return std::nullopt;
+  if (!entered) {
+    return std::nullopt;
+  }
   return Touch{enter, entered->normal, entered->material};
 }
 
@@ -38,7 +46,9 @@ struct Roots {
 // Roots of t² + 2 * half * t + constant.
 std::optional<Roots> roots(double half, double constant) {
   const double discriminant = half * half - constant;
-  if (discriminant < 0.0) return std::nullopt;
+  if (discriminant < 0.0) {
+    return std::nullopt;
+  }
   const double root = std::sqrt(discriminant);
   return Roots{-half - root, -half + root};
 }
@@ -50,7 +60,9 @@ std::optional<Roots> ballRoots(const osg::Vec3d& centre, double radius, const Ra
 
 std::optional<Touch> touchBall(const osg::Vec3d& centre, double radius, Material material, const Ray& ray) {
   const std::optional<Roots> met = ballRoots(centre, radius, ray);
-  if (!met || met->first <= 0.0) return std::nullopt;
+  if (!met || met->first <= 0.0) {
+    return std::nullopt;
+  }
   return Touch{met->first, (ray.at(met->first) - centre) / radius, material};
 }
 
@@ -63,17 +75,25 @@ std::optional<Touch> touchRodSide(const Rod& rod, Material material, const Ray& 
   const osg::Vec3d across = ray.direction - axis * (ray.direction * axis);
   const osg::Vec3d offset = apart - axis * (apart * axis);
   const double speed = across * across;
-  if (speed == 0.0) return std::nullopt;
+  if (speed == 0.0) {
+    return std::nullopt;
+  }
   const std::optional<Roots> met = roots(across * offset / speed, (offset * offset - rod.radius * rod.radius) / speed);
-  if (!met || met->first <= 0.0) return std::nullopt;
+  if (!met || met->first <= 0.0) {
+    return std::nullopt;
+  }
   const osg::Vec3d place = ray.at(met->first) - rod.from;
   const double along = place * axis;
-  if (along < 0.0 || along > length) return std::nullopt;
+  if (along < 0.0 || along > length) {
+    return std::nullopt;
+  }
   return Touch{met->first, (place - axis * along) / rod.radius, material};
 }
 
 std::optional<Touch> nearer(const std::optional<Touch>& first, const std::optional<Touch>& second) {
-  if (!first || !second) return first ? first : second;
+  if (!first || !second) {
+    return first ? first : second;
+  }
   return first->t <= second->t ? first : second;
 }
 
@@ -85,7 +105,9 @@ std::optional<Touch> touchRod(const Rod& rod, Material material, const Ray& ray)
 
 double solidDistance(const Solid& solid, const osg::Vec3d& point) {
   double outermost = -std::numeric_limits<double>::infinity();
-  for (const Solid::Face& face : solid.faces) outermost = std::max(outermost, face.normal * point - face.offset);
+  for (const Solid::Face& face : solid.faces) {
+    outermost = std::max(outermost, face.normal * point - face.offset);
+  }
   return std::abs(outermost);
 }
 
@@ -98,21 +120,31 @@ double rodDistance(const Rod& rod, const osg::Vec3d& point) {
 }  // namespace
 
 std::optional<Touch> touch(const Shape& shape, const Ray& ray) {
-  if (const auto* solid = std::get_if<Solid>(&shape.body)) return touchSolid(*solid, ray);
-  if (const auto* rod = std::get_if<Rod>(&shape.body)) return touchRod(*rod, shape.material, ray);
+  if (const auto* solid = std::get_if<Solid>(&shape.body)) {
+    return touchSolid(*solid, ray);
+  }
+  if (const auto* rod = std::get_if<Rod>(&shape.body)) {
+    return touchRod(*rod, shape.material, ray);
+  }
   const auto& ball = std::get<Ball>(shape.body);
   return touchBall(ball.centre, ball.radius, shape.material, ray);
 }
 
 std::optional<Passage> passage(const Ball& ball, const Ray& ray) {
   const std::optional<Roots> met = ballRoots(ball.centre, ball.radius, ray);
-  if (!met || met->second <= 0.0) return std::nullopt;
+  if (!met || met->second <= 0.0) {
+    return std::nullopt;
+  }
   return Passage{std::max(met->first, 0.0), met->second};
 }
 
 double distanceToSurface(const Shape& shape, const osg::Vec3d& point) {
-  if (const auto* solid = std::get_if<Solid>(&shape.body)) return solidDistance(*solid, point);
-  if (const auto* rod = std::get_if<Rod>(&shape.body)) return rodDistance(*rod, point);
+  if (const auto* solid = std::get_if<Solid>(&shape.body)) {
+    return solidDistance(*solid, point);
+  }
+  if (const auto* rod = std::get_if<Rod>(&shape.body)) {
+    return rodDistance(*rod, point);
+  }
   const auto& ball = std::get<Ball>(shape.body);
   const double outside = (point - ball.centre).length() - ball.radius;
   return shape.foliage ? std::max(outside, 0.0) : std::abs(outside);

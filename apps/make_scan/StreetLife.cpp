@@ -47,7 +47,9 @@ void addCar(Ground& ground, const Site& site, const osg::Vec3d& paint) {
 
 bool nearCrossing(const osg::Vec2d& place, const Street& own) {
   for (const Street& street : streets()) {
-    if (&street != &own && street.clearance(place) < 9.0) return true;
+    if (&street != &own && street.clearance(place) < 9.0) {
+      return true;
+    }
   }
   return false;
 }
@@ -58,7 +60,9 @@ void addCarsAlong(Ground& ground, Dice& dice, const Street& street, double side)
       [&](double along) {
         const osg::Vec2d place = street.at(along, side * (street.halfWidth - 1.05));
         const osg::Vec3d paint = kPaints[dice.below(kPaints.size())];
-        if (place.length() > kTownRadiusMetres || nearCrossing(place, street)) return;
+        if (place.length() > kTownRadiusMetres || nearCrossing(place, street)) {
+          return;
+        }
         addCar(ground, ground.site(place, street.direction() * -side), paint);
       });
 }
@@ -77,7 +81,9 @@ void addLampsAlong(Ground& ground, const Street& street) {
       [&](double along) {
         const osg::Vec2d place = street.at(along, side * (street.halfWidth + 0.7));
         side = -side;
-        if (place.length() < kTownRadiusMetres && !nearCrossing(place, street)) addLamp(ground, place);
+        if (place.length() < kTownRadiusMetres && !nearCrossing(place, street)) {
+          addLamp(ground, place);
+        }
       });
 }
 
@@ -182,7 +188,9 @@ void addStreetLife(Ground& ground, Dice& dice) {
   for (const Street& street : streets()) {
     addCarsAlong(ground, dice, street, 1.0);
     addCarsAlong(ground, dice, street, -1.0);
-    if (street.marked) addLampsAlong(ground, street);
+    if (street.marked) {
+      addLampsAlong(ground, street);
+    }
   }
   addWiresAlong(ground, streets()[5]);
   furnishSquare(ground, dice);

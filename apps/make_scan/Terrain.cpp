@@ -89,11 +89,15 @@ std::optional<double> Terrain::cross(int column, int row, const Ray& ray, double
   const double slope = ray.direction.z() - patch.east * du - patch.north * dv - patch.both * (u * dv + v * du);
   const double square = -patch.both * du * dv;
   const double discriminant = slope * slope - 4.0 * square * above;
-  if (discriminant < 0.0) return std::nullopt;
+  if (discriminant < 0.0) {
+    return std::nullopt;
+  }
   // Both roots without subtracting numbers of the same sign; the wanted one is where the height falls.
   const double sum = std::sqrt(discriminant);
   const double s = slope <= 0.0 ? 2.0 * above / (sum - slope) : -(slope + sum) / (2.0 * square);
-  if (!(s >= -1e-9) || s > leave - enter + 1e-9) return std::nullopt;
+  if (!(s >= -1e-9) || s > leave - enter + 1e-9) {
+    return std::nullopt;
+  }
   return enter + s;
 }
 

@@ -35,7 +35,9 @@ Passage overTown(const Ray& ray) {
     const double speed = ray.direction[axis];
     const double start = ray.start[axis];
     if (speed == 0.0) {
-      if (std::abs(start) >= kHalf) return {kNever, 0.0};
+      if (std::abs(start) >= kHalf) {
+        return {kNever, 0.0};
+      }
       continue;
     }
     const double behind = (speed > 0.0 ? -kHalf : kHalf) - start;
@@ -57,9 +59,15 @@ class Town::Walk {
     Passage inside = overTown(_ray);
     const double climb = _ray.direction.z();
     const double untilTop = (_town._top - _ray.start.z()) / climb;
-    if (climb > 0.0) inside.leave = std::min(inside.leave, untilTop);
-    if (climb < 0.0) inside.enter = std::max(inside.enter, untilTop);
-    if (inside.enter < inside.leave) _follow(inside);
+    if (climb > 0.0) {
+      inside.leave = std::min(inside.leave, untilTop);
+    }
+    if (climb < 0.0) {
+      inside.enter = std::max(inside.enter, untilTop);
+    }
+    if (inside.enter < inside.leave) {
+      _follow(inside);
+    }
     _finish();
     return _sight;
   }
@@ -73,7 +81,9 @@ class Town::Walk {
   Axis _axis(int axis, double enter) const {
     const double speed = _ray.direction[axis];
     const int cell = Terrain::cellOf(_ray.at(enter)[axis]);
-    if (speed == 0.0) return {cell, 0, kNever, kNever};
+    if (speed == 0.0) {
+      return {cell, 0, kNever, kNever};
+    }
     const int step = speed > 0.0 ? 1 : -1;
     const double border = Terrain::borderOf(cell + (step + 1) / 2);
     return {cell, step, (border - _ray.start[axis]) / speed, Terrain::kCellMetres / std::abs(speed)};
@@ -90,7 +100,9 @@ class Town::Walk {
       Axis& crossed = x.nextBorder <= y.nextBorder ? x : y;
       crossed.cell += crossed.step;
       crossed.nextBorder += crossed.perCell;
-      if (crossed.cell < 0 || crossed.cell >= Terrain::kCellsAcross) return;
+      if (crossed.cell < 0 || crossed.cell >= Terrain::kCellsAcross) {
+        return;
+      }
     }
   }
 
@@ -98,8 +110,12 @@ class Town::Walk {
     const Cell& cell = _town._cell(column, row);
     const double lowest =
         _ray.start.z() + _ray.direction.z() * (_ray.direction.z() < 0.0 ? stretch.leave : stretch.enter);
-    if (lowest <= cell.shapesTop) _visitShapes(cell);
-    if (lowest > cell.groundTop) return;
+    if (lowest <= cell.shapesTop) {
+      _visitShapes(cell);
+    }
+    if (lowest > cell.groundTop) {
+      return;
+    }
     const std::optional<double> ground = _town._terrain.cross(column, row, _ray, stretch.enter, stretch.leave);
     if (ground && *ground < _nearest) {
       _nearest = *ground;
@@ -116,7 +132,9 @@ class Town::Walk {
         continue;
       }
       const std::optional<Touch> met = touch(shape, _ray);
-      if (!met || met->t >= _nearest) continue;
+      if (!met || met->t >= _nearest) {
+        continue;
+      }
       _nearest = met->t;
       _nearestShape = index;
       _touch = *met;
@@ -126,9 +144,13 @@ class Town::Walk {
   // A lobe may be in several cells, and is recorded once.
   void _visitFoliage(const Shape& shape, std::uint32_t index) {
     const std::optional<Passage> inside = passage(std::get<Ball>(shape.body), _ray);
-    if (!inside || _sight.thicketCount == Sight::kThicketsMost) return;
+    if (!inside || _sight.thicketCount == Sight::kThicketsMost) {
+      return;
+    }
     for (std::size_t noted = 0; noted < _sight.thicketCount; ++noted) {
-      if (_sight.thickets[noted].shape == index) return;
+      if (_sight.thickets[noted].shape == index) {
+        return;
+      }
     }
     _sight.thickets[_sight.thicketCount++] = {*inside, index};
   }
@@ -136,7 +158,9 @@ class Town::Walk {
   void _finish() {
     std::sort(_sight.thickets.begin(), _sight.thickets.begin() + static_cast<std::ptrdiff_t>(_sight.thicketCount),
               [](const Thicket& a, const Thicket& b) { return a.passage.enter < b.passage.enter; });
-    if (_nearest == kNever) return;
+    if (_nearest == kNever) {
+      return;
+    }
     if (_nearestShape == Hit::kTerrain) {
       _sight.opaque = _town._groundHit(_ray, _nearest);
       return;
@@ -173,7 +197,9 @@ void Town::_fillCells() {
     const int row = static_cast<int>(place) / Terrain::kCellsAcross;
     Cell cell{static_cast<std::uint32_t>(_cellShapes.size()), static_cast<std::uint32_t>(inCell[place].size()), -kNever,
               _terrain.top(static_cast<int>(place) % Terrain::kCellsAcross, row)};
-    for (const std::uint32_t index : inCell[place]) cell.shapesTop = std::max(cell.shapesTop, _shapes[index].high.z());
+    for (const std::uint32_t index : inCell[place]) {
+      cell.shapesTop = std::max(cell.shapesTop, _shapes[index].high.z());
+    }
     _cellShapes.insert(_cellShapes.end(), inCell[place].begin(), inCell[place].end());
     _top = std::max(_top, std::max(cell.shapesTop, cell.groundTop));
     _cells.push_back(cell);

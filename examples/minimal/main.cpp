@@ -29,7 +29,9 @@ osg::FrameBufferObject* createCapturedFrame() {
     frame->setAttachment(static_cast<osg::Camera::BufferComponent>(buffer),
                          osg::FrameBufferAttachment(new osg::RenderBuffer(kWidth, kHeight, format)));
   };
-  for (int i = 0; i < 5; ++i) attach(osg::Camera::COLOR_BUFFER0 + i, formats[i]);
+  for (int i = 0; i < 5; ++i) {
+    attach(osg::Camera::COLOR_BUFFER0 + i, formats[i]);
+  }
   attach(osg::Camera::DEPTH_BUFFER, GL_DEPTH_COMPONENT32F);
   return frame;
 }
@@ -40,7 +42,7 @@ struct ClearFrame : osg::Camera::DrawCallback {
     osg::StateSet* state = info.getCurrentCamera()->getStateSet();
     state->getAttribute(osg::StateAttribute::FRAME_BUFFER_OBJECT)->apply(*info.getState());
     glDrawBuffer(GL_COLOR_ATTACHMENT0_EXT);
-    glClearColor(0.10F, 0.11F, 0.13F, 1.0F);
+    glClearColor(0.10f, 0.11f, 0.13f, 1.0f);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     info.getState()->get<osg::GLExtensions>()->glBindFramebuffer(GL_FRAMEBUFFER_EXT, 0);
   }
@@ -59,7 +61,9 @@ struct ShowFrame : osg::Camera::DrawCallback {
 
 int main(int argc, char** argv) {
   osg::ref_ptr<osg::Node> cloud = argc > 1 ? osgDB::readRefNodeFile(argv[1]) : nullptr;
-  if (!cloud) return 1;
+  if (!cloud) {
+    return 1;
+  }
   osg::ref_ptr<osg::Group> scene = new osg::Group;  // a group, so that the pivot marker can be added to it
   scene->addChild(cloud);
   auto* program = new osg::Program;

@@ -263,7 +263,7 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   osg::Matrixd _startWorldToLocal;
 
   /// Traversal mask for the hit test of a press.
-  unsigned int _intersectionMask = ~0u;
+  unsigned int _intersectionMask = ~0U;
   BoxPointerInfo _pointer;
   std::vector<osg::Plane> _clipPlanes;
   /// A third of the viewport's height in pixels at the latest event. Never read; fixed by the interface.

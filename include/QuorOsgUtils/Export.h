@@ -1,7 +1,7 @@
 #pragma once
 
-/// Exports a symbol from the shared library; all other symbols are hidden. Empty for the static library, whose CMake target
-/// and pkg-config file define QUOR_OSG_UTILS_STATIC.
+/// Exports a symbol from the shared library; all other symbols are hidden. Empty for the static library, whose CMake
+/// target and pkg-config file define QUOR_OSG_UTILS_STATIC.
 #if defined(QUOR_OSG_UTILS_STATIC)
 #  define QUOR_OSG_UTILS_EXPORT
 #elif defined(_WIN32)

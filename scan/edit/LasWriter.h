@@ -71,6 +71,7 @@ class LasWriter {
     bool _present = false;
   };
 
+  void _open();
   void _seek(std::uint64_t offset);
   void _write(const unsigned char* bytes, std::size_t count);
   void _writeAtEnd(const unsigned char* bytes, std::size_t count);

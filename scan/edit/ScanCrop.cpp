@@ -34,12 +34,16 @@ ScanCrop::ScanCrop(ScanReader& source, std::string target, InsideTest inside)
 // Opening the temporary file would overwrite the scan as well.
 void ScanCrop::_refuseSource() const {
   for (const std::string& path : {_target, LasWriter::partPath(_target)}) {
-    if (sameFile(path, _source.info().path)) _fail("it would overwrite the scan that the points come from");
+    if (sameFile(path, _source.info().path)) {
+      _fail("it would overwrite the scan that the points come from");
+    }
   }
 }
 
 void ScanCrop::step(std::chrono::milliseconds budget) {
-  if (_error) std::rethrow_exception(_error);
+  if (_error) {
+    std::rethrow_exception(_error);
+  }
   const auto end = std::chrono::steady_clock::now() + budget;
   try {
     do {
@@ -53,7 +57,9 @@ void ScanCrop::step(std::chrono::milliseconds budget) {
 }
 
 void ScanCrop::_copyBlock() {
-  if (_finished) return;
+  if (_finished) {
+    return;
+  }
   if (_pointsRead < pointCount()) {
     _copyPoints();
   } else if (_pointsWritten == 0) {

@@ -17,7 +17,9 @@ bool isSeparator(char c) {
 
 std::size_t countColumns(std::string_view line) {
   std::size_t columns = 0;
-  while (!takeWord(line, isSeparator).empty()) ++columns;
+  while (!takeWord(line, isSeparator).empty()) {
+    ++columns;
+  }
   return columns;
 }
 
@@ -25,9 +27,13 @@ std::size_t countColumns(std::string_view line) {
 bool takeDataLine(SequentialBytes& from, std::string_view& line) {
   while (takeTextLine(from, line)) {
     const std::size_t begin = line.find_first_not_of(" \t\r");
-    if (begin == line.npos) continue;
+    if (begin == line.npos) {
+      continue;
+    }
     line.remove_prefix(begin);
-    if (line[0] != '#' && line.substr(0, 2) != "//") return true;
+    if (line[0] != '#' && line.substr(0, 2) != "//") {
+      return true;
+    }
   }
   return false;
 }
@@ -42,15 +48,23 @@ class AscDecoder : public VertexDecoder {
 
   bool read(SequentialBytes& from, Vertex& to) const override {
     std::string_view text;
-    if (!takeDataLine(from, text)) return false;
+    if (!takeDataLine(from, text)) {
+      return false;
+    }
     std::string_view rest = text;
     const auto take = [&](double& value) { value = requireNumber(from, _takeColumn(from, text, rest)); };
     take(to.position.x());
     take(to.position.y());
     take(to.position.z());
-    if (_hasIntensity) take(to.intensity);
-    for (std::size_t channel = 0; _hasColour && channel < 3; ++channel) take(to.colour[channel]);
-    if (_valuesRead() + countColumns(rest) != _columns) _failColumns(from, text);
+    if (_hasIntensity) {
+      take(to.intensity);
+    }
+    for (std::size_t channel = 0; _hasColour && channel < 3; ++channel) {
+      take(to.colour[channel]);
+    }
+    if (_valuesRead() + countColumns(rest) != _columns) {
+      _failColumns(from, text);
+    }
     return true;
   }
 
@@ -64,7 +78,9 @@ class AscDecoder : public VertexDecoder {
 
   std::string_view _takeColumn(const SequentialBytes& from, std::string_view line, std::string_view& rest) const {
     const std::string_view word = takeWord(rest, isSeparator);
-    if (word.empty()) _failColumns(from, line);
+    if (word.empty()) {
+      _failColumns(from, line);
+    }
     return word;
   }
 
@@ -84,7 +100,9 @@ void skipByteOrderMark(SequentialBytes& from) {
   constexpr std::string_view mark = "\xEF\xBB\xBF";
   std::string begin(std::min<std::size_t>(mark.size(), from.left()), '\0');
   from.take(reinterpret_cast<unsigned char*>(begin.data()), begin.size());
-  if (begin != mark) from.moveTo(0, 0);
+  if (begin != mark) {
+    from.moveTo(0, 0);
+  }
 }
 
 bool isHeading(std::string_view line) {
@@ -104,9 +122,13 @@ AscDecoder findPoints(SequentialBytes& from) {
     linesBefore = from.line();
     found = takeDataLine(from, line);
   }
-  if (!found) throw from.file().error("no line holds a point: at least x, y and z expected");
+  if (!found) {
+    throw from.file().error("no line holds a point: at least x, y and z expected");
+  }
   const std::size_t columns = countColumns(line);
-  if (columns < 3) throw lineError(from, "at least x, y and z expected", std::to_string(columns) + " columns found");
+  if (columns < 3) {
+    throw lineError(from, "at least x, y and z expected", std::to_string(columns) + " columns found");
+  }
   AscDecoder decoder(columns, from.line());
   from.moveTo(begin, linesBefore);
   return decoder;

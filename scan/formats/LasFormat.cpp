@@ -131,7 +131,9 @@ LasHeader LasHeader::parse(const unsigned char* bytes, std::size_t size) {
   const std::size_t fieldsEnd = lasHeaderLengthBytes(header.versionMinor);
   readUpTo(std::min(size, fieldsEnd));
   const std::size_t end = std::min<std::size_t>(size, header.headerLengthBytes);
-  if (end > fieldsEnd) header.furtherBytes.assign(bytes + fieldsEnd, bytes + end);
+  if (end > fieldsEnd) {
+    header.furtherBytes.assign(bytes + fieldsEnd, bytes + end);
+  }
   return header;
 }
 

@@ -37,7 +37,9 @@ class MetadataReader {
     _readVariableRecords();
     _findExtendedRecords();
     _findWaveforms();
-    if (!_metadata.extendedRecords.empty()) _metadata.file = _file;
+    if (!_metadata.extendedRecords.empty()) {
+      _metadata.file = _file;
+    }
     return std::move(_metadata);
   }
 
@@ -51,21 +53,29 @@ class MetadataReader {
     std::uint64_t at = begin;
     for (std::uint32_t record = 0; record < _las.header.variableRecordCount; ++record) {
       const std::optional<std::uint64_t> length = _takeVariableRecord(at, end);
-      if (!length) break;
+      if (!length) {
+        break;
+      }
       at += *length;
     }
-    if (end - at <= kMostFollowingBytes) _appendToVariableRecords(at, end - at);
+    if (end - at <= kMostFollowingBytes) {
+      _appendToVariableRecords(at, end - at);
+    }
     _metadata.header.pointDataOffsetBytes = static_cast<std::uint32_t>(begin + _metadata.variableRecords.size());
   }
 
   /// The length of the record at `at`; nothing if it would extend beyond `end`.
   std::optional<std::uint64_t> _takeVariableRecord(std::uint64_t at, std::uint64_t end) {
-    if (end - at < LasRecordHead::kBytes) return std::nullopt;
+    if (end - at < LasRecordHead::kBytes) {
+      return std::nullopt;
+    }
     std::array<unsigned char, LasRecordHead::kBytes> bytes{};
     _file.read(at, bytes.data(), bytes.size());
     const LasRecordHead head = LasRecordHead::parse(bytes.data(), false);
     const std::uint64_t length = LasRecordHead::kBytes + head.contentBytes;
-    if (end - at < length) return std::nullopt;
+    if (end - at < length) {
+      return std::nullopt;
+    }
     if (tellsArrangement(head)) {
       --_metadata.header.variableRecordCount;
     } else {
@@ -85,8 +95,12 @@ class MetadataReader {
     std::uint64_t at = _las.header.extendedRecordsOffsetBytes;
     for (std::uint32_t record = 0; record < _las.header.extendedRecordCount; ++record) {
       const std::optional<ExtendedRecord> found = _extendedRecordAt(at);
-      if (!found) break;
-      if (!tellsArrangement(found->head)) _metadata.extendedRecords.push_back(found->range);
+      if (!found) {
+        break;
+      }
+      if (!tellsArrangement(found->head)) {
+        _metadata.extendedRecords.push_back(found->range);
+      }
       at += found->range.bytes;
     }
     _metadata.header.extendedRecordCount = static_cast<std::uint32_t>(_metadata.extendedRecords.size());
@@ -95,23 +109,33 @@ class MetadataReader {
   // The waveforms may be one of the extended records or, as always in LAS 1.3, a record outside of these.
   void _findWaveforms() {
     const std::uint64_t offset = _las.header.waveformOffsetBytes;
-    if (offset == 0) return;
+    if (offset == 0) {
+      return;
+    }
     const std::optional<ExtendedRecord> found = _extendedRecordAt(offset);
-    if (!found || !found->head.is(kWaveformUserId, kWaveformRecordId)) return;
+    if (!found || !found->head.is(kWaveformUserId, kWaveformRecordId)) {
+      return;
+    }
     std::vector<FileRange>& records = _metadata.extendedRecords;
     const auto same =
         std::find_if(records.begin(), records.end(), [&](const FileRange& range) { return range.offset == offset; });
     _metadata.waveforms = static_cast<std::size_t>(same - records.begin());
-    if (same == records.end()) records.push_back(found->range);
+    if (same == records.end()) {
+      records.push_back(found->range);
+    }
   }
 
   /// A record's head and the range of the whole record; nothing if it extends beyond the end of the file.
   std::optional<ExtendedRecord> _extendedRecordAt(std::uint64_t offset) {
     std::array<unsigned char, LasRecordHead::kExtendedBytes> bytes{};
-    if (offset > _file.size() || _file.size() - offset < bytes.size()) return {};
+    if (offset > _file.size() || _file.size() - offset < bytes.size()) {
+      return {};
+    }
     _file.read(offset, bytes.data(), bytes.size());
     const LasRecordHead head = LasRecordHead::parse(bytes.data(), true);
-    if (head.contentBytes > _file.size() - offset - bytes.size()) return {};
+    if (head.contentBytes > _file.size() - offset - bytes.size()) {
+      return {};
+    }
     return ExtendedRecord{head, {offset, bytes.size() + head.contentBytes}};
   }
 
@@ -127,7 +151,9 @@ void LasMetadata::placeExtendedRecords(std::uint64_t offset, LasHeader& to) cons
   to.extendedRecordsOffsetBytes = header.extendedRecordCount > 0 ? offset : 0;
   to.waveformOffsetBytes = 0;
   for (std::size_t place = 0; place < extendedRecords.size(); ++place) {
-    if (waveforms == place) to.waveformOffsetBytes = offset;
+    if (waveforms == place) {
+      to.waveformOffsetBytes = offset;
+    }
     offset += extendedRecords[place].bytes;
   }
 }

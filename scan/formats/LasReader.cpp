@@ -60,7 +60,9 @@ class LasReader : public ScanReader {
     const std::size_t stride = _las.header.recordLengthBytes;
     _forEachBlock(first, count, 1, [&](const unsigned char* block, std::size_t held) {
       for (const unsigned char* record = block; record != block + held * stride; record += stride) {
-        if (inside(_coordinatesIn(record))) records.insert(records.end(), record, record + stride);
+        if (inside(_coordinatesIn(record))) {
+          records.insert(records.end(), record, record + stride);
+        }
       }
     });
   }

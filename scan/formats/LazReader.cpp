@@ -51,7 +51,9 @@ class LaszipReader {
 
   /// Decompresses point `index`. Each call refills and returns the same object.
   const laszip_point_struct& read(std::uint64_t index) {
-    if (!_isReachedByGoingOn(index)) _seek(index);
+    if (!_isReachedByGoingOn(index)) {
+      _seek(index);
+    }
     for (std::uint64_t point = std::exchange(_next, kNowhere); point <= index; ++point) {
       _requireAt(laszip_read_point(_reader.get()), point);
     }
@@ -64,7 +66,9 @@ class LaszipReader {
   static constexpr std::uint64_t kUsualChunkPoints = 50000;
 
   bool _isReachedByGoingOn(std::uint64_t index) const {
-    if (_next == kNowhere || index < _next) return false;
+    if (_next == kNowhere || index < _next) {
+      return false;
+    }
     return _chunks.varyingChunks ? index - _next < kUsualChunkPoints : _isInChunkOf(_next, index);
   }
 
@@ -75,7 +79,9 @@ class LaszipReader {
   // When LASzip seeks a point within a chunk, it does not check whether the points before it can be decompressed. So
   // chunks of known size are entered at their first point, and `read` steps on from there.
   void _seek(std::uint64_t index) {
-    if (index >= _damage && _isInChunkOf(_damage, index)) throw ScanError(_damageText);
+    if (index >= _damage && _isInChunkOf(_damage, index)) {
+      throw ScanError(_damageText);
+    }
     const std::uint64_t start = _chunks.varyingChunks ? index : index - index % _chunks.chunkPoints;
     _next = kNowhere;
     _stream.clear();
@@ -90,11 +96,15 @@ class LaszipReader {
   }
 
   void _require(laszip_I32 failed, const std::string& what) const {
-    if (failed != 0) throw ScanError(_errorText(what));
+    if (failed != 0) {
+      throw ScanError(_errorText(what));
+    }
   }
 
   void _requireAt(laszip_I32 failed, std::uint64_t index) {
-    if (failed == 0) return;
+    if (failed == 0) {
+      return;
+    }
     _damage = index;
     _damageText = _errorText("point " + std::to_string(index) + " (counted from 0) cannot be decompressed");
     throw ScanError(_damageText);
@@ -163,7 +173,9 @@ class LazReader : public ScanReader {
       : _file(std::move(file)), _las(las), _info(las.info(_file.path())), _chunks(checkLaz(_file, las)) {
     const bool coloured = las.layout->colourOffset != 0;
     ScanSample sample;
-    if (las.pointCount > 0) _fill(sample);
+    if (las.pointCount > 0) {
+      _fill(sample);
+    }
     sample.complete(_info, coloured);
     _colour = coloured ? sample.colourDepth() : ColourDepth();
   }
@@ -200,18 +212,24 @@ class LazReader : public ScanReader {
     requirePoints(_info, first, count);
     for (std::uint64_t point = first; point < first + count; ++point) {
       const laszip_point_struct& decompressed = _read(_whole, point);
-      if (inside(_coordinatesOf(decompressed))) _appendRecord(decompressed, records);
+      if (inside(_coordinatesOf(decompressed))) {
+        _appendRecord(decompressed, records);
+      }
     }
   }
 
  private:
   const laszip_point_struct& _read(Decompression& from, std::uint64_t point) {
     try {
-      if (!from.laszip) from.laszip = _open(from.channels);
+      if (!from.laszip) {
+        from.laszip = _open(from.channels);
+      }
       return from.laszip->read(point);
     } catch (const ScanError&) {
       const std::uint64_t bytes = _file.sizeNow();
-      if (bytes < _file.size()) throw _file.cutOff(bytes);
+      if (bytes < _file.size()) {
+        throw _file.cutOff(bytes);
+      }
       throw;
     }
   }

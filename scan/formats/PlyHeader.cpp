@@ -93,7 +93,9 @@ class HeaderReader {
   }
 
   void _require(bool holds, const std::string& what, std::string_view found) const {
-    if (!holds) _fail(what, "\"" + std::string(found) + "\" found");
+    if (!holds) {
+      _fail(what, "\"" + std::string(found) + "\" found");
+    }
   }
 
   void _takeFormat(const Words& words) {
@@ -142,24 +144,34 @@ class HeaderReader {
 
   void _findVertices() {
     PlyElement* const vertex = named(_elements, "vertex");
-    if (vertex == nullptr) throw _bytes.file().error("the PLY header declares no element \"vertex\"");
+    if (vertex == nullptr) {
+      throw _bytes.file().error("the PLY header declares no element \"vertex\"");
+    }
     _header.before.assign(_elements.data(), vertex);
     _header.vertex = *vertex;
-    for (std::size_t value = 0; value < kPlyValues; ++value) _assignValue(value);
-    for (const PlyValue axis : {PlyValue::X, PlyValue::Y, PlyValue::Z}) _requireAxis(axis);
+    for (std::size_t value = 0; value < kPlyValues; ++value) {
+      _assignValue(value);
+    }
+    for (const PlyValue axis : {PlyValue::X, PlyValue::Y, PlyValue::Z}) {
+      _requireAxis(axis);
+    }
   }
 
   void _assignValue(std::size_t value) {
     for (const std::string_view name : kValueNames[value]) {
       PlyProperty* const property = named(_header.vertex.properties, name);
-      if (property == nullptr || property->countType != nullptr) continue;
+      if (property == nullptr || property->countType != nullptr) {
+        continue;
+      }
       property->value = static_cast<PlyValue>(value);
       return;
     }
   }
 
   void _requireAxis(PlyValue axis) const {
-    if (_header.vertex.property(axis) != nullptr) return;
+    if (_header.vertex.property(axis) != nullptr) {
+      return;
+    }
     const std::string name(kValueNames[static_cast<std::size_t>(axis)][0]);
     throw _bytes.file().error("the PLY header declares no property \"" + name + "\" of a vertex");
   }
@@ -175,7 +187,9 @@ class HeaderReader {
 std::uint64_t PlyElement::recordBytes() const {
   std::uint64_t bytes = 0;
   for (const PlyProperty& property : properties) {
-    if (property.countType != nullptr) return 0;
+    if (property.countType != nullptr) {
+      return 0;
+    }
     bytes += property.type->bytes;
   }
   return bytes;

@@ -19,9 +19,15 @@ double integerIn(const unsigned char* bytes, bool isSigned) {
 }
 
 double numberIn(const unsigned char* bytes, const PlyType& type) {
-  if (!type.integer) return type.bytes == 4 ? double{loadLittle<float>(bytes)} : loadLittle<double>(bytes);
-  if (type.bytes == 1) return integerIn<std::int8_t, std::uint8_t>(bytes, type.isSigned);
-  if (type.bytes == 2) return integerIn<std::int16_t, std::uint16_t>(bytes, type.isSigned);
+  if (!type.integer) {
+    return type.bytes == 4 ? double{loadLittle<float>(bytes)} : loadLittle<double>(bytes);
+  }
+  if (type.bytes == 1) {
+    return integerIn<std::int8_t, std::uint8_t>(bytes, type.isSigned);
+  }
+  if (type.bytes == 2) {
+    return integerIn<std::int16_t, std::uint16_t>(bytes, type.isSigned);
+  }
   return integerIn<std::int32_t, std::uint32_t>(bytes, type.isSigned);
 }
 
@@ -34,7 +40,9 @@ class BinaryNumbers {
     std::array<unsigned char, 8> bytes{};
     _require(type.bytes);
     _from.take(bytes.data(), type.bytes);
-    if (_bigEndian) std::reverse(bytes.begin(), bytes.begin() + type.bytes);
+    if (_bigEndian) {
+      std::reverse(bytes.begin(), bytes.begin() + type.bytes);
+    }
     return numberIn(bytes.data(), type);
   }
 
@@ -74,7 +82,9 @@ class TextNumbers {
   double take(const PlyType& /*type*/) { return requireNumber(_from, _takeWord()); }
 
   void skip(const PlyType& /*type*/, std::uint64_t count) {
-    for (std::uint64_t item = 0; item < count; ++item) _takeWord();
+    for (std::uint64_t item = 0; item < count; ++item) {
+      _takeWord();
+    }
   }
 
   ScanError error(const std::string& what, const std::string& found) const { return lineError(_from, what, found); }
@@ -82,7 +92,9 @@ class TextNumbers {
  private:
   std::string_view _takeWord() {
     const std::string_view word = takeWord(_line, isBlank);
-    if (word.empty()) throw error("numbers are missing", std::to_string(_taken) + " found, more declared");
+    if (word.empty()) {
+      throw error("numbers are missing", std::to_string(_taken) + " found, more declared");
+    }
     ++_taken;
     return word;
   }
@@ -136,18 +148,24 @@ class PlyDecoder : public VertexDecoder {
   /// Moves past everything between the header and the vertices.
   void skipToVertices(SequentialBytes& from) const {
     for (const PlyElement& element : _header.before) {
-      if (element.properties.empty()) continue;
+      if (element.properties.empty()) {
+        continue;
+      }
       if (_isFixed(element)) {
         requireRecords(element, from);
         from.skip(element.count * element.recordBytes());
         continue;
       }
-      for (std::uint64_t index = 0; index < element.count; ++index) _skipElement(element, from);
+      for (std::uint64_t index = 0; index < element.count; ++index) {
+        _skipElement(element, from);
+      }
     }
   }
 
   VertexTable table(SequentialBytes& from) const {
-    if (!_isFixed(_header.vertex)) return {_header.vertex.count, 0, {}};
+    if (!_isFixed(_header.vertex)) {
+      return {_header.vertex.count, 0, {}};
+    }
     requireRecords(_header.vertex, from);
     return {_header.vertex.count, _header.vertex.recordBytes(), {{from.position(), 0}}};
   }
@@ -182,7 +200,9 @@ class PlyDecoder : public VertexDecoder {
   // By division, so that no product can overflow.
   static void requireRecords(const PlyElement& element, const SequentialBytes& from) {
     const std::uint64_t held = from.left() / element.recordBytes();
-    if (held >= element.count) return;
+    if (held >= element.count) {
+      return;
+    }
     throw from.file().error("the file is cut off or its count is wrong (element \"" + element.name +
                             "\"): " + std::to_string(element.count) + " records of " +
                             std::to_string(element.recordBytes()) + " bytes expected from byte " +
@@ -192,7 +212,9 @@ class PlyDecoder : public VertexDecoder {
 
   void _readElement(const PlyElement& element, SequentialBytes& from,
                     std::array<double, kPlyValues + 1>& values) const {
-    if (_header.encoding == PlyEncoding::Text) return readElement(element, TextNumbers(from), values);
+    if (_header.encoding == PlyEncoding::Text) {
+      return readElement(element, TextNumbers(from), values);
+    }
     readElement(element, BinaryNumbers(from, _header.encoding == PlyEncoding::BigEndian), values);
   }
 
@@ -222,7 +244,9 @@ std::unique_ptr<ScanReader> openPly(ScanFile file) {
   scan.table = decoder->table(bytes);
   scan.localOnly = decoder->storesSinglePrecision();
   scan.decoder = std::move(decoder);
-  if (scan.table.recordBytes == 0) scan.indexFrom(bytes);
+  if (scan.table.recordBytes == 0) {
+    scan.indexFrom(bytes);
+  }
   return openVertices(std::move(file), std::move(scan));
 }
 

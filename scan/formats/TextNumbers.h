@@ -19,9 +19,13 @@ inline bool isBlank(char c) {
 template <typename IsSeparator>
 std::string_view takeWord(std::string_view& text, const IsSeparator& isSeparator) {
   std::size_t begin = 0;
-  while (begin < text.size() && isSeparator(text[begin])) ++begin;
+  while (begin < text.size() && isSeparator(text[begin])) {
+    ++begin;
+  }
   std::size_t end = begin;
-  while (end < text.size() && !isSeparator(text[end])) ++end;
+  while (end < text.size() && !isSeparator(text[end])) {
+    ++end;
+  }
   const std::string_view word = text.substr(begin, end - begin);
   text.remove_prefix(end);
   return word;

@@ -69,7 +69,9 @@ class VertexReader : public ScanReader {
                   std::vector<unsigned char>& records) override {
     const VertexRecords converter = _records();
     _forEach({first, 1, count}, [&](const Vertex& vertex) {
-      if (isUsable(vertex.position) && inside(vertex.position)) converter.append(vertex, records);
+      if (isUsable(vertex.position) && inside(vertex.position)) {
+        converter.append(vertex, records);
+      }
     });
   }
 
@@ -102,22 +104,30 @@ class VertexReader : public ScanReader {
 
   /// Moves on to a vertex, or starts from the entry before it. After an error the position is not known.
   void _goTo(std::uint64_t point) {
-    if (_isFixed()) return _bytes.moveTo(_table->entries[0].byte + point * _table->recordBytes, 0);
+    if (_isFixed()) {
+      return _bytes.moveTo(_table->entries[0].byte + point * _table->recordBytes, 0);
+    }
     const std::uint64_t entry = point / VertexTable::kEntryPoints;
     std::uint64_t at = std::exchange(_next, kNowhere);
     if (at > point || at < entry * VertexTable::kEntryPoints) {
       at = entry * VertexTable::kEntryPoints;
       _bytes.moveTo(_table->entries[entry].byte, _table->entries[entry].line);
     }
-    for (; at < point; ++at) _require(_decoder->skip(_bytes));
+    for (; at < point; ++at) {
+      _require(_decoder->skip(_bytes));
+    }
   }
 
   void _require(bool read) const {
-    if (!read) throw _file.error("the file has changed while it was open: points are missing at its end");
+    if (!read) {
+      throw _file.error("the file has changed while it was open: points are missing at its end");
+    }
   }
 
   VertexRecords _records() {
-    if (!_box) _box = _findBox();
+    if (!_box) {
+      _box = _findBox();
+    }
     return {_info.origin, *_box, _scale};
   }
 
@@ -127,7 +137,9 @@ class VertexReader : public ScanReader {
     for (std::uint64_t first = 0; first < _info.pointCount; first += mostPoints) {
       const std::uint64_t count = std::min(mostPoints, _info.pointCount - first);
       _forEach({first, 1, static_cast<std::uint32_t>(count)}, [&box](const Vertex& vertex) {
-        if (isUsable(vertex.position)) box.expandBy(vertex.position);
+        if (isUsable(vertex.position)) {
+          box.expandBy(vertex.position);
+        }
       });
     }
     return box;
@@ -149,8 +161,12 @@ void VertexScan::indexFrom(SequentialBytes& from) {
   const std::uint64_t most = std::exchange(table.count, 0);
   for (Vertex vertex; table.count < most; ++table.count) {
     const VertexTable::Entry place{from.position(), from.line()};
-    if (!decoder->read(from, vertex)) break;
-    if (table.count % VertexTable::kEntryPoints == 0) table.entries.push_back(place);
+    if (!decoder->read(from, vertex)) {
+      break;
+    }
+    if (table.count % VertexTable::kEntryPoints == 0) {
+      table.entries.push_back(place);
+    }
     survey.include(vertex);
   }
 }

@@ -16,13 +16,17 @@ constexpr double kMostSteps = std::numeric_limits<std::int32_t>::max();
 // correctly rounded.
 double powerOfTen(int exponent) {
   double power = 1;
-  for (int factor = 0; factor < std::abs(exponent); ++factor) power *= 10;
+  for (int factor = 0; factor < std::abs(exponent); ++factor) {
+    power *= 10;
+  }
   return exponent < 0 ? 1 / power : power;
 }
 
 /// The finest power of ten of which a 32-bit integer can count multiples up to `reach`.
 double gridStep(double reach) {
-  if (reach == 0) return 1;
+  if (reach == 0) {
+    return 1;
+  }
   const int exponent = static_cast<int>(std::ceil(std::log10(reach / kMostSteps)));
   const double step = powerOfTen(exponent);
   return std::round(reach / step) <= kMostSteps ? step : powerOfTen(exponent + 1);

@@ -18,10 +18,14 @@ std::uint16_t toSixteenBits(double value, double factor) {
 }
 
 double medianOf(const std::vector<osg::Vec3d>& positions, int axis) {
-  if (positions.empty()) return 0;
+  if (positions.empty()) {
+    return 0;
+  }
   std::vector<double> values;
   values.reserve(positions.size());
-  for (const osg::Vec3d& position : positions) values.push_back(position[axis]);
+  for (const osg::Vec3d& position : positions) {
+    values.push_back(position[axis]);
+  }
   const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
   std::nth_element(values.begin(), middle, values.end());
   return *middle;
@@ -44,7 +48,9 @@ std::uint16_t VertexScale::intensityOf(const Vertex& vertex) const {
 }
 
 osg::Vec4ub VertexScale::shownColour(const Vertex& vertex) const {
-  if (colour == 0) return {255, 255, 255, 255};
+  if (colour == 0) {
+    return {255, 255, 255, 255};
+  }
   const std::array<std::uint16_t, 3> full = colourOf(vertex);
   const auto upper = [&full](std::size_t channel) { return static_cast<std::uint8_t>(full[channel] >> 8U); };
   return {upper(0), upper(1), upper(2), 255};
@@ -58,17 +64,25 @@ void VertexSurvey::Values::include(double value) {
 
 // In some files a point with non-finite coordinates marks a missing measurement; it says nothing about the position.
 void VertexSurvey::include(const Vertex& vertex) {
-  for (const double channel : vertex.colour) _colours.include(channel);
+  for (const double channel : vertex.colour) {
+    _colours.include(channel);
+  }
   _intensities.include(vertex.intensity);
-  if (!isUsable(vertex.position)) return;
+  if (!isUsable(vertex.position)) {
+    return;
+  }
   _box.expandBy(vertex.position);
-  if (_seen++ % _step == 0) _sample(vertex.position);
+  if (_seen++ % _step == 0) {
+    _sample(vertex.position);
+  }
 }
 
 void VertexSurvey::_sample(const osg::Vec3d& position) {
   constexpr std::size_t kMostPositions = std::size_t{1} << 15;
   if (_positions.size() == kMostPositions) {
-    for (std::size_t kept = 0; kept < kMostPositions / 2; ++kept) _positions[kept] = _positions[2 * kept];
+    for (std::size_t kept = 0; kept < kMostPositions / 2; ++kept) {
+      _positions[kept] = _positions[2 * kept];
+    }
     _positions.resize(kMostPositions / 2);
     _step *= 2;
   }

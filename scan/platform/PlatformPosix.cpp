@@ -57,7 +57,9 @@ std::optional<std::uintptr_t> runGuarded(const std::function<void()>& work) {
   Guard guard;
   const InForce inForce(guardOfThread, guard);
   // The signal mask is saved too, because the jump leaves the handler without returning from it.
-  if (sigsetjmp(guard.outside, 1) != 0) return guard.address;
+  if (sigsetjmp(guard.outside, 1) != 0) {
+    return guard.address;
+  }
   work();
   return std::nullopt;
 }

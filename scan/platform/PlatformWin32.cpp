@@ -25,8 +25,12 @@ thread_local Guard* guardOfThread = nullptr;
 // A page that cannot be read in has an exception of its own. For a mapped file that has become shorter, some systems
 // raise an access violation instead, as for any invalid address.
 bool isLostPage(const EXCEPTION_RECORD& record) {
-  if (record.ExceptionCode == static_cast<DWORD>(EXCEPTION_IN_PAGE_ERROR)) return true;
-  if (record.ExceptionCode != static_cast<DWORD>(EXCEPTION_ACCESS_VIOLATION)) return false;
+  if (record.ExceptionCode == static_cast<DWORD>(EXCEPTION_IN_PAGE_ERROR)) {
+    return true;
+  }
+  if (record.ExceptionCode != static_cast<DWORD>(EXCEPTION_ACCESS_VIOLATION)) {
+    return false;
+  }
   MEMORY_BASIC_INFORMATION region{};
   const void* const address = reinterpret_cast<const void*>(record.ExceptionInformation[1]);
   return ::VirtualQuery(address, &region, sizeof region) != 0 && region.Type == MEM_MAPPED;
@@ -35,7 +39,9 @@ bool isLostPage(const EXCEPTION_RECORD& record) {
 // The thread resumes in the saved state, with all its registers. The stack is not unwound.
 LONG CALLBACK leaveGuardedWork(EXCEPTION_POINTERS* exception) {
   Guard* const guard = guardOfThread;
-  if (guard == nullptr || !isLostPage(*exception->ExceptionRecord)) return EXCEPTION_CONTINUE_SEARCH;
+  if (guard == nullptr || !isLostPage(*exception->ExceptionRecord)) {
+    return EXCEPTION_CONTINUE_SEARCH;
+  }
   guard->left = true;
   guard->address = static_cast<std::uintptr_t>(exception->ExceptionRecord->ExceptionInformation[1]);
   *exception->ContextRecord = guard->outside;
@@ -67,7 +73,9 @@ std::optional<std::uintptr_t> runGuarded(const std::function<void()>& work) {
   const InForce inForce(guardOfThread, guard);
   // After a fault this call returns a second time.
   ::RtlCaptureContext(&guard.outside);
-  if (!guard.left) work();
+  if (!guard.left) {
+    work();
+  }
   return guard.left ? std::optional<std::uintptr_t>(guard.address) : std::nullopt;
 }
 
@@ -104,7 +112,9 @@ bool isWritable(const std::string& path) {
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   HANDLE const handle = ::CreateFileW(toPath(path).c_str(), GENERIC_READ | GENERIC_WRITE, kShareAll, nullptr,
                                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) return false;
+  if (handle == INVALID_HANDLE_VALUE) {
+    return false;
+  }
   ::CloseHandle(handle);
   return true;
 }

@@ -27,8 +27,12 @@ class Descriptor : public SharedFile {
     std::size_t done = 0;
     while (done < count) {
       const ssize_t got = ::pread(_descriptor, to + done, count - done, static_cast<off_t>(offset + done));
-      if (got < 0 && errno == EINTR) continue;
-      if (got <= 0) break;
+      if (got < 0 && errno == EINTR) {
+        continue;
+      }
+      if (got <= 0) {
+        break;
+      }
       done += static_cast<std::size_t>(got);
     }
     return done;
@@ -45,7 +49,9 @@ std::shared_ptr<const SharedFile> SharedFile::open(const std::string& path, std:
   do {
     descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   } while (descriptor < 0 && errno == EINTR);
-  if (descriptor >= 0) return std::make_shared<Descriptor>(descriptor);
+  if (descriptor >= 0) {
+    return std::make_shared<Descriptor>(descriptor);
+  }
   error.assign(errno, std::generic_category());
   return nullptr;
 }

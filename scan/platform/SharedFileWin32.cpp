@@ -31,7 +31,9 @@ class Handle : public SharedFile {
       place.OffsetHigh = static_cast<DWORD>((offset + done) >> 32U);
       DWORD got = 0;
       const auto wanted = static_cast<DWORD>(std::min(count - done, kMostBytes));
-      if (::ReadFile(_handle, to + done, wanted, &got, &place) == 0 || got == 0) break;
+      if (::ReadFile(_handle, to + done, wanted, &got, &place) == 0 || got == 0) {
+        break;
+      }
       done += got;
     }
     return done;
@@ -47,7 +49,9 @@ std::shared_ptr<const SharedFile> SharedFile::open(const std::string& path, std:
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   HANDLE const handle = ::CreateFileW(toPath(path).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (handle != INVALID_HANDLE_VALUE) return std::make_shared<Handle>(handle);
+  if (handle != INVALID_HANDLE_VALUE) {
+    return std::make_shared<Handle>(handle);
+  }
   error.assign(static_cast<int>(::GetLastError()), std::system_category());
   return nullptr;
 }

@@ -32,8 +32,8 @@ osg::ref_ptr<osg::LightSource> createLight(const osg::BoundingBoxf& box) {
 
 // Bits 0, 1 and 2 of the mask are X, Y and Z.
 void showInMask(osg::Node& node, int mask, std::size_t axis) {
-  const bool shown = (static_cast<unsigned int>(mask) >> axis & 1u) != 0;
-  node.setNodeMask(shown ? ~0u : 0u);
+  const bool shown = (static_cast<unsigned int>(mask) >> axis & 1U) != 0;
+  node.setNodeMask(shown ? ~0U : 0U);
 }
 
 // By default geometry is drawn from display lists, which do not notice changes of the array.
@@ -87,27 +87,39 @@ void BoxCutterDragger::setType(CutterType type, int axisMask) {
                         {*_translateSwitch, &BoxCutterDragger::switchAxis, kAfterTheScene},
                         {*_scaleSwitch, &BoxCutterDragger::switchConeAxis, kAfterTheScene}};
   _type = type;
-  if (type < CUTTER_ROTATE || type > CUTTER_SCALE) return;
+  if (type < CUTTER_ROTATE || type > CUTTER_SCALE) {
+    return;
+  }
   const Mode& chosen = modes[type];
-  for (const Mode& mode : modes) mode.handles.setValue(0, &mode == &chosen);
+  for (const Mode& mode : modes) {
+    mode.handles.setValue(0, &mode == &chosen);
+  }
   (this->*chosen.showAxes)(axisMask);
   getOrCreateStateSet()->setRenderBinDetails(chosen.renderBin, "RenderBin");
 }
 
 void BoxCutterDragger::switchConeAxis(int mask) {
-  for (std::size_t face = 0; face < _faces.size(); ++face) showInMask(*_faces[face].transform, mask, face / 2);
+  for (std::size_t face = 0; face < _faces.size(); ++face) {
+    showInMask(*_faces[face].transform, mask, face / 2);
+  }
 }
 
 void BoxCutterDragger::switchAxis(int mask) {
-  for (std::size_t axis = 0; axis < _axes.size(); ++axis) showInMask(*_axes[axis].transform, mask, axis);
+  for (std::size_t axis = 0; axis < _axes.size(); ++axis) {
+    showInMask(*_axes[axis].transform, mask, axis);
+  }
 }
 
 void BoxCutterDragger::switchRotaeAxis(int mask) {
-  for (std::size_t axis = 0; axis < _rings.size(); ++axis) showInMask(*_rings[axis].transform, mask, axis);
+  for (std::size_t axis = 0; axis < _rings.size(); ++axis) {
+    showInMask(*_rings[axis].transform, mask, axis);
+  }
 }
 
 void BoxCutterDragger::setHandleEvents(bool on) {
-  if (on == _handleEvents) return;
+  if (on == _handleEvents) {
+    return;
+  }
   _handleEvents = on;
   const unsigned int count = getNumChildrenRequiringEventTraversal();
   if (on) {
@@ -126,7 +138,9 @@ void BoxCutterDragger::traverse(osg::NodeVisitor& visitor) {
   osgGA::GUIActionAdapter* const actions = events->getActionAdapter();
   for (const osg::ref_ptr<osgGA::Event>& event : events->getEvents()) {
     osgGA::GUIEventAdapter* const ea = event->asGUIEventAdapter();
-    if (ea != nullptr && actions != nullptr && handle(*ea, *actions)) ea->setHandled(true);
+    if (ea != nullptr && actions != nullptr && handle(*ea, *actions)) {
+      ea->setHandled(true);
+    }
   }
 }
 

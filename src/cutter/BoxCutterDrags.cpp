@@ -24,7 +24,9 @@ void setLineWidth(osg::Node& node, float width) {
 // the camera's matrix has no inverse.
 std::optional<osg::Vec3d> projected(const osgManipulator::Projector& projector, const BoxPointerInfo& pointer) {
   osg::Vec3d point;
-  if (!projector.project(pointer, point) || !std::isfinite(point.length2())) return std::nullopt;
+  if (!projector.project(pointer, point) || !std::isfinite(point.length2())) {
+    return std::nullopt;
+  }
   return point;
 }
 
@@ -72,7 +74,9 @@ bool BoxCutterDragger::handleTopScale(const BoxPointerInfo& pointer, const osgGA
 
 bool BoxCutterDragger::_dragFace(const FaceDrag& drag, const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
                                  osgGA::GUIActionAdapter& aa) {
-  if (!pointer.contains(_faces[drag.hit].transform)) return false;
+  if (!pointer.contains(_faces[drag.hit].transform)) {
+    return false;
+  }
   if (ea.getEventType() == Event::PUSH) {
     _lineProjector->setLocalToWorld(_frameOf(*_faces[drag.cone].orientation));
     _startProjectedPoint = projected(*_lineProjector, pointer).value_or(_startProjectedPoint);
@@ -90,7 +94,9 @@ bool BoxCutterDragger::_dragFace(const FaceDrag& drag, const BoxPointerInfo& poi
 // The offset is always measured from the press, so errors do not accumulate.
 void BoxCutterDragger::_moveFace(const FaceDrag& drag, const BoxPointerInfo& pointer) {
   const std::optional<osg::Vec3d> point = projected(*_lineProjector, pointer);
-  if (!point) return;
+  if (!point) {
+    return;
+  }
   const osg::Matrixd& toWorld = _lineProjector->getLocalToWorld();
   const auto distance = static_cast<float>((*point * toWorld - _startProjectedPoint * toWorld).length());
   osg::Vec3d direction = *point - _startProjectedPoint;
@@ -116,7 +122,9 @@ bool BoxCutterDragger::handleZRotation(const BoxPointerInfo& pointer, const osgG
 
 bool BoxCutterDragger::_dragRing(RingHandle& handle, const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
                                  osgGA::GUIActionAdapter& aa) {
-  if (!pointer.contains(handle.transform)) return false;
+  if (!pointer.contains(handle.transform)) {
+    return false;
+  }
   if (ea.getEventType() == Event::PUSH) {
     _beginTurn(handle, pointer, aa);
   } else if (ea.getEventType() == Event::DRAG) {
@@ -136,7 +144,9 @@ void BoxCutterDragger::_beginTurn(RingHandle& handle, const BoxPointerInfo& poin
   _startWorldToLocal = _cylinderProjector->getWorldToLocal();
   _cylinderProjector->setFront(_cylinderProjector->isPointInFront(pointer, _startLocalToWorld));
   const std::optional<osg::Vec3d> point = projected(*_cylinderProjector, pointer);
-  if (!point) return;
+  if (!point) {
+    return;
+  }
   _sendTurn(MotionCommand::START, osg::Quat());
   _prevWorldProjPt = *point * _cylinderProjector->getLocalToWorld();
   _prevRotation = osg::Quat();
@@ -148,7 +158,9 @@ void BoxCutterDragger::_beginTurn(RingHandle& handle, const BoxPointerInfo& poin
 void BoxCutterDragger::_turn(const BoxPointerInfo& pointer, osgGA::GUIActionAdapter& aa) {
   _cylinderProjector->setLocalToWorld(osg::Matrixd::rotate(_prevRotation) * _startLocalToWorld);
   const std::optional<osg::Vec3d> point = projected(*_cylinderProjector, pointer);
-  if (!point) return;
+  if (!point) {
+    return;
+  }
   const osg::Vec3d previous = _prevWorldProjPt * _cylinderProjector->getWorldToLocal();
   const osg::Quat rotation = _cylinderProjector->getRotation(previous, *point) * _prevRotation;
   _sendTurn(MotionCommand::MOVE, rotation);
@@ -183,7 +195,9 @@ bool BoxCutterDragger::handleZTranslation(const BoxPointerInfo& pointer, const o
 
 bool BoxCutterDragger::_dragAxis(AxisHandle& handle, const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
                                  osgGA::GUIActionAdapter& aa) {
-  if (!pointer.contains(handle.transform)) return false;
+  if (!pointer.contains(handle.transform)) {
+    return false;
+  }
   if (ea.getEventType() == Event::PUSH) {
     _beginShift(handle, pointer, aa);
   } else if (ea.getEventType() == Event::DRAG) {
@@ -200,7 +214,9 @@ bool BoxCutterDragger::_dragAxis(AxisHandle& handle, const BoxPointerInfo& point
 void BoxCutterDragger::_beginShift(AxisHandle& handle, const BoxPointerInfo& pointer, osgGA::GUIActionAdapter& aa) {
   _lineProjector->setLocalToWorld(_frameOf(*handle.transform));
   const std::optional<osg::Vec3d> point = projected(*_lineProjector, pointer);
-  if (!point) return;
+  if (!point) {
+    return;
+  }
   _startProjectedPoint = *point;
   _sendShift(MotionCommand::START, osg::Vec3d());
   setLineWidth(*handle.transform, kDraggedLineWidth);
@@ -209,7 +225,9 @@ void BoxCutterDragger::_beginShift(AxisHandle& handle, const BoxPointerInfo& poi
 
 void BoxCutterDragger::_shift(const BoxPointerInfo& pointer, osgGA::GUIActionAdapter& aa) {
   const std::optional<osg::Vec3d> point = projected(*_lineProjector, pointer);
-  if (!point) return;
+  if (!point) {
+    return;
+  }
   _sendShift(MotionCommand::MOVE, *point - _startProjectedPoint);
   applyClipPlane();
   aa.requestRedraw();

@@ -33,9 +33,13 @@ double pixelSizeAtFocus(const osg::Camera& camera, const osgViewer::View& view) 
   constexpr double kPi = 3.141592653589793;
   const auto* manipulator = dynamic_cast<const osgGA::StandardManipulator*>(view.getCameraManipulator());
   const osg::Viewport* viewport = camera.getViewport();
-  if (viewport == nullptr || manipulator == nullptr) return kUnknown;
+  if (viewport == nullptr || manipulator == nullptr) {
+    return kUnknown;
+  }
   const int pixels = static_cast<int>(std::min(viewport->width(), viewport->height()));
-  if (pixels <= 0) return kUnknown;
+  if (pixels <= 0) {
+    return kUnknown;
+  }
   osg::Vec3d eye, center, up;
   manipulator->getTransformation(eye, center, up);
   const double distance = (center - eye).length();
@@ -49,9 +53,13 @@ double pixelSizeAtFocus(const osg::Camera& camera, const osgViewer::View& view) 
 }  // namespace
 
 bool BoxCutterDragger::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
-  if (ea.getHandled()) return false;
+  if (ea.getHandled()) {
+    return false;
+  }
   auto* const view = dynamic_cast<osgViewer::View*>(&aa);
-  if (view == nullptr || view->getCamera() == nullptr) return false;
+  if (view == nullptr || view->getCamera() == nullptr) {
+    return false;
+  }
   constexpr double kScreenScaleShare = 3.0;
   if (const osg::Viewport* viewport = view->getCamera()->getViewport()) {
     _screenScale = viewport->height() / kScreenScaleShare;
@@ -60,8 +68,12 @@ bool BoxCutterDragger::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIAction
   const bool leftButton = ea.getButton() == Event::LEFT_MOUSE_BUTTON;
   const bool releases = ea.getEventType() == Event::RELEASE && leftButton;
   const bool drags = ea.getEventType() == Event::DRAG && ea.getButtonMask() == Event::LEFT_MOUSE_BUTTON;
-  if (ea.getEventType() == Event::PUSH && leftButton) return _push(ea, *view);
-  if (!_draggerActive || (!drags && !releases)) return false;
+  if (ea.getEventType() == Event::PUSH && leftButton) {
+    return _push(ea, *view);
+  }
+  if (!_draggerActive || (!drags && !releases)) {
+    return false;
+  }
   const bool handled = _followPointer(ea, aa);
   if (releases) {
     _draggerActive = false;
@@ -75,18 +87,24 @@ bool BoxCutterDragger::_push(const osgGA::GUIEventAdapter& ea, osgViewer::View& 
   _pointer._pushX = ea.getX();
   _pointer._pushY = ea.getY();
   _pickHandle(ea, view);
-  if (_pointer._hitList.empty() || !handle(_pointer, ea, view)) return false;
+  if (_pointer._hitList.empty() || !handle(_pointer, ea, view)) {
+    return false;
+  }
   _draggerActive = true;
   return true;
 }
 
 void BoxCutterDragger::_pickHandle(const osgGA::GUIEventAdapter& ea, osgViewer::View& view) {
   osgUtil::LineSegmentIntersector::Intersections hits;
-  if (!view.computeIntersections(ea, hits, _intersectionMask)) return;
+  if (!view.computeIntersections(ea, hits, _intersectionMask)) {
+    return;
+  }
   const auto found = std::find_if(hits.begin(), hits.end(), [this](const auto& hit) {
     return std::find(hit.nodePath.begin(), hit.nodePath.end(), this) != hit.nodePath.end();
   });
-  if (found == hits.end()) return;
+  if (found == hits.end()) {
+    return;
+  }
   _pointer.addIntersection(found->nodePath, found->getLocalIntersectPoint());
 
   osg::Camera* const camera = pickCameraOf(found->nodePath, view);
@@ -132,7 +150,9 @@ bool BoxCutterDragger::handle(const BoxPointerInfo& pointer, const osgGA::GUIEve
 void BoxCutterDragger::computeNodePathToRoot(osg::Node& node, osg::NodePath& path) {
   path.clear();
   const osg::NodePathList paths = node.getParentalNodePaths();
-  if (!paths.empty()) path = paths.front();
+  if (!paths.empty()) {
+    path = paths.front();
+  }
 }
 
 }  // namespace QuorOsgUtils

@@ -43,7 +43,7 @@ struct ConeRotation {
   osg::Vec3d axis;
 };
 const ConeRotation kConeRotations[] = {{-1.5707963, kYAxis}, {1.5707963, kYAxis}, {1.5707963, kXAxis},
-                               {-1.5707963, kXAxis}, {3.1415926, kXAxis}, {0.0, kXAxis}};
+                                       {-1.5707963, kXAxis}, {3.1415926, kXAxis}, {0.0, kXAxis}};
 const osg::Vec3d kAxes[] = {kXAxis, kYAxis, kZAxis};
 
 // Adds a child and returns it.
@@ -109,7 +109,9 @@ osg::ref_ptr<osg::Geometry> createRingBandGeometry(float radius, float width, fl
 osg::ref_ptr<osg::Geometry> createCircle(float radius, unsigned int segments, GLenum mode) {
   const std::vector<osg::Vec3f> directions = circleDirections(segments);
   osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array;
-  for (const osg::Vec3f& direction : directions) vertices->push_back(direction * radius);
+  for (const osg::Vec3f& direction : directions) {
+    vertices->push_back(direction * radius);
+  }
   osg::ref_ptr<osg::Geometry> circle = new osg::Geometry;
   circle->setVertexArray(vertices);
   circle->setNormalArray(new osg::Vec3Array(directions.begin(), directions.end()), osg::Array::BIND_PER_VERTEX);
@@ -130,7 +132,9 @@ void BoxCutterDragger::setupDefaultGeometry() {
   _updateBoxGeometry();
   osg::ref_ptr<osg::Geode> outline = new osg::Geode;
   outline->getOrCreateStateSet()->setMode(GL_LIGHTING, StateAttribute::ON);
-  for (osg::Geometry* part : {_topOutline.get(), _bottomOutline.get(), _verticalEdges.get()}) outline->addChild(part);
+  for (osg::Geometry* part : {_topOutline.get(), _bottomOutline.get(), _verticalEdges.get()}) {
+    outline->addChild(part);
+  }
   addChild(outline);
 }
 

@@ -74,27 +74,39 @@ std::vector<osg::Plane> BoxCutterDragger::getAllClipPlane() const {
 }
 
 void BoxCutterDragger::applyClipPlane() {
-  if (!_clipNode) return;
+  if (!_clipNode) {
+    return;
+  }
   _clipPlanes = getCurrentClipPlanes();
   const auto count = static_cast<unsigned int>(_clipPlanes.size());
   const unsigned int oldCount = _clipNode->getNumClipPlanes();
   if (oldCount == count) {
     for (unsigned int i = 0; i < count; ++i) {
-      if (osg::ClipPlane* plane = _clipNode->getClipPlane(i)) plane->setClipPlane(_clipPlanes[i]);
+      if (osg::ClipPlane* plane = _clipNode->getClipPlane(i)) {
+        plane->setClipPlane(_clipPlanes[i]);
+      }
     }
     return;
   }
   // Each removal shifts the remaining planes, so every other one stays. Fixed by the interface: clip nodes should have
   // no planes of their own.
-  for (unsigned int i = 0; i < oldCount; ++i) _clipNode->removeClipPlane(i);
-  for (unsigned int i = 0; i < count; ++i) _clipNode->addClipPlane(new osg::ClipPlane(i, _clipPlanes[i]));
+  for (unsigned int i = 0; i < oldCount; ++i) {
+    _clipNode->removeClipPlane(i);
+  }
+  for (unsigned int i = 0; i < count; ++i) {
+    _clipNode->addClipPlane(new osg::ClipPlane(i, _clipPlanes[i]));
+  }
 }
 
 bool BoxCutterDragger::pointInBox(double x, double y, double z) const {
-  if (!_clipNode) return true;
+  if (!_clipNode) {
+    return true;
+  }
   const osg::ClipNode::ClipPlaneList& planes = _clipNode->getClipPlaneList();
   return std::none_of(planes.begin(), planes.end(), [&](const osg::ref_ptr<osg::ClipPlane>& plane) {
-    if (!plane) return false;
+    if (!plane) {
+      return false;
+    }
     const osg::Vec4d& p = plane->getClipPlane();
     return p.x() * x + p.y() * y + p.z() * z + p.w() < 0.0;
   });

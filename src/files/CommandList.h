@@ -37,8 +37,12 @@ using CommandLists = std::array<CommandList, 3>;
 
 inline bool CommandList::append(FileCmd* cmd, Blocks& fresh) {
   const bool isFull = _blocks.empty() || _blocks.back().end == _blocks.back().cmds.size();
-  if (isFull && fresh.empty()) return false;
-  if (isFull) _blocks.splice(_blocks.end(), fresh, fresh.begin());
+  if (isFull && fresh.empty()) {
+    return false;
+  }
+  if (isFull) {
+    _blocks.splice(_blocks.end(), fresh, fresh.begin());
+  }
   Block& last = _blocks.back();
   last.cmds[last.end++] = cmd;
   return true;
@@ -48,7 +52,9 @@ inline FileCmd* CommandList::removeFront() {
   assert(!empty());
   Block& front = _blocks.front();
   FileCmd* const cmd = front.cmds[_first++];
-  if (_first < front.end) return cmd;
+  if (_first < front.end) {
+    return cmd;
+  }
   _first = 0;
   if (_blocks.size() > 1) {
     _blocks.pop_front();

@@ -4,9 +4,13 @@ namespace QuorOsgUtils {
 
 void CommandQueue::push(FileCmd* cmd) {
   const auto priority = static_cast<std::size_t>(cmd->getPriority());
-  if (priority >= _pushed.size()) return;
+  if (priority >= _pushed.size()) {
+    return;
+  }
   CommandList::Blocks none;
-  if (_append(cmd, priority, none)) return;
+  if (_append(cmd, priority, none)) {
+    return;
+  }
   CommandList::Blocks fresh(1);
   _append(cmd, priority, fresh);
 }
@@ -15,12 +19,18 @@ inline bool CommandQueue::_append(FileCmd* cmd, std::size_t priority, CommandLis
   bool wasIdle = false;
   {
     const std::lock_guard<SpinLock> held(_lock);
-    if (!_pushed[priority].append(cmd, fresh)) return false;
-    _filled.store(_filled.load(std::memory_order_relaxed) | 1u << priority, std::memory_order_release);
+    if (!_pushed[priority].append(cmd, fresh)) {
+      return false;
+    }
+    _filled.store(_filled.load(std::memory_order_relaxed) | 1U << priority, std::memory_order_release);
     wasIdle = _idle.load(std::memory_order_relaxed);
-    if (wasIdle) _idle.store(false, std::memory_order_release);
+    if (wasIdle) {
+      _idle.store(false, std::memory_order_release);
+    }
   }
-  if (wasIdle) _wake();
+  if (wasIdle) {
+    _wake();
+  }
   return true;
 }
 
@@ -30,8 +40,12 @@ FileCmd* CommandQueue::take() {
   const std::uint32_t filled = _filled.load(std::memory_order_acquire);
   for (std::size_t priority = 0; priority < _taken.size(); ++priority) {
     CommandList& cmds = _taken[priority];
-    if (cmds.empty() && (filled >> priority & 1u) != 0) _fetch(priority);
-    if (!cmds.empty()) return cmds.removeFront();
+    if (cmds.empty() && (filled >> priority & 1U) != 0) {
+      _fetch(priority);
+    }
+    if (!cmds.empty()) {
+      return cmds.removeFront();
+    }
   }
   _fallIdle();
   return nullptr;
@@ -40,7 +54,7 @@ FileCmd* CommandQueue::take() {
 void CommandQueue::_fetch(std::size_t priority) {
   const std::lock_guard<SpinLock> held(_lock);
   _taken[priority].swap(_pushed[priority]);
-  _filled.store(_filled.load(std::memory_order_relaxed) & ~(1u << priority), std::memory_order_relaxed);
+  _filled.store(_filled.load(std::memory_order_relaxed) & ~(1U << priority), std::memory_order_relaxed);
 }
 
 void CommandQueue::_fallIdle() {
@@ -56,8 +70,12 @@ void CommandQueue::_wake() {
 }
 
 bool CommandQueue::wait() {
-  if (_stop.load(std::memory_order_acquire) == Stop::Now) return false;
-  if (!_idle.load(std::memory_order_acquire)) return true;
+  if (_stop.load(std::memory_order_acquire) == Stop::Now) {
+    return false;
+  }
+  if (!_idle.load(std::memory_order_acquire)) {
+    return true;
+  }
   std::unique_lock<std::mutex> held(_mutex);
   _awake.wait(held, [this] { return !_idle || _stop != Stop::Never; });
   return _stop != Stop::Now && !_idle;

@@ -66,7 +66,9 @@ FileCmd* FileCmd::getNext() const {
 }
 
 void FileCmd::setNext(FileCmd* cmd) {
-  if (cmd == nullptr || cmd == this || _isFollowedBy(*cmd)) return;
+  if (cmd == nullptr || cmd == this || _isFollowedBy(*cmd)) {
+    return;
+  }
   cmd->_data->next = _data->next;
   cmd->_data->wasLinked = true;
   _data->next = cmd;
@@ -74,9 +76,13 @@ void FileCmd::setNext(FileCmd* cmd) {
 
 // A command that has never been linked follows none. So a long chain can be built without traversing it each time.
 bool FileCmd::_isFollowedBy(const FileCmd& cmd) const {
-  if (!cmd._data->wasLinked) return false;
+  if (!cmd._data->wasLinked) {
+    return false;
+  }
   const FileCmd* follower = _data->next;
-  while (follower != nullptr && follower != &cmd) follower = follower->_data->next;
+  while (follower != nullptr && follower != &cmd) {
+    follower = follower->_data->next;
+  }
   return follower != nullptr;
 }
 
@@ -93,7 +99,9 @@ void* FileCmd::map(const FileProxy* proxy, std::int64_t offset, std::int64_t siz
 }
 
 void FileCmd::unmap(const FileProxy* proxy, void* p) {
-  if (proxy != nullptr) proxy->unmap(p);
+  if (proxy != nullptr) {
+    proxy->unmap(p);
+  }
 }
 
 OpenFile::OpenFile(const std::string& file, Priority priority) : FileCmd(file, priority) {}
@@ -101,25 +109,37 @@ OpenFile::OpenFile(const std::string& file, Priority priority) : FileCmd(file, p
 // Fixed by the interface: it works only without a proxy, and on a copy of the registry, so a new file is opened and
 // closed again but not registered.
 void OpenFile::operator()(const FileProxy* proxy, FileManager* manager) {
-  if (proxy != nullptr || manager == nullptr || !canBeRead(getFile())) return;
+  if (proxy != nullptr || manager == nullptr || !canBeRead(getFile())) {
+    return;
+  }
   FileRegistry registry = manager->_data->registry;
-  if (registry.find(getFile()) == registry.end()) registry[getFile()] = new FilePtr(getFile().c_str());
-  if (FilePtr* file = fileOf(registry, getFile())) file->open();
+  if (registry.find(getFile()) == registry.end()) {
+    registry[getFile()] = new FilePtr(getFile().c_str());
+  }
+  if (FilePtr* file = fileOf(registry, getFile())) {
+    file->open();
+  }
 }
 
 CloseFile::CloseFile(const std::string& file, Priority priority) : FileCmd(file, priority) {}
 
 void CloseFile::operator()(const FileProxy* proxy, FileManager* /*manager*/) {
   osg::ref_ptr<FilePtr> file;
-  if (proxy != nullptr && proxy->_data->currentFile.lock(file)) file->close();
+  if (proxy != nullptr && proxy->_data->currentFile.lock(file)) {
+    file->close();
+  }
 }
 
 RemoveFile::RemoveFile(const std::string& file, Priority priority) : FileCmd(file, priority) {}
 
 void RemoveFile::operator()(const FileProxy* proxy, FileManager* manager) {
-  if (proxy == nullptr || manager == nullptr || !canBeRead(getFile())) return;
+  if (proxy == nullptr || manager == nullptr || !canBeRead(getFile())) {
+    return;
+  }
   FilePtr* const file = fileOf(manager->_data->registry, getFile());
-  if (file == nullptr) return;
+  if (file == nullptr) {
+    return;
+  }
   file->close();
   static_cast<void>(std::remove(getFile().c_str()));
 }
@@ -130,7 +150,9 @@ RegisterFile::RegisterFile(FilePtr* file, Priority priority)
 RegisterFile::~RegisterFile() = default;
 
 void RegisterFile::operator()(const FileProxy* /*proxy*/, FileManager* manager) {
-  if (manager != nullptr && _registered) manager->_data->registry[getFile()] = _registered;
+  if (manager != nullptr && _registered) {
+    manager->_data->registry[getFile()] = _registered;
+  }
 }
 
 }  // namespace QuorOsgUtils

@@ -47,18 +47,24 @@ FileManager::FileManager() : _data(new Private) {
 }
 
 FileManager::~FileManager() {
-  if (_stopForGood()) delete _data;
+  if (_stopForGood()) {
+    delete _data;
+  }
 }
 
 // What the queued commands use may be destroyed already, so they are not run. The worker cannot be joined if its
 // command called `exit` or waits for the thread that did. Its data is then never released.
 bool FileManager::_stopForGood() {
   _data->queue.abandon();
-  if (_data->onWorker()) return false;
+  if (_data->onWorker()) {
+    return false;
+  }
   if (_data->proxy->_data->misused) {
     // Without waiting: another thread may be joining the worker.
     const std::unique_lock<std::mutex> held(workerMutex(), std::try_to_lock);
-    if (held && _data->worker && _data->worker->joinable()) _data->worker->detach();
+    if (held && _data->worker && _data->worker->joinable()) {
+      _data->worker->detach();
+    }
     return false;
   }
   _joinWorker();
@@ -71,7 +77,9 @@ int FileManager::memorySize() const {
 }
 
 void FileManager::push(FileCmd* cmd) {
-  if (cmd == nullptr) return;
+  if (cmd == nullptr) {
+    return;
+  }
   try {
     _data->queue.push(cmd);
   } catch (const std::bad_alloc& error) {
@@ -80,9 +88,13 @@ void FileManager::push(FileCmd* cmd) {
 }
 
 void FileManager::startWorker() {
-  if (_runsCommandHere()) return;
+  if (_runsCommandHere()) {
+    return;
+  }
   const std::lock_guard<std::mutex> held(workerMutex());
-  if (_data->worker) return;
+  if (_data->worker) {
+    return;
+  }
   _data->queue.resume();
   try {
     _data->worker = std::make_unique<std::thread>([this] { _work(); });
@@ -92,7 +104,9 @@ void FileManager::startWorker() {
 }
 
 void FileManager::stopWorker() {
-  if (_runsCommandHere()) return;
+  if (_runsCommandHere()) {
+    return;
+  }
   _data->queue.finish();
   _joinWorker();
 }
@@ -104,22 +118,32 @@ bool FileManager::_runsCommandHere() const {
 // Process exit may call this while another thread is in `stopWorker`.
 void FileManager::_joinWorker() {
   const std::lock_guard<std::mutex> held(workerMutex());
-  if (!_data->worker) return;
+  if (!_data->worker) {
+    return;
+  }
   _data->worker->join();
   _data->worker.reset();
 }
 
 void FileManager::_work() {
   _data->workerThread = currentThreadNumber();
-  while (_data->queue.wait()) run();
+  while (_data->queue.wait()) {
+    run();
+  }
 }
 
 void FileManager::run() {
   const std::uint32_t thread = currentThreadNumber();
   FileCmd* const first = _data->queue.take();
-  if (first == nullptr) return;
-  for (FileCmd* cmd = first; cmd != nullptr; cmd = cmd->getNext()) _runOne(*cmd, thread);
-  if (first->getAutoDelete()) delete first;
+  if (first == nullptr) {
+    return;
+  }
+  for (FileCmd* cmd = first; cmd != nullptr; cmd = cmd->getNext()) {
+    _runOne(*cmd, thread);
+  }
+  if (first->getAutoDelete()) {
+    delete first;
+  }
 }
 
 void FileManager::_runOne(FileCmd& cmd, std::uint32_t thread) {

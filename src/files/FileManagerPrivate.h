@@ -28,7 +28,9 @@ struct FileManager::Private {  // NOLINT(clang-analyzer-optin.performance.Paddin
   /// The file of a name, which is then registered, with null if it is new. Caches the latest entry: most commands use
   /// the same file as the one before.
   const osg::ref_ptr<FilePtr>& fileOf(const std::string& name) {
-    if (latest == nullptr || latest->first != name) latest = &*registry.try_emplace(name).first;
+    if (latest == nullptr || latest->first != name) {
+      latest = &*registry.try_emplace(name).first;
+    }
     return latest->second;
   }
 

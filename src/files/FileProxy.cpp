@@ -28,14 +28,20 @@ void* FileProxy::map(std::int64_t offset, std::int64_t size) const {
 void FileProxy::unmap(void* p) const {
   _checkThread();
   osg::ref_ptr<FilePtr> file;
-  if (_data->currentFile.lock(file)) file->unmap(p);
+  if (_data->currentFile.lock(file)) {
+    file->unmap(p);
+  }
 }
 
 // The current command may be waiting for this thread, so process exit must not wait for the worker. The text and the
 // exit status are fixed by the interface.
 void FileProxy::_checkThread() const {
-  if (_data->thread == currentThreadNumber()) return;
-  if (osg::isNotifyEnabled(osg::DEBUG_INFO)) osg::notify(osg::DEBUG_INFO) << kForeignThread << std::endl;
+  if (_data->thread == currentThreadNumber()) {
+    return;
+  }
+  if (osg::isNotifyEnabled(osg::DEBUG_INFO)) {
+    osg::notify(osg::DEBUG_INFO) << kForeignThread << std::endl;
+  }
   _data->misused = true;
   std::exit(EXIT_FAILURE);
 }

@@ -12,7 +12,7 @@ namespace QuorOsgUtils {
 
 /// The current file and thread of the proxy. Only the atomic members are used on threads other than the worker.
 struct FileProxy::Private {
-  static constexpr std::uint32_t kNoThread = ~0u;
+  static constexpr std::uint32_t kNoThread = ~0U;
 
   osg::observer_ptr<FilePtr> currentFile;
   std::atomic<std::uint32_t> thread{0};

@@ -46,8 +46,12 @@ constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
 
 std::int64_t saturatedSum(std::int64_t a, std::int64_t b) {
-  if (b > 0 && a > kGreatest - b) return kGreatest;
-  if (b < 0 && a < kLeast - b) return kLeast;
+  if (b > 0 && a > kGreatest - b) {
+    return kGreatest;
+  }
+  if (b < 0 && a < kLeast - b) {
+    return kLeast;
+  }
   return a + b;
 }
 
@@ -71,7 +75,9 @@ FilePtr::~FilePtr() {
 }
 
 void FilePtr::open() {
-  if (!_closed) return;
+  if (!_closed) {
+    return;
+  }
   const std::uint32_t error = _data->mapping.open(_data->path);
   if (error != 0) {
     report(std::cerr, "Error creating file: ", error);
@@ -81,10 +87,14 @@ void FilePtr::open() {
 }
 
 void FilePtr::close() {
-  if (_closed) return;
+  if (_closed) {
+    return;
+  }
   {
     const std::lock_guard<SpinLock> held(_data->viewsLock);
-    for (const auto& [start, view] : _data->views) FileMapping::release(view);
+    for (const auto& [start, view] : _data->views) {
+      FileMapping::release(view);
+    }
     _data->views.clear();
   }
   _data->mapping.close();
@@ -112,11 +122,15 @@ void* FilePtr::map(std::int64_t offset, std::int64_t size) {
   const bool startsBeforeView = offset < aligned;
   const std::int64_t viewEnd = end == aligned ? mapping.sizeBytes() : end;
   const bool lengthOverflows = viewEnd >= 0 && aligned < viewEnd - kGreatest;
-  if (aligned > end || startsBeforeView || lengthOverflows) return reportNoRange();
+  if (aligned > end || startsBeforeView || lengthOverflows) {
+    return reportNoRange();
+  }
 
   std::uint32_t error = 0;
   const View view = mapping.view(aligned, end - aligned, error);
-  if (view.start == nullptr) return reportRefusal(error);
+  if (view.start == nullptr) {
+    return reportRefusal(error);
+  }
   try {
     const std::lock_guard<SpinLock> held(_data->viewsLock);
     _data->views.insert_or_assign(view.start, view);
@@ -134,7 +148,9 @@ void FilePtr::unmap(void* p) {
   {
     const std::lock_guard<SpinLock> held(_data->viewsLock);
     const auto found = _data->views.find(p);
-    if (found == _data->views.end()) return;
+    if (found == _data->views.end()) {
+      return;
+    }
     view = found->second;
     _data->views.erase(found);
   }

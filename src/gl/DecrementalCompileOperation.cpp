@@ -28,7 +28,9 @@ DecrementalCompileOperation::DeleteSet::~DeleteSet() = default;
 
 bool DecrementalCompileOperation::DeleteSet::deleteop() {
   osg::ref_ptr<osg::Group> group;
-  if (_group.lock(group)) group->removeChild(_node.get());
+  if (_group.lock(group)) {
+    group->removeChild(_node.get());
+  }
   return true;
 }
 
@@ -41,7 +43,9 @@ class DecrementalCompileOperation::Claim {
   Claim(const Claim&) = delete;
   Claim& operator=(const Claim&) = delete;
   ~Claim() {
-    if (!_owned) return;
+    if (!_owned) {
+      return;
+    }
     const Lock lock(_operation._toCompileMutex);
     --_operation._claims;
   }
@@ -51,7 +55,9 @@ class DecrementalCompileOperation::Claim {
   /// for requests that were left, so none is missed.
   bool take(DeleteSets& sets) {
     const Lock lock(_operation._toCompileMutex);
-    if (!(_owned ? _continue() : _begin())) return false;
+    if (!(_owned ? _continue() : _begin())) {
+      return false;
+    }
     _operation._requestsLeft = false;
     sets = _operation._toCompile;
     return true;
@@ -70,7 +76,9 @@ class DecrementalCompileOperation::Claim {
   }
 
   bool _continue() {
-    if (_operation._requestsLeft) return true;
+    if (_operation._requestsLeft) {
+      return true;
+    }
     --_operation._claims;
     return _owned = false;
   }
@@ -157,24 +165,32 @@ const DecrementalCompileOperation::ContextSet& DecrementalCompileOperation::getC
 }
 
 void DecrementalCompileOperation::assignContexts(std::vector<osg::GraphicsContext*>& contexts) {
-  for (osg::GraphicsContext* const gc : contexts) addGraphicsContext(gc);
+  for (osg::GraphicsContext* const gc : contexts) {
+    addGraphicsContext(gc);
+  }
 }
 
 // The contexts may hold the operation's last references.
 void DecrementalCompileOperation::removeContexts(std::vector<osg::GraphicsContext*>& contexts) {
   const osg::ref_ptr<DecrementalCompileOperation> kept = isActive() ? this : nullptr;
-  for (osg::GraphicsContext* const gc : contexts) removeGraphicsContext(gc);
+  for (osg::GraphicsContext* const gc : contexts) {
+    removeGraphicsContext(gc);
+  }
 }
 
 void DecrementalCompileOperation::addGraphicsContext(osg::GraphicsContext* gc) {
-  if (gc == nullptr || _contexts.count(gc) != 0) return;
+  if (gc == nullptr || _contexts.count(gc) != 0) {
+    return;
+  }
   gc->add(this);
   _contexts.insert(gc);
 }
 
 // The context may hold the operation's last reference.
 void DecrementalCompileOperation::removeGraphicsContext(osg::GraphicsContext* gc) {
-  if (_contexts.count(gc) == 0) return;
+  if (_contexts.count(gc) == 0) {
+    return;
+  }
   const osg::ref_ptr<DecrementalCompileOperation> kept = this;
   gc->remove(this);
   _contexts.erase(gc);
@@ -185,13 +201,17 @@ void DecrementalCompileOperation::add(osg::Group* group, osg::Node* node) {
 }
 
 void DecrementalCompileOperation::add(DeleteSet* set) {
-  if (set == nullptr) return;
+  if (set == nullptr) {
+    return;
+  }
   const Lock lock(_toCompileMutex);
   _toCompile.emplace_back(set);
 }
 
 void DecrementalCompileOperation::remove(DeleteSet* set) {
-  if (set != nullptr) _unlink(set);
+  if (set != nullptr) {
+    _unlink(set);
+  }
 }
 
 bool DecrementalCompileOperation::isEmpty() {
@@ -213,21 +233,31 @@ DecrementalCompileOperation::DeleteSets& DecrementalCompileOperation::getToCompi
 void DecrementalCompileOperation::_finishPending() {
   Claim claim(*this);
   DeleteSets sets;
-  while (claim.take(sets)) deleteSets(sets);
+  while (claim.take(sets)) {
+    deleteSets(sets);
+  }
 }
 
 // The request is kept here and looked up again after its callback, since application code may change the list. No lock
 // is held: removeChild, the callback and the destructors of what is dropped belong to the application.
 void DecrementalCompileOperation::deleteSets(DeleteSets& sets) {
-  if (&sets == &_toCompile) return _finishPending();
+  if (&sets == &_toCompile) {
+    return _finishPending();
+  }
   while (!sets.empty()) {
     const osg::ref_ptr<DeleteSet> set = sets.front();
-    if (set.valid()) set->deleteop();
+    if (set.valid()) {
+      set->deleteop();
+    }
     _unlink(set);
     const osg::ref_ptr<DeleteCompletedCallback> callback = set.valid() ? set->_deleteCompletedCallback : nullptr;
-    if (callback.valid()) callback->deleteCompleted(set);
+    if (callback.valid()) {
+      callback->deleteCompleted(set);
+    }
     const auto place = std::find(sets.begin(), sets.end(), set);
-    if (place != sets.end()) sets.erase(place);
+    if (place != sets.end()) {
+      sets.erase(place);
+    }
   }
 }
 
@@ -236,7 +266,9 @@ void DecrementalCompileOperation::_unlink(const DeleteSet* set) {
   DeleteSets unlinked;
   const Lock lock(_toCompileMutex);
   const auto place = std::find(_toCompile.begin(), _toCompile.end(), set);
-  if (place != _toCompile.end()) unlinked.splice(unlinked.begin(), _toCompile, place);
+  if (place != _toCompile.end()) {
+    unlinked.splice(unlinked.begin(), _toCompile, place);
+  }
 }
 
 }  // namespace QuorOsgUtils

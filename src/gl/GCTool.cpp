@@ -63,7 +63,9 @@ void ask(Answers& answers) {
 
 void probe(Answers& answers) {
   const osg::ref_ptr<osg::GraphicsContext> context = createContext();
-  if (!context.valid() || !isPixelBuffer(*context)) return;
+  if (!context.valid() || !isPixelBuffer(*context)) {
+    return;
+  }
   context->realizeImplementation();
   context->makeCurrentImplementation();
   ask(answers);
@@ -74,7 +76,9 @@ void probe(Answers& answers) {
 const Answers& probedAnswers() {
   static auto* const answers = new Answers;
   static bool probed = false;
-  if (probed) return *answers;
+  if (probed) {
+    return *answers;
+  }
   probed = true;
   probe(*answers);
   return *answers;

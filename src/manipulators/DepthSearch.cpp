@@ -16,7 +16,9 @@ float firstSceneDepth(const DepthImage& image, const PixelBox& box) {
   for (std::int64_t column = box.firstColumn; column <= box.lastColumn; ++column) {
     for (std::int64_t row = box.firstRow; row <= box.lastRow; ++row) {
       const float depth = image.depths[static_cast<std::size_t>(image.width * row + column)];
-      if (depth != kBackgroundDepth) return depth;
+      if (depth != kBackgroundDepth) {
+        return depth;
+      }
     }
   }
   return kBackgroundDepth;
@@ -25,7 +27,9 @@ float firstSceneDepth(const DepthImage& image, const PixelBox& box) {
 }  // namespace
 
 std::optional<float> depthAtIndex(const DepthImage& image, std::int64_t index) {
-  if (index < 0 || index >= pixelCount(image)) return std::nullopt;
+  if (index < 0 || index >= pixelCount(image)) {
+    return std::nullopt;
+  }
   return image.depths[static_cast<std::size_t>(index)];
 }
 
@@ -42,14 +46,18 @@ PixelBox searchBox(const DepthImage& image, int x, int y) {
 
 std::optional<float> sceneDepth(const DepthImage& image, int x, int y) {
   const std::optional<float> depth = depthAtIndex(image, std::int64_t{image.width} * y + x);
-  if (!depth || !(*depth >= 0.0f && *depth <= 1.0f)) return std::nullopt;
+  if (!depth || !(*depth >= 0.0f && *depth <= 1.0f)) {
+    return std::nullopt;
+  }
   return *depth != kBackgroundDepth ? *depth : firstSceneDepth(image, searchBox(image, x, y));
 }
 
 float panDepth(const DepthImage& image, double x, double y, float fallback) {
   const double position = std::trunc(image.width * y + x);
   // Converting a double out of range is undefined; NaN compares false.
-  if (!(position >= 0.0 && position < static_cast<double>(pixelCount(image)))) return fallback;
+  if (!(position >= 0.0 && position < static_cast<double>(pixelCount(image)))) {
+    return fallback;
+  }
   const float depth = depthAtIndex(image, static_cast<std::int64_t>(position)).value_or(fallback);
   return depth > 0.0f && depth < kBackgroundDepth ? depth : fallback;
 }

@@ -18,13 +18,19 @@ osg::Camera* cameraOf(osgGA::GUIActionAdapter& aa) {
 }
 
 std::optional<WheelNotch> wheelNotchOf(const osgGA::GUIEventAdapter& ea) {
-  if (ea.getScrollingMotion() == osgGA::GUIEventAdapter::SCROLL_UP) return WheelNotch::Up;
-  if (ea.getScrollingMotion() == osgGA::GUIEventAdapter::SCROLL_DOWN) return WheelNotch::Down;
+  if (ea.getScrollingMotion() == osgGA::GUIEventAdapter::SCROLL_UP) {
+    return WheelNotch::Up;
+  }
+  if (ea.getScrollingMotion() == osgGA::GUIEventAdapter::SCROLL_DOWN) {
+    return WheelNotch::Down;
+  }
   return std::nullopt;
 }
 
 std::optional<PointerMove> pointerMove(const osgGA::GUIEventAdapter* from, const osgGA::GUIEventAdapter* to) {
-  if (!from || !to) return std::nullopt;
+  if (!from || !to) {
+    return std::nullopt;
+  }
   const PointerMove move{from->getXnormalized(), from->getYnormalized(), to->getXnormalized(), to->getYnormalized()};
   const bool isTold =
       std::isfinite(move.fromX) && std::isfinite(move.fromY) && std::isfinite(move.toX) && std::isfinite(move.toY);

@@ -79,7 +79,9 @@ osg::ref_ptr<osg::AutoTransform> createPivotMarker() {
 void hidePivotMarker(osg::Node& marker) {
   // Backwards, since each removal shortens the list of parents; an overridden `removeChild` may remove more than one.
   for (unsigned int i = marker.getNumParents(); i-- > 0;) {
-    if (i < marker.getNumParents()) marker.getParent(i)->removeChild(&marker);
+    if (i < marker.getNumParents()) {
+      marker.getParent(i)->removeChild(&marker);
+    }
   }
 }
 

@@ -37,7 +37,9 @@ PointCloudNavigation::PointCloudNavigation(const PointCloudNavigation& other)
 PointCloudNavigation::~PointCloudNavigation() {
   const int references = static_cast<int>(_pivotIndicator->getNumParents()) + 1;
   const bool isShared = _pivotIndicator->referenceCount() > references;
-  if (!isShared) hidePivotMarker(*_pivotIndicator);
+  if (!isShared) {
+    hidePivotMarker(*_pivotIndicator);
+  }
 }
 
 void PointCloudNavigation::setWheelZoomFactor(double percent) {

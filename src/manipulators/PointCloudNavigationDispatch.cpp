@@ -9,9 +9,15 @@ namespace QuorOsgUtils {
 bool PointCloudNavigation::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
   using Event = osgGA::GUIEventAdapter;
   const Event::EventType type = ea.getEventType();
-  if (type == Event::FRAME) return handleFrame(ea, aa);
-  if (type == Event::RESIZE) return handleResize(ea, aa);
-  if (ea.getHandled()) return false;
+  if (type == Event::FRAME) {
+    return handleFrame(ea, aa);
+  }
+  if (type == Event::RESIZE) {
+    return handleResize(ea, aa);
+  }
+  if (ea.getHandled()) {
+    return false;
+  }
   switch (type) {
     case Event::MOVE:
       return handleMouseMove(ea, aa);
@@ -35,7 +41,9 @@ bool PointCloudNavigation::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIAc
 
 bool PointCloudNavigation::performMovement() {
   const std::optional<PointerMove> move = pointerMove(_ga_t1.get(), _ga_t0.get());
-  if (!move) return false;
+  if (!move) {
+    return false;
+  }
   double eventTimeDelta = _ga_t0->getTime() - _ga_t1->getTime();
   if (eventTimeDelta < 0.0) {
     OSG_WARN << "Manipulator warning: eventTimeDelta = " << eventTimeDelta << std::endl;
@@ -43,7 +51,9 @@ bool PointCloudNavigation::performMovement() {
   }
   const double dx = move->toX - move->fromX;
   const double dy = move->toY - move->fromY;
-  if (dx == 0.0 && dy == 0.0) return false;
+  if (dx == 0.0 && dy == 0.0) {
+    return false;
+  }
   // Calls qualified with the class: an override of a per-button function does not change what a drag calls. Fixed by
   // the interface.
   switch (_ga_t1->getButtonMask()) {

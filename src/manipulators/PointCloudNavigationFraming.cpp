@@ -14,10 +14,14 @@ namespace QuorOsgUtils {
 namespace {
 
 osg::BoundingSphere boundsOf(osg::Node& node, bool useBoundingBox) {
-  if (!useBoundingBox) return node.getBound();
+  if (!useBoundingBox) {
+    return node.getBound();
+  }
   osg::ComputeBoundsVisitor visitor;
   node.accept(visitor);
-  if (!visitor.getBoundingBox().valid()) return node.getBound();
+  if (!visitor.getBoundingBox().valid()) {
+    return node.getBound();
+  }
   osg::BoundingSphere bounds;
   bounds.expandBy(visitor.getBoundingBox());
   return bounds;
@@ -26,7 +30,9 @@ osg::BoundingSphere boundsOf(osg::Node& node, bool useBoundingBox) {
 }  // namespace
 
 void PointCloudNavigation::computeHomePosition(const osg::Camera* camera, bool useBoundingBox) {
-  if (!getNode()) return;
+  if (!getNode()) {
+    return;
+  }
   OSG_INFO << " CameraManipulator::computeHomePosition(" << camera << ", " << useBoundingBox << ")" << std::endl;
   const osg::BoundingSphere bounds = boundsOf(*getNode(), useBoundingBox);
   const double radius = bounds.radius();
@@ -36,11 +42,17 @@ void PointCloudNavigation::computeHomePosition(const osg::Camera* camera, bool u
 }
 
 bool PointCloudNavigation::collectParent(std::vector<osg::ref_ptr<osg::Node>>& path, osg::Node* node) {
-  if (!node) return false;
+  if (!node) {
+    return false;
+  }
   path.push_back(node);
-  if (node == getNode()) return true;
+  if (node == getNode()) {
+    return true;
+  }
   for (unsigned int i = 0; i < node->getNumParents(); ++i) {
-    if (collectParent(path, node->getParent(i))) return true;
+    if (collectParent(path, node->getParent(i))) {
+      return true;
+    }
   }
   path.pop_back();
   return false;
@@ -49,13 +61,21 @@ bool PointCloudNavigation::collectParent(std::vector<osg::ref_ptr<osg::Node>>& p
 osg::BoundingSphere PointCloudNavigation::getWorldBoundingBox(std::vector<osg::ref_ptr<osg::Node>>& path,
                                                               osg::Node* node) {
   std::reverse(path.begin(), path.end());
-  if (!node) return {};
+  if (!node) {
+    return {};
+  }
   std::optional<osg::Matrixd> toWorld;
   for (const osg::ref_ptr<osg::Node>& step : path) {
-    if (step == node) break;
+    if (step == node) {
+      break;
+    }
     osg::Transform* transform = step ? step->asTransform() : nullptr;
-    if (!transform) continue;
-    if (!toWorld) toWorld.emplace();
+    if (!transform) {
+      continue;
+    }
+    if (!toWorld) {
+      toWorld.emplace();
+    }
     transform->computeLocalToWorldMatrix(*toWorld, nullptr);
   }
   const osg::BoundingSphere& bound = node->getBound();

@@ -13,7 +13,9 @@ bool PointCloudNavigation::handleMouseWheel(const osgGA::GUIEventAdapter& ea, os
 bool PointCloudNavigation::handleNormalMouseWheel(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
   setViewCenter(osg::Vec3d());
   osg::View* view = aa.asView();
-  if (!view) return osgGA::OrbitManipulator::handleMouseWheel(ea, aa);
+  if (!view) {
+    return osgGA::OrbitManipulator::handleMouseWheel(ea, aa);
+  }
   const osg::Camera* camera = view->getCamera();
   const bool isFrustum = camera && frustumOf(camera->getProjectionMatrix());
   return isFrustum ? handleMouseWheelPerspective(ea, aa) : handleMouseWheelOrthographic(ea, aa);
@@ -23,7 +25,9 @@ bool PointCloudNavigation::handleMouseWheelPerspective(const osgGA::GUIEventAdap
   osgViewer::Viewer* viewer = viewerOf(aa);
   const osg::Camera* camera = viewer ? viewer->getCamera() : nullptr;
   const std::optional<WheelNotch> notch = wheelNotchOf(ea);
-  if (!camera || !notch) return true;
+  if (!camera || !notch) {
+    return true;
+  }
   osg::Vec3d target;
   pickSceneDepthPoint(wholePixel(ea.getX()), wholePixel(ea.getY()), target, viewer);
   _center +=
@@ -36,10 +40,14 @@ bool PointCloudNavigation::handleMouseWheelOrthographic(const osgGA::GUIEventAda
   osg::Camera* camera = cameraOf(aa);
   const std::optional<WheelNotch> notch = wheelNotchOf(ea);
   const std::optional<ViewState> state = camera ? viewStateOf(*camera) : std::nullopt;
-  if (!notch || !state) return false;
+  if (!notch || !state) {
+    return false;
+  }
   const std::optional<OrthographicWheelStep> step =
       orthographicWheelStep(*state, ea.getX(), ea.getY(), _wheelZoomFactor, *notch);
-  if (!step) return false;
+  if (!step) {
+    return false;
+  }
   camera->setProjectionMatrix(step->projection);
   _center += step->movement;
   return false;
@@ -56,7 +64,9 @@ bool PointCloudNavigation::handleStationMouseWheel(const osgGA::GUIEventAdapter&
     return false;
   }
   const std::optional<double> next = stationFieldOfView(fieldOfView, *notch);
-  if (next) camera->setProjectionMatrixAsPerspective(*next, aspectRatio, zNear, zFar);
+  if (next) {
+    camera->setProjectionMatrixAsPerspective(*next, aspectRatio, zNear, zFar);
+  }
   return false;
 }
 

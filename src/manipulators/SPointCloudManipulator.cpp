@@ -25,7 +25,9 @@ double angleOf(const osg::Quat& rotation) {
 std::optional<osg::Vec3d> footOnLineOfSight(const osg::Vec3d& eye, const osg::Vec3d& orbitCenter,
                                             const osg::Vec3d& point) {
   osg::Vec3d ahead = orbitCenter - eye;
-  if (!(ahead.normalize() > 0.0)) return std::nullopt;
+  if (!(ahead.normalize() > 0.0)) {
+    return std::nullopt;
+  }
   return ifFinite(eye + ahead * ((point - eye) * ahead));
 }
 
@@ -63,13 +65,17 @@ void SPointCloudManipulator::setTransformation(const osg::Vec3d& eye, const osg:
 void SPointCloudManipulator::placePivot(const osgGA::GUIEventAdapter&, osgViewer::Viewer& viewer) {
   const osg::Camera* camera = viewer.getCamera();
   const osg::Viewport* viewport = camera ? camera->getViewport() : nullptr;
-  if (!viewport) return;
+  if (!viewport) {
+    return;
+  }
   osg::Vec3d picked;
   pickSceneDepthPoint(wholePixel(viewport->width() * 0.5), wholePixel(viewport->height() * 0.5), picked, &viewer);
   osg::Vec3d eye, lookAt, up;
   camera->getViewMatrix().getLookAt(eye, lookAt, up, 1.0);
   const std::optional<osg::Vec3d> foot = footOnLineOfSight(eye, _center, picked);
-  if (!foot) return;
+  if (!foot) {
+    return;
+  }
   _pivotPoint = *foot;
   _center = *foot;
   _distance = (eye - _center).length();
@@ -78,7 +84,9 @@ void SPointCloudManipulator::placePivot(const osgGA::GUIEventAdapter&, osgViewer
 
 bool SPointCloudManipulator::performNormalMovementRightMouseButton(double, double, double) {
   const std::optional<PointerMove> move = pointerMove(_ga_t1.get(), _ga_t0.get());
-  if (!move || !canTurn()) return false;
+  if (!move || !canTurn()) {
+    return false;
+  }
   const double pitchBefore = angleOf(_pitchQuat);
   osg::Vec3d axis;
   float angle = 0.0f;

@@ -16,7 +16,9 @@ SPointCloudPrivotManipulator::SPointCloudPrivotManipulator(const SPointCloudPriv
 SPointCloudPrivotManipulator::~SPointCloudPrivotManipulator() = default;
 
 void SPointCloudPrivotManipulator::placePivot(const osgGA::GUIEventAdapter& ea, osgViewer::Viewer& viewer) {
-  if (!viewer.getCamera()) return;
+  if (!viewer.getCamera()) {
+    return;
+  }
   _pivotPoint = osg::Vec3d();
   pickSceneDepthPoint(wholePixel(ea.getX()), wholePixel(ea.getY()), _pivotPoint, &viewer);
   _pivotIndicator->setPosition(_pivotPoint);

@@ -38,7 +38,9 @@ ScreenCaptureTool* captureToolOf(osg::Camera& camera) {
 
 std::optional<ViewState> viewStateOf(const osg::Camera& camera) {
   const osg::Viewport* viewport = camera.getViewport();
-  if (!viewport || !(viewport->width() > 0.0 && viewport->height() > 0.0)) return std::nullopt;
+  if (!viewport || !(viewport->width() > 0.0 && viewport->height() > 0.0)) {
+    return std::nullopt;
+  }
   return ViewState{camera.getViewMatrix(), camera.getProjectionMatrix(),
                    viewport->x(),          viewport->y(),
                    viewport->width(),      viewport->height()};
@@ -47,22 +49,30 @@ std::optional<ViewState> viewStateOf(const osg::Camera& camera) {
 float pickSceneDepthPoint(int x, int y, osg::Vec3d& point, osg::View* view) {
   osg::Camera* camera = view ? view->getCamera() : nullptr;
   ScreenCaptureTool* tool = camera ? captureToolOf(*camera) : nullptr;
-  if (!tool) return 0.0f;
+  if (!tool) {
+    return 0.0f;
+  }
   FrameBuffer& frame = tool->getFrameBuffer();
   const std::lock_guard<FrameBuffer> held(frame);
   const DepthImage image = depthImageOf(frame);
   const std::optional<float> found = sceneDepth(image, x, y);
-  if (!found) return 0.0f;
+  if (!found) {
+    return 0.0f;
+  }
   const float depth = *found != kBackgroundDepth ? *found : middleDepth(frame);
   const auto world = windowToWorld(capturedViewState(frame, image), osg::Vec3d(x, y, depth));
-  if (!world) return 0.0f;
+  if (!world) {
+    return 0.0f;
+  }
   point = *world;
   return depth;
 }
 
 double capturedPanDepth(osg::Camera& camera, double x, double y) {
   ScreenCaptureTool* tool = captureToolOf(camera);
-  if (!tool) return 0.0;
+  if (!tool) {
+    return 0.0;
+  }
   FrameBuffer& frame = tool->getFrameBuffer();
   const std::lock_guard<FrameBuffer> held(frame);
   return panDepth(depthImageOf(frame), x, y, middleDepth(frame));

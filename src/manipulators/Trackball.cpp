@@ -25,8 +25,12 @@ osg::Quat limitedPitch(const osg::Quat& pitch, double angleBefore, float yBefore
   double angle = 0.0;
   osg::Vec3d axis;
   pitch.getRotate(angle, axis);
-  if (yBefore > yNow && angle > angleBefore) return {0.0, axis};
-  if (yNow > yBefore && angle > kStraightUpRadians) return {kStraightUpRadians, axis};
+  if (yBefore > yNow && angle > angleBefore) {
+    return {0.0, axis};
+  }
+  if (yNow > yBefore && angle > kStraightUpRadians) {
+    return {kStraightUpRadians, axis};
+  }
   return pitch;
 }
 

@@ -16,13 +16,17 @@ std::optional<osg::Matrixd> inverseView(const ViewState& state) {
 
 std::optional<ProjectionBox> frustumOf(const osg::Matrixd& projection) {
   ProjectionBox box;
-  if (!projection.getFrustum(box.left, box.right, box.bottom, box.top, box.zNear, box.zFar)) return std::nullopt;
+  if (!projection.getFrustum(box.left, box.right, box.bottom, box.top, box.zNear, box.zFar)) {
+    return std::nullopt;
+  }
   return box;
 }
 
 std::optional<ProjectionBox> orthoOf(const osg::Matrixd& projection) {
   ProjectionBox box;
-  if (!projection.getOrtho(box.left, box.right, box.bottom, box.top, box.zNear, box.zFar)) return std::nullopt;
+  if (!projection.getOrtho(box.left, box.right, box.bottom, box.top, box.zNear, box.zFar)) {
+    return std::nullopt;
+  }
   return box;
 }
 
@@ -33,20 +37,26 @@ osg::Matrixd windowMatrix(const ViewState& state) {
 
 std::optional<osg::Vec3d> windowToView(const ViewState& state, const osg::Vec3d& window) {
   osg::Matrixd inverse;
-  if (!inverse.invert(state.projection * windowMatrix(state))) return std::nullopt;
+  if (!inverse.invert(state.projection * windowMatrix(state))) {
+    return std::nullopt;
+  }
   return ifFinite(window * inverse);
 }
 
 std::optional<osg::Vec3d> windowToWorld(const ViewState& state, const osg::Vec3d& window) {
   const std::optional<osg::Vec3d> inView = windowToView(state, window);
   const std::optional<osg::Matrixd> inverse = inverseView(state);
-  if (!inView || !inverse) return std::nullopt;
+  if (!inView || !inverse) {
+    return std::nullopt;
+  }
   return ifFinite(*inView * *inverse);
 }
 
 std::optional<osg::Vec3d> viewToWorldDirection(const ViewState& state, const osg::Vec3d& direction) {
   const std::optional<osg::Matrixd> inverse = inverseView(state);
-  if (!inverse) return std::nullopt;
+  if (!inverse) {
+    return std::nullopt;
+  }
   return ifFinite(osg::Matrixd::transform3x3(direction, *inverse));
 }
 

@@ -31,7 +31,9 @@ void hand(const Call& call, const char* message, plog::Logger<kLoggerInstance>& 
 // A log that cannot be written must not stop the caller, not even when memory is exhausted.
 void write(const Call& call, const char* message) {
   plog::Logger<kLoggerInstance>* const logger = plog::get<kLoggerInstance>();
-  if (logger == nullptr || !logger->checkSeverity(call.severity)) return;
+  if (logger == nullptr || !logger->checkSeverity(call.severity)) {
+    return;
+  }
   try {
     hand(call, message, *logger);
   } catch (...) {

@@ -99,7 +99,9 @@ TEST_F(MakeScanTest, aTracedRayEndsOnASurfaceWithNothingOpaqueBefore) {
     Ray ray{eye, target - eye};
     ray.direction.normalize();
     const std::optional<Hit> hit = town().trace(ray);
-    if (!hit) continue;
+    if (!hit) {
+      continue;
+    }
     ++hits;
     EXPECT_NEAR((hit->position - ray.at(hit->t)).length(), 0.0, 1e-9);
     EXPECT_LT(town().distanceToSurface(hit->position), 1e-9);
@@ -118,7 +120,9 @@ TEST_F(MakeScanTest, aPositionBehindAWallIsHidden) {
   int hidden = 0;
   for (unsigned sector = 0; sector < scanner.sectorCount(); sector += 7) {
     const Echo echo = scanner.echo(sector, 5);
-    if (echo.count != 1 || echo.returns[0].hit.classification != kBuilding) continue;
+    if (echo.count != 1 || echo.returns[0].hit.classification != kBuilding) {
+      continue;
+    }
     ++walls;
     const osg::Vec3d& eye = scanner.position(Scanner::stationOf(sector));
     const osg::Vec3d& place = echo.returns[0].hit.position;
@@ -164,8 +168,12 @@ TEST_F(MakeScanTest, everyPointLiesOnASurfaceOfItsClass) {
   for (const LasPoint& point : made.points) {
     const osg::Vec3d place = made.place(point);
     std::set<int> allowed;
-    for (const Shape* shape : oracle.shapesAt(place, kTolerance)) allowed.insert(shape->classification);
-    if (oracle.onGround(place, kTolerance)) allowed.insert({kGround, kRoad});
+    for (const Shape* shape : oracle.shapesAt(place, kTolerance)) {
+      allowed.insert(shape->classification);
+    }
+    if (oracle.onGround(place, kTolerance)) {
+      allowed.insert({kGround, kRoad});
+    }
     ASSERT_THAT(allowed, testing::Contains(point.classification)) << place.x() << " " << place.y() << " " << place.z();
     EXPECT_LE(town().distanceToSurface(place), 2.0 * kTolerance);
     classes.insert(point.classification);
@@ -177,7 +185,9 @@ TEST_F(MakeScanTest, groundIsRoadWithinAStreetAndNoneBeside) {
   const Scan made = scan({"--points", "6000"});
   std::map<int, int> seen;
   for (const LasPoint& point : made.points) {
-    if (point.classification != kGround && point.classification != kRoad) continue;
+    if (point.classification != kGround && point.classification != kRoad) {
+      continue;
+    }
     double beyond = 1e9;  // the nearest street's edge
     for (const Street& street : streets()) {
       const osg::Vec2d way = street.to - street.from;
@@ -186,7 +196,9 @@ TEST_F(MakeScanTest, groundIsRoadWithinAStreetAndNoneBeside) {
       const double along = way * apart / way.length();
       beyond = std::min(beyond, std::max({across - street.halfWidth, -along, along - way.length()}));
     }
-    if (std::abs(beyond) < 0.002) continue;
+    if (std::abs(beyond) < 0.002) {
+      continue;
+    }
     EXPECT_EQ(point.classification, beyond < 0.0 ? 11 : 2);
     ++seen[point.classification];
   }
@@ -216,7 +228,9 @@ TEST_F(MakeScanTest, fromTheAirNothingIsSeenUnderARoof) {
   std::set<int> classes;
   for (const LasPoint& point : made.points) {
     classes.insert(point.classification);
-    if (point.returnNumber > 1) continue;  // at an edge, the rest of the spot comes from slightly farther along
+    if (point.returnNumber > 1) {
+      continue;  // at an edge, the rest of the spot comes from slightly farther along
+    }
     const osg::Vec3d place = made.place(point);
     const osg::Vec3d& line = scanner.position(point.pointSource - 1U);
     ASSERT_FALSE(oracle.isBlocked({line.x(), place.y(), line.z()}, place));
@@ -227,9 +241,13 @@ TEST_F(MakeScanTest, fromTheAirNothingIsSeenUnderARoof) {
 TEST_F(MakeScanTest, everyStationSeesTheTown) {
   const Scan made = scan({"--points", "3000", "--stations", "5"});
   std::map<int, int> bySource;
-  for (const LasPoint& point : made.points) ++bySource[point.pointSource];
+  for (const LasPoint& point : made.points) {
+    ++bySource[point.pointSource];
+  }
   ASSERT_EQ(bySource.size(), 5U);
-  for (const auto& [source, count] : bySource) EXPECT_GT(count, 300) << "station " << source;
+  for (const auto& [source, count] : bySource) {
+    EXPECT_GT(count, 300) << "station " << source;
+  }
 }
 
 TEST_F(MakeScanTest, theGroundIsSeenMoreDenselyNearTheStation) {
@@ -239,9 +257,15 @@ TEST_F(MakeScanTest, theGroundIsSeenMoreDenselyNearTheStation) {
   for (const LasPoint& point : made.points) {
     const osg::Vec3d apart = made.place(point) - eye;
     const double away = std::hypot(apart.x(), apart.y());
-    if (point.classification != kGround) continue;
-    if (away > 4.0 && away < 8.0) ++count[0];
-    if (away > 16.0 && away < 20.0) ++count[1];
+    if (point.classification != kGround) {
+      continue;
+    }
+    if (away > 4.0 && away < 8.0) {
+      ++count[0];
+    }
+    if (away > 16.0 && away < 20.0) {
+      ++count[1];
+    }
   }
   // Areas of the two rings: 64 - 16 and 400 - 256, times pi.
   EXPECT_GT(count[0] / 48.0, 4.0 * count[1] / 144.0);
@@ -281,7 +305,9 @@ TEST_F(MakeScanTest, severalReturnsComeFromLeavesAndFromEdges) {
   int leavesFirst = 0;
   int edgesFirst = 0;
   for (const LasPoint& point : made.points) {
-    if (point.returnNumber != 1 || point.returnCount < 2) continue;
+    if (point.returnNumber != 1 || point.returnCount < 2) {
+      continue;
+    }
     const bool leaves = point.classification >= kLowVegetation && point.classification <= kHighVegetation;
     ++(leaves ? leavesFirst : edgesFirst);
   }
@@ -293,7 +319,9 @@ TEST_F(MakeScanTest, theScanAngleIsThatOfTheRay) {
   const Scan made = scan({"--points", "2000"});
   const Scanner scanner(town(), {});
   for (const LasPoint& point : made.points) {
-    if (point.returnNumber > 1) continue;
+    if (point.returnNumber > 1) {
+      continue;
+    }
     const osg::Vec3d apart = made.place(point) - scanner.position(point.pointSource - 1U);
     const double degrees = std::atan2(apart.z(), std::hypot(apart.x(), apart.y())) * 180.0 / 3.14159265358979323846;
     EXPECT_NEAR(point.scanAngle * 0.006, degrees, 0.003 + 0.1 / apart.length());
@@ -393,7 +421,9 @@ TEST_F(MakeScanTest, aCoarserScaleRoundsTheSamePlaces) {
   EXPECT_THAT(coarse.header.scale, testing::Each(0.25));
   for (std::size_t index = 0; index < fine.points.size(); ++index) {
     const osg::Vec3d apart = fine.place(fine.points[index]) - coarse.place(coarse.points[index]);
-    for (int axis = 0; axis < 3; ++axis) ASSERT_LE(std::abs(apart[axis]), 0.125 + 0.0001);
+    for (int axis = 0; axis < 3; ++axis) {
+      ASSERT_LE(std::abs(apart[axis]), 0.125 + 0.0001);
+    }
   }
 }
 
@@ -546,10 +576,14 @@ class MakeScanRefusalTest : public MakeScanTest, public testing::WithParamInterf
 TEST_P(MakeScanRefusalTest, theMessageNamesTheOptionAndTheAllowedValues) {
   Arguments arguments = GetParam().arguments;
   for (std::string& argument : arguments) {
-    if (argument == "OUT") argument = _path;
+    if (argument == "OUT") {
+      argument = _path;
+    }
   }
   EXPECT_EQ(run(arguments), 1);
-  for (const std::string& part : GetParam().told) EXPECT_THAT(_complaint, HasSubstr(part));
+  for (const std::string& part : GetParam().told) {
+    EXPECT_THAT(_complaint, HasSubstr(part));
+  }
   EXPECT_THAT(_complaint, testing::StartsWith("quor_make_scan: "));
   EXPECT_THAT(_complaint, testing::EndsWith("; see --help\n"));
   EXPECT_FALSE(fs::exists(_path));
@@ -627,7 +661,9 @@ TEST_F(MakeScanTest, helpNamesEveryOption) {
 TEST_F(MakeScanTest, theHelpFitsAHundredColumns) {
   EXPECT_EQ(run({"--help"}), 0);
   std::istringstream help(_printed);
-  for (std::string line; std::getline(help, line);) EXPECT_LE(line.size(), 100U) << line;
+  for (std::string line; std::getline(help, line);) {
+    EXPECT_LE(line.size(), 100U) << line;
+  }
 }
 
 TEST_F(MakeScanTest, aFileAfterTwoDashesMayBeginWithADash) {

@@ -20,10 +20,14 @@ class TownOracle {
   static double depth(const Shape& shape, const osg::Vec3d& point) {
     if (const auto* solid = std::get_if<Solid>(&shape.body)) {
       double least = std::numeric_limits<double>::infinity();
-      for (const Solid::Face& face : solid->faces) least = std::min(least, face.offset - face.normal * point);
+      for (const Solid::Face& face : solid->faces) {
+        least = std::min(least, face.offset - face.normal * point);
+      }
       return least;
     }
-    if (const auto* ball = std::get_if<Ball>(&shape.body)) return ball->radius - (point - ball->centre).length();
+    if (const auto* ball = std::get_if<Ball>(&shape.body)) {
+      return ball->radius - (point - ball->centre).length();
+    }
     const auto& rod = std::get<Rod>(shape.body);
     const osg::Vec3d line = rod.to - rod.from;
     const double share = std::clamp((point - rod.from) * line / line.length2(), 0.0, 1.0);
@@ -51,9 +55,13 @@ class TownOracle {
   std::vector<const Shape*> shapesAt(const osg::Vec3d& point, double tolerance) const {
     std::vector<const Shape*> result;
     for (const Shape& shape : _town.shapes()) {
-      if (!inBox(shape, point, tolerance)) continue;
+      if (!inBox(shape, point, tolerance)) {
+        continue;
+      }
       const double inside = depth(shape, point);
-      if (inside >= -tolerance && (shape.foliage || inside <= tolerance)) result.push_back(&shape);
+      if (inside >= -tolerance && (shape.foliage || inside <= tolerance)) {
+        result.push_back(&shape);
+      }
     }
     return result;
   }
@@ -65,9 +73,13 @@ class TownOracle {
     const std::vector<const Shape*> opaque = opaqueAlong(eye, point);
     for (double along = kStepMetres; along < length - kStepMetres; along += kStepMetres) {
       const osg::Vec3d place = eye + (point - eye) * (along / length);
-      if (place.z() < ground(place.x(), place.y()) - deep) return true;
+      if (place.z() < ground(place.x(), place.y()) - deep) {
+        return true;
+      }
       const auto holds = [&](const Shape* shape) { return depth(*shape, place) > deep; };
-      if (std::any_of(opaque.begin(), opaque.end(), holds)) return true;
+      if (std::any_of(opaque.begin(), opaque.end(), holds)) {
+        return true;
+      }
     }
     return false;
   }
@@ -75,7 +87,9 @@ class TownOracle {
  private:
   static bool inBox(const Shape& shape, const osg::Vec3d& point, double margin) {
     for (int axis = 0; axis < 3; ++axis) {
-      if (point[axis] < shape.low[axis] - margin || point[axis] > shape.high[axis] + margin) return false;
+      if (point[axis] < shape.low[axis] - margin || point[axis] > shape.high[axis] + margin) {
+        return false;
+      }
     }
     return true;
   }
@@ -86,11 +100,15 @@ class TownOracle {
     const osg::Vec2d from(eye.x(), eye.y());
     const osg::Vec2d way = osg::Vec2d(point.x(), point.y()) - from;
     for (const Shape& shape : _town.shapes()) {
-      if (shape.foliage) continue;
+      if (shape.foliage) {
+        continue;
+      }
       const osg::Vec2d middle(0.5 * (shape.low.x() + shape.high.x()), 0.5 * (shape.low.y() + shape.high.y()));
       const double radius = 0.5 * osg::Vec2d(shape.high.x() - shape.low.x(), shape.high.y() - shape.low.y()).length();
       const double share = std::clamp((middle - from) * way / std::max(way.length2(), 1e-12), 0.0, 1.0);
-      if ((from + way * share - middle).length() <= radius) result.push_back(&shape);
+      if ((from + way * share - middle).length() <= radius) {
+        result.push_back(&shape);
+      }
     }
     return result;
   }

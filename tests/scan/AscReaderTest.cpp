@@ -141,7 +141,9 @@ constexpr unsigned kManyPoints = 50000;
 std::string manyPoints() {
   std::string text;
   for (unsigned index = 0; index < kManyPoints; ++index) {
-    if (index % 1000 == 7) text += "# comment\n";
+    if (index % 1000 == 7) {
+      text += "# comment\n";
+    }
     text += std::to_string(index) + " 0.5 " + std::to_string(index % 9) + "\n";
   }
   return text;

@@ -197,7 +197,9 @@ TEST_F(LasWriterTest, dataAppendedBehindThePointsFollowsThem) {
   header.pointDataOffsetBytes = 400;
   for (const std::size_t points : {0U, 3U}) {
     LasWriter writer(_path, header, {});
-    for (std::size_t point = 0; point < points; ++point) writer.append(record(header, 1, 2, 3, 1).data(), 1);
+    for (std::size_t point = 0; point < points; ++point) {
+      writer.append(record(header, 1, 2, 3, 1).data(), 1);
+    }
     const std::vector<unsigned char> behind = {9, 8, 7};
     writer.appendBehindPoints(behind.data(), 2);
     writer.appendBehindPoints(behind.data() + 2, 1);
@@ -272,8 +274,9 @@ TEST_F(LasWriterTest, aFormatThatDoesNotExistOrARecordTooShortIsRefused) {
 
 // A limit on the size of files makes a write fail halfway, as a full disk does.
 TEST_F(LasWriterTest, aDiskThatFillsUpIsReportedAndLeavesTheEarlierFile) {
-  if (!QuorTests::FileSizeLimit::isToBeHad())
+  if (!QuorTests::FileSizeLimit::isToBeHad()) {
     GTEST_SKIP() << "a process cannot limit the size of its files on this system";
+  }
   std::ofstream(_path) << "earlier";
   const LasHeader header = headerOf(0, 2);
   const std::string message = messageOf([&] {

@@ -21,7 +21,9 @@ constexpr LoadSizes kSmallSizes = {1000, 300, 64, 8};
 std::vector<std::uint64_t> indicesOf(const PointRange& range) {
   std::vector<std::uint64_t> indices;
   forEachRun(range, [&](const PointRun& run) {
-    for (std::uint32_t place = 0; place < run.count; ++place) indices.push_back(run.first + place * run.step);
+    for (std::uint32_t place = 0; place < run.count; ++place) {
+      indices.push_back(run.first + place * run.step);
+    }
   });
   return indices;
 }
@@ -37,10 +39,14 @@ class LoadPlanOf : public testing::TestWithParam<Case> {
 TEST_P(LoadPlanOf, everyNthPointIsReadOnceAndNoOther) {
   std::map<std::uint64_t, int> reads;
   for (const PlannedChunk& chunk : plan()) {
-    for (const std::uint64_t index : indicesOf(chunk.points)) ++reads[index];
+    for (const std::uint64_t index : indicesOf(chunk.points)) {
+      ++reads[index];
+    }
   }
   std::map<std::uint64_t, int> wanted;
-  for (std::uint64_t index = 0; index < GetParam().points; index += GetParam().decimation) wanted[index] = 1;
+  for (std::uint64_t index = 0; index < GetParam().points; index += GetParam().decimation) {
+    wanted[index] = 1;
+  }
   EXPECT_EQ(reads, wanted);
   EXPECT_EQ(decimatedCount(GetParam().points, GetParam().decimation), wanted.size());
 }
@@ -64,7 +70,9 @@ TEST_P(LoadPlanOf, noChunkIsLargerThanAllowedOrEmpty) {
 
 TEST_P(LoadPlanOf, theSampleComesFirstAndCoversTheWholeScan) {
   if (!hasSample()) {
-    for (const PlannedChunk& chunk : plan()) EXPECT_EQ(chunk.phase, LoadPhase::Whole);
+    for (const PlannedChunk& chunk : plan()) {
+      EXPECT_EQ(chunk.phase, LoadPhase::Whole);
+    }
     return;
   }
   std::vector<std::uint64_t> sample;
@@ -73,18 +81,24 @@ TEST_P(LoadPlanOf, theSampleComesFirstAndCoversTheWholeScan) {
     EXPECT_FALSE(later && chunk.phase == LoadPhase::Sample);
     later = chunk.phase == LoadPhase::Remainder;
     const std::vector<std::uint64_t> indices = indicesOf(chunk.points);
-    if (!later) sample.insert(sample.end(), indices.begin(), indices.end());
+    if (!later) {
+      sample.insert(sample.end(), indices.begin(), indices.end());
+    }
   }
   EXPECT_LE(sample.size(), 2 * kSmallSizes.sample);
   EXPECT_EQ(sample.front(), 0U);
   const std::uint64_t widest = GetParam().points / kSmallSizes.fewestRuns + 1;
-  for (std::size_t place = 1; place < sample.size(); ++place) EXPECT_LE(sample[place] - sample[place - 1], widest);
+  for (std::size_t place = 1; place < sample.size(); ++place) {
+    EXPECT_LE(sample[place] - sample[place - 1], widest);
+  }
   EXPECT_GE(sample.back() + 2 * widest, GetParam().points);
 }
 
 TEST_P(LoadPlanOf, theSampleStartsOnlyWhereReadingCanBegin) {
   for (const PlannedChunk& chunk : plan()) {
-    if (chunk.phase != LoadPhase::Sample) continue;
+    if (chunk.phase != LoadPhase::Sample) {
+      continue;
+    }
     forEachRun(chunk.points, [](const PointRun& run) { EXPECT_EQ(run.first % GetParam().entry, 0U); });
   }
 }

@@ -33,7 +33,9 @@ class PlatformTest : public FilesFixture {
   /// Reads forwards; `_read` tells how far it got.
   std::optional<std::uintptr_t> readAll() {
     return runGuarded([this] {
-      for (_read = 0; _read < _view->bytes(); ++_read) _sum = _sum + _view->start()[_read];
+      for (_read = 0; _read < _view->bytes(); ++_read) {
+        _sum = _sum + _view->start()[_read];
+      }
     });
   }
 
@@ -71,12 +73,16 @@ TEST_F(PlatformTest, aFaultOnOneThreadLeavesTheWorkOfAnotherAlone) {
     for (int time = 0; time < 200; ++time) {
       volatile int counted = 0;
       otherWasWhole &= !runGuarded([&] {
-                          for (int i = 0; i < 1000; ++i) counted = counted + 1;
+                          for (int i = 0; i < 1000; ++i) {
+                            counted = counted + 1;
+                          }
                         }).has_value() &&
                        counted == 1000;
     }
   });
-  for (int time = 0; time < 200; ++time) EXPECT_TRUE(readAll().has_value());
+  for (int time = 0; time < 200; ++time) {
+    EXPECT_TRUE(readAll().has_value());
+  }
   other.join();
   EXPECT_TRUE(otherWasWhole);
 }
@@ -113,10 +119,12 @@ class UsersEncodingTest : public testing::TestWithParam<std::string> {};
 
 TEST_P(UsersEncodingTest, convertsToAPathAndBackAndToUtf8) {
   const std::optional<std::string> name = inUsersEncoding(GetParam());
-  if (!name) GTEST_SKIP() << "the user's encoding lacks these characters";
+  if (!name) {
+    GTEST_SKIP() << "the user's encoding lacks these characters";
+  }
   EXPECT_EQ(utf8Of(*name), GetParam());
   const std::filesystem::path place = std::filesystem::u8path(GetParam());
-  EXPECT_EQ(toPath(*name), place);
+  EXPECT_EQ(QuorViewer::toPath(*name), place);
   EXPECT_EQ(fromPath(place), *name);
 }
 
@@ -134,7 +142,9 @@ TEST_F(IsWritableTest, aFileThatMayBeWrittenIsWritableAndAMissingOneIsNot) {
 TEST_F(IsWritableTest, aReadOnlyFileIsNotWritable) {
   const std::string path = makeFile("file", 10);
   std::filesystem::permissions(path, std::filesystem::perms::owner_read);
-  if (std::fstream(path, std::ios::in | std::ios::out).is_open()) GTEST_SKIP() << "this user may write to everything";
+  if (std::fstream(path, std::ios::in | std::ios::out).is_open()) {
+    GTEST_SKIP() << "this user may write to everything";
+  }
   EXPECT_FALSE(isWritable(path));
 }
 
@@ -144,7 +154,9 @@ TEST_F(SharedFileTest, threadsReadAtTheirOwnOffsets) {
   constexpr int kBytes = 200000;
   const std::string path = makeFile("file", 0);
   std::ofstream out(path, std::ios::binary);
-  for (int at = 0; at < kBytes; ++at) out.put(static_cast<char>(at % 251));
+  for (int at = 0; at < kBytes; ++at) {
+    out.put(static_cast<char>(at % 251));
+  }
   out.close();
   std::error_code error;
   const std::shared_ptr<const SharedFile> file = SharedFile::open(path, error);
@@ -154,9 +166,13 @@ TEST_F(SharedFileTest, threadsReadAtTheirOwnOffsets) {
   const auto readFrom = [&](int first) {
     for (int at = first; at + 100 < kBytes; at += 997) {
       std::array<unsigned char, 100> bytes{};
-      if (file->read(static_cast<std::uint64_t>(at), bytes.data(), bytes.size()) != bytes.size()) ++wrong;
+      if (file->read(static_cast<std::uint64_t>(at), bytes.data(), bytes.size()) != bytes.size()) {
+        ++wrong;
+      }
       for (std::size_t byte = 0; byte < bytes.size(); ++byte) {
-        if (bytes[byte] != (static_cast<std::size_t>(at) + byte) % 251) ++wrong;
+        if (bytes[byte] != (static_cast<std::size_t>(at) + byte) % 251) {
+          ++wrong;
+        }
       }
     }
   };
@@ -186,7 +202,9 @@ TEST_F(SharedFileTest, aMissingFileIsReportedWithTheSystemsReason) {
 
 TEST(MachineMemoryTest, isPositiveAndNoMoreThanThePhysicalMemory) {
   EXPECT_GT(machineMemoryBytes(), std::uint64_t{1} << 24U);
-  if (physicalMemoryBytes() == 0) GTEST_SKIP() << "this system does not report its memory size";
+  if (physicalMemoryBytes() == 0) {
+    GTEST_SKIP() << "this system does not report its memory size";
+  }
   EXPECT_LE(machineMemoryBytes(), physicalMemoryBytes());
 }
 

@@ -41,7 +41,9 @@ class BinaryPly : public Bytes {
   template <typename T>
   BinaryPly& number(T value) {
     add(value);
-    if (_bigEndian) std::reverse(end() - sizeof value, end());
+    if (_bigEndian) {
+      std::reverse(end() - sizeof value, end());
+    }
     return *this;
   }
   template <typename T>
@@ -88,13 +90,15 @@ TEST_F(PlyReaderTest, asciiReadsWithItsColours) {
 BinaryPly colouredBinary(bool bigEndian) {
   BinaryPly bytes(bigEndian, kColouredVertices);
   const auto colour = [&](std::array<unsigned, 3> channels) {
-    for (const unsigned channel : channels) bytes.number(static_cast<std::uint8_t>(channel));
+    for (const unsigned channel : channels) {
+      bytes.number(static_cast<std::uint8_t>(channel));
+    }
   };
-  bytes.position(1.5F, 2.5F, 3.5F);
+  bytes.position(1.5f, 2.5f, 3.5f);
   colour({10, 20, 30});
-  bytes.position(-4.0F, 5.0F, 6.0F);
+  bytes.position(-4.0f, 5.0f, 6.0f);
   colour({40, 50, 60});
-  bytes.position(7.0F, 8.0F, 10.0F);
+  bytes.position(7.0f, 8.0f, 10.0f);
   colour({70, 80, 255});
   return bytes;
 }
@@ -113,7 +117,9 @@ TEST_F(PlyReaderTest, aFileOfAnyNameIsRecognisedByItsContent) {
 TEST_F(PlyReaderTest, lineEndsOfWindowsAreAccepted) {
   const std::string text = plyHeader("ascii", kColouredVertices) + kColouredLines;
   std::string windows;
-  for (const char c : text) windows += c == '\n' ? std::string("\r\n") : std::string(1, c);
+  for (const char c : text) {
+    windows += c == '\n' ? std::string("\r\n") : std::string(1, c);
+  }
   expectColouredVertices(*_open(windows));
 }
 
@@ -164,7 +170,7 @@ TEST_F(PlyReaderTest, propertiesInAnyOrderAndUnknownOnesAreSorted) {
   BinaryPly bytes(false, vertices(2,
                                   "property uchar blue\nproperty double time\nproperty float z\nproperty uchar red\n"
                                   "property float y\nproperty ushort tag\nproperty float x\nproperty uchar green\n"));
-  for (const float at : {1.0F, 11.0F}) {
+  for (const float at : {1.0f, 11.0f}) {
     bytes.number(std::uint8_t{3}).number(0.5).number(at + 2).number(std::uint8_t{1}).number(at + 1);
     bytes.number(std::uint16_t{9}).number(at).number(std::uint8_t{2});
   }
@@ -239,11 +245,15 @@ const std::string kElementsBefore =
 TEST_F(PlyReaderTest, elementsBeforeTheVerticesAreSkipped) {
   for (const bool bigEndian : {false, true}) {
     BinaryPly bytes(bigEndian, kElementsBefore + vertices(1, kPosition));
-    for (int camera = 0; camera < 2; ++camera) bytes.number(1.0F).number(2.0);
+    for (int camera = 0; camera < 2; ++camera) {
+      bytes.number(1.0f).number(2.0);
+    }
     bytes.number(std::uint8_t{1}).number(std::uint16_t{0});
     bytes.number(std::uint8_t{1}).number(std::uint16_t{300});
-    for (int item = 0; item < 300; ++item) bytes.number(std::int32_t{item});
-    bytes.position(7.0F, 8.0F, 9.0F);
+    for (int item = 0; item < 300; ++item) {
+      bytes.number(std::int32_t{item});
+    }
+    bytes.position(7.0f, 8.0f, 9.0f);
     EXPECT_EQ(_open(bytes)->coordinates(0), osg::Vec3d(7, 8, 9));
   }
   const std::string text = plyHeader("ascii", kElementsBefore + vertices(1, kPosition));
@@ -261,7 +271,9 @@ BinaryPly verticesWithLists(bool bigEndian) {
   BinaryPly bytes(bigEndian, vertices(kManyVertices, "property list uchar short near\n" + kExactPosition));
   for (unsigned index = 0; index < kManyVertices; ++index) {
     bytes.number(static_cast<std::uint8_t>(index % 5));
-    for (unsigned item = 0; item < index % 5; ++item) bytes.number(static_cast<std::int16_t>(item));
+    for (unsigned item = 0; item < index % 5; ++item) {
+      bytes.number(static_cast<std::int16_t>(item));
+    }
     bytes.position(xOf(index), 2.0 * index, 3.0);
   }
   return bytes;
@@ -271,7 +283,9 @@ std::string manyLines() {
   std::string text = plyHeader("ascii", vertices(kManyVertices, "property list uchar short near\n" + kExactPosition));
   for (unsigned index = 0; index < kManyVertices; ++index) {
     text += std::to_string(index % 3);
-    for (unsigned item = 0; item < index % 3; ++item) text += " 7";
+    for (unsigned item = 0; item < index % 3; ++item) {
+      text += " 7";
+    }
     std::array<char, 100> line{};
     std::snprintf(line.data(), line.size(), " %.17g %u 3\n", xOf(index), 2 * index);
     text += line.data();
@@ -319,7 +333,9 @@ TEST_P(VerticesOfVaryingLength, readTheSameInChunksAndInRunsAsAllAtOnce) {
 
 TEST_F(PlyReaderTest, verticesOfFixedLengthAreReadDirectlyFromAnyPoint) {
   BinaryPly bytes(false, vertices(50000, kExactPosition));
-  for (int index = 0; index < 50000; ++index) bytes.position(index * 0.5, 1e6 + index, -1.0);
+  for (int index = 0; index < 50000; ++index) {
+    bytes.position(index * 0.5, 1e6 + index, -1.0);
+  }
   const auto reader = _open(bytes);
   EXPECT_EQ(reader->entryPoints(), 1U);
   EXPECT_EQ(reader->coordinates(49999), osg::Vec3d(24999.5, 1049999, -1));
@@ -335,9 +351,13 @@ TEST_F(PlyReaderTest, aScanBeyondFourGibibytesReadsItsLastPoint) {
   const std::string path = _folder.write("large.ply", header);
   std::error_code code;
   std::filesystem::resize_file(path, header.size() + (count - 1) * 12, code);
-  if (code) GTEST_SKIP() << "the temporary folder cannot hold a file with a hole: " << code.message();
+  if (code) {
+    GTEST_SKIP() << "the temporary folder cannot hold a file with a hole: " << code.message();
+  }
   Bytes last;
-  for (const float coordinate : {1.5F, 2.5F, 3.5F}) last.add(coordinate);
+  for (const float coordinate : {1.5f, 2.5f, 3.5f}) {
+    last.add(coordinate);
+  }
   std::ofstream(path, std::ios::binary | std::ios::app)
       .write(reinterpret_cast<const char*>(last.data()), static_cast<std::streamsize>(last.size()));
   const auto reader = ScanReader::open(path);
@@ -358,7 +378,7 @@ TEST_F(PlyReaderTest, pointsThatAreNoNumberOrTooFarAwayDoNotWidenTheBounds) {
   bytes.position(1.5, 2.5, 3.5).position(-4.0, 5.0, 6.0);
   bytes.position(0.0, std::numeric_limits<double>::quiet_NaN(), 0.0).position(0.0, 0.0, -1e300);
   const auto reader = _open(bytes);
-  EXPECT_EQ(reader->read(0, 4, osg::Vec3d()).bounds._max, osg::Vec3(1.5F, 5, 6));
+  EXPECT_EQ(reader->read(0, 4, osg::Vec3d()).bounds._max, osg::Vec3(1.5f, 5, 6));
   EXPECT_TRUE(std::isfinite(reader->info().origin.y()));
   EXPECT_EQ(_open(plyHeader("ascii", vertices(2, kPosition)) + "1 nan 2\n3 4 5\n")->info().origin, osg::Vec3d(3, 4, 5));
 }
@@ -366,7 +386,9 @@ TEST_F(PlyReaderTest, pointsThatAreNoNumberOrTooFarAwayDoNotWidenTheBounds) {
 TEST_F(PlyReaderTest, aFileThatShrinksWhileItIsOpenKeepsThePointsBeforeItsEnd) {
   BinaryPly bytes(false, vertices(50000, kPosition));
   const std::size_t begin = bytes.size();
-  for (int index = 0; index < 50000; ++index) bytes.position(1.0F * static_cast<float>(index), 0.0F, 0.0F);
+  for (int index = 0; index < 50000; ++index) {
+    bytes.position(1.0f * static_cast<float>(index), 0.0f, 0.0f);
+  }
   const auto reader = _open(bytes)->clone();
   std::filesystem::resize_file(_folder.path("scan.ply"), begin + 30000 * 12);
   QuorViewer::ChunkBuilder builder = reader->startChunk({0, 50000}, osg::Vec3d());
@@ -493,7 +515,7 @@ TEST_F(PlyReaderTest, whateverBytesStandInAFileItOpensOrIsRefused) {
   BinaryPly binary(false, elements);
   binary.number(std::uint8_t{3}).position(0, 1, 2);
   for (int vertex = 0; vertex < 3; ++vertex) {
-    binary.position(1.0F, 2.0F, 3.0F).number(std::uint8_t{2}).number(std::int8_t{1}).number(std::int8_t{2});
+    binary.position(1.0f, 2.0f, 3.0f).number(std::uint8_t{2}).number(std::int8_t{1}).number(std::int8_t{2});
   }
   unsigned opened = 0;
   constexpr unsigned rounds = 3000;

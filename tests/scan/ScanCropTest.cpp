@@ -353,7 +353,9 @@ TEST_F(ScanCropTest, extendedRecordsComeFromTheOpenScanAlsoIfItsNameNowRefersToA
   crop.step(kOneBlock);
   std::error_code inUse;
   fs::rename(source, source + ".old", inUse);
-  if (inUse) GTEST_SKIP() << "this system does not rename an open file: " << inUse.message();
+  if (inUse) {
+    GTEST_SKIP() << "this system does not rename an open file: " << inUse.message();
+  }
   _folder.write("scan.las", variedScan({4, 6}, 20000));
   runToItsEnd(crop);
   const LasBytes saved(contentOf(_target));
@@ -545,8 +547,9 @@ TEST_F(ScanCropTest, aFolderInPlaceOfTheTemporaryFileIsKept) {
 }
 
 TEST_F(ScanCropTest, aDiskThatFillsUpIsReportedAndTheFormerFileStays) {
-  if (!QuorTests::FileSizeLimit::isToBeHad())
+  if (!QuorTests::FileSizeLimit::isToBeHad()) {
     GTEST_SKIP() << "a process cannot limit the size of its files on this system";
+  }
   _folder.write("out.las", std::string("former"));
   Bytes scan = variedScan({4, 6}, 40000);
   const std::size_t pointsEnd = scan.size();
@@ -572,8 +575,9 @@ TEST_F(ScanCropTest, aDiskThatFillsUpIsReportedAndTheFormerFileStays) {
 
 // So few bytes that they are written only when the file is closed.
 TEST_F(ScanCropTest, aDiskThatIsFullOnlyWhenTheFileIsClosedIsReported) {
-  if (!QuorTests::FileSizeLimit::isToBeHad())
+  if (!QuorTests::FileSizeLimit::isToBeHad()) {
     GTEST_SKIP() << "a process cannot limit the size of its files on this system";
+  }
   const std::string source = _folder.write("scan.las", variedScan({2, 0}, 3));
   const auto reader = ScanReader::open(source);
   const QuorTests::FileSizeLimit full(100);
@@ -626,7 +630,7 @@ std::string plyOf(const std::vector<std::array<float, 3>>& positions, bool colou
 }
 
 TEST_F(ScanCropTest, aColouredPlyScanBecomesPointFormatTwoWithColoursOfSixteenBits) {
-  const std::string source = _folder.write("scan.ply", plyOf({{1.5F, 2.5F, 3.5F}, {-4, 5, 6}, {7.25F, 8, 10}}, true));
+  const std::string source = _folder.write("scan.ply", plyOf({{1.5f, 2.5f, 3.5f}, {-4, 5, 6}, {7.25f, 8, 10}}, true));
   const LasBytes saved(cropped(source, _target, [](const osg::Vec3d& at) { return at.x() > 0; }));
   EXPECT_EQ(saved.minor, 2U);
   EXPECT_EQ(saved.format, 2U);
@@ -670,7 +674,7 @@ TEST_F(ScanCropTest, aGeoreferencedTextScanKeepsItsMillimetresAndIntensities) {
 // A coordinate whose own precision is coarser than the grid's step comes back unchanged.
 TEST_F(ScanCropTest, theGridKeepsSinglePrecisionOverEveryExtent) {
   std::mt19937 random(8);
-  for (const float extent : {1e-3F, 1.0F, 50.0F, 4000.0F, 1e6F, 1e9F, 1e20F}) {
+  for (const float extent : {1e-3f, 1.0f, 50.0f, 4000.0f, 1e6f, 1e9f, 1e20f}) {
     SCOPED_TRACE(extent);
     std::uniform_real_distribution<float> within(-extent, extent);
     std::vector<std::array<float, 3>> positions;
@@ -699,7 +703,7 @@ TEST_F(ScanCropTest, theGridKeepsSinglePrecisionOverEveryExtent) {
 
 TEST_F(ScanCropTest, coincidentPointsStillHaveAGrid) {
   const LasBytes saved(
-      cropped(_folder.write("scan.ply", plyOf({{5, 5, 0.25F}, {5, 5, 0.25F}}, false)), _target, everywhere));
+      cropped(_folder.write("scan.ply", plyOf({{5, 5, 0.25f}, {5, 5, 0.25f}}, false)), _target, everywhere));
   ASSERT_EQ(saved.count, 2U);
   EXPECT_EQ(saved.coordinates(1), osg::Vec3d(5, 5, 0.25));
   EXPECT_EQ(ScanReader::open(_target)->info().pointCount, 2U);

@@ -12,7 +12,9 @@ constexpr unsigned kPoints = 300000;
 
 std::string lines() {
   std::string text;
-  for (unsigned index = 0; index < kPoints; ++index) text += std::to_string(index) + " 5 6\n";
+  for (unsigned index = 0; index < kPoints; ++index) {
+    text += std::to_string(index) + " 5 6\n";
+  }
   return text;
 }
 

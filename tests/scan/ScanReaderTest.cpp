@@ -113,7 +113,9 @@ TEST_F(ScanReaderTest, everyNthPointReadsAlikeThroughAnotherReaderThatOutlivesTh
     reader->decode(run, builder);
     const PointChunk chunk = builder.finish();
     ASSERT_EQ(chunk.positions->size(), 10U);
-    for (std::size_t place = 0; place < 10; ++place) expectPoint(chunk, place, points[9 + place * step], 3);
+    for (std::size_t place = 0; place < 10; ++place) {
+      expectPoint(chunk, place, points[9 + place * step], 3);
+    }
   }
 }
 
@@ -122,7 +124,9 @@ TEST_F(ScanReaderTest, aCloneReadsTheOpenFileEvenIfItsNameIsGone) {
   const auto reader = _open({2, 1}, points);
   std::error_code inUse;
   std::filesystem::rename(_folder.path("scan.las"), _folder.path("other.las"), inUse);
-  if (inUse) GTEST_SKIP() << "this system does not rename an open file: " << inUse.message();
+  if (inUse) {
+    GTEST_SKIP() << "this system does not rename an open file: " << inUse.message();
+  }
   EXPECT_EQ(reader->clone()->coordinates(999), truth({2, 1}, points[999]));
 }
 
@@ -136,10 +140,14 @@ TEST_F(ScanReaderTest, clonesReadTheSameFileOnSeveralThreads) {
   for (PointChunk& chunk : chunks) {
     clones.push_back(reader->clone());
     threads.emplace_back([&chunk, clone = clones.back().get()] {
-      for (int time = 0; time < 5; ++time) chunk = readAll(*clone);
+      for (int time = 0; time < 5; ++time) {
+        chunk = readAll(*clone);
+      }
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
   for (const PointChunk& chunk : chunks) {
     EXPECT_EQ(chunk.positions->asVector(), expected.positions->asVector());
     EXPECT_EQ(chunk.intensities->asVector(), expected.intensities->asVector());

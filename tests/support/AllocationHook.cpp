@@ -16,7 +16,9 @@ thread_local const std::function<void()>* observer = nullptr;
 
 void observe() noexcept {
   const std::function<void()>* const observing = std::exchange(observer, nullptr);
-  if (observing == nullptr) return;
+  if (observing == nullptr) {
+    return;
+  }
   (*observing)();
   observer = observing;
 }

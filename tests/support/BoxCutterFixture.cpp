@@ -107,8 +107,12 @@ void BoxCutterFixture::placeBox() {
 
 void BoxCutterFixture::take(const Outlook& outlook) {
   const auto& [isPerspective, towardsEye, isPlaced] = outlook;
-  if (isPlaced) placeBox();
-  if (!isPerspective) useOrthographic();
+  if (isPlaced) {
+    placeBox();
+  }
+  if (!isPerspective) {
+    useOrthographic();
+  }
   lookAtBoxFrom(towardsEye);
 }
 
@@ -138,7 +142,9 @@ Line BoxCutterFixture::sightLine(const osg::Vec2d& window) const {
   const double scale = _halfHeight / (0.5 * kHeight);
   const osg::Vec3d aside =
       _right * ((window.x() - 0.5 * kWidth) * scale) + _up * ((window.y() - 0.5 * kHeight) * scale);
-  if (_isPerspective) return {_eye, normalised(aside - _back)};
+  if (_isPerspective) {
+    return {_eye, normalised(aside - _back)};
+  }
   return {_eye + aside, -_back};
 }
 
@@ -230,7 +236,9 @@ std::array<float, 6> BoxCutterFixture::extents() const {
 
 std::vector<osg::Vec3d> BoxCutterFixture::cornersInWorld() const {
   std::vector<osg::Vec3d> corners;
-  for (unsigned int i = 0; i < 8; ++i) corners.push_back(toWorld(osg::Vec3d(_box->_box.corner(i))));
+  for (unsigned int i = 0; i < 8; ++i) {
+    corners.push_back(toWorld(osg::Vec3d(_box->_box.corner(i))));
+  }
   return corners;
 }
 
@@ -245,7 +253,9 @@ std::vector<osg::Plane> BoxCutterFixture::planesInClipNode() const {
 void BoxCutterFixture::expectCornersMoved(const std::vector<osg::Vec3d>& before, const osg::Matrixd& motion,
                                           double tolerance) const {
   const std::vector<osg::Vec3d> now = cornersInWorld();
-  for (std::size_t i = 0; i < now.size(); ++i) EXPECT_LT((now[i] - before[i] * motion).length(), tolerance) << i;
+  for (std::size_t i = 0; i < now.size(); ++i) {
+    EXPECT_LT((now[i] - before[i] * motion).length(), tolerance) << i;
+  }
 }
 
 void BoxCutterFixture::expectIdle() const {
@@ -256,7 +266,7 @@ void BoxCutterFixture::expectIdle() const {
 void BoxCutterFixture::expectPlanesFitBox() const {
   constexpr double kTolerance = 1e-5;
   const std::vector<osg::Plane> planes = planesInClipNode();
-  ASSERT_EQ(planes.size(), 6u);
+  ASSERT_EQ(planes.size(), 6U);
   for (const osg::Plane& plane : planes) {
     const osg::Vec3d normal(plane[0], plane[1], plane[2]);
     EXPECT_NEAR(normal.length(), 1.0, 1e-9);
@@ -264,8 +274,12 @@ void BoxCutterFixture::expectPlanesFitBox() const {
     for (unsigned int i = 0; i < 8; ++i) {
       const osg::Vec3d corner = osg::Vec3d(_box->_box.corner(i)) * _box->getMatrix();
       const double distance = normal * corner + plane[3];
-      if (std::abs(distance) < kTolerance) ++onPlane;
-      if (distance >= kTolerance) ++inside;
+      if (std::abs(distance) < kTolerance) {
+        ++onPlane;
+      }
+      if (distance >= kTolerance) {
+        ++inside;
+      }
     }
     EXPECT_EQ(onPlane, 4);
     EXPECT_EQ(inside, 4);
@@ -273,7 +287,9 @@ void BoxCutterFixture::expectPlanesFitBox() const {
 }
 
 void BoxCutterFixture::expectAllFinite() const {
-  for (const osg::Vec3d& corner : cornersInWorld()) EXPECT_TRUE(std::isfinite(corner.length2()));
+  for (const osg::Vec3d& corner : cornersInWorld()) {
+    EXPECT_TRUE(std::isfinite(corner.length2()));
+  }
   for (const osg::Plane& plane : planesInClipNode()) {
     EXPECT_TRUE(std::isfinite(plane[0] + plane[1] + plane[2] + plane[3]));
   }

@@ -52,7 +52,9 @@ int CapturedNavigationFixture<Manipulator>::colouredPixels() {
   _context->state().get<osg::GLExtensions>()->glBindFramebuffer(GL_FRAMEBUFFER_EXT, 0);
   int count = 0;
   for (std::size_t i = 0; i < pixels.size(); i += 4) {
-    if (pixels[i] || pixels[i + 1] || pixels[i + 2]) ++count;
+    if (pixels[i] || pixels[i + 1] || pixels[i + 2]) {
+      ++count;
+    }
   }
   return count;
 }

@@ -125,7 +125,7 @@ inline void expectMatrixNear(const osg::Matrixd& actual, const osg::Matrixd& exp
 inline void expectOverallColor(const osg::Geometry& geometry, const osg::Vec4f& expected) {
   ASSERT_EQ(geometry.getColorBinding(), osg::Geometry::BIND_OVERALL);
   const auto& colors = dynamic_cast<const osg::Vec4Array&>(*geometry.getColorArray());
-  ASSERT_EQ(colors.size(), 1u);
+  ASSERT_EQ(colors.size(), 1U);
   EXPECT_EQ(colors[0], expected);
 }
 

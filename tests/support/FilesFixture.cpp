@@ -43,7 +43,9 @@ FilesFixture::FilesFixture() {
 }
 
 FilesFixture::~FilesFixture() {
-  if (!_isOwner) return;
+  if (!_isOwner) {
+    return;
+  }
   setEnvironment(kFolderVariable, nullptr);
   std::error_code ignored;
   std::filesystem::remove_all(_folder, ignored);
@@ -56,7 +58,9 @@ std::string FilesFixture::path(const std::string& name) const {
 std::string FilesFixture::makeFile(const std::string& name, std::int64_t size) const {
   std::mt19937 random(7);
   std::string bytes(static_cast<std::size_t>(size), '\0');
-  for (char& byte : bytes) byte = static_cast<char>(random());
+  for (char& byte : bytes) {
+    byte = static_cast<char>(random());
+  }
   std::ofstream(toPath(path(name)), std::ios::binary).write(bytes.data(), size);
   return path(name);
 }
@@ -64,7 +68,9 @@ std::string FilesFixture::makeFile(const std::string& name, std::int64_t size) c
 std::string FilesFixture::makeSparseFile(const std::string& name, std::int64_t size,
                                          const std::vector<std::pair<std::int64_t, std::string>>& texts) const {
   std::ofstream file(toPath(path(name)), std::ios::binary);
-  for (const auto& [offset, text] : texts) file.seekp(offset) << text;
+  for (const auto& [offset, text] : texts) {
+    file.seekp(offset) << text;
+  }
   file.close();
   std::filesystem::resize_file(toPath(path(name)), static_cast<std::uintmax_t>(size));
   return path(name);

@@ -9,7 +9,9 @@ namespace QuorTests {
 /// in pixels), so objects get smaller as the field of view gets wider.
 inline double handleScale(double width, double height, bool isPerspective, double halfFieldTangent) {
   constexpr double kEnginesPixel = 0.96;
-  if (!isPerspective) return 1.0 / kEnginesPixel;
+  if (!isPerspective) {
+    return 1.0 / kEnginesPixel;
+  }
   const double focalLength = 0.5 * height / halfFieldTangent;
   const double halfDiagonal = 0.5 * std::hypot(width, height);
   return focalLength / std::hypot(focalLength, halfDiagonal / std::sqrt(2.0)) / kEnginesPixel;

@@ -51,8 +51,9 @@ inline std::string wholeFile(const std::string& path) {
 
 inline std::vector<std::string> namesIn(const std::string& folder) {
   std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder))
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     names.push_back(entry.path().filename().string());
+  }
   return names;
 }
 

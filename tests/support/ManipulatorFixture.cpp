@@ -114,7 +114,9 @@ float NavigationFixture<Manipulator>::depthAtDistance(double distance) {
 template <typename Manipulator>
 double NavigationFixture<Manipulator>::distanceOfDepth(float depth) {
   const bool isPerspective = camera().getProjectionMatrix()(3, 3) == 0.0;
-  if (!isPerspective) return kNear + depth * (kFar - kNear);
+  if (!isPerspective) {
+    return kNear + depth * (kFar - kNear);
+  }
   return kNear * kFar / (kFar - depth * (kFar - kNear));
 }
 

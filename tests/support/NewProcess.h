@@ -24,7 +24,9 @@ void workInANewProcess(Work work) {
     const ::testing::TestResult& result = *::testing::UnitTest::GetInstance()->current_test_info()->result();
     for (int i = 0; i < result.total_part_count(); ++i) {
       const ::testing::TestPartResult& part = result.GetTestPartResult(i);
-      if (part.failed()) std::fprintf(stderr, "line %d: %s\n", part.line_number(), part.message());
+      if (part.failed()) {
+        std::fprintf(stderr, "line %d: %s\n", part.line_number(), part.message());
+      }
     }
     return !result.Failed();
   });

@@ -34,7 +34,9 @@ class NotifyRecorder {
   struct Handler : osg::NotifyHandler {
     // OSG also calls the handler with an empty text when the level changes.
     void notify(osg::NotifySeverity severity, const char* message) override {
-      if (*message != '\0') entries.push_back({severity, message});
+      if (*message != '\0') {
+        entries.push_back({severity, message});
+      }
     }
     std::vector<Entry> entries;
   };

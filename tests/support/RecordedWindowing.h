@@ -25,7 +25,9 @@ inline const std::array<const char* (*)(), 6> kGetters = {
 
 inline Six answers() {
   Six six;
-  for (std::size_t i = 0; i < six.size(); ++i) six[i] = kGetters[i]();
+  for (std::size_t i = 0; i < six.size(); ++i) {
+    six[i] = kGetters[i]();
+  }
   return six;
 }
 
@@ -39,7 +41,9 @@ class RecordedWindowing : public osg::GraphicsContext::WindowingSystemInterface 
 
   static osg::ref_ptr<RecordedWindowing> install(Create create = {}) {
     auto& interfaces = osg::GraphicsContext::getWindowingSystemInterfaces()->getInterfaces();
-    if (interfaces.empty()) return nullptr;
+    if (interfaces.empty()) {
+      return nullptr;
+    }
     osg::ref_ptr<RecordedWindowing> recorded = new RecordedWindowing(interfaces.front(), std::move(create));
     interfaces.insert(interfaces.begin(), recorded);
     return recorded;

@@ -29,7 +29,9 @@ class Counted : public osg::Group {
  protected:
   ~Counted() override {
     --alive();
-    if (_destroyed) _destroyed();
+    if (_destroyed) {
+      _destroyed();
+    }
   }
 
  private:
@@ -75,14 +77,18 @@ class ContextOnThread {
 
   /// Starts this many runs of the context's operations without waiting for them.
   void startRuns(int count) {
-    for (int i = 0; i < count; ++i) _context->getGraphicsThread()->add(_run);
+    for (int i = 0; i < count; ++i) {
+      _context->getGraphicsThread()->add(_run);
+    }
   }
 
   /// Calls the function on the graphics thread, after all that was started before, and waits for it.
   void call(std::function<void()> function) {
     OpenThreads::Block done;
     _context->getGraphicsThread()->add(new Call([&] {
-      if (function) function();
+      if (function) {
+        function();
+      }
       done.release();
     }));
     done.block();

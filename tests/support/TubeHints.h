@@ -9,7 +9,7 @@ namespace QuorTests {
 /// The hints of a tube: 100 faces, only the wall, front faces only, with normals.
 inline void expectTubeHints(const osg::TessellationHints& hints) {
   EXPECT_EQ(hints.getDetailRatio(), 1.0f);
-  EXPECT_EQ(hints.getTargetNumFaces(), 100u);
+  EXPECT_EQ(hints.getTargetNumFaces(), 100U);
   EXPECT_TRUE(hints.getCreateFrontFace());
   EXPECT_FALSE(hints.getCreateBackFace());
   EXPECT_TRUE(hints.getCreateNormals());

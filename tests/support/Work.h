@@ -17,7 +17,9 @@ class Work : public QuorOsgUtils::FileCmd {
   Work(const std::string& file, Priority priority, Function function, std::function<void()> destroyed = {})
       : FileCmd(file, priority), _function(std::move(function)), _destroyed(std::move(destroyed)) {}
   ~Work() override {
-    if (_destroyed) _destroyed();
+    if (_destroyed) {
+      _destroyed();
+    }
   }
 
   void operator()(Proxy proxy, QuorOsgUtils::FileManager*) override { _function(proxy); }

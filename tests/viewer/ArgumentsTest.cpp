@@ -41,7 +41,7 @@ TEST(ArgumentsTest, filesAndOptionsMayStandInAnyOrder) {
   EXPECT_TRUE(parsed.orthographic);
   EXPECT_TRUE(parsed.verbose);
   EXPECT_EQ(parsed.colourMode, ColourMode::Intensity);
-  EXPECT_EQ(parsed.pointSizePixels, 7.0F);
+  EXPECT_EQ(parsed.pointSizePixels, 7.0f);
   EXPECT_EQ(parsed.tourFolder, "there");
   EXPECT_EQ(parsed.screenshotFile, "p.png");
 }
@@ -138,7 +138,7 @@ TEST(ArgumentsTest, aValueMayFollowAnEqualsSign) {
 
 TEST(ArgumentsTest, theLastOfSeveralValuesCounts) {
   const Arguments parsed = parseArguments({"--point-size", "3", "--ortho", "--point-size", "5", "--ortho"});
-  EXPECT_EQ(parsed.pointSizePixels, 5.0F);
+  EXPECT_EQ(parsed.pointSizePixels, 5.0f);
   EXPECT_TRUE(parsed.orthographic);
 }
 

@@ -19,10 +19,10 @@ using namespace QuorTests;
 using namespace QuorViewer;
 
 // Keeps the first four of the eight columns.
-const osg::BoundingBoxf kHalf(-5.0F, -5.0F, -5.0F, 35.0F, 55.0F, 20.0F);
+const osg::BoundingBoxf kHalf(-5.0f, -5.0f, -5.0f, 35.0f, 55.0f, 20.0f);
 
 bool isInHalf(int point) {
-  return placeOf(point).x() < 35.0F;
+  return placeOf(point).x() < 35.0f;
 }
 
 // In pixels, as the library documents them; an auto-scaled transform draws them 4 percent larger.
@@ -63,8 +63,8 @@ double distanceToSegment(const osg::Vec2d& place, const osg::Vec2d& from, const 
 
 // Red, green or blue enough for a handle of that axis, lit or unlit.
 bool isColourOf(int axis, const osg::Vec4& colour) {
-  constexpr float kDarkest = 0.30F;
-  constexpr float kDominance = 1.35F;
+  constexpr float kDarkest = 0.30f;
+  constexpr float kDominance = 1.35f;
   const float channels[] = {colour.r(), colour.g(), colour.b()};
   const float others = std::max(channels[(axis + 1) % 3], channels[(axis + 2) % 3]);
   return channels[axis] > kDarkest && channels[axis] > kDominance * others;
@@ -95,7 +95,7 @@ class ClipBoxGLTest : public SceneFixture {
     const std::vector<unsigned int>& identifiers = frame().getItemIDBuffer();
     std::size_t wrong = 0;
     for (std::size_t pixel = 0; pixel < depths.size(); ++pixel) {
-      wrong += (depths[pixel] < 1.0F) != (identifiers[pixel * 4] != 0) ? 1 : 0;
+      wrong += (depths[pixel] < 1.0f) != (identifiers[pixel * 4] != 0) ? 1 : 0;
     }
     EXPECT_EQ(wrong, 0U);
   }
@@ -278,8 +278,8 @@ class ClipBoxGLTest : public SceneFixture {
 
   int _checked = 0;
   int _found = 0;
-  float _pointerX = 0.0F;
-  float _pointerY = 0.0F;
+  float _pointerX = 0.0f;
+  float _pointerY = 0.0f;
 };
 
 TEST_F(ClipBoxGLTest, pointsOutsideTheBoxAreInNoAttachmentAndHaveNoDepth) {
@@ -293,10 +293,10 @@ TEST_F(ClipBoxGLTest, pointsOutsideTheBoxAreInNoAttachmentAndHaveNoDepth) {
       } else {
         SCOPED_TRACE(point);
         const std::size_t pixel = pixelOf(placeOf(point));
-        EXPECT_EQ(frame().getDepthBuffer()[pixel], 1.0F);
+        EXPECT_EQ(frame().getDepthBuffer()[pixel], 1.0f);
         EXPECT_EQ(frame().getItemIDBuffer()[pixel * 4 + 3], 0U);
-        EXPECT_EQ(frame().getItemFloatBuffer()[pixel * 4 + 3], 0.0F);
-        EXPECT_EQ(frame().getPCFloatBuffer()[pixel * 4], 0.0F);
+        EXPECT_EQ(frame().getItemFloatBuffer()[pixel * 4 + 3], 0.0f);
+        EXPECT_EQ(frame().getPCFloatBuffer()[pixel * 4], 0.0f);
         EXPECT_EQ(frame().getPCUIntBuffer()[pixel * 4 + 3], 0);
       }
     }
@@ -319,7 +319,7 @@ TEST_F(ClipBoxGLTest, pointsOutsideTheBoxAreNotInThePicture) {
       continue;
     }
     const osg::Vec4 colour = colourAt(*image, pixelOf(placeOf(point)));
-    const bool shown = std::abs(colour.r() - 200.0F / 255.0F) < 0.01F && std::abs(colour.g() - 100.0F / 255.0F) < 0.01F;
+    const bool shown = std::abs(colour.r() - 200.0f / 255.0f) < 0.01f && std::abs(colour.g() - 100.0f / 255.0f) < 0.01f;
     EXPECT_EQ(shown, isInHalf(point)) << point;
     expected += isInHalf(point) ? 1 : 0;
   }
@@ -351,10 +351,10 @@ TEST_F(ClipBoxGLTest, theDiscIsDrawnBehindThePointsAndWritesNoDepth) {
   draw();
   expectOnlyPointsHaveDepth();
   const osg::ref_ptr<osg::Image> image = picture();
-  EXPECT_NEAR(colourAt(*image, pixelOf(beside)).b(), 0.9F * 0.1F + 0.1F * backdrop, 0.01F);
+  EXPECT_NEAR(colourAt(*image, pixelOf(beside)).b(), 0.9f * 0.1f + 0.1f * backdrop, 0.01f);
   int shown = 0;
   for (int point = 0; point < kColumns * kRows; ++point) {
-    shown += std::abs(colourAt(*image, pixelOf(placeOf(point))).r() - 200.0F / 255.0F) < 0.01F ? 1 : 0;
+    shown += std::abs(colourAt(*image, pixelOf(placeOf(point))).r() - 200.0f / 255.0f) < 0.01f ? 1 : 0;
   }
   EXPECT_GE(shown, 20);  // of 24; lines cover some
 }
@@ -383,8 +383,8 @@ TEST_F(ClipBoxGLTest, theRingsCircleTheBoxNearAndFarInBothProjections) {
 }
 
 TEST_F(ClipBoxGLTest, conesShowInFrontOfThePoints) {
-  _scene->cloud.setPointSizePixels(32.0F);
-  const osg::BoundingBoxf tall(-5.0F, -5.0F, -5.0F, 75.0F, 55.0F, 20.0F);
+  _scene->cloud.setPointSizePixels(32.0f);
+  const osg::BoundingBoxf tall(-5.0f, -5.0f, -5.0f, 75.0f, 55.0f, 20.0f);
   box().place(tall);
   draw();
   const osg::ref_ptr<osg::Image> image = picture();
@@ -450,7 +450,7 @@ TEST_F(ClipBoxGLTest, switchingOnAgainCutsAsBefore) {
 TEST_F(ClipBoxGLTest, aNewBoxCutsInPlaceOfTheOneBefore) {
   box().place(kHalf);
   draw();
-  box().place(osg::BoundingBoxf(35.0F, -5.0F, -5.0F, 75.0F, 55.0F, 20.0F));
+  box().place(osg::BoundingBoxf(35.0f, -5.0f, -5.0f, 75.0f, 55.0f, 20.0f));
   draw();
   for (const unsigned int point : seenPoints()) {
     EXPECT_FALSE(isInHalf(static_cast<int>(point))) << point;
@@ -464,7 +464,7 @@ TEST_F(ClipBoxGLTest, aDraggedFaceCutsAndABoxThatIsOffIgnoresEvents) {
   const HandlePath path = box().handles().pathOfFace(1, 0.4);
   drag(path);
   const float pulled = box().handles().box().xMax();
-  EXPECT_NEAR(pulled, 35.0F - 0.4F * 40.0F, 1.5F);
+  EXPECT_NEAR(pulled, 35.0f - 0.4f * 40.0f, 1.5f);
   for (const unsigned int point : seenPoints()) {
     EXPECT_LT(placeOf(static_cast<int>(point)).x(), pulled);
   }
@@ -502,7 +502,7 @@ TEST_F(ClipBoxGLTest, aHandleThatPointsAtTheEyeIgnoresPressesAndOneBesideItDoesN
   drag({top, top + osg::Vec3d(3.0, 2.0, 0.0)});
   EXPECT_EQ(box().handles().box()._max, kHalf._max);
   drag(box().handles().pathOfFace(1, 0.4));
-  EXPECT_LT(box().handles().box().xMax(), 25.0F);
+  EXPECT_LT(box().handles().box().xMax(), 25.0f);
 }
 
 TEST_F(ClipBoxGLTest, aDraggedArrowMovesTheBoxUnlessItPointsAtTheEye) {

@@ -334,7 +334,7 @@ class ClipBoxPointerTest : public SceneFixture {
 };
 
 TEST_F(ClipBoxPointerTest, draggingTheRightFaceInwardsLeavesFewerIdentifiers) {
-  _scene->clip.place(osg::BoundingBoxf(-6.0F, -6.0F, -6.0F, 76.0F, 56.0F, 18.0F));
+  _scene->clip.place(osg::BoundingBoxf(-6.0f, -6.0f, -6.0f, 76.0f, 56.0f, 18.0f));
   settle();
   const std::size_t before = seenPoints().size();
   EXPECT_EQ(before, static_cast<std::size_t>(kColumns * kRows));
@@ -348,7 +348,7 @@ TEST_F(ClipBoxPointerTest, draggingTheRightFaceInwardsLeavesFewerIdentifiers) {
   _window.release(1);
   settle();
   const float right = _scene->clip.handles().box().xMax();
-  EXPECT_NEAR(right, 36.0F, 1.0F);
+  EXPECT_NEAR(right, 36.0f, 1.0f);
   std::set<unsigned int> expected;
   for (int point = 0; point < kColumns * kRows; ++point) {
     if (placeOf(point).x() < right) {

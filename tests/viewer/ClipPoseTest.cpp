@@ -13,7 +13,7 @@ namespace {
 using namespace QuorViewer;
 using testing::HasSubstr;
 
-const osg::BoundingBoxf kBox(-1.0F, 2.0F, 3.0F, 5.0F, 4.0F, 3.5F);
+const osg::BoundingBoxf kBox(-1.0f, 2.0f, 3.0f, 5.0f, 4.0f, 3.5f);
 
 TEST(ClipPoseTest, anUnmovedBoxIsShiftedByTheOriginAlone) {
   const ClipPose pose = poseOf(kBox, osg::Matrixd(), {2230000.0, 252000.0, 10.0});
@@ -74,23 +74,23 @@ TEST(ClipPoseTest, anObliqueAxisIsReportedByItsComponents) {
 }
 
 TEST(ClipPoseTest, theBoxAroundContentHasAMarginOnEverySide) {
-  const osg::BoundingBox content(0.0F, 0.0F, 0.0F, 300.0F, 200.0F, 60.0F);
+  const osg::BoundingBox content(0.0f, 0.0f, 0.0f, 300.0f, 200.0f, 60.0f);
   const osg::BoundingBoxf box = boxAround(content);
   for (int axis = 0; axis < 3; ++axis) {
     EXPECT_LT(box._min[axis], content._min[axis]);
     EXPECT_GT(box._max[axis], content._max[axis]);
-    EXPECT_GT(box._min[axis], content._min[axis] - 10.0F);
-    EXPECT_LT(box._max[axis], content._max[axis] + 10.0F);
+    EXPECT_GT(box._min[axis], content._min[axis] - 10.0f);
+    EXPECT_LT(box._max[axis], content._max[axis] + 10.0f);
   }
 }
 
 TEST(ClipPoseTest, theBoxAroundFlatOrTinyContentLeavesRoomToPullEachFace) {
   for (const osg::BoundingBox& content :
-       {osg::BoundingBox(0.0F, 0.0F, 5.0F, 100.0F, 100.0F, 5.0F), osg::BoundingBox(1.0F, 2.0F, 3.0F, 1.0F, 2.0F, 3.0F),
-        osg::BoundingBox(0.0F, 0.0F, 0.0F, 0.01F, 0.02F, 0.01F)}) {
+       {osg::BoundingBox(0.0f, 0.0f, 5.0f, 100.0f, 100.0f, 5.0f), osg::BoundingBox(1.0f, 2.0f, 3.0f, 1.0f, 2.0f, 3.0f),
+        osg::BoundingBox(0.0f, 0.0f, 0.0f, 0.01f, 0.02f, 0.01f)}) {
     const osg::BoundingBoxf box = boxAround(content);
     for (int axis = 0; axis < 3; ++axis) {
-      EXPECT_GT(box._max[axis] - box._min[axis], 0.5F);
+      EXPECT_GT(box._max[axis] - box._min[axis], 0.5f);
       EXPECT_LT(box._min[axis], content._min[axis]);
       EXPECT_GT(box._max[axis], content._max[axis]);
     }

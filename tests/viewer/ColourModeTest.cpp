@@ -31,16 +31,16 @@ TEST(ColourModeTest, cyclingReachesEveryModeAndReturnsToTheFirst) {
 TEST(ColourModeTest, theRampGrowsBrighterAllTheWay) {
   const auto luminance = [](float fraction) {
     const osg::Vec3f c = rampColour(fraction);
-    return 0.2126F * c.x() + 0.7152F * c.y() + 0.0722F * c.z();
+    return 0.2126f * c.x() + 0.7152f * c.y() + 0.0722f * c.z();
   };
-  for (float fraction = 0.0F; fraction < 0.995F; fraction += 0.01F) {
-    EXPECT_LT(luminance(fraction), luminance(fraction + 0.01F)) << fraction;
+  for (float fraction = 0.0f; fraction < 0.995f; fraction += 0.01f) {
+    EXPECT_LT(luminance(fraction), luminance(fraction + 0.01f)) << fraction;
   }
 }
 
 TEST(ColourModeTest, valuesOutsideTheRampAreClampedToItsEnds) {
-  EXPECT_EQ(rampColour(-3.0F), rampColour(0.0F));
-  EXPECT_EQ(rampColour(7.0F), rampColour(1.0F));
+  EXPECT_EQ(rampColour(-3.0f), rampColour(0.0f));
+  EXPECT_EQ(rampColour(7.0f), rampColour(1.0f));
 }
 
 TEST(ColourModeTest, classesHaveTheirStandardNames) {

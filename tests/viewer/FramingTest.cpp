@@ -14,10 +14,10 @@ const FieldOfView kField = {30.0, 16.0 / 9.0};
 
 std::vector<osg::Vec3f> randomPoints(unsigned int seed) {
   std::mt19937 random(seed);
-  std::uniform_real_distribution<float> place(-100.0F, 100.0F);
+  std::uniform_real_distribution<float> place(-100.0f, 100.0f);
   std::vector<osg::Vec3f> points;
   for (int i = 0; i < 200; ++i) {
-    points.emplace_back(place(random), 0.5F * place(random), 0.2F * place(random) + 40.0F);
+    points.emplace_back(place(random), 0.5f * place(random), 0.2f * place(random) + 40.0f);
   }
   return points;
 }

@@ -40,7 +40,7 @@ class NavigatorTest : public testing::Test {
     osg::ref_ptr<osgGA::GUIEventAdapter> event = new osgGA::GUIEventAdapter;
     event->setEventType(type);
     event->setButtonMask(buttons);
-    event->setInputRange(0.0F, 0.0F, 800.0F, 600.0F);
+    event->setInputRange(0.0f, 0.0f, 800.0f, 600.0f);
     event->setMouseYOrientation(osgGA::GUIEventAdapter::Y_INCREASING_UPWARDS);
     event->setX(x);
     event->setY(y);
@@ -52,7 +52,7 @@ class NavigatorTest : public testing::Test {
 
   void rightDrag(float x, float y) {
     constexpr int kRight = osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON;
-    send(osgGA::GUIEventAdapter::PUSH, kRight, 400.0F, 300.0F);
+    send(osgGA::GUIEventAdapter::PUSH, kRight, 400.0f, 300.0f);
     send(osgGA::GUIEventAdapter::DRAG, kRight, x, y);
     send(osgGA::GUIEventAdapter::RELEASE, 0, x, y);
   }
@@ -66,12 +66,12 @@ class NavigatorTest : public testing::Test {
 TEST_F(NavigatorTest, swappingTheManipulatorDuringADragRemovesThePivotMarker) {
   constexpr int kRight = osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON;
   _viewer->setSceneData(_scene);
-  send(osgGA::GUIEventAdapter::PUSH, kRight, 400.0F, 300.0F);
-  send(osgGA::GUIEventAdapter::DRAG, kRight, 410.0F, 300.0F);
-  ASSERT_EQ(_scene->getNumChildren(), 1u) << "the marker shows";
+  send(osgGA::GUIEventAdapter::PUSH, kRight, 400.0f, 300.0f);
+  send(osgGA::GUIEventAdapter::DRAG, kRight, 410.0f, 300.0f);
+  ASSERT_EQ(_scene->getNumChildren(), 1U) << "the marker shows";
   _navigator.swap();
-  send(osgGA::GUIEventAdapter::RELEASE, 0, 410.0F, 300.0F);
-  EXPECT_EQ(_scene->getNumChildren(), 0u);
+  send(osgGA::GUIEventAdapter::RELEASE, 0, 410.0f, 300.0f);
+  EXPECT_EQ(_scene->getNumChildren(), 0U);
 }
 
 TEST_F(NavigatorTest, startsAboutTheMiddleWithItsManipulatorInstalled) {
@@ -105,8 +105,8 @@ TEST_F(NavigatorTest, swappingKeepsAnyViewAndTheNextSmallRotationIsSmall) {
     _navigator.swap();
     expectSameView(view(), before);
     const osg::Vec3d ahead = _navigator.pose().direction();
-    send(osgGA::GUIEventAdapter::PUSH, osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON, 400.0F, 300.0F);
-    send(osgGA::GUIEventAdapter::DRAG, osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON, 402.0F, 302.0F);
+    send(osgGA::GUIEventAdapter::PUSH, osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON, 400.0f, 300.0f);
+    send(osgGA::GUIEventAdapter::DRAG, osgGA::GUIEventAdapter::RIGHT_MOUSE_BUTTON, 402.0f, 302.0f);
     EXPECT_GT(_navigator.pose().direction() * ahead, 0.99) << "the view jumped in round " << round;
   }
 }
@@ -134,7 +134,7 @@ TEST_F(NavigatorTest, atAStationTheViewRotatesAndTheEyeStaysForBothManipulators)
   for (int round = 0; round < 2; ++round) {
     _navigator.enterStation(station);
     const osg::Vec3d ahead = _navigator.pose().direction();
-    rightDrag(520.0F, 340.0F);
+    rightDrag(520.0f, 340.0f);
     expectNear(_navigator.pose().eye(), station, 1e-4);
     EXPECT_LT(_navigator.pose().direction() * ahead, 0.999);
     _navigator.leaveStation();
@@ -144,7 +144,7 @@ TEST_F(NavigatorTest, atAStationTheViewRotatesAndTheEyeStaysForBothManipulators)
 
 TEST_F(NavigatorTest, leavingAStationKeepsTheRotatedView) {
   _navigator.enterStation(osg::Vec3d(-4.0, 7.0, 1.5));
-  rightDrag(520.0F, 440.0F);
+  rightDrag(520.0f, 440.0f);
   const osg::Matrixd before = view();
   _navigator.leaveStation();
   EXPECT_FALSE(_navigator.isAtStation());
@@ -156,14 +156,14 @@ TEST_F(NavigatorTest, swappingAtAStationStaysThere) {
   _navigator.enterStation(station);
   _navigator.swap();
   EXPECT_TRUE(_navigator.isAtStation());
-  rightDrag(520.0F, 340.0F);
+  rightDrag(520.0f, 340.0f);
   expectNear(_navigator.pose().eye(), station, 1e-4);
 }
 
 TEST_F(NavigatorTest, atAStationTheWheelChangesTheFieldOfViewOnly) {
   _navigator.enterStation(osg::Vec3d(-4.0, 7.0, 1.5));
   const osg::Matrixd before = view();
-  send(osgGA::GUIEventAdapter::SCROLL, 0, 400.0F, 300.0F, osgGA::GUIEventAdapter::SCROLL_UP);
+  send(osgGA::GUIEventAdapter::SCROLL, 0, 400.0f, 300.0f, osgGA::GUIEventAdapter::SCROLL_UP);
   double degrees = 0.0, aspectRatio = 0.0, nearPlane = 0.0, farPlane = 0.0;
   _viewer->getCamera()->getProjectionMatrixAsPerspective(degrees, aspectRatio, nearPlane, farPlane);
   EXPECT_NEAR(degrees, 22.5, 1e-9);

@@ -22,13 +22,17 @@ constexpr double kOtherPixels = 0.01;
 
 bool isOther(const unsigned char* a, const unsigned char* b) {
   bool other = false;
-  for (int channel = 0; channel < 3; ++channel) other = other || std::abs(a[channel] - b[channel]) > kSameChannel;
+  for (int channel = 0; channel < 3; ++channel) {
+    other = other || std::abs(a[channel] - b[channel]) > kSameChannel;
+  }
   return other;
 }
 
 /// The share of pixels that differ; 1 unless there are two pictures of the same size.
 double shareOfOthers(const osg::Image* a, const osg::Image* b) {
-  if (a == nullptr || b == nullptr || a->s() != b->s() || a->t() != b->t()) return 1.0;
+  if (a == nullptr || b == nullptr || a->s() != b->s() || a->t() != b->t()) {
+    return 1.0;
+  }
   const auto width = static_cast<unsigned int>(a->s());
   const auto height = static_cast<unsigned int>(a->t());
   unsigned int others = 0;
@@ -44,12 +48,16 @@ using PicturesViewerTest = ViewerFixture;
 
 TEST_F(PicturesViewerTest, thePicturesOfTheTourEqualThoseOfAnotherSystem) {
   const char* const others = std::getenv("QUOR_TOUR_PICTURES");
-  if (others == nullptr) GTEST_SKIP() << "QUOR_TOUR_PICTURES is not set to a folder of screenshots from another system";
+  if (others == nullptr) {
+    GTEST_SKIP() << "QUOR_TOUR_PICTURES is not set to a folder of screenshots from another system";
+  }
   start({"--size", "480x270", "--tour", path("tour")});
   ASSERT_EQ(_viewer->exitStatus(std::chrono::seconds(240)), 0) << _viewer->output();
   int pictures = 0;
   for (const auto& entry : std::filesystem::directory_iterator(others)) {
-    if (entry.path().extension() != ".png") continue;
+    if (entry.path().extension() != ".png") {
+      continue;
+    }
     const std::string name = entry.path().filename().string();
     const osg::ref_ptr<osg::Image> theirs = osgDB::readRefImageFile(entry.path().string());
     const osg::ref_ptr<osg::Image> ours = osgDB::readRefImageFile(path("tour/" + name));

@@ -17,8 +17,12 @@ TEST(ResultQueueTest, tryPopOnAnEmptyQueueReturnsNothing) {
 
 TEST(ResultQueueTest, resultsArriveOnceAndInOrder) {
   ResultQueue<std::unique_ptr<int>> queue;
-  for (int number = 0; number < 5; ++number) queue.push(std::make_unique<int>(number));
-  for (int number = 0; number < 5; ++number) EXPECT_EQ(**queue.tryPop(), number);
+  for (int number = 0; number < 5; ++number) {
+    queue.push(std::make_unique<int>(number));
+  }
+  for (int number = 0; number < 5; ++number) {
+    EXPECT_EQ(**queue.tryPop(), number);
+  }
   EXPECT_FALSE(queue.tryPop().has_value());
 }
 
@@ -28,7 +32,9 @@ TEST(ResultQueueTest, resultsOfSeveralThreadsArriveInTheOrderOfEachThread) {
   std::vector<std::thread> writers;
   for (int writer = 0; writer < 3; ++writer) {
     writers.emplace_back([&queue, writer] {
-      for (int number = 0; number < kResults; ++number) queue.push({writer, number});
+      for (int number = 0; number < kResults; ++number) {
+        queue.push({writer, number});
+      }
     });
   }
   std::vector<int> next(3, 0);
@@ -38,7 +44,9 @@ TEST(ResultQueueTest, resultsOfSeveralThreadsArriveInTheOrderOfEachThread) {
       ++taken;
     }
   }
-  for (std::thread& writer : writers) writer.join();
+  for (std::thread& writer : writers) {
+    writer.join();
+  }
   EXPECT_FALSE(queue.tryPop().has_value());
 }
 

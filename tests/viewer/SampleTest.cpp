@@ -13,7 +13,7 @@ using namespace QuorViewer;
 
 std::vector<float> countedTo(std::size_t count) {
   std::vector<float> values(count);
-  std::iota(values.begin(), values.end(), 0.0F);
+  std::iota(values.begin(), values.end(), 0.0f);
   return values;
 }
 
@@ -42,15 +42,15 @@ TEST(SampleTest, aLongStreamIsKeptEvenlyAndInBounds) {
 TEST(SampleTest, joinedSamplesRepresentBothStreamsProportionally) {
   Sample<float> many(64);
   Sample<float> few(64);
-  const std::vector<float> ones(3000, 1.0F);
-  const std::vector<float> twos(1000, 2.0F);
+  const std::vector<float> ones(3000, 1.0f);
+  const std::vector<float> twos(1000, 2.0f);
   many.add(ones.data(), ones.size());
   few.add(twos.data(), twos.size());
   for (Sample<float> joined : {many, few}) {
-    joined.join(joined.values().front() == 1.0F ? few : many);
+    joined.join(joined.values().front() == 1.0f ? few : many);
     ASSERT_LE(joined.values().size(), 64U);
     ASSERT_GE(joined.values().size(), 16U);
-    const auto share = static_cast<double>(std::count(joined.values().begin(), joined.values().end(), 2.0F)) /
+    const auto share = static_cast<double>(std::count(joined.values().begin(), joined.values().end(), 2.0f)) /
                        static_cast<double>(joined.values().size());
     EXPECT_NEAR(share, 0.25, 0.05);
   }
@@ -74,25 +74,25 @@ TEST(SampleTest, aStrideReadsOneOfSeveralInterleavedStreams) {
 
 TEST(SampleTest, valuesThatAreNotFiniteAreLeftOut) {
   Sample<float> sample(100);
-  const std::vector<float> values = {1.0F, std::numeric_limits<float>::quiet_NaN(),
-                                     std::numeric_limits<float>::infinity(), 2.0F};
+  const std::vector<float> values = {1.0f, std::numeric_limits<float>::quiet_NaN(),
+                                     std::numeric_limits<float>::infinity(), 2.0f};
   sample.add(values.data(), values.size());
-  EXPECT_EQ(sample.values(), (std::vector<float>{1.0F, 2.0F}));
+  EXPECT_EQ(sample.values(), (std::vector<float>{1.0f, 2.0f}));
 }
 
 TEST(ValueRangeTest, theRangeExcludesOutliers) {
   std::vector<float> values = countedTo(1001);
-  values[500] = 1e9F;
+  values[500] = 1e9f;
   const auto [low, high] = valuesBetween(values, 0.01, 0.99);
-  EXPECT_NEAR(low, 10.0F, 1.0F);
-  EXPECT_NEAR(high, 991.0F, 1.0F);
+  EXPECT_NEAR(low, 10.0f, 1.0f);
+  EXPECT_NEAR(high, 991.0f, 1.0f);
 }
 
 TEST(ValueRangeTest, theUpperEndAlwaysExceedsTheLower) {
-  const auto [low, high] = valuesBetween({7.0F, 7.0F, 7.0F}, 0.01, 0.99);
-  EXPECT_EQ(low, 7.0F);
+  const auto [low, high] = valuesBetween({7.0f, 7.0f, 7.0f}, 0.01, 0.99);
+  EXPECT_EQ(low, 7.0f);
   EXPECT_GT(high, low);
-  EXPECT_EQ(valuesBetween({}, 0.01, 0.99), std::make_pair(0.0F, 1.0F));
+  EXPECT_EQ(valuesBetween({}, 0.01, 0.99), std::make_pair(0.0f, 1.0f));
 }
 
 }  // namespace

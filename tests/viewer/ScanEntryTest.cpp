@@ -18,7 +18,9 @@ class ScanEntryTest : public testing::Test {
   }
   bool press(int key) { return send(osgGA::GUIEventAdapter::KEYDOWN, key); }
   void type(const std::string& text) {
-    for (const char c : text) EXPECT_TRUE(press(c));
+    for (const char c : text) {
+      EXPECT_TRUE(press(c));
+    }
   }
 
   struct Actions : osgGA::GUIActionAdapter {

@@ -65,7 +65,9 @@ class ScanLoaderTest : public testing::Test {
   void finish() {
     const auto end = std::chrono::steady_clock::now() + 60s;
     while (!_loader->finished() && std::chrono::steady_clock::now() < end) {
-      if (!_loader->step(10ms)) std::this_thread::sleep_for(1ms);
+      if (!_loader->step(10ms)) {
+        std::this_thread::sleep_for(1ms);
+      }
     }
     ASSERT_TRUE(_loader->finished());
     EXPECT_EQ(_loader->pointsRead(), _found.size());
@@ -73,7 +75,9 @@ class ScanLoaderTest : public testing::Test {
   // For tests that have closed scans: points handed out of these no longer count.
   void finishWith(std::uint64_t points) {
     while (!_loader->finished()) {
-      if (!_loader->step(10ms)) std::this_thread::sleep_for(1ms);
+      if (!_loader->step(10ms)) {
+        std::this_thread::sleep_for(1ms);
+      }
     }
     EXPECT_EQ(_loader->pointsRead(), points);
   }
@@ -107,7 +111,9 @@ TEST_F(ScanLoaderTest, everyPointOfEveryScanArrivesOnceInItsPlace) {
   EXPECT_EQ(_loader->pointsPlanned(), 300010U);
   finish();
   EXPECT_EQ(_found.size(), 300010U);
-  for (const std::uint64_t index : {0U, 1U, 262143U, 262144U, 299999U}) expectPoint(1, index, points[index]);
+  for (const std::uint64_t index : {0U, 1U, 262143U, 262144U, 299999U}) {
+    expectPoint(1, index, points[index]);
+  }
   EXPECT_THAT(_errors, ElementsAre());
   EXPECT_THAT(_notes, ElementsAre());
   EXPECT_FALSE(_loader->failed());
@@ -133,7 +139,9 @@ TEST_F(ScanLoaderTest, aScanLargerThanTheBudgetIsDecimatedEvenlyAndReported) {
   _loader->start();
   finish();
   ASSERT_EQ(_found.size(), 25000U);
-  for (const auto& [place, position] : _found) EXPECT_EQ(place.second % 4, 0U);
+  for (const auto& [place, position] : _found) {
+    EXPECT_EQ(place.second % 4, 0U);
+  }
   expectPoint(1, 99996, points[99996]);
   EXPECT_THAT(_notes, ElementsAre("showing every 4th point of a.las: 25,000 of 100,000, to fit into 0.0011 GiB"));
   EXPECT_EQ(_loader->decimation(), 4U);
@@ -160,11 +168,15 @@ TEST_F(ScanLoaderTest, recordsBeyondFourGibibytesArrive) {
   _loader->start();
   finish();
   ASSERT_EQ(_found.size(), 100U);
-  for (std::size_t index = 0; index < points.size(); ++index) expectPoint(1, index, points[index]);
+  for (std::size_t index = 0; index < points.size(); ++index) {
+    expectPoint(1, index, points[index]);
+  }
 }
 
 TEST_F(ScanLoaderTest, aFileTruncatedWhileItLoadsIsReportedWithItsOffsetAndTheOtherScansContinue) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  if (!QuorTests::mappedFilesMayChange()) {
+    GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  }
   const std::vector<LasFilePoint> points = manyPoints(700000);
   load({write("cut.las", points), write("whole.las", manyPoints(50))});
   blockWorker();
@@ -177,12 +189,16 @@ TEST_F(ScanLoaderTest, aFileTruncatedWhileItLoadsIsReportedWithItsOffsetAndTheOt
                                    std::to_string(end)));
   EXPECT_TRUE(_loader->failed());
   EXPECT_EQ(_found.size(), 600001U + 50U);
-  for (const std::uint64_t index : {0U, 524288U, 600000U}) expectPoint(1, index, points[index]);
+  for (const std::uint64_t index : {0U, 524288U, 600000U}) {
+    expectPoint(1, index, points[index]);
+  }
   EXPECT_EQ(_found.count({1, 600001}), 0U);
 }
 
 TEST_F(ScanLoaderTest, aFileEmptiedWhileItLoadsLeavesTheLoaderAlive) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  if (!QuorTests::mappedFilesMayChange()) {
+    GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  }
   load({write("gone.las", manyPoints(300000))});
   blockWorker();
   _loader->start();
@@ -203,7 +219,9 @@ TEST_F(ScanLoaderTest, aFileTruncatedBeforeItIsMappedIsReportedToo) {
 }
 
 TEST_F(ScanLoaderTest, aFileThatIsDeletedStillLoads) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  if (!QuorTests::mappedFilesMayChange()) {
+    GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  }
   load({write("unlinked.las", manyPoints(1000))});
   blockWorker();
   _loader->start();
@@ -215,7 +233,9 @@ TEST_F(ScanLoaderTest, aFileThatIsDeletedStillLoads) {
 }
 
 TEST_F(ScanLoaderTest, aFileThatIsReplacedByAnotherStillLoads) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  if (!QuorTests::mappedFilesMayChange()) {
+    GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  }
   const std::vector<LasFilePoint> points = manyPoints(1000);
   load({write("scan.las", points)});
   blockWorker();
@@ -229,7 +249,9 @@ TEST_F(ScanLoaderTest, aFileThatIsReplacedByAnotherStillLoads) {
 }
 
 TEST_F(ScanLoaderTest, aScanAddedUnderTheNameOfAScanThatIsLoadingDoesNotDisturbIt) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  if (!QuorTests::mappedFilesMayChange()) {
+    GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  }
   const std::vector<LasFilePoint> points = manyPoints(300000);
   const std::vector<LasFilePoint> others(400, LasFilePoint{-1000, -2000, -3000, 4, 5});
   load({write("scan.las", points)});
@@ -241,13 +263,19 @@ TEST_F(ScanLoaderTest, aScanAddedUnderTheNameOfAScanThatIsLoadingDoesNotDisturbI
   unblockWorker();
   finish();
   EXPECT_EQ(_found.size(), 300400U);
-  for (const std::uint64_t index : {0U, 262144U, 299999U}) expectPoint(1, index, points[index]);
-  for (const std::uint64_t index : {0U, 399U}) expectPoint(2, index, others[index]);
+  for (const std::uint64_t index : {0U, 262144U, 299999U}) {
+    expectPoint(1, index, points[index]);
+  }
+  for (const std::uint64_t index : {0U, 399U}) {
+    expectPoint(2, index, others[index]);
+  }
   EXPECT_THAT(_errors, ElementsAre());
 }
 
 TEST_F(ScanLoaderTest, aFileShortenedWhileItLoadsAndAddedAgainIsReadToItsNewEndByBoth) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  if (!QuorTests::mappedFilesMayChange()) {
+    GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  }
   std::vector<LasFilePoint> points = manyPoints(700000);
   load({write("scan.las", points)});
   blockWorker();
@@ -259,9 +287,13 @@ TEST_F(ScanLoaderTest, aFileShortenedWhileItLoadsAndAddedAgainIsReadToItsNewEndB
   finish();
   EXPECT_THAT(_errors, ElementsAre(HasSubstr("the file ended while it was being read, at byte " +
                                              std::to_string(kHeaderBytes + 600001 * kRecordBytes))));
-  for (const std::uint64_t index : {0U, 524288U}) expectPoint(1, index, points[index]);
+  for (const std::uint64_t index : {0U, 524288U}) {
+    expectPoint(1, index, points[index]);
+  }
   EXPECT_EQ(_found.count({1, 600001}), 0U);
-  for (const std::uint64_t index : {0U, 524288U, 600000U}) expectPoint(2, index, points[index]);
+  for (const std::uint64_t index : {0U, 524288U, 600000U}) {
+    expectPoint(2, index, points[index]);
+  }
 }
 
 TEST_F(ScanLoaderTest, aScanClosedBeforeItIsReadIsDroppedAndTheOthersContinue) {
@@ -311,11 +343,11 @@ TEST_F(ScanLoaderTest, theRangesFollowWhenAScanIsClosed) {
   _loader->start();
   finish();
   EXPECT_THAT(_loader->summary().classifications, ElementsAre(2U, 6U));
-  EXPECT_GT(_loader->summary().elevations.second - _loader->summary().elevations.first, 8000.0F);
+  EXPECT_GT(_loader->summary().elevations.second - _loader->summary().elevations.first, 8000.0f);
   close(2);
   finishWith(500);
   EXPECT_THAT(_loader->summary().classifications, ElementsAre(2U));
-  EXPECT_LT(_loader->summary().elevations.second - _loader->summary().elevations.first, 10.0F);
+  EXPECT_LT(_loader->summary().elevations.second - _loader->summary().elevations.first, 10.0f);
   EXPECT_EQ(_loader->summary().places.size(), 500U);
 }
 
@@ -360,7 +392,9 @@ TEST_F(ScanLoaderTest, scansMayBeAddedAndClosedInAnyOrder) {
       close(victim->first);
       open.erase(victim);
     }
-    if (random() % 4 == 0) _loader->step(1ms);
+    if (random() % 4 == 0) {
+      _loader->step(1ms);
+    }
   }
   finishWith(left);
   EXPECT_EQ(_scans->pointCount(), left);
@@ -389,7 +423,9 @@ TEST_F(ScanLoaderTest, aSampleOfALargeScanComesBeforeTheRestOfAnother) {
   _loader->start();
   unblockWorker();
   while (!_loader->finished()) {
-    if (!_loader->step(10ms)) std::this_thread::sleep_for(1ms);
+    if (!_loader->step(10ms)) {
+      std::this_thread::sleep_for(1ms);
+    }
   }
   const auto second = std::find(arrivals.begin(), arrivals.end(), 2U);
   ASSERT_NE(second, arrivals.end());
@@ -410,13 +446,17 @@ TEST_F(ScanLoaderTest, theSampleOfALargeScanIsHandedOutBeforeTheRestAndReported)
                                                               [](const std::string&) {}, [](const std::string&) {}});
   _loader->start();
   while (!_loader->finished() && !_loader->pollSampleCompleted()) {
-    if (!_loader->step(10s)) std::this_thread::sleep_for(1ms);
+    if (!_loader->step(10s)) {
+      std::this_thread::sleep_for(1ms);
+    }
   }
   EXPECT_LT(_loader->pointsRead(), 2000000U);
   EXPECT_GT(reach, 3900000U);
   EXPECT_GT(_loader->summary().places.size(), 1000U);
   while (!_loader->finished()) {
-    if (!_loader->step(10s)) std::this_thread::sleep_for(1ms);
+    if (!_loader->step(10s)) {
+      std::this_thread::sleep_for(1ms);
+    }
     EXPECT_FALSE(_loader->pollSampleCompleted());
   }
   EXPECT_EQ(_loader->pointsRead(), 4000000U);
@@ -424,7 +464,9 @@ TEST_F(ScanLoaderTest, theSampleOfALargeScanIsHandedOutBeforeTheRestAndReported)
 
 TEST_F(ScanLoaderTest, formatsWithoutPlainRecordsAreReadThroughTheirReader) {
   std::ofstream asc(_folder.path("points.asc"));
-  for (int number = 0; number < 100; ++number) asc << number << ' ' << number * 2 << ' ' << number % 5 << '\n';
+  for (int number = 0; number < 100; ++number) {
+    asc << number << ' ' << number * 2 << ' ' << number % 5 << '\n';
+  }
   asc.close();
   load({_folder.path("points.asc")}, 40 * 34);
   _loader->start();

@@ -53,7 +53,9 @@ class ScansViewerTest : public ViewerFixture {
   bool isLoggedInTime(const std::string& text) const {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (log().find(text) == std::string::npos) {
-      if (std::chrono::steady_clock::now() > end) return false;
+      if (std::chrono::steady_clock::now() > end) {
+        return false;
+      }
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     return true;
@@ -70,7 +72,7 @@ TEST_F(ScansViewerTest, fileNamesInTheUsersEncodingAreReadAndWritten) {
   start({"--verbose", "--size", "320x200", "--screenshot", picture, scan});
   EXPECT_EQ(_viewer->waitForLine("loaded"), "loaded 49 points") << _viewer->output();
   EXPECT_EQ(_viewer->exitStatus(), 0) << _viewer->output();
-  EXPECT_TRUE(std::filesystem::exists(placeOf(picture)));
+  EXPECT_TRUE(std::filesystem::exists(toPath(picture)));
 }
 
 TEST_F(ScansViewerTest, theScanUnderThePointerIsClosedAndTheViewStays) {
@@ -265,7 +267,9 @@ TEST_F(ScansViewerTest, gpuInformationIsPrintedAsATable) {
 }
 
 TEST_F(ScansViewerTest, withoutADisplayTheViewerReportsThatTheGpuCannotBeQueried) {
-  if (!displayIsFoundByEnvironment()) GTEST_SKIP() << "the display does not depend on the environment on this system";
+  if (!displayIsFoundByEnvironment()) {
+    GTEST_SKIP() << "the display does not depend on the environment on this system";
+  }
   const std::string display = std::getenv("DISPLAY");
   setEnvironment("DISPLAY", nullptr);
   start({"--gpu"});

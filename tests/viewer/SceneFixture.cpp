@@ -19,7 +19,7 @@ using namespace QuorViewer;
 
 namespace {
 
-constexpr float kPointPixels = 9.0F;
+constexpr float kPointPixels = 9.0f;
 
 }  // namespace
 

@@ -24,7 +24,7 @@ class SceneGLTest : public SceneFixture {
       EXPECT_EQ(identifier[3], 1U);
       const float* position = &frame().getItemFloatBuffer()[first];
       EXPECT_EQ(osg::Vec3f(position[0], position[1], position[2]), place);
-      EXPECT_EQ(position[3], 1.0F);
+      EXPECT_EQ(position[3], 1.0f);
       EXPECT_EQ(frame().getPCFloatBuffer()[first], static_cast<float>(60000 + point));
       const int* codes = &frame().getPCUIntBuffer()[first];
       EXPECT_EQ(static_cast<unsigned int>(codes[0]), static_cast<unsigned int>(index & 0xFFFFFFFFU));
@@ -59,11 +59,11 @@ TEST_F(SceneGLTest, pointsOfADecimatedChunkAreIdentifiedByTheirPlaceInTheFile) {
 
 TEST_F(SceneGLTest, theBackgroundIsZeroInEveryIdentifierAttachmentAndFarthestInDepth) {
   const std::size_t corner = static_cast<std::size_t>(width() * (height() - 1));
-  EXPECT_EQ(frame().getDepthBuffer()[corner], 1.0F);
+  EXPECT_EQ(frame().getDepthBuffer()[corner], 1.0f);
   for (std::size_t channel = 0; channel < 4; ++channel) {
     EXPECT_EQ(frame().getItemIDBuffer()[corner * 4 + channel], 0U);
-    EXPECT_EQ(frame().getItemFloatBuffer()[corner * 4 + channel], 0.0F);
-    EXPECT_EQ(frame().getPCFloatBuffer()[corner * 4 + channel], 0.0F);
+    EXPECT_EQ(frame().getItemFloatBuffer()[corner * 4 + channel], 0.0f);
+    EXPECT_EQ(frame().getPCFloatBuffer()[corner * 4 + channel], 0.0f);
     EXPECT_EQ(frame().getPCUIntBuffer()[corner * 4 + channel], 0);
   }
 }
@@ -79,7 +79,7 @@ TEST_F(SceneGLTest, theCapturedDepthLeadsBackToTheCapturedPositionInBothProjecti
 
 TEST_F(SceneGLTest, eyeDomeLightingDarkensColoursAndLeavesTheIdentifiersAlone) {
   _scene->cloud.setColourMode(ColourMode::Rgb);
-  _scene->cloud.setPointSizePixels(32.0F);
+  _scene->cloud.setPointSizePixels(32.0f);
   _scene->eyeDome.setOn(false);
   draw();
   const Captured plain = captured();
@@ -92,9 +92,9 @@ TEST_F(SceneGLTest, eyeDomeLightingDarkensColoursAndLeavesTheIdentifiersAlone) {
   for (std::size_t pixel = 0; pixel < frame().getDepthBuffer().size(); ++pixel) {
     const osg::Vec4 before = colourAt(*plainPicture, pixel);
     const osg::Vec4 after = colourAt(*litPicture, pixel);
-    darker += after.r() < before.r() - 0.02F ? 1 : 0;
-    brighter += after.r() > before.r() + 0.02F ? 1 : 0;
-    if (frame().getDepthBuffer()[pixel] == 1.0F) {
+    darker += after.r() < before.r() - 0.02f ? 1 : 0;
+    brighter += after.r() > before.r() + 0.02f ? 1 : 0;
+    if (frame().getDepthBuffer()[pixel] == 1.0f) {
       EXPECT_EQ(after, before) << "the backdrop changed at pixel " << pixel;
     }
   }
@@ -110,8 +110,8 @@ TEST_F(SceneGLTest, markersTextAndOtherNodesShowAndLeaveTheIdentifiersAlone) {
   _scene->marker.mark(marked);
   _scene->hud.showHelp(true);
   _scene->hud.setMessage("a message");
-  osg::ref_ptr<osg::ShapeDrawable> ball = new osg::ShapeDrawable(new osg::Sphere(osg::Vec3(placeOf(0)), 4.0F));
-  ball->setColor(osg::Vec4(1.0F, 0.0F, 1.0F, 1.0F));
+  osg::ref_ptr<osg::ShapeDrawable> ball = new osg::ShapeDrawable(new osg::Sphere(osg::Vec3(placeOf(0)), 4.0f));
+  ball->setColor(osg::Vec4(1.0f, 0.0f, 1.0f, 1.0f));
   ball->getOrCreateStateSet()->setMode(GL_DEPTH_TEST, osg::StateAttribute::OFF);
   _viewer->getSceneData()->asGroup()->addChild(ball);
   draw();
@@ -120,22 +120,22 @@ TEST_F(SceneGLTest, markersTextAndOtherNodesShowAndLeaveTheIdentifiersAlone) {
   EXPECT_TRUE(captured() == before);
   const osg::ref_ptr<osg::Image> after = picture();
   EXPECT_NE(colourAt(*after, pixelOf(marked)), colourBefore);
-  EXPECT_EQ(colourAt(*after, pixelOf(placeOf(0))), osg::Vec4(1.0F, 0.0F, 1.0F, 1.0F));
+  EXPECT_EQ(colourAt(*after, pixelOf(placeOf(0))), osg::Vec4(1.0f, 0.0f, 1.0f, 1.0f));
 }
 
 TEST_F(SceneGLTest, eachColourModeShowsItsColours) {
   _scene->eyeDome.setOn(false);
   const std::size_t pixel = pixelOf(placeOf(30));
   _scene->cloud.setColourMode(ColourMode::Rgb);
-  EXPECT_NEAR(colourAt(*picture(), pixel).r(), 200.0F / 255.0F, 0.005F);
+  EXPECT_NEAR(colourAt(*picture(), pixel).r(), 200.0f / 255.0f, 0.005f);
   _scene->cloud.setColourMode(ColourMode::Intensity);
-  _scene->cloud.setIntensityRange({60000.0F, 60060.0F});
-  EXPECT_NEAR(colourAt(*picture(), pixel).r(), 0.12F + 0.88F * 0.5F, 0.005F);
+  _scene->cloud.setIntensityRange({60000.0f, 60060.0f});
+  EXPECT_NEAR(colourAt(*picture(), pixel).r(), 0.12f + 0.88f * 0.5f, 0.005f);
   _scene->cloud.setColourMode(ColourMode::Elevation);
-  _scene->cloud.setElevationRange({100.0F, 200.0F});
-  EXPECT_NEAR(colourAt(*picture(), pixel).b(), rampColour(0.0F).z(), 0.01F);
-  _scene->cloud.setElevationRange({-200.0F, -100.0F});
-  EXPECT_NEAR(colourAt(*picture(), pixel).r(), rampColour(1.0F).x(), 0.01F);
+  _scene->cloud.setElevationRange({100.0f, 200.0f});
+  EXPECT_NEAR(colourAt(*picture(), pixel).b(), rampColour(0.0f).z(), 0.01f);
+  _scene->cloud.setElevationRange({-200.0f, -100.0f});
+  EXPECT_NEAR(colourAt(*picture(), pixel).r(), rampColour(1.0f).x(), 0.01f);
 }
 
 TEST_F(SceneGLTest, theCapturedFrameFollowsTheWindowsSize) {
@@ -145,14 +145,14 @@ TEST_F(SceneGLTest, theCapturedFrameFollowsTheWindowsSize) {
     draw();
     EXPECT_EQ(width(), newWidth);
     EXPECT_EQ(height(), newHeight);
-    _scene->cloud.setPointSizePixels(3.0F);
+    _scene->cloud.setPointSizePixels(3.0f);
     draw();
     expectEveryPointIsCaptured();
   }
 }
 
 TEST_F(SceneGLTest, aPointFarFromTheLocalOriginKeepsItsPlaceToTheMillimetre) {
-  const float distant = 8000.25F;
+  const float distant = 8000.25f;
   PointChunk chunk = createChunk();
   for (osg::Vec3f& position : *chunk.positions) {
     position.x() += distant;
@@ -163,10 +163,10 @@ TEST_F(SceneGLTest, aPointFarFromTheLocalOriginKeepsItsPlaceToTheMillimetre) {
   _view->setContent({chunk.bounds._min, chunk.bounds._max}, chunk.positions->asVector());
   _view->home();
   draw();
-  const osg::Vec3f place = placeOf(5) + osg::Vec3f(distant, 0.0F, 0.0F);
+  const osg::Vec3f place = placeOf(5) + osg::Vec3f(distant, 0.0f, 0.0f);
   const std::size_t first = pixelOf(place) * 4;
   EXPECT_EQ(frame().getItemIDBuffer()[first], 2U);
-  EXPECT_NEAR(frame().getItemFloatBuffer()[first], place.x(), 1e-3F);
+  EXPECT_NEAR(frame().getItemFloatBuffer()[first], place.x(), 1e-3f);
 }
 
 TEST_F(SceneGLTest, switchingTheProjectionKeepsTheSizeAtTheOrbitCentre) {

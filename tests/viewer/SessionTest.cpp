@@ -71,7 +71,9 @@ class SessionTest : public testing::Test {
   void loadEverything() {
     const auto end = std::chrono::steady_clock::now() + 60s;
     while (!_session->isLoaded() && std::chrono::steady_clock::now() < end) {
-      if (!_session->loadNextChunks(10ms, [] { return false; })) std::this_thread::sleep_for(1ms);
+      if (!_session->loadNextChunks(10ms, [] { return false; })) {
+        std::this_thread::sleep_for(1ms);
+      }
     }
     ASSERT_TRUE(_session->isLoaded());
   }
@@ -114,8 +116,8 @@ TEST_F(SessionTest, loadingPutsAllPointsIntoTheCloudAndReportsTheirNumber) {
   loadEverything();
   EXPECT_THAT(_events, ElementsAre("loaded"));
   EXPECT_GT(_pointsAdded, 0);
-  EXPECT_FLOAT_EQ(_cloud.boundsOf(1)._max.x() - _cloud.boundsOf(1)._min.x(), 10.0F);
-  EXPECT_FLOAT_EQ(_cloud.boundsOf(2)._max.x() - _cloud.boundsOf(2)._min.x(), 4.0F);
+  EXPECT_FLOAT_EQ(_cloud.boundsOf(1)._max.x() - _cloud.boundsOf(1)._min.x(), 10.0f);
+  EXPECT_FLOAT_EQ(_cloud.boundsOf(2)._max.x() - _cloud.boundsOf(2)._min.x(), 4.0f);
   EXPECT_EQ(printed(), "loaded 16 points\n");
   EXPECT_EQ(_session->pointCountText(), "16 points");
   EXPECT_GT(_viewer.redraws, 0);
@@ -170,7 +172,9 @@ TEST_F(SessionTest, aTypedPathAddsTheScan) {
   loadEverything();
   const std::string path = write("b.las", 5);
   _session->openPathEntry();
-  for (const char c : path) press(c);
+  for (const char c : path) {
+    press(c);
+  }
   press(Key::KEY_Return);
   loadEverything();
   EXPECT_THAT(_session->scans().numbers(), ElementsAre(1U, 2U));

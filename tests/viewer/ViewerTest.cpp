@@ -175,7 +175,9 @@ TEST_F(ViewerTest, severalFilesAppearInTheirCommonCoordinateFrame) {
 }
 
 TEST_F(ViewerTest, aFileTruncatedWhileItLoadsIsReportedWithTheOffsetAndTheViewerContinues) {
-  if (!QuorTests::mappedFilesMayChange()) GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  if (!QuorTests::mappedFilesMayChange()) {
+    GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  }
   constexpr std::uintmax_t kEnd = 20000007;
   writeHollowLasFile(path("cut.las"), kLongPoints);
   start({"--verbose", "--memory", "0.1", path("cut.las")});
@@ -252,7 +254,9 @@ TEST_F(ViewerTest, recordsBeyondFourGibibytesAreLoadedToTheLastAndPicksAreExact)
   start({"--verbose", "--point-size", "9", "--size", "800x600", path("grid.las")});
   ASSERT_TRUE(_viewer->findWindow("quor_viewer: grid.las"));
   waitUntilLoaded(49);
-  for (const int number : {0, 24, 48}) expectClickReports(number);
+  for (const int number : {0, 24, 48}) {
+    expectClickReports(number);
+  }
 }
 
 TEST_F(ViewerTest, anUnreadableFileIsNamedAndTheViewerFails) {

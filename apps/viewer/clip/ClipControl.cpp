@@ -78,7 +78,7 @@ osg::ref_ptr<osgGA::GUIEventHandler> ClipControl::createFollower() {
 void ClipControl::startWith(const osg::BoundingBoxd& world) {
   const osg::BoundingBoxf box = relativeTo(_dependencies.scans.origin(), world);
   const osg::Vec3f lost = box._max - box._min - osg::Vec3f(world._max - world._min);
-  constexpr float kLostAtMost = 0.01F;
+  constexpr float kLostAtMost = 0.01f;
   if (lost.length() > kLostAtMost) {
     return _fail("--clip is too far away from the scan to be stored in single precision");
   }

@@ -19,17 +19,17 @@ namespace {
 constexpr int kSolid = 1;
 constexpr int kRing = 2;
 
-constexpr float kOutlineWidthPixels = 1.5F;
-constexpr float kArrowLengthPixels = 150.0F;
-constexpr float kRingPickRadius = 1.1F;
+constexpr float kOutlineWidthPixels = 1.5f;
+constexpr float kArrowLengthPixels = 150.0f;
+constexpr float kRingPickRadius = 1.1f;
 // At the ring's nearest point to the eye a drag may rotate either way; this far beside it the direction is clear.
 constexpr double kBesideNearestDegrees = 20.0;
 constexpr double kLeastSightDegrees = 5.0;
 
-const osg::Vec4f kXColour(0.93F, 0.27F, 0.26F, 1.0F);
-const osg::Vec4f kYColour(0.42F, 0.80F, 0.30F, 1.0F);
-const osg::Vec4f kZColour(0.27F, 0.56F, 0.98F, 1.0F);
-const osg::Vec4f kBoxColour(0.95F, 0.86F, 0.66F, 1.0F);
+const osg::Vec4f kXColour(0.93f, 0.27f, 0.26f, 1.0f);
+const osg::Vec4f kYColour(0.42f, 0.80f, 0.30f, 1.0f);
+const osg::Vec4f kZColour(0.27f, 0.56f, 0.98f, 1.0f);
+const osg::Vec4f kBoxColour(0.95f, 0.86f, 0.66f, 1.0f);
 
 constexpr const char* kVertexShader = R"(#version 330 compatibility
 uniform int kind;

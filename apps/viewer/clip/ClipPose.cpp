@@ -66,13 +66,13 @@ std::string outputText(const ClipPose& pose) {
 }
 
 osg::BoundingBoxf boxAround(const osg::BoundingBox& content) {
-  constexpr float kMarginShare = 0.01F;  // of half the content's diagonal
+  constexpr float kMarginShare = 0.01f;  // of half the content's diagonal
   constexpr auto kLeastHalf = static_cast<float>(kLeastClipExtent);
   const float margin = content.radius() * kMarginShare;
   osg::BoundingBoxf box;
   for (int axis = 0; axis < 3; ++axis) {
-    const float middle = 0.5F * (content._min[axis] + content._max[axis]);
-    const float half = std::max(0.5F * (content._max[axis] - content._min[axis]) + margin, kLeastHalf);
+    const float middle = 0.5f * (content._min[axis] + content._max[axis]);
+    const float half = std::max(0.5f * (content._max[axis] - content._min[axis]) + margin, kLeastHalf);
     box._min[axis] = middle - half;
     box._max[axis] = middle + half;
   }

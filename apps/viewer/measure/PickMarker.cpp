@@ -48,7 +48,7 @@ layout(location = 0) out vec4 colour;
 void main() { colour = vec4(1.0, 0.82, 0.45, 0.9); }
 )";
 
-constexpr float kLineWidthPixels = 1.5F;
+constexpr float kLineWidthPixels = 1.5f;
 
 osg::ref_ptr<osg::Geometry> createGeometry(osg::Vec3Array* points, osg::DrawArrays* primitive) {
   osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;

@@ -99,7 +99,7 @@ class BeginFrame : public osg::Camera::DrawCallback {
     const std::array<GLuint, 4> noIdentifier = {};
     const std::array<GLfloat, 4> zero = {};
     const std::array<GLint, 4> noCodes = {};
-    const GLfloat farthest = 1.0F;
+    const GLfloat farthest = 1.0f;
     clear.ofFloats(GL_COLOR, 0, zero.data());
     clear.ofUnsigned(GL_COLOR, Attachment::kIdentifiers, noIdentifier.data());
     clear.ofFloats(GL_COLOR, Attachment::kPositions, zero.data());

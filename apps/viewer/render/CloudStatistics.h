@@ -14,8 +14,8 @@ namespace QuorViewer {
 
 /// A summary of all points. Elevations and positions are relative to the local origin.
 struct CloudSummary {
-  std::pair<float, float> elevations = {0.0F, 1.0F};  ///< range without the lowest and highest outliers
-  std::pair<float, float> intensities = {0.0F, 1.0F};
+  std::pair<float, float> elevations = {0.0f, 1.0f};  ///< range without the lowest and highest outliers
+  std::pair<float, float> intensities = {0.0f, 1.0f};
   std::vector<osg::Vec3f> places;             ///< an even sample of the positions
   std::vector<unsigned int> classifications;  ///< those present, ascending
 };

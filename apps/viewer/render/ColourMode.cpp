@@ -39,11 +39,11 @@ constexpr int kTexels = 256;
 
 osg::Vec3f rampStep(std::size_t index) {
   const auto& step = kRampSteps.at(index);
-  return osg::Vec3f(step[0], step[1], step[2]) / 255.0F;
+  return osg::Vec3f(step[0], step[1], step[2]) / 255.0f;
 }
 
 osg::Vec4ub toBytes(const osg::Vec3f& colour) {
-  const auto byte = [](float channel) { return static_cast<unsigned char>(std::lround(channel * 255.0F)); };
+  const auto byte = [](float channel) { return static_cast<unsigned char>(std::lround(channel * 255.0f)); };
   return {byte(colour.x()), byte(colour.y()), byte(colour.z()), 255};
 }
 
@@ -83,10 +83,10 @@ ColourMode nextOf(ColourMode mode) {
 
 osg::Vec3f rampColour(float fraction) {
   constexpr std::size_t kLastInterval = kRampSteps.size() - 2;
-  const float place = std::clamp(fraction, 0.0F, 1.0F) * static_cast<float>(kRampSteps.size() - 1);
+  const float place = std::clamp(fraction, 0.0f, 1.0f) * static_cast<float>(kRampSteps.size() - 1);
   const std::size_t lower = std::min(static_cast<std::size_t>(place), kLastInterval);
   const float share = place - static_cast<float>(lower);
-  return rampStep(lower) * (1.0F - share) + rampStep(lower + 1) * share;
+  return rampStep(lower) * (1.0f - share) + rampStep(lower + 1) * share;
 }
 
 osg::ref_ptr<osg::Image> createRampImage() {

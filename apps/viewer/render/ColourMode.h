@@ -28,7 +28,7 @@ osg::Vec3f rampColour(float fraction);
 
 /// An elevation at fraction s of its range gets the ramp's colour at s to this power: most points of most scans are
 /// near the ground, and its shallow relief should be visible next to a tower.
-constexpr float kElevationExponent = 0.55F;
+constexpr float kElevationExponent = 0.55f;
 
 /// `rampColour` as an image of 256 × 1 texels, lowest first.
 osg::ref_ptr<osg::Image> createRampImage();

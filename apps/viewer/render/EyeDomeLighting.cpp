@@ -8,8 +8,8 @@
 namespace QuorViewer {
 namespace {
 
-constexpr float kRadiusPixels = 1.6F;
-constexpr float kStrength = 1.0F;
+constexpr float kRadiusPixels = 1.6f;
+constexpr float kStrength = 1.0f;
 
 // The distance from the eye follows from the depth by inverting the projection: with z the eye coordinate,
 //   depth × 2 − 1 = (P22 z + P32) / (P23 z + P33),

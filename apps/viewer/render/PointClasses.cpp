@@ -40,8 +40,8 @@ const std::array<PointClass, 23> kStandardClasses = {{
 constexpr unsigned int kFirstUserClass = 64;
 
 unsigned char channelOfHue(float hue, float shift) {
-  const float wave = 0.5F + 0.5F * std::cos(6.2831853F * (hue + shift));
-  return static_cast<unsigned char>(80.0F + 160.0F * wave);
+  const float wave = 0.5f + 0.5f * std::cos(6.2831853f * (hue + shift));
+  return static_cast<unsigned char>(80.0f + 160.0f * wave);
 }
 
 }  // namespace
@@ -58,8 +58,8 @@ osg::Vec4ub classificationColour(unsigned int code) {
     return kStandardClasses.at(code).colour;
   }
   // Steps of the golden ratio around the colour circle stay far from recent hues.
-  const float hue = std::fmod(static_cast<float>(code) * 0.61803399F, 1.0F);
-  return {channelOfHue(hue, 0.0F), channelOfHue(hue, 0.33333333F), channelOfHue(hue, 0.66666667F), 255};
+  const float hue = std::fmod(static_cast<float>(code) * 0.61803399f, 1.0f);
+  return {channelOfHue(hue, 0.0f), channelOfHue(hue, 0.33333333f), channelOfHue(hue, 0.66666667f), 255};
 }
 
 }  // namespace QuorViewer

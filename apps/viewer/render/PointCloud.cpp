@@ -55,12 +55,12 @@ vec3 colourOfPoint() {
 void main() {
   uint place = uint(gl_VertexID);
   uint low = firstPoint.x + place / runs.x * runs.y + place % runs.x * runs.z;
-  uint carry = low < firstPoint.x ? 1u : 0u;
+  uint carry = low < firstPoint.x ? 1U : 0U;
   pointColour = colourOfPoint();
-  identifier = uvec4(scanNumber, low, firstPoint.y + carry, 1u);
+  identifier = uvec4(scanNumber, low, firstPoint.y + carry, 1U);
   position = vec4(gl_Vertex.xyz, 1.0);
   value = float(intensity);
-  attributes = ivec4(int(low), int(codes.x), int(codes.y & 15u), int(codes.y >> 4u));
+  attributes = ivec4(int(low), int(codes.x), int(codes.y & 15U), int(codes.y >> 4U));
   gl_PointSize = pointSizePixels;
   gl_ClipVertex = gl_ModelViewMatrix * gl_Vertex;
   gl_Position = gl_ModelViewProjectionMatrix * gl_Vertex;
@@ -160,9 +160,9 @@ osg::ref_ptr<osg::Geometry> createDrawable(const PointChunk& chunk) {
 PointCloud::PointCloud()
     : _node(new UnseenByRays),
       _modeUniform(new osg::Uniform("colourMode", 0)),
-      _sizeUniform(new osg::Uniform("pointSizePixels", 1.0F)),
-      _elevationUniform(new osg::Uniform("elevationRange", osg::Vec2f(0.0F, 1.0F))),
-      _intensityUniform(new osg::Uniform("intensityRange", osg::Vec2f(0.0F, 1.0F))) {
+      _sizeUniform(new osg::Uniform("pointSizePixels", 1.0f)),
+      _elevationUniform(new osg::Uniform("elevationRange", osg::Vec2f(0.0f, 1.0f))),
+      _intensityUniform(new osg::Uniform("intensityRange", osg::Vec2f(0.0f, 1.0f))) {
   osg::StateSet& state = *_node->getOrCreateStateSet();
   setUpState(state);
   for (osg::Uniform* uniform :
@@ -170,7 +170,7 @@ PointCloud::PointCloud()
     state.addUniform(uniform);
   }
   setColourMode(_mode);
-  constexpr float kFirstSizePixels = 3.0F;
+  constexpr float kFirstSizePixels = 3.0f;
   setPointSizePixels(kFirstSizePixels);
 }
 
@@ -227,8 +227,8 @@ void PointCloud::setIntensityRange(std::pair<float, float> range) {
 }
 
 void PointCloud::setPointSizePixels(float pixels) {
-  constexpr float kSmallestPixels = 1.0F;
-  constexpr float kLargestPixels = 32.0F;
+  constexpr float kSmallestPixels = 1.0f;
+  constexpr float kLargestPixels = 32.0f;
   _sizePixels = std::clamp(pixels, kSmallestPixels, kLargestPixels);
   _sizeUniform->set(_sizePixels);
 }

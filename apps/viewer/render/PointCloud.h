@@ -52,7 +52,7 @@ class PointCloud {
   osg::ref_ptr<osg::Group> _node;
   std::map<unsigned int, Part> _parts;  // by scan
   ColourMode _mode = ColourMode::Elevation;
-  float _sizePixels = 0.0F;
+  float _sizePixels = 0.0f;
   osg::ref_ptr<osg::Uniform> _modeUniform;
   osg::ref_ptr<osg::Uniform> _sizeUniform;
   osg::ref_ptr<osg::Uniform> _elevationUniform;

@@ -3,6 +3,7 @@
 #include <osg/Image>
 #include <osgDB/WriteFile>
 
+#include <cassert>
 #include <cstring>
 #include <vector>
 
@@ -53,6 +54,7 @@ Screenshot::~Screenshot() {
 }
 
 void Screenshot::request(const std::string& path) {
+  assert(!pending());
   _request = new Request;
   _written = false;
   _tool.setCaptureOp(_request);

@@ -50,8 +50,8 @@ osg::ref_ptr<osg::Program> createPlainProgram() {
 }
 
 void becomeFullScreenPass(osg::Geometry& geometry, const char* name, const char* fragmentSource) {
-  const std::array<osg::Vec3, 3> corners = {osg::Vec3(-1.0F, -1.0F, 0.0F), osg::Vec3(3.0F, -1.0F, 0.0F),
-                                            osg::Vec3(-1.0F, 3.0F, 0.0F)};
+  const std::array<osg::Vec3, 3> corners = {osg::Vec3(-1.0f, -1.0f, 0.0f), osg::Vec3(3.0f, -1.0f, 0.0f),
+                                            osg::Vec3(-1.0f, 3.0f, 0.0f)};
   geometry.setName(name);
   geometry.setVertexArray(new osg::Vec3Array(corners.begin(), corners.end()));
   geometry.addPrimitiveSet(new osg::DrawArrays(GL_TRIANGLES, 0, 3));

@@ -36,8 +36,8 @@ std::vector<KeyBinding> CloudControl::bindings(CloudControl& control) {
        "C",
        "next colour mode",
        [&control] { control._setMode(nextOf(control._dependencies.cloud.colourMode())); }},
-      {{'+', '=', Key::KEY_KP_Add}, "+", "larger points", [&control] { control._changeSize(1.0F); }},
-      {{'-', '_', Key::KEY_KP_Subtract}, "-", "smaller points", [&control] { control._changeSize(-1.0F); }}};
+      {{'+', '=', Key::KEY_KP_Add}, "+", "larger points", [&control] { control._changeSize(1.0f); }},
+      {{'-', '_', Key::KEY_KP_Subtract}, "-", "smaller points", [&control] { control._changeSize(-1.0f); }}};
   for (int number = kColourModeCount - 1; number >= 0; --number) {
     const auto mode = static_cast<ColourMode>(number);
     const int key = '1' + number;

@@ -20,7 +20,9 @@ class ResultQueue {
   /// The oldest result; nothing if the queue is empty. Never waits for one.
   std::optional<Result> tryPop() {
     const std::lock_guard<std::mutex> held(_mutex);
-    if (_results.empty()) return std::nullopt;
+    if (_results.empty()) {
+      return std::nullopt;
+    }
     std::optional<Result> result(std::move(_results.front()));
     _results.pop_front();
     return result;

@@ -41,7 +41,9 @@ void ScanCommand::operator()(const FileProxy* proxy, QuorOsgUtils::FileManager* 
   result.scan = _scan->number;
   result.ofSample = getPriority() == High;
   try {
-    if (!_scan->cancelled) work(proxy, result);
+    if (!_scan->cancelled) {
+      work(proxy, result);
+    }
   } catch (const std::bad_alloc&) {
     result.error = getFile() + ": not enough memory to load more of its points";
   } catch (const std::exception& error) {
@@ -62,10 +64,14 @@ void ReadChunk::work(const FileProxy* proxy, LoadResult& result) {
   try {
     forEachRun(_points, [&](const PointRun& run) {
       const PointRun readable = run.before(_scan->end);
-      if (readable.count > 0 && !_scan->cancelled) _readRun(proxy, readable, builder);
+      if (readable.count > 0 && !_scan->cancelled) {
+        _readRun(proxy, readable, builder);
+      }
     });
   } catch (const ScanError& error) {
-    if (_scan->end == std::numeric_limits<std::uint64_t>::max()) result.error = error.what();
+    if (_scan->end == std::numeric_limits<std::uint64_t>::max()) {
+      result.error = error.what();
+    }
     _scan->end = std::min(_scan->end, _points.at(builder.filledPoints()));
   }
   *_to = builder.finish();
@@ -75,18 +81,24 @@ void ReadChunk::work(const FileProxy* proxy, LoadResult& result) {
 void ReadChunk::_readRun(const FileProxy* proxy, const PointRun& run, ChunkBuilder& to) {
   const std::optional<RecordTable> table = _scan->reader->records();
   const std::uint64_t mappedBytes = _scan->mappedBytes;
-  if (!table || mappedBytes == 0) return _scan->reader->decode(run, to);
+  if (!table || mappedBytes == 0) {
+    return _scan->reader->decode(run, to);
+  }
   const PointRun held = run.before(recordsWithin(*table, mappedBytes));
   const std::uint64_t begin = table->offsetBytes + run.first * table->recordBytes;
   const std::uint64_t lead = begin % kViewAlignmentBytes;
   if (held.count > 0) {
     void* const view = map(proxy, static_cast<std::int64_t>(begin - lead),
                            static_cast<std::int64_t>(lead + held.span() * table->recordBytes));
-    if (view == nullptr) return _scan->reader->decode(run, to);
+    if (view == nullptr) {
+      return _scan->reader->decode(run, to);
+    }
     const std::shared_ptr<void> unmapped(view, [proxy](void* start) { unmap(proxy, start); });
     _decodeMapped(static_cast<const unsigned char*>(view) + lead, *table, held, to);
   }
-  if (held.count < run.count) throw cutOff(getFile(), mappedBytes);
+  if (held.count < run.count) {
+    throw cutOff(getFile(), mappedBytes);
+  }
 }
 
 // After the end of a file that has become shorter, the rest of the page reads as zeros; only later pages fault. So the
@@ -102,10 +114,16 @@ void ReadChunk::_decodeMapped(const unsigned char* records, const RecordTable& t
   };
   const std::optional<std::uintptr_t> fault = decode(run.count);
   std::uint64_t lost = std::min(_scan->reader->fileBytesNow(), end);
-  if (fault) lost = std::min(lost, begin + (*fault - reinterpret_cast<std::uintptr_t>(records)));
-  if (lost == end) return;
+  if (fault) {
+    lost = std::min(lost, begin + (*fault - reinterpret_cast<std::uintptr_t>(records)));
+  }
+  if (lost == end) {
+    return;
+  }
   to = before;
-  if (decode(run.before(recordsWithin(table, lost)).count)) to = before;
+  if (decode(run.before(recordsWithin(table, lost)).count)) {
+    to = before;
+  }
   throw cutOff(getFile(), lost);
 }
 
@@ -128,7 +146,9 @@ MeasureChunk::MeasureChunk(std::shared_ptr<LoadContext> context, std::shared_ptr
     : ScanCommand(std::move(context), std::move(scan), priority), _chunk(std::move(chunk)) {}
 
 void MeasureChunk::work(const FileProxy* /*proxy*/, LoadResult& result) {
-  if (!_chunk->positions) return;
+  if (!_chunk->positions) {
+    return;
+  }
   _context->statistics.add(result.scan, *_chunk);
   result.summary = _context->statistics.summary();
 }

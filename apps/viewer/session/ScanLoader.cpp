@@ -44,7 +44,9 @@ ScanLoader::ScanLoader(ScanSet& scans, std::uint64_t budgetBytes, Listener liste
 }
 
 ScanLoader::~ScanLoader() {
-  for (const auto& [number, scan] : _loading) scan->cancelled = true;
+  for (const auto& [number, scan] : _loading) {
+    scan->cancelled = true;
+  }
   FileManager::getInstance()->stopWorker();
 }
 
@@ -54,9 +56,13 @@ void ScanLoader::start() {
       std::remove_if(fresh.begin(), fresh.end(), [this](unsigned int number) { return _loading.count(number); }),
       fresh.end());
   std::uint64_t points = 0;
-  for (const unsigned int number : fresh) points += _scans.info(number).pointCount;
+  for (const unsigned int number : fresh) {
+    points += _scans.info(number).pointCount;
+  }
   const std::uint64_t decimation = _budget.decimationFor(points);
-  for (const unsigned int number : fresh) _begin(number, decimation);
+  for (const unsigned int number : fresh) {
+    _begin(number, decimation);
+  }
 }
 
 void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t decimation) {
@@ -71,12 +77,16 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t decimation) {
   scan->origin = _scans.origin();
   scan->reader = _scans.reader(scanNumber).clone();
   // Mapping opens the file for writing too, and the file may be read-only.
-  if (scan->reader->records() && isWritable(info.path)) _register(*scan);
+  if (scan->reader->records() && isWritable(info.path)) {
+    _register(*scan);
+  }
   scan->decimation = decimation;
   scan->pointsPlanned = decimatedCount(info.pointCount, decimation);
   _budget.take(scan->pointsPlanned);
   _pointsPlanned += scan->pointsPlanned;
-  if (decimation > 1) _reportDecimation(*scan);
+  if (decimation > 1) {
+    _reportDecimation(*scan);
+  }
   for (const PlannedChunk& planned : planLoad(info.pointCount, scan->reader->entryPoints(), decimation)) {
     _push(scan, planned);
   }
@@ -89,9 +99,13 @@ void ScanLoader::_register(LoadingScan& scan) {
   const std::string& path = scan.reader->info().path;
   const std::uint64_t before = sizeOf(path);
   const osg::ref_ptr<QuorOsgUtils::FilePtr> file = new QuorOsgUtils::FilePtr(path.c_str());
-  if (!file->isValid()) return;
+  if (!file->isValid()) {
+    return;
+  }
   for (const auto& [number, other] : _loading) {
-    if (other->reader && other->reader->info().path == path) other->mappedBytes = 0;
+    if (other->reader && other->reader->info().path == path) {
+      other->mappedBytes = 0;
+    }
   }
   scan.mappedBytes = std::min(before, sizeOf(path));
   auto* command = new QuorOsgUtils::RegisterFile(file, FileCmd::High);
@@ -105,11 +119,17 @@ void ScanLoader::_push(const std::shared_ptr<LoadingScan>& scan, const PlannedCh
   const bool canWait = planned.phase == LoadPhase::Remainder;
   auto* read = new ReadChunk(_context, scan, planned, chunk);
   auto* measure = new MeasureChunk(_context, scan, chunk, canWait ? FileCmd::Low : read->getPriority());
-  if (!canWait) read->setNext(measure);
+  if (!canWait) {
+    read->setNext(measure);
+  }
   _resultsDue += 2;
-  if (planned.phase == LoadPhase::Sample) _sampleResultsDue += 2;
+  if (planned.phase == LoadPhase::Sample) {
+    _sampleResultsDue += 2;
+  }
   FileManager::getInstance()->push(read);
-  if (canWait) FileManager::getInstance()->push(measure);
+  if (canWait) {
+    FileManager::getInstance()->push(measure);
+  }
 }
 
 void ScanLoader::_reportDecimation(const LoadingScan& scan) {
@@ -140,8 +160,12 @@ bool ScanLoader::step(std::chrono::milliseconds budget) {
 
 void ScanLoader::_receive(LoadResult result) {
   --_resultsDue;
-  if (result.ofSample && --_sampleResultsDue == 0) _sampleCompleted = true;
-  if (result.summary) _summary = std::move(*result.summary);
+  if (result.ofSample && --_sampleResultsDue == 0) {
+    _sampleCompleted = true;
+  }
+  if (result.summary) {
+    _summary = std::move(*result.summary);
+  }
   const auto loading = _loading.find(result.scan);
   if (loading == _loading.end()) {
     return;

@@ -2,6 +2,7 @@
 
 #include "scan/Scan.h"
 
+#include <cassert>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -26,8 +27,14 @@ class ScanSet {
   bool isOpen(unsigned int number) const;
   bool isEmpty() const { return numbers().empty(); }
   /// These expect an open scan.
-  ScanReader& reader(unsigned int number) { return *_readers.at(number - 1); }
-  const ScanInfo& info(unsigned int number) const { return _readers.at(number - 1)->info(); }
+  ScanReader& reader(unsigned int number) {
+    assert(isOpen(number));
+    return *_readers[number - 1];
+  }
+  const ScanInfo& info(unsigned int number) const {
+    assert(isOpen(number));
+    return _readers[number - 1]->info();
+  }
 
   /// The local origin: the world point that all drawn coordinates are relative to. Set by the first scan, and again by
   /// the next scan added while none is open.

@@ -28,12 +28,16 @@ Json json(const osg::Vec3d& vector) {
 
 Json json(const osg::Matrixd& matrix) {
   Json values = Json::array();
-  for (int i = 0; i < 16; ++i) values.push_back(rounded(matrix.ptr()[i], kStepsPerMatrixUnit));
+  for (int i = 0; i < 16; ++i) {
+    values.push_back(rounded(matrix.ptr()[i], kStepsPerMatrixUnit));
+  }
   return values;
 }
 
 Json json(const std::optional<TourPick>& pick) {
-  if (!pick) return nullptr;
+  if (!pick) {
+    return nullptr;
+  }
   return {{"scan", pick->scan},
           {"point", pick->point},
           {"coordinates", json(pick->coordinates)},
@@ -59,7 +63,9 @@ Json json(const TourStepRecord& step) {
 std::string toJson(const TourRecord& record) {
   constexpr int kIndentation = 2;
   Json steps = Json::array();
-  for (const TourStepRecord& step : record.steps) steps.push_back(json(step));
+  for (const TourStepRecord& step : record.steps) {
+    steps.push_back(json(step));
+  }
   const Json all = {{"window", json(record.windowPixels)}, {"points", record.points}, {"steps", steps}};
   return all.dump(kIndentation, ' ', false, Json::error_handler_t::replace) + '\n';
 }

@@ -12,16 +12,16 @@
 namespace QuorViewer {
 namespace {
 
-constexpr float kBarHeight = 56.0F;
-constexpr float kUpperBaseLine = 34.0F;
-constexpr float kLowerBaseLine = 12.0F;
-constexpr float kNoteHeight = 34.0F;
-constexpr float kNoteBaseLine = 12.0F;
-constexpr float kSideMargin = 14.0F;
-constexpr float kProgressThickness = 3.0F;
-constexpr float kHelpPadding = 24.0F;
-constexpr float kHelpColumnGap = 28.0F;
-constexpr float kHelpTitleHeight = 40.0F;
+constexpr float kBarHeight = 56.0f;
+constexpr float kUpperBaseLine = 34.0f;
+constexpr float kLowerBaseLine = 12.0f;
+constexpr float kNoteHeight = 34.0f;
+constexpr float kNoteBaseLine = 12.0f;
+constexpr float kSideMargin = 14.0f;
+constexpr float kProgressThickness = 3.0f;
+constexpr float kHelpPadding = 24.0f;
+constexpr float kHelpColumnGap = 28.0f;
+constexpr float kHelpTitleHeight = 40.0f;
 
 enum HelpText : std::size_t { kTitle, kInputs, kEffects };
 
@@ -130,9 +130,9 @@ void Hud::showHelp(bool show) {
 
 void Hud::_layOut() {
   const auto width = static_cast<float>(_width);
-  const float done = _progress < 1.0 ? width * static_cast<float>(_progress) : 0.0F;
-  Overlay::setRectangle(*_bar, {{0.0F, 0.0F}, {width, kBarHeight}});
-  Overlay::setRectangle(*_progressLine, {{0.0F, kBarHeight}, {done, kBarHeight + kProgressThickness}});
+  const float done = _progress < 1.0 ? width * static_cast<float>(_progress) : 0.0f;
+  Overlay::setRectangle(*_bar, {{0.0f, 0.0f}, {width, kBarHeight}});
+  Overlay::setRectangle(*_progressLine, {{0.0f, kBarHeight}, {done, kBarHeight + kProgressThickness}});
   Overlay::setPlace(*_message, {kSideMargin, kUpperBaseLine});
   Overlay::setPlace(*_summary, {kSideMargin, kLowerBaseLine});
   Overlay::setPlace(*_resources, {width - kSideMargin, kLowerBaseLine});
@@ -144,14 +144,14 @@ void Hud::_layOut() {
 
 void Hud::_layOutResources() {
   const float taken = Overlay::sizeOf(*_summary).x() + Overlay::sizeOf(*_resources).x();
-  constexpr float kMargins = 4.0F;  // two at the sides, two between the texts
+  constexpr float kMargins = 4.0f;  // two at the sides, two between the texts
   _resources->setNodeMask(taken + kMargins * kSideMargin <= static_cast<float>(_width) ? ~0U : 0U);
 }
 
 void Hud::_layOutNote() {
-  const osg::Vec2f low(0.0F, kBarHeight + kProgressThickness);
+  const osg::Vec2f low(0.0f, kBarHeight + kProgressThickness);
   const float textWidth = Overlay::sizeOf(*_note).x();
-  const osg::Vec2f size = textWidth > 0.0F ? osg::Vec2f(textWidth + 2.0F * kSideMargin, kNoteHeight) : osg::Vec2f();
+  const osg::Vec2f size = textWidth > 0.0f ? osg::Vec2f(textWidth + 2.0f * kSideMargin, kNoteHeight) : osg::Vec2f();
   Overlay::setRectangle(*_notePanel, {low, low + size});
   Overlay::setPlace(*_note, low + osg::Vec2f(kSideMargin, kNoteBaseLine));
 }
@@ -159,14 +159,14 @@ void Hud::_layOutNote() {
 void Hud::_layOutHelp() {
   const osg::Vec2f inputs = Overlay::sizeOf(*_helpTexts[kInputs]);
   const osg::Vec2f effects = Overlay::sizeOf(*_helpTexts[kEffects]);
-  const osg::Vec2f size(inputs.x() + kHelpColumnGap + effects.x() + 2.0F * kHelpPadding,
-                        std::max(inputs.y(), effects.y()) + kHelpTitleHeight + 2.0F * kHelpPadding);
+  const osg::Vec2f size(inputs.x() + kHelpColumnGap + effects.x() + 2.0f * kHelpPadding,
+                        std::max(inputs.y(), effects.y()) + kHelpTitleHeight + 2.0f * kHelpPadding);
   const osg::Vec2f low =
-      (osg::Vec2f(static_cast<float>(_width), static_cast<float>(_height) + kBarHeight) - size) * 0.5F;
+      (osg::Vec2f(static_cast<float>(_width), static_cast<float>(_height) + kBarHeight) - size) * 0.5f;
   const osg::Vec2f start(low.x() + kHelpPadding, low.y() + size.y() - kHelpPadding);
   Overlay::setRectangle(*_helpPanel, {low, low + size});
   Overlay::setPlace(*_helpTexts[kTitle], start);
-  Overlay::setPlace(*_helpTexts[kInputs], start - osg::Vec2f(0.0F, kHelpTitleHeight));
+  Overlay::setPlace(*_helpTexts[kInputs], start - osg::Vec2f(0.0f, kHelpTitleHeight));
   Overlay::setPlace(*_helpTexts[kEffects], start + osg::Vec2f(inputs.x() + kHelpColumnGap, -kHelpTitleHeight));
 }
 

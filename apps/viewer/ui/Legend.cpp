@@ -9,29 +9,29 @@
 namespace QuorViewer {
 namespace {
 
-constexpr float kPadding = 12.0F;
-constexpr float kTitleHeight = 26.0F;
-constexpr float kRampHeight = 168.0F;
-constexpr float kRampWidth = 14.0F;
-constexpr float kRowHeight = 21.0F;
-constexpr float kSwatchSize = 11.0F;
-constexpr float kGap = 10.0F;
-constexpr float kWindowMargin = 16.0F;
+constexpr float kPadding = 12.0f;
+constexpr float kTitleHeight = 26.0f;
+constexpr float kRampHeight = 168.0f;
+constexpr float kRampWidth = 14.0f;
+constexpr float kRowHeight = 21.0f;
+constexpr float kSwatchSize = 11.0f;
+constexpr float kGap = 10.0f;
+constexpr float kWindowMargin = 16.0f;
 constexpr int kRampPieces = 24;
 constexpr std::size_t kMostRows = 16;
 
 osg::Vec4f colourOnRamp(ColourMode mode, float fraction) {
-  constexpr float kDarkestGrey = 0.12F;
+  constexpr float kDarkestGrey = 0.12f;
   if (mode == ColourMode::Intensity) {
-    const float grey = kDarkestGrey + (1.0F - kDarkestGrey) * fraction;
-    return {grey, grey, grey, 1.0F};
+    const float grey = kDarkestGrey + (1.0f - kDarkestGrey) * fraction;
+    return {grey, grey, grey, 1.0f};
   }
-  return {rampColour(std::pow(fraction, kElevationExponent)), 1.0F};
+  return {rampColour(std::pow(fraction, kElevationExponent)), 1.0f};
 }
 
 osg::Vec4f classColour(unsigned int code) {
   const osg::Vec4ub bytes = classificationColour(code);
-  return osg::Vec4f(bytes.r(), bytes.g(), bytes.b(), bytes.a()) / 255.0F;
+  return osg::Vec4f(bytes.r(), bytes.g(), bytes.b(), bytes.a()) / 255.0f;
 }
 
 osg::ref_ptr<osg::Geometry> createPatch(const osg::Vec4f& low, const osg::Vec4f& high,
@@ -65,7 +65,7 @@ void Legend::showRamp(ColourMode mode, const std::string& low, const std::string
   const float labelX = kPadding + kRampWidth + kGap;
   _addLabel(titleOf(mode), {kPadding, -kPadding - kSwatchSize}, true);
   _addLabel(high, {labelX, bottom + kRampHeight - kSwatchSize}, false);
-  _addLabel(low, {labelX, bottom + 1.0F}, false);
+  _addLabel(low, {labelX, bottom + 1.0f}, false);
   _finish(-bottom);
 }
 
@@ -105,7 +105,7 @@ void Legend::_finish(float contentHeight) {
   }
   _width = std::ceil(content.xMax() + kPadding);
   _panel->insertChild(0, createPatch(Overlay::kPanelColour, Overlay::kPanelColour,
-                                     {{0.0F, -contentHeight - kPadding}, {_width, 0.0F}}));
+                                     {{0.0f, -contentHeight - kPadding}, {_width, 0.0f}}));
   resize(_window);
 }
 

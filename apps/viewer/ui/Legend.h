@@ -32,7 +32,7 @@ class Legend {
   osg::ref_ptr<osg::Group> _node;
   osg::ref_ptr<osg::MatrixTransform> _panel;
   osg::Vec2f _window;
-  float _width = 0.0F;
+  float _width = 0.0f;
 };
 
 }  // namespace QuorViewer

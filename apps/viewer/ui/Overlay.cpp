@@ -53,10 +53,10 @@ osg::ref_ptr<osg::Geometry> createRectangle(const osg::Vec4f& colour) {
 void setRectangle(osg::Geometry& geometry, const Rectangle& rectangle) {
   auto& corners = static_cast<osg::Vec3Array&>(*geometry.getVertexArray());
   const auto [low, high] = rectangle;
-  corners[0].set(low.x(), low.y(), 0.0F);
-  corners[1].set(high.x(), low.y(), 0.0F);
-  corners[2].set(high.x(), high.y(), 0.0F);
-  corners[3].set(low.x(), high.y(), 0.0F);
+  corners[0].set(low.x(), low.y(), 0.0f);
+  corners[1].set(high.x(), low.y(), 0.0f);
+  corners[2].set(high.x(), high.y(), 0.0f);
+  corners[3].set(low.x(), high.y(), 0.0f);
   corners.dirty();
   geometry.dirtyBound();
 }
@@ -71,7 +71,7 @@ osg::ref_ptr<osgText::Text> createText(float sizePixels, const osg::Vec4f& colou
   text->setFontResolution(resolution, resolution);
   text->setColor(colour);
   text->setAlignment(alignment);
-  text->setLineSpacing(0.45F);
+  text->setLineSpacing(0.45f);
   return text;
 }
 
@@ -80,7 +80,7 @@ void setText(osgText::Text& text, const std::string& utf8) {
 }
 
 void setPlace(osgText::Text& text, const osg::Vec2f& place) {
-  text.setPosition(osg::Vec3(std::round(place.x()), std::round(place.y()), 0.0F));
+  text.setPosition(osg::Vec3(std::round(place.x()), std::round(place.y()), 0.0f));
 }
 
 osg::Vec2f sizeOf(const osgText::Text& text) {

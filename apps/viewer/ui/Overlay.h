@@ -17,13 +17,13 @@ struct Rectangle {
   osg::Vec2f high;
 };
 
-constexpr float kTextSizePixels = 15.0F;
-constexpr float kSmallTextSizePixels = 13.0F;
+constexpr float kTextSizePixels = 15.0f;
+constexpr float kSmallTextSizePixels = 13.0f;
 
-const osg::Vec4f kPanelColour(0.055F, 0.065F, 0.085F, 0.82F);
-const osg::Vec4f kTextColour(0.93F, 0.945F, 0.965F, 1.0F);
-const osg::Vec4f kQuietTextColour(0.66F, 0.70F, 0.76F, 1.0F);
-const osg::Vec4f kAccentColour(1.0F, 0.72F, 0.16F, 1.0F);
+const osg::Vec4f kPanelColour(0.055f, 0.065f, 0.085f, 0.82f);
+const osg::Vec4f kTextColour(0.93f, 0.945f, 0.965f, 1.0f);
+const osg::Vec4f kQuietTextColour(0.66f, 0.70f, 0.76f, 1.0f);
+const osg::Vec4f kAccentColour(1.0f, 0.72f, 0.16f, 1.0f);
 
 /// A rectangle in one colour, or with one colour at its lower and one at its upper edge.
 osg::ref_ptr<osg::Geometry> createRectangle(const osg::Vec4f& low, const osg::Vec4f& high);

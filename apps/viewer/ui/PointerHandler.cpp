@@ -5,7 +5,7 @@
 namespace QuorViewer {
 namespace {
 
-constexpr float kClickSlackPixels = 3.0F;
+constexpr float kClickSlackPixels = 3.0f;
 
 // The window system counts rows from the top, starting at 0. OSG turns its row r into height - r, which is one more
 // than the pixel's row from the bottom.

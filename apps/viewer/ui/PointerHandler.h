@@ -30,8 +30,8 @@ class PointerHandler : public osgGA::GUIEventHandler {
   std::function<void()> _navigated;
   osg::Vec2i _pixel;
   bool _pressed = false;
-  float _pressX = 0.0F;
-  float _pressY = 0.0F;
+  float _pressX = 0.0f;
+  float _pressY = 0.0f;
 };
 
 }  // namespace QuorViewer

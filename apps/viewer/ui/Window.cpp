@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kLeftPixels = 60;
 constexpr int kTopPixels = 60;
-constexpr float kNeededGlVersion = 3.3F;
+constexpr float kNeededGlVersion = 3.3f;
 
 osg::ref_ptr<osg::GraphicsContext> createWindow(int width, int height, const std::string& title) {
   osg::ref_ptr<osg::GraphicsContext::Traits> traits = new osg::GraphicsContext::Traits;

@@ -45,7 +45,9 @@ std::uint32_t FileMapping::open(const std::string& path) {
   _granularityBytes = static_cast<std::uint32_t>(::sysconf(_SC_PAGESIZE));
   const int file = openFile(path.c_str());
   _file = file;
-  if (file == kNoFile) return static_cast<std::uint32_t>(errno);
+  if (file == kNoFile) {
+    return static_cast<std::uint32_t>(errno);
+  }
   struct stat status {};
   const bool known = ::fstat(file, &status) == 0;
   if (known && S_ISREG(status.st_mode)) {
@@ -58,7 +60,9 @@ std::uint32_t FileMapping::open(const std::string& path) {
 }
 
 void FileMapping::close() {
-  if (_file != kNoFile) ::close(static_cast<int>(_file));
+  if (_file != kNoFile) {
+    ::close(static_cast<int>(_file));
+  }
   _file = kNoFile;
 }
 
@@ -67,7 +71,9 @@ FileMapping::View FileMapping::view(std::int64_t offset, std::int64_t lengthByte
   const std::int64_t length = lengthBytes == 0 ? _sizeBytes - offset : lengthBytes;
   void* const start = ::mmap(nullptr, static_cast<std::size_t>(length), PROT_READ | PROT_WRITE, MAP_SHARED,
                              static_cast<int>(_file), offset);
-  if (start != MAP_FAILED) return {start, length};
+  if (start != MAP_FAILED) {
+    return {start, length};
+  }
   error = static_cast<std::uint32_t>(errno);
   return {};
 }

@@ -30,20 +30,24 @@ std::vector<wchar_t> widenedFromUtf8(const std::string& path) {
 // The path is in the user's default encoding, which the C library uses only after `setlocale`.
 std::vector<wchar_t> widened(const std::string& path) {
   std::setlocale(LC_CTYPE, "");
-  if (::GetACP() == CP_UTF8) return widenedFromUtf8(path);
+  if (::GetACP() == CP_UTF8) {
+    return widenedFromUtf8(path);
+  }
   constexpr auto kInvalid = static_cast<std::size_t>(-1);
   const std::size_t length = std::mbstowcs(nullptr, path.c_str(), 0);
   std::vector<wchar_t> wide(length == kInvalid ? 1 : length + 1, L'\0');
-  if (length != kInvalid) std::mbstowcs(wide.data(), path.c_str(), wide.size());
+  if (length != kInvalid) {
+    std::mbstowcs(wide.data(), path.c_str(), wide.size());
+  }
   return wide;
 }
 
 DWORD upperHalf(std::int64_t value) {
-  return static_cast<DWORD>(static_cast<std::uint64_t>(value) >> 32u);
+  return static_cast<DWORD>(static_cast<std::uint64_t>(value) >> 32U);
 }
 
 DWORD lowerHalf(std::int64_t value) {
-  return static_cast<DWORD>(static_cast<std::uint64_t>(value) & 0xFFFFFFFFu);
+  return static_cast<DWORD>(static_cast<std::uint64_t>(value) & 0xFFFFFFFFU);
 }
 
 }  // namespace
@@ -55,7 +59,9 @@ std::uint32_t FileMapping::open(const std::string& path) {
                                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   const std::uint32_t error = file == INVALID_HANDLE_VALUE ? ::GetLastError() : 0;
   LARGE_INTEGER size{};
-  if (::GetFileSizeEx(file, &size) != 0) _sizeBytes = size.QuadPart;
+  if (::GetFileSizeEx(file, &size) != 0) {
+    _sizeBytes = size.QuadPart;
+  }
   const HANDLE mapping = ::CreateFileMappingW(file, nullptr, PAGE_READWRITE, 0, 0, nullptr);
   SYSTEM_INFO system{};
   ::GetSystemInfo(&system);
@@ -66,8 +72,12 @@ std::uint32_t FileMapping::open(const std::string& path) {
 }
 
 void FileMapping::close() {
-  if (handleOf(_file) != INVALID_HANDLE_VALUE) ::CloseHandle(handleOf(_file));
-  if (_mapping != 0) ::CloseHandle(handleOf(_mapping));
+  if (handleOf(_file) != INVALID_HANDLE_VALUE) {
+    ::CloseHandle(handleOf(_file));
+  }
+  if (_mapping != 0) {
+    ::CloseHandle(handleOf(_mapping));
+  }
   _file = valueOf(INVALID_HANDLE_VALUE);
   _mapping = 0;
 }
@@ -76,7 +86,9 @@ FileMapping::View FileMapping::view(std::int64_t offset, std::int64_t lengthByte
   assert(offset % granularityBytes() == 0);
   void* const start = ::MapViewOfFile(handleOf(_mapping), FILE_MAP_ALL_ACCESS, upperHalf(offset), lowerHalf(offset),
                                       static_cast<SIZE_T>(lengthBytes));
-  if (start != nullptr) return {start, lengthBytes};
+  if (start != nullptr) {
+    return {start, lengthBytes};
+  }
   error = ::GetLastError();
   return {};
 }

@@ -27,7 +27,9 @@ void registerWithProcess() {
 #else
   using Register = _onexit_t (*)(_onexit_t);
   const FARPROC found = ::GetProcAddress(::GetModuleHandleW(L"msvcrt.dll"), "_onexit");
-  if (found != nullptr) reinterpret_cast<Register>(reinterpret_cast<void*>(found))(doWorkOfEnd);
+  if (found != nullptr) {
+    reinterpret_cast<Register>(reinterpret_cast<void*>(found))(doWorkOfEnd);
+  }
 #endif
 }
 

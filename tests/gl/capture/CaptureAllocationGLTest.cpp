@@ -81,17 +81,17 @@ class CaptureAllocationGLTest : public ::testing::Test {
 
 TEST_F(CaptureAllocationGLTest, theHookSeesTheLibrarysAllocations) {
   context->camera().setViewport(0, 0, kWidth + 1, kHeight + 1);
-  EXPECT_GE(allocationsOfCaptures(1), 5u) << "five vectors grow";
+  EXPECT_GE(allocationsOfCaptures(1), 5U) << "five vectors grow";
 }
 
 TEST_F(CaptureAllocationGLTest, aSteadyStateCaptureAllocatesNothing) {
-  EXPECT_EQ(allocationsOfCaptures(100), 0u);
+  EXPECT_EQ(allocationsOfCaptures(100), 0U);
   ASSERT_EQ(context->frame().getDepthBuffer(), std::vector<float>(kPixels, kDepth)) << "the capture must still happen";
 }
 
 TEST_F(CaptureAllocationGLTest, aSmallerViewportAllocatesNothing) {
   context->camera().setViewport(0, 0, kWidth / 2, kHeight / 2);
-  EXPECT_EQ(allocationsOfCaptures(1), 0u);
+  EXPECT_EQ(allocationsOfCaptures(1), 0U);
 }
 
 TEST_F(CaptureAllocationGLTest, anotherColourCaptureOfTheSameSizeAllocatesNothing) {
@@ -99,7 +99,7 @@ TEST_F(CaptureAllocationGLTest, anotherColourCaptureOfTheSameSizeAllocatesNothin
   captureColour(*op);
   context->tool().setCaptureOp(op);
   std::thread waiter([&op] { op->block(); });
-  EXPECT_EQ(allocationsOfCaptures(1), 0u);
+  EXPECT_EQ(allocationsOfCaptures(1), 0U);
   waiter.join();
   EXPECT_EQ(op->bytes, kPixels * 4);
 }

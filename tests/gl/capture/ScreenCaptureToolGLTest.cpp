@@ -54,7 +54,7 @@ FrameContent contentAt(int x, int y) {
   FrameContent content;
   for (unsigned int channel = 0; channel < 4; ++channel) {
     content.colour[channel] = static_cast<float>(number * 4 + channel) / 255.0f;
-    content.itemID[channel] = 0xF0000000u + number * 4 + channel;
+    content.itemID[channel] = 0xF0000000U + number * 4 + channel;
     content.itemFloat[channel] = -1e30f + 1e26f * (real * 4.0f + static_cast<float>(channel));
     content.pcFloat[channel] = 1234.5f + real * 4.0f + static_cast<float>(channel);
     content.pcInt[channel] = std::numeric_limits<int>::min() + pixel * 4 + static_cast<int>(channel);
@@ -280,7 +280,7 @@ TEST_F(ScreenCaptureToolGLTest, aFreshFrameIsEmptyWithIdentityMatrices) {
   EXPECT_TRUE(frame().getProjectionMatrix().isIdentity());
   EXPECT_THAT(storedViewport(), ElementsAre(0, 0, 0, 0));
   EXPECT_THAT(depthRange(), Pair(0.0f, 0.0f));
-  EXPECT_EQ(frame().getFrameStamp(), 0u);
+  EXPECT_EQ(frame().getFrameStamp(), 0U);
   EXPECT_EQ(tool.getCaptureOp(), nullptr);
   expectSizes(0);
 }
@@ -330,7 +330,7 @@ TEST_F(ScreenCaptureToolGLTest, theFrameStampStaysZeroAfterAnyNumberOfCaptures) 
   for (int i = 0; i < 5; ++i) {
     context->draw();
   }
-  EXPECT_EQ(frame().getFrameStamp(), 0u);
+  EXPECT_EQ(frame().getFrameStamp(), 0U);
 }
 
 // Viewports.

@@ -100,7 +100,9 @@ class BoxCutterPicture : public BoxCutterFixture {
     Region region;
     for (int y = 0; y < kHeight; ++y) {
       for (int x = left; x < right; ++x) {
-        if (isColour(colourAt(x, y))) region.add(x, y);
+        if (isColour(colourAt(x, y))) {
+          region.add(x, y);
+        }
       }
     }
     return region;
@@ -206,7 +208,9 @@ TEST_F(BoxCutterPicture, theRingsKeepTheirSizeRelativeToTheBox) {
       _box = new ExposedBoxCutter(extents, _clip);
       _scene->addChild(_box);
       showOnly(Cutter::CUTTER_ROTATE, 2);
-      if (!isPerspective) useOrthographic();
+      if (!isPerspective) {
+        useOrthographic();
+      }
       lookFromAbove();
       draw();
       const Region ring = find(isBlue);
@@ -392,7 +396,9 @@ class BoxCutterCuts : public BoxCutterPicture {
     BoxCutterPicture::SetUp();
     osg::ref_ptr<osg::Vec3Array> places = new osg::Vec3Array;
     for (int column = -kReach; column <= kReach; ++column) {
-      for (int row = -kReach; row <= kReach; ++row) places->push_back(place(column, row));
+      for (int row = -kReach; row <= kReach; ++row) {
+        places->push_back(place(column, row));
+      }
     }
     const osg::ref_ptr<osg::Geometry> cloud = createUnlit(places, GL_POINTS, osg::Vec4f(1.0f, 1.0f, 0.0f, 1.0f));
     cloud->getOrCreateStateSet()->setAttribute(new osg::Point(3.0f));
@@ -418,13 +424,15 @@ class BoxCutterCuts : public BoxCutterPicture {
   void expectOnlyPointsInsideSeen() {
     _box->setNodeMask(0);
     draw();
-    _box->setNodeMask(~0u);
+    _box->setNodeMask(~0U);
     int seen = 0, absent = 0;
     for (int column = -kReach; column <= kReach; ++column) {
       for (int row = -kReach; row <= kReach; ++row) {
         const osg::Vec3d point(place(column, row));
         const double inside = depthInBox(point);
-        if (std::abs(inside) < 1e-3) continue;
+        if (std::abs(inside) < 1e-3) {
+          continue;
+        }
         const osg::Vec2d at = toWindow(point);
         EXPECT_EQ(isYellow(colourAt(at)), inside > 0.0) << column << ", " << row;
         EXPECT_EQ(depthAt(at) < 1.0f, inside > 0.0) << column << ", " << row;

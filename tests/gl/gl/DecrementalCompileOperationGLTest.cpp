@@ -77,7 +77,9 @@ class DecrementalCompileOperationGLTest : public ::testing::Test {
   }
 
   void TearDown() override {
-    for (const auto& context : _contexts) _operation->removeGraphicsContext(context->get());
+    for (const auto& context : _contexts) {
+      _operation->removeGraphicsContext(context->get());
+    }
     _contexts.clear();
   }
 
@@ -131,7 +133,7 @@ TEST_F(DecrementalCompileOperationGLTest, aNodeThatTheApplicationStillHoldsKeeps
   _operation->add(_group, node);
   _contexts[0]->run();
   flush(0);
-  EXPECT_EQ(_group->getNumChildren(), 0u);
+  EXPECT_EQ(_group->getNumChildren(), 0U);
   EXPECT_TRUE(holds(0, onCard, names));
 }
 
@@ -176,17 +178,25 @@ TEST_F(DecrementalCompileOperationGLTest, aThousandNodesRemovedOnTwoGraphicsThre
     const osg::ref_ptr<osg::Geometry> geometry = drawableNode();
     node->addChild(geometry);
     _group->addChild(node);
-    if (i % 10 == 0) names.push_back(uploadTo(0, *geometry));
+    if (i % 10 == 0) {
+      names.push_back(uploadTo(0, *geometry));
+    }
     _operation->add(_group, node);
     // Both threads finish their run before the next node is added to the group.
-    for (const auto& context : _contexts) context->startRuns(1);
-    for (const auto& context : _contexts) context->call({});
+    for (const auto& context : _contexts) {
+      context->startRuns(1);
+    }
+    for (const auto& context : _contexts) {
+      context->call({});
+    }
   }
   EXPECT_TRUE(_operation->isEmpty());
-  EXPECT_EQ(_group->getNumChildren(), 0u);
+  EXPECT_EQ(_group->getNumChildren(), 0U);
   EXPECT_EQ(Counted::alive(), aliveBefore);
   flush(0);
   int left = 0;
-  for (const Names& name : names) left += holds(0, goneFromCard, name) ? 0 : 1;
+  for (const Names& name : names) {
+    left += holds(0, goneFromCard, name) ? 0 : 1;
+  }
   EXPECT_EQ(left, 0);
 }

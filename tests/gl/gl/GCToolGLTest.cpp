@@ -87,9 +87,9 @@ TEST(GCToolGLTest, queryingTheExtensionsFirstProbesEverythingWithOneContext) {
   besideADriver([] {
     const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install();
     EXPECT_STRNE(GCTool::getGPUExt(), "");
-    EXPECT_EQ(windowing->asked().size(), 1u);
+    EXPECT_EQ(windowing->asked().size(), 1U);
     EXPECT_THAT(answers(), Each(Not(IsEmpty())));
-    EXPECT_EQ(windowing->asked().size(), 1u);
+    EXPECT_EQ(windowing->asked().size(), 1U);
   });
 }
 
@@ -97,7 +97,9 @@ TEST(GCToolGLTest, theTextPointersNeverChange) {
   besideADriver([] {
     std::array<const char*, kGetters.size()> first{};
     std::transform(kGetters.begin(), kGetters.end(), first.begin(), [](const auto getter) { return getter(); });
-    for (std::size_t i = 0; i < first.size(); ++i) EXPECT_EQ(kGetters[i](), first[i]);
+    for (std::size_t i = 0; i < first.size(); ++i) {
+      EXPECT_EQ(kGetters[i](), first[i]);
+    }
   });
 }
 
@@ -106,14 +108,18 @@ TEST(GCToolGLTest, afterTheFirstCallAnyThreadMayQuery) {
     const Six expected = answers();
     std::array<Six, 4> seen;
     onThreads(seen.size(), [&seen](std::size_t i) {
-      for (int k = 0; k < 1000; ++k) seen[i] = answers();
+      for (int k = 0; k < 1000; ++k) {
+        seen[i] = answers();
+      }
     });
     EXPECT_THAT(seen, Each(expected));
   });
 }
 
 TEST(GCToolGLTest, aDisplayThatComesLaterIsNotTried) {
-  if (!displayIsFoundByEnvironment()) GTEST_SKIP() << "the display does not depend on the environment on this system";
+  if (!displayIsFoundByEnvironment()) {
+    GTEST_SKIP() << "the display does not depend on the environment on this system";
+  }
   besideADriver([] {
     const std::string display = std::getenv("DISPLAY");
     setEnvironment("DISPLAY", ":59999");

@@ -53,9 +53,15 @@ __attribute__((visibility("default"))) const GLubyte* glGetString(GLenum name) {
 
 __attribute__((visibility("default"))) void glGetIntegerv(GLenum name, GLint* value) {
   asked().push_back(name);
-  if (*value != 0) *value = 7;
-  if (name == kMaxVertexUniformComponents) *value = 2147483647;
-  if (name == kMaxFragmentUniformComponents) *value = -12;
+  if (*value != 0) {
+    *value = 7;
+  }
+  if (name == kMaxVertexUniformComponents) {
+    *value = 2147483647;
+  }
+  if (name == kMaxFragmentUniformComponents) {
+    *value = -12;
+  }
 }
 }
 

@@ -19,7 +19,9 @@ class NavigationAllocationGLTest : public CapturedManipulatorFixture {
 
   Events dragsOf(int buttons) {
     Events events{makeEvent(Event::PUSH, buttons, 400.0, 300.0)};
-    for (int i = 0; i < 100; ++i) events.push_back(makeEvent(Event::DRAG, buttons, 400.0 + i, 310.0 - i));
+    for (int i = 0; i < 100; ++i) {
+      events.push_back(makeEvent(Event::DRAG, buttons, 400.0 + i, 310.0 - i));
+    }
     events.push_back(makeEvent(Event::RELEASE, 0, 500.0, 200.0));
     return events;
   }
@@ -34,7 +36,9 @@ class NavigationAllocationGLTest : public CapturedManipulatorFixture {
   }
 
   void sendAll(const Events& events) {
-    for (const auto& event : events) send(*event);
+    for (const auto& event : events) {
+      send(*event);
+    }
   }
 
   /// Counts the second pass: the first one fills buffers that are kept.

@@ -120,7 +120,9 @@ TEST_F(SPointCloudManipulatorGLTest, aPressOverAnEmptyViewportPicksAtItsWholePix
     double distance;
   } views[] = {{0, 0, 0, 0, 20.0}, {kWidth + 1, 0, kWidth / 2, 0, 40.0}, {0, kHeight + 1, 0, kHeight / 2, 60.0}};
   paint(0, 0, kWidth, kHeight, depthAtDistance(90.0));
-  for (const auto& view : views) paint(view.x, view.y, 1, 1, depthAtDistance(view.distance));
+  for (const auto& view : views) {
+    paint(view.x, view.y, 1, 1, depthAtDistance(view.distance));
+  }
   draw();
   const osg::Vec3d from = eye();
   for (const auto& view : views) {

@@ -29,7 +29,9 @@ struct ChildProgram::Private {
 ChildProgram::ChildProgram(const std::string& program, const std::vector<std::string>& arguments)
     : _data(std::make_unique<Private>()) {
   std::wstring line = quoted(program);
-  for (const std::string& argument : arguments) line += L" " + quoted(argument);
+  for (const std::string& argument : arguments) {
+    line += L" " + quoted(argument);
+  }
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
   STARTUPINFOW start{};
   start.cb = sizeof start;
@@ -73,8 +75,12 @@ bool ChildProgram::readSome(std::string& output, std::chrono::milliseconds limit
 
 std::optional<int> ChildProgram::status() {
   constexpr int kNeverStarted = 127;
-  if (_data->process == nullptr) return kNeverStarted;
-  if (::WaitForSingleObject(_data->process, 0) == WAIT_TIMEOUT) return std::nullopt;
+  if (_data->process == nullptr) {
+    return kNeverStarted;
+  }
+  if (::WaitForSingleObject(_data->process, 0) == WAIT_TIMEOUT) {
+    return std::nullopt;
+  }
   constexpr DWORD kFault = 0xC0000000;
   DWORD status = 0;
   ::GetExitCodeProcess(_data->process, &status);

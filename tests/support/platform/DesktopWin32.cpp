@@ -61,10 +61,14 @@ void stroke(SHORT letter) {
   const auto key = static_cast<WORD>(letter & 0xFF);
   const bool shifted = (letter & kShift) != 0;
   const DWORD extended = key == VK_HOME || key == VK_DELETE ? KEYEVENTF_EXTENDEDKEY : 0;
-  if (shifted) sendKey(VK_SHIFT, 0);
+  if (shifted) {
+    sendKey(VK_SHIFT, 0);
+  }
   sendKey(key, extended);
   sendKey(key, extended | KEYEVENTF_KEYUP);
-  if (shifted) sendKey(VK_SHIFT, KEYEVENTF_KEYUP);
+  if (shifted) {
+    sendKey(VK_SHIFT, KEYEVENTF_KEYUP);
+  }
 }
 
 SHORT letterOf(const std::string& name) {
@@ -85,7 +89,9 @@ bool holdDisplay() {
 bool RemoteWindow::find(const std::string& title) {
   Search search{std::wstring(title.begin(), title.end()), nullptr};
   ::EnumWindows(lookAtWindow, reinterpret_cast<LPARAM>(&search));
-  if (search.found == nullptr) return false;
+  if (search.found == nullptr) {
+    return false;
+  }
   ::SetForegroundWindow(search.found);
   _window = std::to_string(reinterpret_cast<std::intptr_t>(search.found));
   return true;
@@ -119,11 +125,15 @@ void RemoteWindow::click(int button) {
 
 void RemoteWindow::key(const std::string& names) {
   std::istringstream words(names);
-  for (std::string name; words >> name;) stroke(letterOf(name));
+  for (std::string name; words >> name;) {
+    stroke(letterOf(name));
+  }
 }
 
 void RemoteWindow::type(const std::string& text) {
-  for (const char letter : text) stroke(::VkKeyScanW(static_cast<wchar_t>(letter)));
+  for (const char letter : text) {
+    stroke(::VkKeyScanW(static_cast<wchar_t>(letter)));
+  }
 }
 
 void RemoteWindow::resize(int width, int height) {

@@ -28,7 +28,9 @@ std::vector<ListedView> listedViews(const std::string& path) {
   for (std::string line; std::getline(listing, line);) {
     // start-end rights offset device inode, and after some blanks the path
     const std::size_t place = line.find('/');
-    if (place == std::string::npos || line.substr(place) != path) continue;
+    if (place == std::string::npos || line.substr(place) != path) {
+      continue;
+    }
     std::istringstream fields(line);
     std::uintptr_t end = 0;
     ListedView view;
@@ -94,7 +96,9 @@ std::vector<PathRow> pathsOfEveryKind(const std::string& folder) {
 
 std::string makePipe(const std::string& folder) {
   std::string path = folder + "/pipe";
-  if (::mkfifo(path.c_str(), 0600) != 0) throw std::system_error(errno, std::generic_category(), path);
+  if (::mkfifo(path.c_str(), 0600) != 0) {
+    throw std::system_error(errno, std::generic_category(), path);
+  }
   return path;
 }
 
@@ -103,11 +107,15 @@ WriteProtection::WriteProtection(const std::string& path) : _path(path), _before
   constexpr uid_t kNobody = 65534;
   std::filesystem::permissions(std::filesystem::path(path).parent_path(), std::filesystem::perms(0755));
   std::filesystem::permissions(path, std::filesystem::perms(0444));
-  if (_before == 0 && ::seteuid(kNobody) != 0) throw std::system_error(errno, std::generic_category(), path);
+  if (_before == 0 && ::seteuid(kNobody) != 0) {
+    throw std::system_error(errno, std::generic_category(), path);
+  }
 }
 
 WriteProtection::~WriteProtection() {
-  if (_before == 0 && ::seteuid(0) != 0) std::abort();
+  if (_before == 0 && ::seteuid(0) != 0) {
+    std::abort();
+  }
 }
 
 FileSizeLimit::FileSizeLimit(std::uint64_t bytes) {
@@ -135,7 +143,9 @@ LossyView::LossyView(const std::string& path) : _path(path), _bytes(std::filesys
   const int descriptor = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
   void* const start = ::mmap(nullptr, _bytes, PROT_READ, MAP_SHARED, descriptor, 0);
   ::close(descriptor);
-  if (start == MAP_FAILED) throw std::system_error(errno, std::generic_category(), path);
+  if (start == MAP_FAILED) {
+    throw std::system_error(errno, std::generic_category(), path);
+  }
   _start = static_cast<unsigned char*>(start);
 }
 
@@ -165,7 +175,9 @@ std::filesystem::path toPath(const std::string& inUsersEncoding) {
 
 std::string gbk(const std::string& utf8) {
   const iconv_t conversion = ::iconv_open("GBK", "UTF-8");
-  if (conversion == reinterpret_cast<iconv_t>(-1)) throw std::runtime_error("the system has no conversion to GBK");
+  if (conversion == reinterpret_cast<iconv_t>(-1)) {
+    throw std::runtime_error("the system has no conversion to GBK");
+  }
   std::string source = utf8;
   std::string result(2 * utf8.size(), '\0');
   char* from = source.data();
@@ -174,7 +186,9 @@ std::string gbk(const std::string& utf8) {
   std::size_t toLeft = result.size();
   const std::size_t outcome = ::iconv(conversion, &from, &fromLeft, &to, &toLeft);
   ::iconv_close(conversion);
-  if (outcome != 0 || fromLeft != 0) throw std::runtime_error("the text has no form in GBK");
+  if (outcome != 0 || fromLeft != 0) {
+    throw std::runtime_error("the text has no form in GBK");
+  }
   result.resize(result.size() - toLeft);
   return result;
 }

@@ -83,7 +83,9 @@ std::wstring nameOfHandle(HANDLE handle) {
 // On some systems the name of a mapping's handle is that of its file.
 bool isMapping(HANDLE handle) {
   void* const view = ::MapViewOfFile(handle, FILE_MAP_READ, 0, 0, 1);
-  if (view != nullptr) ::UnmapViewOfFile(view);
+  if (view != nullptr) {
+    ::UnmapViewOfFile(view);
+  }
   return view != nullptr;
 }
 
@@ -95,7 +97,9 @@ void forEachHandle(const Use& use) {
   constexpr std::intptr_t kGreatest = 0x2000;
   for (std::intptr_t value = kStep; value <= kGreatest; value += kStep) {
     DWORD flags = 0;
-    if (::GetHandleInformation(handleOf(value), &flags) != 0) use(value);
+    if (::GetHandleInformation(handleOf(value), &flags) != 0) {
+      use(value);
+    }
   }
 }
 
@@ -120,7 +124,9 @@ std::vector<ListedView> listedViews(const std::string& path) {
   for (const char* next = nullptr; ::VirtualQuery(next, &region, sizeof region) != 0;) {
     const auto start = reinterpret_cast<std::uintptr_t>(region.AllocationBase);
     if (region.State == MEM_COMMIT && region.Type == MEM_MAPPED && endsWith(nameOfViewAt(region.BaseAddress), place)) {
-      if (views.empty() || views.back().start != start) views.push_back({start, 0});
+      if (views.empty() || views.back().start != start) {
+        views.push_back({start, 0});
+      }
       views.back().bytes += region.RegionSize;
     }
     next = static_cast<const char*>(region.BaseAddress) + region.RegionSize;
@@ -207,7 +213,9 @@ std::string makePipe(const std::string& /*folder*/) {
 WriteProtection::WriteProtection(const std::string& path) : _path(path) {
   const HANDLE file = ::CreateFileW(toPath(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) throw std::runtime_error("cannot open " + path);
+  if (file == INVALID_HANDLE_VALUE) {
+    throw std::runtime_error("cannot open " + path);
+  }
   _before = reinterpret_cast<std::intptr_t>(file);
 }
 
@@ -230,7 +238,9 @@ LossyView::LossyView(const std::string& path) : _path(path), _bytes(std::filesys
   _start = static_cast<unsigned char*>(::MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0));
   ::CloseHandle(mapping);
   ::CloseHandle(file);
-  if (_start == nullptr) throw std::runtime_error("cannot map " + path);
+  if (_start == nullptr) {
+    throw std::runtime_error("cannot map " + path);
+  }
 }
 
 LossyView::~LossyView() {
@@ -266,14 +276,18 @@ std::filesystem::path toPath(const std::string& inUsersEncoding) {
 std::string gbk(const std::string& utf8) {
   constexpr UINT kGbk = 936;
   const std::optional<std::string> text = encoded(widened(utf8, CP_UTF8), kGbk);
-  if (!text) throw std::runtime_error("the text has no form in GBK");
+  if (!text) {
+    throw std::runtime_error("the text has no form in GBK");
+  }
   return *text;
 }
 
 std::string withNativeLineEnds(const std::string& text) {
   std::string ended;
   for (const char letter : text) {
-    if (letter == '\n') ended += '\r';
+    if (letter == '\n') {
+      ended += '\r';
+    }
     ended += letter;
   }
   return ended;

@@ -14,14 +14,14 @@ TEST(CaptureViewport, truncatesEveryNumberTowardZero) {
   EXPECT_EQ(viewport->y, 3);
   EXPECT_EQ(viewport->width, 640);
   EXPECT_EQ(viewport->height, 480);
-  EXPECT_EQ(viewport->pixelCount(), 307200u);
+  EXPECT_EQ(viewport->pixelCount(), 307200U);
 }
 
 TEST(CaptureViewport, sidesBelowOnePixelAreEmptyAndValid) {
   const auto viewport = captureViewport(0.0, 0.0, -0.9, 0.9);
   ASSERT_TRUE(viewport.has_value());
   EXPECT_EQ(viewport->width, 0);
-  EXPECT_EQ(viewport->pixelCount(), 0u);
+  EXPECT_EQ(viewport->pixelCount(), 0U);
 }
 
 TEST(CaptureViewport, aNegativeSideIsRefusedEvenWhenTheProductIsPositive) {

@@ -166,7 +166,7 @@ TEST(DepthRange, agreesWithThePlainLoopWhereDepthsKeepFallingBetweenBackgroundAn
   Generator generator(13);
   for (const std::size_t length : kLengths) {
     for (const float filler : {1.0f, kNaN}) {
-      for (const std::size_t period : {2u, 3u, 8u, 61u}) {
+      for (const std::size_t period : {2U, 3U, 8U, 61U}) {
         Depths depths(length);
         for (std::size_t i = 0; i < length; ++i) {
           depths[i] = i % period == 0 ? filler : 0.999f - static_cast<float>(i) * 0.99f / static_cast<float>(length);
@@ -196,7 +196,7 @@ TEST(DepthRange, agreesWithThePlainLoopWhereverTheMinimumAndTheLastRiseStand) {
 }
 
 TEST(DepthRange, theSignOfTheFirstZeroCountsInAnyBlock) {
-  for (const std::size_t place : {0u, 63u, 64u, 5000u, 131071u, 199998u}) {
+  for (const std::size_t place : {0U, 63U, 64U, 5000U, 131071U, 199998U}) {
     for (const float first : {0.0f, -0.0f}) {
       Depths depths(200000, 0.5f);
       depths[place] = first;

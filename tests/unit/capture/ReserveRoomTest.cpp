@@ -9,7 +9,7 @@ using QuorOsgUtils::reserveRoom;
 TEST(ReserveRoom, reservesRoomAndKeepsTheValues) {
   std::vector<float> values{0.25f, 0.5f};
   EXPECT_TRUE(reserveRoom(values, 100));
-  EXPECT_GE(values.capacity(), 100u);
+  EXPECT_GE(values.capacity(), 100U);
   EXPECT_EQ(values, (std::vector<float>{0.25f, 0.5f}));
 }
 

@@ -61,7 +61,9 @@ TEST_P(BoxCutterAxisDragsFrom, aDragOutAndBackReturnsToTheStart) {
     const std::vector<osg::Vec3d> before = cornersInWorld();
     const osg::Vec2d from = toWindow(shaftInWorld(axis));
     ASSERT_TRUE(push(from));
-    for (const double distance : {1.0, 3.0, -2.0}) EXPECT_TRUE(drag(along(axis, distance)));
+    for (const double distance : {1.0, 3.0, -2.0}) {
+      EXPECT_TRUE(drag(along(axis, distance)));
+    }
     EXPECT_TRUE(drag(from));
     expectCornersMoved(before, osg::Matrixd(), 1e-9);
     EXPECT_TRUE(release(from));
@@ -74,17 +76,19 @@ INSTANTIATE_TEST_SUITE_P(Outlooks, BoxCutterAxisDragsFrom, outlooks(), outlookNa
 TEST_F(BoxCutterAxisDrags, thePlanesMoveByExactlyTheDraggedDistanceAtEveryMove) {
   expectFollows(0, 0.5);
   const std::vector<osg::Plane> before = planesInClipNode();
-  ASSERT_EQ(before.size(), 6u);
+  ASSERT_EQ(before.size(), 6U);
   const osg::Vec2d from = toWindow(shaftInWorld(0));
   const std::vector<osg::Vec2d> places = {along(0, 0.4), along(0, 2.0), along(0, -1.0)};
   std::vector<osg::Vec3d> motions;
   motions.reserve(places.size());
-  for (const osg::Vec2d& place : places) motions.push_back(dragged(0, from, place));
+  for (const osg::Vec2d& place : places) {
+    motions.push_back(dragged(0, from, place));
+  }
   ASSERT_TRUE(push(from));
   for (std::size_t move = 0; move < places.size(); ++move) {
     EXPECT_TRUE(drag(places[move]));
     const std::vector<osg::Plane> now = planesInClipNode();
-    ASSERT_EQ(now.size(), 6u);
+    ASSERT_EQ(now.size(), 6U);
     for (std::size_t i = 0; i < 6; ++i) {
       const osg::Vec3d normal(before[i][0], before[i][1], before[i][2]);
       const osg::Vec4d moved(0.0, 0.0, 0.0, -(normal * motions[move]));
@@ -128,26 +132,38 @@ TEST_F(BoxCutterAxisDrags, belowATransformOfTheApplicationTheBoxFollowsInTheWorl
   putBelow(*new osg::MatrixTransform(matrix), matrix);
   placeBox();
   lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
-  for (std::size_t axis = 0; axis < 3; ++axis) expectFollows(axis, 1.75);
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    expectFollows(axis, 1.75);
+  }
 }
 
 TEST_F(BoxCutterAxisDrags, atTheCoordinatesOfASurveyTheBoxFollowsToAMillimetre) {
   const osg::Matrixd matrix = osg::Matrixd::translate(687000.0, 5337000.0, 510.0);
   putBelow(*new osg::MatrixTransform(matrix), matrix);
   for (const bool isPerspective : {true, false}) {
-    if (!isPerspective) useOrthographic();
+    if (!isPerspective) {
+      useOrthographic();
+    }
     lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
-    for (std::size_t axis = 0; axis < 3; ++axis) expectFollows(axis, 1.75, 1e-3);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      expectFollows(axis, 1.75, 1e-3);
+    }
   }
 }
 
 TEST_F(BoxCutterAxisDrags, belowAnotherCameraThePointerIsProjectedByThatCamera) {
   putBelowNestedCamera();
   for (const bool isPerspective : {true, false}) {
-    if (isPerspective) usePerspective(45.0);
-    if (!isPerspective) useOrthographic(20.0);
+    if (isPerspective) {
+      usePerspective(45.0);
+    }
+    if (!isPerspective) {
+      useOrthographic(20.0);
+    }
     lookAtBoxFrom(osg::Vec3d(-15.0, -11.0, 7.0));
-    for (std::size_t axis = 0; axis < 3; ++axis) expectFollows(axis, 1.75);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      expectFollows(axis, 1.75);
+    }
   }
 }
 
@@ -188,7 +204,7 @@ TEST_F(BoxCutterAxisDrags, aPressThatCannotBeProjectedIsHandledButStartsNoDrag) 
   EXPECT_TRUE(drag(from + osg::Vec2d(30.0, 20.0)));
   EXPECT_EQ(_viewer->redraws, 0);
   EXPECT_EQ(_box->getMatrix(), before);
-  EXPECT_EQ(planesInClipNode().size(), 0u);
+  EXPECT_EQ(planesInClipNode().size(), 0U);
   EXPECT_TRUE(release(from));
   EXPECT_EQ(_box->getMatrix(), before);
 }
@@ -224,7 +240,9 @@ TEST_F(BoxCutterAxisDrags, theFirstAxisOnThePathIsGrabbed) {
       pointer.addIntersection({_box, _box->_axes[later].transform, _box->_axes[first].transform}, osg::Vec3d());
       pointer.setCamera(_camera);
       EXPECT_TRUE(handleAt(pointer, Event::PUSH, osg::Vec2d(420.0, 310.0)));
-      for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(axisLineWidth(i), i == first ? 8.0f : 4.0f);
+      for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(axisLineWidth(i), i == first ? 8.0f : 4.0f);
+      }
       EXPECT_FALSE(handleAt(pointer, Event::MOVE, osg::Vec2d(420.0, 310.0)));
       EXPECT_TRUE(handleAt(pointer, Event::RELEASE, osg::Vec2d(420.0, 310.0)));
       EXPECT_EQ(axisLineWidth(first), 4.0f);

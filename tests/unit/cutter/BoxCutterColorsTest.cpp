@@ -53,8 +53,9 @@ class BoxCutterColorsTest : public ExposedBoxTest {
 TEST_F(BoxCutterColorsTest, anAxisColourReachesConesHeadShaftAndRingOfItsAxisOnly) {
   for (std::size_t number = 0; number < 3; ++number) {
     ((*_cutter).*kAxisSetters[number])(_pink);
-    for (std::size_t other = 0; other < 3; ++other)
+    for (std::size_t other = 0; other < 3; ++other) {
       expectAxisColor(other, other == number ? _pink : kAxisColors[other]);
+    }
     expectBoxColor(kOutlineColor);
     expectPickVolumesAsBuilt();
     ((*_cutter).*kAxisSetters[number])(kAxisColors[number]);
@@ -64,7 +65,9 @@ TEST_F(BoxCutterColorsTest, anAxisColourReachesConesHeadShaftAndRingOfItsAxisOnl
 TEST_F(BoxCutterColorsTest, theBoxColourReachesTheOutlineOnly) {
   _cutter->setBoxColor(_pink);
   expectBoxColor(_pink);
-  for (std::size_t number = 0; number < 3; ++number) expectAxisColor(number, kAxisColors[number]);
+  for (std::size_t number = 0; number < 3; ++number) {
+    expectAxisColor(number, kAxisColors[number]);
+  }
   expectOverallColor(disc(), kDiscColor);
   expectPickVolumesAsBuilt();
 }
@@ -75,10 +78,16 @@ TEST_F(BoxCutterColorsTest, everyColourArrayThatIsWrittenIsMarkedDirty) {
       _cutter->_axes[0].shaft, _cutter->_axes[1].shaft, _cutter->_axes[2].shaft,
       _cutter->_rings[0].ring, _cutter->_rings[1].ring, _cutter->_rings[2].ring};
   std::vector<unsigned int> before;
-  for (const osg::Geometry* geometry : geometries) before.push_back(modifications(*geometry));
+  for (const osg::Geometry* geometry : geometries) {
+    before.push_back(modifications(*geometry));
+  }
   _cutter->setBoxColor(_pink);
-  for (const Setter setter : kAxisSetters) ((*_cutter).*setter)(_pink);
-  for (std::size_t i = 0; i < geometries.size(); ++i) EXPECT_GT(modifications(*geometries[i]), before[i]) << i;
+  for (const Setter setter : kAxisSetters) {
+    ((*_cutter).*setter)(_pink);
+  }
+  for (std::size_t i = 0; i < geometries.size(); ++i) {
+    EXPECT_GT(modifications(*geometries[i]), before[i]) << i;
+  }
 }
 
 TEST_F(BoxCutterColorsTest, colouringKeepsTheArrays) {

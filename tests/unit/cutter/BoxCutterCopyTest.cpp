@@ -28,7 +28,7 @@ class BoxCutterCopyTest : public ExposedBoxTest {
     _cutter->_prevRotation.set(1.0, 0.0, 0.0, 0.0);
     _cutter->_startLocalToWorld.makeTranslate(1.0, 1.0, 1.0);
     _cutter->_startWorldToLocal.makeTranslate(-1.0, -1.0, -1.0);
-    _cutter->_intersectionMask = 0xffu;
+    _cutter->_intersectionMask = 0xffU;
     _cutter->_pointer._pixelSize = 0.125;
     _cutter->_pointer.addIntersection({_cutter.get()}, osg::Vec3d(1.0, 1.0, 1.0));
     _cutter->_screenScale = 200.0;
@@ -36,9 +36,11 @@ class BoxCutterCopyTest : public ExposedBoxTest {
 
   void expectSharedNodes(const ExposedBoxCutter& copy) const {
     const ExposedBoxCutter& source = *_cutter;
-    ASSERT_EQ(copy.getNumChildren(), 5u);
-    ASSERT_EQ(source.getNumChildren(), 5u);
-    for (unsigned int i = 0; i < 5; ++i) EXPECT_EQ(copy.getChild(i), source.getChild(i)) << i;
+    ASSERT_EQ(copy.getNumChildren(), 5U);
+    ASSERT_EQ(source.getNumChildren(), 5U);
+    for (unsigned int i = 0; i < 5; ++i) {
+      EXPECT_EQ(copy.getChild(i), source.getChild(i)) << i;
+    }
     EXPECT_EQ(copy._topOutline, source._topOutline);
     EXPECT_EQ(copy._bottomOutline, source._bottomOutline);
     EXPECT_EQ(copy._verticalEdges, source._verticalEdges);
@@ -91,11 +93,11 @@ class BoxCutterCopyTest : public ExposedBoxTest {
     EXPECT_EQ(copy._prevRotation, osg::Quat(1.0, 0.0, 0.0, 0.0));
     EXPECT_EQ(copy._startLocalToWorld, osg::Matrixd::translate(1.0, 1.0, 1.0));
     EXPECT_EQ(copy._startWorldToLocal, osg::Matrixd::translate(-1.0, -1.0, -1.0));
-    EXPECT_EQ(copy._intersectionMask, 0xffu);
+    EXPECT_EQ(copy._intersectionMask, 0xffU);
     EXPECT_EQ(copy._pointer._pixelSize, 0.125);
-    ASSERT_EQ(copy._pointer._hitList.size(), 1u);
+    ASSERT_EQ(copy._pointer._hitList.size(), 1U);
     EXPECT_EQ(&*copy._pointer._hitIter, &copy._pointer._hitList.front());
-    EXPECT_EQ(copy._clipPlanes.size(), 6u);
+    EXPECT_EQ(copy._clipPlanes.size(), 6U);
     EXPECT_EQ(copy._screenScale, 200.0);
   }
 };
@@ -130,7 +132,7 @@ TEST_F(BoxCutterCopyTest, movingTakesTheFieldsOverAndLeavesASourceThatStillWorks
   _cutter->setType(Cutter::CUTTER_ROTATE, 7);
   _cutter->setXColor(osg::Vec4f(1.0f, 1.0f, 1.0f, 1.0f));
   _cutter->applyClipPlane();
-  EXPECT_EQ(_cutter->getAllClipPlane().size(), 6u);
+  EXPECT_EQ(_cutter->getAllClipPlane().size(), 6U);
 }
 
 }  // namespace

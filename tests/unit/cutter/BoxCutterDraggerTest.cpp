@@ -14,7 +14,7 @@ using namespace QuorTests;
 using Cutter = QuorOsgUtils::BoxCutterDragger;
 using osg::StateAttribute;
 
-constexpr osg::Node::NodeMask kShown = 0xffffffffu;
+constexpr osg::Node::NodeMask kShown = 0xffffffffU;
 
 class BoxCutterDraggerTest : public ExposedBoxTest {
  protected:
@@ -57,7 +57,9 @@ TEST_F(BoxCutterDraggerTest, typesAreNumberedRotateTranslateScale) {
 TEST_F(BoxCutterDraggerTest, startsInTheConesModeWithAllOfThemHidden) {
   EXPECT_EQ(_cutter->_type, Cutter::CUTTER_SCALE);
   EXPECT_EQ(switches(), (std::array<bool, 3>{false, false, true}));
-  for (const auto& face : _cutter->_faces) EXPECT_EQ(face.transform->getNodeMask(), 0u);
+  for (const auto& face : _cutter->_faces) {
+    EXPECT_EQ(face.transform->getNodeMask(), 0U);
+  }
 }
 
 TEST_F(BoxCutterDraggerTest, startsIdleWithItsBoxAndItsLeastSize) {
@@ -68,7 +70,7 @@ TEST_F(BoxCutterDraggerTest, startsIdleWithItsBoxAndItsLeastSize) {
   EXPECT_EQ(_cutter->_box._max, osg::Vec3f(7.0f, 14.0f, 26.0f));
   EXPECT_EQ(_cutter->_clipNode, _clip);
   EXPECT_TRUE(_cutter->getMatrix().isIdentity());
-  EXPECT_EQ(_cutter->_intersectionMask, 0xffffffffu);
+  EXPECT_EQ(_cutter->_intersectionMask, 0xffffffffU);
   EXPECT_EQ(_cutter->_screenScale, 100.0);
   EXPECT_TRUE(_cutter->_clipPlanes.empty());
 }
@@ -119,7 +121,7 @@ struct OpenTransformCallback : osgManipulator::DraggerTransformCallback {
 TEST_F(BoxCutterDraggerTest, itsTransformCallbackGivesItselfEveryMotion) {
   osgManipulator::DraggerTransformCallback& callback = *_cutter->_transformCallback;
   EXPECT_EQ(callback.getTransform(), _cutter.get());
-  EXPECT_EQ(callback.*(&OpenTransformCallback::_handleCommandMask), 0x8ffffffu);
+  EXPECT_EQ(callback.*(&OpenTransformCallback::_handleCommandMask), 0x8ffffffU);
 }
 
 TEST_F(BoxCutterDraggerTest, itsStateProtectsDepthTestLightingAndRescaling) {
@@ -170,16 +172,18 @@ TEST_F(BoxCutterDraggerTest, ringsAreDrawnBeforeTheSceneAndTheOtherHandlesAfterI
 }
 
 TEST_F(BoxCutterDraggerTest, everyMaskShowsTheHandlesOfItsAxesInItsModeAndTouchesNoOtherMode) {
-  constexpr osg::Node::NodeMask kUntouched = 0x1234u;
+  constexpr osg::Node::NodeMask kUntouched = 0x1234U;
   for (const Cutter::CutterType type : kTypes) {
     for (int mask = 0; mask < 8; ++mask) {
       for (const Cutter::CutterType mode : kTypes) {
-        for (const auto& [node, bit] : handlesOf(mode)) node->setNodeMask(kUntouched);
+        for (const auto& [node, bit] : handlesOf(mode)) {
+          node->setNodeMask(kUntouched);
+        }
       }
       _cutter->setType(type, mask);
       for (const Cutter::CutterType mode : kTypes) {
         for (const auto& [node, bit] : handlesOf(mode)) {
-          const osg::Node::NodeMask expected = mode != type ? kUntouched : (mask & bit) != 0 ? kShown : 0u;
+          const osg::Node::NodeMask expected = mode != type ? kUntouched : (mask & bit) != 0 ? kShown : 0U;
           EXPECT_EQ(node->getNodeMask(), expected) << "type " << type << ", mask " << mask << ", bit " << bit;
         }
       }
@@ -191,14 +195,18 @@ TEST_F(BoxCutterDraggerTest, bitsOfTheMaskBeyondTheThreeAxesMeanNothing) {
   for (const auto& [mask, isShown] : {std::pair(8, false), std::pair(~7, false), std::pair(-1, true)}) {
     for (const Cutter::CutterType type : kTypes) {
       _cutter->setType(type, mask);
-      for (const auto& [node, bit] : handlesOf(type)) EXPECT_EQ(node->getNodeMask(), isShown ? kShown : 0u);
+      for (const auto& [node, bit] : handlesOf(type)) {
+        EXPECT_EQ(node->getNodeMask(), isShown ? kShown : 0U);
+      }
     }
   }
 }
 
 TEST_F(BoxCutterDraggerTest, axesAndRingsOfAFreshBoxAreHiddenBySwitchesOnly) {
   for (const Cutter::CutterType type : {Cutter::CUTTER_ROTATE, Cutter::CUTTER_TRANSLATE}) {
-    for (const auto& [node, bit] : handlesOf(type)) EXPECT_EQ(node->getNodeMask(), kShown);
+    for (const auto& [node, bit] : handlesOf(type)) {
+      EXPECT_EQ(node->getNodeMask(), kShown);
+    }
   }
 }
 
@@ -211,9 +219,11 @@ TEST_F(BoxCutterDraggerTest, aTypeThatIsNoneOfTheThreeIsStoredAndChangesNothingE
     EXPECT_EQ(switches(), before);
     EXPECT_EQ(_cutter->getStateSet()->getBinNumber(), -100);
     for (const auto& [node, bit] : handlesOf(Cutter::CUTTER_ROTATE)) {
-      EXPECT_EQ(node->getNodeMask(), bit == 2 ? 0u : kShown);
+      EXPECT_EQ(node->getNodeMask(), bit == 2 ? 0U : kShown);
     }
-    for (const auto& [node, bit] : handlesOf(Cutter::CUTTER_SCALE)) EXPECT_EQ(node->getNodeMask(), 0u);
+    for (const auto& [node, bit] : handlesOf(Cutter::CUTTER_SCALE)) {
+      EXPECT_EQ(node->getNodeMask(), 0U);
+    }
   }
 }
 
@@ -241,13 +251,13 @@ TEST_F(BoxCutterDraggerTest, enablingEventsRepeatedlyCountsOnce) {
     _cutter->setHandleEvents(true);
     _cutter->setHandleEvents(true);
     EXPECT_TRUE(_cutter->_handleEvents);
-    EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 1u);
-    EXPECT_EQ(root->getNumChildrenRequiringEventTraversal(), 1u);
+    EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 1U);
+    EXPECT_EQ(root->getNumChildrenRequiringEventTraversal(), 1U);
     _cutter->setHandleEvents(false);
     _cutter->setHandleEvents(false);
     EXPECT_FALSE(_cutter->_handleEvents);
-    EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 0u);
-    EXPECT_EQ(root->getNumChildrenRequiringEventTraversal(), 0u);
+    EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 0U);
+    EXPECT_EQ(root->getNumChildrenRequiringEventTraversal(), 0U);
   }
 }
 
@@ -256,7 +266,7 @@ TEST_F(BoxCutterDraggerTest, turningEventsOffLeavesACountOfZeroAlone) {
   _cutter->setNumChildrenRequiringEventTraversal(0);
   _cutter->setHandleEvents(false);
   EXPECT_FALSE(_cutter->_handleEvents);
-  EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 0u);
+  EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 0U);
 }
 
 TEST_F(BoxCutterDraggerTest, thePathOfANodeWithoutParentsIsTheNode) {

@@ -85,7 +85,7 @@ TEST_F(BoxCutterDrags, ofTwoHandlesTheNearerOneIsGrabbed) {
 
 TEST_F(BoxCutterDrags, onlyTheNearestHitOfTheBoxIsKept) {
   ASSERT_TRUE(push(cone()));
-  ASSERT_EQ(_box->_pointer._hitList.size(), 1u);
+  ASSERT_EQ(_box->_pointer._hitList.size(), 1U);
   const osg::NodePath& path = _box->_pointer._hitList.front().first;
   EXPECT_NE(std::find(path.begin(), path.end(), _box.get()), path.end());
   EXPECT_TRUE(_box->_pointer.contains(_box->_faces[kRightFace].transform));
@@ -157,7 +157,9 @@ TEST_F(BoxCutterDrags, aDragWithAnotherButtonHeldTooIsLeftToOthers) {
 
 TEST_F(BoxCutterDrags, theReleaseOfAnotherButtonEndsNothing) {
   ASSERT_TRUE(push(cone()));
-  for (const int button : {kMiddle, kRight}) EXPECT_FALSE(sendAs(Event::RELEASE, button, kLeft, beyond()));
+  for (const int button : {kMiddle, kRight}) {
+    EXPECT_FALSE(sendAs(Event::RELEASE, button, kLeft, beyond()));
+  }
   expectDragGoesOn();
 }
 
@@ -317,7 +319,9 @@ class Witness : public osgGA::GUIEventHandler {
  public:
   using osgGA::GUIEventHandler::handle;
   bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter&) override {
-    if (ea.getEventType() != osgGA::GUIEventAdapter::FRAME) handled.push_back(ea.getHandled());
+    if (ea.getEventType() != osgGA::GUIEventAdapter::FRAME) {
+      handled.push_back(ea.getHandled());
+    }
     return false;
   }
 

@@ -77,8 +77,8 @@ TEST_P(BoxCutterFaceDragsFrom, aFaceDraggedPastTheOppositeOneStopsAtHalfAUnitAnd
     const osg::Vec2d beyond = outOf(face, -7.0);
     ASSERT_TRUE(push(from));
     EXPECT_TRUE(drag(beyond));
-    expectOnlyChanged(face, before, before[face ^ 1u] + (kFaceNames[face].upper ? 0.5 : -0.5));
-    EXPECT_EQ(std::abs(extents()[face] - extents()[face ^ 1u]), 0.5f);
+    expectOnlyChanged(face, before, before[face ^ 1U] + (kFaceNames[face].upper ? 0.5 : -0.5));
+    EXPECT_EQ(std::abs(extents()[face] - extents()[face ^ 1U]), 0.5f);
     expectPlanesFitBox();
     EXPECT_TRUE(drag(from));
     EXPECT_EQ(extents(), before);
@@ -112,8 +112,8 @@ TEST_F(BoxCutterFaceDrags, aFacesDragMovesItsPlaneByTheDistanceAndNoOther) {
   const double dragged = draggedOutwards(kTopFace, from, to);
   dragFromTo(from, to);
   const std::vector<osg::Plane> after = planesInClipNode();
-  ASSERT_EQ(before.size(), 6u);
-  ASSERT_EQ(after.size(), 6u);
+  ASSERT_EQ(before.size(), 6U);
+  ASSERT_EQ(after.size(), 6U);
   constexpr std::size_t kTopPlane = 4;
   for (std::size_t i = 0; i < 6; ++i) {
     const double moved = i == kTopPlane ? dragged : 0.0;
@@ -144,26 +144,38 @@ TEST_F(BoxCutterFaceDrags, belowATransformOfTheApplicationTheFacesFollowInTheWor
   putBelow(*new osg::MatrixTransform(matrix), matrix);
   placeBox();
   lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
-  for (std::size_t face = 0; face < 6; ++face) expectFollows(face, 0.75);
+  for (std::size_t face = 0; face < 6; ++face) {
+    expectFollows(face, 0.75);
+  }
 }
 
 TEST_F(BoxCutterFaceDrags, atTheCoordinatesOfASurveyTheFacesFollowToAMillimetre) {
   const osg::Matrixd matrix = osg::Matrixd::translate(687000.0, 5337000.0, 510.0);
   putBelow(*new osg::MatrixTransform(matrix), matrix);
   for (const bool isPerspective : {true, false}) {
-    if (!isPerspective) useOrthographic();
+    if (!isPerspective) {
+      useOrthographic();
+    }
     lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
-    for (std::size_t face = 0; face < 6; ++face) expectFollows(face, 0.75, 1e-3);
+    for (std::size_t face = 0; face < 6; ++face) {
+      expectFollows(face, 0.75, 1e-3);
+    }
   }
 }
 
 TEST_F(BoxCutterFaceDrags, belowAnotherCameraThePointerIsProjectedByThatCamera) {
   putBelowNestedCamera();
   for (const bool isPerspective : {true, false}) {
-    if (isPerspective) usePerspective(45.0);
-    if (!isPerspective) useOrthographic(20.0);
+    if (isPerspective) {
+      usePerspective(45.0);
+    }
+    if (!isPerspective) {
+      useOrthographic(20.0);
+    }
     lookAtBoxFrom(osg::Vec3d(-15.0, -11.0, 7.0));
-    for (std::size_t face = 0; face < 6; ++face) expectFollows(face, 0.75);
+    for (std::size_t face = 0; face < 6; ++face) {
+      expectFollows(face, 0.75);
+    }
   }
 }
 
@@ -287,7 +299,9 @@ TEST_F(BoxCutterFaceDrags, theFirstFaceOnThePathIsGrabbed) {
       EXPECT_TRUE(handleAt(pointer, Event::PUSH, from));
       _box->_draggerActive = true;
       EXPECT_TRUE(handleAt(pointer, Event::DRAG, outOf(first, 0.5)));
-      for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(extents()[i] != before[i], i == first) << i;
+      for (std::size_t i = 0; i < 6; ++i) {
+        EXPECT_EQ(extents()[i] != before[i], i == first) << i;
+      }
       _box->_draggerActive = false;
       EXPECT_FALSE(handleAt(pointer, Event::DRAG, outOf(first, 1.5)));
       EXPECT_FALSE(handleAt(pointer, Event::MOVE, outOf(first, 1.5)));

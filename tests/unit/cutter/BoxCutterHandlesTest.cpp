@@ -53,11 +53,13 @@ float lineWidthOf(const osg::Node& node) {
 void expectVertices(const osg::Geometry& geometry, const std::vector<osg::Vec3f>& expected) {
   const auto& vertices = dynamic_cast<const osg::Vec3Array&>(*geometry.getVertexArray());
   ASSERT_EQ(vertices.size(), expected.size());
-  for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(vertices[i], expected[i]) << i;
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_EQ(vertices[i], expected[i]) << i;
+  }
 }
 
 void expectOneArray(const osg::Geometry& geometry, GLenum mode, int count) {
-  ASSERT_EQ(geometry.getNumPrimitiveSets(), 1u);
+  ASSERT_EQ(geometry.getNumPrimitiveSets(), 1U);
   const auto& primitives = dynamic_cast<const osg::DrawArrays&>(*geometry.getPrimitiveSet(0));
   EXPECT_EQ(primitives.getMode(), mode);
   EXPECT_EQ(primitives.getFirst(), 0);
@@ -95,23 +97,25 @@ std::vector<osg::Drawable*> BoxCutterHandlesTest::hitsBelow(const osg::Node& nod
   _cutter->accept(visitor);
   std::vector<osg::Drawable*> drawables;
   for (const osgUtil::LineSegmentIntersector::Intersection& hit : ray->getIntersections()) {
-    if (std::count(hit.nodePath.begin(), hit.nodePath.end(), &node) != 0) drawables.push_back(hit.drawable);
+    if (std::count(hit.nodePath.begin(), hit.nodePath.end(), &node) != 0) {
+      drawables.push_back(hit.drawable);
+    }
   }
   return drawables;
 }
 
 TEST_F(BoxCutterHandlesTest, aBoxHoldsConesArrowsRingsOutlineAndLightInThisOrder) {
-  ASSERT_EQ(_cutter->getNumChildren(), 5u);
+  ASSERT_EQ(_cutter->getNumChildren(), 5U);
   EXPECT_EQ(&childOf<osg::Switch>(*_cutter, 0), _cutter->_scaleSwitch);
   EXPECT_EQ(&childOf<osg::Switch>(*_cutter, 1), _cutter->_translateSwitch);
   EXPECT_EQ(&childOf<osg::Switch>(*_cutter, 2), _cutter->_rotateSwitch);
-  EXPECT_EQ(outline().getNumChildren(), 3u);
+  EXPECT_EQ(outline().getNumChildren(), 3U);
   EXPECT_NE(dynamic_cast<osg::LightSource*>(_cutter->getChild(4)), nullptr);
 }
 
 TEST_F(BoxCutterHandlesTest, nothingOfItForcesContinuousDrawingOrRequestsEvents) {
-  EXPECT_EQ(_cutter->getNumChildrenRequiringUpdateTraversal(), 0u);
-  EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 0u);
+  EXPECT_EQ(_cutter->getNumChildrenRequiringUpdateTraversal(), 0U);
+  EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 0U);
   EXPECT_EQ(_cutter->getUpdateCallback(), nullptr);
 }
 
@@ -150,11 +154,11 @@ TEST_F(BoxCutterHandlesTest, theSwitchOfTheConesIsLitAndTestsDepth) {
 }
 
 TEST_F(BoxCutterHandlesTest, theConesHangBelowTheBoxsCentreInTheMiddlesOfTheirFaces) {
-  ASSERT_EQ(_cutter->_scaleSwitch->getNumChildren(), 1u);
+  ASSERT_EQ(_cutter->_scaleSwitch->getNumChildren(), 1U);
   osg::MatrixTransform& center = childOf<osg::MatrixTransform>(*_cutter->_scaleSwitch, 0);
   EXPECT_EQ(&center, _cutter->_boxCenter);
   EXPECT_EQ(center.getMatrix(), osg::Matrixd::translate(kCenter));
-  ASSERT_EQ(center.getNumChildren(), 6u);
+  ASSERT_EQ(center.getNumChildren(), 6U);
   const std::array<osg::Vec3d, 6> toFaces = {{{-kHalf.x(), 0.0, 0.0},
                                               {kHalf.x(), 0.0, 0.0},
                                               {0.0, -kHalf.y(), 0.0},
@@ -172,21 +176,23 @@ TEST_F(BoxCutterHandlesTest, theFaceHandlesAreStoredInTheOrderLeftRightTopBottom
                                                        ExposedBoxCutter::TOP_FACE,   ExposedBoxCutter::BOTTOM_FACE,
                                                        ExposedBoxCutter::FRONT_FACE, ExposedBoxCutter::BACK_FACE};
   const auto* handle = &_cutter->_faces[ExposedBoxCutter::LEFT_FACE];
-  for (const ExposedBoxCutter::Face face : order) EXPECT_EQ(&_cutter->_faces[face], handle++) << face;
+  for (const ExposedBoxCutter::Face face : order) {
+    EXPECT_EQ(&_cutter->_faces[face], handle++) << face;
+  }
 }
 
 TEST_F(BoxCutterHandlesTest, eachConeHangsBelowFacePixelSizeAndOrientation) {
   for (const auto& face : _cutter->_faces) {
-    ASSERT_EQ(face.transform->getNumChildren(), 1u);
+    ASSERT_EQ(face.transform->getNumChildren(), 1U);
     auto& pixels = childOf<osg::AutoTransform>(*face.transform, 0);
     EXPECT_TRUE(pixels.getAutoScaleToScreen());
     EXPECT_EQ(pixels.getAutoRotateMode(), osg::AutoTransform::NO_ROTATION);
-    ASSERT_EQ(pixels.getNumChildren(), 1u);
+    ASSERT_EQ(pixels.getNumChildren(), 1U);
     auto& orientation = childOf<osg::MatrixTransform>(pixels, 0);
     EXPECT_EQ(&orientation, face.orientation);
-    ASSERT_EQ(orientation.getNumChildren(), 1u);
+    ASSERT_EQ(orientation.getNumChildren(), 1U);
     auto& geode = childOf<osg::Geode>(orientation, 0);
-    ASSERT_EQ(geode.getNumDrawables(), 1u);
+    ASSERT_EQ(geode.getNumDrawables(), 1U);
     EXPECT_EQ(geode.getDrawable(0), face.cone.get());
   }
 }
@@ -223,13 +229,13 @@ TEST_F(BoxCutterHandlesTest, theSwitchOfTheArrowsIsLitAndDrawsOverEverything) {
 }
 
 TEST_F(BoxCutterHandlesTest, theArrowsHangInTheBoxsCentreInPixelSizeAndAreNotCulled) {
-  ASSERT_EQ(_cutter->_translateSwitch->getNumChildren(), 1u);
+  ASSERT_EQ(_cutter->_translateSwitch->getNumChildren(), 1U);
   EXPECT_EQ(_cutter->_translateSwitch->getChild(0), _cutter->_axesTransform.get());
   EXPECT_EQ(_cutter->_axesTransform->getMatrix(), osg::Matrixd::translate(kCenter));
-  ASSERT_EQ(_cutter->_axesTransform->getNumChildren(), 1u);
+  ASSERT_EQ(_cutter->_axesTransform->getNumChildren(), 1U);
   EXPECT_TRUE(axesInPixels().getAutoScaleToScreen());
   EXPECT_FALSE(axesInPixels().getCullingActive());
-  ASSERT_EQ(axesInPixels().getNumChildren(), 3u);
+  ASSERT_EQ(axesInPixels().getNumChildren(), 3U);
 }
 
 TEST_F(BoxCutterHandlesTest, theArrowsPointAlongTheirAxesInLinesOfFour) {
@@ -237,13 +243,13 @@ TEST_F(BoxCutterHandlesTest, theArrowsPointAlongTheirAxesInLinesOfFour) {
     EXPECT_EQ(&axisTransform(i), _cutter->_axes[i].transform);
     expectMatrixNear(axisTransform(i).getMatrix(), kAxisTurns[i], 1e-15);
     EXPECT_EQ(lineWidthOf(axisTransform(i)), 4.0f);
-    EXPECT_EQ(axisTransform(i).getNumChildren(), 1u);
+    EXPECT_EQ(axisTransform(i).getNumChildren(), 1U);
   }
 }
 
 TEST_F(BoxCutterHandlesTest, anArrowIsAHeadAPickVolumeAndAShaft) {
   for (unsigned int i = 0; i < 3; ++i) {
-    ASSERT_EQ(axis(i).getNumDrawables(), 3u);
+    ASSERT_EQ(axis(i).getNumDrawables(), 3U);
     const auto& head = dynamic_cast<osg::ShapeDrawable&>(*axis(i).getDrawable(0));
     EXPECT_EQ(&head, _cutter->_axes[i].head);
     expectShape<osg::Cone>(head, osg::Vec3f(0.0f, 0.0f, 150.0f), 10.0f, 18.0f);
@@ -270,7 +276,7 @@ TEST_F(BoxCutterHandlesTest, theSwitchOfTheRingsIsUnlitWhateverIsAboveIt) {
 }
 
 TEST_F(BoxCutterHandlesTest, theRingsAreScaledByHalfTheDiagonalAboutTheBoxsCentre) {
-  ASSERT_EQ(_cutter->_rotateSwitch->getNumChildren(), 1u);
+  ASSERT_EQ(_cutter->_rotateSwitch->getNumChildren(), 1U);
   EXPECT_EQ(_cutter->_rotateSwitch->getChild(0), _cutter->_ringsTransform.get());
   expectMatrixNear(_cutter->_ringsTransform->getMatrix(),
                    osg::Matrixd(kHalfDiagonal, 0.0, 0.0, 0.0, 0.0, kHalfDiagonal, 0.0, 0.0, 0.0, 0.0, kHalfDiagonal,
@@ -285,25 +291,25 @@ TEST_F(BoxCutterHandlesTest, doublingEveryExtentDoublesTheRings) {
 }
 
 TEST_F(BoxCutterHandlesTest, theRingsHangBelowAPlainAutoTransformAndTheDiscBelowOneThatFacesTheScreen) {
-  ASSERT_EQ(_cutter->_ringsTransform->getNumChildren(), 2u);
+  ASSERT_EQ(_cutter->_ringsTransform->getNumChildren(), 2U);
   const osg::ref_ptr<osg::AutoTransform> plain = new osg::AutoTransform;
   EXPECT_FALSE(rings().getAutoScaleToScreen());
   EXPECT_EQ(rings().getAutoRotateMode(), plain->getAutoRotateMode());
   EXPECT_EQ(rings().getCullingActive(), plain->getCullingActive());
-  EXPECT_EQ(rings().getNumChildren(), 3u);
+  EXPECT_EQ(rings().getNumChildren(), 3U);
   auto& facing = childOf<osg::AutoTransform>(*_cutter->_ringsTransform, 1);
   EXPECT_FALSE(facing.getAutoScaleToScreen());
   EXPECT_EQ(facing.getAutoRotateMode(), osg::AutoTransform::ROTATE_TO_SCREEN);
-  ASSERT_EQ(facing.getNumChildren(), 1u);
-  EXPECT_EQ(childOf<osg::Geode>(facing, 0).getNumDrawables(), 1u);
+  ASSERT_EQ(facing.getNumChildren(), 1U);
+  EXPECT_EQ(childOf<osg::Geode>(facing, 0).getNumDrawables(), 1U);
 }
 
 TEST_F(BoxCutterHandlesTest, theRingsTurnAboutTheirAxesInLinesOfFive) {
   for (unsigned int i = 0; i < 3; ++i) {
     EXPECT_EQ(&ringTransform(i), _cutter->_rings[i].transform);
     expectMatrixNear(ringTransform(i).getMatrix(), kAxisTurns[i], 1e-15);
-    ASSERT_EQ(ringTransform(i).getNumChildren(), 1u);
-    ASSERT_EQ(ring(i).getNumDrawables(), 4u);
+    ASSERT_EQ(ringTransform(i).getNumChildren(), 1U);
+    ASSERT_EQ(ring(i).getNumDrawables(), 4U);
     EXPECT_EQ(ring(i).getDrawable(3), _cutter->_rings[i].ring.get());
     EXPECT_EQ(lineWidthOf(*ring(i).getDrawable(3)), 5.0f);
     EXPECT_EQ(ring(i).getDrawable(3)->getCullCallback(), nullptr);
@@ -323,7 +329,7 @@ TEST_F(BoxCutterHandlesTest, theRingsPickTubesAreOpenCylindersOfTheirColoursThat
 
 void expectBand(const osg::Geometry& band, float z) {
   const auto& vertices = dynamic_cast<const osg::Vec3Array&>(*band.getVertexArray());
-  ASSERT_EQ(vertices.size(), 202u);
+  ASSERT_EQ(vertices.size(), 202U);
   for (unsigned int i = 0; i < 100; ++i) {
     const double angle = 0.06283186 * i;
     const osg::Vec3d direction(std::cos(angle), std::sin(angle), 0.0);
@@ -334,14 +340,16 @@ void expectBand(const osg::Geometry& band, float z) {
   EXPECT_EQ(vertices[201], vertices[1]);
   EXPECT_EQ(band.getNormalBinding(), osg::Geometry::BIND_PER_VERTEX);
   const auto& normals = dynamic_cast<const osg::Vec3Array&>(*band.getNormalArray());
-  EXPECT_EQ(normals.size(), 202u);
-  for (const osg::Vec3f& normal : normals) EXPECT_EQ(normal, osg::Vec3f(0.0f, 0.0f, -1.0f));
+  EXPECT_EQ(normals.size(), 202U);
+  for (const osg::Vec3f& normal : normals) {
+    EXPECT_EQ(normal, osg::Vec3f(0.0f, 0.0f, -1.0f));
+  }
   expectOneArray(band, GL_TRIANGLE_STRIP, 202);
 }
 
 TEST_F(BoxCutterHandlesTest, theRingsPickBandsCloseTheTubeAboveAndBelowWithoutColourAndAreNeverDrawn) {
   for (unsigned int i = 0; i < 3; ++i) {
-    for (const unsigned int number : {1u, 2u}) {
+    for (const unsigned int number : {1U, 2U}) {
       auto& band = dynamic_cast<osg::Geometry&>(*ring(i).getDrawable(number));
       expectBand(band, number == 1 ? 0.03f : -0.03f);
       EXPECT_EQ(band.getColorArray(), nullptr);
@@ -354,8 +362,8 @@ TEST_F(BoxCutterHandlesTest, theRingsPickBandsCloseTheTubeAboveAndBelowWithoutCo
 void expectCircle(const osg::Geometry& circle, double radius, GLenum mode) {
   const auto& vertices = dynamic_cast<const osg::Vec3Array&>(*circle.getVertexArray());
   const auto& normals = dynamic_cast<const osg::Vec3Array&>(*circle.getNormalArray());
-  ASSERT_EQ(vertices.size(), 100u);
-  ASSERT_EQ(normals.size(), 100u);
+  ASSERT_EQ(vertices.size(), 100U);
+  ASSERT_EQ(normals.size(), 100U);
   EXPECT_EQ(circle.getNormalBinding(), osg::Geometry::BIND_PER_VERTEX);
   float angle = 0.0f;
   for (std::size_t i = 0; i < 100; ++i, angle += static_cast<float>(6.283185307179586 / 100.0)) {
@@ -407,7 +415,9 @@ TEST_F(BoxCutterHandlesTest, aRayMeetsAnAxisPickCylinderAlthoughNothingIsDrawnTh
   const std::vector<osg::Drawable*> hits =
       hitsBelow(*_cutter->_axes[0].transform, besideTheShaft - across, besideTheShaft + across);
   ASSERT_FALSE(hits.empty());
-  for (const osg::Drawable* hit : hits) EXPECT_EQ(hit, axis(0).getDrawable(1));
+  for (const osg::Drawable* hit : hits) {
+    EXPECT_EQ(hit, axis(0).getDrawable(1));
+  }
 }
 
 TEST_F(BoxCutterHandlesTest, aRayMeetsARingsTubeAndBandsAlthoughNothingIsDrawnThere) {
@@ -423,7 +433,7 @@ TEST_F(BoxCutterHandlesTest, aRayMeetsARingsTubeAndBandsAlthoughNothingIsDrawnTh
   const osg::Vec3d lift(0.0, 0.0, 0.04 * kHalfDiagonal);
   const std::vector<osg::Drawable*> tube =
       hitsBelow(*_cutter->_rings[2].transform, kCenter + lift + outwards * 10.0, kCenter + lift);
-  ASSERT_EQ(tube.size(), 1u);
+  ASSERT_EQ(tube.size(), 1U);
   EXPECT_EQ(tube[0], ring(2).getDrawable(0));
 }
 

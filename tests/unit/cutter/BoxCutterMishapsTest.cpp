@@ -45,7 +45,7 @@ TEST_F(BoxCutterMishaps, aBoxTakenOutOfTheSceneDuringItsDragFollowsToTheEndOfIt)
     SCOPED_TRACE(mode.type);
     begin(mode);
     _scene->removeChild(_box);
-    ASSERT_EQ(_box->getNumParents(), 0u);
+    ASSERT_EQ(_box->getNumParents(), 0U);
     expectDragGoesOnAndEnds(mode);
     EXPECT_FALSE(send(*makeEvent(Event::PUSH, kLeft, kLeft, mode.at)));
     _scene->addChild(_box);

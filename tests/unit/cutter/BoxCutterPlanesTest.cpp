@@ -49,7 +49,7 @@ void expectPlanes(const std::vector<osg::Plane>& actual, const osg::Vec3d& moved
 }
 
 TEST_F(BoxCutterPlanesTest, buildingABoxCutsNothing) {
-  EXPECT_EQ(_clip->getNumClipPlanes(), 0u);
+  EXPECT_EQ(_clip->getNumClipPlanes(), 0U);
   EXPECT_TRUE(_cutter->getAllClipPlane().empty());
   expectPlanes(_cutter->getCurrentClipPlanes());
 }
@@ -82,7 +82,7 @@ TEST_F(BoxCutterPlanesTest, currentPlanesAreNotStored) {
 
 TEST_F(BoxCutterPlanesTest, theFirstCutAddsSixPlanesNumberedFromZero) {
   _cutter->applyClipPlane();
-  ASSERT_EQ(_clip->getNumClipPlanes(), 6u);
+  ASSERT_EQ(_clip->getNumClipPlanes(), 6U);
   for (unsigned int i = 0; i < 6; ++i) {
     EXPECT_EQ(_clip->getClipPlane(i)->getClipPlaneNum(), i);
     EXPECT_EQ(_clip->getClipPlane(i)->getClipPlane(), kPlanes[i]);
@@ -102,7 +102,7 @@ TEST_F(BoxCutterPlanesTest, aSecondCutKeepsTheObjectsOfTheFirst) {
 TEST_F(BoxCutterPlanesTest, sixPlanesOfTheApplicationAreEditedInPlaceAndKeepTheirObjectsAndNumbers) {
   addOwnPlanes(6);
   _cutter->applyClipPlane();
-  ASSERT_EQ(_clip->getNumClipPlanes(), 6u);
+  ASSERT_EQ(_clip->getNumClipPlanes(), 6U);
   for (unsigned int i = 0; i < 6; ++i) {
     EXPECT_EQ(_clip->getClipPlane(i), _own[i].get());
     EXPECT_EQ(_own[i]->getClipPlaneNum(), 10 + i);
@@ -113,9 +113,9 @@ TEST_F(BoxCutterPlanesTest, sixPlanesOfTheApplicationAreEditedInPlaceAndKeepThei
 TEST_F(BoxCutterPlanesTest, ofThreePlanesOfTheApplicationTheSecondStaysBesideTheSixNewOnes) {
   addOwnPlanes(3);
   _cutter->applyClipPlane();
-  ASSERT_EQ(_clip->getNumClipPlanes(), 7u);
+  ASSERT_EQ(_clip->getNumClipPlanes(), 7U);
   EXPECT_EQ(_clip->getClipPlane(0), _own[1].get());
-  EXPECT_EQ(_own[1]->getClipPlaneNum(), 11u);
+  EXPECT_EQ(_own[1]->getClipPlaneNum(), 11U);
   EXPECT_EQ(_own[1]->getClipPlane(), osg::Vec4d(0.0, 0.0, 0.0, -1.0));
   for (unsigned int i = 0; i < 6; ++i) {
     EXPECT_EQ(_clip->getClipPlane(1 + i)->getClipPlaneNum(), i);
@@ -124,13 +124,15 @@ TEST_F(BoxCutterPlanesTest, ofThreePlanesOfTheApplicationTheSecondStaysBesideThe
 }
 
 TEST_F(BoxCutterPlanesTest, ofAnyNumberOfPlanesButSixEveryOtherOneStays) {
-  for (const unsigned int count : {1u, 2u, 4u, 5u, 7u, 8u, 9u}) {
+  for (const unsigned int count : {1U, 2U, 4U, 5U, 7U, 8U, 9U}) {
     _clip = new osg::ClipNode;
     _own.clear();
     addOwnPlanes(count);
     makeCutter(_clip)->applyClipPlane();
     ASSERT_EQ(_clip->getNumClipPlanes(), count / 2 + 6) << count;
-    for (unsigned int i = 0; i < count / 2; ++i) EXPECT_EQ(_clip->getClipPlane(i), _own[2 * i + 1].get()) << count;
+    for (unsigned int i = 0; i < count / 2; ++i) {
+      EXPECT_EQ(_clip->getClipPlane(i), _own[2 * i + 1].get()) << count;
+    }
   }
 }
 
@@ -145,7 +147,7 @@ TEST_F(BoxCutterPlanesTest, aCutLeavesNullEntriesOfTheListAlone) {
   addOwnPlanes(6);
   _clip->getClipPlaneList()[2] = nullptr;
   _cutter->applyClipPlane();
-  ASSERT_EQ(_clip->getNumClipPlanes(), 6u);
+  ASSERT_EQ(_clip->getNumClipPlanes(), 6U);
   EXPECT_EQ(_clip->getClipPlane(2), nullptr);
   EXPECT_EQ(_own[1]->getClipPlane(), kPlanes[1]);
   EXPECT_EQ(_own[3]->getClipPlane(), kPlanes[3]);
@@ -156,8 +158,10 @@ TEST_F(BoxCutterPlanesTest, theClipNodeKeepsTheLastPlanesWhenTheBoxIsGone) {
   _cutter->applyClipPlane();
   _cutter = nullptr;
   ASSERT_FALSE(observer.valid());
-  ASSERT_EQ(_clip->getNumClipPlanes(), 6u);
-  for (unsigned int i = 0; i < 6; ++i) EXPECT_EQ(_clip->getClipPlane(i)->getClipPlane(), kPlanes[i]);
+  ASSERT_EQ(_clip->getNumClipPlanes(), 6U);
+  for (unsigned int i = 0; i < 6; ++i) {
+    EXPECT_EQ(_clip->getClipPlane(i)->getClipPlane(), kPlanes[i]);
+  }
 }
 
 TEST_F(BoxCutterPlanesTest, theBoxKeepsTheClipNode) {
@@ -165,7 +169,7 @@ TEST_F(BoxCutterPlanesTest, theBoxKeepsTheClipNode) {
   _clip = nullptr;
   ASSERT_TRUE(observer.valid());
   _cutter->applyClipPlane();
-  EXPECT_EQ(observer->getNumClipPlanes(), 6u);
+  EXPECT_EQ(observer->getNumClipPlanes(), 6U);
   _cutter = nullptr;
   EXPECT_FALSE(observer.valid());
 }
@@ -284,9 +288,13 @@ TEST_F(RandomBoxTest, pointInBoxAgreesWithThePointsPositionInTheBoxsOwnFrame) {
     _cutter->applyClipPlane();
     for (int i = 0; i < 8; ++i) {
       osg::Vec3d local = bounds.center();
-      for (int axis = 0; axis < 3; ++axis) local[axis] += number(-0.65, 0.65) * (bounds._max - bounds._min)[axis];
+      for (int axis = 0; axis < 3; ++axis) {
+        local[axis] += number(-0.65, 0.65) * (bounds._max - bounds._min)[axis];
+      }
       const double depth = depthInBox(bounds, local);
-      if (std::abs(depth) < kRounding) continue;
+      if (std::abs(depth) < kRounding) {
+        continue;
+      }
       ++(depth > 0.0 ? inside : outside);
       const osg::Vec3d point = local * matrix;
       EXPECT_EQ(_cutter->pointInBox(point.x(), point.y(), point.z()), depth > 0.0) << trial << ", depth " << depth;

@@ -67,7 +67,9 @@ TEST_P(BoxCutterRingDragsFrom, aDragOutAndBackReturnsToTheStart) {
     const std::vector<osg::Vec3d> before = cornersInWorld();
     const osg::Vec2d from = toWindow(ringInWorld(ring, 0.4));
     ASSERT_TRUE(push(from));
-    for (const double place : {0.6, 0.9, 0.5}) EXPECT_TRUE(drag(toWindow(ringInWorld(ring, place))));
+    for (const double place : {0.6, 0.9, 0.5}) {
+      EXPECT_TRUE(drag(toWindow(ringInWorld(ring, place))));
+    }
     EXPECT_TRUE(drag(from));
     expectCornersMoved(before, osg::Matrixd(), tolerance(ring, 4));
     EXPECT_TRUE(release(from));
@@ -78,7 +80,9 @@ INSTANTIATE_TEST_SUITE_P(Outlooks, BoxCutterRingDragsFrom, outlooks(), outlookNa
 
 TEST_F(BoxCutterRingDrags, seenAlongItsAxisARingTurnsByTheAnglesBetweenThePlacesOfThePointer) {
   for (const bool isPerspective : {true, false}) {
-    if (!isPerspective) useOrthographic();
+    if (!isPerspective) {
+      useOrthographic();
+    }
     for (std::size_t axis = 0; axis < 3; ++axis) {
       lookAtBoxFrom(axisInWorld(axis) * 20.0 + osg::Vec3d(3.0, 3.5, 2.5));
       ASSERT_TRUE(ringOracle(axis).isSeenAlongAxis());
@@ -90,7 +94,9 @@ TEST_F(BoxCutterRingDrags, seenAlongItsAxisARingTurnsByTheAnglesBetweenThePlaces
 
 TEST_F(BoxCutterRingDrags, seenFromTheSideARingIsPulledAcrossItsAxis) {
   for (const bool isPerspective : {true, false}) {
-    if (!isPerspective) useOrthographic();
+    if (!isPerspective) {
+      useOrthographic();
+    }
     lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 3.0));
     ASSERT_FALSE(ringOracle(2).isSeenAlongAxis());
     expectTurns(2, {0.1, 0.5, 1.0});
@@ -115,7 +121,9 @@ TEST_F(BoxCutterRingDrags, acrossTheLineOfTouchATurnIsOffByNoMoreThanTwoSteps) {
   const osg::Vec2d to = toWindow(ringInWorld(ring, 0.5));
   constexpr int kSteps = 100;
   ASSERT_TRUE(push(from));
-  for (int i = 1; i <= kSteps; ++i) EXPECT_TRUE(drag(from + (to - from) * (static_cast<double>(i) / kSteps)));
+  for (int i = 1; i <= kSteps; ++i) {
+    EXPECT_TRUE(drag(from + (to - from) * (static_cast<double>(i) / kSteps)));
+  }
   const double turned = ring.angle(sightLine(from), sightLine(to));
   expectCornersMoved(before, rotationAbout({ring.center, ring.axis}, turned), ring.radius * 2.5 * turned / kSteps);
 }
@@ -130,7 +138,9 @@ TEST_F(BoxCutterRingDrags, withAllRingsShownEachCanBeGrabbed) {
   for (std::size_t axis = 0; axis < 3; ++axis) {
     const RingOracle ring = ringOracle(axis);
     EXPECT_TRUE(push(toWindow(ringInWorld(ring, 0.35))));
-    for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(ringLineWidth(i), i == axis ? 8.0f : 5.0f);
+    for (std::size_t i = 0; i < 3; ++i) {
+      EXPECT_EQ(ringLineWidth(i), i == axis ? 8.0f : 5.0f);
+    }
     EXPECT_TRUE(release(osg::Vec2d()));
   }
 }
@@ -153,26 +163,38 @@ TEST_F(BoxCutterRingDrags, belowATransformOfTheApplicationTheBoxRotatesInTheWorl
   putBelow(*new osg::MatrixTransform(matrix), matrix);
   placeBox();
   lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
-  for (std::size_t axis = 0; axis < 3; ++axis) expectTurns(axis, {0.3, 0.55, 0.8});
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    expectTurns(axis, {0.3, 0.55, 0.8});
+  }
 }
 
 TEST_F(BoxCutterRingDrags, atTheCoordinatesOfASurveyTheBoxTurnsToAMillimetre) {
   const osg::Matrixd matrix = osg::Matrixd::translate(687000.0, 5337000.0, 510.0);
   putBelow(*new osg::MatrixTransform(matrix), matrix);
   for (const bool isPerspective : {true, false}) {
-    if (!isPerspective) useOrthographic();
+    if (!isPerspective) {
+      useOrthographic();
+    }
     lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
-    for (std::size_t axis = 0; axis < 3; ++axis) expectTurns(axis, {0.3, 0.55, 0.8}, false, 1e-3);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      expectTurns(axis, {0.3, 0.55, 0.8}, false, 1e-3);
+    }
   }
 }
 
 TEST_F(BoxCutterRingDrags, belowAnotherCameraThePointerIsProjectedByThatCamera) {
   putBelowNestedCamera();
   for (const bool isPerspective : {true, false}) {
-    if (isPerspective) usePerspective(45.0);
-    if (!isPerspective) useOrthographic(20.0);
+    if (isPerspective) {
+      usePerspective(45.0);
+    }
+    if (!isPerspective) {
+      useOrthographic(20.0);
+    }
     lookAtBoxFrom(osg::Vec3d(-15.0, -11.0, 7.0));
-    for (std::size_t axis = 0; axis < 3; ++axis) expectTurns(axis, {0.3, 0.55, 0.8});
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      expectTurns(axis, {0.3, 0.55, 0.8});
+    }
   }
 }
 
@@ -226,7 +248,7 @@ TEST_F(BoxCutterRingDrags, aPressThatCannotBeProjectedIsHandledButStartsNoDrag) 
   EXPECT_TRUE(drag(from + osg::Vec2d(30.0, 0.0)));
   EXPECT_EQ(_viewer->redraws, 0);
   EXPECT_EQ(_box->getMatrix(), osg::Matrixd());
-  EXPECT_EQ(planesInClipNode().size(), 0u);
+  EXPECT_EQ(planesInClipNode().size(), 0U);
   EXPECT_TRUE(release(from));
   expectIdle();
   EXPECT_EQ(_box->getMatrix(), osg::Matrixd());
@@ -254,7 +276,9 @@ TEST_F(BoxCutterRingDrags, theFirstRingOnThePathIsGrabbed) {
                               osg::Vec3d(1.1, 0.0, 0.0));
       pointer.setCamera(_camera);
       EXPECT_TRUE(handleAt(pointer, Event::PUSH, osg::Vec2d(420.0, 310.0)));
-      for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(ringLineWidth(i), i == first ? 8.0f : 5.0f);
+      for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(ringLineWidth(i), i == first ? 8.0f : 5.0f);
+      }
       EXPECT_FALSE(handleAt(pointer, Event::MOVE, osg::Vec2d(420.0, 310.0)));
       EXPECT_TRUE(handleAt(pointer, Event::RELEASE, osg::Vec2d(420.0, 310.0)));
       EXPECT_EQ(ringLineWidth(first), 5.0f);

@@ -101,11 +101,11 @@ TEST_F(BoxCutterTraversalTest, whileEventsAreNotTakenAnEventVisitorReachesTheChi
 }
 
 TEST_F(BoxCutterTraversalTest, turningEventsOffLeavesTheChildItsEvents) {
-  EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 1u);
+  EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 1U);
   _cutter->setHandleEvents(true);
-  EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 2u);
+  EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 2U);
   _cutter->setHandleEvents(false);
-  EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 1u);
+  EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 1U);
   _root->accept(*_visitor);
   EXPECT_EQ(_callback->calls, 1);
 }
@@ -153,14 +153,14 @@ TEST_F(BoxCutterTraversalTest, aCopyMadeWhileEventsAreTakenTakesNoneBeforeItIsTu
   source->setHandleEvents(true);
   const osg::ref_ptr<NotingBoxCutter> copy = new NotingBoxCutter(*source);
   EXPECT_TRUE(copy->_handleEvents);
-  EXPECT_EQ(copy->getNumChildrenRequiringEventTraversal(), 0u);
+  EXPECT_EQ(copy->getNumChildrenRequiringEventTraversal(), 0U);
   _root->addChild(copy);
 
   copy->setHandleEvents(true);
   _root->accept(*_visitor);
   EXPECT_TRUE(copy->_events.empty());
   copy->setHandleEvents(false);
-  EXPECT_EQ(copy->getNumChildrenRequiringEventTraversal(), 0u);
+  EXPECT_EQ(copy->getNumChildrenRequiringEventTraversal(), 0U);
   copy->setHandleEvents(true);
   _root->accept(*_visitor);
   EXPECT_EQ(copy->_events, (std::vector<const Event*>{_drag, _push}));

@@ -57,7 +57,7 @@ class BoxPointerInfoTest : public ::testing::Test {
   }
 
   void expectOwnHits(const BoxPointerInfo& pointer) const {
-    ASSERT_EQ(pointer._hitList.size(), 2u);
+    ASSERT_EQ(pointer._hitList.size(), 2U);
     ASSERT_EQ(&*pointer._hitIter, &pointer._hitList.front());
     EXPECT_TRUE(pointer.contains(_near));
     EXPECT_FALSE(pointer.contains(_far));

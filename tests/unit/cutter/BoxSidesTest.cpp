@@ -32,7 +32,7 @@ bool isUpper(std::size_t side) {
 }
 
 std::size_t opposite(std::size_t side) {
-  return side ^ 1u;
+  return side ^ 1U;
 }
 
 Extents moved(std::size_t side, float delta, const Extents& box = kExtents, const Extents& start = kExtents) {
@@ -115,20 +115,24 @@ TEST(BoxSidesTest, anyPushLeavesAtLeastTheLeastSizeAndTouchesOneExtent) {
     const auto side = static_cast<std::size_t>(trial % 6);
     const Extents result = moved(side, push(random), start, start);
     for (std::size_t other = 0; other < 6; ++other) {
-      if (other == side) continue;
+      if (other == side) {
+        continue;
+      }
       EXPECT_EQ(result[other], start[other]);
     }
-    EXPECT_GE(result[side | 1u] - result[side & ~std::size_t{1}], kMinSize - 1e-4f);
+    EXPECT_GE(result[side | 1U] - result[side & ~std::size_t{1}], kMinSize - 1e-4f);
   }
 }
 
 void expectPlane(const osg::Plane& actual, const std::array<double, 4>& expected, double tolerance = 0.0) {
-  for (unsigned int i = 0; i < 4; ++i) EXPECT_NEAR(actual[i], expected[i], tolerance) << i;
+  for (unsigned int i = 0; i < 4; ++i) {
+    EXPECT_NEAR(actual[i], expected[i], tolerance) << i;
+  }
 }
 
 TEST(ClipPlanesTest, areFrontRightBackLeftTopBottomWithNormalsPointingIn) {
   const std::vector<osg::Plane> planes = clipPlanesOf({0.0f, 0.0f, 0.0f, 2.0f, 4.0f, 6.0f}, osg::Matrixd());
-  ASSERT_EQ(planes.size(), 6u);
+  ASSERT_EQ(planes.size(), 6U);
   expectPlane(planes[0], {0.0, 1.0, 0.0, 0.0});
   expectPlane(planes[1], {-1.0, 0.0, 0.0, 2.0});
   expectPlane(planes[2], {0.0, -1.0, 0.0, 4.0});
@@ -184,7 +188,9 @@ TEST(ClipPlanesTest, stayOfUnitLengthUnderAScale) {
 
 TEST(ClipPlanesTest, areZeroWhereTheFaceHasNoArea) {
   const std::vector<osg::Plane> planes = clipPlanesOf({1.0f, 2.0f, 3.0f, 1.0f, 4.0f, 6.0f}, osg::Matrixd());
-  for (const std::size_t flat : {0u, 2u, 4u, 5u}) expectPlane(planes[flat], {0.0, 0.0, 0.0, 0.0});
+  for (const std::size_t flat : {0U, 2U, 4U, 5U}) {
+    expectPlane(planes[flat], {0.0, 0.0, 0.0, 0.0});
+  }
   expectPlane(planes[1], {-1.0, 0.0, 0.0, 1.0});
   expectPlane(planes[3], {1.0, 0.0, 0.0, -1.0});
 }

@@ -51,7 +51,9 @@ class FileCmdTest : public FilesFixture {
 
 std::string chainOf(const FileCmd* cmd) {
   std::string files;
-  for (; cmd != nullptr; cmd = cmd->getNext()) files += cmd->getFile();
+  for (; cmd != nullptr; cmd = cmd->getNext()) {
+    files += cmd->getFile();
+  }
   return files;
 }
 
@@ -243,7 +245,7 @@ TEST_F(FileCmdTest, openFileCalledDirectlyOpensARegisteredFileAgainAndLeavesAnOp
   const void* const view = file->map(0, 10);
   callDirectly(OpenFile(name, FileCmd::Normal));
   EXPECT_EQ(std::string(static_cast<const char*>(view), 10), readPlainly(name, 0, 10));
-  EXPECT_EQ(listedHandles(name).size(), 1u);
+  EXPECT_EQ(listedHandles(name).size(), 1U);
 }
 
 TEST_F(FileCmdTest, closeFileAndRemoveFileCalledDirectlyDoNothing) {

@@ -52,12 +52,16 @@ class OtherPusher {
   /// Asks for one push and waits for it, up to a limit. Stops after a blocked push or after 1,000 pushes.
   void push() {
     constexpr int kMostPushes = 1000;
-    if (_asked == kMostPushes || isBlocked()) return;
+    if (_asked == kMostPushes || isBlocked()) {
+      return;
+    }
     ++_asked;
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (_done != _asked && !isBlocked()) {
       std::this_thread::yield();
-      if (std::chrono::steady_clock::now() > end) _isBlocked = true;
+      if (std::chrono::steady_clock::now() > end) {
+        _isBlocked = true;
+      }
     }
   }
 
@@ -106,7 +110,9 @@ class LastLine {
  private:
   struct Handler : osg::NotifyHandler {
     void notify(osg::NotifySeverity, const char* message) override {
-      if (*message != '\0') std::snprintf(text.data(), text.size(), "%s", message);
+      if (*message != '\0') {
+        std::snprintf(text.data(), text.size(), "%s", message);
+      }
     }
     std::array<char, 2000> text{};
   };
@@ -128,7 +134,9 @@ TEST_F(FileManagerAllocationTest, pushesGoOnWhileAnotherPushAllocates) {
   const std::unique_ptr<Work> cmd = work(kKnown, [](Work::Proxy) {});
   {
     const AllocationObserver observer([&other] { other.push(); });
-    for (int i = 0; i < 500; ++i) manager().push(cmd.get());
+    for (int i = 0; i < 500; ++i) {
+      manager().push(cmd.get());
+    }
   }
   EXPECT_FALSE(other.isBlocked());
   EXPECT_GT(other.pushes(), 0) << "otherwise the test observed nothing";
@@ -142,13 +150,17 @@ TEST_F(FileManagerAllocationTest, pushesGoOnWhileTheWorkerAllocatesAndFreesWithA
   std::optional<AllocationObserver> observer;
   const std::unique_ptr<Work> counted = work(kKnown, [](Work::Proxy) {});
   const std::unique_ptr<Work> first = work(kKnown, [&](Work::Proxy) {
-    for (int i = 0; i < kBacklog; ++i) manager().push(counted.get());
+    for (int i = 0; i < kBacklog; ++i) {
+      manager().push(counted.get());
+    }
     observer.emplace([&other] { other.push(); });
   });
   const std::unique_ptr<Work> last =
       std::make_unique<Work>(kKnown, FileCmd::Low, [&observer](Work::Proxy) { observer.reset(); });
   manager().push(first.get());
-  for (int i = 0; i < kBacklog; ++i) manager().push(counted.get());
+  for (int i = 0; i < kBacklog; ++i) {
+    manager().push(counted.get());
+  }
   manager().push(last.get());
   manager().startWorker();
   manager().stopWorker();
@@ -168,12 +180,14 @@ TEST_F(FileManagerAllocationTest, theWorkerRunsQueuedCommandsWithoutAllocating) 
     count.reset();
   });
   manager().push(first.get());
-  for (int i = 0; i < kCommands; ++i) manager().push(counted.get());
+  for (int i = 0; i < kCommands; ++i) {
+    manager().push(counted.get());
+  }
   manager().push(last.get());
   manager().startWorker();
   manager().stopWorker();
   EXPECT_EQ(ran, kCommands);
-  EXPECT_EQ(allocations, 0u);
+  EXPECT_EQ(allocations, 0U);
 }
 
 TEST_F(FileManagerAllocationTest, aCommandIsReportedAndSkippedWhenMemoryForItsFileNameIsExhausted) {
@@ -187,7 +201,9 @@ TEST_F(FileManagerAllocationTest, aCommandIsReportedAndSkippedWhenMemoryForItsFi
     ranKnown = true;
     limit.reset();
   });
-  for (const auto& cmd : {first.get(), unknown.get(), last.get()}) manager().push(cmd);
+  for (const auto& cmd : {first.get(), unknown.get(), last.get()}) {
+    manager().push(cmd);
+  }
   manager().startWorker();
   manager().stopWorker();
   EXPECT_FALSE(ranNew);
@@ -216,7 +232,9 @@ TEST_F(FileManagerAllocationTest, aPushThatFindsNoMemoryIsReportedAndTheCommandS
     const AllocationLimit limit(0);
     while (line.isEmpty() && queued < kMorePushesThanTheQueueHasRoomFor) {
       manager().push(filler.get());
-      if (line.isEmpty()) ++queued;
+      if (line.isEmpty()) {
+        ++queued;
+      }
     }
     manager().push(refused);
   }

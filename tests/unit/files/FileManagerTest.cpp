@@ -117,11 +117,15 @@ class ChainModel {
           [&destroyed, number] { destroyed.push_back(number); });
       work->setAutoDelete(random() % 3 != 0);
       const std::size_t place = chain.empty() ? 0 : 1 + random() % chain.size();
-      if (place > 0) chain[place - 1]->setNext(work);
+      if (place > 0) {
+        chain[place - 1]->setNext(work);
+      }
       chain.insert(chain.begin() + static_cast<std::ptrdiff_t>(place), work);
       _numbers.insert(_numbers.begin() + static_cast<std::ptrdiff_t>(place), number);
     }
-    for (FileCmd* cmd : chain) _autoDelete.push_back(cmd->getAutoDelete());
+    for (FileCmd* cmd : chain) {
+      _autoDelete.push_back(cmd->getAutoDelete());
+    }
     _chain = std::move(chain);
   }
 
@@ -134,12 +138,16 @@ class ChainModel {
 
   /// Deletes what the manager left, front first, as its owner has to.
   void deleteTheRest() const {
-    for (std::size_t i = countDestroyedByManager(); i < _chain.size(); i = endOfRunFrom(i + 1)) delete _chain[i];
+    for (std::size_t i = countDestroyedByManager(); i < _chain.size(); i = endOfRunFrom(i + 1)) {
+      delete _chain[i];
+    }
   }
 
  private:
   std::size_t endOfRunFrom(std::size_t place) const {
-    while (place < _autoDelete.size() && _autoDelete[place]) ++place;
+    while (place < _autoDelete.size() && _autoDelete[place]) {
+      ++place;
+    }
     return place;
   }
 
@@ -173,8 +181,12 @@ TEST_F(FileManagerTest, highRunsBeforeNormalAndNormalBeforeLowWhateverTheOrderOf
 }
 
 TEST_F(FileManagerTest, commandsOfOnePriorityRunInTheOrderPushed) {
-  for (const char* name : {"1", "2"}) pushOwned(recording(std::string("low ") + name, kLow));
-  for (const char* name : {"1", "2", "3"}) pushOwned(recording(std::string("high ") + name, kHigh));
+  for (const char* name : {"1", "2"}) {
+    pushOwned(recording(std::string("low ") + name, kLow));
+  }
+  for (const char* name : {"1", "2", "3"}) {
+    pushOwned(recording(std::string("high ") + name, kHigh));
+  }
   pushOwned(recording("low 3", kLow));
   runQueued();
   EXPECT_THAT(_record, ElementsAre("high 1", "high 2", "high 3", "low 1", "low 2", "low 3"));
@@ -229,7 +241,9 @@ TEST_F(FileManagerTest, aChainRunsAsOneInTheOrderOfItsLinksByThePriorityOfItsFir
   Work* const a = recording("a", kNormal);
   Work* const b = recording("b", kHigh);
   Work* const c = recording("c", static_cast<FileCmd::Priority>(9));
-  for (Work* cmd : {b, c}) cmd->setAutoDelete(true);
+  for (Work* cmd : {b, c}) {
+    cmd->setAutoDelete(true);
+  }
   a->setNext(b);
   a->setNext(c);
   pushOwned(recording("low", kLow));
@@ -296,7 +310,9 @@ TEST_F(FileManagerTest, tenThousandRandomChainsRunInOrderAndEveryCommandIsDestro
                              begin + static_cast<std::ptrdiff_t>(chain.countDestroyedByManager()));
   }
   EXPECT_EQ(destroyed, expectedDestroyed);
-  for (const ChainModel& chain : chains) chain.deleteTheRest();
+  for (const ChainModel& chain : chains) {
+    chain.deleteTheRest();
+  }
   std::sort(destroyed.begin(), destroyed.end());
   std::sort(expectedRun.begin(), expectedRun.end());
   EXPECT_EQ(destroyed, expectedRun) << "each command is destroyed once";
@@ -317,7 +333,7 @@ TEST_F(FileManagerTest, aCommandMapsAndUnmapsItsRegisteredFile) {
   });
   runQueued();
   EXPECT_EQ(seen, readPlainly(name, page, 100));
-  EXPECT_THAT(views, ElementsAre(1u, 0u));
+  EXPECT_THAT(views, ElementsAre(1U, 0U));
 }
 
 TEST_F(FileManagerTest, aCommandMayMapOnAnyThreadThatCallsRun) {
@@ -363,7 +379,7 @@ TEST_F(FileManagerTest, aViewOutlivesItsCommandAndAnotherCommandEndsIt) {
   void* view = nullptr;
   pushWork(name, kNormal, [&view](Work::Proxy proxy) { view = Work::map(proxy, 0, 100); });
   runQueued();
-  ASSERT_EQ(listedViews(name).size(), 1u);
+  ASSERT_EQ(listedViews(name).size(), 1U);
   EXPECT_EQ(std::string(static_cast<const char*>(view), 100), readPlainly(name, 0, 100));
   pushWork(name, kNormal, [view](Work::Proxy proxy) { Work::unmap(proxy, view); });
   runQueued();
@@ -448,7 +464,9 @@ TEST_F(FileManagerTest, removeFileClosesARegisteredFileAndDeletesIt) {
 
 TEST_F(FileManagerTest, removeFileDeletesAFileOfAChineseName) {
   const std::optional<std::string> name = inUsersEncoding("点云");
-  if (!name) GTEST_SKIP() << "this user's encoding has no Chinese characters";
+  if (!name) {
+    GTEST_SKIP() << "this user's encoding has no Chinese characters";
+  }
   const osg::ref_ptr<FilePtr> file = registered(*name, 100);
   EXPECT_TRUE(file->isValid());
   runOwned<RemoveFile>(file->file(), kNormal);
@@ -532,7 +550,9 @@ TEST_F(FileManagerTest, startingAndStoppingFromACommandOnAnotherThreadThanTheWor
   pushWork(file->file(), kNormal, [this](Work::Proxy proxy) {
     manager().startWorker();
     manager().stopWorker();
-    if (Work::map(proxy, 0, 100) != nullptr) _record.push_back("mapped");
+    if (Work::map(proxy, 0, 100) != nullptr) {
+      _record.push_back("mapped");
+    }
   });
   pushOwned(recording("next", kNormal));
   callRun(manager());
@@ -562,9 +582,13 @@ TEST_F(FileManagerTest, theWorkerMayBeStartedAndStoppedThousandsOfTimes) {
   constexpr int kRounds = 3000;
   int count = 0;
   for (int round = 0; round < kRounds; ++round) {
-    if (round % 2 == 0) pushWork("no file", kLow, [&count](Work::Proxy) { ++count; });
+    if (round % 2 == 0) {
+      pushWork("no file", kLow, [&count](Work::Proxy) { ++count; });
+    }
     manager().startWorker();
-    if (round % 2 != 0) pushWork("no file", kHigh, [&count](Work::Proxy) { ++count; });
+    if (round % 2 != 0) {
+      pushWork("no file", kHigh, [&count](Work::Proxy) { ++count; });
+    }
     manager().stopWorker();
     ASSERT_EQ(count, round + 1);
   }
@@ -596,7 +620,9 @@ TEST_F(FileManagerTest, aBurstFromSeveralThreadsRunsCompletelyAndInOrderWithinEa
       const Place place{static_cast<int>(pusher), priority, number};
       pushWork("no file", static_cast<FileCmd::Priority>(priority),
                [&run, place](Work::Proxy) { run.push_back(place); });
-      if (random() % 500 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      if (random() % 500 == 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      }
     }
   });
   manager().stopWorker();
@@ -616,7 +642,9 @@ TEST_F(FileManagerTest, pushesThatMeetAWorkerFallingAsleepAreNotLost) {
   for (int round = 1; round <= kRounds; ++round) {
     pushWork("no file", kNormal, [&count](Work::Proxy) { ++count; });
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (count < round && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    while (count < round && std::chrono::steady_clock::now() < end) {
+      std::this_thread::yield();
+    }
     ASSERT_EQ(count, round);
   }
 }
@@ -640,7 +668,7 @@ TEST_F(FileManagerTest, aCommandThatThrowsIsReportedOnceWithItsFileAndTheWorkGoe
     pushOwned(failing);
     pushOwned(recording("later", kLow));
     manager().stopWorker();
-    ASSERT_EQ(notifier.entries().size(), 1u);
+    ASSERT_EQ(notifier.entries().size(), 1U);
     EXPECT_EQ(notifier.entries()[0].severity, osg::WARN);
     EXPECT_THAT(notifier.entries()[0].text, HasSubstr(row.file));
     EXPECT_THAT(notifier.entries()[0].text, HasSubstr(row.reason));
@@ -690,7 +718,9 @@ void useOnAForeignThreadWhileTheCommandRuns(const std::function<void(Work::Proxy
   std::promise<void> never;
   pushWork("no file", kNormal, [&](Work::Proxy proxy) {
     std::thread foreign([&use, proxy] { use(proxy); });
-    if (!join) never.get_future().wait();
+    if (!join) {
+      never.get_future().wait();
+    }
     foreign.join();
   });
   manager().startWorker();
@@ -769,7 +799,9 @@ TEST_F(FileManagerProcessTest, misuseEndsTheProcessWithStatusOneWhileTheWorkerIs
           pushWork("no file", kNormal, [&busy](Work::Proxy) { busy = true; });
         }
         manager().startWorker();
-        while (!busy) std::this_thread::yield();
+        while (!busy) {
+          std::this_thread::yield();
+        }
         std::thread([proxy] { mapSomething(proxy); }).join();
       },
       ExitedWithCode(1), "");
@@ -796,27 +828,35 @@ TEST_F(FileManagerProcessTest, anExitFinishesTheRunningChainAndNeitherRunsNorDel
         Work* const next = new Work("no file", kLow, [](Work::Proxy) { std::fputs("next ran, ", stderr); });
         Work* const head = new Work("no file", kLow, [](Work::Proxy) {
           runs = true;
-          while (!exits) std::this_thread::yield();
+          while (!exits) {
+            std::this_thread::yield();
+          }
           std::this_thread::sleep_for(std::chrono::milliseconds(50));
           std::fputs("head ran, ", stderr);
         });
         next->setAutoDelete(true);
         head->setNext(next);
         pushOwned(head);
-        while (!runs) std::this_thread::yield();
+        while (!runs) {
+          std::this_thread::yield();
+        }
         const auto queued = [](Work::Proxy) { std::fputs("queued ran, ", stderr); };
         const auto deleted = [] { std::fputs("queued deleted, ", stderr); };
         // Reachable at exit, so that a leak checker accepts that they are not deleted. Unless something reads it then,
         // a compiler may drop the array.
         static Left left;
         std::atexit([] {
-          if (left[0] == nullptr) std::abort();
+          if (left[0] == nullptr) {
+            std::abort();
+          }
         });
         for (int priority = 0; priority < 3; ++priority) {
           left.at(static_cast<std::size_t>(priority)) =
               new Work("no file", static_cast<FileCmd::Priority>(priority), queued, deleted);
         }
-        for (Work* cmd : left) pushOwned(cmd);
+        for (Work* cmd : left) {
+          pushOwned(cmd);
+        }
         std::exit(0);
       },
       ExitedWithCode(0), "^head ran, next ran, $");
@@ -830,10 +870,14 @@ TEST_F(FileManagerProcessTest, aQueuedCommandWithStaticStorageMayBeDestroyedBefo
         manager().startWorker();
         pushWork("no file", kNormal, [](Work::Proxy) {
           runs = true;
-          while (!destroyed) std::this_thread::yield();
+          while (!destroyed) {
+            std::this_thread::yield();
+          }
           std::this_thread::sleep_for(std::chrono::milliseconds(200));  // until the manager stops the worker
         });
-        while (!runs) std::this_thread::yield();
+        while (!runs) {
+          std::this_thread::yield();
+        }
         static Work queued(
             "no file", kHigh, [](Work::Proxy) { std::abort(); }, [] { destroyed = true; });
         manager().push(&queued);

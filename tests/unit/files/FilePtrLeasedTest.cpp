@@ -36,7 +36,9 @@ class Lease {
 
  private:
   void releaseOnceBroken() const {
-    while (::fcntl(_file, F_GETLEASE) == F_WRLCK) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    while (::fcntl(_file, F_GETLEASE) == F_WRLCK) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
     ::fcntl(_file, F_SETLEASE, F_UNLCK);
   }
 

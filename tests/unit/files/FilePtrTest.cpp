@@ -103,7 +103,9 @@ void expectNoRange(FilePtr& file, std::int64_t offset, std::int64_t size) {
 
 std::vector<std::string> linesOf(std::string (*line)(int), const std::vector<int>& errors) {
   std::vector<std::string> lines;
-  for (const int error : errors) lines.push_back(line(error));
+  for (const int error : errors) {
+    lines.push_back(line(error));
+  }
   return lines;
 }
 
@@ -168,7 +170,7 @@ TEST_F(FilePtrTest, anOffsetAtTheGranularityGivesTheStartOfAViewThatUnmapEnds) {
   void* const address = file->map(2 * _page, _page);
   ASSERT_NE(address, nullptr);
   const std::vector<ListedView> views = listedViews(name);
-  ASSERT_EQ(views.size(), 1u);
+  ASSERT_EQ(views.size(), 1U);
   EXPECT_EQ(views[0].start, reinterpret_cast<std::uintptr_t>(address));
   EXPECT_EQ(textAt(address, 100), readPlainly(name, 2 * _page, 100));
   EXPECT_EQ(views[0].bytes, static_cast<std::size_t>(_page));
@@ -182,10 +184,10 @@ TEST_F(FilePtrTest, anOffsetBetweenGivesItsByteInAViewThatUnmapIgnoresAndCloseEn
   void* const address = file->map(_page + 5, 100);
   ASSERT_NE(address, nullptr);
   EXPECT_EQ(textAt(address, 100), readPlainly(name, _page + 5, 100));
-  ASSERT_EQ(listedViews(name).size(), 1u);
+  ASSERT_EQ(listedViews(name).size(), 1U);
   EXPECT_EQ(listedViews(name)[0].start + 5, reinterpret_cast<std::uintptr_t>(address));
   expectSilence([&] { file->unmap(address); });
-  EXPECT_EQ(listedViews(name).size(), 1u);
+  EXPECT_EQ(listedViews(name).size(), 1U);
   file->close();
   EXPECT_TRUE(listedViews(name).empty());
 }
@@ -207,7 +209,7 @@ TEST_F(FilePtrTest, aRangeBeyondTheEndOfTheFileIsCutToTheEndInSilence) {
     ASSERT_NE(address, nullptr);
     EXPECT_EQ(textAt(address, static_cast<std::size_t>(_page + 10)), readPlainly(name, _page, _page + 10));
   });
-  ASSERT_EQ(listedViews(name).size(), 1u);
+  ASSERT_EQ(listedViews(name).size(), 1U);
   EXPECT_EQ(listedViews(name)[0].bytes, listedBytes(_page + 10));
 }
 
@@ -230,7 +232,7 @@ TEST_F(FilePtrTest, anOffsetBehindTheEndWhoseViewBeginsBeforeItIsNotRefused) {
     ASSERT_NE(address, nullptr);
     EXPECT_EQ(textAt(address - 20, 10), readPlainly(name, _page, 10));
   });
-  EXPECT_EQ(listedViews(name).size(), 1u);
+  EXPECT_EQ(listedViews(name).size(), 1U);
 }
 
 TEST_F(FilePtrTest, aViewOfNoBytesReachesToTheEndOfTheFile) {
@@ -239,7 +241,7 @@ TEST_F(FilePtrTest, aViewOfNoBytesReachesToTheEndOfTheFile) {
   const void* const address = file->map(_page, 0);
   ASSERT_NE(address, nullptr);
   EXPECT_EQ(textAt(address, static_cast<std::size_t>(2 * _page + 10)), readPlainly(name, _page, 2 * _page + 10));
-  ASSERT_EQ(listedViews(name).size(), 1u);
+  ASSERT_EQ(listedViews(name).size(), 1U);
   EXPECT_EQ(listedViews(name)[0].bytes, listedBytes(2 * _page + 10));
 }
 
@@ -270,7 +272,7 @@ TEST_F(FilePtrTest, aNegativeSizeThatEndsAfterTheStartOfItsViewMapsTheViewUpToTh
     ASSERT_NE(address, nullptr);
     EXPECT_EQ(textAt(address - 100, 60), readPlainly(name, 4 * _page, 60));
   });
-  ASSERT_EQ(listedViews(name).size(), 1u);
+  ASSERT_EQ(listedViews(name).size(), 1U);
   EXPECT_EQ(listedViews(name)[0].bytes, listedBytes(60));
 }
 
@@ -283,7 +285,7 @@ TEST_F(FilePtrTest, aNegativeSizeThatEndsAtTheStartOfItsViewMapsTheViewUpToTheEn
     EXPECT_EQ(textAt(address, static_cast<std::size_t>(2 * _page - 100)),
               readPlainly(name, 4 * _page + 100, 2 * _page - 100));
   });
-  ASSERT_EQ(listedViews(name).size(), 1u);
+  ASSERT_EQ(listedViews(name).size(), 1U);
   EXPECT_EQ(listedViews(name)[0].bytes, listedBytes(2 * _page));
 }
 
@@ -338,9 +340,9 @@ TEST_F(FilePtrTest, twoMapsOfOneOffsetAreTwoViewsThatEndOneByOne) {
   void* const first = file->map(_page, 100);
   void* const second = file->map(_page, 100);
   EXPECT_NE(first, second);
-  EXPECT_EQ(listedViews(name).size(), 2u);
+  EXPECT_EQ(listedViews(name).size(), 2U);
   file->unmap(first);
-  ASSERT_EQ(listedViews(name).size(), 1u);
+  ASSERT_EQ(listedViews(name).size(), 1U);
   EXPECT_EQ(listedViews(name)[0].start, reinterpret_cast<std::uintptr_t>(second));
   EXPECT_EQ(textAt(second, 100), readPlainly(name, _page, 100));
 }
@@ -351,9 +353,11 @@ TEST_F(FilePtrTest, unmapOfAnyOtherPointerDoesNothing) {
   char* const address = static_cast<char*>(file->map(0, 2 * _page));
   int elsewhere = 0;
   expectSilence([&] {
-    for (void* other : std::array<void*, 4>{nullptr, &elsewhere, address + 1, address + _page}) file->unmap(other);
+    for (void* other : std::array<void*, 4>{nullptr, &elsewhere, address + 1, address + _page}) {
+      file->unmap(other);
+    }
   });
-  ASSERT_EQ(listedViews(name).size(), 1u);
+  ASSERT_EQ(listedViews(name).size(), 1U);
   file->unmap(address);
   expectSilence([&] { file->unmap(address); });
   EXPECT_TRUE(listedViews(name).empty());
@@ -386,9 +390,11 @@ TEST_F(FilePtrTest, openOnAnOpenObjectAndCloseOnAClosedOneDoNothing) {
 TEST_F(FilePtrTest, closeEndsEveryViewAndClosesTheFile) {
   const std::string name = makeFile("scan", 8 * _page);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
-  for (int i = 0; i < 8; ++i) EXPECT_NE(file->map(i * _page + i, 2 * _page), nullptr);
+  for (int i = 0; i < 8; ++i) {
+    EXPECT_NE(file->map(i * _page + i, 2 * _page), nullptr);
+  }
   EXPECT_FALSE(listedViews(name).empty());
-  EXPECT_EQ(listedHandles(name).size(), 1u);
+  EXPECT_EQ(listedHandles(name).size(), 1U);
   file->close();
   EXPECT_TRUE(listedViews(name).empty());
   EXPECT_TRUE(listedHandles(name).empty());
@@ -397,7 +403,9 @@ TEST_F(FilePtrTest, closeEndsEveryViewAndClosesTheFile) {
 TEST_F(FilePtrTest, droppingTheLastReferenceEndsEveryViewAndClosesTheFile) {
   const std::string name = makeFile("scan", 8 * _page);
   osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
-  for (int i = 0; i < 8; ++i) EXPECT_NE(file->map(i * _page + i, 2 * _page), nullptr);
+  for (int i = 0; i < 8; ++i) {
+    EXPECT_NE(file->map(i * _page + i, 2 * _page), nullptr);
+  }
   file = nullptr;
   EXPECT_TRUE(listedViews(name).empty());
   EXPECT_TRUE(listedHandles(name).empty());
@@ -456,7 +464,7 @@ TEST_F(FilePtrTest, theFileIsClosedWhenAnotherProgramIsStarted) {
   const std::string name = makeFile("scan", 10);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   const std::vector<std::intptr_t> handles = listedHandles(name);
-  ASSERT_EQ(handles.size(), 1u);
+  ASSERT_EQ(handles.size(), 1U);
   EXPECT_FALSE(isInherited(handles[0]));
 }
 
@@ -467,15 +475,21 @@ TEST_F(FilePtrTest, everyPathOpensOrIsRefusedWithTheSystemsNumberAndLeavesNothin
                                {"an empty file", makeFile("empty", 0), {}, errors.mappingOfEmptyFile},
                                {"a missing file", path("none"), {errors.missing}, noFile},
                                {"an empty path", "", {errors.emptyPath}, noFile}};
-  for (const PathRow& row : pathsOfEveryKind(folder())) rows.push_back(row);
+  for (const PathRow& row : pathsOfEveryKind(folder())) {
+    rows.push_back(row);
+  }
   // Handles that the system's libraries keep open after their first use are not counted.
   writtenBy([&] { static_cast<void>(osg::ref_ptr<FilePtr>(new FilePtr(path("none").c_str()))->map(0, 10)); });
-  for (const PathRow& row : rows) expectAsStated(row);
+  for (const PathRow& row : rows) {
+    expectAsStated(row);
+  }
 }
 
 TEST_F(FilePtrTest, aNameInChineseIsReadInTheUsersEncoding) {
   const std::optional<std::string> name = inUsersEncoding("点云·城市.las");
-  if (!name) GTEST_SKIP() << "this user's encoding has no Chinese characters";
+  if (!name) {
+    GTEST_SKIP() << "this user's encoding has no Chinese characters";
+  }
   expectAsStated({"a name in Chinese", makeFile(*name, _page), {}, 0});
 }
 
@@ -577,7 +591,9 @@ TEST_F(FilePtrTest, thousandsOfRandomRangesEqualPlainReads) {
     const Range range(offset, asked, size);
     char* const address = static_cast<char*>(file->map(offset, asked));
     ASSERT_EQ(address == nullptr, range.beginsBehindItsEnd()) << range.offset;
-    if (address == nullptr) continue;
+    if (address == nullptr) {
+      continue;
+    }
     ++found;
     const auto bytes = static_cast<std::size_t>(range.bytes());
     if (bytes > 0) {
@@ -605,9 +621,13 @@ TEST_F(FilePtrTest, theSystemListsTheViewsThatAreLive) {
       live.push_back(file->map(static_cast<std::int64_t>(random() % 60) * _page, 4 * _page));
       bytes += static_cast<std::size_t>(4 * _page);
     }
-    if (i % 50 != 0) continue;
+    if (i % 50 != 0) {
+      continue;
+    }
     std::size_t listed = 0;
-    for (const ListedView& view : listedViews(name)) listed += view.bytes;
+    for (const ListedView& view : listedViews(name)) {
+      listed += view.bytes;
+    }
     ASSERT_EQ(listed, bytes);
   }
 }
@@ -616,10 +636,14 @@ TEST_F(FilePtrTest, atTheSystemsLimitOfViewsTheNextIsRefusedTheOthersStayAndUnma
 #if defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "the thread sanitizer needs mappings, too, and fails at the limit";
 #endif
-  if (!limitOfViews()) GTEST_SKIP() << "this system does not limit the number of views";
+  if (!limitOfViews()) {
+    GTEST_SKIP() << "this system does not limit the number of views";
+  }
   const std::size_t limit = *limitOfViews();
-  ASSERT_GT(limit, 0u);
-  if (limit > 2000000) GTEST_SKIP() << "reaching the limit of " << limit << " views takes too long";
+  ASSERT_GT(limit, 0U);
+  if (limit > 2000000) {
+    GTEST_SKIP() << "reaching the limit of " << limit << " views takes too long";
+  }
   const std::string name = makeFile("scan", 2 * _page);
   const std::string expectedPage = readPlainly(name, _page, _page);
   const std::string expectedLine = refusalLine(fileErrors().noRoom);
@@ -628,7 +652,9 @@ TEST_F(FilePtrTest, atTheSystemsLimitOfViewsTheNextIsRefusedTheOthersStayAndUnma
   views.reserve(limit + 1);
   void* afterUnmap = nullptr;
   const Written written = writtenBy([&] {
-    for (void* view = file->map(_page, 1); view != nullptr; view = file->map(_page, 1)) views.push_back(view);
+    for (void* view = file->map(_page, 1); view != nullptr; view = file->map(_page, 1)) {
+      views.push_back(view);
+    }
     file->unmap(views.back());
     afterUnmap = file->map(_page, 1);
     // The rest of the test needs mappings, too.
@@ -663,16 +689,22 @@ TEST_F(FilePtrTest, severalThreadsMapAndUnmapAtOnceAndEachSeesItsOwnRange) {
       void* const first = file->map(offset, 3 * _page);
       void* const second = file->map(offset + _page, _page);
       const auto bytes = static_cast<std::size_t>(_page);
-      if (std::memcmp(first, contents.data() + offset, 3 * bytes) != 0) ++wrong;
+      if (std::memcmp(first, contents.data() + offset, 3 * bytes) != 0) {
+        ++wrong;
+      }
       file->unmap(first);
-      if (std::memcmp(second, contents.data() + offset + _page, bytes) != 0) ++wrong;
+      if (std::memcmp(second, contents.data() + offset + _page, bytes) != 0) {
+        ++wrong;
+      }
       file->unmap(second);
     }
     static_cast<void>(file->map(static_cast<std::int64_t>(thread) * _page + 1, 10));
   });
   EXPECT_EQ(wrong, 0);
   std::size_t listed = 0;
-  for (const ListedView& view : listedViews(name)) listed += view.bytes;
+  for (const ListedView& view : listedViews(name)) {
+    listed += view.bytes;
+  }
   EXPECT_EQ(listed, kThreads * listedBytes(11));
 }
 
@@ -683,10 +715,14 @@ TEST_F(FilePtrTest, linesOfSeveralThreadsAreNotMixed) {
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   const Written written = writtenBy([&] {
     onThreads(kThreads, [&](std::size_t) {
-      for (int round = 0; round < kRounds; ++round) static_cast<void>(file->map(-1, 1));
+      for (int round = 0; round < kRounds; ++round) {
+        static_cast<void>(file->map(-1, 1));
+      }
     });
   });
   std::string expected;
-  for (std::size_t i = 0; i < kThreads * kRounds; ++i) expected += noRangeLine();
+  for (std::size_t i = 0; i < kThreads * kRounds; ++i) {
+    expected += noRangeLine();
+  }
   EXPECT_EQ(written.output, expected);
 }

@@ -12,7 +12,7 @@ using QuorOsgUtils::circleDirections;
 constexpr double kFullTurn = 6.283185307179586;
 
 TEST(CircleTest, hasOneUnitVectorPerSegmentInTheXyPlane) {
-  for (const unsigned int segments : {3u, 16u, 100u, 1000u}) {
+  for (const unsigned int segments : {3U, 16U, 100U, 1000U}) {
     const std::vector<osg::Vec3f> directions = circleDirections(segments);
     ASSERT_EQ(directions.size(), segments);
     for (const osg::Vec3f& direction : directions) {
@@ -38,7 +38,9 @@ TEST(CircleTest, theAngleAddsUpInSinglePrecision) {
   const std::vector<osg::Vec3f> directions = circleDirections(kSegments);
   const auto step = static_cast<float>(kFullTurn / 1000.0);
   float angle = 0.0f;
-  for (unsigned int i = 0; i + 1 < kSegments; ++i) angle += step;
+  for (unsigned int i = 0; i + 1 < kSegments; ++i) {
+    angle += step;
+  }
   const double exact = kFullTurn * (kSegments - 1) / kSegments;
   ASSERT_GT(std::abs(static_cast<double>(angle) - exact), 2e-6);
   EXPECT_NEAR(directions.back().x(), std::cos(static_cast<double>(angle)), 1e-7);
@@ -47,7 +49,7 @@ TEST(CircleTest, theAngleAddsUpInSinglePrecision) {
 
 TEST(CircleTest, theCircleIsNotClosedByARepeatedPoint) {
   const std::vector<osg::Vec3f> directions = circleDirections(4);
-  ASSERT_EQ(directions.size(), 4u);
+  ASSERT_EQ(directions.size(), 4U);
   EXPECT_NEAR(directions[3].x(), 0.0f, 1e-6f);
   EXPECT_NEAR(directions[3].y(), -1.0f, 1e-6f);
 }
@@ -58,7 +60,7 @@ TEST(CircleTest, noSegmentsAreNoPoints) {
 
 TEST(AnnulusTest, hasTwoVerticesAtEachOfAHundredAnglesAndRepeatsTheFirstTwo) {
   const std::vector<osg::Vec3f> vertices = annulusVertices(100.0, 3.0, 1.5);
-  ASSERT_EQ(vertices.size(), 202u);
+  ASSERT_EQ(vertices.size(), 202U);
   EXPECT_EQ(vertices[0], osg::Vec3f(100.0f, 0.0f, 1.5f));
   EXPECT_EQ(vertices[1], osg::Vec3f(97.0f, 0.0f, 1.5f));
   EXPECT_EQ(vertices[200], vertices[0]);

@@ -93,11 +93,11 @@ TEST_F(DecrementalCompileOperationTest, isAKeptGraphicsOperationOfItsName) {
 TEST_F(DecrementalCompileOperationTest, settingsHaveTheirDefaults) {
   EXPECT_EQ(_operation->getTargetFrameRate(), 100.0);
   EXPECT_EQ(_operation->getMinimumTimeAvailableForGLCompileAndDeletePerFrame(), 0.001);
-  EXPECT_EQ(_operation->getMaximumNumOfObjectsToDeletePerFrame(), 20u);
+  EXPECT_EQ(_operation->getMaximumNumOfObjectsToDeletePerFrame(), 20U);
   EXPECT_EQ(_operation->getFlushTimeRatio(), 0.5);
   EXPECT_EQ(_operation->getConservativeTimeRatio(), 0.5);
-  EXPECT_EQ(_operation->getCurrentFrameNumber(), 0u);
-  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 0u);
+  EXPECT_EQ(_operation->getCurrentFrameNumber(), 0U);
+  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 0U);
 }
 
 TEST_F(DecrementalCompileOperationTest, eachSettingKeepsWhatItIsGiven) {
@@ -110,34 +110,36 @@ TEST_F(DecrementalCompileOperationTest, eachSettingKeepsWhatItIsGiven) {
   _operation->setDeleteAllTillFrameNumber(7);
   EXPECT_EQ(_operation->getTargetFrameRate(), -1.5);
   EXPECT_EQ(_operation->getMinimumTimeAvailableForGLCompileAndDeletePerFrame(), 2.5);
-  EXPECT_EQ(_operation->getMaximumNumOfObjectsToDeletePerFrame(), 3u);
+  EXPECT_EQ(_operation->getMaximumNumOfObjectsToDeletePerFrame(), 3U);
   EXPECT_EQ(_operation->getFlushTimeRatio(), 4.5);
   EXPECT_EQ(_operation->getConservativeTimeRatio(), 5.5);
-  EXPECT_EQ(_operation->getCurrentFrameNumber(), 6u);
-  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 7u);
+  EXPECT_EQ(_operation->getCurrentFrameNumber(), 6U);
+  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 7U);
 }
 
 TEST_F(DecrementalCompileOperationTest, compileAllForFiveFramesAfterTheTenthSetsTheFifteenthAndChangesNoProcessing) {
   _operation->setCurrentFrameNumber(10);
   _operation->compileAllForNextFrame(5);
-  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 15u);
-  EXPECT_EQ(_operation->getCurrentFrameNumber(), 10u);
+  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 15U);
+  EXPECT_EQ(_operation->getCurrentFrameNumber(), 10U);
   _operation->add(_group, child());
   run();
-  EXPECT_EQ(_group->getNumChildren(), 0u);
+  EXPECT_EQ(_group->getNumChildren(), 0U);
 }
 
 TEST_F(DecrementalCompileOperationTest, theSumOfFrameNumbersWraps) {
-  _operation->setCurrentFrameNumber(0xFFFFFFFFu);
+  _operation->setCurrentFrameNumber(0xFFFFFFFFU);
   _operation->compileAllForNextFrame(3);
-  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 2u);
+  EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 2U);
 }
 
 TEST_F(DecrementalCompileOperationTest, aMaximumOfOneObjectPerFrameStillFinishesEverySetInOneRun) {
   _operation->setMaximumNumOfObjectsToDeletePerFrame(1);
-  for (int i = 0; i < 50; ++i) _operation->add(_group, child());
+  for (int i = 0; i < 50; ++i) {
+    _operation->add(_group, child());
+  }
   run();
-  EXPECT_EQ(_group->getNumChildren(), 0u);
+  EXPECT_EQ(_group->getNumChildren(), 0U);
   EXPECT_TRUE(_operation->isEmpty());
 }
 
@@ -155,7 +157,7 @@ TEST_F(DecrementalCompileOperationTest, aRequestWaitsForTheNextRun) {
 TEST_F(DecrementalCompileOperationTest, aRunWithoutRequestsDoesNothing) {
   child();
   run();
-  EXPECT_EQ(_group->getNumChildren(), 1u);
+  EXPECT_EQ(_group->getNumChildren(), 1U);
 }
 
 TEST_F(DecrementalCompileOperationTest, onlyTheRequestedChildIsDetached) {
@@ -164,13 +166,15 @@ TEST_F(DecrementalCompileOperationTest, onlyTheRequestedChildIsDetached) {
   const osg::ref_ptr<osg::Node> after = child();
   _operation->add(_group, node);
   run();
-  ASSERT_EQ(_group->getNumChildren(), 2u);
+  ASSERT_EQ(_group->getNumChildren(), 2U);
   EXPECT_EQ(_group->getChild(0), before);
   EXPECT_EQ(_group->getChild(1), after);
 }
 
 TEST_F(DecrementalCompileOperationTest, requestsAreFinishedInTheOrderOfTheirArrival) {
-  for (const char* const name : {"first", "second", "third"}) _operation->add(recording(name));
+  for (const char* const name : {"first", "second", "third"}) {
+    _operation->add(recording(name));
+  }
   run();
   EXPECT_THAT(_record, ElementsAre("first", "second", "third"));
 }
@@ -196,7 +200,7 @@ TEST_F(DecrementalCompileOperationTest, removingASetThatIsNotPendingLeavesItAndT
   auto* const stranger = new DeleteSet(_group, child());
   _operation->add(_group, child());
   _operation->remove(stranger);
-  EXPECT_EQ(_operation->getToCompile().size(), 1u);
+  EXPECT_EQ(_operation->getToCompile().size(), 1U);
   EXPECT_EQ(stranger->referenceCount(), 0);
   const osg::ref_ptr<DeleteSet> destroysIt = stranger;
 }
@@ -215,7 +219,9 @@ TEST_F(DecrementalCompileOperationTest, aRemovedRequestIsNotProcessed) {
 TEST_F(DecrementalCompileOperationTest, removalTakesTheFirstPlaceOfASetThatIsQueuedTwice) {
   const osg::ref_ptr<DeleteSet> twice = recording("twice");
   const osg::ref_ptr<DeleteSet> other = recording("other");
-  for (const auto& set : {twice, other, twice}) _operation->add(set);
+  for (const auto& set : {twice, other, twice}) {
+    _operation->add(set);
+  }
   _operation->remove(twice);
   EXPECT_THAT(_operation->getToCompile(), ElementsAre(other, twice));
 }
@@ -227,7 +233,7 @@ TEST_F(DecrementalCompileOperationTest, aSetThatIsQueuedTwiceIsProcessedTwiceInO
   run();
   EXPECT_THAT(_record, ElementsAre("twice", "twice"));
   EXPECT_TRUE(_operation->isEmpty());
-  EXPECT_EQ(_group->getNumChildren(), 0u);
+  EXPECT_EQ(_group->getNumChildren(), 0U);
   EXPECT_EQ(twice->referenceCount(), 1);
 }
 
@@ -236,10 +242,10 @@ TEST_F(DecrementalCompileOperationTest, aNodeThatIsAChildTwiceIsDetachedOncePerR
   _group->addChild(node);
   _operation->add(_group, node);
   run();
-  EXPECT_EQ(_group->getNumChildren(), 1u);
+  EXPECT_EQ(_group->getNumChildren(), 1U);
   _operation->add(_group, node);
   run();
-  EXPECT_EQ(_group->getNumChildren(), 0u);
+  EXPECT_EQ(_group->getNumChildren(), 0U);
 }
 
 TEST_F(DecrementalCompileOperationTest, theRequestKeepsTheNodeAndNotTheGroup) {
@@ -271,7 +277,7 @@ TEST_F(DecrementalCompileOperationTest, aGroupDestroyedAfterTheSnapshotIsSkipped
   _operation->add(setWithCallback(dying, node, [this](DeleteSet*) { _record.push_back("told"); }));
   run();
   EXPECT_THAT(_record, ElementsAre("told"));
-  EXPECT_EQ(node->getNumParents(), 0u);
+  EXPECT_EQ(node->getNumParents(), 0U);
   EXPECT_EQ(Counted::alive(), _aliveBefore + 1);
 }
 
@@ -284,7 +290,7 @@ TEST_F(DecrementalCompileOperationTest, aSetWithoutGroupOrNodeIsFinishedToo) {
   run();
   EXPECT_THAT(_record, ElementsAre("told", "told"));
   EXPECT_TRUE(_operation->isEmpty());
-  EXPECT_EQ(_group->getNumChildren(), 1u);
+  EXPECT_EQ(_group->getNumChildren(), 1U);
 }
 
 TEST_F(DecrementalCompileOperationTest, aSetWhoseNodeIsNoChildOfTheGroupIsDroppedQuietly) {
@@ -293,7 +299,7 @@ TEST_F(DecrementalCompileOperationTest, aSetWhoseNodeIsNoChildOfTheGroupIsDroppe
   _operation->add(_group, stranger);
   run();
   EXPECT_TRUE(_operation->isEmpty());
-  EXPECT_EQ(_group->getNumChildren(), 1u);
+  EXPECT_EQ(_group->getNumChildren(), 1U);
   EXPECT_EQ(stranger->referenceCount(), 1);
 }
 
@@ -311,7 +317,7 @@ TEST_F(DecrementalCompileOperationTest, theRemovalGoesThroughTheGroupsOwnRemoveC
   _operation->add(group, node);
   run();
   EXPECT_EQ(group->asked, node);
-  EXPECT_EQ(group->getNumChildren(), 1u);
+  EXPECT_EQ(group->getNumChildren(), 1U);
   EXPECT_TRUE(_operation->isEmpty());
 }
 
@@ -373,7 +379,7 @@ TEST_F(DecrementalCompileOperationTest, aCallbackMayRunTheOperation) {
   run();
   EXPECT_THAT(_record, ElementsAre("second", "second"));
   EXPECT_TRUE(_operation->isEmpty());
-  EXPECT_EQ(_group->getNumChildren(), 0u);
+  EXPECT_EQ(_group->getNumChildren(), 0U);
 }
 
 TEST_F(DecrementalCompileOperationTest, aCallbackMayTakeItselfOffItsSet) {
@@ -441,7 +447,7 @@ TEST_F(DecrementalCompileOperationTest, aSetLeavesTheGivenListAfterItsCallback) 
     }));
   }
   _operation->deleteSets(given);
-  EXPECT_THAT(lengths, ElementsAre(2u, 2u, 1u, 1u));
+  EXPECT_THAT(lengths, ElementsAre(2U, 2U, 1U, 1U));
   EXPECT_TRUE(given.empty());
 }
 
@@ -460,7 +466,9 @@ TEST_F(DecrementalCompileOperationTest, aCallbackMayEmptyTheGivenList) {
 
 TEST_F(DecrementalCompileOperationTest, deleteSetsOfThePendingListProcessesARepeatedRequestAgain) {
   const osg::ref_ptr<DeleteSet> twice = recording("twice");
-  for (const auto& set : {twice, recording("other"), twice}) _operation->add(set);
+  for (const auto& set : {twice, recording("other"), twice}) {
+    _operation->add(set);
+  }
   _operation->deleteSets(_operation->getToCompile());
   EXPECT_THAT(_record, ElementsAre("twice", "other", "twice"));
   EXPECT_TRUE(_operation->isEmpty());
@@ -469,7 +477,9 @@ TEST_F(DecrementalCompileOperationTest, deleteSetsOfThePendingListProcessesARepe
 TEST_F(DecrementalCompileOperationTest, deleteSetsOfThePendingListLeavesWhatACallbackAddsToTheNextRun) {
   int turns = 0;
   const osg::ref_ptr<DeleteSet> set = setWithCallback(_group, child(), [&](DeleteSet* finished) {
-    if (++turns < 5) _operation->add(finished);
+    if (++turns < 5) {
+      _operation->add(finished);
+    }
   });
   _operation->add(set);
   _operation->deleteSets(_operation->getToCompile());
@@ -490,11 +500,11 @@ TEST_F(DecrementalCompileOperationTest, aContextThatIsAddedTwiceHoldsTheOperatio
   const osg::ref_ptr<osg::GraphicsContext> context = plainContext();
   _operation->addGraphicsContext(context);
   _operation->addGraphicsContext(context);
-  EXPECT_EQ(queuedIn(*context), 1u);
+  EXPECT_EQ(queuedIn(*context), 1U);
   EXPECT_THAT(_operation->getContextSet(), ElementsAre(context.get()));
   EXPECT_TRUE(_operation->isActive());
   _operation->removeGraphicsContext(context);
-  EXPECT_EQ(queuedIn(*context), 0u);
+  EXPECT_EQ(queuedIn(*context), 0U);
   EXPECT_FALSE(_operation->isActive());
 }
 
@@ -504,7 +514,7 @@ TEST_F(DecrementalCompileOperationTest, removingAnUnassignedContextAndNullDoesNo
   _operation->removeGraphicsContext(context);
   _operation->removeGraphicsContext(nullptr);
   _operation->addGraphicsContext(nullptr);
-  EXPECT_EQ(queuedIn(*context), 1u);
+  EXPECT_EQ(queuedIn(*context), 1U);
   EXPECT_FALSE(_operation->isActive());
 }
 
@@ -513,11 +523,11 @@ TEST_F(DecrementalCompileOperationTest, severalContextsAreAssignedAndRemovedAtOn
   const osg::ref_ptr<osg::GraphicsContext> two = plainContext();
   std::vector<osg::GraphicsContext*> contexts = {one, two, one, nullptr};
   _operation->assignContexts(contexts);
-  EXPECT_EQ(queuedIn(*one), 1u);
-  EXPECT_EQ(queuedIn(*two), 1u);
-  EXPECT_EQ(std::as_const(*_operation).getContextSet().size(), 2u);
+  EXPECT_EQ(queuedIn(*one), 1U);
+  EXPECT_EQ(queuedIn(*two), 1U);
+  EXPECT_EQ(std::as_const(*_operation).getContextSet().size(), 2U);
   _operation->removeContexts(contexts);
-  EXPECT_EQ(queuedIn(*one) + queuedIn(*two), 0u);
+  EXPECT_EQ(queuedIn(*one) + queuedIn(*two), 0U);
   EXPECT_FALSE(_operation->isActive());
 }
 
@@ -527,7 +537,7 @@ TEST_F(DecrementalCompileOperationTest, everyRunOfTheContextsOperationsIsARun) {
   for (int run = 0; run < 3; ++run) {
     _operation->add(_group, child());
     context->runOperations();
-    EXPECT_EQ(_group->getNumChildren(), 0u);
+    EXPECT_EQ(_group->getNumChildren(), 0U);
   }
 }
 
@@ -538,7 +548,7 @@ TEST_F(DecrementalCompileOperationTest, aCallbackMayRemoveTheContextThatRuns) {
   _operation->add(recording("second"));
   context->runOperations();
   EXPECT_THAT(_record, ElementsAre("second"));
-  EXPECT_EQ(queuedIn(*context), 0u);
+  EXPECT_EQ(queuedIn(*context), 0U);
 }
 
 TEST_F(DecrementalCompileOperationTest, contextsKeepTheOperationAndTheLastToBeRemovedDestroysIt) {
@@ -608,7 +618,9 @@ namespace {
 class ExclusiveSection {
  public:
   void pass() {
-    if (++_inside > 1) _met = true;
+    if (++_inside > 1) {
+      _met = true;
+    }
     std::this_thread::sleep_for(std::chrono::microseconds(300));
     --_inside;
   }
@@ -624,7 +636,9 @@ template <typename Condition>
 bool soon(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
   const auto end = std::chrono::steady_clock::now() + limit;
   while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
+    if (std::chrono::steady_clock::now() > end) {
+      return false;
+    }
     std::this_thread::yield();
   }
   return true;
@@ -645,7 +659,9 @@ class GroupWithHook : public Counted {
   explicit GroupWithHook(std::function<void()> removing = {}, std::function<void()> destroyed = {})
       : Counted(std::move(destroyed)), _removing(std::move(removing)) {}
   bool removeChild(osg::Node* node) override {
-    if (_removing) _removing();
+    if (_removing) {
+      _removing();
+    }
     return Counted::removeChild(node);
   }
 
@@ -688,7 +704,7 @@ TEST_F(DecrementalCompileOperationTest, overlappingRunsOfTwoContextsRemoveNodesO
   EXPECT_TRUE(otherEnded);
   EXPECT_FALSE(narrows.met());
   EXPECT_EQ(turns, kSets);
-  EXPECT_EQ(group->getNumChildren(), 0u);
+  EXPECT_EQ(group->getNumChildren(), 0U);
   EXPECT_EQ(Counted::alive(), _aliveBefore + 1);
 }
 
@@ -712,12 +728,12 @@ TEST_F(DecrementalCompileOperationTest, anOverlappingRunLeavesItsRequestsToTheBu
   run();
   EXPECT_FALSE(toldFirst);
   EXPECT_TRUE(isPending(left));
-  EXPECT_EQ(_group->getNumChildren(), 1u);
+  EXPECT_EQ(_group->getNumChildren(), 1U);
   proceed = true;
   running.join();
   EXPECT_EQ(toldOn, runner);
   EXPECT_TRUE(_operation->isEmpty());
-  EXPECT_EQ(_group->getNumChildren(), 0u);
+  EXPECT_EQ(_group->getNumChildren(), 0U);
 }
 
 TEST_F(DecrementalCompileOperationTest, anExceptionOfACallbackEndsItsRunAndOtherThreadsMayRun) {
@@ -764,13 +780,19 @@ class DecrementalCompileOperationLocks : public DecrementalCompileOperationTest,
     auto* const node = new Counted(foreign == Foreign::NodeDestructor ? lockInRun : none);
     _locking = new GroupWithHook(
         [this, foreign] {
-          if (foreign == Foreign::RemoveChild) lockShortly();
-          if (foreign == Foreign::GroupDestructor) _locking = nullptr;
+          if (foreign == Foreign::RemoveChild) {
+            lockShortly();
+          }
+          if (foreign == Foreign::GroupDestructor) {
+            _locking = nullptr;
+          }
         },
         foreign == Foreign::GroupDestructor ? lockInRun : none);
     _locking->addChild(node);
     _operation->add(setWithCallback(_locking, node, [this, foreign](DeleteSet*) {
-      if (foreign == Foreign::Callback) lockShortly();
+      if (foreign == Foreign::Callback) {
+        lockShortly();
+      }
     }));
   }
 
@@ -814,7 +836,7 @@ TEST_P(DecrementalCompileOperationLocks, aRunMayWaitForAMutexWhoseHolderCallsThe
   held.unlock();
   running.join();
   EXPECT_FALSE(_stuck);
-  EXPECT_EQ(_operation->getToCompile().size(), called == Called::Add ? 1u : 0u);
+  EXPECT_EQ(_operation->getToCompile().size(), called == Called::Add ? 1U : 0U);
   _locking = nullptr;
   EXPECT_EQ(Counted::alive(), _aliveBefore);
 }
@@ -832,7 +854,9 @@ TEST_F(DecrementalCompileOperationTest, thousandsOfRunsOnTwoContextsKeepGroupsAn
   constexpr unsigned int kGroupsBelow = 2;
   constexpr unsigned int kSets = 8;
   const osg::ref_ptr<osg::Group> root = new osg::Group;
-  for (unsigned int i = 0; i < kGroupsBelow; ++i) root->addChild(new osg::Group);
+  for (unsigned int i = 0; i < kGroupsBelow; ++i) {
+    root->addChild(new osg::Group);
+  }
   const osg::ref_ptr<osg::Node> shared = new Counted;
   std::atomic<int> turns{0};
   {
@@ -862,12 +886,12 @@ TEST_F(DecrementalCompileOperationTest, thousandsOfRunsOnTwoContextsKeepGroupsAn
     _operation->removeContexts(contexts);
   }
   EXPECT_EQ(turns, kRounds * static_cast<int>(kSets));
-  EXPECT_EQ(root->getNumChildrenRequiringUpdateTraversal(), 0u);
+  EXPECT_EQ(root->getNumChildrenRequiringUpdateTraversal(), 0U);
   for (unsigned int i = 0; i < kGroupsBelow; ++i) {
-    EXPECT_EQ(root->getChild(i)->asGroup()->getNumChildren(), 0u);
-    EXPECT_EQ(root->getChild(i)->asGroup()->getNumChildrenRequiringUpdateTraversal(), 0u);
+    EXPECT_EQ(root->getChild(i)->asGroup()->getNumChildren(), 0U);
+    EXPECT_EQ(root->getChild(i)->asGroup()->getNumChildrenRequiringUpdateTraversal(), 0U);
   }
-  EXPECT_EQ(shared->getNumParents(), 0u);
+  EXPECT_EQ(shared->getNumParents(), 0U);
   EXPECT_EQ(Counted::alive(), _aliveBefore + 1);
 }
 
@@ -892,12 +916,12 @@ TEST_F(DecrementalCompileOperationTest, twoContextsOnTwoThreadsDetachEachNodeOnc
       two.startRuns(1);
       one.call({});
       two.call({});
-      ASSERT_EQ(_group->getNumChildren(), 0u);
+      ASSERT_EQ(_group->getNumChildren(), 0U);
     }
     std::vector<osg::GraphicsContext*> contexts = {one.get(), two.get()};
     _operation->removeContexts(contexts);
   }
-  EXPECT_EQ(shared->getNumParents(), 0u);
+  EXPECT_EQ(shared->getNumParents(), 0U);
   EXPECT_EQ(Counted::alive(), _aliveBefore + 1);
   EXPECT_THAT(told, Each(Eq(1)));
 }
@@ -926,7 +950,9 @@ TEST_F(DecrementalCompileOperationTest, requestsOfSeveralThreadsAreAllFinishedWh
         std::atomic<int>& count = told[i * kSets + k];
         _operation->add(setWithCallback(groups[i], nodes[i][k], [&count](DeleteSet*) { ++count; }));
         nodes[i][k] = nullptr;
-        if (k % 16 == 0) (i % 2 == 0 ? one : two).startRuns(1);
+        if (k % 16 == 0) {
+          (i % 2 == 0 ? one : two).startRuns(1);
+        }
       }
     });
     one.run();
@@ -967,7 +993,9 @@ struct Model {
   template <typename List>
   static void eraseFirst(List& list, int value) {
     const auto place = std::find(list.begin(), list.end(), value);
-    if (place != list.end()) list.erase(place);
+    if (place != list.end()) {
+      list.erase(place);
+    }
   }
 
   void destroy(int group) {
@@ -976,9 +1004,15 @@ struct Model {
   }
 
   void act(const Action& action) {
-    if (action.kind == Action::Add) pending.push_back(action.target);
-    if (action.kind == Action::Remove) eraseFirst(pending, action.target);
-    if (action.kind == Action::Destroy) destroy(action.target);
+    if (action.kind == Action::Add) {
+      pending.push_back(action.target);
+    }
+    if (action.kind == Action::Remove) {
+      eraseFirst(pending, action.target);
+    }
+    if (action.kind == Action::Destroy) {
+      destroy(action.target);
+    }
   }
 
   void run() {
@@ -1001,15 +1035,25 @@ struct World {
   std::vector<int> turns;
 
   World() {
-    for (int i = 0; i < kGroups; ++i) groups.emplace_back(new Counted);
-    for (int i = 0; i < kNodes; ++i) nodes.emplace_back(new Counted);
+    for (int i = 0; i < kGroups; ++i) {
+      groups.emplace_back(new Counted);
+    }
+    for (int i = 0; i < kNodes; ++i) {
+      nodes.emplace_back(new Counted);
+    }
   }
 
   void act(const Action& action) {
     const auto target = static_cast<std::size_t>(action.target);
-    if (action.kind == Action::Add) operation->add(sets[target]);
-    if (action.kind == Action::Remove) operation->remove(sets[target]);
-    if (action.kind == Action::Destroy) groups[target] = nullptr;
+    if (action.kind == Action::Add) {
+      operation->add(sets[target]);
+    }
+    if (action.kind == Action::Remove) {
+      operation->remove(sets[target]);
+    }
+    if (action.kind == Action::Destroy) {
+      groups[target] = nullptr;
+    }
   }
 
   void makeSet(const Plan& plan) {
@@ -1028,7 +1072,9 @@ struct World {
 
   std::vector<int> pending() const {
     std::vector<int> numbers;
-    for (const auto& set : operation->getToCompile()) numbers.push_back(placeOf(sets, set.get()));
+    for (const auto& set : operation->getToCompile()) {
+      numbers.push_back(placeOf(sets, set.get()));
+    }
     return numbers;
   }
 
@@ -1045,7 +1091,9 @@ struct World {
 class Chain {
  public:
   explicit Chain(unsigned int seed) : _random(seed) {
-    for (int i = 0; i < 10; ++i) makeSet();
+    for (int i = 0; i < 10; ++i) {
+      makeSet();
+    }
   }
 
   void step() {
@@ -1095,7 +1143,9 @@ class Chain {
   }
 
   void addChild(std::size_t group, int node) {
-    if (!model.groupAlive[group]) return;
+    if (!model.groupAlive[group]) {
+      return;
+    }
     model.children[group].push_back(node);
     world.groups[group]->addChild(world.nodes[static_cast<std::size_t>(node)]);
   }
@@ -1104,10 +1154,14 @@ class Chain {
   // group, otherwise none would be left too soon.
   void makeSet() {
     const int group = below(kGroups);
-    if (!model.groupAlive[static_cast<std::size_t>(group)]) return;
+    if (!model.groupAlive[static_cast<std::size_t>(group)]) {
+      return;
+    }
     const int number = static_cast<int>(model.plans.size());
     Action action{static_cast<Action::Kind>(below(3)), below(number + 1)};
-    if (_random() % 60 == 0) action = {Action::Destroy, below(kGroups)};
+    if (_random() % 60 == 0) {
+      action = {Action::Destroy, below(kGroups)};
+    }
     const Plan plan{group, below(kNodes), action};
     model.plans.push_back(plan);
     world.makeSet(plan);
@@ -1135,6 +1189,6 @@ TEST_F(DecrementalCompileOperationTest, randomSequencesOfCallsAgreeWithAModelAnd
     ASSERT_EQ(Counted::alive(), _aliveBefore) << "seed " << seed;
   }
   // Check that the chains did reach the interesting cases.
-  EXPECT_GT(turns, 1000u);
-  EXPECT_GT(groupsLost, 30u);
+  EXPECT_GT(turns, 1000U);
+  EXPECT_GT(groupsLost, 30U);
 }

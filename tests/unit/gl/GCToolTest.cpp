@@ -71,15 +71,17 @@ using GCToolTest = FilesFixture;
 }  // namespace
 
 TEST_F(GCToolTest, withoutADisplayAllSixResultsAreEmptyTextsAndItIsTriedOnce) {
-  if (!displayIsFoundByEnvironment()) GTEST_SKIP() << kDisplayIsAlwaysThere;
+  if (!displayIsFoundByEnvironment()) {
+    GTEST_SKIP() << kDisplayIsAlwaysThere;
+  }
   withoutDisplay([] {
     const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install();
     ASSERT_TRUE(windowing.valid());
     EXPECT_STREQ(GCTool::getGPUVendor(), "");
-    EXPECT_EQ(windowing->asked().size(), 1u);
+    EXPECT_EQ(windowing->asked().size(), 1U);
     EXPECT_THAT(answers(), Each(IsEmpty()));
     EXPECT_THAT(answers(), Each(IsEmpty()));
-    EXPECT_EQ(windowing->asked().size(), 1u);
+    EXPECT_EQ(windowing->asked().size(), 1U);
   });
 }
 
@@ -96,12 +98,14 @@ TEST_F(GCToolTest, aContextOfAnotherClassLeavesAllSixResultsEmptyAndIsNotRequest
         [](RecordedWindowing::Traits* traits) { return new osgViewer::GraphicsWindowEmbedded(traits); });
     EXPECT_THAT(answers(), Each(IsEmpty()));
     EXPECT_THAT(answers(), Each(IsEmpty()));
-    EXPECT_EQ(windowing->asked().size(), 1u);
+    EXPECT_EQ(windowing->asked().size(), 1U);
   });
 }
 
 TEST_F(GCToolTest, withoutADisplayOnlyTheSceneGraphItselfPrintsMessages) {
-  if (!displayIsFoundByEnvironment()) GTEST_SKIP() << kDisplayIsAlwaysThere;
+  if (!displayIsFoundByEnvironment()) {
+    GTEST_SKIP() << kDisplayIsAlwaysThere;
+  }
   withoutDisplay([] {
     const NotifyRecorder recorder(osg::DEBUG_FP);
     askForTheSameContext();
@@ -119,7 +123,7 @@ TEST_F(GCToolTest, withoutADisplayNothingGoesToTheStandardStreams) {
     answers();
   });
   ASSERT_TRUE(std::filesystem::exists(written));
-  EXPECT_EQ(std::filesystem::file_size(written), 0u);
+  EXPECT_EQ(std::filesystem::file_size(written), 0U);
 }
 
 TEST_F(GCToolTest, requestsOneLargePixelBufferOnTheDisplayOfTheEnvironment) {
@@ -137,7 +141,7 @@ TEST_F(GCToolTest, requestsOneLargePixelBufferOnTheDisplayOfTheEnvironment) {
       const auto none = [](RecordedWindowing::Traits*) -> osg::GraphicsContext* { return nullptr; };
       const osg::ref_ptr<RecordedWindowing> windowing = RecordedWindowing::install(none);
       GCTool::getFragmentMaxUniform();
-      EXPECT_EQ(windowing->asked().size(), 1u);
+      EXPECT_EQ(windowing->asked().size(), 1U);
       const RecordedWindowing::Traits& traits = *windowing->asked().at(0);
       EXPECT_EQ(traits.hostName, each.host);
       EXPECT_EQ(traits.displayNum, each.number);

@@ -128,7 +128,9 @@ TEST_F(DepthSearchTest, neverReadsOutsideTheImageWhateverTheViewport) {
   for (int i = 0; i < 2000; ++i) {
     const DepthImage placed{depths, any(random), any(random), kWidth, kHeight};
     const PixelBox box = searchBox(placed, any(random), any(random));
-    if (box.firstColumn > box.lastColumn || box.firstRow > box.lastRow) continue;
+    if (box.firstColumn > box.lastColumn || box.firstRow > box.lastRow) {
+      continue;
+    }
     EXPECT_GE(box.firstColumn, 0);
     EXPECT_LT(box.lastColumn, kWidth);
     EXPECT_GE(box.firstRow, 0);
@@ -150,7 +152,9 @@ TEST_F(DepthSearchTest, aPansPixelIsTheWholePartOfWidthTimesYPlusX) {
 }
 
 TEST_F(DepthSearchTest, aPanOutsideTheImageTakesTheFallback) {
-  for (float& depth : depths) depth = 0.25f;
+  for (float& depth : depths) {
+    depth = 0.25f;
+  }
   EXPECT_EQ(panDepth(image, 0.0, kHeight, 0.6f), 0.6f);
   EXPECT_EQ(panDepth(image, -1.0, 0.0, 0.6f), 0.6f);
   EXPECT_EQ(panDepth(image, 1e30, 1e30, 0.6f), 0.6f);

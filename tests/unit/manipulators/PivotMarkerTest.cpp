@@ -39,18 +39,18 @@ const osg::Vec4f& overallColour(const osg::Geometry& geometry) {
 TEST_F(PivotMarkerTest, keepsItsSizeOnScreenAndIsNeverHidden) {
   EXPECT_TRUE(marker().getAutoScaleToScreen());
   EXPECT_EQ(marker().getStateSet()->getMode(GL_DEPTH_TEST), osg::StateAttribute::OFF);
-  EXPECT_EQ(marker().getNumChildren(), 3u);
+  EXPECT_EQ(marker().getNumChildren(), 3U);
 }
 
 TEST_F(PivotMarkerTest, carriesNoUpdateCallbackThatWouldForceContinuousDrawing) {
   EXPECT_EQ(marker().getUpdateCallback(), nullptr);
-  EXPECT_EQ(marker().getNumChildrenRequiringUpdateTraversal(), 0u);
+  EXPECT_EQ(marker().getNumChildrenRequiringUpdateTraversal(), 0U);
 }
 
 TEST_F(PivotMarkerTest, eachRingIsABandTwoCapsAndADiameter) {
   for (unsigned int i = 0; i < 3; ++i) {
     ASSERT_NE(ring(i), nullptr);
-    EXPECT_EQ(ring(i)->getNumDrawables(), 4u);
+    EXPECT_EQ(ring(i)->getNumDrawables(), 4U);
   }
 }
 
@@ -78,23 +78,25 @@ TEST_F(PivotMarkerTest, theBandsShareHintsForABodyOfAHundredFacesWithoutEnds) {
 
 TEST_F(PivotMarkerTest, theCapsAreStripsOfTwoHundredAndTwoVerticesOnEachSideWithoutColours) {
   for (unsigned int i = 0; i < 3; ++i) {
-    for (const unsigned int side : {1u, 2u}) {
+    for (const unsigned int side : {1U, 2U}) {
       const osg::Geometry& cap = *ring(i)->getDrawable(side)->asGeometry();
       const auto& vertices = dynamic_cast<const osg::Vec3Array&>(*cap.getVertexArray());
       const auto& normals = dynamic_cast<const osg::Vec3Array&>(*cap.getNormalArray());
-      const float z = side == 1u ? 1.5f : -1.5f;
-      ASSERT_EQ(vertices.size(), 202u);
-      ASSERT_EQ(normals.size(), 202u);
+      const float z = side == 1U ? 1.5f : -1.5f;
+      ASSERT_EQ(vertices.size(), 202U);
+      ASSERT_EQ(normals.size(), 202U);
       EXPECT_EQ(vertices[0], osg::Vec3f(100.0f, 0.0f, z));
       EXPECT_EQ(vertices[1], osg::Vec3f(97.0f, 0.0f, z));
       EXPECT_NEAR(vertices[50].x(), 100.0 * std::cos(25.0 * 0.06283186), 1e-4);
       EXPECT_NEAR(vertices[50].y(), 100.0 * std::sin(25.0 * 0.06283186), 1e-4);
-      for (const osg::Vec3f& normal : normals) EXPECT_EQ(normal, osg::Vec3f(0.0f, 0.0f, -1.0f));
+      for (const osg::Vec3f& normal : normals) {
+        EXPECT_EQ(normal, osg::Vec3f(0.0f, 0.0f, -1.0f));
+      }
       EXPECT_EQ(cap.getNormalBinding(), osg::Geometry::BIND_PER_VERTEX);
       EXPECT_EQ(cap.getColorArray(), nullptr);
-      ASSERT_EQ(cap.getNumPrimitiveSets(), 1u);
+      ASSERT_EQ(cap.getNumPrimitiveSets(), 1U);
       EXPECT_EQ(cap.getPrimitiveSet(0)->getMode(), static_cast<GLenum>(GL_TRIANGLE_STRIP));
-      EXPECT_EQ(cap.getPrimitiveSet(0)->getNumIndices(), 202u);
+      EXPECT_EQ(cap.getPrimitiveSet(0)->getNumIndices(), 202U);
     }
   }
 }
@@ -104,7 +106,7 @@ TEST_F(PivotMarkerTest, theDiametersRunAlongXInTheirColours) {
   for (unsigned int i = 0; i < 3; ++i) {
     const osg::Geometry& line = *ring(i)->getDrawable(3)->asGeometry();
     const auto& vertices = dynamic_cast<const osg::Vec3Array&>(*line.getVertexArray());
-    ASSERT_EQ(vertices.size(), 2u);
+    ASSERT_EQ(vertices.size(), 2U);
     EXPECT_EQ(vertices[0], osg::Vec3f(-100.0f, 0.0f, 0.0f));
     EXPECT_EQ(vertices[1], osg::Vec3f(100.0f, 0.0f, 0.0f));
     EXPECT_EQ(line.getPrimitiveSet(0)->getMode(), static_cast<GLenum>(GL_LINES));

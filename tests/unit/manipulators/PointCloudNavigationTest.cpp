@@ -150,7 +150,7 @@ TEST_F(PointCloudNavigationTest, aRightDragShowsTheMarkerOnceAndTheReleaseHidesI
   EXPECT_TRUE(drag(kRight, 410.0, 300.0));
   EXPECT_TRUE(drag(kRight, 420.0, 300.0));
   EXPECT_TRUE(isMarkerShown());
-  EXPECT_EQ(_scene->getNumChildren(), 1u);
+  EXPECT_EQ(_scene->getNumChildren(), 1U);
   EXPECT_FALSE(release(0, 420.0, 300.0));
   EXPECT_FALSE(isMarkerShown());
 }
@@ -190,10 +190,10 @@ TEST_F(MarkerTest, theReleaseRemovesTheMarkerFromAllItsParents) {
   const osg::ref_ptr<osg::Group> other = new osg::Group;
   other->addChild(marker);
   _scene->addChild(marker);
-  ASSERT_EQ(marker->getNumParents(), 3u);
+  ASSERT_EQ(marker->getNumParents(), 3U);
   release(0, 410.0, 300.0);
-  EXPECT_EQ(_scene->getNumChildren(), 0u);
-  EXPECT_EQ(other->getNumChildren(), 0u);
+  EXPECT_EQ(_scene->getNumChildren(), 0U);
+  EXPECT_EQ(other->getNumChildren(), 0U);
 }
 
 TEST_F(MarkerTest, theNextReleaseRemovesTheMarkerOfADragThatLostItsRelease) {
@@ -217,7 +217,7 @@ TEST_F(MarkerTest, aPressLeavesTheMarkerThatIsShown) {
 TEST_F(MarkerTest, destroyingTheManipulatorDuringADragRemovesItsMarker) {
   _viewer->setCameraManipulator(nullptr);
   _manipulator = nullptr;
-  EXPECT_EQ(_scene->getNumChildren(), 0u);
+  EXPECT_EQ(_scene->getNumChildren(), 0U);
 }
 
 TEST_F(MarkerTest, aCopyThatIsDestroyedLeavesTheMarkerItShares) {
@@ -246,7 +246,7 @@ TEST_F(PointCloudNavigationTest, aSceneThatIsNoGroupReceivesNoMarker) {
   _viewer->setSceneData(new osg::ShapeDrawable(new osg::Sphere));
   push(kRight, 400.0, 300.0);
   EXPECT_TRUE(drag(kRight, 410.0, 300.0));
-  EXPECT_EQ(_manipulator->_pivotIndicator->getNumParents(), 0u);
+  EXPECT_EQ(_manipulator->_pivotIndicator->getNumParents(), 0U);
   EXPECT_FALSE(release(0, 410.0, 300.0));
 }
 
@@ -290,7 +290,9 @@ TEST_F(PointCloudNavigationTest, anEventBeforeItsPredecessorIsReportedAndCountsA
   class Collector : public osg::NotifyHandler {
    public:
     void notify(osg::NotifySeverity severity, const char* message) override {
-      if (severity == osg::WARN) warnings += message;
+      if (severity == osg::WARN) {
+        warnings += message;
+      }
     }
     std::string warnings;
   };
@@ -459,7 +461,9 @@ TEST_F(PointCloudNavigationTest, nanPositionsMoveNothing) {
     const osg::Matrixd projection = camera().getProjectionMatrix();
     EXPECT_FALSE(drag(kMiddle, notANumber, 300.0));
     EXPECT_EQ(_manipulator->getMatrix(), before);
-    if (isPerspective) continue;
+    if (isPerspective) {
+      continue;
+    }
     scroll(Event::SCROLL_UP, notANumber, 300.0);
     EXPECT_EQ(_manipulator->getMatrix(), before);
     EXPECT_EQ(camera().getProjectionMatrix(), projection);

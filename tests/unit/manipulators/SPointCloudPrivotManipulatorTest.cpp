@@ -29,7 +29,7 @@ class SPointCloudPrivotManipulatorTest : public PivotManipulatorFixture {
 TEST_F(SPointCloudPrivotManipulatorTest, isBuiltWithItsDefaults) {
   const osg::ref_ptr<OpenPivotManipulator> fresh = new OpenPivotManipulator(_viewer);
   expectSharedDefaults(*fresh);
-  EXPECT_EQ(fresh->_pivotIndicator->getNumChildren(), 3u);
+  EXPECT_EQ(fresh->_pivotIndicator->getNumChildren(), 3U);
 }
 
 TEST_F(SPointCloudPrivotManipulatorTest, aCopyTakesEveryFieldAndSharesMarkerAndViewer) {

@@ -42,7 +42,9 @@ TEST_F(LogFileApplicationTest, anApplicationThatStartedPlogBeforeTheLogSharesNot
 TEST_F(LogFileApplicationTest, anApplicationThatStartsPlogAfterTheLogSharesNothingWithIt) {
   inNewProcess("work", [] {
     LogFile::getInstance();
-    if (plog::get<0>() != nullptr) std::exit(2);
+    if (plog::get<0>() != nullptr) {
+      std::exit(2);
+    }
     startApplicationLog();
     writeBoth();
   });

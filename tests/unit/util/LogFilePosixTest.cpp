@@ -23,8 +23,12 @@ constexpr uid_t kNobody = 65534;
 /// Writes as user nobody in another user's folder. Skips the normal exit, where tools that watch the process would fail
 /// because of its new user.
 void writeAsNobody() {
-  if (::geteuid() == 0 && ::seteuid(kNobody) != 0) ::_exit(1);
-  if (::open("probe", O_CREAT | O_WRONLY, 0600) != -1 || errno != EACCES) ::_exit(2);
+  if (::geteuid() == 0 && ::seteuid(kNobody) != 0) {
+    ::_exit(1);
+  }
+  if (::open("probe", O_CREAT | O_WRONLY, 0600) != -1 || errno != EACCES) {
+    ::_exit(2);
+  }
   writeOneOfEach();
   ::_exit(0);
 }
@@ -50,7 +54,9 @@ TEST_F(LogFilePosixTest, aWorkingDirectoryThatIsGoneMakesTheCallsReturn) {
 }
 
 TEST_F(LogFilePosixTest, aFullDeviceMakesTheCallsReturn) {
-  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "this system has no /dev/full";
+  if (!std::filesystem::exists("/dev/full")) {
+    GTEST_SKIP() << "this system has no /dev/full";
+  }
   std::filesystem::create_symlink("/dev/full", path("work") + "/" + kLogName);
   inNewProcess("work", writeOneOfEach);
   EXPECT_THAT(namesIn(path("work")), ElementsAre(kLogName));

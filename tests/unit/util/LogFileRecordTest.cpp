@@ -70,7 +70,9 @@ TEST_F(LogFileRecordTest, everyAppenderReceivesTheFixedFieldsAndNeitherFileNorOb
         {plog::info, "QuorOsgUtils::LogFile::info", 20, "", nullptr, 0, number, PLOG_NSTR("one\n")},
         {plog::debug, "QuorOsgUtils::LogFile::debug", 25, "", nullptr, 0, number, PLOG_NSTR("two\n")},
         {plog::error, "QuorOsgUtils::LogFile::error", 30, "", nullptr, 0, number, PLOG_NSTR("three\n")}};
-    if (first.seen != expected || second.seen != expected) std::exit(2);
+    if (first.seen != expected || second.seen != expected) {
+      std::exit(2);
+    }
   });
   expectEntries(log(), {info(thread(), "one"), debug(thread(), "two"), error(thread(), "three")});
 }

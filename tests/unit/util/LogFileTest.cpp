@@ -52,7 +52,9 @@ TEST_F(LogFileTest, eachCallWritesItsSeverityItsFixedFunctionAndLineAndAnEmptyLi
 TEST_F(LogFileTest, thereIsNoFileBeforeTheFirstInstanceNorBeforeTheFirstMessage) {
   expectInANewProcess([this] {
     std::filesystem::current_path(path("work"));
-    if (!namesIn(".").empty()) return false;
+    if (!namesIn(".").empty()) {
+      return false;
+    }
     LogFile* const instance = LogFile::getInstance();
     const bool stillNone = namesIn(".").empty();
     instance->info("now");
@@ -107,21 +109,29 @@ TEST_F(LogFileTest, textInTheUsersEncodingIsWrittenInUtf8) {
   std::vector<std::string> texts;
   for (const char* text : {"caf\xC3\xA9", "\xE7\x82\xB9\xE4\xBA\x91", "\xF0\xA0\x80\x80"}) {
     const std::optional<std::string> message = inUsersEncoding(text);
-    if (!message) continue;
+    if (!message) {
+      continue;
+    }
     texts.push_back(*message);
     entries.push_back(text);
   }
   ASSERT_FALSE(texts.empty());
   inNewProcess("work", [&texts] {
-    for (const std::string& text : texts) theLog().info(text.c_str());
+    for (const std::string& text : texts) {
+      theLog().info(text.c_str());
+    }
   });
-  for (std::string& entry : entries) entry = info(thread(), entry);
+  for (std::string& entry : entries) {
+    entry = info(thread(), entry);
+  }
   expectEntries(log(), entries);
 }
 
 TEST_F(LogFileTest, aMessageOfOneMebibyteIsWrittenWhole) {
-  std::string text(std::size_t{1} << 20u, '\0');
-  for (std::size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>('a' + i % 25);
+  std::string text(std::size_t{1} << 20U, '\0');
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    text[i] = static_cast<char>('a' + i % 25);
+  }
   inNewProcess("work", [&text] {
     theLog().info(text.c_str());
     theLog().info("after");
@@ -152,7 +162,9 @@ TEST_F(LogFileTest, messagesOfSimultaneousThreadsAreNeitherMixedNorLost) {
     LogFile* const shared = LogFile::getInstance();
     onThreads(kThreads, [this, shared](std::size_t i) {
       std::ofstream(path("number" + std::to_string(i))) << threadNumber();
-      for (int message = 0; message < kMessagesEach; ++message) shared->debug(numbered(i, message).c_str());
+      for (int message = 0; message < kMessagesEach; ++message) {
+        shared->debug(numbered(i, message).c_str());
+      }
     });
     return true;
   });
@@ -208,7 +220,9 @@ TEST_F(LogFileTest, theFileIsNeverRolledOver) {
   constexpr int kMessages = 600;
   const std::string text(1024, 'r');
   inNewProcess("work", [&text] {
-    for (int i = 0; i < kMessages; ++i) theLog().info(text.c_str());
+    for (int i = 0; i < kMessages; ++i) {
+      theLog().info(text.c_str());
+    }
   });
   EXPECT_THAT(namesIn(path("work")), ElementsAre(kLogName));
   expectEntries(log(), std::vector<std::string>(kMessages, info(thread(), text)));
