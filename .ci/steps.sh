@@ -20,7 +20,7 @@ table() {
 build_later() {
   local name
   rm -f build/ci/*.built
-  set -m # a separate process group, so that all of it can be ended
+  set -m # a separate process group, so that the trap can end all of it
   (for name in "$@"; do
     (set -e && nice_build "$name") >"build/ci/build-$name.log" 2>&1 || true
     touch "build/ci/$name.built"

@@ -16,7 +16,8 @@
 
 namespace QuorViewer {
 
-/// A scan that cannot be read, or no longer. The text names the file, what is wrong, and at which byte or field.
+/// A scan that cannot be read, or can no longer be read. The text names the file, what is wrong, and at which byte or
+/// field.
 class ScanError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -27,10 +28,10 @@ inline constexpr double kFarthestCoordinate = 1e37;
 
 /// Points of a scan in arrays that the graphics card uses directly, each with one element per point.
 struct PointChunk {
-  PointRange points;                           ///< which points of the file
-  osg::ref_ptr<osg::Vec3Array> positions;      ///< world units, relative to the origin of `ScanReader::startChunk`
-  osg::ref_ptr<osg::Vec4ubArray> colours;      ///< RGB 0 to 255 and 255; white where the scan has no colour
-  osg::ref_ptr<osg::UShortArray> intensities;  ///< as stored in the file, shares of 1 as 0 to 65535, 0 if it has none
+  PointRange points;                              ///< which points of the file
+  osg::ref_ptr<osg::Vec3Array> positions;         ///< world units, relative to the origin of `ScanReader::startChunk`
+  osg::ref_ptr<osg::Vec4ubArray> colours;         ///< RGB 0 to 255 and 255; white where the scan has no colour
+  osg::ref_ptr<osg::UShortArray> intensities;     ///< as stored; fractions of 1 as 0 to 65535; 0 if there are none
   osg::ref_ptr<osg::Vec2ubArray> classesReturns;  ///< class; return number in the low, returns in the high 4 bits
   osg::BoundingBox bounds;                        ///< of the finite `positions`
 };
@@ -74,14 +75,14 @@ class ScanReader {
   virtual const ScanInfo& info() const = 0;
 
   /// A reader for another thread, which may outlive this one. It shares the open file and what is known of it, so that
-  /// nothing is opened or checked again. Call it where the reader is used.
+  /// nothing is opened or checked again. Call it on the thread that uses this reader.
   [[nodiscard]] virtual std::unique_ptr<ScanReader> clone() const = 0;
 
   /// Reading can start directly at each point whose index is a multiple of this.
   virtual std::uint64_t entryPoints() const { return 1; }
   /// The file's records, for callers that have mapped the file; nothing if the points are not plain records.
   virtual std::optional<RecordTable> records() const { return std::nullopt; }
-  /// The current size of the opened file with these records: it may become shorter, or its name another file's.
+  /// The current size of the opened file with these records, even if its name now refers to another file.
   virtual std::uint64_t fileBytesNow() { return 0; }
 
   /// An empty chunk for points of this scan, relative to `origin`, which is subtracted in double precision.
@@ -96,9 +97,9 @@ class ScanReader {
   /// The coordinates of one point exactly as stored in the file. Throws ScanError.
   virtual osg::Vec3d coordinates(std::uint64_t point) = 0;
 
-  /// What a LAS file with points of this scan has besides them: for LAS and LAZ the scan's own; for others that of LAS
-  /// 1.2, point format 0, or 2 with colour, with the finest decimal grid about `origin` that holds all points. For a
-  /// binary PLY scan the first call reads all points. Throws ScanError.
+  /// Everything but the points of a LAS file with points of this scan. For LAS and LAZ it is the scan's own. For others
+  /// it is LAS 1.2, point format 0, or 2 with colour, with the finest decimal grid about `origin` that holds all
+  /// points; for a binary PLY scan the first call reads all points. Throws ScanError.
   virtual LasMetadata lasMetadata() = 0;
 
   /// Appends to `records` the point records, in the format of `lasMetadata`, of those among the `count` points from

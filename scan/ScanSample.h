@@ -37,8 +37,8 @@ class ScanSample {
   bool anyIntensity() const;
   bool anyClassification() const;
 
-  /// Whole numbers near the median of the sampled points, which a few outliers cannot shift as they would the mean or
-  /// the middle of the box. The grid's own offset, rounded, if no point was sampled.
+  /// Whole numbers near the median of the sampled points: unlike the mean or the middle of the box, the median is not
+  /// shifted by a few outliers. The grid's own offset, rounded, if no point was sampled.
   osg::Vec3d origin(const osg::Vec3d& scale, const osg::Vec3d& offset) const;
 
   /// Fills in everything that the sample shows; scale and offset must be known. `coloured`: whether the format has

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Writes a simulated scan of 130 million points (over 4 GiB), loads all of it within a memory budget, and checks the peak
-# memory of the process. Takes some minutes, and disk space for the scan in TMPDIR, which is freed at the end.
+# memory of the process. Takes several minutes. Writes the scan to TMPDIR and deletes it at the end.
 #
 #   scripts/large_scan.sh [POINTS] [GIB]      default: 130000000 points, 1 GiB
 #

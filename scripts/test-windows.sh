@@ -28,7 +28,7 @@ cmake --build --preset windows
 
 quietly() { "$@" </dev/null >/dev/null 2>&1; }
 
-# The wine server keeps running between the programs, because each would wait for its start.
+# The wine server keeps running between the programs. Otherwise each program would wait for it to start.
 stop_wine() {
   quietly wineserver --kill || true
   quietly wineserver --wait
@@ -39,7 +39,7 @@ start_wine() {
 }
 
 # Wine reports Windows 7 by default. A virtual display has no window manager, and a managed window would wait for one.
-# Programs get a fixed DISPLAY, because OpenSceneGraph takes its number for that of a screen of Windows.
+# Programs get a fixed DISPLAY, because OpenSceneGraph reads its number as a Windows screen number.
 prepare_wine() {
   local commands
   commands=$(declare -f prepare_wine | sha256sum)

@@ -19,7 +19,7 @@ struct ValueOption {
   std::string help;  ///< may have several lines
 };
 
-/// What a command line asks for beside its options.
+/// The contents of a command line besides the options.
 struct CommandLine {
   std::string answer;  ///< to --help or --version: the program prints it and ends. Empty: neither was given
   std::vector<std::string> files;

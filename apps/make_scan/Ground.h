@@ -9,7 +9,7 @@
 
 namespace QuorViewer {
 
-/// The building ground: holds the shapes built so far, and which places are taken.
+/// The construction site: the shapes built so far, and the areas that they occupy.
 class Ground {
  public:
   explicit Ground(const Terrain& terrain) : _terrain(terrain) {}

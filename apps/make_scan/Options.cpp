@@ -86,7 +86,7 @@ void addFormatOptions(CLI::App& app, Options& into) {
   addWholeNumber<unsigned>(app, {"--format", "F", "point data record format, 0 to 10; default: 7", 0, 10}, into.format);
   addOption(app,
             {"--las-version", "V", "1.0, 1.1, 1.2, 1.3 or 1.4",
-             "1.0 to 1.4; default: 1.2 for formats 0 to 3, 1.3 for 4 and 5, 1.4 for 6 to 10"},
+             "1.0 to 1.4; default: 1.2 for formats 0 to 3, 1.3 for 4 and 5,\n1.4 for 6 to 10"},
             into.versionMinor, readVersionMinor);
   addOption(app,
             {"--scale", "S", "a number of metres above 1.2e-7, so that coordinates fit into 32 bits, and at most 10",
@@ -104,7 +104,7 @@ void addFaultOptions(CLI::App& app, Options& into) {
   app.option_defaults()->group("Unusual and damaged files");
   addOption(app,
             {"--header-box", "BOX", "true, wide, empty or nan",
-             "bounds in the header: true, wide (1 km wider on each side), empty (zeros) or nan;\ndefault: true"},
+             "bounds in the header: true, wide (1 km wider on each side), empty (zeros)\nor nan; default: true"},
             into.headerBox, readHeaderBox);
   addWholeNumber<std::uint64_t>(app, {"--cut-at", "BYTE", "truncate the finished file to this length", 0, kAnyMost},
                                 into.cutAtByte);

@@ -117,16 +117,15 @@ void addOutputOptions(CLI::App& app, Arguments& into) {
       app,
       {"--tour", "FOLDER", "a folder name", "run a scripted tour, save numbered screenshots and tour.json, and quit"},
       into.tourFolder, readName);
-  app.add_flag("--verbose", into.verbose,
-               "also print every change of the camera and the clip box to the standard output");
+  app.add_flag("--verbose", into.verbose, "also print every change of the camera and the clip box");
 }
 
 void addSystemOptions(CLI::App& app, Arguments& into) {
   app.option_defaults()->group("System");
   addOption(app,
             {"--threading", "MODEL", "single, cull-draw, draw or camera",
-             "OpenSceneGraph threading: single, cull-draw (per context), draw (per context)\n"
-             "or camera (cull per camera); default: single"},
+             "OpenSceneGraph threading: single, cull-draw or draw (per context),\n"
+             "camera (cull per camera); default: single"},
             into.threading, readThreadingModel);
   app.add_flag("--gpu", into.gpu, "print GPU information and quit");
 }
@@ -152,7 +151,7 @@ Arguments parseArguments(const std::vector<std::string>& arguments) {
   Arguments parsed;
   CLI::App app(
       "Shows lidar scans (LAS, LAZ, PLY, .asc) in one coordinate system. Without a FILE it shows the\n"
-      "bundled scan. Arguments after -- are files, also those that begin with a dash.");
+      "bundled scan. Arguments after -- are files, even those that begin with a dash.");
   prepare(app, "quor_viewer [OPTION...] [FILE...]");
   addDisplayOptions(app, parsed);
   addScanOptions(app, parsed);

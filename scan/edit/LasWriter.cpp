@@ -28,7 +28,7 @@ LasWriter::LasWriter(std::string path, const LasHeader& header, const std::vecto
   _header.headerLengthBytes = std::max(header.headerLengthBytes, lasHeaderLengthBytes(header.versionMinor));
   const std::size_t before = _header.headerLengthBytes + variableRecords.size();
   if (before > kLegacyMost) {
-    _fail("too many bytes before its points");
+    _fail("more than 4294967295 bytes before the points");
   }
   _header.pointDataOffsetBytes = std::max(header.pointDataOffsetBytes, static_cast<std::uint32_t>(before));
   _header.waveformOffsetBytes = _header.extendedRecordsOffsetBytes = 0;

@@ -35,7 +35,7 @@ ScanCrop::ScanCrop(ScanReader& source, std::string target, InsideTest inside)
 void ScanCrop::_refuseSource() const {
   for (const std::string& path : {_target, LasWriter::partPath(_target)}) {
     if (sameFile(path, _source.info().path)) {
-      _fail("it would overwrite the scan that the points come from");
+      _fail("this would overwrite the scan being copied");
     }
   }
 }

@@ -123,7 +123,7 @@ AscDecoder findPoints(SequentialBytes& from) {
     found = takeDataLine(from, line);
   }
   if (!found) {
-    throw from.file().error("no line holds a point: at least x, y and z expected");
+    throw from.file().error("no line contains a point: at least x, y and z expected");
   }
   const std::size_t columns = countColumns(line);
   if (columns < 3) {

@@ -45,7 +45,7 @@ class HeaderCheck {
     const bool knownVersion = bytes.size() <= 25 || (_las.header.versionMajor == 1 && _las.header.versionMinor <= 4);
     if (knownVersion && bytes.size() < needed) {
       throw _file.error("the file ends inside its header, at byte " + text(bytes.size()) + ": " + text(needed) +
-                        " bytes required");
+                        " bytes needed");
     }
   }
 
@@ -137,7 +137,7 @@ class HeaderCheck {
     if (held >= _las.pointCount) {
       return;
     }
-    const std::string what = "the file is cut off or its point count is wrong";
+    const std::string what = "the file is truncated or its point count is wrong";
     const std::string comparison = text(_las.pointCount) + " records of " + text(_las.header.recordLengthBytes) +
                                    " bytes expected from byte " + text(_las.pointDataOffsetBytes) + " on, " +
                                    text(held) + " found, the file ends at byte " + text(_file.size());

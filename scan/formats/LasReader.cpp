@@ -126,8 +126,8 @@ std::unique_ptr<ScanReader> openLas(ScanFile file, const CheckedLas& las) {
 
 void requirePoints(const ScanInfo& info, std::uint64_t first, std::uint64_t count) {
   if (first > info.pointCount || count > info.pointCount - first) {
-    throw ScanError(info.path + ": " + std::to_string(count) + " points from point " + std::to_string(first) +
-                    " on requested, the scan has " + std::to_string(info.pointCount));
+    throw ScanError(info.path + ": " + std::to_string(count) + " points requested from point " + std::to_string(first) +
+                    " on, but the scan has only " + std::to_string(info.pointCount));
   }
 }
 

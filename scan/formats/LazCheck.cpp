@@ -198,7 +198,7 @@ class LazCheck {
 
   void _requireTablePlace(std::uint64_t pointer, std::uint64_t at, bool holds) const {
     if (!holds) {
-      _fail("the file is cut off or its chunk table is misplaced", pointer, "chunk table start",
+      _fail("the file is truncated or its chunk table is misplaced", pointer, "chunk table start",
             "byte " + text(at) + " found, the points begin at byte " + text(_pointsBegin()) +
                 " and the file ends at byte " + text(_file.size()));
     }

@@ -102,7 +102,7 @@ class HeaderReader {
     constexpr std::array<std::string_view, 3> names = {"ascii", "binary_little_endian", "binary_big_endian"};
     _require(words.size() == 3, "the line \"format\" needs a format and a version", words.back());
     const auto found = std::find(names.begin(), names.end(), words[1]);
-    _require(found != names.end(), "unknown format of the data", words[1]);
+    _require(found != names.end(), "unknown data format", words[1]);
     _header.encoding = static_cast<PlyEncoding>(found - names.begin());
     _formatSeen = true;
   }
@@ -138,7 +138,7 @@ class HeaderReader {
     const auto found = std::find_if(kTypes.begin(), kTypes.end(), [&](const PlyType& type) {
       return std::find(type.names.begin(), type.names.end(), name) != type.names.end();
     });
-    _require(found != kTypes.end(), "unknown type of number", name);
+    _require(found != kTypes.end(), "unknown number type", name);
     return &*found;
   }
 

@@ -58,7 +58,7 @@ class BinaryNumbers {
  private:
   void _require(std::uint64_t bytes) const {
     if (_from.left() < bytes) {
-      throw error("the file is cut off or its counts are wrong",
+      throw error("the file is truncated or its counts are wrong",
                   std::to_string(bytes) + " bytes needed, " + std::to_string(_from.left()) + " left");
     }
   }
@@ -73,7 +73,7 @@ class TextNumbers {
   explicit TextNumbers(SequentialBytes& from) : _from(from) {
     do {
       if (!takeTextLine(from, _line)) {
-        throw from.file().error("the file is cut off or its counts are wrong, at byte " +
+        throw from.file().error("the file is truncated or its counts are wrong, at byte " +
                                 std::to_string(from.position()) + ": lines are missing");
       }
     } while (_line.find_first_not_of(" \t\r") == _line.npos);
@@ -203,7 +203,7 @@ class PlyDecoder : public VertexDecoder {
     if (held >= element.count) {
       return;
     }
-    throw from.file().error("the file is cut off or its count is wrong (element \"" + element.name +
+    throw from.file().error("the file is truncated or its count is wrong (element \"" + element.name +
                             "\"): " + std::to_string(element.count) + " records of " +
                             std::to_string(element.recordBytes()) + " bytes expected from byte " +
                             std::to_string(from.position()) + " on, " + std::to_string(held) +

@@ -8,7 +8,7 @@
 
 namespace QuorViewer {
 
-/// A longer line is taken for damage.
+/// A longer line is treated as damage.
 inline constexpr std::size_t kMostLineBytes = std::size_t{1} << 16;
 
 inline bool isBlank(char c) {
@@ -40,7 +40,7 @@ double requireNumber(const SequentialBytes& from, std::string_view word);
 /// Takes a line. False at the end of the file. Throws ScanError if the line is too long.
 bool takeTextLine(SequentialBytes& from, std::string_view& line);
 
-/// An error in the line that was taken last: what, in which line, at which byte, and what is there instead.
+/// An error in the line that was read last. The text says what is wrong, the line, the byte, and what was found.
 ScanError lineError(const SequentialBytes& from, const std::string& what, const std::string& found);
 
 }  // namespace QuorViewer

@@ -23,7 +23,7 @@ struct VertexScale {
   osg::Vec4ub shownColour(const Vertex& vertex) const;
 };
 
-/// What some or all of the vertices show about their scan.
+/// Properties of a scan, derived from some or all of its vertices.
 class VertexSurvey {
  public:
   void include(const Vertex& vertex);
@@ -33,8 +33,8 @@ class VertexSurvey {
   /// Of the usable positions included.
   const osg::BoundingBoxd& box() const { return _box; }
 
-  /// Colours are 8-bit or 16-bit values or, in a floating-point type, shares of 1; black or negative ones are none.
-  /// Intensities are as stored, or shares of 1.
+  /// Colours are 8-bit or 16-bit values or, in a floating-point type, fractions of 1; black or negative colours count
+  /// as no colour. Intensities are as stored, or fractions of 1.
   VertexScale scale(const VertexFields& fields) const;
 
  private:

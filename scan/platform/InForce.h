@@ -2,7 +2,7 @@
 
 namespace QuorViewer {
 
-/// Points a pointer, for example a thread-local one, at an object for as long as this lives, then resets it to null.
+/// Sets a pointer, for example a thread-local one, for the lifetime of this object, then resets it to null.
 template <typename Thing>
 class InForce {
  public:

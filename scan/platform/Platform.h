@@ -24,9 +24,9 @@ std::uint64_t processMemoryBytes();
 /// Returns freed memory that the allocator still keeps to the system.
 void returnFreeMemory();
 
-/// File names are in the user's encoding: the command line supplies them so, and the library, OSG and the streams
-/// expect them so. The standard library's own conversion differs between compilers; these two convert a name to a path
-/// and back. Characters that the encoding lacks become question marks.
+/// File names are in the user's encoding: the command line supplies it, and the library, OSG and the streams expect it.
+/// The standard library's own conversion differs between compilers; these two convert a name to a path and back.
+/// Characters that the encoding lacks become question marks.
 std::filesystem::path toPath(const std::string& name);
 std::string fromPath(const std::filesystem::path& place);
 /// Converts such a name, or an error message of the system, to UTF-8 for a window or for a file that others read.

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs one Windows program under wine: wine.sh FOLDERS PROGRAM [ARGUMENTS...]
-# FOLDERS are those of the dependencies, separated by colons, whose DLLs the program loads. CMake runs the tests with it.
+# FOLDERS, separated by colons, are the install folders of the dependencies, whose DLLs the program loads. CMake runs the
+# tests with this script.
 set -euo pipefail
 . "$(dirname "$0")/settings.sh"
 
@@ -20,8 +21,8 @@ export WINEPATH=$dll_folders${WINEPATH:-}
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
-# Wine's services inherit the standard output and outlive the program, so the reader of a pipe would wait for them. So the
-# output goes to files. They are followed, so that it is shown even if the program is killed.
+# Wine's services inherit the standard output and outlive the program: the reader of a pipe would wait for them. The
+# output therefore goes to files, which `tail` follows, so that it is shown even if the program is killed.
 run() {
   local program status=0
   : >"$folder/out"

@@ -549,7 +549,7 @@ TEST_F(MakeScanTest, recordsThatAreLeftOutAreStillCounted) {
   EXPECT_EQ(LasHeader::parse(cut.data(), cut.size()).extendedPointCount, 200U);
 }
 
-TEST_F(MakeScanTest, pointsBeyondFourGigabytesTakeLittleOfTheDiskAndAreAllThere) {
+TEST_F(MakeScanTest, pointsBeyondFourGigabytesTakeLittleDiskSpaceAndAreComplete) {
   const Scan model = scan({"--points", "400"});
   ASSERT_EQ(run({_path, "--points", "400", "--sparse-offset", "4294967000"}), 0) << _complaint;
   ASSERT_EQ(fs::file_size(_path), 4294967000ULL + 400ULL * 36ULL);
@@ -593,9 +593,9 @@ TEST_P(MakeScanRefusalTest, theMessageNamesTheOptionAndTheAllowedValues) {
 INSTANTIATE_TEST_SUITE_P(
     Refusals, MakeScanRefusalTest,
     testing::Values(
-        Refusal{"noFile", {"--points", "5"}, {"name of the file"}},  //
+        Refusal{"noFile", {"--points", "5"}, {"the output file is missing"}},  //
         Refusal{"noPoints", {"OUT"}, {"--points is required"}},
-        Refusal{"twoFiles", {"OUT", "other.las", "--points", "5"}, {"'other.las'", "only one file"}},
+        Refusal{"twoFiles", {"OUT", "other.las", "--points", "5"}, {"'other.las'", "only one output file"}},
         Refusal{"unknownOption", {"OUT", "--pints", "5"}, {"unknown option '--pints'", "--help"}},
         Refusal{"missingValue", {"OUT", "--points"}, {"--points expects N"}},
         Refusal{"pointsNoNumber", {"OUT", "--points", "many"}, {"--points expects a whole number", "'many'"}},

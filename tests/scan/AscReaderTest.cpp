@@ -185,7 +185,7 @@ TEST_F(AscReaderTest, aFileThatShrinksWhileItIsOpenIsAnError) {
   std::filesystem::resize_file(_folder.path("scan.asc"), text.size() / 2);
   EXPECT_EQ(reader->coordinates(0), osg::Vec3d(0, 0.5, 0));
   EXPECT_THAT(messageOf([&] { reader->read(0, kManyPoints, osg::Vec3d()); }),
-              HasSubstr("the file ended while it was being read, at byte " + std::to_string(text.size() / 2)));
+              HasSubstr("the file was truncated while it was being read, at byte " + std::to_string(text.size() / 2)));
 }
 
 class DamagedAsc : public testing::TestWithParam<DamagedText> {
@@ -212,13 +212,13 @@ INSTANTIATE_TEST_SUITE_P(
                     "the number of columns changes, in line 2, at byte 12: 5 found, 6 in line 1"},
         DamagedText{"twoHeadings", "some\nmore\n1 2 3\n",
                     "at least x, y and z expected, in line 2, at byte 5: 1 columns found"},
-        DamagedText{"onlyComments", "# nothing\n\n", "no line holds a point: at least x, y and z expected"},
-        DamagedText{"onlyAHeading", "x y z\n", "no line holds a point: at least x, y and z expected"},
+        DamagedText{"onlyComments", "# nothing\n\n", "no line contains a point: at least x, y and z expected"},
+        DamagedText{"onlyAHeading", "x y z\n", "no line contains a point: at least x, y and z expected"},
         DamagedText{"endlessLine", "1 2 3\n" + std::string(70000, '1') + "\n",
                     "a line is longer than 65536 bytes, in line 2, at byte 6"}),
     textName);
 
-TEST_F(AscReaderTest, whateverBytesStandInAFileItOpensOrIsRefused) {
+TEST_F(AscReaderTest, aFileOfArbitraryBytesIsEitherReadOrRefused) {
   std::mt19937 random(20240302);
   ScanBytes::Bytes text;
   text.addText("//X Y Z I R G B\n1 2 3 4 5 6 7\n1.5;2.5;3.5;4;5;6;7\n-1e3 2e-3 3 4 5 6 7\n");

@@ -139,7 +139,7 @@ TEST_P(LazReaderOfEachPointFormat, everyPointReadsAsItWasWrittenInWhateverOrder)
   EXPECT_EQ(reader->coordinates(2499), osg::Vec3d(last.x * 0.01 + 1000, last.y * 0.01 + 2000, last.z * 0.001 + 30));
 }
 
-TEST_P(LazReaderOfEachPointFormat, everyNthPointReadsAlikeThroughAnotherReaderThatOutlivesTheFirst) {
+TEST_P(LazReaderOfEachPointFormat, everyNthPointIsReadEquallyByACloneThatOutlivesItsSource) {
   const std::vector<Point> points = ScanBytes::variedPoints(2500, _format);
   const std::string path = _folder.path("scan.laz");
   writeLaz(path, _settings, points, 1000);
@@ -254,9 +254,9 @@ TEST_F(LazReaderTest, aCompressedFileThatIsCutOffIsRefused) {
   EXPECT_THAT(
       _refusalOf(half),
       StartsWith(
-          "the file is cut off or its chunk table is misplaced, at byte 333 (field \"chunk table start\"): byte "));
+          "the file is truncated or its chunk table is misplaced, at byte 333 (field \"chunk table start\"): byte "));
   half.resize(336);
-  EXPECT_THAT(_refusalOf(half), StartsWith("the file is cut off or its chunk table is misplaced"));
+  EXPECT_THAT(_refusalOf(half), StartsWith("the file is truncated or its chunk table is misplaced"));
 }
 
 // Forwards and backwards, from chunk starts and from within chunks, and again after each error.
@@ -269,7 +269,7 @@ TEST_F(LazReaderTest, aFileTruncatedWhileItIsReadIsReportedWithItsOffsetWherever
     const std::string path = _folder.write("cut.laz", whole);
     const auto reader = ScanReader::open(path);
     std::filesystem::resize_file(path, end);
-    const std::string told = path + ": the file ended while it was being read, at byte " + std::to_string(end);
+    const std::string told = path + ": the file was truncated while it was being read, at byte " + std::to_string(end);
     for (const std::uint64_t point : {19999U, 19500U, 10050U, 10049U, 10051U, 10000U, 9999U, 1700U, 0U, 19999U}) {
       const std::string message = messageOf([&] { reader->coordinates(point); });
       EXPECT_THAT(message, testing::AnyOf(StartsWith(told), "no error")) << point;
@@ -335,7 +335,7 @@ std::size_t pointsBegin(const Bytes& scan) {
   return scan[96] + std::size_t{256} * scan[97];
 }
 
-TEST_F(LazReaderTest, whateverBytesStandInTheHeaderItOpensOrIsRefused) {
+TEST_F(LazReaderTest, arbitraryHeaderBytesAreEitherReadOrRefused) {
   constexpr unsigned rounds = 1000;
   for (const auto& [format, minor] : {std::pair(3U, 2U), std::pair(7U, 4U), std::pair(10U, 4U)}) {
     const Bytes whole = _small(format, minor);

@@ -93,7 +93,7 @@ TEST_F(PlatformTest, exceptionsOfTheWorkPropagate) {
 
 using PlatformDeathTest = PlatformTest;
 
-TEST_F(PlatformDeathTest, aFaultOutsideOfGuardedWorkEndsTheProcessAsEver) {
+TEST_F(PlatformDeathTest, aFaultOutsideGuardedWorkEndsTheProcessAsUsual) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   cutAfterPages(1);
   EXPECT_TRUE(readAll().has_value());

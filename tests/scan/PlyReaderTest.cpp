@@ -215,7 +215,7 @@ INSTANTIATE_TEST_SUITE_P(Types, ColoursOfPly,
                                          ColourCase{"floatsUpTo255", "float", "255 128 1", {255, 128, 1, 255}}),
                          [](const auto& colour) { return std::string(colour.param.name); });
 
-TEST_F(PlyReaderTest, intensitiesReadAsTheyStandOrAsSharesOfOne) {
+TEST_F(PlyReaderTest, intensitiesAreReadAsStoredOrAsFractionsOfOne) {
   const std::string integers = plyHeader("ascii", vertices(2, kPosition + "property ushort intensity\n"));
   const auto reader = _open(integers + "1 2 3 65535\n4 5 6 12\n");
   EXPECT_TRUE(reader->info().hasIntensity);
@@ -395,8 +395,9 @@ TEST_F(PlyReaderTest, aFileThatShrinksWhileItIsOpenKeepsThePointsBeforeItsEnd) {
   EXPECT_EQ(messageOf([&] {
               reader->decode({0, 1, 50000}, builder);
             }),
-            _folder.path("scan.ply") + ": the file ended while it was being read, at byte " +
-                std::to_string(begin + 360000) + ": " + std::to_string(bytes.size()) + " bytes when it was opened");
+            _folder.path("scan.ply") + ": the file was truncated while it was being read, at byte " +
+                std::to_string(begin + 360000) + ": it had " + std::to_string(bytes.size()) +
+                " bytes when it was opened");
   EXPECT_EQ(builder.filledPoints(), 30000U);
 }
 
@@ -439,8 +440,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "a line is longer than 65536 bytes, in line 2, at byte 4"},
         DamagedText{"noFormat", "ply\nelement vertex 0\n" + kPosition + "end_header\n",
                     "the PLY header does not state the format of its data"},
-        DamagedText{"unknownFormat", plyHeader("zip", ""),
-                    "unknown format of the data, in line 2, at byte 4: \"zip\" found"},
+        DamagedText{"unknownFormat", plyHeader("zip", ""), "unknown data format, in line 2, at byte 4: \"zip\" found"},
         DamagedText{"elementWithoutCount", plyHeader("ascii", "element vertex\n"),
                     "an element needs a name and a count, in line 4, at byte 45"},
         DamagedText{"negativeCount", plyHeader("ascii", "element vertex -3\n"),
@@ -452,7 +452,7 @@ INSTANTIATE_TEST_SUITE_P(
         DamagedText{"propertyWithoutName", plyHeader("ascii", "element vertex 1\nproperty float\n"),
                     "a property needs a type (a list needs two) and a name, in line 5"},
         DamagedText{"unknownType", plyHeader("ascii", "element vertex 1\nproperty complex x\n"),
-                    "unknown type of number, in line 5, at byte 62: \"complex\" found"},
+                    "unknown number type, in line 5, at byte 62: \"complex\" found"},
         DamagedText{"countInFloatingPoint", plyHeader("ascii", "element vertex 1\nproperty list float int x\n"),
                     "the count of a list must have an integer type, in line 5"},
         DamagedText{"elementTwice", plyHeader("ascii", vertices(1, kPosition) + vertices(1, kPosition)),
@@ -474,7 +474,7 @@ INSTANTIATE_TEST_SUITE_P(
     Data, DamagedPly,
     testing::Values(
         DamagedText{"linesMissing", plyHeader("ascii", vertices(5, kPosition)) + "1 2 3\n4 5 6\n",
-                    "the file is cut off or its counts are wrong, at byte 136: lines are missing"},
+                    "the file is truncated or its counts are wrong, at byte 136: lines are missing"},
         DamagedText{"numbersMissing", plyHeader("ascii", vertices(2, kPosition)) + "1 2 3\n4 5\n",
                     "numbers are missing, in line 10, at byte 130: 2 found, more declared"},
         DamagedText{"wordsForNumbers", plyHeader("ascii", vertices(1, kPosition)) + "one two three\n",
@@ -490,24 +490,24 @@ INSTANTIATE_TEST_SUITE_P(
                     "numbers are missing, in line 10"},
         DamagedText{
             "binaryCutOff", plyHeader("binary_little_endian", vertices(5, kPosition)) + "abcdefghijklmno",
-            "the file is cut off or its count is wrong (element \"vertex\"): 5 records of 12 bytes expected from "
+            "the file is truncated or its count is wrong (element \"vertex\"): 5 records of 12 bytes expected from "
             "byte 139 on, 1 found, the file ends at byte 154"},
         DamagedText{
             "countWhoseByteSizeOverflows",
             plyHeader("binary_little_endian", "element vertex 18446744073709551615\n" + kPosition) + "abcdefghijklmno",
-            "the file is cut off or its count is wrong (element \"vertex\"): 18446744073709551615 records"},
+            "the file is truncated or its count is wrong (element \"vertex\"): 18446744073709551615 records"},
         DamagedText{"elementBeforeTheVerticesCutOff",
                     plyHeader("binary_big_endian", "element camera 9\nproperty double f\n" + vertices(1, kPosition)) +
                         "abcdefgh",
-                    "the file is cut off or its count is wrong (element \"camera\"): 9 records of 8 bytes"},
+                    "the file is truncated or its count is wrong (element \"camera\"): 9 records of 8 bytes"},
         DamagedText{"listCutOff",
                     plyHeader("binary_little_endian", vertices(1, "property list uchar int near\n" + kPosition)) +
                         "\xFF"
                         "abc",
-                    "the file is cut off or its counts are wrong, at byte 169: 1020 bytes needed, 3 left"}),
+                    "the file is truncated or its counts are wrong, at byte 169: 1020 bytes needed, 3 left"}),
     textName);
 
-TEST_F(PlyReaderTest, whateverBytesStandInAFileItOpensOrIsRefused) {
+TEST_F(PlyReaderTest, aFileOfArbitraryBytesIsEitherReadOrRefused) {
   std::mt19937 random(20240301);
   const std::string elements = kFace + vertices(3, kPosition + "property list uchar char near\n");
   Bytes text;

@@ -283,7 +283,7 @@ TEST_F(ScanCropTest, theStartSignatureOfEarlyFilesStaysBeforeTheFirstPoint) {
   EXPECT_EQ(ScanReader::open(_target)->coordinates(49), saved.coordinates(49));
 }
 
-TEST_F(ScanCropTest, aVariableRecordThatRunsIntoThePointsIsKeptAsItStands) {
+TEST_F(ScanCropTest, aVariableRecordThatExtendsIntoThePointsIsKeptUnchanged) {
   Bytes scan = variedScan({2, 0}, 10);
   Bytes record = variableRecord("LASF_Projection", 2112, 10);
   record.set(20, std::uint16_t{60000});
@@ -505,7 +505,7 @@ TEST_F(ScanCropTest, theScanItselfIsRefusedAsTheTargetUnderAnyName) {
   names.push_back(error ? source : _folder.path("soft.las"));
   for (const std::string& name : names) {
     EXPECT_EQ(writeErrorOf([&] { cropped(source, name, everywhere); }),
-              "cannot write " + name + ": it would overwrite the scan that the points come from");
+              "cannot write " + name + ": this would overwrite the scan being copied");
   }
   EXPECT_EQ(contentOf(source), scan);
 }
@@ -513,7 +513,7 @@ TEST_F(ScanCropTest, theScanItselfIsRefusedAsTheTargetUnderAnyName) {
 TEST_F(ScanCropTest, aScanNamedLikeTheTemporaryFileIsNotOverwritten) {
   const Bytes scan = variedScan({2, 1}, 100);
   const std::string source = _folder.write("out.las.part", scan);
-  EXPECT_THAT(writeErrorOf([&] { cropped(source, _target, everywhere); }), HasSubstr("it would overwrite the scan"));
+  EXPECT_THAT(writeErrorOf([&] { cropped(source, _target, everywhere); }), HasSubstr("this would overwrite the scan"));
   EXPECT_EQ(contentOf(source), scan);
 }
 
@@ -599,7 +599,7 @@ TEST_F(ScanCropTest, aScanThatShrinksMeanwhileIsReportedAndLeavesNothing) {
     runToItsEnd(crop);
     FAIL() << "no error";
   } catch (const ScanError& error) {
-    EXPECT_THAT(error.what(), HasSubstr(source + ": the file ended while it was being read"));
+    EXPECT_THAT(error.what(), HasSubstr(source + ": the file was truncated while it was being read"));
   }
   EXPECT_THAT(_names(), ElementsAre("scan.las"));
   EXPECT_THROW(crop.step(kOneBlock), ScanError);

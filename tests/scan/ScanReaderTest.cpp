@@ -68,7 +68,7 @@ TEST_P(ScanReaderOfEachPointFormat, everyPointReadsAsItWasWritten) {
   }
 }
 
-TEST_P(ScanReaderOfEachPointFormat, theScanTellsWhatItHolds) {
+TEST_P(ScanReaderOfEachPointFormat, theScanInformationDescribesTheFile) {
   const auto reader = ScanReader::open(_folder.write("scan.las", ScanBytes::file(_settings, _points)));
   const ScanInfo& info = reader->info();
   EXPECT_EQ(info.path, _folder.path("scan.las"));
@@ -102,7 +102,7 @@ TEST_F(ScanReaderTest, aRangeInTheMiddleReadsJustItsPoints) {
   }
 }
 
-TEST_F(ScanReaderTest, everyNthPointReadsAlikeThroughAnotherReaderThatOutlivesTheFirst) {
+TEST_F(ScanReaderTest, everyNthPointIsReadEquallyByACloneThatOutlivesItsSource) {
   const std::vector<Point> points = ScanBytes::variedPoints(100000, 3);
   for (const std::uint64_t step : {1U, 7U, 9999U}) {
     auto first = _open({2, 3}, points);
@@ -236,7 +236,7 @@ TEST_F(ScanReaderTest, intensityAndClassThatAreZeroThroughoutCountAsNone) {
   EXPECT_FALSE(reader->info().hasClassification);
 }
 
-TEST_F(ScanReaderTest, intensitiesOfAnySensorReadAsTheyStand) {
+TEST_F(ScanReaderTest, intensitiesOfAnySensorAreReadAsStored) {
   std::vector<Point> points(3);
   points[0].intensity = 254;
   points[1].intensity = 2744;
@@ -313,7 +313,7 @@ TEST_F(ScanReaderTest, aScanWithoutPointsOpensEmpty) {
   }
 }
 
-TEST_F(ScanReaderTest, theOlderCountHoldsWhereTheSixtyFourBitOneIsZero) {
+TEST_F(ScanReaderTest, theOlderCountIsUsedIfTheSixtyFourBitOneIsZero) {
   Bytes bytes = ScanBytes::file({4, 1}, ScanBytes::variedPoints(9, 1));
   bytes.set(247, std::uint64_t{0});
   EXPECT_EQ(ScanReader::open(_folder.write("older.las", bytes))->info().pointCount, 9U);
@@ -394,9 +394,10 @@ TEST_F(ScanReaderTest, aFileThatShrinksWhileItIsOpenIsAnError) {
   const auto reader = _open({2, 0}, ScanBytes::variedPoints(1000, 0));
   std::filesystem::resize_file(_folder.path("scan.las"), 227 + 20 * 500);
   EXPECT_NO_THROW(reader->read(0, 400, osg::Vec3d()));
-  EXPECT_EQ(messageOf([&] { reader->read(0, 1000, osg::Vec3d()); }),
-            _folder.path("scan.las") +
-                ": the file ended while it was being read, at byte 10227: 20227 bytes when it was opened");
+  EXPECT_EQ(
+      messageOf([&] { reader->read(0, 1000, osg::Vec3d()); }),
+      _folder.path("scan.las") +
+          ": the file was truncated while it was being read, at byte 10227: it had 20227 bytes when it was opened");
 }
 
 TEST_F(ScanReaderTest, pointsBeyondTheScanAreRefusedWithoutOverflow) {
@@ -510,13 +511,13 @@ INSTANTIATE_TEST_SUITE_P(
         Damage{"offsetInfinite", set(171, std::numeric_limits<double>::infinity()),
                "invalid offset, at byte 155 (field \"offset\"): inf found for z"},
         Damage{"oneByteMissing", cutAt(506),
-               "the file is cut off or its point count is wrong, at byte 107 (field \"number of point records\"): 10 "
+               "the file is truncated or its point count is wrong, at byte 107 (field \"number of point records\"): 10 "
                "records of 28 bytes expected from byte 227 on, 9 found, the file ends at byte 506"},
         Damage{"noPointsLeft", cutAt(227),
-               "the file is cut off or its point count is wrong, at byte 107 (field \"number of point records\"): 10 "
+               "the file is truncated or its point count is wrong, at byte 107 (field \"number of point records\"): 10 "
                "records of 28 bytes expected from byte 227 on, 0 found, the file ends at byte 227"},
         Damage{"countFarTooLarge", set(107, std::uint32_t{4294967295}),
-               "the file is cut off or its point count is wrong, at byte 107 (field \"number of point records\"): "
+               "the file is truncated or its point count is wrong, at byte 107 (field \"number of point records\"): "
                "4294967295 records of 28 bytes expected from byte 227 on, 10 found, the file ends at byte 507"}),
     nameOf);
 
@@ -525,7 +526,7 @@ TEST_F(ScanReaderTest, aCountWhoseByteSizeOverflowsIsRefused) {
   bytes.set(247, std::numeric_limits<std::uint64_t>::max() / 36 + 2);
   const std::string path = _folder.write("count.las", bytes);
   EXPECT_EQ(refusalOf(path), path +
-                                 ": the file is cut off or its point count is wrong, at byte 247 (field \"number of "
+                                 ": the file is truncated or its point count is wrong, at byte 247 (field \"number of "
                                  "point records, 64 bits\"): 512409557603043102 records of 36 bytes expected from byte "
                                  "375 on, 10 found, the file ends at byte 735");
 }
@@ -537,7 +538,7 @@ TEST_F(ScanReaderTest, coordinatesThatSinglePrecisionCannotShowAreRefused) {
               HasSubstr("exceed the range of single precision, at byte 131"));
 }
 
-TEST_F(ScanReaderTest, whatIsNoScanIsRefused) {
+TEST_F(ScanReaderTest, filesThatAreNotScansAreRefused) {
   const std::string text = "%PDF-1.7 and so on, long enough to look like something";
   const std::string path = _folder.write("report.las", text);
   EXPECT_EQ(refusalOf(path), path +
@@ -565,7 +566,7 @@ TEST_F(ScanReaderTest, aFileThatMayNotBeReadIsRefusedWithTheSystemsReason) {
   EXPECT_EQ(refusalOf(path), path + ": cannot open the file: Permission denied");
 }
 
-TEST_F(ScanReaderTest, whateverBytesStandInTheHeaderItOpensOrIsRefused) {
+TEST_F(ScanReaderTest, arbitraryHeaderBytesAreEitherReadOrRefused) {
   std::mt19937 random(20240229);
   unsigned opened = 0;
   constexpr unsigned rounds = 6000;

@@ -105,6 +105,35 @@ void BoxCutterFixture::placeBox() {
   _box->setMatrix(osg::Matrixd::rotate(0.7, osg::Vec3d(1.0, 2.0, 3.0)) * osg::Matrixd::translate(3.0, -2.0, 1.5));
 }
 
+void BoxCutterFixture::putBelowApplicationTransform() {
+  const osg::Matrixd matrix =
+      osg::Matrixd::rotate(-0.9, osg::Vec3d(2.0, -1.0, 1.0)) * osg::Matrixd::translate(40.0, 7.0, -3.0);
+  putBelow(*new osg::MatrixTransform(matrix), matrix);
+  placeBox();
+  lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
+}
+
+void BoxCutterFixture::forEachProjectionInASurvey(const std::function<void()>& check) {
+  const osg::Matrixd matrix = osg::Matrixd::translate(687000.0, 5337000.0, 510.0);
+  putBelow(*new osg::MatrixTransform(matrix), matrix);
+  usePerspective();
+  lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
+  check();
+  useOrthographic();
+  lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
+  check();
+}
+
+void BoxCutterFixture::forEachProjectionBelowACamera(const std::function<void()>& check) {
+  putBelowNestedCamera();
+  usePerspective(45.0);
+  lookAtBoxFrom(osg::Vec3d(-15.0, -11.0, 7.0));
+  check();
+  useOrthographic(20.0);
+  lookAtBoxFrom(osg::Vec3d(-15.0, -11.0, 7.0));
+  check();
+}
+
 void BoxCutterFixture::take(const Outlook& outlook) {
   const auto& [isPerspective, towardsEye, isPlaced] = outlook;
   if (isPlaced) {

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -76,6 +77,13 @@ class BoxCutterFixture : public ::testing::Test {
   osg::Camera& putBelowNestedCamera();
   /// Rotates and moves the box's own node.
   void placeBox();
+
+  /// Puts a rotation and a translation of the application above the box, and places the box.
+  void putBelowApplicationTransform();
+  /// Calls `check` at the coordinates of a survey, in perspective and in orthographic projection.
+  void forEachProjectionInASurvey(const std::function<void()>& check);
+  /// The same below an application's own camera.
+  void forEachProjectionBelowACamera(const std::function<void()>& check);
 
   void take(const Outlook& outlook);
 

@@ -157,7 +157,7 @@ TEST(ArgumentsTest, theHelpFitsAHundredColumns) {
   }
 }
 
-TEST(ArgumentsTest, theHelpIsGivenInSpiteOfAnUnknownOption) {
+TEST(ArgumentsTest, helpIsPrintedDespiteAnUnknownOption) {
   EXPECT_THAT(parseArguments({"--help", "--fast"}).answer, testing::StartsWith("quor_viewer [OPTION...] [FILE...]\n"));
 }
 

@@ -266,7 +266,7 @@ TEST_F(ClipBoxViewerTest, keysAreIgnoredWhileAHandleIsHeld) {
   EXPECT_THAT(_viewer->output(), testing::Not(HasSubstr("clip off")));
   EXPECT_THAT(_viewer->output(), testing::Not(HasSubstr("clip mode")));
   pressKey("t");
-  EXPECT_THAT(_viewer->output(), HasSubstr("clip mode turn"));
+  EXPECT_THAT(_viewer->output(), HasSubstr("clip mode rotate"));
   EXPECT_EQ(reportedBox().size, before.size);
 }
 

@@ -216,7 +216,7 @@ TEST_P(FrameLoopGLTest, aScanOfManyBuffersIsFreedAtOnceHoweverSlowFramesAre) {
   EXPECT_EQ(_loop->gpuBufferBytes(), before);
 }
 
-TEST_P(FrameLoopGLTest, aFrameOfProgressIsDueOnceOtherWorkHadFourTimesTheDurationOfTheLatestFrame) {
+TEST_P(FrameLoopGLTest, aProgressFrameIsDueAfterOtherWorkOfFourTimesTheLatestFramesDuration) {
   constexpr std::chrono::milliseconds kDelay(300);
   _viewer->getCamera()->setInitialDrawCallback(new SlowDrawing(kDelay));
   const auto begin = std::chrono::steady_clock::now();

@@ -185,8 +185,8 @@ TEST_F(ScanLoaderTest, aFileTruncatedWhileItLoadsIsReportedWithItsOffsetAndTheOt
   std::filesystem::resize_file(_folder.path("cut.las"), end);
   unblockWorker();
   finish();
-  EXPECT_THAT(_errors, ElementsAre(_folder.path("cut.las") + ": the file ended while it was being read, at byte " +
-                                   std::to_string(end)));
+  EXPECT_THAT(_errors, ElementsAre(_folder.path("cut.las") +
+                                   ": the file was truncated while it was being read, at byte " + std::to_string(end)));
   EXPECT_TRUE(_loader->failed());
   EXPECT_EQ(_found.size(), 600001U + 50U);
   for (const std::uint64_t index : {0U, 524288U, 600000U}) {
@@ -285,7 +285,7 @@ TEST_F(ScanLoaderTest, aFileShortenedWhileItLoadsAndAddedAgainIsReadToItsNewEndB
   _loader->start();
   unblockWorker();
   finish();
-  EXPECT_THAT(_errors, ElementsAre(HasSubstr("the file ended while it was being read, at byte " +
+  EXPECT_THAT(_errors, ElementsAre(HasSubstr("the file was truncated while it was being read, at byte " +
                                              std::to_string(kHeaderBytes + 600001 * kRecordBytes))));
   for (const std::uint64_t index : {0U, 524288U}) {
     expectPoint(1, index, points[index]);

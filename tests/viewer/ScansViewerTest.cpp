@@ -276,7 +276,7 @@ TEST_F(ScansViewerTest, withoutADisplayTheViewerReportsThatTheGpuCannotBeQueried
   EXPECT_EQ(_viewer->exitStatus(), 1);
   setEnvironment("DISPLAY", display.c_str());
   EXPECT_THAT(_viewer->output(),
-              HasSubstr("quor_viewer: the GPU cannot be queried: is there a display (the variable DISPLAY)?"));
+              HasSubstr("quor_viewer: the GPU cannot be queried; check that a display is available (DISPLAY)"));
 }
 
 }  // namespace

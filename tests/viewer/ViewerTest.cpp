@@ -183,9 +183,9 @@ TEST_F(ViewerTest, aFileTruncatedWhileItLoadsIsReportedWithTheOffsetAndTheViewer
   start({"--verbose", "--memory", "0.1", path("cut.las")});
   ASSERT_TRUE(_viewer->findWindow("quor_viewer: cut.las"));
   std::filesystem::resize_file(path("cut.las"), kEnd);
-  EXPECT_EQ(
-      _viewer->waitForLine("quor_viewer:"),
-      "quor_viewer: " + path("cut.las") + ": the file ended while it was being read, at byte " + std::to_string(kEnd));
+  EXPECT_EQ(_viewer->waitForLine("quor_viewer:"), "quor_viewer: " + path("cut.las") +
+                                                      ": the file was truncated while it was being read, at byte " +
+                                                      std::to_string(kEnd));
   EXPECT_NE(_viewer->waitForLine("loaded"), "");
   _viewer->settle();
   _viewer->movePointer(400, 300);

@@ -63,7 +63,7 @@ std::vector<KeyBinding> ClipControl::bindings(ClipControl& control) {
       bind('s', "S, M, T", "resize, move or rotate the box", mode(ClipHandles::CUTTER_SCALE)),
       bind('m', "", "", mode(ClipHandles::CUTTER_TRANSLATE)),
       bind('t', "", "", mode(ClipHandles::CUTTER_ROTATE)),
-      bind('x', "X, Y, Z", "show the handles of that axis only; again: of all axes", axis(1)),
+      bind('x', "X, Y, Z", "show only the handles of that axis; press again for all", axis(1)),
       bind('y', "", "", axis(2)),
       bind('z', "", "", axis(4)),
       bind('r', "R", "reset the box to enclose everything", [&control] { control._reset(); }),

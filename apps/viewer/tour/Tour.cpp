@@ -110,7 +110,7 @@ bool Tour::run(const std::string& folder) {
     const std::string picture = pictureName(index + 1, kSteps[index].name);
     _perform(kSteps[index]);
     if (!_takePicture(fromPath(toPath(folder) / picture))) {
-      printError("the screenshot " + picture + " cannot be written to " + folder);
+      printError(std::string("the screenshot ").append(picture).append(" cannot be written to ").append(folder));
       return false;
     }
     record.steps.push_back(_record(kSteps[index], picture));

@@ -104,7 +104,7 @@ TEST_F(CaptureAllocationGLTest, anotherColourCaptureOfTheSameSizeAllocatesNothin
   EXPECT_EQ(op->bytes, kPixels * 4);
 }
 
-TEST_F(CaptureAllocationGLTest, aShortageOfMemoryLeavesTheFrameAsItWasUntilThereIsEnough) {
+TEST_F(CaptureAllocationGLTest, theFrameStaysUnchangedWhileMemoryIsExhausted) {
   auto& frame = context->frame();
   context->camera().setViewport(3, 4, kWidth, kHeight * 2);
   {
@@ -123,7 +123,7 @@ TEST_F(CaptureAllocationGLTest, aShortageOfMemoryLeavesTheFrameAsItWasUntilThere
   EXPECT_EQ(frame.getPCUIntBuffer().size(), kPixels * 2 * 4);
 }
 
-TEST_F(CaptureAllocationGLTest, aColourCaptureThatFindsNoMemoryStaysPending) {
+TEST_F(CaptureAllocationGLTest, aColourCaptureStaysPendingIfMemoryIsExhausted) {
   osg::ref_ptr<SilentOp> op = new SilentOp;
   context->tool().setCaptureOp(op);
   {

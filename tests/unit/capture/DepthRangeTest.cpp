@@ -129,7 +129,7 @@ TEST(DepthRange, agreesWithThePlainLoopOnShortMixturesOfAwkwardValues) {
 }
 
 // One rise somewhere in an otherwise falling sequence decides the maximum: every place of it is tried.
-TEST(DepthRange, findsTheOneRiseInFallingDepthsWhereverItStands) {
+TEST(DepthRange, findsTheOnlyRiseInFallingDepthsAtAnyPosition) {
   constexpr std::size_t kLength = 333;
   for (std::size_t rise = 0; rise < kLength; ++rise) {
     for (std::size_t back = 1; back <= rise; back += 1 + back / 3) {
@@ -144,7 +144,7 @@ TEST(DepthRange, findsTheOneRiseInFallingDepthsWhereverItStands) {
   }
 }
 
-TEST(DepthRange, findsTheOneRiseBehindAnyRunOfBackgroundAndNan) {
+TEST(DepthRange, findsTheOnlyRiseAfterAnyRunOfBackgroundAndNan) {
   constexpr std::size_t kLength = 200;
   for (std::size_t rise = 1; rise < kLength; ++rise) {
     for (std::size_t run = 0; run < rise && run < 70; ++run) {
@@ -181,7 +181,7 @@ TEST(DepthRange, agreesWithThePlainLoopWhereDepthsKeepFallingBetweenBackgroundAn
   }
 }
 
-TEST(DepthRange, agreesWithThePlainLoopWhereverTheMinimumAndTheLastRiseStand) {
+TEST(DepthRange, agreesWithThePlainLoopForAnyPositionsOfTheMinimumAndTheLastRise) {
   constexpr std::size_t kLength = 70001;
   Generator generator(17);
   const Depths backgrounds = {1.0f, 0.5f, kNaN, 3.0f};

@@ -127,44 +127,26 @@ TEST_F(BoxCutterAxisDrags, aDragGoesOnOutsideTheWindowAndMayEndThere) {
 }
 
 TEST_F(BoxCutterAxisDrags, belowATransformOfTheApplicationTheBoxFollowsInTheWorld) {
-  const osg::Matrixd matrix =
-      osg::Matrixd::rotate(-0.9, osg::Vec3d(2.0, -1.0, 1.0)) * osg::Matrixd::translate(40.0, 7.0, -3.0);
-  putBelow(*new osg::MatrixTransform(matrix), matrix);
-  placeBox();
-  lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
+  putBelowApplicationTransform();
   for (std::size_t axis = 0; axis < 3; ++axis) {
     expectFollows(axis, 1.75);
   }
 }
 
 TEST_F(BoxCutterAxisDrags, atTheCoordinatesOfASurveyTheBoxFollowsToAMillimetre) {
-  const osg::Matrixd matrix = osg::Matrixd::translate(687000.0, 5337000.0, 510.0);
-  putBelow(*new osg::MatrixTransform(matrix), matrix);
-  for (const bool isPerspective : {true, false}) {
-    if (!isPerspective) {
-      useOrthographic();
-    }
-    lookAtBoxFrom(osg::Vec3d(8.0, -20.0, 9.0));
+  forEachProjectionInASurvey([this] {
     for (std::size_t axis = 0; axis < 3; ++axis) {
       expectFollows(axis, 1.75, 1e-3);
     }
-  }
+  });
 }
 
 TEST_F(BoxCutterAxisDrags, belowAnotherCameraThePointerIsProjectedByThatCamera) {
-  putBelowNestedCamera();
-  for (const bool isPerspective : {true, false}) {
-    if (isPerspective) {
-      usePerspective(45.0);
-    }
-    if (!isPerspective) {
-      useOrthographic(20.0);
-    }
-    lookAtBoxFrom(osg::Vec3d(-15.0, -11.0, 7.0));
+  forEachProjectionBelowACamera([this] {
     for (std::size_t axis = 0; axis < 3; ++axis) {
       expectFollows(axis, 1.75);
     }
-  }
+  });
 }
 
 TEST_F(BoxCutterAxisDrags, theLineIsThickerWhileDraggedAndAllEventsButTheReleaseRequestARedraw) {

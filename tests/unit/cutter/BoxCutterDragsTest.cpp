@@ -282,7 +282,7 @@ TEST_F(BoxCutterPixelSize, inOrthographicProjectionIsTheDistanceOverThePixels) {
   EXPECT_NEAR(pixelSize(), kDistance / kHeight, 1e-12);
 }
 
-TEST_F(BoxCutterPixelSize, goesByTheSmallerSideOfThePickCamerasViewportInWholePixels) {
+TEST_F(BoxCutterPixelSize, usesTheSmallerSideOfThePickCamerasViewportInWholePixels) {
   useManipulator();
   osg::Camera& nested = putBelowNestedCamera();
   nested.setViewport(new osg::Viewport(0.0, 0.0, 500.75, 555.0));

@@ -113,7 +113,7 @@ TEST_F(BoxCutterHandlesTest, aBoxHoldsConesArrowsRingsOutlineAndLightInThisOrder
   EXPECT_NE(dynamic_cast<osg::LightSource*>(_cutter->getChild(4)), nullptr);
 }
 
-TEST_F(BoxCutterHandlesTest, nothingOfItForcesContinuousDrawingOrRequestsEvents) {
+TEST_F(BoxCutterHandlesTest, noPartOfTheBoxForcesContinuousDrawingOrRequestsEvents) {
   EXPECT_EQ(_cutter->getNumChildrenRequiringUpdateTraversal(), 0U);
   EXPECT_EQ(_cutter->getNumChildrenRequiringEventTraversal(), 0U);
   EXPECT_EQ(_cutter->getUpdateCallback(), nullptr);
@@ -153,7 +153,7 @@ TEST_F(BoxCutterHandlesTest, theSwitchOfTheConesIsLitAndTestsDepth) {
             (ModeList{{GL_LIGHTING, StateAttribute::ON}, {GL_DEPTH_TEST, StateAttribute::ON}}));
 }
 
-TEST_F(BoxCutterHandlesTest, theConesHangBelowTheBoxsCentreInTheMiddlesOfTheirFaces) {
+TEST_F(BoxCutterHandlesTest, theConesAreChildrenOfTheBoxCentreInTheMiddlesOfTheirFaces) {
   ASSERT_EQ(_cutter->_scaleSwitch->getNumChildren(), 1U);
   osg::MatrixTransform& center = childOf<osg::MatrixTransform>(*_cutter->_scaleSwitch, 0);
   EXPECT_EQ(&center, _cutter->_boxCenter);
@@ -181,7 +181,7 @@ TEST_F(BoxCutterHandlesTest, theFaceHandlesAreStoredInTheOrderLeftRightTopBottom
   }
 }
 
-TEST_F(BoxCutterHandlesTest, eachConeHangsBelowFacePixelSizeAndOrientation) {
+TEST_F(BoxCutterHandlesTest, eachConeIsBelowItsFacePixelSizeAndOrientationTransforms) {
   for (const auto& face : _cutter->_faces) {
     ASSERT_EQ(face.transform->getNumChildren(), 1U);
     auto& pixels = childOf<osg::AutoTransform>(*face.transform, 0);
@@ -238,7 +238,7 @@ TEST_F(BoxCutterHandlesTest, theArrowsHangInTheBoxsCentreInPixelSizeAndAreNotCul
   ASSERT_EQ(axesInPixels().getNumChildren(), 3U);
 }
 
-TEST_F(BoxCutterHandlesTest, theArrowsPointAlongTheirAxesInLinesOfFour) {
+TEST_F(BoxCutterHandlesTest, theArrowsPointAlongTheirAxesWithLinesFourPixelsWide) {
   for (unsigned int i = 0; i < 3; ++i) {
     EXPECT_EQ(&axisTransform(i), _cutter->_axes[i].transform);
     expectMatrixNear(axisTransform(i).getMatrix(), kAxisTurns[i], 1e-15);
@@ -290,7 +290,7 @@ TEST_F(BoxCutterHandlesTest, doublingEveryExtentDoublesTheRings) {
               2.0 * _cutter->_ringsTransform->getMatrix().getScale().x(), 1e-6);
 }
 
-TEST_F(BoxCutterHandlesTest, theRingsHangBelowAPlainAutoTransformAndTheDiscBelowOneThatFacesTheScreen) {
+TEST_F(BoxCutterHandlesTest, theRingsAreBelowAPlainAutoTransformAndTheDiscBelowOneThatFacesTheScreen) {
   ASSERT_EQ(_cutter->_ringsTransform->getNumChildren(), 2U);
   const osg::ref_ptr<osg::AutoTransform> plain = new osg::AutoTransform;
   EXPECT_FALSE(rings().getAutoScaleToScreen());
@@ -304,7 +304,7 @@ TEST_F(BoxCutterHandlesTest, theRingsHangBelowAPlainAutoTransformAndTheDiscBelow
   EXPECT_EQ(childOf<osg::Geode>(facing, 0).getNumDrawables(), 1U);
 }
 
-TEST_F(BoxCutterHandlesTest, theRingsTurnAboutTheirAxesInLinesOfFive) {
+TEST_F(BoxCutterHandlesTest, theRingsTurnAboutTheirAxesWithLinesFivePixelsWide) {
   for (unsigned int i = 0; i < 3; ++i) {
     EXPECT_EQ(&ringTransform(i), _cutter->_rings[i].transform);
     expectMatrixNear(ringTransform(i).getMatrix(), kAxisTurns[i], 1e-15);

@@ -40,7 +40,7 @@ class BoxCutterMishaps : public BoxCutterFixture {
   }
 };
 
-TEST_F(BoxCutterMishaps, aBoxTakenOutOfTheSceneDuringItsDragFollowsToTheEndOfIt) {
+TEST_F(BoxCutterMishaps, aBoxRemovedFromTheSceneDuringADragFollowsUntilTheRelease) {
   for (const Mode& mode : modes()) {
     SCOPED_TRACE(mode.type);
     begin(mode);

@@ -54,7 +54,7 @@ TEST_F(BoxCutterPlanesTest, buildingABoxCutsNothing) {
   expectPlanes(_cutter->getCurrentClipPlanes());
 }
 
-TEST_F(BoxCutterPlanesTest, currentPlanesStandInTheFrameOfTheParent) {
+TEST_F(BoxCutterPlanesTest, currentPlanesAreInTheFrameOfTheParent) {
   osg::ref_ptr<osg::MatrixTransform> parent = new osg::MatrixTransform(osg::Matrixd::translate(100.0, 0.0, 0.0));
   parent->addChild(_cutter);
   _cutter->setMatrix(osg::Matrixd::translate(10.0, 20.0, 30.0));

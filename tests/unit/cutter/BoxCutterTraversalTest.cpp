@@ -84,7 +84,7 @@ TEST_F(BoxCutterTraversalTest, onlyEventsForWhichHandleReturnsTrueAreMarkedHandl
   EXPECT_FALSE(_drag->getHandled());
 }
 
-TEST_F(BoxCutterTraversalTest, whileEventsAreTakenAnEventVisitorDoesNotReachTheChildren) {
+TEST_F(BoxCutterTraversalTest, whileEventsAreEnabledAnEventVisitorDoesNotReachTheChildren) {
   _cutter->setHandleEvents(true);
   _root->accept(*_visitor);
   EXPECT_EQ(_callback->calls, 0);
@@ -93,7 +93,7 @@ TEST_F(BoxCutterTraversalTest, whileEventsAreTakenAnEventVisitorDoesNotReachTheC
   EXPECT_EQ(_callback->calls, 0);
 }
 
-TEST_F(BoxCutterTraversalTest, whileEventsAreNotTakenAnEventVisitorReachesTheChildrenOnly) {
+TEST_F(BoxCutterTraversalTest, whileEventsAreDisabledAnEventVisitorReachesTheChildrenOnly) {
   _root->accept(*_visitor);
   EXPECT_EQ(_callback->calls, 1);
   EXPECT_TRUE(_cutter->_events.empty());
@@ -110,7 +110,7 @@ TEST_F(BoxCutterTraversalTest, turningEventsOffLeavesTheChildItsEvents) {
   EXPECT_EQ(_callback->calls, 1);
 }
 
-TEST_F(BoxCutterTraversalTest, anyOtherVisitorReachesTheChildrenAlsoWhileEventsAreTaken) {
+TEST_F(BoxCutterTraversalTest, anyOtherVisitorReachesTheChildrenEvenWhileEventsAreEnabled) {
   struct Finder : osg::NodeVisitor {
     explicit Finder(const osg::Node* wanted) : NodeVisitor(TRAVERSE_ALL_CHILDREN), _wanted(wanted) {}
     void apply(osg::Node& node) override {
@@ -147,7 +147,7 @@ TEST_F(BoxCutterTraversalTest, eventsWhoseActionsAreNoViewAreLeftToOthers) {
   EXPECT_EQ(_actions.redraws, 0);
 }
 
-TEST_F(BoxCutterTraversalTest, aCopyMadeWhileEventsAreTakenTakesNoneBeforeItIsTurnedOffAndOn) {
+TEST_F(BoxCutterTraversalTest, aCopyMadeWhileEventsAreEnabledReceivesNoneUntilTheyAreDisabledAndEnabled) {
   const osg::ref_ptr<NotingBoxCutter> source =
       new NotingBoxCutter(osg::BoundingBoxf(0.0f, 0.0f, 0.0f, 1.0f, 1.0f, 1.0f), nullptr);
   source->setHandleEvents(true);

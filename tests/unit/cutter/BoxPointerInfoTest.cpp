@@ -65,11 +65,11 @@ class BoxPointerInfoTest : public ::testing::Test {
   }
 };
 
-TEST_F(BoxPointerInfoTest, hasNoHitsAndPlainValuesAtFirst) {
+TEST_F(BoxPointerInfoTest, startsWithNoHitsAndDefaultValues) {
   expectFresh(BoxPointerInfo());
 }
 
-TEST_F(BoxPointerInfoTest, resetBringsBackTheFirstValues) {
+TEST_F(BoxPointerInfoTest, resetRestoresTheInitialValues) {
   BoxPointerInfo pointer = makeUsed();
   pointer.reset();
   expectFresh(pointer);

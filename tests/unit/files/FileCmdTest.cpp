@@ -103,7 +103,7 @@ TEST_F(FileCmdTest, setNextIgnoresNullAndTheCommandItself) {
   EXPECT_EQ(chainOf(&a), "ab");
 }
 
-TEST_F(FileCmdTest, setNextOfTheCommandThatIsNextAlreadyMakesNoLoop) {
+TEST_F(FileCmdTest, setNextWithTheCurrentNextCommandCreatesNoCycle) {
   Work* const b = make("b", true);
   Work* const a = make("a", true);
   a->setNext(b);
@@ -206,7 +206,7 @@ TEST_F(FileCmdTest, aChainOfAMillionIsDeletedWithoutExhaustingTheStack) {
   EXPECT_EQ(destroyed, kCommands);
 }
 
-TEST_F(FileCmdTest, withoutAProxyThereIsNoViewAndNothingToEnd) {
+TEST_F(FileCmdTest, withoutAProxyMapReturnsNullAndUnmapDoesNothing) {
   int elsewhere = 0;
   EXPECT_EQ(Work::map(nullptr, 0, 10), nullptr);
   Work::unmap(nullptr, &elsewhere);

@@ -237,7 +237,7 @@ TEST_F(FileManagerTest, aCommandPushedTwiceRunsTwice) {
   EXPECT_THAT(_record, ElementsAre("twice", "twice"));
 }
 
-TEST_F(FileManagerTest, aChainRunsAsOneInTheOrderOfItsLinksByThePriorityOfItsFirst) {
+TEST_F(FileManagerTest, aChainRunsInOrderWithThePriorityOfItsFirstCommand) {
   Work* const a = recording("a", kNormal);
   Work* const b = recording("b", kHigh);
   Work* const c = recording("c", static_cast<FileCmd::Priority>(9));
@@ -417,7 +417,7 @@ TEST_F(FileManagerTest, eachCommandOfAChainHasItsOwnFile) {
   EXPECT_THAT(seen, ElementsAre(readPlainly(first->file(), 0, 100), readPlainly(second->file(), 0, 200)));
 }
 
-TEST_F(FileManagerTest, theManagerKeepsARegisteredFileAndALaterOneOfItsNameTakesItsPlace) {
+TEST_F(FileManagerTest, aRegisteredFileIsKeptUntilAnotherOfTheSameNameReplacesIt) {
   const osg::ref_ptr<FilePtr> first = registered("scan", 100);
   EXPECT_EQ(first->referenceCount(), 2) << "the references of the test and the manager";
   const osg::ref_ptr<FilePtr> second = new FilePtr(first->file());
@@ -497,7 +497,7 @@ TEST_F(FileManagerTest, openFilePushedToTheManagerDoesNothing) {
   EXPECT_FALSE(file->isOpen());
 }
 
-TEST_F(FileManagerTest, theFileOfACommandThatRanIsKnownAndNoLongerTried) {
+TEST_F(FileManagerTest, openFileDoesNotOpenTheFileOfACommandThatHasRun) {
   const std::string name = makeFile("protected", 10);
   const auto linesOfOpening = [&name] {
     const WriteProtection protection(name);
@@ -635,7 +635,7 @@ TEST_F(FileManagerTest, aBurstFromSeveralThreadsRunsCompletelyAndInOrderWithinEa
   EXPECT_EQ(std::adjacent_find(run.begin(), run.end()), run.end()) << "none runs twice";
 }
 
-TEST_F(FileManagerTest, pushesThatMeetAWorkerFallingAsleepAreNotLost) {
+TEST_F(FileManagerTest, pushesWhileTheWorkerGoesToSleepAreNotLost) {
   constexpr int kRounds = 20000;
   std::atomic<int> count{0};
   manager().startWorker();
@@ -737,7 +737,7 @@ void unmapNothing(Work::Proxy proxy) {
 
 }  // namespace
 
-TEST_F(FileManagerProcessTest, mapOnAForeignThreadThatTheCommandJoinsEndsTheProcessWithItsTextAtTheDebugLevel) {
+TEST_F(FileManagerProcessTest, mapOnAnotherThreadThatTheCommandJoinsEndsTheProcessWithAMessageAtTheDebugLevel) {
   EXPECT_EXIT(
       {
         showNotifications(osg::DEBUG_INFO);
@@ -746,7 +746,7 @@ TEST_F(FileManagerProcessTest, mapOnAForeignThreadThatTheCommandJoinsEndsTheProc
       ExitedWithCode(1), HasSubstr(shown(osg::DEBUG_INFO, foreignThreadText())));
 }
 
-TEST_F(FileManagerProcessTest, unmapOnAForeignThreadWhileTheCommandRunsEndsTheProcessWithItsText) {
+TEST_F(FileManagerProcessTest, unmapOnAnotherThreadWhileTheCommandRunsEndsTheProcessWithAMessage) {
   EXPECT_EXIT(
       {
         showNotifications(osg::DEBUG_INFO);
@@ -755,7 +755,7 @@ TEST_F(FileManagerProcessTest, unmapOnAForeignThreadWhileTheCommandRunsEndsThePr
       ExitedWithCode(1), HasSubstr(shown(osg::DEBUG_INFO, foreignThreadText())));
 }
 
-TEST_F(FileManagerProcessTest, useOfTheProxyAfterItsCommandEndsTheProcessWithItsText) {
+TEST_F(FileManagerProcessTest, usingTheProxyAfterItsCommandHasRunEndsTheProcessWithAMessage) {
   for (const auto use : {mapSomething, unmapNothing}) {
     EXPECT_EXIT(
         {
@@ -767,7 +767,7 @@ TEST_F(FileManagerProcessTest, useOfTheProxyAfterItsCommandEndsTheProcessWithIts
   }
 }
 
-TEST_F(FileManagerProcessTest, useOfTheProxyOnTheWorkerBetweenCommandsEndsTheProcessWithItsText) {
+TEST_F(FileManagerProcessTest, usingTheProxyOnTheWorkerBetweenCommandsEndsTheProcessWithAMessage) {
   EXPECT_EXIT(
       {
         showNotifications(osg::DEBUG_INFO);

@@ -14,7 +14,7 @@ using namespace QuorTests;
 
 class FilePtrInterruptedTest : public FilesFixture {};
 
-TEST_F(FilePtrInterruptedTest, anOpeningThatSignalsInterruptIsTriedAgain) {
+TEST_F(FilePtrInterruptedTest, openIsRetriedIfASignalInterruptsIt) {
   const std::string name = makeFile("scan", 10);
   interruptNextOpens(3);
   ::testing::internal::CaptureStderr();

@@ -164,7 +164,7 @@ TEST_F(FilePtrTest, aMissingFileIsOpenAndInvalid) {
   EXPECT_FALSE(std::filesystem::exists(name));
 }
 
-TEST_F(FilePtrTest, anOffsetAtTheGranularityGivesTheStartOfAViewThatUnmapEnds) {
+TEST_F(FilePtrTest, anAlignedOffsetReturnsTheStartOfAViewThatUnmapEnds) {
   const std::string name = makeFile("scan", 4 * _page);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   void* const address = file->map(2 * _page, _page);
@@ -178,7 +178,7 @@ TEST_F(FilePtrTest, anOffsetAtTheGranularityGivesTheStartOfAViewThatUnmapEnds) {
   EXPECT_TRUE(listedViews(name).empty());
 }
 
-TEST_F(FilePtrTest, anOffsetBetweenGivesItsByteInAViewThatUnmapIgnoresAndCloseEnds) {
+TEST_F(FilePtrTest, unmapIgnoresAPointerAtAnUnalignedOffsetAndCloseEndsItsView) {
   const std::string name = makeFile("scan", 4 * _page);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   void* const address = file->map(_page + 5, 100);
@@ -192,7 +192,7 @@ TEST_F(FilePtrTest, anOffsetBetweenGivesItsByteInAViewThatUnmapIgnoresAndCloseEn
   EXPECT_TRUE(listedViews(name).empty());
 }
 
-TEST_F(FilePtrTest, theStartOfTheViewOfAnOffsetBetweenEndsIt) {
+TEST_F(FilePtrTest, unmapOfTheViewStartEndsAViewAtAnUnalignedOffset) {
   const std::string name = makeFile("scan", 4 * _page);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   char* const address = static_cast<char*>(file->map(_page + 5, 100));
@@ -201,7 +201,7 @@ TEST_F(FilePtrTest, theStartOfTheViewOfAnOffsetBetweenEndsIt) {
   EXPECT_TRUE(listedViews(name).empty());
 }
 
-TEST_F(FilePtrTest, aRangeBeyondTheEndOfTheFileIsCutToTheEndInSilence) {
+TEST_F(FilePtrTest, aRangeBeyondTheEndOfTheFileIsTruncatedSilently) {
   const std::string name = makeFile("scan", 2 * _page + 10);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   expectSilence([&] {
@@ -213,7 +213,7 @@ TEST_F(FilePtrTest, aRangeBeyondTheEndOfTheFileIsCutToTheEndInSilence) {
   EXPECT_EQ(listedViews(name)[0].bytes, listedBytes(_page + 10));
 }
 
-TEST_F(FilePtrTest, anOffsetWhoseViewWouldBeginBehindTheEndIsRefusedWithItsLine) {
+TEST_F(FilePtrTest, aViewThatWouldStartPastTheEndIsRefusedWithAMessage) {
   const std::string name = makeFile("scan", _page + 10);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   for (const std::int64_t offset : {2 * _page, 2 * _page + 1, 100 * _page}) {
@@ -224,7 +224,7 @@ TEST_F(FilePtrTest, anOffsetWhoseViewWouldBeginBehindTheEndIsRefusedWithItsLine)
   EXPECT_TRUE(listedViews(name).empty());
 }
 
-TEST_F(FilePtrTest, anOffsetBehindTheEndWhoseViewBeginsBeforeItIsNotRefused) {
+TEST_F(FilePtrTest, anOffsetPastTheEndIsAcceptedIfItsViewStartsBeforeTheEnd) {
   const std::string name = makeFile("scan", _page + 10);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   expectSilence([&] {
@@ -235,7 +235,7 @@ TEST_F(FilePtrTest, anOffsetBehindTheEndWhoseViewBeginsBeforeItIsNotRefused) {
   EXPECT_EQ(listedViews(name).size(), 1U);
 }
 
-TEST_F(FilePtrTest, aViewOfNoBytesReachesToTheEndOfTheFile) {
+TEST_F(FilePtrTest, aViewOfSizeZeroExtendsToTheEndOfTheFile) {
   const std::string name = makeFile("scan", 3 * _page + 10);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   const void* const address = file->map(_page, 0);
@@ -245,7 +245,7 @@ TEST_F(FilePtrTest, aViewOfNoBytesReachesToTheEndOfTheFile) {
   EXPECT_EQ(listedViews(name)[0].bytes, listedBytes(2 * _page + 10));
 }
 
-TEST_F(FilePtrTest, aViewOfNoBytesAtTheVeryEndIsRefusedByTheSystem) {
+TEST_F(FilePtrTest, aViewOfSizeZeroAtTheEndIsRefusedByTheSystem) {
   const std::string name = makeFile("scan", 2 * _page);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   for (const std::int64_t size : {std::int64_t{0}, std::int64_t{10}, kGreatest}) {
@@ -254,7 +254,7 @@ TEST_F(FilePtrTest, aViewOfNoBytesAtTheVeryEndIsRefusedByTheSystem) {
   }
 }
 
-TEST_F(FilePtrTest, aRangeThatEndsBeforeItsViewStartsIsRefusedWithItsLine) {
+TEST_F(FilePtrTest, aRangeThatEndsBeforeItsViewStartsIsRefusedWithAMessage) {
   const std::string name = makeFile("scan", 4 * _page);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   for (const auto& [offset, size] : std::vector<Bytes>{
@@ -312,7 +312,7 @@ TEST_F(FilePtrTest, anUnalignedNegativeOffsetIsRefusedAsAnInvalidRange) {
   EXPECT_TRUE(listedViews(name).empty());
 }
 
-TEST_F(FilePtrTest, aViewWhoseLengthOverflowsIsRefusedWithItsLine) {
+TEST_F(FilePtrTest, aViewWhoseLengthOverflowsIsRefusedWithAMessage) {
   const std::string name = makeFile("scan", 4 * _page);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   for (const auto& [offset, size] : std::vector<Bytes>{{kLeast, 0}, {kLeast, -1}, {kLeast + _page, 0}}) {
@@ -334,7 +334,7 @@ TEST_F(FilePtrTest, theSumOfOffsetAndSizeCannotWrap) {
   }
 }
 
-TEST_F(FilePtrTest, twoMapsOfOneOffsetAreTwoViewsThatEndOneByOne) {
+TEST_F(FilePtrTest, mappingAnOffsetTwiceCreatesTwoViewsThatEndSeparately) {
   const std::string name = makeFile("scan", 4 * _page);
   const osg::ref_ptr<FilePtr> file = new FilePtr(name.c_str());
   void* const first = file->map(_page, 100);
@@ -632,7 +632,7 @@ TEST_F(FilePtrTest, theSystemListsTheViewsThatAreLive) {
   }
 }
 
-TEST_F(FilePtrTest, atTheSystemsLimitOfViewsTheNextIsRefusedTheOthersStayAndUnmapMakesRoom) {
+TEST_F(FilePtrTest, atTheSystemsLimitOfViewsMapFailsUntilAViewIsUnmapped) {
 #if defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "the thread sanitizer needs mappings, too, and fails at the limit";
 #endif
@@ -708,7 +708,7 @@ TEST_F(FilePtrTest, severalThreadsMapAndUnmapAtOnceAndEachSeesItsOwnRange) {
   EXPECT_EQ(listed, kThreads * listedBytes(11));
 }
 
-TEST_F(FilePtrTest, linesOfSeveralThreadsAreNotMixed) {
+TEST_F(FilePtrTest, messagesOfSeveralThreadsAreNotInterleaved) {
   constexpr std::size_t kThreads = 4;
   constexpr int kRounds = 200;
   const std::string name = makeFile("scan", 10);

@@ -117,7 +117,7 @@ TEST_F(DecrementalCompileOperationTest, eachSettingKeepsWhatItIsGiven) {
   EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 7U);
 }
 
-TEST_F(DecrementalCompileOperationTest, compileAllForFiveFramesAfterTheTenthSetsTheFifteenthAndChangesNoProcessing) {
+TEST_F(DecrementalCompileOperationTest, compileAllForNextFrameSetsTheDeleteAllFrameNumberAndChangesNoProcessing) {
   _operation->setCurrentFrameNumber(10);
   _operation->compileAllForNextFrame(5);
   EXPECT_EQ(_operation->getDeleteAllTillFrameNumber(), 15U);
@@ -321,7 +321,7 @@ TEST_F(DecrementalCompileOperationTest, theRemovalGoesThroughTheGroupsOwnRemoveC
   EXPECT_TRUE(_operation->isEmpty());
 }
 
-TEST_F(DecrementalCompileOperationTest, theCallbackSeesItsSetDetachedAndOffThePendingListWithTheMutexFree) {
+TEST_F(DecrementalCompileOperationTest, duringACallbackItsSetIsDetachedAndNotPendingAndTheMutexIsFree) {
   bool told = false;
   const osg::ref_ptr<DeleteSet> set = setWithCallback(_group, child(), [&](DeleteSet* finished) {
     EXPECT_EQ(finished, set);
@@ -531,7 +531,7 @@ TEST_F(DecrementalCompileOperationTest, severalContextsAreAssignedAndRemovedAtOn
   EXPECT_FALSE(_operation->isActive());
 }
 
-TEST_F(DecrementalCompileOperationTest, everyRunOfTheContextsOperationsIsARun) {
+TEST_F(DecrementalCompileOperationTest, everyRunOfTheContextsOperationsProcessesTheRequests) {
   const osg::ref_ptr<osg::GraphicsContext> context = plainContext();
   _operation->addGraphicsContext(context);
   for (int run = 0; run < 3; ++run) {

@@ -28,7 +28,7 @@ struct DepthSearchTest : ::testing::Test {
   }
 };
 
-TEST_F(DepthSearchTest, takesTheDepthAtThePositionWhereItIsScene) {
+TEST_F(DepthSearchTest, takesTheDepthAtThePositionUnlessItIsBackground) {
   set(100, 50, 0.25f);
   set(99, 50, 0.75f);
   EXPECT_EQ(sceneDepth(image, 100, 50), 0.25f);

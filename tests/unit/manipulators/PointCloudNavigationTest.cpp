@@ -286,7 +286,7 @@ TEST_F(PointCloudNavigationTest, modifierKeysChangeNothing) {
   EXPECT_NEAR(_manipulator->_yawQuat.asVec3().length(), std::sin(0.5 * std::asin(0.1 / 1.6)), 1e-6);
 }
 
-TEST_F(PointCloudNavigationTest, anEventBeforeItsPredecessorIsReportedAndCountsAsNoTime) {
+TEST_F(PointCloudNavigationTest, anEventOlderThanItsPredecessorIsReportedAndHasNoDuration) {
   class Collector : public osg::NotifyHandler {
    public:
     void notify(osg::NotifySeverity severity, const char* message) override {
@@ -692,7 +692,7 @@ TEST_F(WorldBoundsTest, carriesTheCentreToTheWorldAndKeepsTheRadius) {
   EXPECT_NEAR(bounds.radius(), std::sqrt(3.0), 1e-5);
 }
 
-TEST_F(WorldBoundsTest, aTransformInTheWorldsOwnFrameForgetsTheTransformsAboveIt) {
+TEST_F(WorldBoundsTest, anAbsoluteTransformIgnoresTheTransformsAboveIt) {
   const osg::ref_ptr<osg::MatrixTransform> absolute = new osg::MatrixTransform(osg::Matrixd::translate(7.0, 8.0, 9.0));
   const osg::ref_ptr<osg::Node> node = new osg::ShapeDrawable(new osg::Sphere(osg::Vec3f(1.0f, 1.0f, 1.0f), 2.0f));
   absolute->setReferenceFrame(osg::Transform::ABSOLUTE_RF);
@@ -745,12 +745,12 @@ class StationModeTest : public PointCloudNavigationTest {
   const osg::Vec3d station{1.5, 2.5, 3.5};
 };
 
-TEST_F(StationModeTest, theStationsCentreIsWidenedExactly) {
+TEST_F(StationModeTest, theStationsCentreIsConvertedToDoublePrecisionExactly) {
   EXPECT_TRUE(_manipulator->isStationModel());
   EXPECT_EQ(_manipulator->_stationCenter, station);
 }
 
-TEST_F(StationModeTest, aPressTakesTheStationAsTurningPointAndLeavesTheOrbitCentre) {
+TEST_F(StationModeTest, aPressMakesTheStationThePivotAndKeepsTheOrbitCentre) {
   const osg::Matrixd before = _manipulator->getMatrix();
   EXPECT_TRUE(push(kRight, 400.0, 300.0));
   EXPECT_EQ(_manipulator->_pivotPoint, station);

@@ -75,7 +75,7 @@ TEST_F(SPointCloudManipulatorTest, aCopyTakesEveryFieldAndSharesMarkerAndViewer)
   EXPECT_EQ(copy->_initialRotationAngle, _manipulator->_initialRotationAngle);
 }
 
-TEST_F(SPointCloudManipulatorTest, aRotationFactorOfOneGivesATrackballOfOneAndTwoOneOfNineTenths) {
+TEST_F(SPointCloudManipulatorTest, rotationFactorsOfOneAndTwoGiveTrackballSizesOfOneAndNineTenths) {
   _manipulator->setRotationFactor(1.0);
   EXPECT_DOUBLE_EQ(_manipulator->getTrackballSize(), 1.0);
   _manipulator->setRotationFactor(2.0);
@@ -164,7 +164,7 @@ TEST_F(SPointCloudManipulatorTest, aHorizontalDragYawsAboutTheVertical) {
   expectRotationIsPitchTimesYaw();
 }
 
-TEST_F(SPointCloudManipulatorTest, aVerticalDragPitchesUpOnTheWayUp) {
+TEST_F(SPointCloudManipulatorTest, anUpwardDragPitchesUp) {
   pitchTo(1.0);
   push(kRight, 400.0, 300.0);
   drag(kRight, 400.0, 330.0);
@@ -195,7 +195,7 @@ TEST_F(SPointCloudManipulatorTest, aRotationKeepsCentreAndDistance) {
   EXPECT_EQ(_manipulator->getDistance(), distance);
 }
 
-TEST_F(SPointCloudManipulatorTest, pitchNeverExceedsStraightUpOnTheWayUp) {
+TEST_F(SPointCloudManipulatorTest, anUpwardDragNeverPitchesBeyondStraightUp) {
   pitchTo(3.1);
   dragRightFrom(400.0, 100.0, 400.0, 400.0);
   EXPECT_NEAR(angleOf(_manipulator->_pitchQuat), kPi, 1e-9);
@@ -207,7 +207,7 @@ TEST_F(SPointCloudManipulatorTest, pitchDropsToStraightDownWhenADragDownWouldInc
   EXPECT_EQ(angleOf(_manipulator->_pitchQuat), 0.0);
 }
 
-TEST_F(SPointCloudManipulatorTest, aDragDownNeverLeavesALargerAngleOfPitchThanBefore) {
+TEST_F(SPointCloudManipulatorTest, aDownwardDragNeverIncreasesThePitchAngle) {
   std::mt19937 random(12);
   std::uniform_real_distribution<double> pitch(0.0, kPi);
   std::uniform_real_distribution<double> y(1.0, kHeight - 1.0);

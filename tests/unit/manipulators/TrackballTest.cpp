@@ -17,7 +17,7 @@ using QuorTests::angleOf;
 constexpr double kPi = 3.14159265358979323846;
 const osg::Vec3d kXAxis(1.0, 0.0, 0.0);
 
-TEST(TrackballTest, theAxesOfAnUnturnedViewLookDown) {
+TEST(TrackballTest, anUnrotatedViewLooksDown) {
   const ViewAxes axes = viewAxes(osg::Quat());
   EXPECT_EQ(axes.right, kXAxis);
   EXPECT_EQ(axes.up, osg::Vec3d(0.0, 1.0, 0.0));
@@ -30,7 +30,7 @@ TEST(TrackballTest, aPitchOfAQuarterTurnLooksAlongY) {
   EXPECT_NEAR((axes.ahead - osg::Vec3d(0.0, 1.0, 0.0)).length(), 0.0, 1e-12);
 }
 
-TEST(TrackballTest, halfTheWayIsTheSineOfTheAngleInBallSizes) {
+TEST(TrackballTest, theSineOfTheAngleIsHalfTheDistanceDividedByTheBallSize) {
   const AxisAngle rotation = trackballRotation(osg::Vec3d(0.0, 0.5, 0.0), osg::Vec3d(0.8, 0.5, 0.0), 0.8);
   EXPECT_NEAR(rotation.angle, std::asin(0.5), 1e-6);
   EXPECT_NEAR((rotation.axis - osg::Vec3d(0.0, 0.0, 1.0)).length(), 0.0, 1e-12);
@@ -46,11 +46,11 @@ TEST(TrackballTest, zeroDistanceGivesNoRotation) {
   EXPECT_EQ(osg::Quat(rotation.angle, rotation.axis), osg::Quat());
 }
 
-TEST(TrackballTest, aPitchThatGrowsOnTheWayDownEndsStraightDown) {
+TEST(TrackballTest, aDownwardDragThatWouldIncreaseThePitchMakesItStraightDown) {
   EXPECT_EQ(angleOf(limitedPitch(osg::Quat(0.2, -kXAxis), 0.1, 0.5f, 0.4f)), 0.0);
 }
 
-TEST(TrackballTest, aPitchBeyondStraightUpOnTheWayUpEndsThere) {
+TEST(TrackballTest, anUpwardDragClampsThePitchToStraightUp) {
   const osg::Quat limited = limitedPitch(osg::Quat(3.3, kXAxis), 3.0, 0.4f, 0.5f);
   EXPECT_NEAR(angleOf(limited), kPi, 1e-12);
   EXPECT_NEAR((limited.asVec3() - kXAxis).length(), 0.0, 1e-12);
