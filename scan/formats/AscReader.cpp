@@ -97,10 +97,10 @@ class AscDecoder : public VertexDecoder {
 };
 
 void skipByteOrderMark(SequentialBytes& from) {
-  constexpr std::string_view mark = "\xEF\xBB\xBF";
-  std::string begin(std::min<std::size_t>(mark.size(), from.left()), '\0');
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  std::string begin(std::min<std::size_t>(kMark.size(), from.left()), '\0');
   from.take(reinterpret_cast<unsigned char*>(begin.data()), begin.size());
-  if (begin != mark) {
+  if (begin != kMark) {
     from.moveTo(0, 0);
   }
 }

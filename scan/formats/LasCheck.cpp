@@ -119,16 +119,16 @@ class HeaderCheck {
   // bytes, not of the record. The records' total length decides: the two bytes are skipped only if the file has room
   // for them.
   void _skipStartSignature() {
-    constexpr std::uint64_t signatureBytes = 2;
+    constexpr std::uint64_t kSignatureBytes = 2;
     const std::uint64_t room = _file.size() - _las.pointDataOffsetBytes;
-    if (_las.header.versionMinor > 1 || room < signatureBytes ||
-        (room - signatureBytes) / _las.header.recordLengthBytes < _las.pointCount) {
+    if (_las.header.versionMinor > 1 || room < kSignatureBytes ||
+        (room - kSignatureBytes) / _las.header.recordLengthBytes < _las.pointCount) {
       return;
     }
-    std::array<unsigned char, signatureBytes> bytes{};
+    std::array<unsigned char, kSignatureBytes> bytes{};
     _file.read(_las.pointDataOffsetBytes, bytes.data(), bytes.size());
     if (bytes[0] == 0xDD && bytes[1] == 0xCC) {
-      _las.pointDataOffsetBytes += signatureBytes;
+      _las.pointDataOffsetBytes += kSignatureBytes;
     }
   }
 

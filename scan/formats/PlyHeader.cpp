@@ -99,11 +99,11 @@ class HeaderReader {
   }
 
   void _takeFormat(const Words& words) {
-    constexpr std::array<std::string_view, 3> names = {"ascii", "binary_little_endian", "binary_big_endian"};
+    constexpr std::array<std::string_view, 3> kNames = {"ascii", "binary_little_endian", "binary_big_endian"};
     _require(words.size() == 3, "the line \"format\" needs a format and a version", words.back());
-    const auto found = std::find(names.begin(), names.end(), words[1]);
-    _require(found != names.end(), "unknown data format", words[1]);
-    _header.encoding = static_cast<PlyEncoding>(found - names.begin());
+    const auto found = std::find(kNames.begin(), kNames.end(), words[1]);
+    _require(found != kNames.end(), "unknown data format", words[1]);
+    _header.encoding = static_cast<PlyEncoding>(found - kNames.begin());
     _formatSeen = true;
   }
 

@@ -152,7 +152,7 @@ class PlyDecoder : public VertexDecoder {
         continue;
       }
       if (_isFixed(element)) {
-        requireRecords(element, from);
+        _requireRecords(element, from);
         from.skip(element.count * element.recordBytes());
         continue;
       }
@@ -166,7 +166,7 @@ class PlyDecoder : public VertexDecoder {
     if (!_isFixed(_header.vertex)) {
       return {_header.vertex.count, 0, {}};
     }
-    requireRecords(_header.vertex, from);
+    _requireRecords(_header.vertex, from);
     return {_header.vertex.count, _header.vertex.recordBytes(), {{from.position(), 0}}};
   }
 
@@ -198,7 +198,7 @@ class PlyDecoder : public VertexDecoder {
   }
 
   // By division, so that no product can overflow.
-  static void requireRecords(const PlyElement& element, const SequentialBytes& from) {
+  static void _requireRecords(const PlyElement& element, const SequentialBytes& from) {
     const std::uint64_t held = from.left() / element.recordBytes();
     if (held >= element.count) {
       return;
