@@ -132,10 +132,10 @@ class VertexReader : public ScanReader {
   }
 
   osg::BoundingBoxd _findBox() {
-    constexpr std::uint64_t mostPoints = std::numeric_limits<std::uint32_t>::max();
+    constexpr std::uint64_t kMostPoints = std::numeric_limits<std::uint32_t>::max();
     osg::BoundingBoxd box;
-    for (std::uint64_t first = 0; first < _info.pointCount; first += mostPoints) {
-      const std::uint64_t count = std::min(mostPoints, _info.pointCount - first);
+    for (std::uint64_t first = 0; first < _info.pointCount; first += kMostPoints) {
+      const std::uint64_t count = std::min(kMostPoints, _info.pointCount - first);
       _forEach({first, 1, static_cast<std::uint32_t>(count)}, [&box](const Vertex& vertex) {
         if (isUsable(vertex.position)) {
           box.expandBy(vertex.position);

@@ -47,7 +47,7 @@ VertexRecords::VertexRecords(const osg::Vec3d& origin, const osg::BoundingBoxd& 
 }
 
 LasMetadata VertexRecords::metadata() const {
-  constexpr std::string_view software = "quor_viewer";
+  constexpr std::string_view kSoftware = "quor_viewer";
   LasMetadata metadata;
   LasHeader& header = metadata.header;
   header.versionMinor = 2;
@@ -55,7 +55,7 @@ LasMetadata VertexRecords::metadata() const {
   header.pointDataOffsetBytes = header.headerLengthBytes;
   header.pointFormat = _layout->format;
   header.recordLengthBytes = _layout->lengthBytes;
-  std::copy(software.begin(), software.end(), header.generatingSoftware.begin());
+  std::copy(kSoftware.begin(), kSoftware.end(), header.generatingSoftware.begin());
   header.scale = _steps;
   header.offset = {_origin.x(), _origin.y(), _origin.z()};
   return metadata;

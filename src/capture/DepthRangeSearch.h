@@ -35,34 +35,34 @@ class DepthRangeSearch {
   static constexpr std::size_t kMostBlocks = 1024;
   static constexpr std::size_t kLanes = Lanes::kCount;
 
-  static std::size_t length(const float* first, const float* last) { return static_cast<std::size_t>(last - first); }
+  static std::size_t _count(const float* first, const float* last) { return static_cast<std::size_t>(last - first); }
 
-  static bool isAbove(float depth, float minimum) { return depth > minimum && depth != kBackground; }
+  static bool _isAbove(float depth, float minimum) { return depth > minimum && depth != kBackground; }
 
-  static float leastLane(Lanes lanes) {
+  static float _leastLane(Lanes lanes) {
     std::array<float, kLanes> values;
     lanes.store(values.data());
     return std::min(std::min(values[0], values[1]), std::min(values[2], values[3]));
   }
 
   /// The least of background and the given depths. A NaN is the first operand of each comparison, so it is ignored.
-  static float minimumOf(const float* first, const float* last) {
+  static float _minimumOf(const float* first, const float* last) {
     Lanes a = Lanes::fill(kBackground);
     Lanes b = a, c = a, d = a;
-    for (; length(first, last) >= 4 * kLanes; first += 4 * kLanes) {
+    for (; _count(first, last) >= 4 * kLanes; first += 4 * kLanes) {
       a = Lanes::least(Lanes::load(first), a);
       b = Lanes::least(Lanes::load(first + kLanes), b);
       c = Lanes::least(Lanes::load(first + 2 * kLanes), c);
       d = Lanes::least(Lanes::load(first + 3 * kLanes), d);
     }
-    float minimum = leastLane(Lanes::least(Lanes::least(a, b), Lanes::least(c, d)));
+    float minimum = _leastLane(Lanes::least(Lanes::least(a, b), Lanes::least(c, d)));
     for (; first != last; ++first) {
       minimum = *first < minimum ? *first : minimum;
     }
     return minimum;
   }
 
-  static bool chunkHasAbove(float minimum, const float* chunk) {
+  static bool _chunkHasAbove(float minimum, const float* chunk) {
     const Lanes background = Lanes::fill(kBackground), least = Lanes::fill(minimum);
     typename Lanes::Flags above = Lanes::noFlags();
     for (const float* row = chunk; row != chunk + kChunk; row += kLanes) {
@@ -72,12 +72,12 @@ class DepthRangeSearch {
   }
 
   /// The last depth above a minimum that none of these depths lowers, or null.
-  static const float* lastAboveConstant(float minimum, const float* first, const float* last) {
-    while (length(first, last) >= kChunk && !chunkHasAbove(minimum, last - kChunk)) {
+  static const float* _lastAboveConstant(float minimum, const float* first, const float* last) {
+    while (_count(first, last) >= kChunk && !_chunkHasAbove(minimum, last - kChunk)) {
       last -= kChunk;
     }
     while (last != first) {
-      if (isAbove(*--last, minimum)) {
+      if (_isAbove(*--last, minimum)) {
         return last;
       }
     }
@@ -85,12 +85,12 @@ class DepthRangeSearch {
   }
 
   /// The last depth above the running minimum, one depth at a time, or null.
-  static const float* lastAboveStepwise(float minimum, const float* first, const float* last) {
+  static const float* _lastAboveStepwise(float minimum, const float* first, const float* last) {
     const float* found = nullptr;
     for (; first != last; ++first) {
       if (*first < minimum) {
         minimum = *first;
-      } else if (isAbove(*first, minimum)) {
+      } else if (_isAbove(*first, minimum)) {
         found = first;
       }
     }
@@ -100,7 +100,7 @@ class DepthRangeSearch {
   /// Whether a chunk has a depth above the running minimum. Two shifted comparisons, by one and by two lanes, give the
   /// least of each depth and the three before it. The least of these over all rows so far, lane by lane, is the running
   /// minimum.
-  static bool chunkHasAboveRunning(float minimum, const float* chunk) {
+  static bool _chunkHasAboveRunning(float minimum, const float* chunk) {
     static_assert(kLanes == 4, "two steps back cover one row of four");
     const Lanes start = Lanes::fill(minimum), background = Lanes::fill(kBackground);
     Lanes before = start, pairsBefore = start, running = start;
@@ -119,26 +119,26 @@ class DepthRangeSearch {
   }
 
   /// The last depth above the running minimum, or null.
-  static const float* lastAboveRunning(float minimum, const float* first, const float* last) {
-    const std::size_t count = length(first, last);
+  static const float* _lastAboveRunning(float minimum, const float* first, const float* last) {
+    const std::size_t count = _count(first, last);
     if (count > kChunk) {
       return Blocks(minimum, first, last).lastAbove();
     }
-    if (count == kChunk && !chunkHasAboveRunning(minimum, first)) {
+    if (count == kChunk && !_chunkHasAboveRunning(minimum, first)) {
       return nullptr;
     }
-    return lastAboveStepwise(minimum, first, last);
+    return _lastAboveStepwise(minimum, first, last);
   }
 
   /// Depths split into at most `kMostBlocks` blocks of whole chunks, with the running minimum at both ends of each.
   class Blocks {
    public:
     Blocks(float minimum, const float* first, const float* last)
-        : _first(first), _last(last), _length(blockLength(length(first, last))) {
+        : _first(first), _last(last), _length(_blockLength(_count(first, last))) {
       _minimumBefore[0] = minimum;
-      while (_size * _length < length(first, last)) {
+      while (_size * _length < _count(first, last)) {
         const float* begin = _first + _size * _length;
-        _minimumBefore[_size + 1] = std::min(_minimumBefore[_size], minimumOf(begin, blockEnd(begin)));
+        _minimumBefore[_size + 1] = std::min(_minimumBefore[_size], _minimumOf(begin, _blockEnd(begin)));
         ++_size;
       }
     }
@@ -157,24 +157,24 @@ class DepthRangeSearch {
     const float* lastAbove() const {
       const float* found = nullptr;
       for (std::size_t block = _size; block > 0 && !found; --block) {
-        found = lastAboveIn(block - 1);
+        found = _lastAboveIn(block - 1);
       }
       return found;
     }
 
    private:
-    static std::size_t blockLength(std::size_t count) {
+    static std::size_t _blockLength(std::size_t count) {
       constexpr std::size_t kLeastCovered = kChunk * kMostBlocks;
       return std::max<std::size_t>(1, (count + kLeastCovered - 1) / kLeastCovered) * kChunk;
     }
 
-    const float* blockEnd(const float* begin) const { return begin + std::min(_length, length(begin, _last)); }
+    const float* _blockEnd(const float* begin) const { return begin + std::min(_length, _count(begin, _last)); }
 
-    const float* lastAboveIn(std::size_t block) const {
+    const float* _lastAboveIn(std::size_t block) const {
       const float* begin = _first + block * _length;
       const float before = _minimumBefore[block];
       const bool lowersTheMinimum = _minimumBefore[block + 1] < before;
-      return (lowersTheMinimum ? lastAboveRunning : lastAboveConstant)(before, begin, blockEnd(begin));
+      return (lowersTheMinimum ? _lastAboveRunning : _lastAboveConstant)(before, begin, _blockEnd(begin));
     }
 
     const float* _first;

@@ -46,7 +46,7 @@ class ScreenCaptureTool::Capture {
       return false;
     }
     if (pixels->width != _frame._viewportWidth || pixels->height != _frame._viewportHeight) {
-      resize(*pixels);
+      _resize(*pixels);
     }
     return _frame._depthBuffer.size() == pixels->pixelCount();
   }
@@ -55,38 +55,38 @@ class ScreenCaptureTool::Capture {
   void captureImages() {
     const osg::FrameBufferObject* object = lastAppliedFrameBufferObject(_state);
     const bool readable = object && _extensions && _extensions->glBindFramebuffer;
-    const DepthRange range = readable ? readImages(*object) : measuredDepthRange();
+    const DepthRange range = readable ? _readImages(*object) : _measuredDepthRange();
     _frame._minDepth = range.minimum;
     _frame._maxDepth = range.maximum;
   }
 
  private:
-  DepthRange readImages(const osg::FrameBufferObject& object) {
+  DepthRange _readImages(const osg::FrameBufferObject& object) {
     _extensions->glBindFramebuffer(kGLFramebuffer, object.getHandle(_state.getContextID()));
     std::optional<TightPackState> packState(*_extensions);
-    read(GL_DEPTH_COMPONENT, GL_FLOAT, _frame._depthBuffer.data());
+    _read(GL_DEPTH_COMPONENT, GL_FLOAT, _frame._depthBuffer.data());
     // Measured now, while the depths are still in the processor's cache.
-    const DepthRange range = measuredDepthRange();
+    const DepthRange range = _measuredDepthRange();
     // Keeps the request alive even if the application replaces it meanwhile.
     const osg::ref_ptr<CaptureOp> op = _pendingOp;
-    if (op.valid() && readColour()) {
+    if (op.valid() && _readColour()) {
       packState.reset();
-      handOver(*op);
+      _handOver(*op);
       packState.emplace(*_extensions);
     }
-    readAttachment(1, kGLRgbaInteger, GL_UNSIGNED_INT, _frame._itemIDBuffer.data());
-    readAttachment(2, GL_RGBA, GL_FLOAT, _frame._itemFloatBuffer.data());
-    readAttachment(3, GL_RGBA, GL_FLOAT, _frame._pcFloatBuffer.data());
-    readAttachment(4, kGLRgbaInteger, GL_INT, _frame._pcUIntBuffer.data());
+    _readAttachment(1, kGLRgbaInteger, GL_UNSIGNED_INT, _frame._itemIDBuffer.data());
+    _readAttachment(2, GL_RGBA, GL_FLOAT, _frame._itemFloatBuffer.data());
+    _readAttachment(3, GL_RGBA, GL_FLOAT, _frame._pcFloatBuffer.data());
+    _readAttachment(4, kGLRgbaInteger, GL_INT, _frame._pcUIntBuffer.data());
     // Only the draw target is unbound: this is fixed by the interface.
     _extensions->glBindFramebuffer(kGLDrawFramebuffer, 0);
     return range;
   }
 
-  DepthRange measuredDepthRange() const { return depthRange(_frame._depthBuffer.data(), _frame._depthBuffer.size()); }
+  DepthRange _measuredDepthRange() const { return depthRange(_frame._depthBuffer.data(), _frame._depthBuffer.size()); }
 
   /// Reserves all memory before any size changes, so that a failed allocation leaves the frame as it was.
-  void resize(const CaptureViewport& pixels) {
+  void _resize(const CaptureViewport& pixels) {
     const std::size_t count = pixels.pixelCount();
     const std::size_t values = count * kChannelCount;
     const std::lock_guard<SpinLock> guard(_frame);
@@ -106,27 +106,27 @@ class ScreenCaptureTool::Capture {
     _frame._viewportHeight = pixels.height;
   }
 
-  void read(GLenum format, GLenum type, void* values) {
+  void _read(GLenum format, GLenum type, void* values) {
     glReadPixels(0, 0, _frame._viewportWidth, _frame._viewportHeight, format, type, values);
   }
 
-  void readAttachment(GLenum number, GLenum format, GLenum type, void* values) {
+  void _readAttachment(GLenum number, GLenum format, GLenum type, void* values) {
     glReadBuffer(kGLColorAttachment0 + number);
-    read(format, type, values);
+    _read(format, type, values);
   }
 
-  bool readColour() {
+  bool _readColour() {
     const std::size_t bytes = _frame._depthBuffer.size() * kChannelCount;
     if (!reserveRoom(_frame._colourBuffer, bytes)) {
       return false;
     }
     _frame._colourBuffer.resize(bytes);
-    readAttachment(0, GL_RGBA, GL_UNSIGNED_BYTE, _frame._colourBuffer.data());
+    _readAttachment(0, GL_RGBA, GL_UNSIGNED_BYTE, _frame._colourBuffer.data());
     return true;
   }
 
   /// Drops the request after both threads have reached the barrier, unless the application has replaced it by then.
-  void handOver(CaptureOp& op) {
+  void _handOver(CaptureOp& op) {
     op.captureImage(_frame._viewportWidth, _frame._viewportHeight, _frame._colourBuffer);
     op.block(0);
     if (_pendingOp == &op) {
