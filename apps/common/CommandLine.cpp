@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace QuorViewer {
@@ -32,14 +33,61 @@ std::string expectation(const std::string& option, const std::string& accepted, 
   return option + " expects " + accepted + ", not '" + given + "'";
 }
 
-// Only the last argument can lack its value.
-std::string missingValue(const CLI::App& app, const std::string& lastArgument, const std::string& otherwise) {
-  const CLI::Option* const option = app.get_option_no_throw(lastArgument);
-  return option != nullptr ? lastArgument + " expects " + option->get_type_name() : otherwise;
-}
-
 bool isOption(const std::string& argument) {
   return argument.size() > 1 && argument.front() == '-';
+}
+
+/// An argument, and the option that it names.
+struct Argument {
+  Argument(const CLI::App& app, const std::string& text) : name(text.substr(0, text.find('='))) {
+    if (isOption(text)) {
+      option = app.get_option_no_throw(name);
+    }
+    if (name.size() < text.size()) {
+      value = text.substr(name.size() + 1);
+    }
+  }
+
+  bool takesValue() const { return option->get_items_expected_max() > 0; }
+
+  std::string name;
+  std::optional<std::string> value;     // after an equals sign
+  const CLI::Option* option = nullptr;  // null: a file or an unknown option
+};
+
+/// The value of an option, after an equals sign or in the next argument, which may be missing.
+std::string valueOf(const CLI::App& app, const Argument& argument, const std::string* next) {
+  if (argument.value) {
+    return *argument.value;
+  }
+  if (next == nullptr || *next == "--" || Argument(app, *next).option != nullptr) {
+    throw invalidArgument(argument.name + " expects " + argument.option->get_type_name() + ", but none is given");
+  }
+  return *next;
+}
+
+// CLI11 would take the next argument if the value after an equals sign is empty, and an option as the value of another.
+std::vector<std::string> separateValues(const CLI::App& app, const std::vector<std::string>& arguments) {
+  std::vector<std::string> separated;
+  for (std::size_t at = 0; at < arguments.size(); ++at) {
+    if (arguments[at] == "--") {
+      separated.insert(separated.end(), arguments.begin() + static_cast<std::ptrdiff_t>(at), arguments.end());
+      break;
+    }
+    const Argument argument(app, arguments[at]);
+    if (argument.option == nullptr) {
+      separated.push_back(arguments[at]);
+      continue;
+    }
+    separated.push_back(argument.name);
+    if (argument.takesValue()) {
+      separated.push_back(valueOf(app, argument, at + 1 < arguments.size() ? &arguments[at + 1] : nullptr));
+      at += argument.value ? 0 : 1;
+    } else if (argument.value) {
+      throw invalidArgument(argument.name + " takes no value, not '" + *argument.value + "'");
+    }
+  }
+  return separated;
 }
 
 // CLI11 would split a file name in square brackets into a list, so files are not declared to it.
@@ -83,20 +131,19 @@ void addOption(CLI::App& app, const ValueOption& option, std::function<bool(cons
     }
   };
   app.add_option_function<std::string>(option.name, take, option.help)
-      ->type_name(option.placeholder)
+      ->type_name(option.accepted)  // not shown in the help, which has the placeholder
       ->option_text(option.placeholder);
 }
 
 CommandLine parseCommandLine(CLI::App& app, const std::vector<std::string>& arguments) {
   try {
-    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    const std::vector<std::string> separated = separateValues(app, arguments);
+    app.parse(std::vector<std::string>(separated.rbegin(), separated.rend()));
     return {{}, filesAmong(app.remaining())};
   } catch (const CLI::CallForHelp&) {
     return {app.help(), {}};
   } catch (const CLI::CallForVersion& version) {
     return {std::string(version.what()) + '\n', {}};
-  } catch (const CLI::ArgumentMismatch& error) {
-    throw invalidArgument(missingValue(app, arguments.back(), error.what()));
   } catch (const CLI::ParseError& error) {
     throw invalidArgument(error.what());
   }

@@ -11,7 +11,8 @@ class App;
 
 namespace QuorViewer {
 
-/// An option with a value. Its error message is "NAME expects ACCEPTED, not 'VALUE'".
+/// An option with a value. Its error messages are "NAME expects ACCEPTED, not 'VALUE'" and "NAME expects ACCEPTED, but
+/// none is given".
 struct ValueOption {
   std::string name;         ///< with its dashes
   std::string placeholder;  ///< for the value, in the help
@@ -51,8 +52,9 @@ void addOption(CLI::App& app, const ValueOption& option, Target& into, Read read
   });
 }
 
-/// Parses `arguments`, which do not include the program's name. Arguments without a dash, and all after `--`, are
-/// files. Throws std::invalid_argument.
+/// Parses `arguments`, which do not include the program's name. A value is the rest of its option's argument after an
+/// equals sign, or the next argument unless that is another option or `--`. Other arguments without a dash, and all
+/// after `--`, are files. Throws std::invalid_argument.
 CommandLine parseCommandLine(CLI::App& app, const std::vector<std::string>& arguments);
 
 }  // namespace QuorViewer

@@ -81,8 +81,15 @@ TEST_P(BadArgumentsTest, areRefusedWithAMessageThatNamesThem) {
 INSTANTIATE_TEST_SUITE_P(
     Table, BadArgumentsTest,
     testing::Values(BadLine{{"--fast"}, "unknown option '--fast'"}, BadLine{{"-5"}, "unknown option '-5'"},
-                    BadLine{{"-odd.las"}, "unknown option '-odd.las'"}, BadLine{{"--ortho=no way"}, "--ortho"},
-                    BadLine{{"--size"}, "--size expects WxH"}, BadLine{{"--size", "--ortho"}, "'--ortho'"},
+                    BadLine{{"-odd.las"}, "unknown option '-odd.las'"},
+                    BadLine{{"--ortho=no way"}, "--ortho takes no value, not 'no way'"},
+                    BadLine{{"--ortho="}, "--ortho takes no value, not ''"},
+                    BadLine{{"--gpu=true"}, "--gpu takes no value, not 'true'"},
+                    BadLine{{"--help=me"}, "--help takes no value, not 'me'"},
+                    BadLine{{"--size"},
+                            "--size expects WIDTHxHEIGHT in pixels, from 64x64 to 16384x16384, but none is "
+                            "given"},
+                    BadLine{{"--size", "--ortho"}, "but none is given"}, BadLine{{"--size="}, "--size expects WIDTH"},
                     BadLine{{"--size", "800"}, "'800'"}, BadLine{{"--size", "800x"}, "'800x'"},
                     BadLine{{"--size", "800x600x2"}, "'800x600x2'"}, BadLine{{"--size", "0x600"}, "'0x600'"},
                     BadLine{{"--size", "99999999999x600"}, "--size"}, BadLine{{"--size", "-800x600"}, "--size"},
@@ -99,7 +106,14 @@ INSTANTIATE_TEST_SUITE_P(
                     BadLine{{"--station", "1 2"}, "'1 2'"}, BadLine{{"--station", "1 2 3 4"}, "--station"},
                     BadLine{{"--station", "1 2 nan"}, "--station"}, BadLine{{"--threading"}, "--threading expects"},
                     BadLine{{"--threading", "many"}, "'many'"}, BadLine{{"--tour"}, "--tour expects"},
-                    BadLine{{"--screenshot", ""}, "--screenshot expects"}));
+                    BadLine{{"--screenshot", ""}, "--screenshot expects a file name, not ''"},
+                    BadLine{{"--screenshot=", "photo.png"}, "--screenshot expects a file name, not ''"},
+                    BadLine{{"--screenshot"}, "--screenshot expects a file name, but none is given"},
+                    BadLine{{"--screenshot", "--verbose", "x"}, "--screenshot expects a file name, but none is given"},
+                    BadLine{{"--screenshot", "--size=800x600"}, "a file name, but none is given"},
+                    BadLine{{"--screenshot", "--", "a.las"}, "a file name, but none is given"},
+                    BadLine{{"--colour-by="},
+                            "--colour-by expects rgb, intensity, elevation or classification, not ''"}));
 
 TEST(ArgumentsTest, everyThreadingModelHasAName) {
   using osgViewer::ViewerBase;
@@ -134,6 +148,8 @@ TEST(ArgumentsTest, aValueMayFollowAnEqualsSign) {
   EXPECT_EQ(parsed.width, 800);
   EXPECT_EQ(parsed.station, osg::Vec3d(-1.0, 2.0, 3.0));
   EXPECT_EQ(parsed.screenshotFile, "a=b.png");
+  EXPECT_EQ(parseArguments({"--screenshot=--verbose"}).screenshotFile, "--verbose");
+  EXPECT_EQ(parseArguments({"--tour=--"}).tourFolder, "--");
 }
 
 TEST(ArgumentsTest, theLastOfSeveralValuesCounts) {
