@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cmath>
+#include <limits>
 
 namespace QuorViewer {
 
 namespace {
+
+constexpr float kNoValue = std::numeric_limits<float>::quiet_NaN();
 
 /// The chunk's arrays as plain pointers to the next free element, which a loop can keep in registers.
 struct Cursor {
@@ -100,11 +102,12 @@ void ChunkBuilder::add(const RawPoint& point) {
 }
 
 void ChunkBuilder::add(const osg::Vec3d& position, const osg::Vec4ub& colour, std::uint16_t intensity) {
-  const osg::Vec3f local = position + _settings.shift;
+  const bool usable = isUsable(position);
+  const osg::Vec3f local = usable ? osg::Vec3f(position + _settings.shift) : osg::Vec3f(kNoValue, kNoValue, kNoValue);
   (*_chunk.positions)[_filledPoints] = local;
   (*_chunk.colours)[_filledPoints] = colour;
   (*_chunk.intensities)[_filledPoints] = intensity;
-  if (std::isfinite(local.x()) && std::isfinite(local.y()) && std::isfinite(local.z())) {
+  if (usable) {
     _chunk.bounds.expandBy(local);
   }
   ++_filledPoints;

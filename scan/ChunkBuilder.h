@@ -41,7 +41,7 @@ class ChunkBuilder {
 
   /// Adds a point that was decoded elsewhere.
   void add(const RawPoint& point);
-  /// Adds a point that the file stores in floating point.
+  /// Adds a point that the file stores in floating point. A position that is not usable is stored as NaN.
   void add(const osg::Vec3d& position, const osg::Vec4ub& colour, std::uint16_t intensity);
 
   std::uint32_t filledPoints() const { return static_cast<std::uint32_t>(_filledPoints); }

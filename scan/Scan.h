@@ -26,10 +26,14 @@ class ScanError : public std::runtime_error {
 /// Positions are drawn in single precision; the distance between two scans must still be finite there.
 inline constexpr double kFarthestCoordinate = 1e37;
 
+/// False for a missing measurement (not finite), and for coordinates beyond `kFarthestCoordinate`.
+bool isUsable(const osg::Vec3d& position);
+
 /// Points of a scan in arrays that the graphics card uses directly, each with one element per point.
 struct PointChunk {
-  PointRange points;                              ///< which points of the file
-  osg::ref_ptr<osg::Vec3Array> positions;         ///< world units, relative to the origin of `ScanReader::startChunk`
+  PointRange points;  ///< which points of the file
+  /// World units, relative to the origin of `ScanReader::startChunk`. All three are NaN if a position is not usable.
+  osg::ref_ptr<osg::Vec3Array> positions;
   osg::ref_ptr<osg::Vec4ubArray> colours;         ///< RGB 0 to 255 and 255; white where the scan has no colour
   osg::ref_ptr<osg::UShortArray> intensities;     ///< as stored; fractions of 1 as 0 to 65535; 0 if there are none
   osg::ref_ptr<osg::Vec2ubArray> classesReturns;  ///< class; return number in the low, returns in the high 4 bits

@@ -10,6 +10,7 @@
 #include <osgDB/FileNameUtils>
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 #include <utility>
 
@@ -39,6 +40,11 @@ std::unique_ptr<ScanReader> openLasOrLaz(ScanFile file) {
 }
 
 }  // namespace
+
+bool isUsable(const osg::Vec3d& position) {
+  return std::abs(position.x()) <= kFarthestCoordinate && std::abs(position.y()) <= kFarthestCoordinate &&
+         std::abs(position.z()) <= kFarthestCoordinate;
+}
 
 std::unique_ptr<ScanReader> ScanReader::open(const std::string& path) {
   ScanFile file(path);

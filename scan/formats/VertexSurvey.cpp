@@ -33,11 +33,6 @@ double medianOf(const std::vector<osg::Vec3d>& positions, int axis) {
 
 }  // namespace
 
-bool isUsable(const osg::Vec3d& position) {
-  return std::abs(position.x()) <= kFarthestCoordinate && std::abs(position.y()) <= kFarthestCoordinate &&
-         std::abs(position.z()) <= kFarthestCoordinate;
-}
-
 std::array<std::uint16_t, 3> VertexScale::colourOf(const Vertex& vertex) const {
   return {toSixteenBits(vertex.colour[0], colour), toSixteenBits(vertex.colour[1], colour),
           toSixteenBits(vertex.colour[2], colour)};

@@ -9,9 +9,6 @@
 
 namespace QuorViewer {
 
-/// False for a missing measurement, and for coordinates that single precision cannot show.
-bool isUsable(const osg::Vec3d& position);
-
 /// Factors from the stored values to 16 bits; 0 if the scan has none of these values.
 struct VertexScale {
   double colour = 0;

@@ -374,11 +374,17 @@ TEST_F(PlyReaderTest, aFileWithoutPointsOpensEmpty) {
 }
 
 TEST_F(PlyReaderTest, pointsThatAreNoNumberOrTooFarAwayDoNotWidenTheBounds) {
-  BinaryPly bytes(false, vertices(4, kExactPosition));
+  BinaryPly bytes(false, vertices(6, kExactPosition));
   bytes.position(1.5, 2.5, 3.5).position(-4.0, 5.0, 6.0);
   bytes.position(0.0, std::numeric_limits<double>::quiet_NaN(), 0.0).position(0.0, 0.0, -1e300);
+  bytes.position(2e38, 0.0, 0.0).position(0.0, -1.1e37, 0.0);
   const auto reader = _open(bytes);
-  EXPECT_EQ(reader->read(0, 4, osg::Vec3d()).bounds._max, osg::Vec3(1.5f, 5, 6));
+  const PointChunk chunk = reader->read(0, 6, osg::Vec3d());
+  EXPECT_EQ(chunk.bounds._min, osg::Vec3(-4, 2.5f, 3.5f));
+  EXPECT_EQ(chunk.bounds._max, osg::Vec3(1.5f, 5, 6));
+  for (std::size_t point = 2; point < 6; ++point) {
+    EXPECT_TRUE(std::isnan((*chunk.positions)[point].x())) << point;
+  }
   EXPECT_TRUE(std::isfinite(reader->info().origin.y()));
   EXPECT_EQ(_open(plyHeader("ascii", vertices(2, kPosition)) + "1 nan 2\n3 4 5\n")->info().origin, osg::Vec3d(3, 4, 5));
 }
