@@ -11,6 +11,7 @@ namespace QuorViewer {
 namespace {
 
 constexpr double kMostSteps = std::numeric_limits<std::int32_t>::max();
+constexpr double kLeastStep = 1e-300;  // a power of ten whose reciprocal is finite
 
 // The nearest double, which `pow` does not return everywhere: powers up to the 22nd are exact, and one division is
 // correctly rounded.
@@ -27,7 +28,7 @@ double gridStep(double reach) {
   if (reach == 0) {
     return 1;
   }
-  const int exponent = static_cast<int>(std::ceil(std::log10(reach / kMostSteps)));
+  const int exponent = static_cast<int>(std::ceil(std::log10(std::max(reach / kMostSteps, kLeastStep))));
   const double step = powerOfTen(exponent);
   return std::round(reach / step) <= kMostSteps ? step : powerOfTen(exponent + 1);
 }

@@ -709,6 +709,17 @@ TEST_F(ScanCropTest, coincidentPointsStillHaveAGrid) {
   EXPECT_EQ(ScanReader::open(_target)->info().pointCount, 2U);
 }
 
+TEST_F(ScanCropTest, anExtentNearTheSmallestDoubleStillHasAGrid) {
+  const std::string source = _folder.write("scan.asc", std::string("0 0 1\n5e-324 1e-310 1\n-5e-324 1e-305 1\n"));
+  const LasBytes saved(cropped(source, _target, everywhere));
+  ASSERT_EQ(saved.count, 3U);
+  for (unsigned axis = 0; axis < 3; ++axis) {
+    EXPECT_GT(load<double>(saved.bytes, 131 + 8 * axis), 0.0);
+  }
+  EXPECT_LT(saved.coordinate(2, 0), 1e-290);
+  EXPECT_EQ(ScanReader::open(_target)->coordinates(1).z(), 1.0);
+}
+
 TEST_F(ScanCropTest, nonFiniteCoordinatesAreNeverInside) {
   constexpr float none = std::numeric_limits<float>::quiet_NaN();
   constexpr float endless = std::numeric_limits<float>::infinity();
