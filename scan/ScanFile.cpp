@@ -100,6 +100,7 @@ bool SequentialBytes::takeLine(std::size_t mostBytes, std::string_view& line) {
   const std::string_view ahead = _ahead();
   const std::size_t length = std::min(ahead.find('\n'), ahead.size());
   if (length > mostBytes) {
+    line = ahead.substr(0, mostBytes);
     return false;
   }
   if (length == ahead.size() && length < left()) {

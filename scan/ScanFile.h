@@ -68,8 +68,8 @@ class SequentialBytes {
   void skip(std::uint64_t count);
 
   /// The next line without its line feed and a carriage return before it; the file's last line may lack both. False if
-  /// it is longer than `mostBytes`, or if nothing is left. The text is valid until the next call. Throws ScanError if
-  /// the file has become shorter.
+  /// it is longer than `mostBytes`, with its first `mostBytes` in `line`, or if nothing is left. The text is valid
+  /// until the next call. Throws ScanError if the file has become shorter.
   bool takeLine(std::size_t mostBytes, std::string_view& line);
 
  private:

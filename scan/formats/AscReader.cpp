@@ -11,14 +11,35 @@ namespace QuorViewer {
 
 namespace {
 
+constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kSeparators = " \t\r,;";
+constexpr char kEndOfTextFile = '\x1A';  // Ctrl-Z, which old programs write behind the last line
+
 bool isSeparator(char c) {
-  return isBlank(c) || c == ',' || c == ';';
+  return kSeparators.find(c) != kSeparators.npos;
+}
+
+void skipBlanks(std::string_view& text) {
+  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+}
+
+/// Removes the first column, with the separator behind it, from `rest`, which begins with no blank and is empty if no
+/// column is left. Returns the column, which may be empty.
+std::string_view takeColumn(std::string_view& rest) {
+  const std::string_view column = rest.substr(0, rest.find_first_of(kSeparators));
+  rest.remove_prefix(column.size());
+  skipBlanks(rest);
+  if (!rest.empty() && isSeparator(rest.front())) {
+    rest.remove_prefix(1);
+    skipBlanks(rest);
+  }
+  return column;
 }
 
 std::size_t countColumns(std::string_view line) {
   std::size_t columns = 0;
-  while (!takeWord(line, isSeparator).empty()) {
-    ++columns;
+  for (; !line.empty(); ++columns) {
+    takeColumn(line);
   }
   return columns;
 }
@@ -26,12 +47,11 @@ std::size_t countColumns(std::string_view line) {
 /// The next line that is neither empty nor a comment. False at the end of the file.
 bool takeDataLine(SequentialBytes& from, std::string_view& line) {
   while (takeTextLine(from, line)) {
-    const std::size_t begin = line.find_first_not_of(" \t\r");
-    if (begin == line.npos) {
-      continue;
+    if (from.left() == 0 && !line.empty() && line.back() == kEndOfTextFile) {
+      line.remove_suffix(1);
     }
-    line.remove_prefix(begin);
-    if (line[0] != '#' && line.substr(0, 2) != "//") {
+    skipBlanks(line);
+    if (!line.empty() && line[0] != '#' && line.substr(0, 2) != "//") {
       return true;
     }
   }
@@ -51,6 +71,7 @@ class AscDecoder : public VertexDecoder {
     if (!takeDataLine(from, text)) {
       return false;
     }
+    _refuseDecimalCommas(from, text);
     std::string_view rest = text;
     const auto take = [&](double& value) { value = requireNumber(from, _takeColumn(from, text, rest)); };
     take(to.position.x());
@@ -76,12 +97,22 @@ class AscDecoder : public VertexDecoder {
  private:
   std::size_t _valuesRead() const { return 3U + (_hasIntensity ? 1U : 0U) + (_hasColour ? 3U : 0U); }
 
+  static void _refuseDecimalCommas(const SequentialBytes& from, std::string_view line) {
+    if (line.find(';') != line.npos && line.find(',') != line.npos) {
+      throw lineError(from, "decimal commas are not supported", "both semicolons and commas found");
+    }
+  }
+
   std::string_view _takeColumn(const SequentialBytes& from, std::string_view line, std::string_view& rest) const {
-    const std::string_view word = takeWord(rest, isSeparator);
-    if (word.empty()) {
+    if (rest.empty()) {
       _failColumns(from, line);
     }
-    return word;
+    const std::string_view column = takeColumn(rest);
+    if (column.empty()) {
+      const std::size_t number = countColumns(line) - countColumns(rest);
+      throw lineError(from, "empty column", "column " + std::to_string(number) + " has no value");
+    }
+    return column;
   }
 
   [[noreturn]] void _failColumns(const SequentialBytes& from, std::string_view line) const {
@@ -100,14 +131,34 @@ void skipByteOrderMark(SequentialBytes& from) {
   constexpr std::string_view kMark = "\xEF\xBB\xBF";
   std::string begin(std::min<std::size_t>(kMark.size(), from.left()), '\0');
   from.take(reinterpret_cast<unsigned char*>(begin.data()), begin.size());
+  const std::string firstTwo = begin.substr(0, 2);
+  if (firstTwo == "\xFF\xFE" || firstTwo == "\xFE\xFF") {
+    throw from.file().error("UTF-16 text is not supported: the file begins with its byte order mark");
+  }
   if (begin != kMark) {
     from.moveTo(0, 0);
   }
 }
 
+bool beginsName(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || byte >= 0x80 || c == '"' || c == '\'' ||
+         c == '_' || c == '/';
+}
+
+bool holdsNumber(std::string_view line) {
+  while (!line.empty()) {
+    if (toNumber(takeColumn(line))) {
+      return true;
+    }
+  }
+  return false;
+}
+
+/// Column names, or the count of points. Anything else is left to be read as a point, since a damaged number is not a
+/// name.
 bool isHeading(std::string_view line) {
-  const std::size_t columns = countColumns(line);
-  return columns == 1 || !toNumber(takeWord(line, isSeparator));
+  return holdsNumber(line) ? countColumns(line) == 1 : beginsName(line.front());
 }
 
 /// Moves to the first line that holds a point, and returns the decoder for all of them.

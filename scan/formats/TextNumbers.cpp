@@ -1,37 +1,80 @@
 #include "scan/formats/TextNumbers.h"
 
+#include "scan/formats/Quoted.h"
+
+#include <algorithm>
 #include <charconv>
 
 namespace QuorViewer {
 
-std::optional<double> toNumber(std::string_view word) {
+namespace {
+
+/// Whether a number that no double can represent is below 1, so that the nearest double is 0.
+bool isTiny(std::string_view number) {
+  const std::size_t mantissaEnd = std::min(number.find_first_of("eE"), number.size());
+  const std::string_view mantissa = number.substr(0, mantissaEnd);
+  double exponent = 0;
+  if (mantissaEnd < number.size()) {
+    number.remove_prefix(mantissaEnd + 1);
+    number.remove_prefix(!number.empty() && number.front() == '+' ? 1 : 0);
+    std::from_chars(number.data(), number.data() + number.size(), exponent);
+  }
+  const auto point = static_cast<double>(std::min(mantissa.find('.'), mantissa.size()));
+  const auto firstDigit = static_cast<double>(std::min(mantissa.find_first_of("123456789"), mantissa.size()));
+  return exponent + point - firstDigit < 0;
+}
+
+std::errc parse(std::string_view word, double& value) {
   if (!word.empty() && word.front() == '+') {
     word.remove_prefix(1);
+    if (!word.empty() && word.front() == '-') {
+      return std::errc::invalid_argument;
+    }
   }
-  double value = 0;
   const auto [end, code] = std::from_chars(word.data(), word.data() + word.size(), value);
-  if (code != std::errc() || end != word.data() + word.size()) {
-    return std::nullopt;
+  if (end != word.data() + word.size()) {
+    return std::errc::invalid_argument;
   }
-  return value;
+  if (code == std::errc::result_out_of_range && isTiny(word)) {
+    value = 0;
+    return std::errc();
+  }
+  return code;
+}
+
+}  // namespace
+
+std::optional<double> toNumber(std::string_view word) {
+  double value = 0;
+  return parse(word, value) == std::errc() ? std::optional(value) : std::nullopt;
 }
 
 double requireNumber(const SequentialBytes& from, std::string_view word) {
-  constexpr std::size_t kMostQuoted = 40;
-  const std::optional<double> number = toNumber(word);
-  if (!number) {
-    throw lineError(from, "not a number", "\"" + std::string(word.substr(0, kMostQuoted)) + "\" found");
+  double value = 0;
+  const std::errc code = parse(word, value);
+  if (code != std::errc()) {
+    const char* const what = code == std::errc::result_out_of_range ? "a number is out of range" : "not a number";
+    throw lineError(from, what, quoted(word) + " found");
   }
-  return *number;
+  return value;
 }
 
 bool takeTextLine(SequentialBytes& from, std::string_view& line) {
   if (from.left() == 0) {
     return false;
   }
-  if (!from.takeLine(kMostLineBytes, line)) {
-    throw from.file().error("a line is longer than " + std::to_string(kMostLineBytes) + " bytes, in line " +
-                            std::to_string(from.line() + 1) + ", at byte " + std::to_string(from.position()));
+  const std::uint64_t begin = from.position();
+  const std::uint64_t number = from.line() + 1;
+  const bool whole = from.takeLine(kMostLineBytes, line);
+  const auto fail = [&](const std::string& what, std::uint64_t byte) {
+    throw from.file().error(what + ", in line " + std::to_string(number) + ", at byte " + std::to_string(byte));
+  };
+  const std::size_t carriageReturn = line.find('\r');
+  if (carriageReturn != line.npos && line.find_first_not_of('\r', carriageReturn) != line.npos) {
+    fail("a carriage return inside a line: lines must end with a line feed, or with both", begin + carriageReturn);
+  }
+  if (!whole) {
+    fail("a line is longer than " + std::to_string(kMostLineBytes) + " bytes", begin);
   }
   return true;
 }

@@ -31,13 +31,15 @@ std::string_view takeWord(std::string_view& text, const IsSeparator& isSeparator
   return word;
 }
 
-/// The number that a word stands for, the same in every locale; nothing if it is not a number.
+/// The number that a word stands for, the same in every locale; nothing if it is not a number or too large for a
+/// double. Numbers too small for a double are 0.
 std::optional<double> toNumber(std::string_view word);
 
-/// The number that a word stands for. Throws a ScanError with the current line if it is not a number.
+/// The number that a word stands for. Throws a ScanError with the current line if there is none.
 double requireNumber(const SequentialBytes& from, std::string_view word);
 
-/// Takes a line. False at the end of the file. Throws ScanError if the line is too long.
+/// Takes a line. False at the end of the file. Throws ScanError if the line is too long, or contains a carriage return
+/// before its end.
 bool takeTextLine(SequentialBytes& from, std::string_view& line);
 
 /// An error in the line that was read last. The text says what is wrong, the line, the byte, and what was found.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <clocale>
+#include <limits>
 #include <memory>
 
 namespace {
@@ -102,6 +103,25 @@ TEST_F(AscReaderTest, aFirstLineOfColumnNamesOrWithACountIsSkipped) {
   }
 }
 
+TEST_F(AscReaderTest, numbersTooSmallForADoubleAreZero) {
+  const auto reader = _open("1e-400 -0.5e-9999999999999999999999 0." + std::string(400, '0') + "1\n1 5e-324 3\n");
+  EXPECT_EQ(reader->coordinates(0), osg::Vec3d());
+  EXPECT_EQ(reader->coordinates(1).y(), std::numeric_limits<double>::denorm_min());
+}
+
+TEST_F(AscReaderTest, aSeparatorAfterTheLastColumnIsIgnored) {
+  const auto reader = _open("1;2;3;70;\n4;5;6;80;\n");
+  EXPECT_THAT(*readAll(*reader).intensities, ElementsAre(70, 80));
+}
+
+TEST_F(AscReaderTest, anEndOfFileCharacterAtTheVeryEndIsIgnored) {
+  for (const char* text : {"1 2 3\n4 5 6\n\x1A", "1 2 3\n4 5 6\x1A"}) {
+    const auto reader = _open(text);
+    ASSERT_EQ(reader->info().pointCount, 2U);
+    EXPECT_EQ(reader->coordinates(1), osg::Vec3d(4, 5, 6));
+  }
+}
+
 TEST_F(AscReaderTest, aByteOrderMarkDoesNotHideTheFirstPoint) {
   EXPECT_EQ(_open("\xEF\xBB\xBF"
                   "1 2 3\n4 5 6\n")
@@ -188,6 +208,14 @@ TEST_F(AscReaderTest, aFileThatShrinksWhileItIsOpenIsAnError) {
               HasSubstr("the file was truncated while it was being read, at byte " + std::to_string(text.size() / 2)));
 }
 
+std::string repeated(const std::string& text, unsigned times) {
+  std::string all;
+  for (unsigned time = 0; time < times; ++time) {
+    all += text;
+  }
+  return all;
+}
+
 class DamagedAsc : public testing::TestWithParam<DamagedText> {
  protected:
   Folder _folder;
@@ -203,6 +231,43 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         DamagedText{"words", "1 2 3\nhello there you\n", "not a number, in line 2, at byte 6: \"hello\" found"},
         DamagedText{"wordAmongNumbers", "1 2 three\n", "not a number, in line 1, at byte 0: \"three\" found"},
+        DamagedText{"letterInTheFirstNumber", "1O.5 2 3\n4 5 6\n",
+                    "not a number, in line 1, at byte 0: \"1O.5\" found"},
+        DamagedText{"hexadecimal", "0x10 0x20 0x30\n4 5 6\n", "not a number, in line 1, at byte 0: \"0x10\" found"},
+        DamagedText{"tooLarge", "1e400 2 3\n4 5 6\n",
+                    "a number is out of range, in line 1, at byte 0: \"1e400\" found"},
+        DamagedText{"tooManyDigits", "1 2 3\n-1" + std::string(400, '0') + " 5 6\n",
+                    "a number is out of range, in line 2, at byte 6: \"-1" + std::string(38, '0') + "\" found"},
+        DamagedText{"twoSigns", "1 2 3\n+-1 5 6\n", "not a number, in line 2, at byte 6: \"+-1\" found"},
+        DamagedText{"nameBeforeNumbers", "x 2 3\n4 5 6\n", "not a number, in line 1, at byte 0: \"x\" found"},
+        DamagedText{"oldLineEnds", "1 2 3\r4 5 6\r7 8 9\r",
+                    "a carriage return inside a line: lines must end with a line feed, or with both, in line 1, at "
+                    "byte 5"},
+        DamagedText{"manyOldLineEnds", "# a comment\n" + repeated("1 2 3\r", 20000),
+                    "a carriage return inside a line: lines must end with a line feed, or with both, in line 2, at "
+                    "byte 17"},
+        DamagedText{"decimalCommas", "1,5;2,5;3,5\n",
+                    "decimal commas are not supported, in line 1, at byte 0: both semicolons and commas found"},
+        DamagedText{"emptyColumn", "1 2 3 4\n1,,3,4\n", "empty column, in line 2, at byte 8: column 2 has no value"},
+        DamagedText{"emptyFirstColumn", ";1;2;3\n", "empty column, in line 1, at byte 0: column 1 has no value"},
+        DamagedText{"emptyColumnAtTheEnd", "1,2,3,,\n", "empty column, in line 1, at byte 0: column 4 has no value"},
+        DamagedText{"controlCharacters", "1 2 3\n\x1B[2J\x7F\xFF\xC2\x9B\xC3\xA4 5 6\n",
+                    "not a number, in line 2, at byte 6: \"\\x1b[2J\\x7f\\xff\\xc2\\x9b\xC3\xA4\" found"},
+        DamagedText{"zeroByte", std::string("1 2 3\n4 5 6\0\n", 13),
+                    "not a number, in line 2, at byte 6: \"6\\x00\" found"},
+        DamagedText{"endOfFileCharacterInside", "1 2 3\n\x1A\n4 5 6\n",
+                    "not a number, in line 2, at byte 6: \"\\x1a\" found"},
+        DamagedText{"utf16",
+                    std::string("\xFF\xFE"
+                                "1\0 \0",
+                                6),
+                    "UTF-16 text is not supported: the file begins with its byte order mark"},
+        DamagedText{"utf16BigEndian",
+                    std::string("\xFE\xFF"
+                                "\0"
+                                "1\0 ",
+                                6),
+                    "UTF-16 text is not supported: the file begins with its byte order mark"},
         DamagedText{"twoNumbers", "1 2\n", "at least x, y and z expected, in line 1, at byte 0: 2 columns found"},
         DamagedText{"columnMissing", "1 2 3\n# ok\n4 5\n",
                     "the number of columns changes, in line 3, at byte 11: 2 found, 3 in line 1"},
