@@ -1,5 +1,6 @@
 #include "scan/formats/PlyHeader.h"
 
+#include "scan/formats/Quoted.h"
 #include "scan/formats/TextNumbers.h"
 
 #include <algorithm>
@@ -32,6 +33,10 @@ constexpr std::array<std::array<std::string_view, 3>, kPlyValues> kValueNames = 
     {"blue", "diffuse_blue", "b"},
     {"intensity", "scalar_intensity", "scalar_Intensity"},
 }};
+
+// A header with more is damaged, or made to keep the reader busy.
+constexpr std::size_t kMostElements = 1000;
+constexpr std::size_t kMostProperties = 1000;
 
 using Words = std::vector<std::string_view>;
 
@@ -94,7 +99,7 @@ class HeaderReader {
 
   void _require(bool holds, const std::string& what, std::string_view found) const {
     if (!holds) {
-      _fail(what, "\"" + std::string(found) + "\" found");
+      _fail(what, quoted(found) + " found");
     }
   }
 
@@ -116,6 +121,7 @@ class HeaderReader {
     _require(code == std::errc() && end == countEnd, "invalid count of an element", words[2]);
     _require(named(_elements, element.name) == nullptr, "an element is declared twice", words[1]);
     _elements.push_back(element);
+    _requireFew(_elements.size(), kMostElements, "elements");
   }
 
   void _takeProperty(const Words& words) {
@@ -132,6 +138,13 @@ class HeaderReader {
     std::vector<PlyProperty>& properties = _elements.back().properties;
     _require(named(properties, property.name) == nullptr, "a property is declared twice", words.back());
     properties.push_back(property);
+    _requireFew(++_properties, kMostProperties, "properties");
+  }
+
+  void _requireFew(std::size_t count, std::size_t most, const std::string& kind) const {
+    if (count > most) {
+      _fail("the PLY header declares too many " + kind, "more than " + std::to_string(most));
+    }
   }
 
   const PlyType* _type(std::string_view name) const {
@@ -179,6 +192,7 @@ class HeaderReader {
   SequentialBytes& _bytes;
   std::vector<PlyElement> _elements;
   PlyHeader _header;
+  std::size_t _properties = 0;
   bool _formatSeen = false;
 };
 

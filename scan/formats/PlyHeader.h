@@ -48,7 +48,8 @@ struct PlyHeader {
   PlyElement vertex;               ///< has x, y and z, none of them a list
 };
 
-/// Reads the header and moves past it. What follows the vertices is left out. Throws ScanError.
+/// Reads the header, which may have 1,000 elements and 1,000 properties in all, and moves past it. What follows the
+/// vertices is left out. Throws ScanError.
 PlyHeader readPlyHeader(SequentialBytes& bytes);
 
 }  // namespace QuorViewer

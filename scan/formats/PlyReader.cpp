@@ -2,11 +2,14 @@
 
 #include "scan/LittleEndian.h"
 #include "scan/formats/PlyHeader.h"
+#include "scan/formats/Quoted.h"
 #include "scan/formats/TextNumbers.h"
 #include "scan/formats/VertexReader.h"
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <sstream>
 #include <utility>
 
 namespace QuorViewer {
@@ -39,6 +42,7 @@ class BinaryNumbers {
   double take(const PlyType& type) {
     std::array<unsigned char, 8> bytes{};
     _require(type.bytes);
+    _taken = _from.position();
     _from.take(bytes.data(), type.bytes);
     if (_bigEndian) {
       std::reverse(bytes.begin(), bytes.begin() + type.bytes);
@@ -51,33 +55,42 @@ class BinaryNumbers {
     _from.skip(type.bytes * count);
   }
 
-  ScanError error(const std::string& what, const std::string& found) const {
-    return _from.file().error(what + ", at byte " + std::to_string(_from.position()) + ": " + found);
-  }
+  /// An error of the number that was taken last.
+  ScanError error(const std::string& what, const std::string& found) const { return _errorAt(_taken, what, found); }
+
+  void finish() const {}
 
  private:
+  ScanError _errorAt(std::uint64_t byte, const std::string& what, const std::string& found) const {
+    return _from.file().error(what + ", at byte " + std::to_string(byte) + ": " + found);
+  }
+
   void _require(std::uint64_t bytes) const {
     if (_from.left() < bytes) {
-      throw error("the file is truncated or its counts are wrong",
-                  std::to_string(bytes) + " bytes needed, " + std::to_string(_from.left()) + " left");
+      throw _errorAt(_from.position(), "the file is truncated or its counts are wrong",
+                     std::to_string(bytes) + " bytes needed, " + std::to_string(_from.left()) + " left");
     }
   }
 
   SequentialBytes& _from;
   bool _bigEndian;
+  std::uint64_t _taken = 0;  // offset of the number taken last
 };
+
+/// The next line that is not empty. False at the end of the file.
+bool takeElementLine(SequentialBytes& from, std::string_view& line) {
+  do {
+    if (!takeTextLine(from, line)) {
+      return false;
+    }
+  } while (line.find_first_not_of(" \t\r") == line.npos);
+  return true;
+}
 
 /// The numbers of one element in a text file, which are those of a line.
 class TextNumbers {
  public:
-  explicit TextNumbers(SequentialBytes& from) : _from(from) {
-    do {
-      if (!takeTextLine(from, _line)) {
-        throw from.file().error("the file is truncated or its counts are wrong, at byte " +
-                                std::to_string(from.position()) + ": lines are missing");
-      }
-    } while (_line.find_first_not_of(" \t\r") == _line.npos);
-  }
+  TextNumbers(SequentialBytes& from, std::string_view line) : _from(from), _line(line) {}
 
   double take(const PlyType& /*type*/) { return requireNumber(_from, _takeWord()); }
 
@@ -88,6 +101,17 @@ class TextNumbers {
   }
 
   ScanError error(const std::string& what, const std::string& found) const { return lineError(_from, what, found); }
+
+  /// Throws ScanError if numbers are left in the line.
+  void finish() {
+    const std::uint64_t declared = _taken;
+    while (!takeWord(_line, isBlank).empty()) {
+      ++_taken;
+    }
+    if (_taken > declared) {
+      throw error("too many numbers", std::to_string(_taken) + " found, " + std::to_string(declared) + " declared");
+    }
+  }
 
  private:
   std::string_view _takeWord() {
@@ -107,22 +131,31 @@ class TextNumbers {
 // No list has more items; a longer one is a damaged count.
 constexpr double kMostListItems = 4294967295.0;
 
+/// Reads the number of items of a list.
+template <typename Numbers>
+std::uint64_t takeLength(const PlyProperty& list, Numbers& numbers) {
+  const double length = numbers.take(*list.countType);
+  if (length >= 0 && length <= kMostListItems && length == std::floor(length)) {
+    return static_cast<std::uint64_t>(length);
+  }
+  std::ostringstream found;
+  found << length << " found";
+  throw numbers.error("invalid length of the list " + quoted(list.name), found.str());
+}
+
 /// Reads one element. `values` has a place for each `PlyValue`, `None` included.
 template <typename Numbers>
 void readElement(const PlyElement& element, Numbers numbers, std::array<double, kPlyValues + 1>& values) {
   for (const PlyProperty& property : element.properties) {
     if (property.countType != nullptr) {
-      const double count = numbers.take(*property.countType);
-      if (!(count >= 0 && count <= kMostListItems)) {
-        throw numbers.error("invalid length of the list \"" + property.name + "\"", std::to_string(count) + " found");
-      }
-      numbers.skip(*property.type, static_cast<std::uint64_t>(count));
+      numbers.skip(*property.type, takeLength(property, numbers));
     } else if (property.value == PlyValue::None) {
       numbers.skip(*property.type, 1);
     } else {
       values[static_cast<std::size_t>(property.value)] = numbers.take(*property.type);
     }
   }
+  numbers.finish();
 }
 
 class PlyDecoder : public VertexDecoder {
@@ -133,17 +166,16 @@ class PlyDecoder : public VertexDecoder {
 
   bool read(SequentialBytes& from, Vertex& to) const override {
     std::array<double, kPlyValues + 1> values{};
-    _readElement(_header.vertex, from, values);
+    if (!_readElement(_header.vertex, from, values)) {
+      return false;
+    }
     to.position.set(values[0], values[1], values[2]);
     to.colour = {values[3], values[4], values[5]};
     to.intensity = values[6];
     return true;
   }
 
-  bool skip(SequentialBytes& from) const override {
-    _skipElement(_header.vertex, from);
-    return true;
-  }
+  bool skip(SequentialBytes& from) const override { return _skipElement(_header.vertex, from); }
 
   /// Moves past everything between the header and the vertices.
   void skipToVertices(SequentialBytes& from) const {
@@ -156,9 +188,19 @@ class PlyDecoder : public VertexDecoder {
         from.skip(element.count * element.recordBytes());
         continue;
       }
-      for (std::uint64_t index = 0; index < element.count; ++index) {
-        _skipElement(element, from);
+      std::uint64_t found = 0;
+      while (found < element.count && _skipElement(element, from)) {
+        ++found;
       }
+      requireLines(element, found, from);
+    }
+  }
+
+  const PlyElement& vertex() const { return _header.vertex; }
+
+  static void requireLines(const PlyElement& element, std::uint64_t found, const SequentialBytes& from) {
+    if (found < element.count) {
+      throw _truncated(element, "lines expected", found, from);
     }
   }
 
@@ -203,30 +245,41 @@ class PlyDecoder : public VertexDecoder {
     if (held >= element.count) {
       return;
     }
-    throw from.file().error("the file is truncated or its count is wrong (element \"" + element.name +
-                            "\"): " + std::to_string(element.count) + " records of " +
-                            std::to_string(element.recordBytes()) + " bytes expected from byte " +
-                            std::to_string(from.position()) + " on, " + std::to_string(held) +
-                            " found, the file ends at byte " + std::to_string(from.file().size()));
+    const std::string expected = "records of " + std::to_string(element.recordBytes()) + " bytes expected from byte " +
+                                 std::to_string(from.position()) + " on";
+    throw _truncated(element, expected, held, from);
   }
 
-  void _readElement(const PlyElement& element, SequentialBytes& from,
+  static ScanError _truncated(const PlyElement& element, const std::string& expected, std::uint64_t found,
+                              const SequentialBytes& from) {
+    return from.file().error("the file is truncated or its count is wrong (element " + quoted(element.name) +
+                             "): " + std::to_string(element.count) + " " + expected + ", " + std::to_string(found) +
+                             " found, the file ends at byte " + std::to_string(from.file().size()));
+  }
+
+  /// False at the end of a text file.
+  bool _readElement(const PlyElement& element, SequentialBytes& from,
                     std::array<double, kPlyValues + 1>& values) const {
-    if (_header.encoding == PlyEncoding::Text) {
-      return readElement(element, TextNumbers(from), values);
+    if (_header.encoding != PlyEncoding::Text) {
+      readElement(element, BinaryNumbers(from, _header.encoding == PlyEncoding::BigEndian), values);
+      return true;
     }
-    readElement(element, BinaryNumbers(from, _header.encoding == PlyEncoding::BigEndian), values);
+    std::string_view line;
+    if (!takeElementLine(from, line)) {
+      return false;
+    }
+    readElement(element, TextNumbers(from, line), values);
+    return true;
   }
 
-  void _skipElement(const PlyElement& element, SequentialBytes& from) const {
+  /// Moves past an element of varying length. False at the end of a text file.
+  bool _skipElement(const PlyElement& element, SequentialBytes& from) const {
     if (_header.encoding == PlyEncoding::Text) {
-      TextNumbers{from};
-    } else if (const std::uint64_t bytes = element.recordBytes(); bytes > 0) {
-      from.skip(bytes);
-    } else {
-      std::array<double, kPlyValues + 1> unused{};
-      _readElement(element, from, unused);
+      std::string_view line;
+      return takeElementLine(from, line);
     }
+    std::array<double, kPlyValues + 1> unused{};
+    return _readElement(element, from, unused);
   }
 
   PlyHeader _header;
@@ -237,15 +290,16 @@ class PlyDecoder : public VertexDecoder {
 
 std::unique_ptr<ScanReader> openPly(ScanFile file) {
   SequentialBytes bytes(file);
-  auto decoder = std::make_shared<PlyDecoder>(readPlyHeader(bytes));
+  const auto decoder = std::make_shared<const PlyDecoder>(readPlyHeader(bytes));
   decoder->skipToVertices(bytes);
   VertexScan scan;
   scan.format = "PLY";
   scan.table = decoder->table(bytes);
   scan.localOnly = decoder->storesSinglePrecision();
-  scan.decoder = std::move(decoder);
+  scan.decoder = decoder;
   if (scan.table.recordBytes == 0) {
     scan.indexFrom(bytes);
+    PlyDecoder::requireLines(decoder->vertex(), scan.table.count, bytes);
   }
   return openVertices(std::move(file), std::move(scan));
 }

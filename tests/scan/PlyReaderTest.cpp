@@ -425,6 +425,14 @@ TEST_F(PlyReaderTest, aLineThatIsDamagedAfterOpeningIsReportedAndThePointsBefore
   EXPECT_EQ(reader->coordinates(39999), osg::Vec3d(xOf(39999), 79998, 3));
 }
 
+std::string declarations(const std::string& begin, const std::string& end, unsigned count) {
+  std::string lines;
+  for (unsigned index = 0; index < count; ++index) {
+    lines += begin + std::to_string(index) + end + "\n";
+  }
+  return lines;
+}
+
 class DamagedPly : public testing::TestWithParam<DamagedText> {
  protected:
   Folder _folder;
@@ -444,6 +452,17 @@ INSTANTIATE_TEST_SUITE_P(
                     "the file ends inside its PLY header, at byte 21: no \"end_header\" found"},
         DamagedText{"endlessLine", "ply\n" + std::string(70000, 'x'),
                     "a line is longer than 65536 bytes, in line 2, at byte 4"},
+        DamagedText{"oldLineEnds", "ply\rformat ascii 1.0\r",
+                    "a carriage return inside a line: lines must end with a line feed, or with both, in line 1, at "
+                    "byte 3"},
+        DamagedText{"tooManyElements", plyHeader("ascii", declarations("element e", " 0", 1001)),
+                    "the PLY header declares too many elements, in line 1004, at byte "},
+        DamagedText{"tooManyProperties", plyHeader("ascii", "element e 0\n" + declarations("property int p", "", 1001)),
+                    "the PLY header declares too many properties, in line 1005, at byte "},
+        DamagedText{"controlCharacters", plyHeader("zip\x1B[31m", ""),
+                    "unknown data format, in line 2, at byte 4: \"zip\\x1b[31m\" found"},
+        DamagedText{"longWord", plyHeader(std::string(1000, 'z'), ""),
+                    "unknown data format, in line 2, at byte 4: \"" + std::string(40, 'z') + "\" found"},
         DamagedText{"noFormat", "ply\nelement vertex 0\n" + kPosition + "end_header\n",
                     "the PLY header does not state the format of its data"},
         DamagedText{"unknownFormat", plyHeader("zip", ""), "unknown data format, in line 2, at byte 4: \"zip\" found"},
@@ -480,7 +499,22 @@ INSTANTIATE_TEST_SUITE_P(
     Data, DamagedPly,
     testing::Values(
         DamagedText{"linesMissing", plyHeader("ascii", vertices(5, kPosition)) + "1 2 3\n4 5 6\n",
-                    "the file is truncated or its counts are wrong, at byte 136: lines are missing"},
+                    "the file is truncated or its count is wrong (element \"vertex\"): 5 lines expected, 2 found, the "
+                    "file ends at byte 136"},
+        DamagedText{"linesMissingBeforeTheVertices",
+                    plyHeader("ascii", "element face 3\nproperty int f\n" + vertices(1, kPosition)) + "1\n2\n",
+                    "the file is truncated or its count is wrong (element \"face\"): 3 lines expected, 2 found, the "
+                    "file ends at byte 158"},
+        DamagedText{"tooManyNumbers", plyHeader("ascii", vertices(2, kPosition)) + "1 2 3\n4 5 6 7 8\n",
+                    "too many numbers, in line 10, at byte 130: 5 found, 3 declared"},
+        DamagedText{"tooManyNumbersBehindAList",
+                    plyHeader("ascii", vertices(1, kPosition + "property list uchar int near\n")) + "1 2 3 2 7 7 7\n",
+                    "too many numbers, in line 10, at byte 153: 7 found, 6 declared"},
+        DamagedText{"tooLargeNumber", plyHeader("ascii", vertices(1, kPosition)) + "1 2 1e999\n",
+                    "a number is out of range, in line 9, at byte 124: \"1e999\" found"},
+        DamagedText{"oldLineEndsInTheData", plyHeader("ascii", vertices(2, kPosition)) + "1 2 3\r4 5 6\r",
+                    "a carriage return inside a line: lines must end with a line feed, or with both, in line 9, at "
+                    "byte 129"},
         DamagedText{"numbersMissing", plyHeader("ascii", vertices(2, kPosition)) + "1 2 3\n4 5\n",
                     "numbers are missing, in line 10, at byte 130: 2 found, more declared"},
         DamagedText{"wordsForNumbers", plyHeader("ascii", vertices(1, kPosition)) + "one two three\n",
@@ -490,7 +524,15 @@ INSTANTIATE_TEST_SUITE_P(
         DamagedText{"negativeLength",
                     plyHeader("ascii", kFace + vertices(1, "property list char int near\n" + kPosition)) +
                         "3 0 0 0\n-1 1 2 3\n",
-                    "invalid length of the list \"near\", in line 13"},
+                    "invalid length of the list \"near\", in line 13, at byte 214: -1 found"},
+        DamagedText{"fractionalLength",
+                    plyHeader("ascii", vertices(1, "property list char int near\n" + kPosition)) + "1.5 1 2 3\n",
+                    "invalid length of the list \"near\", in line 10, at byte 152: 1.5 found"},
+        DamagedText{"negativeBinaryLength",
+                    plyHeader("binary_little_endian", vertices(1, "property list char int near\n" + kPosition)) +
+                        "\xFF"
+                        "abcdefghijkl",
+                    "invalid length of the list \"near\", at byte 167: -1 found"},
         DamagedText{"listBeyondTheLine",
                     plyHeader("ascii", vertices(1, "property list uint int near\n" + kPosition)) + "2000000000 0 0 0\n",
                     "numbers are missing, in line 10"},
