@@ -34,8 +34,9 @@ struct PointChunk {
   PointRange points;  ///< which points of the file
   /// World units, relative to the origin of `ScanReader::startChunk`. All three are NaN if a position is not usable.
   osg::ref_ptr<osg::Vec3Array> positions;
-  osg::ref_ptr<osg::Vec4ubArray> colours;         ///< RGB 0 to 255 and 255; white where the scan has no colour
-  osg::ref_ptr<osg::UShortArray> intensities;     ///< as stored; fractions of 1 as 0 to 65535; 0 if there are none
+  osg::ref_ptr<osg::Vec4ubArray> colours;  ///< RGB 0 to 255 and 255; white where the scan has no colour
+  /// As stored, or scaled to 0 to 65535 if the file has fractions, negative or larger values; 0 if there are none.
+  osg::ref_ptr<osg::UShortArray> intensities;
   osg::ref_ptr<osg::Vec2ubArray> classesReturns;  ///< class; return number in the low, returns in the high 4 bits
   osg::BoundingBox bounds;                        ///< of the finite `positions`
 };

@@ -64,7 +64,12 @@ class AscDecoder : public VertexDecoder {
   AscDecoder(std::size_t columns, std::uint64_t line)
       : _columns(columns), _line(line), _hasIntensity(columns == 4 || columns == 7), _hasColour(columns >= 6) {}
 
-  VertexFields fields() const override { return {_hasColour, _hasIntensity}; }
+  VertexFields fields() const override {
+    VertexFields fields;
+    fields.colour = _hasColour;
+    fields.intensity = _hasIntensity;
+    return fields;
+  }
 
   bool read(SequentialBytes& from, Vertex& to) const override {
     std::string_view text;

@@ -224,6 +224,7 @@ class PlyDecoder : public VertexDecoder {
                                                       _header.vertex.property(PlyValue::Blue)};
     const PlyProperty* const intensity = _header.vertex.property(PlyValue::Intensity);
     fields.colour = std::find(colour.begin(), colour.end(), nullptr) == colour.end();
+    fields.namedColour = fields.colour;
     fields.floatingColour = fields.colour && !colour[0]->type->integer;
     fields.intensity = intensity != nullptr;
     fields.floatingIntensity = fields.intensity && !intensity->type->integer;

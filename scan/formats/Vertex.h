@@ -21,6 +21,7 @@ struct Vertex {
 struct VertexFields {
   bool colour = false;
   bool intensity = false;
+  bool namedColour = false;     ///< the file says that it is a colour
   bool floatingColour = false;  ///< its type can store fractions
   bool floatingIntensity = false;
 };

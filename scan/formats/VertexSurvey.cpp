@@ -34,12 +34,16 @@ double medianOf(const std::vector<osg::Vec3d>& positions, int axis) {
 }  // namespace
 
 std::array<std::uint16_t, 3> VertexScale::colourOf(const Vertex& vertex) const {
+  if (!std::all_of(vertex.colour.begin(), vertex.colour.end(), [](double channel) { return std::isfinite(channel); })) {
+    return {65535, 65535, 65535};
+  }
   return {toSixteenBits(vertex.colour[0], colour), toSixteenBits(vertex.colour[1], colour),
           toSixteenBits(vertex.colour[2], colour)};
 }
 
 std::uint16_t VertexScale::intensityOf(const Vertex& vertex) const {
-  return toSixteenBits(vertex.intensity, intensity);
+  return std::isfinite(vertex.intensity) ? toSixteenBits(vertex.intensity - intensityOffset, intensity)
+                                         : std::uint16_t{0};
 }
 
 osg::Vec4ub VertexScale::shownColour(const Vertex& vertex) const {
@@ -52,6 +56,9 @@ osg::Vec4ub VertexScale::shownColour(const Vertex& vertex) const {
 }
 
 void VertexSurvey::Values::include(double value) {
+  if (!std::isfinite(value)) {
+    return;
+  }
   least = std::min(least, value);
   greatest = std::max(greatest, value);
   whole = whole && value == std::floor(value);
@@ -89,17 +96,37 @@ osg::Vec3d VertexSurvey::origin() const {
           wholeNumber(medianOf(_positions, 2))};
 }
 
+double VertexSurvey::_colourFactor(const VertexFields& fields) const {
+  if (_colours.least < 0 || _colours.greatest <= 0 || _colours.greatest > kMost16Bits) {
+    return 0;
+  }
+  if (_colours.areShares(fields.floatingColour)) {
+    return kMost16Bits;
+  }
+  if (_colours.greatest <= 1 && !fields.namedColour) {
+    return 0;
+  }
+  return _colours.greatest <= kMost8Bits ? kMost16Bits / kMost8Bits : 1;
+}
+
+void VertexSurvey::_scaleIntensity(bool floating, VertexScale& scale) const {
+  if (_intensities.areShares(floating)) {
+    scale.intensity = _intensities.greatest > 0 ? kMost16Bits : 0;
+  } else if (_intensities.areSixteenBits()) {
+    scale.intensity = _intensities.greatest > 0 ? 1 : 0;
+  } else if (_intensities.least < _intensities.greatest) {
+    scale.intensityOffset = _intensities.least;
+    scale.intensity = kMost16Bits / (_intensities.greatest - _intensities.least);
+  }
+}
+
 VertexScale VertexSurvey::scale(const VertexFields& fields) const {
   VertexScale scale;
-  const bool colours =
-      fields.colour && _colours.least >= 0 && _colours.greatest > 0 && _colours.greatest <= kMost16Bits;
-  if (colours && _colours.areShares(fields.floatingColour)) {
-    scale.colour = kMost16Bits;
-  } else if (colours) {
-    scale.colour = _colours.greatest <= kMost8Bits ? kMost16Bits / kMost8Bits : 1;
+  if (fields.colour) {
+    scale.colour = _colourFactor(fields);
   }
-  if (fields.intensity && _intensities.greatest > 0) {
-    scale.intensity = _intensities.areShares(fields.floatingIntensity) ? kMost16Bits : 1;
+  if (fields.intensity) {
+    _scaleIntensity(fields.floatingIntensity, scale);
   }
   return scale;
 }

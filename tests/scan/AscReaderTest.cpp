@@ -78,6 +78,25 @@ TEST_F(AscReaderTest, normalsInPlaceOfAColourAreIgnored) {
   EXPECT_EQ((*readAll(*reader).colours)[0], osg::Vec4ub(255, 255, 255, 255));
 }
 
+TEST_F(AscReaderTest, colourColumnsOfOnlyZeroAndOneAreIgnored) {
+  const auto reader = _open("1 2 3 0 0 1\n4 5 6 1 0 0\n");
+  EXPECT_FALSE(reader->info().hasColour);
+  EXPECT_EQ((*readAll(*reader).colours)[0], osg::Vec4ub(255, 255, 255, 255));
+}
+
+TEST_F(AscReaderTest, coloursFromZeroToOneAreFractions) {
+  const auto reader = _open("1 2 3 0.5 0 1\n4 5 6 1 0.25 0\n");
+  EXPECT_TRUE(reader->info().hasColour);
+  EXPECT_EQ((*readAll(*reader).colours)[0], osg::Vec4ub(128, 0, 255, 255));
+}
+
+TEST_F(AscReaderTest, oneColourThatIsNotFiniteLeavesTheOthers) {
+  const auto reader = _open("1 2 3 nan nan nan\n4 5 6 10 20 30\n");
+  EXPECT_TRUE(reader->info().hasColour);
+  EXPECT_EQ((*readAll(*reader).colours)[0], osg::Vec4ub(255, 255, 255, 255));
+  EXPECT_EQ((*readAll(*reader).colours)[1], osg::Vec4ub(10, 20, 30, 255));
+}
+
 TEST_F(AscReaderTest, columnsAreSeparatedBySpacesTabsCommasOrSemicolons) {
   for (const char* text : {"7 8 9\n1 2.5 -3\n", "7\t8\t9\n1\t2.5\t-3\n", "7,8,9\n1,2.5,-3\n", "7;8;9\r\n1;2.5;-3\r\n",
                            "  7, 8, 9\n  1,  2.5, -3  \n"}) {

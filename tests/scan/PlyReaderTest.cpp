@@ -224,8 +224,43 @@ TEST_F(PlyReaderTest, intensitiesAreReadAsStoredOrAsFractionsOfOne) {
   const std::string floats = plyHeader("ascii", vertices(3, kPosition + "property float scalar_Intensity\n"));
   EXPECT_THAT(*readAll(*_open(floats + "1 2 3 0.5\n4 5 6 1\n7 8 9 0\n")).intensities,
               testing::ElementsAre(32768, 65535, 0));
-  EXPECT_THAT(*readAll(*_open(floats + "1 2 3 254.4\n4 5 6 -3\n7 8 9 1e6\n")).intensities,
-              testing::ElementsAre(254, 0, 65535));
+  EXPECT_THAT(*readAll(*_open(floats + "1 2 3 254\n4 5 6 3\n7 8 9 65535\n")).intensities,
+              testing::ElementsAre(254, 3, 65535));
+}
+
+TEST_F(PlyReaderTest, otherIntensitiesAreMappedFromTheirLeastAndGreatest) {
+  const std::string header = plyHeader("ascii", vertices(3, kPosition + "property float intensity\n"));
+  for (const char* points : {"1 2 3 -30\n4 5 6 -10\n7 8 9 -20\n", "1 2 3 0.5\n4 5 6 2.5\n7 8 9 1.5\n",
+                             "1 2 3 0\n4 5 6 131070\n7 8 9 65535\n"}) {
+    SCOPED_TRACE(points);
+    const auto reader = _open(header + points);
+    EXPECT_TRUE(reader->info().hasIntensity);
+    EXPECT_THAT(*readAll(*reader).intensities, testing::ElementsAre(0, 65535, 32768));
+  }
+  EXPECT_FALSE(_open(header + "1 2 3 -7.5\n4 5 6 -7.5\n7 8 9 -7.5\n")->info().hasIntensity);
+  EXPECT_FALSE(_open(header + "1 2 3 -1e308\n4 5 6 1e308\n7 8 9 0\n")->info().hasIntensity);
+}
+
+TEST_F(PlyReaderTest, aColourThatIsNotFiniteIsWhiteAndLeavesTheOthers) {
+  const std::string header =
+      plyHeader("ascii", vertices(4, kPosition + "property float red\nproperty float green\nproperty float blue\n"));
+  const auto reader = _open(header + "1 2 3 1 0.5 0\n4 5 6 nan 0 0\n7 8 9 0 -inf 0\n7 8 9 0 0 inf\n");
+  EXPECT_TRUE(reader->info().hasColour);
+  EXPECT_THAT(*readAll(*reader).colours,
+              testing::ElementsAre(osg::Vec4ub(255, 128, 0, 255), osg::Vec4ub(255, 255, 255, 255),
+                                   osg::Vec4ub(255, 255, 255, 255), osg::Vec4ub(255, 255, 255, 255)));
+}
+
+TEST_F(PlyReaderTest, anIntensityThatIsNotFiniteIsZeroAndLeavesTheOthers) {
+  const std::string header = plyHeader("ascii", vertices(3, kPosition + "property float intensity\n"));
+  EXPECT_THAT(*readAll(*_open(header + "1 2 3 900\n4 5 6 inf\n7 8 9 nan\n")).intensities,
+              testing::ElementsAre(900, 0, 0));
+}
+
+TEST_F(PlyReaderTest, coloursOfZeroAndOneAreColoursBecauseTheyAreNamed) {
+  const auto reader = _open(plyHeader("ascii", vertices(2, kPosition + kColour)) + "1 2 3 0 1 0\n4 5 6 1 1 1\n");
+  EXPECT_TRUE(reader->info().hasColour);
+  EXPECT_EQ((*readAll(*reader).colours)[0], osg::Vec4ub(0, 1, 0, 255));
 }
 
 TEST_F(PlyReaderTest, facesAddNoPointsAndTheirCornersAreNotChecked) {
