@@ -309,7 +309,7 @@ TEST_F(ScanReaderTest, aScanWithoutPointsOpensEmpty) {
     const PointChunk chunk = reader->read(0, 0, reader->info().origin);
     EXPECT_TRUE(chunk.positions->empty());
     EXPECT_FALSE(chunk.bounds.valid());
-    EXPECT_THAT(messageOf([&] { reader->coordinates(0); }), HasSubstr("the scan has 0"));
+    EXPECT_THAT(messageOf([&] { reader->coordinates(0); }), HasSubstr("the scan has only 0"));
   }
 }
 
@@ -330,7 +330,7 @@ TEST_F(ScanReaderTest, aCountBelowWhatTheFileHoldsReadsOnlyThatMany) {
   bytes.set(107, std::uint32_t{5});
   const auto reader = ScanReader::open(_folder.write("fewer.las", bytes));
   EXPECT_EQ(reader->info().pointCount, 5U);
-  EXPECT_THAT(messageOf([&] { reader->read(0, 6, osg::Vec3d()); }), HasSubstr("the scan has 5"));
+  EXPECT_THAT(messageOf([&] { reader->read(0, 6, osg::Vec3d()); }), HasSubstr("the scan has only 5"));
 }
 
 TEST_F(ScanReaderTest, everyVersionOpensUnderItsName) {
