@@ -11,22 +11,22 @@ namespace QuorViewer {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r";
-constexpr std::string_view kSeparators = " \t\r,;";
 constexpr char kEndOfTextFile = '\x1A';  // Ctrl-Z, which old programs write behind the last line
 
 bool isSeparator(char c) {
-  return kSeparators.find(c) != kSeparators.npos;
+  return isBlank(c) || c == ',' || c == ';';
 }
 
 void skipBlanks(std::string_view& text) {
-  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+  const auto* const begin = std::find_if_not(text.begin(), text.end(), isBlank);
+  text.remove_prefix(static_cast<std::size_t>(begin - text.begin()));
 }
 
 /// Removes the first column, with the separator behind it, from `rest`, which begins with no blank and is empty if no
 /// column is left. Returns the column, which may be empty.
 std::string_view takeColumn(std::string_view& rest) {
-  const std::string_view column = rest.substr(0, rest.find_first_of(kSeparators));
+  const auto* const end = std::find_if(rest.begin(), rest.end(), isSeparator);
+  const std::string_view column = rest.substr(0, static_cast<std::size_t>(end - rest.begin()));
   rest.remove_prefix(column.size());
   skipBlanks(rest);
   if (!rest.empty() && isSeparator(rest.front())) {
