@@ -375,7 +375,7 @@ TEST_F(ScanLoaderTest, aFileOpenedTwiceStaysOpenForTheOther) {
 }
 
 TEST_F(ScanLoaderTest, scansMayBeAddedAndClosedInAnyOrder) {
-  load({write("0.las", manyPoints(100))});
+  load({write("first.las", manyPoints(100))});
   _loader->start();
   std::mt19937 random(3);
   std::uint64_t left = 100;
