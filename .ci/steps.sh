@@ -63,13 +63,10 @@ run_steps() {
   printf '\n%s\n' "${last:-}"
 }
 
-# Runs clang-tidy on the sources named on standard input. It cannot use GCC's precompiled headers, so they are removed from
-# the compiler commands.
+# Runs clang-tidy on the sources named on standard input, each by itself and without GCC's precompiled headers.
 tidy() {
   scripts/setup.sh checks
-  cmake --preset dev >/dev/null
-  mkdir -p build/tidy
-  sed -E 's/ (-Winvalid-pch|-include [^ ]*cmake_pch\.hxx)//g' build/dev/compile_commands.json >build/tidy/compile_commands.json
+  cmake --preset dev -B build/tidy -DQUOR_PRECOMPILED_HEADERS=OFF >/dev/null
   xargs -P "$(nproc)" -n 4 clang-tidy -p build/tidy --quiet --warnings-as-errors='*' 2>&1 |
     { grep -v -E '^[0-9]+ warnings? generated|^$' || true; }
 }

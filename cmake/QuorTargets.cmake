@@ -8,6 +8,10 @@ function(quor_target_defaults target)
     POSITION_INDEPENDENT_CODE ON)
   if(QUOR_WARNINGS AND NOT MSVC)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+    if(CMAKE_UNITY_BUILD)
+      # Each source is then included in another, where its anonymous namespace looks like that of a header.
+      target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    endif()
   endif()
   # Without these, windows.h defines min and max as macros and includes many other headers.
   if(WIN32)
@@ -34,8 +38,7 @@ endfunction()
 
 # quor_add_test(NAME LABEL SOURCES... [LIBRARIES ...] [WINDOW]): adds a GoogleTest program and registers each of its tests
 # with ctest, under the label. WINDOW means that the tests open windows; those labelled `viewer` always do. Such tests run one
-# at a time, because a window would take the pointer and the keys from another. Under an emulator, starting a program takes
-# longer than most tests, so a program labelled `unit` is registered as one test.
+# at a time on each display, because a window would take the pointer and the keys from another.
 function(quor_add_test name label)
   cmake_parse_arguments(arg "WINDOW" "" "LIBRARIES" ${ARGN})
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
@@ -49,14 +52,34 @@ function(quor_add_test name label)
     list(APPEND properties TIMEOUT 900 ENVIRONMENT ASAN_OPTIONS=detect_leaks=0)
   endif()
   if(arg_WINDOW OR label STREQUAL "viewer")
-    # These tests mostly wait, so they start first and the others run beside them.
-    list(APPEND properties RESOURCE_LOCK windows COST 100)
+    # These tests mostly wait, so they start first and the others run beside them. Each waits for a display of its own; on
+    # Windows itself there is only the user's desktop.
+    list(APPEND properties COST 100)
+    if(WIN32 AND NOT CMAKE_CROSSCOMPILING)
+      list(APPEND properties RESOURCE_LOCK windows)
+    endif()
   endif()
-  if(CMAKE_CROSSCOMPILING_EMULATOR AND label STREQUAL "unit")
-    add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES ${properties} TIMEOUT 900 FAIL_REGULAR_EXPRESSION "Running 0 tests")
+  if(QUOR_TESTS_TOGETHER AND NOT label STREQUAL "viewer")
+    set(parts 1)
+    if(label STREQUAL "gl")
+      set(sources ${arg_UNPARSED_ARGUMENTS})
+      list(FILTER sources INCLUDE REGEX "Test\\.cpp$")
+      list(LENGTH sources parts)
+    endif()
+    quor_register_together(${name} "${properties}" ${parts})
     return()
   endif()
   # The first program may have to wait until the emulator has started.
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
+endfunction()
+
+# quor_register_together(NAME PROPERTIES PARTS): registers the tests of a program as several ctest tests, which can run at the
+# same time.
+function(quor_register_together name properties parts)
+  math(EXPR last "${parts} - 1")
+  foreach(part RANGE ${last})
+    add_test(NAME ${name}.${part} COMMAND ${name})
+    set_tests_properties(${name}.${part} PROPERTIES ${properties} TIMEOUT 900 FAIL_REGULAR_EXPRESSION "Running 0 tests")
+    set_property(TEST ${name}.${part} APPEND PROPERTY ENVIRONMENT GTEST_TOTAL_SHARDS=${parts} GTEST_SHARD_INDEX=${part})
+  endforeach()
 endfunction()

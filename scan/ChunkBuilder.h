@@ -1,6 +1,6 @@
 #pragma once
 
-#include "scan/RawPoint.h"
+#include "scan/PointSink.h"
 #include "scan/Scan.h"
 #include "scan/ScanSample.h"
 
@@ -31,18 +31,18 @@ struct RawBounds {
 
 /// Fills one PointChunk, point by point or from a range of records in memory, read or mapped. A copy fills the same
 /// arrays, so it saves a state to return to.
-class ChunkBuilder {
+class ChunkBuilder : public PointSink {
  public:
   ChunkBuilder(const PointRange& points, const ChunkSettings& settings);
 
-  /// Decodes `count` records that are `strideBytes` apart; the total must not exceed the points that the chunk was made
-  /// for. A call that is aborted half-way adds nothing.
-  void decode(const RecordLayout& layout, const unsigned char* records, std::size_t strideBytes, std::size_t count);
+  /// The total must not exceed the points that the chunk was made for. A call that is aborted half-way adds nothing.
+  void decode(const RecordLayout& layout, const unsigned char* records, std::size_t strideBytes,
+              std::size_t count) override;
+  void add(const RawPoint& point) override;
+  /// A position that is not usable is stored as NaN.
+  void add(const osg::Vec3d& position, const osg::Vec4ub& colour, std::uint16_t intensity) override;
 
-  /// Adds a point that was decoded elsewhere.
-  void add(const RawPoint& point);
-  /// Adds a point that the file stores in floating point. A position that is not usable is stored as NaN.
-  void add(const osg::Vec3d& position, const osg::Vec4ub& colour, std::uint16_t intensity);
+  const ChunkSettings& settings() const { return _settings; }
 
   std::uint32_t filledPoints() const { return static_cast<std::uint32_t>(_filledPoints); }
 

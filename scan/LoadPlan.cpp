@@ -104,6 +104,16 @@ std::vector<PlannedChunk> planLoad(std::uint64_t pointCount, std::uint64_t entry
   return Planner(pointCount, std::min(decimation, pointCount), sizes).plan(entryPoints);
 }
 
+std::vector<PlannedChunk> planSample(std::uint64_t pointCount, std::uint64_t entryPoints, const LoadSizes& sizes) {
+  if (pointCount > 2 * sizes.sample) {
+    std::vector<PlannedChunk> plan = planLoad(pointCount, entryPoints, 1, sizes);
+    const auto isNoSample = [](const PlannedChunk& chunk) { return chunk.phase != LoadPhase::Sample; };
+    plan.erase(std::remove_if(plan.begin(), plan.end(), isNoSample), plan.end());
+    return plan;
+  }
+  return planLoad(pointCount, entryPoints, 1, sizes);
+}
+
 std::uint64_t decimatedCount(std::uint64_t pointCount, std::uint64_t decimation) {
   return divideUp(pointCount, decimation);
 }

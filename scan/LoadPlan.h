@@ -35,6 +35,11 @@ struct LoadSizes {
 std::vector<PlannedChunk> planLoad(std::uint64_t pointCount, std::uint64_t entryPoints, std::uint64_t decimation,
                                    const LoadSizes& sizes = LoadSizes());
 
+/// What is read of a scan to show something of it early: the sample, or the whole of a small scan. Empty if the scan is
+/// large and reading can start at too few places for a sample.
+std::vector<PlannedChunk> planSample(std::uint64_t pointCount, std::uint64_t entryPoints,
+                                     const LoadSizes& sizes = LoadSizes());
+
 /// Number of points left of `pointCount` if every `decimation`-th is kept.
 std::uint64_t decimatedCount(std::uint64_t pointCount, std::uint64_t decimation);
 

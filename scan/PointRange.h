@@ -6,6 +6,15 @@
 
 namespace QuorViewer {
 
+/// Consecutive points of a scan.
+struct PointSpan {
+  std::uint64_t first = 0;
+  std::uint64_t end = 0;  ///< exclusive
+
+  bool contains(std::uint64_t point) const { return point >= first && point < end; }
+  std::uint64_t count() const { return end - first; }
+};
+
 /// Points of a scan, each `step` after the previous one in the file.
 struct PointRun {
   std::uint64_t first = 0;  ///< index in the file

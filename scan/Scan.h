@@ -1,5 +1,6 @@
 #pragma once
 
+#include "scan/CoordinateSystem.h"
 #include "scan/PointRange.h"
 
 #include <osg/Array>
@@ -43,7 +44,7 @@ struct PointChunk {
 
 /// Information on an open scan.
 struct ScanInfo {
-  std::string path;
+  std::string path;    ///< of the file, or of the folder of an EPT scan
   std::string format;  ///< for the user: "LAS 1.2, point format 3", "PLY"
   std::uint64_t pointCount = 0;
   osg::Vec3d origin;  ///< a world point among a sample of the points, in whole numbers; subtracted as the local origin
@@ -53,9 +54,13 @@ struct ScanInfo {
   bool hasIntensity = false;       ///< also false if every sampled intensity is 0
   bool hasClassification = false;  ///< also false if every sampled class is 0, never classified
   bool localOnly = false;          ///< the file stores single-precision coordinates, so georeference is lost
+  osg::BoundingBoxd
+      bounds;  ///< world coordinates, as the file states them; invalid if it states none that are plausible
+  CoordinateSystem coordinateSystem;
 };
 
 class ChunkBuilder;
+class PointSink;
 struct LasMetadata;
 struct RecordLayout;
 
@@ -74,7 +79,8 @@ class ScanReader {
  public:
   virtual ~ScanReader() = default;
 
-  /// Opens LAS, LAZ, PLY or .asc, identified by content, or by name if the content is ambiguous. Throws ScanError.
+  /// Opens LAS, LAZ (also COPC), PLY or .asc, identified by content, or by name if the content is ambiguous; or EPT, by
+  /// the path of its folder or of the file ept.json in it. Throws ScanError.
   static std::unique_ptr<ScanReader> open(const std::string& path);
 
   virtual const ScanInfo& info() const = 0;
@@ -92,9 +98,9 @@ class ScanReader {
 
   /// An empty chunk for points of this scan, relative to `origin`, which is subtracted in double precision.
   virtual ChunkBuilder startChunk(const PointRange& points, const osg::Vec3d& origin) const = 0;
-  /// Adds the points of a run, which lies within the scan, to a chunk. Throws ScanError (the file became shorter, a
-  /// compressed block is damaged); the points before the damage may have been added.
-  virtual void decode(const PointRun& run, ChunkBuilder& to) = 0;
+  /// Passes on the points of a run, which lies within the scan. Throws ScanError (the file became shorter, a
+  /// compressed block is damaged); the points before the damage may have been passed on.
+  virtual void decode(const PointRun& run, PointSink& to) = 0;
 
   /// Decodes `count` consecutive points from `first` on. Throws ScanError.
   PointChunk read(std::uint64_t first, std::uint32_t count, const osg::Vec3d& origin);
@@ -102,9 +108,10 @@ class ScanReader {
   /// The coordinates of one point exactly as stored in the file. Throws ScanError.
   virtual osg::Vec3d coordinates(std::uint64_t point) = 0;
 
-  /// Everything but the points of a LAS file with points of this scan. For LAS and LAZ it is the scan's own. For others
-  /// it is LAS 1.2, point format 0, or 2 with colour, with the finest decimal grid about `origin` that holds all
-  /// points; for a binary PLY scan the first call reads all points. Throws ScanError.
+  /// Everything but the points of a LAS file with points of this scan. For LAS and LAZ it is the scan's own, for EPT
+  /// that of the first tile; EPT with waveforms is refused. For others it is LAS 1.2, point format 0, or 2 with colour,
+  /// with the finest decimal grid about `origin` that holds all points; for a binary PLY scan the first call reads all
+  /// points. Throws ScanError.
   virtual LasMetadata lasMetadata() = 0;
 
   /// Appends to `records` the point records, in the format of `lasMetadata`, of those among the `count` points from

@@ -2,6 +2,7 @@
 #include "scan/Scan.h"
 #include "scan/ScanFile.h"
 #include "scan/formats/AscReader.h"
+#include "scan/formats/EptReader.h"
 #include "scan/formats/LasCheck.h"
 #include "scan/formats/LasReader.h"
 #include "scan/formats/LazReader.h"
@@ -47,6 +48,9 @@ bool isUsable(const osg::Vec3d& position) {
 }
 
 std::unique_ptr<ScanReader> ScanReader::open(const std::string& path) {
+  if (isEpt(path)) {
+    return openEpt(std::make_shared<const EptFolder>(readEptFolder(path)));
+  }
   ScanFile file(path);
   if (file.size() == 0) {
     throw file.error("the file is empty: 0 bytes");

@@ -17,16 +17,6 @@ std::uint16_t brightest(const RawPoint& point) {
   return *std::max_element(point.colour.begin(), point.colour.end());
 }
 
-// As long as the sample's size allows without overlapping the next run.
-std::uint32_t runLength(const std::vector<std::uint64_t>& firstPoints) {
-  const std::size_t runs = std::max<std::size_t>(firstPoints.size(), 1);
-  std::uint64_t length = kSamplePoints / runs;
-  for (std::size_t run = 1; run < firstPoints.size(); ++run) {
-    length = std::min(length, firstPoints[run] - firstPoints[run - 1]);
-  }
-  return static_cast<std::uint32_t>(length);
-}
-
 }  // namespace
 
 // Adding 0 turns a negative zero into a plain one, for display.
@@ -34,19 +24,26 @@ double wholeNumber(double value) {
   return std::round(value) + 0.0;
 }
 
-SampleRuns spreadRuns(std::uint64_t pointCount, std::uint64_t step) {
-  SampleRuns runs;
+std::vector<PointSpan> spreadRuns(std::uint64_t pointCount, const EntryBefore& entryBefore) {
+  std::vector<PointSpan> runs;
   const std::uint64_t wanted = std::min(kMostRuns, (pointCount + kRunPoints - 1) / kRunPoints);
   for (std::uint64_t run = 0; run < wanted; ++run) {
     // Dividing first keeps the product within 64 bits; the second term spreads the remainder.
-    const std::uint64_t first = pointCount / wanted * run + pointCount % wanted * run / wanted;
-    const std::uint64_t aligned = first / step * step;
-    if (runs.firstPoints.empty() || runs.firstPoints.back() != aligned) {
-      runs.firstPoints.push_back(aligned);
+    const std::uint64_t first = entryBefore(pointCount / wanted * run + pointCount % wanted * run / wanted);
+    if (runs.empty() || runs.back().first != first) {
+      runs.push_back({first, 0});
     }
   }
-  runs.length = runLength(runs.firstPoints);
+  // As long as the sample's size allows without overlapping the next run.
+  for (std::size_t run = 0; run < runs.size(); ++run) {
+    const std::uint64_t next = run + 1 < runs.size() ? runs[run + 1].first : pointCount;
+    runs[run].end = std::min(next, runs[run].first + kSamplePoints / runs.size());
+  }
   return runs;
+}
+
+std::vector<PointSpan> spreadRuns(std::uint64_t pointCount) {
+  return spreadRuns(pointCount, [](std::uint64_t point) { return point; });
 }
 
 ColourDepth ScanSample::colourDepth() const {

@@ -1,22 +1,24 @@
 #pragma once
 
+#include "scan/PointRange.h"
 #include "scan/RawPoint.h"
 #include "scan/Scan.h"
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace QuorViewer {
 
-/// Where to sample a scan without reading all of it.
-struct SampleRuns {
-  std::vector<std::uint64_t> firstPoints;  ///< ascending, without repetition
-  std::uint32_t length = 0;                ///< of each run; the last may be cut off by the scan's end
-};
+/// The last point up to a given one at which reading can start; it never decreases if the given one increases.
+using EntryBefore = std::function<std::uint64_t(std::uint64_t point)>;
 
-/// Runs spread evenly over a scan, each beginning at a multiple of `step` (compressed scans can be entered only there).
-/// The fewer starting points there are, the longer each run, so that the sample keeps its size.
-SampleRuns spreadRuns(std::uint64_t pointCount, std::uint64_t step);
+/// Where to sample a scan without reading all of it: runs spread evenly over it, in order, without overlap, each
+/// beginning where reading can start. The fewer such points there are, the longer the runs, so that the sample keeps
+/// its size.
+std::vector<PointSpan> spreadRuns(std::uint64_t pointCount, const EntryBefore& entryBefore);
+/// The same for a scan that can be entered at each point.
+std::vector<PointSpan> spreadRuns(std::uint64_t pointCount);
 
 /// The nearest whole number, a coordinate of a local origin.
 double wholeNumber(double value);
@@ -30,7 +32,6 @@ struct ColourDepth {
 /// What a sample shows about its scan.
 class ScanSample {
  public:
-  void reserve(std::size_t count) { _points.reserve(count); }
   void add(const RawPoint& point) { _points.push_back(point); }
 
   ColourDepth colourDepth() const;

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Writes a simulated scan of 130 million points (over 4 GiB), loads all of it within a memory budget, and checks the peak
-# memory of the process. Takes several minutes. Writes the scan to TMPDIR and deletes it at the end.
+# Writes a simulated scan of 130 million points (over 4 GiB), opens it, which builds its index, within a memory budget, and
+# checks the peak memory of the process. Takes several minutes. Writes the scan to TMPDIR and deletes it at the end.
 #
 #   scripts/large_scan.sh [POINTS] [GIB]      default: 130000000 points, 1 GiB
 #
@@ -28,7 +28,7 @@ display=(env LIBGL_ALWAYS_SOFTWARE=1 LP_NUM_THREADS=0 xvfb-run -a -s '-screen 0 
 [ -z "${DISPLAY:-}" ] || display=()
 # exec keeps the process number of the shell.
 "${display[@]}" bash -c 'echo $$ >"$1/pid"; exec "${@:2}"' bash "$folder" \
-  build/release/bin/quor_viewer "$folder/large.las" --memory "$budget_gib" --screenshot "$folder/large.png" \
+  build/release/bin/quor_viewer "$folder/large.las" --index-dir "$folder/index" --memory "$budget_gib" --screenshot "$folder/large.png" \
   >"$folder/output" &
 runner=$!
 
@@ -44,6 +44,7 @@ wait $runner || status=$?
 cat "$folder/output"
 
 most_kib=$(awk -v gib="$budget_gib" -v besides=$besides_kib 'BEGIN { printf "%d", gib * 1024 * 1024 + besides }')
+ls -l "$folder/index" | awk 'NF > 8 { print "large_scan.sh: index of " $5 " bytes" }'
 echo "large_scan.sh: exit status $status after $((SECONDS - started)) s, peak memory $((peak_kib / 1024)) MiB," \
   "limit $((most_kib / 1024)) MiB"
 fail() { echo "large_scan.sh: $*" >&2; exit 1; }

@@ -48,3 +48,12 @@ install_missing() {
 mirror_of() {
   apt-get indextargets --format '$(ORIGIN)|$(LABEL)|$(CODENAME)|$(REPO_URI)' | sed -n "s/^Debian|Debian|$1|//p" | head -n 1
 }
+
+# The package source of Debian 13, and the preferences that let Debian 12 take only these packages from it. Debian 12 has no
+# plog, and its LASzip lacks the interface that the viewer uses.
+successor_sources() {
+  printf 'Types: deb\nURIs: %s\nSuites: trixie\nComponents: main\nSigned-By: /usr/share/keyrings/debian-archive-keyring.gpg\n' "$1"
+}
+successor_preferences() {
+  printf 'Package: *\nPin: release n=trixie\nPin-Priority: -1\n\nPackage: libplog-dev liblaszip*\nPin: release n=trixie\nPin-Priority: 500\n'
+}

@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
 # Installs the missing packages that quor_osg_utils depends on.
 #
-#   scripts/setup.sh [run|test|checks]     default: test
+#   scripts/setup.sh [run|test|checks|packages|docs]     default: test
 #
-# run     to build and run quor_viewer: compiler, CMake, OpenSceneGraph, plog, CLI11, nlohmann-json, LASzip, and a virtual
-#         display with a software renderer
-# test    also GoogleTest, Google Benchmark, and xdotool for the pointer in the tests of the viewer
+# run     to build and run quor_viewer: compiler, CMake, OpenSceneGraph, plog, CLI11, nlohmann-json, LASzip, zlib, and a
+#         virtual display with a software renderer
+# test    also GoogleTest, Google Benchmark, xdotool for the pointer in the tests of the viewer, help2man, and Qt 5 and 6
+#         for an example
 # checks  also clang-format, clang-tidy and clang, for static analysis and as the second compiler
+# docs    only the tools for the documentation: Doxygen, Graphviz, Python
+# packages  what `run` needs, and the tools that build, check and try the packages for Debian
 set -euo pipefail
 
 . "$(dirname "$0")/packages.sh"
@@ -17,7 +20,8 @@ packages=(
   libopenscenegraph-dev                     # scene graph
   libx11-dev                                # window of the viewer
   libcli11-dev                              # command-line options
-  nlohmann-json3-dev                        # tour.json
+  nlohmann-json3-dev                        # JSON: EPT scans, tour.json
+  zlib1g-dev                                # checksums of indexes
   xvfb xauth libgl1-mesa-dri libglx-mesa0   # virtual display and software OpenGL
   fonts-dejavu-core                         # font of the viewer's status bar
 )
@@ -30,11 +34,17 @@ case $profile in
   test | checks)
     packages+=(libgtest-dev libgmock-dev    # tests
       libbenchmark-dev                      # benchmarks
-      xdotool)                              # pointer and keys for the tests of the viewer
+      xdotool                               # pointer and keys for the tests of the viewer
+      help2man                              # man pages
+      qtbase5-dev qt6-base-dev)             # example of a Qt widget
+    # Debian 12 has a package of its own for the part of Qt 6 with the widget.
+    [ "$(. /etc/os-release && printf '%s' "${ID:-}${VERSION_ID:-}")" != debian12 ] || packages+=(libqt6opengl6-dev)
     ;;&
   checks) packages+=(clang clang-tidy clang-format-16) ;; # each version of clang-format breaks lines differently
+  docs) packages=(doxygen graphviz python3) newer_packages=() ;;
+  packages) packages+=(dpkg-dev file help2man lintian debootstrap) ;;
   test) ;;
-  *) fail "unknown profile '$profile'; use run, test or checks" ;;
+  *) fail "unknown profile '$profile'; use run, test, checks, docs or packages" ;;
 esac
 
 command -v apt-get >/dev/null || fail "this script needs apt-get, which is not installed;" \
@@ -48,10 +58,8 @@ allow_from_successor() {
   mirror=$(mirror_of bookworm)
   [ -n "$mirror" ] || fail "no Debian 12 mirror is configured on this machine; cannot install $*"
   printf 'setup.sh: adding the package source of Debian 13 for %s only (%s)\n' "$*" $sources
-  printf 'Package: *\nPin: release n=trixie\nPin-Priority: -1\n\nPackage: libplog-dev liblaszip*\nPin: release n=trixie\nPin-Priority: 500\n' |
-    as_root tee /etc/apt/preferences.d/quor-debian-13 >/dev/null
-  printf 'Types: deb\nURIs: %s\nSuites: trixie\nComponents: main\nSigned-By: /usr/share/keyrings/debian-archive-keyring.gpg\n' "$mirror" |
-    as_root tee $sources >/dev/null
+  successor_preferences | as_root tee /etc/apt/preferences.d/quor-debian-13 >/dev/null
+  successor_sources "$mirror" | as_root tee $sources >/dev/null
   refreshed=no
 }
 

@@ -9,6 +9,7 @@
 #   QUOR_SCANS     folder with more scans for the tests; default: none
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/displays.sh
 
 preset=${QUOR_PRESET:-dev}
 
@@ -19,5 +20,5 @@ cmake --build --preset "$preset" ${QUOR_TARGETS:+--target $QUOR_TARGETS}
 export LIBGL_ALWAYS_SOFTWARE=1 OSG_NOTIFY_LEVEL=${OSG_NOTIFY_LEVEL:-WARN}
 export LSAN_OPTIONS="suppressions=$PWD/tests/lsan.supp:print_suppressions=0"
 export TSAN_OPTIONS="suppressions=$PWD/tests/tsan.supp"
-exec xvfb-run -a -s '-screen 0 1920x1200x24 -noreset -nolisten tcp' \
-  ctest --test-dir "build/$preset" --output-on-failure --parallel "$(nproc)" "$@"
+
+on_displays ctest --test-dir "build/$preset" --output-on-failure --parallel "$parallel_tests" "$@"

@@ -66,22 +66,30 @@ std::string valueOf(const CLI::App& app, const Argument& argument, const std::st
   return *next;
 }
 
-// CLI11 would take the next argument if the value after an equals sign is empty, and an option as the value of another.
-std::vector<std::string> separateValues(const CLI::App& app, const std::vector<std::string>& arguments) {
-  std::vector<std::string> separated;
+/// The options, with their values as separate arguments, and the other arguments.
+struct Separated {
+  std::vector<std::string> options;
+  std::vector<std::string> others;
+};
+
+// CLI11 would take the next argument if the value after an equals sign is empty, an option as the value of another, and
+// the beginning of an unknown option as a short one. So it gets only the options and the values meant for them.
+Separated separate(const CLI::App& app, const std::vector<std::string>& arguments) {
+  Separated separated;
   for (std::size_t at = 0; at < arguments.size(); ++at) {
     if (arguments[at] == "--") {
-      separated.insert(separated.end(), arguments.begin() + static_cast<std::ptrdiff_t>(at), arguments.end());
+      separated.others.insert(separated.others.end(), arguments.begin() + static_cast<std::ptrdiff_t>(at),
+                              arguments.end());
       break;
     }
     const Argument argument(app, arguments[at]);
     if (argument.option == nullptr) {
-      separated.push_back(arguments[at]);
+      separated.others.push_back(arguments[at]);
       continue;
     }
-    separated.push_back(argument.name);
+    separated.options.push_back(argument.name);
     if (argument.takesValue()) {
-      separated.push_back(valueOf(app, argument, at + 1 < arguments.size() ? &arguments[at + 1] : nullptr));
+      separated.options.push_back(valueOf(app, argument, at + 1 < arguments.size() ? &arguments[at + 1] : nullptr));
       at += argument.value ? 0 : 1;
     } else if (argument.value) {
       throw invalidArgument(argument.name + " takes no value, not '" + *argument.value + "'");
@@ -90,11 +98,10 @@ std::vector<std::string> separateValues(const CLI::App& app, const std::vector<s
   return separated;
 }
 
-// CLI11 would split a file name in square brackets into a list, so files are not declared to it.
-std::vector<std::string> filesAmong(const std::vector<std::string>& unclaimed) {
+std::vector<std::string> filesAmong(const std::vector<std::string>& others) {
   std::vector<std::string> files;
   bool onlyFilesFollow = false;
-  for (const std::string& argument : unclaimed) {
+  for (const std::string& argument : others) {
     if (!onlyFilesFollow && argument == "--") {
       onlyFilesFollow = true;
     } else if (!onlyFilesFollow && isOption(argument)) {
@@ -118,7 +125,6 @@ std::invalid_argument invalidValue(const std::string& option, const std::string&
 
 void prepare(CLI::App& app, const std::string& usage) {
   app.formatter(std::make_shared<HelpFormatter>(usage));
-  app.allow_extras();
   app.allow_windows_style_options(false);  // a path may begin with a slash
   app.set_help_flag();                     // each program adds its own
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
@@ -137,9 +143,9 @@ void addOption(CLI::App& app, const ValueOption& option, std::function<bool(cons
 
 CommandLine parseCommandLine(CLI::App& app, const std::vector<std::string>& arguments) {
   try {
-    const std::vector<std::string> separated = separateValues(app, arguments);
-    app.parse(std::vector<std::string>(separated.rbegin(), separated.rend()));
-    return {{}, filesAmong(app.remaining())};
+    const Separated separated = separate(app, arguments);
+    app.parse(std::vector<std::string>(separated.options.rbegin(), separated.options.rend()));
+    return {{}, filesAmong(separated.others)};
   } catch (const CLI::CallForHelp&) {
     return {app.help(), {}};
   } catch (const CLI::CallForVersion& version) {

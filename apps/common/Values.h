@@ -1,9 +1,11 @@
 #pragma once
 
+#include "scan/ParseNumber.h"
+
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <sstream>
@@ -16,11 +18,8 @@ namespace QuorViewer {
 /// All of `text` as a finite number, independent of the locale; empty if it is no such number.
 template <typename Number>
 std::optional<Number> readNumber(const std::string& text) {
-  const bool plus = text.size() > 1 && text[0] == '+' && text[1] != '-';
-  const char* const end = text.data() + text.size();
   Number number{};
-  const auto [next, error] = std::from_chars(text.data() + (plus ? 1 : 0), end, number);
-  if (error != std::errc() || next != end) {
+  if (parseNumber(text, number) != std::errc()) {
     return std::nullopt;
   }
   if constexpr (std::is_floating_point_v<Number>) {
@@ -52,6 +51,13 @@ std::optional<std::array<double, count>> readNumbers(const std::string& text) {
     number = *read;
   }
   return words >> word ? std::nullopt : std::optional(numbers);
+}
+
+/// A size in GiB, 0.0001 to 1000000, in bytes.
+inline std::optional<std::uint64_t> readGibibytes(const std::string& text) {
+  constexpr double kGibibyte = 1024.0 * 1024.0 * 1024.0;
+  const auto size = readNumber<double>(text, 0.0001, 1e6);
+  return size ? std::optional(static_cast<std::uint64_t>(*size * kGibibyte)) : std::nullopt;
 }
 
 /// The value of the word `text`.

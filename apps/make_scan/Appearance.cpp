@@ -1,6 +1,7 @@
 #include "make_scan/Appearance.h"
 
 #include "make_scan/Random.h"
+#include "make_scan/Shapes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,10 +14,6 @@ const osg::Vec3d kSun(0.48, -0.56, 0.675);
 const osg::Vec3d kWindow(0.20, 0.25, 0.31);
 const osg::Vec3d kDoor(0.33, 0.20, 0.13);
 const osg::Vec3d kFrame(0.93, 0.92, 0.88);
-
-double fraction(double value) {
-  return value - std::floor(value);
-}
 
 osg::Vec3d blend(const osg::Vec3d& from, const osg::Vec3d& to, double share) {
   return from + (to - from) * share;

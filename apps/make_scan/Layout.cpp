@@ -1,6 +1,7 @@
 #include "make_scan/Layout.h"
 
 #include "make_scan/Random.h"
+#include "make_scan/Shapes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,10 +13,6 @@ namespace {
 constexpr double kPavementMetres = 1.9;
 constexpr double kDashPeriodMetres = 6.0;
 constexpr double kLineHalfWidthMetres = 0.09;
-
-double fraction(double value) {
-  return value - std::floor(value);
-}
 
 bool isZebra(const Street& street, const osg::Vec2d& place) {
   // The two main streets cross at the middle of each; the zebra crossings are around that place.

@@ -120,7 +120,7 @@ void addFaultOptions(CLI::App& app, Options& into) {
 
 void addHelp(CLI::App& app) {
   app.option_defaults()->group("Help");
-  app.set_help_flag("--help", "print this help and quit");
+  app.set_help_flag("-h,--help", "print this help and quit");
   app.footer(
       "Examples:\n"
       "  quor_make_scan town.las --points 10000000\n"

@@ -2,12 +2,18 @@
 
 #include <osg/Vec3d>
 
+#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <variant>
 #include <vector>
 
 namespace QuorViewer {
+
+/// The distance to the next integer below, from 0 to less than 1.
+inline double fraction(double value) {
+  return value - std::floor(value);
+}
 
 /// A half-line. `direction` has length 1, so that `t` is a distance in metres.
 struct Ray {

@@ -3,7 +3,10 @@
 #include "viewer/render/Gpu.h"
 #include "viewer/session/BundledScan.h"
 #include "viewer/tour/Tour.h"
+#include "viewer/ui/FullScreenHandler.h"
 #include "viewer/ui/Help.h"
+#include "viewer/ui/HelpScroller.h"
+#include "viewer/ui/QuitHandler.h"
 #include "viewer/ui/Window.h"
 
 #include <QuorOsgUtils/GCTool.h>
@@ -15,6 +18,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace QuorViewer {
 namespace {
@@ -29,6 +33,39 @@ std::vector<std::string> filesToShow(const Arguments& arguments) {
   return arguments.files.empty() ? std::vector<std::string>{bundledScan()} : arguments.files;
 }
 
+std::uint64_t memoryFor(const Arguments& arguments) {
+  return arguments.memoryBytes.value_or(defaultBudgetBytes());
+}
+
+TreeSettings treeSettingsOf(const Arguments& arguments) {
+  TreeSettings settings;
+  settings.enabled = arguments.index;
+  settings.folder = arguments.indexFolder;
+  settings.memoryBytes = memoryFor(arguments) / 2;
+  return settings;
+}
+
+FrameBudget frameBudgetFor(const Arguments& arguments) {
+  const std::uint64_t most = memoryFor(arguments) / LevelOfDetail::kBytesPerPoint;
+  return {std::min(arguments.budgetPoints.value_or(most), most), arguments.budgetPoints.has_value()};
+}
+
+// Pictures taken by the program itself show only finished views.
+bool isAnimated(const Arguments& arguments) {
+  return arguments.animation && arguments.tourFolder.empty() && arguments.screenshotFile.empty();
+}
+
+// Adds an action that runs before that of each binding.
+std::vector<KeyBinding> runFirst(const std::function<void()>& first, std::vector<KeyBinding> bindings) {
+  for (KeyBinding& binding : bindings) {
+    binding.action = [first, action = binding.action] {
+      first();
+      action();
+    };
+  }
+  return bindings;
+}
+
 void logGpu(Messages& messages) {
   for (const auto& [name, value] : gpuProperties()) {
     messages.log(std::string(name).append(": ").append(value));
@@ -39,29 +76,37 @@ void logGpu(Messages& messages) {
 
 Application::Application(const Arguments& arguments)
     : _arguments(arguments),
-      _viewer(new osgViewer::Viewer),
+      _viewer(new QuittableViewer),
       _navigator(*_viewer),
       _bindings(_createBindings()),
       _scene(*_viewer, helpRows(_bindings)),
-      _messages(_scene.hud),
-      _session(filesToShow(arguments), arguments.memoryBytes.value_or(defaultBudgetBytes()),
-               {_scene.cloud, _scene.hud, _messages, *_viewer}, _createListener()),
-      _points({_scene.cloud, _scene.hud.legend(), _session}),
+      _messages(_scene.hud, arguments.verbose),
+      _detail(memoryFor(arguments), frameBudgetFor(arguments),
+              {_scene.cloud, [this](osg::Group* parent, osg::Node* child) { _frames->removePart(parent, child); },
+               [this](unsigned int scan, const std::string& error) { _session.replaceDamaged(scan, error); },
+               [this](const std::string& error) { _messages.reportError(error); }}),
+      _session(filesToShow(arguments), memoryFor(arguments), treeSettingsOf(arguments),
+               {_scene.cloud, _detail, _scene.hud, _messages, *_viewer}, _createListener()),
+      _points({_scene.cloud, _scene.hud.legend(), _session, _messages}),
       _clip({_scene.clip, _scene.hud, _messages, _session.scans(), *_viewer, arguments.verbose}),
+      _highlighter(new HandleHighlighter(_scene.clip)),
       _view(*_viewer->getCamera(), _navigator),
       _picker(_scene.target.tool(), _session.scans()),
       _picks({_picker, _scene.marker, _session.scans(), _messages}),
       _station({_navigator, _view, _picker, _session.scans(), _messages}, arguments.station),
-      _camera({_view, _station, _picker, _session.scans(), _messages, arguments.verbose}),
-      _screenshot(_scene.target.tool()),
+      _camera({_view, _station, _picker, _session.scans(), _messages, arguments.verbose, isAnimated(arguments)}),
+      _zoom({_camera, _picker, _session, _messages, [this] { return _pointer->pixel(); }}),
+      _screenshot(*_viewer),
       _screenshots(_screenshot, _messages),
       _resources(_scene.hud),
-      _pointer(new PointerHandler([this](int x, int y) { _picks.pick(x, y); },
-                                  [this] { _camera.setUserNavigated(true); })) {}
+      _pointer(new PointerHandler([this](int x, int y) { _pick(x, y); }, [this](bool byWheel) { _navigate(byWheel); })),
+      _drag(new ViewDrag(*_viewer->getCamera(), _navigator, [this] { _camera.settle(); })) {}
 
 int Application::run() {
   logGpu(_messages);
-  _resources.setSoftwareRenderer(softwareRendererOf(QuorOsgUtils::GCTool::getGPURender()));
+  const std::string softwareRenderer = softwareRendererOf(QuorOsgUtils::GCTool::getGPURender());
+  _resources.setSoftwareRenderer(softwareRenderer);
+  _detail.setTargetFrameTime(softwareRenderer.empty() ? 33ms : 150ms);
   openWindow(*_viewer, _arguments.width, _arguments.height, _session.title());
   _frames = std::make_unique<FrameLoop>(*_viewer, _arguments.threading);
   _viewer->setRunFrameScheme(osgViewer::ViewerBase::ON_DEMAND);
@@ -79,40 +124,73 @@ std::vector<KeyBinding> Application::_createBindings() {
   const std::vector<KeyBinding> fileKeys = {
       {{'a', 'A'}, "A", "add a scan: type its path, then Enter", [this] { _session.openPathEntry(); }},
       {{'d', 'D', Key::KEY_Delete}, "D, Del", "close the scan under the pointer", [this] { _closeScanUnderPointer(); }},
-      {{'p', 'P'}, "P", "save a screenshot", [this] { _screenshots.request(); }}};
+      {{'p'},
+       "P, Shift+P",
+       "save a screenshot without or with status bar and legend",
+       [this] { _screenshots.request(ScreenshotControl::Overlay::Hidden); }},
+      {{'p'}, "", "", [this] { _screenshots.request(ScreenshotControl::Overlay::Shown); }, Modifier::kShift}};
   const std::vector<KeyBinding> helpKeys = {
-      {{'h', 'H', '?'}, "H", "this help", [this] { _scene.hud.showHelp(!_scene.hud.isHelpShown()); }}};
+      {{'h', 'H', '?'}, "H", "this help", [this] { _scene.hud.showHelp(!_scene.hud.isHelpShown()); }},
+      {{Key::KEY_Escape},
+       "Esc",
+       "cancel a drag, a path or an index; close the help",
+       [this] { _cancel(); },
+       Modifier::kNone,
+       true}};
   std::vector<KeyBinding> bindings;
-  for (const std::vector<KeyBinding>& more :
-       {CloudControl::bindings(_points), lightingKeys, CameraControl::bindings(_camera), fileKeys,
-        StationControl::bindings(_station), ClipControl::bindings(_clip), helpKeys}) {
-    bindings.insert(bindings.end(), more.begin(), more.end());
-  }
+  const auto add = [this, &bindings](const char* group, const std::vector<KeyBinding>& more) {
+    for (const KeyBinding& binding : more) {
+      bindings.push_back(binding);
+      bindings.back().group = group;
+      bindings.back().action = [this, action = binding.action] {
+        _messages.beginAction();
+        action();
+      };
+    }
+  };
+  add("View", CameraControl::bindings(_camera));
+  add("View", ScanZoom::bindings(_zoom));
+  add("View", runFirst([this] { _camera.settle(); }, StationControl::bindings(_station)));
+  add("Points", CloudControl::bindings(_points));
+  add("Points", lightingKeys);
+  add("Clip box", ClipControl::bindings(_clip));
+  add("Files", fileKeys);
+  add(kWindowGroup, helpKeys);
   return bindings;
 }
 
 Session::Listener Application::_createListener() {
   Session::Listener listener;
   listener.scanAdded = [this] { setWindowTitle(*_viewer, _session.title()); };
+  listener.scanIsFar = [this](unsigned int scan) { _zoom.offer(scan); };
   listener.pointsAdded = [this] { _showContent(); };
   listener.pointsLoaded = [this] {
     _points.updateRanges();
     _clip.setContent(_scene.cloud.bounds(), true);
   };
+  listener.pointsReplaced = [this](const osg::ref_ptr<osg::Node>& points) { _removeFromCloud(points); };
+  listener.areScansInUse = [this] { return _clip.isSaving(); };
   listener.scanClosed = [this](const osg::ref_ptr<osg::Node>& points) { _removeScan(points); };
   return listener;
 }
 
 void Application::_addEventHandlers() {
+  _viewer->addEventHandler(
+      new QuitHandler({_messages, [this] { return _unfinishedWork(); }, [this] { _viewer->setDone(true); }}));
   _viewer->addEventHandler(_session.pathHandler());
+  _viewer->addEventHandler(new HelpScroller(_scene.hud));
   _viewer->addEventHandler(new KeyHandler(_bindings, [this] { _messages.show("Release the mouse button first"); }));
+  _viewer->addEventHandler(_drag);
   _viewer->addEventHandler(_pointer);
-  _viewer->addEventHandler(createFullScreenHandler());
+  _viewer->addEventHandler(new FullScreenHandler);
+  _viewer->addEventHandler(_highlighter);
   _viewer->addEventHandler(_clip.createFollower());
 }
 
 void Application::_showFirstContent() {
   const double pixels = static_cast<double>(_arguments.width) * _arguments.height;
+  _navigator.setRotationSpeed(_arguments.rotationSpeedDegrees);
+  _detail.setWidensPoints(!_arguments.pointSizePixels);
   _points.start(_arguments.colourMode, _arguments.pointSizePixels, pixels);
   if (_arguments.orthographic) {
     _view.toggleProjection();
@@ -128,11 +206,17 @@ void Application::_showFirstContent() {
 int Application::_explore() {
   while (!_viewer->done()) {
     const bool busy = _loadAndSave();
-    if (_viewer->checkNeedToDoFrame() || hasWindowNews(*_viewer)) {
+    if (_messages.expire()) {
+      _viewer->requestRedraw();
+    }
+    if (_frames->handleEvents() || hasWindowNews(*_viewer)) {
       _drawFrame();
     } else if (!busy) {
       std::this_thread::sleep_for(kIdle);
     }
+  }
+  if (_arguments.verbose) {
+    _messages.printState("frames drawn " + std::to_string(_frames->frameCount()));
   }
   return 0;
 }
@@ -152,7 +236,7 @@ int Application::_takeOnePicture() {
 int Application::_takeTour() {
   _loadEverything();
   Tour tour({*_viewer, _scene.target.tool(), _picker, _view, _scene.clip, _screenshot, _session.scans(),
-             [this] { _drawFrame(); }});
+             [this] { _drawFrame(); }, [this] { _loadEverything(); }});
   const bool written = tour.run(_arguments.tourFolder);
   const unsigned int errors = _scene.target.glErrorCount();
   _messages.print("tour: " + std::to_string(tour.pictureCount()) + " pictures in " + _arguments.tourFolder + ", " +
@@ -168,9 +252,9 @@ bool Application::_loadAndSave() {
 }
 
 void Application::_loadEverything() {
-  while (!_session.isLoaded() && !_viewer->done()) {
+  while (!(_session.isLoaded() && _isRefined()) && !_viewer->done()) {
     const bool loaded = _session.loadNextChunks(kWorkBudget, _mayShowProgress);
-    if (_viewer->checkNeedToDoFrame()) {
+    if (_frames->handleEvents()) {
       _drawFrame();
     } else if (!loaded) {
       std::this_thread::sleep_for(kIdle);
@@ -178,19 +262,47 @@ void Application::_loadEverything() {
   }
 }
 
+bool Application::_isRefined() const {
+  return _detail.isComplete() && _detail.isPreparedFor(*_viewer->getCamera(), _scene.clip.planes()) &&
+         !_session.isReplacing();
+}
+
 void Application::_drawFrame() {
   const osg::Viewport& viewport = *_viewer->getCamera()->getViewport();
   _scene.hud.resize(static_cast<int>(viewport.width()), static_cast<int>(viewport.height()));
+  const bool inTransition = _camera.advance();
+  _view.adaptNearPlane();
   _station.showFieldOfView();
   _updateStatus();
+  _screenshots.prepareFrame();
+  _scene.hud.setShown(!_screenshots.hidesOverlay());
+  _detail.prepareFrame(*_viewer->getCamera(), _scene.clip.planes());
+  const auto start = std::chrono::steady_clock::now();
   _frames->draw();
+  _detail.endFrame(std::chrono::steady_clock::now() - start);
+  if (!_detail.isPreparedFor(*_viewer->getCamera(), _scene.clip.planes())) {
+    _viewer->requestRedraw();
+  }
+  if (inTransition) {
+    _viewer->requestRedraw();
+  }
   // While points are loading, another frame follows anyway.
   if (_session.isLoaded() && _frames->gpuBufferBytes() != _resources.shownBufferBytes()) {
     _viewer->requestRedraw();
   }
+  _highlighter->followView(*_viewer);
   _camera.printChangedView();
-  if (_screenshots.reportCaptured()) {
+  _printChangedContent();
+  if (_screenshots.reportCaptured() || _screenshots.needsFrame()) {
     _viewer->requestRedraw();
+  }
+}
+
+void Application::_printChangedContent() {
+  const std::string content =
+      "frame " + _session.pointCountText() + (_session.isLoaded() && _isRefined() ? ", refined" : "");
+  if (_arguments.verbose && content != std::exchange(_printedContent, content)) {
+    _messages.printState(content);
   }
 }
 
@@ -201,6 +313,16 @@ void Application::_showContent() {
     _camera.setContent(bounds, _session.summary().places);
     _clip.setContent(bounds, _session.isLoaded());
   }
+}
+
+void Application::_pick(int x, int y) {
+  _zoom.withdrawOffers();
+  _picks.pick(x, y);
+}
+
+void Application::_navigate(bool byWheel) {
+  _zoom.withdrawOffers();
+  _camera.beginNavigation(byWheel);
 }
 
 void Application::_closeScanUnderPointer() {
@@ -215,24 +337,49 @@ void Application::_closeScanUnderPointer() {
   }
 }
 
+// Ends what the user has begun and not finished. The path entry and the question whether to quit handle Esc themselves.
+void Application::_cancel() {
+  if (_drag->cancel()) {
+    _scene.clip.cancelDrag();
+    _messages.show("Drag cancelled");
+  } else if (_scene.hud.isHelpShown()) {
+    _scene.hud.showHelp(false);
+  } else if (!_session.cancelIndex()) {
+    _messages.show("Press Ctrl+Q or close the window to quit");
+  }
+}
+
+std::string Application::_unfinishedWork() const {
+  if (_clip.isSaving()) {
+    return "The points inside the box are still being saved";
+  }
+  return _session.isLoaded() ? "" : "Points are still being loaded";
+}
+
 // The view stays unless no scan is left; then the next scan sets it.
 void Application::_removeScan(const osg::ref_ptr<osg::Node>& points) {
-  if (points) {
-    _frames->remove(_scene.cloud.node(), points);
-  }
+  _removeFromCloud(points);
   _picks.clear();
-  const bool anyLeft = !_session.scans().isEmpty();
-  _camera.setUserNavigated(anyLeft);
-  if (anyLeft) {
+  _navigator.forgetScene();
+  if (!_session.scans().isEmpty()) {
+    _camera.stopFollowing();
     _clip.setContent(_scene.cloud.bounds(), _session.isLoaded());
   } else {
     _station.leave();
+    _camera.reset();
     _clip.removeBox();
   }
   setWindowTitle(*_viewer, _session.title());
 }
 
+void Application::_removeFromCloud(const osg::ref_ptr<osg::Node>& points) {
+  if (points) {
+    _frames->remove(_scene.cloud.node(), points);
+  }
+}
+
 void Application::_updateStatus() {
+  _session.updateIndexProgress();
   const std::string separator = "   ·   ";
   _scene.hud.setSummary(_session.pointCountText() + separator + titleOf(_scene.cloud.colourMode()) + separator +
                         _station.summary());

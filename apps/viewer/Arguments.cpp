@@ -2,8 +2,8 @@
 
 #include "common/CommandLine.h"
 #include "common/Values.h"
-#include "viewer/clip/ClipPose.h"
 
+#include <QuorOsgUtils/ClipBoxControl.h>
 #include <QuorOsgUtils/Version.h>
 
 #include <CLI/CLI.hpp>
@@ -34,6 +34,10 @@ std::optional<int> readPointSize(const std::string& text) {
   return readNumber<int>(text, 1, 32);
 }
 
+std::optional<double> readRotationSpeed(const std::string& text) {
+  return readNumber<double>(text, 1.0, 720.0);
+}
+
 // Limited to coordinates that single precision can still distinguish.
 template <std::size_t count>
 std::optional<std::array<double, count>> readCoordinates(const std::string& text) {
@@ -49,19 +53,15 @@ std::optional<osg::BoundingBoxd> readBox(const std::string& text) {
     return std::nullopt;
   }
   const auto& [xMin, yMin, zMin, xMax, yMax, zMax] = *numbers;
-  const bool large = std::min({xMax - xMin, yMax - yMin, zMax - zMin}) >= kLeastClipExtent;
-  return large ? std::optional(osg::BoundingBoxd(xMin, yMin, zMin, xMax, yMax, zMax)) : std::nullopt;
+  const auto [shortest, longest] = std::minmax({xMax - xMin, yMax - yMin, zMax - zMin});
+  return shortest >= QuorOsgUtils::ClipBoxControl::leastExtent(longest)
+             ? std::optional(osg::BoundingBoxd(xMin, yMin, zMin, xMax, yMax, zMax))
+             : std::nullopt;
 }
 
 std::optional<osg::Vec3d> readPosition(const std::string& text) {
   const auto numbers = readCoordinates<3>(text);
   return numbers ? std::optional(osg::Vec3d((*numbers)[0], (*numbers)[1], (*numbers)[2])) : std::nullopt;
-}
-
-std::optional<std::uint64_t> readGibibytes(const std::string& text) {
-  constexpr double kGibibyte = 1024.0 * 1024.0 * 1024.0;
-  const auto size = readNumber<double>(text, 0.0001, 1e6);
-  return size ? std::optional(static_cast<std::uint64_t>(*size * kGibibyte)) : std::nullopt;
 }
 
 std::optional<ViewerBase::ThreadingModel> readThreadingModel(const std::string& text) {
@@ -75,6 +75,10 @@ std::optional<std::string> readName(const std::string& text) {
   return text.empty() ? std::nullopt : std::optional(text);
 }
 
+std::optional<std::uint64_t> readPointBudget(const std::string& text) {
+  return readNumber<std::uint64_t>(text, 1000, 10000000000);
+}
+
 void addDisplayOptions(CLI::App& app, Arguments& into) {
   app.option_defaults()->group("Display");
   addOption(app,
@@ -83,8 +87,15 @@ void addDisplayOptions(CLI::App& app, Arguments& into) {
             into.colourMode, colourModeOf);
   addOption(app,
             {"--point-size", "PIXELS", "a number of pixels from 1 to 32",
-             "point diameter, 1 to 32; default: depends on the number of points"},
+             "point diameter, 1 to 32; default: depends on the number of points and,\n"
+             "in large scans, on the spacing of those drawn"},
             into.pointSizePixels, readPointSize);
+  app.add_flag_callback(
+      "--no-animation", [&into] { into.animation = false; }, "switch between views at once, without a transition");
+  addOption(app,
+            {"--rotation-speed", "DEGREES", "a number of degrees from 1 to 720",
+             "rotation by a right drag of half the window's width; default: 90"},
+            into.rotationSpeedDegrees, readRotationSpeed);
   app.add_flag("--ortho", into.orthographic, "start with the orthographic projection");
   addOption(app,
             {"--size", "WxH", "WIDTHxHEIGHT in pixels, from 64x64 to 16384x16384",
@@ -95,7 +106,9 @@ void addDisplayOptions(CLI::App& app, Arguments& into) {
 void addScanOptions(CLI::App& app, Arguments& into) {
   app.option_defaults()->group("Scans");
   addOption(app,
-            {"--clip", "BOX", "\"xmin ymin zmin xmax ymax zmax\", each maximum at least 0.5 above its minimum",
+            {"--clip", "BOX",
+             "\"xmin ymin zmin xmax ymax zmax\", each maximum above its minimum by at least 0.001 and a millionth of "
+             "the longest side",
              "start with a clip box: \"xmin ymin zmin xmax ymax zmax\", in scan coordinates"},
             into.clip, readBox);
   addOption(
@@ -104,20 +117,38 @@ void addScanOptions(CLI::App& app, Arguments& into) {
       into.station, readPosition);
   addOption(app,
             {"--memory", "GIB", "a number of GiB from 0.0001 to 1000000",
-             "memory for points (arrays and graphics buffers); larger scans are decimated;\n"
+             "memory for points (arrays and graphics buffers);\n"
              "default: half of the machine's memory"},
             into.memoryBytes, readGibibytes);
+  addOption(app,
+            {"--points", "N", "a whole number from 1000 to 10000000000",
+             "draw at most N points of large scans; default: as many as the graphics\n"
+             "hardware can draw while the view moves, and all that are visible at rest"},
+            into.budgetPoints, readPointBudget);
+  addOption(app,
+            {"--index-dir", "FOLDER", "a folder name",
+             "folder for the indexes of large scans; default: quor_osg_utils/index\n"
+             "in the user's folder for caches"},
+            into.indexFolder, readName);
+  app.add_flag_callback(
+      "--no-index", [&into] { into.index = false; },
+      "draw all points of large scans without an index, or as many as fit into\n"
+      "memory");
 }
 
 void addOutputOptions(CLI::App& app, Arguments& into) {
   app.option_defaults()->group("Output");
-  addOption(app, {"--screenshot", "FILE", "a file name", "load all points, save a screenshot as PNG and quit"},
+  addOption(app,
+            {"--screenshot", "FILE", "a file name",
+             "load all points, save a screenshot as PNG (with status bar and legend)\nand quit"},
             into.screenshotFile, readName);
   addOption(
       app,
       {"--tour", "FOLDER", "a folder name", "run a scripted tour, save numbered screenshots and tour.json, and quit"},
       into.tourFolder, readName);
-  app.add_flag("--verbose", into.verbose, "also print every change of the camera and the clip box");
+  app.add_flag("--verbose", into.verbose,
+               "also print each change of the camera, the clip box, the status message and\n"
+               "the points drawn, and at the end the number of frames drawn");
 }
 
 void addSystemOptions(CLI::App& app, Arguments& into) {
@@ -132,7 +163,7 @@ void addSystemOptions(CLI::App& app, Arguments& into) {
 
 void addHelp(CLI::App& app) {
   using namespace QuorOsgUtils;
-  app.set_help_flag("--help", "print this help and quit");
+  app.set_help_flag("-h,--help", "print this help and quit");
   app.set_version_flag("--version",
                        "quor_viewer " + std::to_string(kVersionMajor) + '.' + std::to_string(kVersionMinor) + '.' +
                            std::to_string(kVersionPatch),

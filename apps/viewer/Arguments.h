@@ -18,13 +18,18 @@ struct Arguments {
   std::vector<std::string> files;
   std::optional<ColourMode> colourMode;
   std::optional<float> pointSizePixels;
+  std::optional<std::uint64_t> budgetPoints;  ///< to draw of large scans
+  std::string indexFolder;                    ///< empty: the default
+  bool index = true;                          ///< whether large scans are indexed
   int width = 1280;
   int height = 720;
   std::optional<osg::Vec3d> station;         ///< world coordinates
-  std::optional<osg::BoundingBoxd> clip;     ///< world coordinates, each side at least `kLeastClipExtent`
+  std::optional<osg::BoundingBoxd> clip;     ///< world coordinates, each side at least `ClipBoxControl::leastExtent`
   std::optional<std::uint64_t> memoryBytes;  ///< for the displayed points
   osgViewer::ViewerBase::ThreadingModel threading = osgViewer::ViewerBase::SingleThreaded;
   bool orthographic = false;
+  bool animation = true;
+  double rotationSpeedDegrees = 90.0;  ///< for a drag of half the window's width
   bool verbose = false;
   bool gpu = false;
   std::string screenshotFile;  ///< empty: none

@@ -19,6 +19,9 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_LIBDIR} /usr/${triple}/lib/pkgconfig)
 
+# Linked statically, so that programs need no further DLL.
+set(ZLIB_LIBRARY /usr/${triple}/lib/libz.a CACHE FILEPATH "zlib")
+
 # ctest and gtest_discover_tests run programs with it.
 string(REPLACE ";" ":" folders "${CMAKE_PREFIX_PATH}")
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../../scripts/windows/wine.sh "${folders}")

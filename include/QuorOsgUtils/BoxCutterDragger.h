@@ -29,7 +29,9 @@ namespace QuorOsgUtils {
 /// coordinates (pixels, origin at the bottom left, Y up).
 class QUOR_OSG_UTILS_EXPORT BoxPointerInfo : public osgManipulator::PointerInfo {
  public:
+  /// Without hits.
   BoxPointerInfo();
+  /// Copies hits and positions, as the assignment does.
   BoxPointerInfo(const BoxPointerInfo& other);
   /// The base class holds an iterator into its hit list. The copy's iterator points to the first copied hit.
   BoxPointerInfo& operator=(const BoxPointerInfo& other);
@@ -37,12 +39,16 @@ class QUOR_OSG_UTILS_EXPORT BoxPointerInfo : public osgManipulator::PointerInfo 
   /// Clears the hits and the camera, and resets the members below to their defaults.
   void reset();
 
+  ///@{
   /// Position of the press that started the drag.
   float _pushX = 0.0f;
   float _pushY = 0.0f;
+  ///@}
+  ///@{
   /// Position of the latest drag or release.
   float _dragX = 0.0f;
   float _dragY = 0.0f;
+  ///@}
   /// Size of a pixel in world units at the distance of the camera manipulator's centre, computed from the full vertical
   /// field of view (fixed by the interface).
   double _pixelSize = 1.0;
@@ -73,11 +79,11 @@ class QUOR_OSG_UTILS_EXPORT BoxPointerInfo : public osgManipulator::PointerInfo 
 ///
 /// Model: the extents are an axis-aligned box in this node's local frame; only face drags change them. Rotation and
 /// translation change this node's matrix. The six planes are in the frame of this node's parent, which must also be the
-/// clip node's frame. Opposite faces stay at least 0.5 local units apart, within single precision. A face drag is
-/// measured in world units but applied in local units, so the faces of a scaled node do not follow the pointer. If a
-/// handle's axis points at the eye, moving the pointer by one pixel moves the handle a long way. If a press cannot be
-/// projected onto that axis, no new start point is stored, and the drag is measured from the previous start point. An
-/// application can reject such presses by overriding the protected `handle`.
+/// clip node's frame. Opposite faces stay at least `_minSize` apart, within single precision: 0.5 local units, unless a
+/// subclass sets another value. A face drag is measured in world units but applied in local units, so the faces of a
+/// scaled node do not follow the pointer. If a handle's axis points at the eye, moving the pointer by one pixel moves
+/// the handle a long way. If a press cannot be projected onto that axis, no new start point is stored, and the drag is
+/// measured from the previous start point. An application can reject such presses by overriding the protected `handle`.
 ///
 /// Handles: cones and arrowheads have a constant size in pixels (about 20 wide and 18 long; arrowheads 150 from the
 /// centre) from the first frame on; before that, these lengths are world units. The rings surround the box. Handles are
@@ -104,10 +110,12 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   /// constructor writes no planes. Initial mode: CUTTER_SCALE with all cones hidden.
   BoxCutterDragger(osg::BoundingBoxf box, osg::ref_ptr<osg::ClipNode> clipNode);
 
+  /// Shares the handles and the clip node with the source; see Ownership above.
   BoxCutterDragger(const BoxCutterDragger& other);
   /// The source keeps its children and shares its handles.
   BoxCutterDragger(BoxCutterDragger&& other);
 
+  /// In event traversals, handles the events if `setHandleEvents` is on; then traverses the children.
   void traverse(osg::NodeVisitor& visitor) override;
 
  protected:
@@ -132,11 +140,13 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   /// Whether the node handles events during event traversals. Default: off.
   void setHandleEvents(bool on);
 
+  ///@{
   /// Red, green, blue, alpha, 0 to 1. Takes effect in the next frame.
   void setBoxColor(osg::Vec4f color);
   void setXColor(osg::Vec4f color);
   void setYColor(osg::Vec4f color);
   void setZColor(osg::Vec4f color);
+  ///@}
 
   /// Whether the clip node keeps a point given in its frame. Always true if there is no clip node or it has no planes.
   /// Tests the clip node's planes (as last written by `applyClipPlane`), not the current box.
@@ -158,10 +168,14 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   /// The first path from a root down to the node; empty if there is none.
   void computeNodePathToRoot(osg::Node& node, osg::NodePath& path);
 
+  /// Builds the arrows along the axes, which move the box.
   void setupAxisGeometry();
+  /// Builds the cones on the faces, which resize the box.
   void setupScaleGeometry();
+  /// Builds the rings and the disc behind them, which rotate the box.
   void setupRotationGeometry();
 
+  ///@{
   /// Each returns false and does nothing if the pointer has not hit its handle.
   bool handleLeftScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleRightScale(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
@@ -175,101 +189,114 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   bool handleXTranslation(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleYTranslation(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
   bool handleZTranslation(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
+  ///@}
 
   /// Faces in the order in which a press tests them: axis by axis, the lower side first.
   enum Face : std::size_t { LEFT_FACE, RIGHT_FACE, FRONT_FACE, BACK_FACE, BOTTOM_FACE, TOP_FACE, FACE_COUNT };
 
+  /// The nodes of a face's handle.
   struct FaceHandle {
     osg::ref_ptr<osg::MatrixTransform> transform;    ///< to the centre of the face
     osg::ref_ptr<osg::MatrixTransform> orientation;  ///< its z axis points out of the box
-    osg::ref_ptr<osg::ShapeDrawable> cone;
+    osg::ref_ptr<osg::ShapeDrawable> cone;           ///< what is drawn and pressed
   };
   /// The handles of the faces, accessed by `Face` and stored in the order left, right, top, bottom, front, back.
   class FaceHandles {
    public:
+    ///@{
+    /// The handle of a `Face`; only `at` checks the number.
     FaceHandle& at(std::size_t face) { return _handles.at(kPlaces.at(face)); }
     const FaceHandle& at(std::size_t face) const { return _handles.at(kPlaces.at(face)); }
     FaceHandle& operator[](std::size_t face) { return _handles[kPlaces[face]]; }
     const FaceHandle& operator[](std::size_t face) const { return _handles[kPlaces[face]]; }
+    ///@}
 
+    /// Always 6.
     std::size_t size() const { return _handles.size(); }
+    ///@{
     /// Iteration is in storage order.
     FaceHandle* begin() { return _handles.data(); }
     FaceHandle* end() { return _handles.data() + _handles.size(); }
     const FaceHandle* begin() const { return _handles.data(); }
     const FaceHandle* end() const { return _handles.data() + _handles.size(); }
+    ///@}
 
    private:
     static constexpr std::array<std::size_t, FACE_COUNT> kPlaces = {0, 1, 4, 5, 3, 2};
     std::array<FaceHandle, FACE_COUNT> _handles;
   };
+  /// The nodes of an axis arrow.
   struct AxisHandle {
     osg::ref_ptr<osg::MatrixTransform> transform;  ///< its z axis is the axis of the box
-    osg::ref_ptr<osg::ShapeDrawable> head;
-    osg::ref_ptr<osg::Geometry> shaft;
+    osg::ref_ptr<osg::ShapeDrawable> head;         ///< the cone at its tip
+    osg::ref_ptr<osg::Geometry> shaft;             ///< the line from the centre
   };
+  /// The nodes of a ring.
   struct RingHandle {
     osg::ref_ptr<osg::MatrixTransform> transform;  ///< the ring lies in its xy plane
-    osg::ref_ptr<osg::Geometry> ring;
+    osg::ref_ptr<osg::Geometry> ring;              ///< the line that is drawn
   };
 
   /// True from a press that a handle accepted until the next release.
   bool _draggerActive = false;
-  bool _handleEvents = false;
-  CutterType _type = CUTTER_SCALE;
+  bool _handleEvents = false;       ///< see `setHandleEvents`
+  CutterType _type = CUTTER_SCALE;  ///< see `setType`
   /// Minimum extent of the box along each axis, in local units.
   float _minSize = 0.5f;
 
-  osg::ref_ptr<osg::Geometry> _topOutline;
-  osg::ref_ptr<osg::Geometry> _bottomOutline;
-  osg::ref_ptr<osg::Geometry> _verticalEdges;
-  osg::ref_ptr<osg::Switch> _scaleSwitch;
-  osg::ref_ptr<osg::MatrixTransform> _boxCenter;
-  FaceHandles _faces;
-  osg::ref_ptr<osg::Switch> _translateSwitch;
-  osg::ref_ptr<osg::MatrixTransform> _axesTransform;
-  std::array<AxisHandle, 3> _axes;  ///< X, Y, Z; `_rings` likewise
-  osg::ref_ptr<osg::Switch> _rotateSwitch;
-  osg::ref_ptr<osg::MatrixTransform> _ringsTransform;
-  std::array<RingHandle, 3> _rings;
+  osg::ref_ptr<osg::Geometry> _topOutline;             ///< the edges around the top face
+  osg::ref_ptr<osg::Geometry> _bottomOutline;          ///< the edges around the bottom face
+  osg::ref_ptr<osg::Geometry> _verticalEdges;          ///< the other four edges
+  osg::ref_ptr<osg::Switch> _scaleSwitch;              ///< on in CUTTER_SCALE
+  osg::ref_ptr<osg::MatrixTransform> _boxCenter;       ///< to the centre of the box; parent of the faces' handles
+  FaceHandles _faces;                                  ///< the cones
+  osg::ref_ptr<osg::Switch> _translateSwitch;          ///< on in CUTTER_TRANSLATE
+  osg::ref_ptr<osg::MatrixTransform> _axesTransform;   ///< to the centre of the box; parent of the arrows
+  std::array<AxisHandle, 3> _axes;                     ///< X, Y, Z
+  osg::ref_ptr<osg::Switch> _rotateSwitch;             ///< on in CUTTER_ROTATE
+  osg::ref_ptr<osg::MatrixTransform> _ringsTransform;  ///< to the centre of the box, with the size of the rings
+  std::array<RingHandle, 3> _rings;                    ///< X, Y, Z
 
+  ///@{
   /// Lines along the three axes. Drags do not use them; they are fixed by the interface.
   osg::ref_ptr<osgManipulator::LineProjector> _xProjector;
   osg::ref_ptr<osgManipulator::LineProjector> _yProjector;
   osg::ref_ptr<osgManipulator::LineProjector> _zProjector;
+  ///@}
   /// For the current drag: the line along z in its handle's frame.
   osg::ref_ptr<osgManipulator::LineProjector> _lineProjector;
+  /// For the current rotation: the cylinder about its axis.
   osg::ref_ptr<osgManipulator::CylinderPlaneProjector> _cylinderProjector;
 
-  osg::ref_ptr<osg::ClipNode> _clipNode;
-  osg::BoundingBoxf _box;
-  osg::BoundingBoxf _startBox;  ///< at the press that began the drag
+  osg::ref_ptr<osg::ClipNode> _clipNode;  ///< receives the planes; may be null
+  osg::BoundingBoxf _box;                 ///< the extents, in local units
+  osg::BoundingBoxf _startBox;            ///< at the press that began the drag
   /// Applies the motion commands of the drags to this node's matrix.
   osg::ref_ptr<osgManipulator::DraggerTransformCallback> _transformCallback;
 
   osg::Vec4f _highlightColor = osg::Vec4f(1.0f, 1.0f, 0.0f, 1.0f);  ///< never drawn; fixed by the interface
-  osg::Vec4f _boxColor = osg::Vec4f(0.9f, 0.9f, 0.9f, 1.0f);
-  osg::Vec4f _xColor = osg::Vec4f(1.0f, 0.0f, 0.0f, 1.0f);
-  osg::Vec4f _yColor = osg::Vec4f(0.0f, 1.0f, 0.0f, 1.0f);
-  osg::Vec4f _zColor = osg::Vec4f(0.0f, 0.0f, 1.0f, 1.0f);
+  osg::Vec4f _boxColor = osg::Vec4f(0.9f, 0.9f, 0.9f, 1.0f);        ///< of the outline
+  osg::Vec4f _xColor = osg::Vec4f(1.0f, 0.0f, 0.0f, 1.0f);          ///< of the handles for X
+  osg::Vec4f _yColor = osg::Vec4f(0.0f, 1.0f, 0.0f, 1.0f);          ///< of the handles for Y
+  osg::Vec4f _zColor = osg::Vec4f(0.0f, 0.0f, 1.0f, 1.0f);          ///< of the handles for Z
 
   /// The press projected onto the line of `_lineProjector`, in that line's frame.
   osg::Vec3d _startProjectedPoint;
-  /// The pointer's latest projection onto the rotation cylinder, in world coordinates, and the rotation since the
-  /// press.
-  osg::Vec3d _prevWorldProjPt;
-  osg::Quat _prevRotation;
-  osg::Matrixd _startLocalToWorld;
-  osg::Matrixd _startWorldToLocal;
+  osg::Vec3d _prevWorldProjPt;  ///< the pointer's latest projection onto the rotation cylinder, in world coordinates
+  osg::Quat _prevRotation;      ///< the rotation since the press
+  osg::Matrixd _startLocalToWorld;  ///< of the dragged handle, at the press
+  osg::Matrixd _startWorldToLocal;  ///< its inverse
 
   /// Traversal mask for the hit test of a press.
   unsigned int _intersectionMask = ~0U;
-  BoxPointerInfo _pointer;
-  std::vector<osg::Plane> _clipPlanes;
+  BoxPointerInfo _pointer;              ///< of the current drag
+  std::vector<osg::Plane> _clipPlanes;  ///< see `getAllClipPlane`
   /// A third of the viewport's height in pixels at the latest event. Never read; fixed by the interface.
   double _screenScale = 100.0;
 
  private:
+  friend class ClipBoxControl;
+
   using Handler = bool (BoxCutterDragger::*)(const BoxPointerInfo&, const osgGA::GUIEventAdapter&,
                                              osgGA::GUIActionAdapter&);
   using FaceSetter = void (BoxCutterDragger::*)(float delta);

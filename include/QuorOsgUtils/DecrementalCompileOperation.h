@@ -83,17 +83,22 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
   /// A request: the child to detach from its parent.
   class QUOR_OSG_UTILS_EXPORT DeleteSet : public osg::Referenced {
    public:
+    /// An empty request, which detaches nothing.
     DeleteSet();
+    /// The request to detach `node` from `group`.
     DeleteSet(osg::Group* group, osg::Node* node);
+    ///@{
+    /// Copies the group, the node and the callback.
     DeleteSet(const DeleteSet& other);
     DeleteSet& operator=(const DeleteSet& other);
+    ///@}
 
     /// Detaches the node from the group on the calling thread, without any lock, if the group still exists and the node
     /// is its child. Always true.
     bool deleteop();
 
-    osg::observer_ptr<osg::Group> _group;
-    osg::ref_ptr<osg::Node> _node;
+    osg::observer_ptr<osg::Group> _group;  ///< the parent; not kept alive
+    osg::ref_ptr<osg::Node> _node;         ///< the child to detach
     /// Default: null. Set it before the request is added.
     osg::ref_ptr<DeleteCompletedCallback> _deleteCompletedCallback;
 
@@ -101,8 +106,8 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
     ~DeleteSet() override;
   };
 
-  using DeleteSets = std::list<osg::ref_ptr<DeleteSet>>;
-  using ContextSet = std::set<osg::GraphicsContext*>;
+  using DeleteSets = std::list<osg::ref_ptr<DeleteSet>>;  ///< requests, in order of arrival
+  using ContextSet = std::set<osg::GraphicsContext*>;     ///< contexts that have this operation
 
   /// The operation's name is "DecrementalCompileOperation". Contexts keep it in their queues after each run.
   DecrementalCompileOperation();
@@ -113,48 +118,65 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
   /// Whether this operation has been added to any context.
   bool isActive() const;
 
+  ///@{
   /// Frames per second. Default: 100.
   void setTargetFrameRate(double targetFrameRate);
   double getTargetFrameRate();
+  ///@}
 
+  ///@{
   /// Seconds. Default: 0.001.
   void setMinimumTimeAvailableForGLCompileAndDeletePerFrame(double seconds);
   double getMinimumTimeAvailableForGLCompileAndDeletePerFrame();
+  ///@}
 
-  /// Default: 20.
+  ///@{
+  /// A number of objects. Default: 20.
   void setMaximumNumOfObjectsToDeletePerFrame(unsigned int count);
   unsigned int getMaximumNumOfObjectsToDeletePerFrame();
+  ///@}
 
-  /// Default: 0.5 each.
+  ///@{
+  /// Shares of a frame's time. Default: 0.5 each.
   void setFlushTimeRatio(double ratio);
   double getFlushTimeRatio();
   void setConservativeTimeRatio(double ratio);
   double getConservativeTimeRatio();
+  ///@}
 
-  /// Default: 0 each.
+  ///@{
+  /// Frame numbers. Default: 0 each.
   void setCurrentFrameNumber(unsigned int frameNumber);
   unsigned int getCurrentFrameNumber();
   void setDeleteAllTillFrameNumber(unsigned int frameNumber);
   unsigned int getDeleteAllTillFrameNumber();
+  ///@}
 
   /// Sets the delete-all-till frame number to the current one plus `numFramesToDeleteAll`; the sum wraps at 2^32.
   void compileAllForNextFrame(unsigned int numFramesToDeleteAll);
 
+  ///@{
+  /// The contexts to which this operation has been added.
   ContextSet& getContextSet();
   const ContextSet& getContextSet() const;
+  ///@}
 
+  ///@{
   /// Add this operation to contexts, or remove it. Null, contexts that already have it (when adding) and contexts that
   /// do not have it (when removing) are ignored.
   void assignContexts(std::vector<osg::GraphicsContext*>& contexts);
   void removeContexts(std::vector<osg::GraphicsContext*>& contexts);
   void addGraphicsContext(osg::GraphicsContext* gc);
   void removeGraphicsContext(osg::GraphicsContext* gc);
+  ///@}
 
   /// Queues the removal of `node` from `group`.
   void add(osg::Group* group, osg::Node* node);
+  ///@{
   /// Queue a request, or remove its first occurrence from the queue. Null and requests that are not queued are ignored.
   void add(DeleteSet* set);
   void remove(DeleteSet* set);
+  ///@}
 
   /// Whether no request is pending.
   bool isEmpty();
@@ -164,10 +186,12 @@ class QUOR_OSG_UTILS_EXPORT DecrementalCompileOperation : public osg::GraphicsOp
   void operator()(osg::GraphicsContext* context) override;
   using osg::GraphicsOperation::operator();
 
+  ///@{
   /// The pending requests in order of arrival, and the mutex to hold while accessing them. The mutex is not recursive:
   /// while holding it, make no other call that uses the queue.
   OpenThreads::Mutex* getToCompiledMutex();
   DeleteSets& getToCompile();
+  ///@}
 
  protected:
   /// Finishes the requests of the list, front to back, on the calling thread. Each is removed from the list after its

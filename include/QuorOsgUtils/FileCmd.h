@@ -53,22 +53,28 @@ class QUOR_OSG_UTILS_EXPORT FileCmd {
   /// Does the work. `proxy` represents the command's file and is null only in a direct call.
   virtual void operator()(const FileProxy* proxy, FileManager* manager) = 0;
 
+  /// The path of the file, as given to the constructor.
   const std::string& getFile() const;
+  /// The priority, as given to the constructor.
   Priority getPriority() const;
   /// The next command of the chain, or null.
   FileCmd* getNext() const;
   /// Inserts `cmd`, which must not be in another chain, between this command and its next. Null, this command itself
   /// and a command that already follows anywhere in this chain are ignored.
   void setNext(FileCmd* cmd);
-  /// Default: off.
+  ///@{
+  /// Whether the manager deletes the command after it has run. Default: off.
   bool getAutoDelete() const;
   void setAutoDelete(const bool& autoDelete);
+  ///@}
 
  protected:
+  ///@{
   /// Call `FilePtr::map` and `FilePtr::unmap` of the proxy's file; `map` returns null if the file is not registered.
   /// Call them only on the thread that runs the command, while it runs; any other use ends the process.
   [[nodiscard]] static void* map(const FileProxy* proxy, std::int64_t offset, std::int64_t size);
   static void unmap(const FileProxy* proxy, void* p);
+  ///@}
 
  private:
   bool _isFollowedBy(const FileCmd& cmd) const;
@@ -82,6 +88,7 @@ class QUOR_OSG_UTILS_EXPORT FileCmd {
 /// command, or while there is no worker. A pushed `OpenFile` does nothing. All of this is fixed by the interface.
 class QUOR_OSG_UTILS_EXPORT OpenFile : public FileCmd {
  public:
+  /// `file` is the path to open.
   OpenFile(const std::string& file, Priority priority);
   void operator()(const FileProxy* proxy, FileManager* manager) override;
 };
@@ -89,6 +96,7 @@ class QUOR_OSG_UTILS_EXPORT OpenFile : public FileCmd {
 /// Closes the file and unmaps all its views. Does nothing if the file is not registered.
 class QUOR_OSG_UTILS_EXPORT CloseFile : public FileCmd {
  public:
+  /// `file` is the path under which the file is registered.
   CloseFile(const std::string& file, Priority priority);
   void operator()(const FileProxy* proxy, FileManager* manager) override;
 };
@@ -96,6 +104,7 @@ class QUOR_OSG_UTILS_EXPORT CloseFile : public FileCmd {
 /// Closes the file and deletes it from the disk. Does nothing if the file is not registered.
 class QUOR_OSG_UTILS_EXPORT RemoveFile : public FileCmd {
  public:
+  /// `file` is the path under which the file is registered.
   RemoveFile(const std::string& file, Priority priority);
   void operator()(const FileProxy* proxy, FileManager* manager) override;
 };

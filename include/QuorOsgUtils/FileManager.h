@@ -56,6 +56,7 @@ class QUOR_OSG_UTILS_EXPORT FileProxy {
 /// in the same way and still belongs to the caller.
 class QUOR_OSG_UTILS_EXPORT FileManager {
  public:
+  /// The only manager, created by the first call.
   static FileManager* getInstance();
   FileManager(const FileManager&) = delete;
   FileManager& operator=(const FileManager&) = delete;
@@ -76,6 +77,7 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   friend class OpenFile;
   friend class RemoveFile;
   friend class RegisterFile;
+  friend class FileJobs;
 
   FileManager();
   virtual ~FileManager();
@@ -83,6 +85,8 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   /// Runs the next queued command with its chain on the calling thread; returns at once if none is queued. Only one
   /// thread at a time, and not while the worker runs.
   virtual void run();
+  /// False if there is no memory to queue the command.
+  bool _tryPush(FileCmd& cmd);
   void _work();
   void _joinWorker();
   bool _stopForGood();

@@ -10,6 +10,8 @@
 
 namespace QuorOsgUtils {
 
+class FileMapping;
+
 /// Random access to an existing file through mapped views, for files of any size.
 ///
 ///     osg::ref_ptr<QuorOsgUtils::FilePtr> file = new QuorOsgUtils::FilePtr("town.las");
@@ -25,10 +27,10 @@ namespace QuorOsgUtils {
 ///
 /// Ownership: views belong to the object. `close` unmaps them, and so does releasing the last reference. Nothing else
 /// unmaps a view whose requested offset was not a multiple of the granularity: `unmap` ignores its pointer (fixed by
-/// the interface).
-/// Threads: any number of threads may call `map` and `unmap` at the same time; call `open` and `close` only while no
-/// other call runs.
-/// GL: none. Paths: passed to the system unchanged; on Windows in the user's default encoding.
+/// the interface). `FileView` aligns the offset and unmaps its view; `ReadOnlyFile` opens files that may not be
+/// written. Threads: any number of threads may call `map` and `unmap` at the same time; call `open` and `close` only
+/// while no other call runs. GL: none. Paths: passed to the system unchanged; on Windows in the user's default
+/// encoding.
 ///
 /// Errors: nothing is thrown. Each failure writes one line, except that `map` returns null silently when memory is
 /// exhausted. If the file cannot be opened: "Error creating file: " and the system's error number, to standard error.
@@ -80,7 +82,10 @@ class QUOR_OSG_UTILS_EXPORT FilePtr : public osg::Referenced {
   void unmap(void* p);
 
  private:
+  friend class FileView;
   struct Private;
+
+  const FileMapping& _mapping() const;
 
   std::unique_ptr<Private> _data;
   bool _valid = true;

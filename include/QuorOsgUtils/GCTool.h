@@ -24,15 +24,19 @@ class QUOR_OSG_UTILS_EXPORT GCTool {
  public:
   GCTool() = delete;
 
+  /// The name of the vendor: `GL_VENDOR`.
   static const char* getGPUVendor();
+  /// The name of the GPU, or of a software renderer: `GL_RENDERER`.
   static const char* getGPURender();
+  /// The version of the shading language: `GL_SHADING_LANGUAGE_VERSION`.
   static const char* getGLSLVersion();
 
   /// All extensions, separated by spaces, as `glGetString(GL_EXTENSIONS)` returns them.
   static const char* getGPUExt();
 
-  /// The maximum number of uniform components in a vertex or fragment shader, in decimal: a `vec4` counts four.
+  /// The maximum number of uniform components in a vertex shader, in decimal: a `vec4` counts four.
   static const char* getVertexMaxUniform();
+  /// The same for a fragment shader.
   static const char* getFragmentMaxUniform();
 };
 

@@ -34,11 +34,13 @@ class QUOR_OSG_UTILS_EXPORT LogFile {
   LogFile(const LogFile&) = delete;
   LogFile& operator=(const LogFile&) = delete;
 
-  /// Each writes one entry. `message` is null-terminated UTF-8 (on Windows, unless the library was built for UTF-8,
+  ///@{
+  /// Writes one entry. `message` is null-terminated UTF-8 (on Windows, unless the library was built for UTF-8,
   /// text in the active code page). It may be empty, long or have several lines. Null is written as "(null)".
   void info(const char* message);
   void debug(const char* message);
   void error(const char* message);
+  ///@}
 
  private:
   LogFile();

@@ -39,10 +39,12 @@ class QUOR_OSG_UTILS_EXPORT SManipulatorBase : public osgGA::OrbitManipulator {
   /// Replaces both parts of the orbit rotation. Does nothing here.
   virtual void setPitchWithYawQuat(osg::Quat pitch, osg::Quat yaw);
 
+  ///@{
   /// The point last stored by `setViewCenter`; navigation never reads it. Drags and wheel steps of the point-cloud
   /// manipulators reset it to (0, 0, 0).
   osg::Vec3d getViewCenter();
   void setViewCenter(osg::Vec3d center);
+  ///@}
 
   /// The unit vector that points to the right in the current view, in world axes.
   osg::Vec3d getViewRight();
@@ -54,6 +56,7 @@ class QUOR_OSG_UTILS_EXPORT SManipulatorBase : public osgGA::OrbitManipulator {
 /// The common layer of the manipulators for lidar data. It adds only its type to `SManipulatorBase`.
 class QUOR_OSG_UTILS_EXPORT SLidarManipulatorBase : public SManipulatorBase {
  public:
+  /// The same as an `SManipulatorBase`.
   SLidarManipulatorBase();
 
   /// Copies the orbit state shallowly, and the view centre.

@@ -36,13 +36,16 @@ class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation
   /// Stores the resulting rotation as the initial one and as the pitch; sets yaw to identity.
   void setTransformation(const osg::Vec3d& eye, const osg::Vec3d& center, const osg::Vec3d& up) override;
 
+  /// Changes yaw and pitch by the movement between the last two recorded events. Returns false without two such events.
   bool performNormalMovementRightMouseButton(double eventTimeDelta, double dx, double dy) override;
 
+  ///@{
   /// The trackball rotation from p1 to p2, both in normalised window coordinates (-1 to 1): `axis` in world axes,
   /// `angle` in radians. The points lie in the plane of two view axes of `rotation`: right and up for XY, up and
   /// forward for YZ. Unlike in OSG's trackball, they are not projected onto a sphere.
   void trackXYball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y, float p2x, float p2y);
   void trackYZball(osg::Vec3d& axis, float& angle, osg::Quat& rotation, float p1x, float p1y, float p2x, float p2y);
+  ///@}
 
  protected:
   /// Moves pivot, orbit centre and marker to the point on the line from the eye through the orbit centre that is
@@ -51,7 +54,7 @@ class QUOR_OSG_UTILS_EXPORT SPointCloudManipulator : public PointCloudNavigation
   /// finite.
   void placePivot(const osgGA::GUIEventAdapter& ea, osgViewer::Viewer& viewer) override;
 
-  osg::Quat _initialRotation;
+  osg::Quat _initialRotation;  ///< as last stored by `setTransformation`
   /// In radians; not meaningful before the first `setTransformation`.
   double _initialRotationAngle = 0.0;
 };

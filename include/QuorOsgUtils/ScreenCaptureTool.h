@@ -24,7 +24,15 @@ namespace QuorOsgUtils {
 ///     op->block();  // returns once captureImage has run on the draw thread
 ///
 /// The barrier has a count of two: the draw thread and exactly one waiting thread. The draw thread waits too, so a
-/// request that no thread waits for blocks drawing.
+/// request that no thread waits for blocks drawing. `ImageCapture` avoids all that follows:
+/// - No thread that draws may wait: with SingleThreaded the frame that it waits for is never drawn.
+/// - The waiting thread waits for ever if no frame is drawn (the viewer draws on demand, the window is closed), or if
+///   frames are drawn without a frame-buffer object. Withdrawing the request (`setCaptureOp(nullptr)`) does not end
+///   the wait.
+/// - `invalidate()` (of `OpenThreads::Barrier`, any thread) frees a stuck thread: all waits on this barrier end, and
+///   later ones return at once. The draw thread then does not wait either. An invalidated request can still be served,
+///   so withdraw it first, if no longer wanted, while nothing is drawn.
+/// - Each request serves one image; use a new one for the next.
 ///
 /// Ownership: reference-counted; the requesting thread holds its own `osg::ref_ptr` until `block` has returned.
 class QUOR_OSG_UTILS_EXPORT CaptureOp : public OpenThreads::Barrier, public virtual osg::Referenced {
@@ -40,11 +48,13 @@ class QUOR_OSG_UTILS_EXPORT CaptureOp : public OpenThreads::Barrier, public virt
   /// to the tool and its content lasts only until the call returns, so copy or swap it out. Must not throw.
   virtual void captureImage(int width, int height, std::vector<unsigned char>& rgba) = 0;
 
+  ///@{
   /// Two plain flags for the application. The capture neither reads nor writes them; they are not synchronised.
   void setFlag(bool flag);
   bool getFlag();
   void setActive(bool active);
   bool getActive();
+  ///@}
 
  private:
   bool _flag = false;
@@ -75,6 +85,12 @@ class QUOR_OSG_UTILS_EXPORT CaptureOp : public OpenThreads::Barrier, public virt
 /// vectors and the stored viewport; a reader on another thread holds it while reading, and may still see pixels of two
 /// frames mixed, since the pixels themselves, the matrices and the depth range are written without it. A request is
 /// passed without a lock: set the next one only when `getCaptureOp` returns null.
+///
+/// Matrices: those of the camera at the time of the capture. With SingleThreaded and CullDrawThreadPerContext they are
+/// those of the captured frame. With DrawThreadPerContext (OpenSceneGraph's usual choice) and
+/// CullThreadPerCameraDrawThreadPerContext the event thread may already have moved the camera for the next frame while
+/// this one is drawn: then the matrices do not fit the pixels, and picks in a moving view miss the scene.
+/// `SnapshotCaptureTool` keeps them together.
 ///
 /// GL: the context must be current and stays current. State left behind, fixed by the interface:
 /// `GL_PROGRAM_POINT_SIZE` enabled and, after a capture, draw frame buffer 0 and the object as read frame buffer with
@@ -111,10 +127,10 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
     /// width × height × 4: colour attachment 4. Signed despite the name (fixed by the interface).
     const std::vector<int>& getPCUIntBuffer();
 
-    /// World to view, of the last capture; identity before it.
+    /// World to view, of the camera at the last capture; identity before it.
     const osg::Matrixd& getViewMatrix();
 
-    /// View to clip space, of the last capture; identity before it.
+    /// View to clip space, of the camera at the last capture; identity before it.
     const osg::Matrixd& getProjectionMatrix();
 
     /// The depth range of the last capture, (0, 0) before the first. Background (depths of exactly 1) is ignored. The
@@ -169,7 +185,11 @@ class QUOR_OSG_UTILS_EXPORT ScreenCaptureTool : public osg::Camera::DrawCallback
   CaptureOp* getCaptureOp();
 
  private:
+  friend class SnapshotCaptureTool;
   class Capture;
+
+  /// The capture with another request than that of `setCaptureOp`.
+  void _capture(osg::RenderInfo& renderInfo, osg::ref_ptr<CaptureOp>& request) const;
 
   mutable FrameBuffer _frameBuffer;
   osg::ref_ptr<osg::Image> _image;  // not used, like `_text`; fixed by the interface

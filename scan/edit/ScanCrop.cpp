@@ -18,6 +18,17 @@ bool sameFile(const std::string& one, const std::string& other) {
   return std::filesystem::equivalent(toPath(one), toPath(other), neitherExists);
 }
 
+/// Whether a file with that name is in a folder, at any depth.
+bool isInFolder(const std::string& path, const std::string& folder) {
+  std::error_code ignored;
+  if (!std::filesystem::is_directory(toPath(folder), ignored)) {
+    return false;
+  }
+  const std::filesystem::path outer = std::filesystem::canonical(toPath(folder), ignored);
+  const std::filesystem::path inner = std::filesystem::weakly_canonical(toPath(path), ignored);
+  return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first == outer.end();
+}
+
 }  // namespace
 
 bool insidePlanes(const std::vector<osg::Plane>& planes, const osg::Vec3d& point) {
@@ -31,12 +42,15 @@ ScanCrop::ScanCrop(ScanReader& source, std::string target, InsideTest inside)
   _writer = std::make_unique<LasWriter>(_target, _metadata.header, _metadata.variableRecords);
 }
 
-// Opening the temporary file would overwrite the scan as well.
+// Opening the temporary file would overwrite the scan as well. A folder of a scan is left alone as a whole.
 void ScanCrop::_refuseSource() const {
   for (const std::string& path : {_target, LasWriter::partPath(_target)}) {
     if (sameFile(path, _source.info().path)) {
       _fail("this would overwrite the scan being copied");
     }
+  }
+  if (isInFolder(_target, _source.info().path)) {
+    _fail("this is in the folder of the scan being copied");
   }
 }
 

@@ -24,18 +24,18 @@ bool insidePlanes(const std::vector<osg::Plane>& planes, const osg::Vec3d& point
 ///     ScanCrop crop(reader, "inside.las", [&](const osg::Vec3d& at) { return insidePlanes(planes, at - origin); });
 ///     while (!crop.finished()) crop.step(std::chrono::milliseconds(20));
 ///
-/// For LAS and LAZ the file keeps everything: version, point format, records byte for byte, scale and offset,
-/// identifiers, texts and dates, variable length records, also extended ones. Only counts and bounds become those of
-/// the points in it, records on compression and spatial indices are left out, and waveforms are copied whole or, if
-/// they are in a file of their own (`.wdp`), stay there under its old name. For other formats see
+/// For LAS and LAZ, and for the tiles of EPT, the file keeps everything: version, point format, records byte for byte,
+/// scale and offset, identifiers, texts and dates, variable length records, also extended ones. Only counts and bounds
+/// become those of the points in it, records on compression and spatial indices are left out, and waveforms are copied
+/// whole or, if they are in a file of their own (`.wdp`), stay there under its old name. For other formats see
 /// `ScanReader::lasMetadata`.
 ///
 /// The file is written as `target` with `.part` appended and renamed last. Until then, after any error, and if the crop
 /// is destroyed before it has finished, an existing file of that name is unchanged and nothing else is left behind.
 ///
 /// Throws ScanError if the scan cannot be read, and ScanWriteError if the file cannot be written: the folder is not
-/// writable, the disk is full, the target is the scan itself, or no point lies inside, in which case no file is
-/// written. One thread at a time; the scan's reader may be used between the calls.
+/// writable, the disk is full, the target is the scan itself or in the folder of an EPT scan, or no point lies inside,
+/// in which case no file is written. One thread at a time; the scan's reader may be used between the calls.
 class ScanCrop {
  public:
   /// `source` outlives the crop. Opens the temporary file.

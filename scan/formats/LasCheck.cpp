@@ -9,10 +9,6 @@ namespace {
 
 constexpr std::array<const char*, 3> kAxisNames = {"x", "y", "z"};
 
-std::string text(std::uint64_t number) {
-  return std::to_string(number);
-}
-
 class HeaderCheck {
  public:
   explicit HeaderCheck(const ScanFile& file) : _file(file) {}
@@ -44,15 +40,15 @@ class HeaderCheck {
     const std::uint16_t needed = lasHeaderLengthBytes(bytes.size() > 25 ? _las.header.versionMinor : 0);
     const bool knownVersion = bytes.size() <= 25 || (_las.header.versionMajor == 1 && _las.header.versionMinor <= 4);
     if (knownVersion && bytes.size() < needed) {
-      throw _file.error("the file ends inside its header, at byte " + text(bytes.size()) + ": " + text(needed) +
-                        " bytes needed");
+      throw _file.error("the file ends inside its header, at byte " + std::to_string(bytes.size()) + ": " +
+                        std::to_string(needed) + " bytes needed");
     }
   }
 
   void _checkVersion() const {
     const LasHeader& header = _las.header;
-    const std::string found =
-        text(header.versionMajor) + "." + text(header.versionMinor) + " found, 1.0 to 1.4 supported";
+    const std::string found = std::to_string(header.versionMajor) + "." + std::to_string(header.versionMinor) +
+                              " found, 1.0 to 1.4 supported";
     if (header.versionMajor != 1) {
       _fail("unsupported LAS version", &LasHeader::versionMajor, found);
     }
@@ -66,17 +62,18 @@ class HeaderCheck {
     const std::uint16_t least = lasHeaderLengthBytes(header.versionMinor);
     if (header.headerLengthBytes < least) {
       _fail("the header size is too small", &LasHeader::headerLengthBytes,
-            text(header.headerLengthBytes) + " bytes found, LAS 1." + text(header.versionMinor) + " needs " +
-                text(least));
+            std::to_string(header.headerLengthBytes) + " bytes found, LAS 1." + std::to_string(header.versionMinor) +
+                " needs " + std::to_string(least));
     }
     if (header.pointDataOffsetBytes < header.headerLengthBytes) {
       _fail("the point data begin inside the header", &LasHeader::pointDataOffsetBytes,
-            "offset " + text(header.pointDataOffsetBytes) + ", the header ends at byte " +
-                text(header.headerLengthBytes));
+            "offset " + std::to_string(header.pointDataOffsetBytes) + ", the header ends at byte " +
+                std::to_string(header.headerLengthBytes));
     }
     if (header.pointDataOffsetBytes > _file.size()) {
       _fail("the point data begin beyond the end of the file", &LasHeader::pointDataOffsetBytes,
-            "offset " + text(header.pointDataOffsetBytes) + ", the file ends at byte " + text(_file.size()));
+            "offset " + std::to_string(header.pointDataOffsetBytes) + ", the file ends at byte " +
+                std::to_string(_file.size()));
     }
   }
 
@@ -84,13 +81,14 @@ class HeaderCheck {
     const LasHeader& header = _las.header;
     _las.layout = RecordLayout::of(header.plainFormat());
     if (_las.layout == nullptr) {
-      _fail("unsupported point format", &LasHeader::pointFormat,
-            text(header.plainFormat()) + " found, 0 to " + text(kLasFormatCount - 1) + " supported");
+      _fail(
+          "unsupported point format", &LasHeader::pointFormat,
+          std::to_string(header.plainFormat()) + " found, 0 to " + std::to_string(kLasFormatCount - 1) + " supported");
     }
     if (header.recordLengthBytes < _las.layout->lengthBytes) {
       _fail("the record length is too small", &LasHeader::recordLengthBytes,
-            text(header.recordLengthBytes) + " bytes found, point format " + text(header.plainFormat()) + " needs " +
-                text(_las.layout->lengthBytes));
+            std::to_string(header.recordLengthBytes) + " bytes found, point format " +
+                std::to_string(header.plainFormat()) + " needs " + std::to_string(_las.layout->lengthBytes));
     }
   }
 
@@ -138,9 +136,10 @@ class HeaderCheck {
       return;
     }
     const std::string what = "the file is truncated or its point count is wrong";
-    const std::string comparison = text(_las.pointCount) + " records of " + text(_las.header.recordLengthBytes) +
-                                   " bytes expected from byte " + text(_las.pointDataOffsetBytes) + " on, " +
-                                   text(held) + " found, the file ends at byte " + text(_file.size());
+    const std::string comparison = std::to_string(_las.pointCount) + " records of " +
+                                   std::to_string(_las.header.recordLengthBytes) + " bytes expected from byte " +
+                                   std::to_string(_las.pointDataOffsetBytes) + " on, " + std::to_string(held) +
+                                   " found, the file ends at byte " + std::to_string(_file.size());
     if (_las.header.extendedPointCount != 0) {
       _fail(what, &LasHeader::extendedPointCount, comparison);
     }
@@ -154,7 +153,7 @@ class HeaderCheck {
 }  // namespace
 
 std::string CheckedLas::formatText() const {
-  return "LAS 1." + text(header.versionMinor) + ", point format " + text(header.plainFormat()) +
+  return "LAS 1." + std::to_string(header.versionMinor) + ", point format " + std::to_string(header.plainFormat()) +
          (header.compressed() ? ", compressed (LAZ)" : "");
 }
 

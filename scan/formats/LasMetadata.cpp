@@ -21,11 +21,6 @@ bool tellsArrangement(const LasRecordHead& head) {
                      [&](const auto& record) { return head.is(record.first, record.second); });
 }
 
-struct ExtendedRecord {
-  LasRecordHead head;
-  FileRange range;
-};
-
 class MetadataReader {
  public:
   MetadataReader(const ScanFile& file, const CheckedLas& las) : _file(file), _las(las) {}
@@ -66,22 +61,16 @@ class MetadataReader {
 
   /// The length of the record at `at`; nothing if it would extend beyond `end`.
   std::optional<std::uint64_t> _takeVariableRecord(std::uint64_t at, std::uint64_t end) {
-    if (end - at < LasRecordHead::kBytes) {
+    const std::optional<LasRecord> record = lasRecordAt(_file, at, end, false);
+    if (!record) {
       return std::nullopt;
     }
-    std::array<unsigned char, LasRecordHead::kBytes> bytes{};
-    _file.read(at, bytes.data(), bytes.size());
-    const LasRecordHead head = LasRecordHead::parse(bytes.data(), false);
-    const std::uint64_t length = LasRecordHead::kBytes + head.contentBytes;
-    if (end - at < length) {
-      return std::nullopt;
-    }
-    if (tellsArrangement(head)) {
+    if (tellsArrangement(record->head)) {
       --_metadata.header.variableRecordCount;
     } else {
-      _appendToVariableRecords(at, length);
+      _appendToVariableRecords(at, record->range.bytes);
     }
-    return length;
+    return record->range.bytes;
   }
 
   void _appendToVariableRecords(std::uint64_t at, std::uint64_t count) {
@@ -94,7 +83,7 @@ class MetadataReader {
   void _findExtendedRecords() {
     std::uint64_t at = _las.header.extendedRecordsOffsetBytes;
     for (std::uint32_t record = 0; record < _las.header.extendedRecordCount; ++record) {
-      const std::optional<ExtendedRecord> found = _extendedRecordAt(at);
+      const std::optional<LasRecord> found = _extendedRecordAt(at);
       if (!found) {
         break;
       }
@@ -112,7 +101,7 @@ class MetadataReader {
     if (offset == 0) {
       return;
     }
-    const std::optional<ExtendedRecord> found = _extendedRecordAt(offset);
+    const std::optional<LasRecord> found = _extendedRecordAt(offset);
     if (!found || !found->head.is(kWaveformUserId, kWaveformRecordId)) {
       return;
     }
@@ -125,18 +114,8 @@ class MetadataReader {
     }
   }
 
-  /// A record's head and the range of the whole record; nothing if it extends beyond the end of the file.
-  std::optional<ExtendedRecord> _extendedRecordAt(std::uint64_t offset) {
-    std::array<unsigned char, LasRecordHead::kExtendedBytes> bytes{};
-    if (offset > _file.size() || _file.size() - offset < bytes.size()) {
-      return {};
-    }
-    _file.read(offset, bytes.data(), bytes.size());
-    const LasRecordHead head = LasRecordHead::parse(bytes.data(), true);
-    if (head.contentBytes > _file.size() - offset - bytes.size()) {
-      return {};
-    }
-    return ExtendedRecord{head, {offset, bytes.size() + head.contentBytes}};
+  std::optional<LasRecord> _extendedRecordAt(std::uint64_t offset) const {
+    return lasRecordAt(_file, offset, _file.size(), true);
   }
 
   const ScanFile& _file;

@@ -2,17 +2,12 @@
 
 #include "scan/ScanFile.h"
 #include "scan/formats/LasCheck.h"
+#include "scan/formats/LasRecords.h"
 
 #include <optional>
 #include <vector>
 
 namespace QuorViewer {
-
-/// A byte range of a file.
-struct FileRange {
-  std::uint64_t offset = 0;
-  std::uint64_t bytes = 0;
-};
 
 /// Everything in a LAS file except its points, ready to be written to an uncompressed file with some of them.
 struct LasMetadata {

@@ -2,6 +2,7 @@
 
 #include "scan/ChunkBuilder.h"
 #include "scan/ScanSample.h"
+#include "scan/formats/LasGeoreference.h"
 #include "scan/formats/LasMetadata.h"
 
 #include <algorithm>
@@ -19,6 +20,7 @@ class LasReader : public ScanReader {
     const bool coloured = las.layout->colourOffset != 0;
     const ScanSample sample = _sample(coloured);
     sample.complete(_info, coloured);
+    addGeoreference(_file, _las, _info);
     _colour = sample.colourDepth();
   }
 
@@ -36,7 +38,7 @@ class LasReader : public ScanReader {
     return {points, {_info.scale, _info.offset - origin, _colour}};
   }
 
-  void decode(const PointRun& run, ChunkBuilder& to) override {
+  void decode(const PointRun& run, PointSink& to) override {
     requirePoints(_info, run.first, run.span());
     const auto step = static_cast<std::size_t>(run.step);
     _forEachBlock(run.first, static_cast<std::size_t>(run.span()), step,
@@ -91,13 +93,10 @@ class LasReader : public ScanReader {
 
   ScanSample _sample(bool coloured) {
     ScanSample sample;
-    const SampleRuns runs = spreadRuns(_info.pointCount, 1);
-    sample.reserve(runs.firstPoints.size() * runs.length);
-    for (const std::uint64_t first : runs.firstPoints) {
-      const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(runs.length, _info.pointCount - first));
-      _forEachBlock(first, count, 1, [&](const unsigned char* records, std::size_t held) {
-        _addRecords(records, held, coloured, sample);
-      });
+    for (const PointSpan& run : spreadRuns(_info.pointCount)) {
+      _forEachBlock(
+          run.first, static_cast<std::size_t>(run.count()), 1,
+          [&](const unsigned char* records, std::size_t held) { _addRecords(records, held, coloured, sample); });
     }
     return sample;
   }

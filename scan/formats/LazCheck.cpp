@@ -3,6 +3,7 @@
 #include "scan/LittleEndian.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 namespace QuorViewer {
@@ -22,10 +23,6 @@ constexpr std::uint16_t kItemExtraBytesExtended = 14;
 
 constexpr std::uint64_t kTablePointerBytes = 8;
 constexpr std::uint64_t kTableHeaderBytes = 8;
-
-std::string text(std::uint64_t number) {
-  return std::to_string(number);
-}
 
 /// The types of the items in a record of each point format, before any extra bytes; 0 means none.
 constexpr std::array<std::array<std::uint16_t, 4>, kLasFormatCount> kItemsOfFormat = {{
@@ -51,21 +48,20 @@ class LazCheck {
     _checkCompression();
     _checkItems();
     if (_las.pointCount > std::numeric_limits<std::uint32_t>::max()) {
-      throw _file.error("too many points for LASzip: " + text(_las.pointCount) + " found, " +
-                        text(std::numeric_limits<std::uint32_t>::max()) + " supported");
+      throw _file.error("too many points for LASzip: " + std::to_string(_las.pointCount) + " found, " +
+                        std::to_string(std::numeric_limits<std::uint32_t>::max()) + " supported");
     }
     if (_las.pointCount > 0 && _compressor != kPointwise) {
       _checkChunkTable();
     }
-    const bool chunked = _compressor != kPointwise;
-    const bool varying = chunked && _chunkPoints == kVaryingChunks;
-    return {chunked && !varying ? _chunkPoints : std::max<std::uint64_t>(_las.pointCount, 1), varying};
+    const bool equalChunks = _compressor != kPointwise && _chunkPoints != kVaryingChunks;
+    return {equalChunks ? _chunkPoints : std::max<std::uint64_t>(_las.pointCount, 1), _varyingChunks};
   }
 
  private:
   [[noreturn]] void _fail(const std::string& what, std::uint64_t byte, const std::string& field,
                           const std::string& comparison) const {
-    throw _file.error(what + ", at byte " + text(byte) + " (field \"" + field + "\"): " + comparison);
+    throw _file.error(what + ", at byte " + std::to_string(byte) + " (field \"" + field + "\"): " + comparison);
   }
 
   std::uint64_t _pointsBegin() const { return _las.pointDataOffsetBytes; }
@@ -83,9 +79,9 @@ class LazCheck {
       const LasRecordHead head = LasRecordHead::parse(bytes.data(), false);
       const std::uint64_t length = head.contentBytes;
       if (_pointsBegin() - at < length) {
-        _fail(
-            "a variable length record extends into the point data", at - 34, "record length after header",
-            text(length) + " bytes found, " + text(_pointsBegin() - at) + " left before byte " + text(_pointsBegin()));
+        _fail("a variable length record extends into the point data", at - 34, "record length after header",
+              std::to_string(length) + " bytes found, " + std::to_string(_pointsBegin() - at) + " left before byte " +
+                  std::to_string(_pointsBegin()));
       }
       _keepIfCompression(head, at);
       at += length;
@@ -98,8 +94,8 @@ class LazCheck {
 
   [[noreturn]] void _failRecords(std::uint32_t held) const {
     throw _file.error("too many variable length records, " + lasHeaderPlace(&LasHeader::variableRecordCount) + ": " +
-                      text(_las.header.variableRecordCount) + " declared, " + text(held) + " found before byte " +
-                      text(_pointsBegin()));
+                      std::to_string(_las.header.variableRecordCount) + " declared, " + std::to_string(held) +
+                      " found before byte " + std::to_string(_pointsBegin()));
   }
 
   void _keepIfCompression(const LasRecordHead& head, std::uint64_t at) {
@@ -113,7 +109,8 @@ class LazCheck {
     }
     if (length < kCompressionFixedBytes + kItemBytes) {
       _fail("the compression record is too short", at - 34, "record length after header",
-            text(length) + " bytes found, at least " + text(kCompressionFixedBytes + kItemBytes) + " needed");
+            std::to_string(length) + " bytes found, at least " + std::to_string(kCompressionFixedBytes + kItemBytes) +
+                " needed");
     }
     _recordAt = at;
     _record.resize(length);
@@ -124,11 +121,12 @@ class LazCheck {
     loadLittle(_record.data(), _compressor);
     loadLittle(_record.data() + 12, _chunkPoints);
     if (_compressor < kPointwise || _compressor > kLayeredChunked) {
-      _fail("unsupported compression", _recordAt, "compressor", text(_compressor) + " found, 1 to 3 supported");
+      _fail("unsupported compression", _recordAt, "compressor",
+            std::to_string(_compressor) + " found, 1 to 3 supported");
     }
     if ((_compressor == kLayeredChunked) != _las.layout->extended()) {
       _fail("the compression does not match the point format", _recordAt, "compressor",
-            text(_compressor) + " found with point format " + text(_las.header.plainFormat()));
+            std::to_string(_compressor) + " found with point format " + std::to_string(_las.header.plainFormat()));
     }
     if (_compressor != kPointwise && _chunkPoints == 0) {
       _fail("invalid chunk size", _recordAt + 12, "chunk size", "0 points found");
@@ -143,7 +141,8 @@ class LazCheck {
     const auto count = loadLittle<std::uint16_t>(_record.data() + 32);
     if (_record.size() < kCompressionFixedBytes + std::size_t{count} * kItemBytes) {
       _fail("the compression record is too short for its items", _recordAt + 32, "number of items",
-            text(count) + " declared, " + text((_record.size() - kCompressionFixedBytes) / kItemBytes) + " found");
+            std::to_string(count) + " declared, " +
+                std::to_string((_record.size() - kCompressionFixedBytes) / kItemBytes) + " found");
     }
     std::uint64_t bytes = 0;
     for (std::size_t item = 0; item < count; ++item) {
@@ -152,12 +151,13 @@ class LazCheck {
     }
     if (bytes != _las.header.recordLengthBytes) {
       _fail("the compressed items do not add up to a record", _recordAt + 32, "number of items",
-            text(bytes) + " bytes in all, " + text(_las.header.recordLengthBytes) + " in a record");
+            std::to_string(bytes) + " bytes in all, " + std::to_string(_las.header.recordLengthBytes) + " in a record");
     }
     const auto& wanted = kItemsOfFormat[_las.header.plainFormat()];
     if (count < wanted.size() && wanted[count] != 0) {
-      _fail("compressed items are missing", _recordAt + 32, "number of items",
-            text(count) + " found, point format " + text(_las.header.plainFormat()) + " needs more");
+      _fail(
+          "compressed items are missing", _recordAt + 32, "number of items",
+          std::to_string(count) + " found, point format " + std::to_string(_las.header.plainFormat()) + " needs more");
     }
   }
 
@@ -168,8 +168,8 @@ class LazCheck {
     if (_item(item, 0) != expected) {
       _fail("a compressed item does not match the point format", _recordAt + kCompressionFixedBytes + item * kItemBytes,
             "item type",
-            "type " + text(_item(item, 0)) + " found, type " + text(expected) + " expected with point format " +
-                text(_las.header.plainFormat()));
+            "type " + std::to_string(_item(item, 0)) + " found, type " + std::to_string(expected) +
+                " expected with point format " + std::to_string(_las.header.plainFormat()));
     }
   }
 
@@ -187,7 +187,20 @@ class LazCheck {
     _requireTablePlace(pointer, at, at >= least && at <= _file.size() && _file.size() - at >= kTableHeaderBytes);
     std::array<unsigned char, kTableHeaderBytes> bytes{};
     _file.read(at, bytes.data(), bytes.size());
-    _checkChunkCount(at, loadLittle<std::uint32_t>(bytes.data()), loadLittle<std::uint32_t>(bytes.data() + 4));
+    const auto count = loadLittle<std::uint32_t>(bytes.data() + 4);
+    _checkChunkCount(at, loadLittle<std::uint32_t>(bytes.data()), count);
+    if (_chunkPoints == kVaryingChunks) {
+      _readChunks({at, count, least, _las.header.recordLengthBytes});
+    }
+  }
+
+  void _readChunks(const LazTablePlace& place) {
+    _varyingChunks = std::make_shared<const LazChunkTable>(readLazChunkTable(_file, place));
+    const std::uint64_t held = _varyingChunks->back().firstPoint;
+    if (held < _las.pointCount) {
+      _fail("the chunk table does not match the point count", place.offset, "chunk table",
+            std::to_string(held) + " points found, " + std::to_string(_las.pointCount) + " expected");
+    }
   }
 
   std::uint64_t _load(std::uint64_t at) {
@@ -199,23 +212,23 @@ class LazCheck {
   void _requireTablePlace(std::uint64_t pointer, std::uint64_t at, bool holds) const {
     if (!holds) {
       _fail("the file is truncated or its chunk table is misplaced", pointer, "chunk table start",
-            "byte " + text(at) + " found, the points begin at byte " + text(_pointsBegin()) +
-                " and the file ends at byte " + text(_file.size()));
+            "byte " + std::to_string(at) + " found, the points begin at byte " + std::to_string(_pointsBegin()) +
+                " and the file ends at byte " + std::to_string(_file.size()));
     }
   }
 
   void _checkChunkCount(std::uint64_t at, std::uint32_t version, std::uint32_t count) const {
     if (version != 0) {
       _fail("the chunk table is damaged", at, "chunk table version",
-            "version " + text(version) + " found, 0 supported");
+            "version " + std::to_string(version) + " found, 0 supported");
     }
     const std::uint64_t least =
         _chunkPoints == kVaryingChunks ? 1 : (_las.pointCount + _chunkPoints - 1) / _chunkPoints;
     const std::uint64_t most = _chunkPoints == kVaryingChunks ? at - _pointsBegin() : least;
     if (count < least || count > most) {
       _fail("the chunk table does not match the point count", at + 4, "number of chunks",
-            text(count) + " chunks found, " + text(least) + " to " + text(most) + " expected for " +
-                text(_las.pointCount) + " points");
+            std::to_string(count) + " chunks found, " + std::to_string(least) + " to " + std::to_string(most) +
+                " expected for " + std::to_string(_las.pointCount) + " points");
     }
   }
 
@@ -225,9 +238,21 @@ class LazCheck {
   std::vector<unsigned char> _record;
   std::uint16_t _compressor = 0;
   std::uint32_t _chunkPoints = 0;
+  std::shared_ptr<const LazChunkTable> _varyingChunks;
 };
 
 }  // namespace
+
+PointSpan CheckedLaz::chunkOf(std::uint64_t point) const {
+  if (!varyingChunks) {
+    const std::uint64_t first = point - point % chunkPoints;
+    return {first, first + chunkPoints};
+  }
+  const auto next =
+      std::upper_bound(varyingChunks->begin(), varyingChunks->end(), point,
+                       [](std::uint64_t wanted, const LazChunk& chunk) { return wanted < chunk.firstPoint; });
+  return {std::prev(next)->firstPoint, next->firstPoint};
+}
 
 CheckedLaz checkLaz(const ScanFile& file, const CheckedLas& las) {
   return LazCheck(file, las).run();

@@ -2,6 +2,9 @@
 
 #include "scan/ScanFile.h"
 #include "scan/formats/LasCheck.h"
+#include "scan/formats/LazChunkTable.h"
+
+#include <memory>
 
 namespace QuorViewer {
 
@@ -10,13 +13,16 @@ struct CheckedLaz {
   /// Points in each independently compressed chunk; reading can begin at any chunk. All points if the chunks differ in
   /// size or if there are none.
   std::uint64_t chunkPoints = 0;
-  /// Whether the chunks differ in size, so that only LASzip knows where they begin.
-  bool varyingChunks = false;
+  /// The chunks if they differ in size; null if they do not, or if there are none.
+  std::shared_ptr<const LazChunkTable> varyingChunks;
+
+  /// The points of the chunk that contains `point`, which the scan has. The last chunk may end beyond the scan.
+  PointSpan chunkOf(std::uint64_t point) const;
 };
 
 /// Checks everything needed to find the compressed points: the variable length records, including the one on
-/// compression, and the position and size of the chunk table. LASzip trusts these, and may crash or use up all memory
-/// if they are wrong. Throws ScanError.
+/// compression, and the position and size of the chunk table, or all of the table if the chunks differ in size. LASzip
+/// trusts these, and may crash or use up all memory if they are wrong. Throws ScanError.
 CheckedLaz checkLaz(const ScanFile& file, const CheckedLas& las);
 
 }  // namespace QuorViewer

@@ -1,208 +1,58 @@
 #include "scan/formats/LazReader.h"
 
 #include "scan/ChunkBuilder.h"
-#include "scan/ScanFileBuffer.h"
 #include "scan/ScanSample.h"
+#include "scan/formats/LasGeoreference.h"
 #include "scan/formats/LasMetadata.h"
 #include "scan/formats/LasReader.h"
-#include "scan/formats/LazCheck.h"
-
-#include <laszip/laszip_api.h>
+#include "scan/formats/LazPoints.h"
 
 #include <algorithm>
-#include <istream>
-#include <type_traits>
 #include <utility>
 
 namespace QuorViewer {
 
 namespace {
 
-// Times, angles and sources are never shown; in layered chunks they need not be decompressed.
-constexpr laszip_U32 kShownChannels = laszip_DECOMPRESS_SELECTIVE_CHANNEL_RETURNS_XY | laszip_DECOMPRESS_SELECTIVE_Z |
-                                      laszip_DECOMPRESS_SELECTIVE_CLASSIFICATION |
-                                      laszip_DECOMPRESS_SELECTIVE_INTENSITY | laszip_DECOMPRESS_SELECTIVE_RGB;
-
-struct CloseReader {
-  void operator()(void* reader) const {
-    laszip_close_reader(reader);
-    laszip_destroy(reader);
-  }
-};
-
-/// LASzip's reader object, with its errors converted to ScanError. An error does not reset the decoder, and continuing
-/// with it may divide by zero; so the rest of its chunk is refused from then on. Entering another chunk resets the
-/// decoder.
-class LaszipReader {
- public:
-  /// `channels`: what to decompress of layered points (`laszip_DECOMPRESS_SELECTIVE_…`); others are decompressed whole.
-  LaszipReader(const ScanFile& file, const CheckedLaz& chunks, laszip_U32 channels)
-      : _path(file.path()), _buffer(file), _stream(&_buffer), _chunks(chunks) {
-    laszip_POINTER created = nullptr;
-    if (laszip_create(&created) != 0) {
-      throw ScanError(_path + ": cannot initialise LASzip");
-    }
-    _reader.reset(created);
-    laszip_decompress_selective(created, channels);
-    laszip_BOOL compressed = 0;
-    _require(laszip_open_reader_stream(created, _stream, &compressed), "cannot open the compressed scan");
-    _require(laszip_get_point_pointer(created, &_point), "cannot access the compressed points");
-  }
-
-  /// Decompresses point `index`. Each call refills and returns the same object.
-  const laszip_point_struct& read(std::uint64_t index) {
-    if (!_isReachedByGoingOn(index)) {
-      _seek(index);
-    }
-    for (std::uint64_t point = std::exchange(_next, kNowhere); point <= index; ++point) {
-      _requireAt(laszip_read_point(_reader.get()), point);
-    }
-    _next = index + 1;
-    return *_point;
-  }
-
- private:
-  static constexpr std::uint64_t kNowhere = std::numeric_limits<std::uint64_t>::max();
-  static constexpr std::uint64_t kUsualChunkPoints = 50000;
-
-  bool _isReachedByGoingOn(std::uint64_t index) const {
-    if (_next == kNowhere || index < _next) {
-      return false;
-    }
-    return _chunks.varyingChunks ? index - _next < kUsualChunkPoints : _isInChunkOf(_next, index);
-  }
-
-  bool _isInChunkOf(std::uint64_t one, std::uint64_t other) const {
-    return one / _chunks.chunkPoints == other / _chunks.chunkPoints;
-  }
-
-  // When LASzip seeks a point within a chunk, it does not check whether the points before it can be decompressed. So
-  // chunks of known size are entered at their first point, and `read` steps on from there.
-  void _seek(std::uint64_t index) {
-    if (index >= _damage && _isInChunkOf(_damage, index)) {
-      throw ScanError(_damageText);
-    }
-    const std::uint64_t start = _chunks.varyingChunks ? index : index - index % _chunks.chunkPoints;
-    _next = kNowhere;
-    _stream.clear();
-    _requireAt(laszip_seek_point(_reader.get(), static_cast<laszip_I64>(start)), start);
-    _next = start;
-  }
-
-  std::string _errorText(const std::string& what) const {
-    laszip_CHAR* reason = nullptr;
-    laszip_get_error(_reader.get(), &reason);
-    return _path + ": " + what + ": LASzip reports \"" + (reason != nullptr ? reason : "nothing") + "\"";
-  }
-
-  void _require(laszip_I32 failed, const std::string& what) const {
-    if (failed != 0) {
-      throw ScanError(_errorText(what));
-    }
-  }
-
-  void _requireAt(laszip_I32 failed, std::uint64_t index) {
-    if (failed == 0) {
-      return;
-    }
-    _damage = index;
-    _damageText = _errorText("point " + std::to_string(index) + " (counted from 0) cannot be decompressed");
-    throw ScanError(_damageText);
-  }
-
-  std::string _path;
-  ScanFileBuffer _buffer;
-  std::istream _stream;
-  CheckedLaz _chunks;
-  std::unique_ptr<std::remove_pointer_t<laszip_POINTER>, CloseReader> _reader;
-  laszip_point_struct* _point = nullptr;
-  std::uint64_t _next = kNowhere;
-  std::uint64_t _damage = kNowhere;  // the latest point that was refused
-  std::string _damageText;
-};
-
-void decodeOldFlags(const laszip_point_struct& from, LasPoint& to) {
-  to.returnNumber = from.return_number;
-  to.returnCount = from.number_of_returns;
-  to.classification = from.classification;
-  to.synthetic = from.synthetic_flag != 0;
-  to.keyPoint = from.keypoint_flag != 0;
-  to.withheld = from.withheld_flag != 0;
-  to.scanAngle = from.scan_angle_rank;  // NOLINT(bugprone-signed-char-misuse): a number, not a character
-}
-
-void decodeExtendedFlags(const laszip_point_struct& from, LasPoint& to) {
-  to.returnNumber = from.extended_return_number;
-  to.returnCount = from.extended_number_of_returns;
-  to.classification = from.extended_classification;
-  to.synthetic = (from.extended_classification_flags & 1U) != 0;
-  to.keyPoint = (from.extended_classification_flags & 2U) != 0;
-  to.withheld = (from.extended_classification_flags & 4U) != 0;
-  to.overlap = (from.extended_classification_flags & 8U) != 0;
-  to.scannerChannel = from.extended_scanner_channel;
-  to.scanAngle = from.extended_scan_angle;
-}
-
-LasPoint decodePoint(const laszip_point_struct& from, bool extended) {
-  LasPoint to;
-  to.x = from.X;
-  to.y = from.Y;
-  to.z = from.Z;
-  to.intensity = from.intensity;
-  extended ? decodeExtendedFlags(from, to) : decodeOldFlags(from, to);
-  to.scanDirection = from.scan_direction_flag != 0;
-  to.edgeOfFlightLine = from.edge_of_flight_line != 0;
-  to.userData = from.user_data;
-  to.pointSource = from.point_source_ID;
-  to.gpsTime = from.gps_time;
-  std::copy_n(from.rgb, to.colour.size(), to.colour.begin());
-  to.nearInfrared = from.rgb[3];
-  std::copy_n(from.wave_packet, to.wavePacket.size(), to.wavePacket.begin());
-  return to;
-}
-
 class LazReader : public ScanReader {
-  /// Opened on first use.
-  struct Decompression {
-    laszip_U32 channels;
-    std::unique_ptr<LaszipReader> laszip;
-  };
-
  public:
   LazReader(ScanFile file, const CheckedLas& las)
-      : _file(std::move(file)), _las(las), _info(las.info(_file.path())), _chunks(checkLaz(_file, las)) {
+      : _file(std::move(file)), _las(las), _info(las.info(_file.path())), _points(openLazPoints(_file, las)) {
     const bool coloured = las.layout->colourOffset != 0;
-    ScanSample sample;
-    if (las.pointCount > 0) {
-      _fill(sample);
-    }
+    const ScanSample sample = _sample();
     sample.complete(_info, coloured);
+    addGeoreference(_file, _las, _info);
     _colour = coloured ? sample.colourDepth() : ColourDepth();
   }
 
   LazReader(const LazReader& other)
-      : _file(other._file), _las(other._las), _info(other._info), _chunks(other._chunks), _colour(other._colour) {}
+      : _file(other._file),
+        _las(other._las),
+        _info(other._info),
+        _points(other._points->clone()),
+        _colour(other._colour) {}
 
   const ScanInfo& info() const override { return _info; }
 
   std::unique_ptr<ScanReader> clone() const override { return std::make_unique<LazReader>(*this); }
 
-  std::uint64_t entryPoints() const override { return _chunks.chunkPoints; }
+  std::uint64_t entryPoints() const override { return _points->chunks().chunkPoints; }
 
   ChunkBuilder startChunk(const PointRange& points, const osg::Vec3d& origin) const override {
     return {points, {_info.scale, _info.offset - origin, _colour}};
   }
 
-  void decode(const PointRun& run, ChunkBuilder& to) override {
+  void decode(const PointRun& run, PointSink& to) override {
     requirePoints(_info, run.first, run.span());
     for (std::uint32_t place = 0; place < run.count; ++place) {
-      to.add(_raw(_read(_shown, run.first + place * run.step)));
+      to.add(_points->read(run.first + place * run.step));
     }
   }
 
   osg::Vec3d coordinates(std::uint64_t point) override {
     requirePoints(_info, point, 1);
-    return _coordinatesOf(_read(_shown, point));
+    const RawPoint raw = _points->read(point);
+    return lasCoordinates(_las.header, raw.x, raw.y, raw.z);
   }
 
   LasMetadata lasMetadata() override { return readLasMetadata(_file, _las); }
@@ -210,80 +60,26 @@ class LazReader : public ScanReader {
   void readInside(std::uint64_t first, std::uint32_t count, const InsideTest& inside,
                   std::vector<unsigned char>& records) override {
     requirePoints(_info, first, count);
-    for (std::uint64_t point = first; point < first + count; ++point) {
-      const laszip_point_struct& decompressed = _read(_whole, point);
-      if (inside(_coordinatesOf(decompressed))) {
-        _appendRecord(decompressed, records);
-      }
-    }
+    _points->readInside(first, count, inside, records);
   }
 
  private:
-  const laszip_point_struct& _read(Decompression& from, std::uint64_t point) {
-    try {
-      if (!from.laszip) {
-        from.laszip = _open(from.channels);
-      }
-      return from.laszip->read(point);
-    } catch (const ScanError&) {
-      const std::uint64_t bytes = _file.sizeNow();
-      if (bytes < _file.size()) {
-        throw _file.cutOff(bytes);
-      }
-      throw;
-    }
-  }
-
-  // LASzip reads the start of the file and its chunk table itself, and they may have changed since the check.
-  std::unique_ptr<LaszipReader> _open(laszip_U32 channels) const {
-    checkLaz(_file, _las);
-    return std::make_unique<LaszipReader>(_file, _chunks, channels);
-  }
-
-  RawPoint _raw(const laszip_point_struct& point) const {
-    const bool extended = _las.layout->extended();
-    RawPoint raw{};
-    raw.x = point.X;
-    raw.y = point.Y;
-    raw.z = point.Z;
-    raw.intensity = point.intensity;
-    raw.classification = extended ? point.extended_classification : static_cast<std::uint8_t>(point.classification);
-    raw.returns = extended ? packReturns(point.extended_return_number, point.extended_number_of_returns)
-                           : packReturns(point.return_number, point.number_of_returns);
-    raw.colour = {point.rgb[0], point.rgb[1], point.rgb[2]};
-    return raw;
-  }
-
-  osg::Vec3d _coordinatesOf(const laszip_point_struct& point) const {
-    return lasCoordinates(_las.header, point.X, point.Y, point.Z);
-  }
-
-  void _appendRecord(const laszip_point_struct& point, std::vector<unsigned char>& records) const {
-    const RecordLayout& layout = *_las.layout;
-    records.resize(records.size() + _las.header.recordLengthBytes);
-    unsigned char* record = records.data() + records.size() - _las.header.recordLengthBytes;
-    layout.encode(decodePoint(point, layout.extended()), record);
-    const int extra = std::min<int>(point.num_extra_bytes, _las.header.recordLengthBytes - layout.lengthBytes);
-    std::copy_n(point.extra_bytes, extra, record + layout.lengthBytes);
-  }
-
   // Runs begin where chunks do, so that no point is decompressed only to be skipped.
-  void _fill(ScanSample& sample) {
-    const SampleRuns runs = spreadRuns(_info.pointCount, _chunks.chunkPoints);
-    for (const std::uint64_t first : runs.firstPoints) {
-      const std::uint64_t end = std::min(first + runs.length, _info.pointCount);
-      for (std::uint64_t point = first; point < end; ++point) {
-        sample.add(_raw(_read(_shown, point)));
+  ScanSample _sample() {
+    const auto entryBefore = [&](std::uint64_t point) { return _points->chunks().chunkOf(point).first; };
+    ScanSample sample;
+    for (const PointSpan& run : spreadRuns(_info.pointCount, entryBefore)) {
+      for (std::uint64_t point = run.first; point < run.end; ++point) {
+        sample.add(_points->read(point));
       }
     }
+    return sample;
   }
 
   ScanFile _file;
   CheckedLas _las;
   ScanInfo _info;
-  CheckedLaz _chunks;
-  Decompression _shown{kShownChannels, nullptr};
-  Decompression _whole{laszip_DECOMPRESS_SELECTIVE_ALL, nullptr};
+  std::unique_ptr<LazPoints> _points;
   ColourDepth _colour;
 };
 

@@ -1,5 +1,6 @@
 #include "scan/formats/TextNumbers.h"
 
+#include "scan/ParseNumber.h"
 #include "scan/formats/Quoted.h"
 
 #include <algorithm>
@@ -24,22 +25,14 @@ bool isTiny(std::string_view number) {
   return exponent + point - firstDigit < 0;
 }
 
+/// Like parseNumber, but numbers too small for a double are 0.
 std::errc parse(std::string_view word, double& value) {
-  if (!word.empty() && word.front() == '+') {
-    word.remove_prefix(1);
-    if (!word.empty() && word.front() == '-') {
-      return std::errc::invalid_argument;
-    }
-  }
-  const auto [end, code] = std::from_chars(word.data(), word.data() + word.size(), value);
-  if (end != word.data() + word.size()) {
-    return std::errc::invalid_argument;
-  }
-  if (code == std::errc::result_out_of_range && isTiny(word)) {
+  const std::errc error = parseNumber(word, value);
+  if (error == std::errc::result_out_of_range && isTiny(word)) {
     value = 0;
     return std::errc();
   }
-  return code;
+  return error;
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ class VertexReader : public ScanReader {
     return {points, {osg::Vec3d(), -origin, ColourDepth()}};
   }
 
-  void decode(const PointRun& run, ChunkBuilder& to) override {
+  void decode(const PointRun& run, PointSink& to) override {
     _forEach(run, [&](const Vertex& vertex) {
       to.add(vertex.position, _scale.shownColour(vertex), _scale.intensityOf(vertex));
     });
@@ -81,10 +81,9 @@ class VertexReader : public ScanReader {
   bool _isFixed() const { return _table->recordBytes > 0; }
 
   void _fillSample(VertexSurvey& survey) {
-    const SampleRuns runs = spreadRuns(_info.pointCount, 1);
-    for (const std::uint64_t first : runs.firstPoints) {
-      const std::uint64_t count = std::min<std::uint64_t>(runs.length, _info.pointCount - first);
-      _forEach({first, 1, static_cast<std::uint32_t>(count)}, [&](const Vertex& vertex) { survey.include(vertex); });
+    for (const PointSpan& run : spreadRuns(_info.pointCount)) {
+      _forEach({run.first, 1, static_cast<std::uint32_t>(run.count())},
+               [&](const Vertex& vertex) { survey.include(vertex); });
     }
   }
 

@@ -32,11 +32,12 @@ std::string fromPath(const std::filesystem::path& place);
 /// Converts such a name, or an error message of the system, to UTF-8 for a window or for a file that others read.
 std::string utf8Of(const std::string& inUsersEncoding);
 
-/// Whether this user may open an existing file for reading and writing.
-bool isWritable(const std::string& path);
-
 /// The folder of the running program.
 std::filesystem::path programFolder();
+
+/// The folder for files of this user that programs can create again: XDG_CACHE_HOME or ~/.cache, on Windows the local
+/// application data. Empty if the system names none.
+std::filesystem::path userCacheFolder();
 
 /// Whether the standard error stream is a terminal.
 bool errorStreamIsTerminal();

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csetjmp>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 
 namespace QuorViewer {
@@ -94,13 +95,19 @@ std::string utf8Of(const std::string& inUsersEncoding) {
   return inUsersEncoding;
 }
 
-bool isWritable(const std::string& path) {
-  return ::access(path.c_str(), R_OK | W_OK) == 0;
-}
-
 std::filesystem::path programFolder() {
   std::error_code ignored;
   return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
+}
+
+// By the base directory specification, a relative path in the variable is ignored.
+std::filesystem::path userCacheFolder() {
+  const char* cache = std::getenv("XDG_CACHE_HOME");
+  if (cache != nullptr && *cache == '/') {
+    return cache;
+  }
+  const char* home = std::getenv("HOME");
+  return home != nullptr && *home == '/' ? std::filesystem::path(home) / ".cache" : std::filesystem::path();
 }
 
 bool errorStreamIsTerminal() {

@@ -107,23 +107,16 @@ std::string utf8Of(const std::string& inUsersEncoding) {
   return narrowed(widened(inUsersEncoding, CP_ACP), CP_UTF8);
 }
 
-// Only opening a file shows what its access list and other programs permit.
-bool isWritable(const std::string& path) {
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  HANDLE const handle = ::CreateFileW(toPath(path).c_str(), GENERIC_READ | GENERIC_WRITE, kShareAll, nullptr,
-                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) {
-    return false;
-  }
-  ::CloseHandle(handle);
-  return true;
-}
-
 std::filesystem::path programFolder() {
   constexpr DWORD kLongest = 32768;
   std::wstring path(kLongest, L'\0');
   path.resize(::GetModuleFileNameW(nullptr, path.data(), kLongest));
   return std::filesystem::path(path).parent_path();
+}
+
+std::filesystem::path userCacheFolder() {
+  const wchar_t* folder = ::_wgetenv(L"LOCALAPPDATA");
+  return folder != nullptr ? std::filesystem::path(folder) : std::filesystem::path();
 }
 
 bool errorStreamIsTerminal() {

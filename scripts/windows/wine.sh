@@ -18,6 +18,24 @@ for dll in libstdc++-6.dll libwinpthread-1.dll; do
 done
 export WINEPATH=$dll_folders${WINEPATH:-}
 
+# Takes one of the displays in QUOR_DISPLAYS, with the wine folder of its number, and waits until it is free. The programs do
+# not inherit the lock, because wine's services outlive them.
+take_display() {
+  local number displays
+  read -ra displays <<<"${QUOR_DISPLAYS:-}"
+  while [ ${#displays[@]} -gt 0 ]; do
+    for number in "${!displays[@]}"; do
+      exec 9>"$WINEPREFIX-$number.lock"
+      if flock --nonblock 9; then
+        export DISPLAY=${displays[number]} WINEPREFIX=$WINEPREFIX-$number
+        return
+      fi
+    done
+    sleep 0.05
+  done
+}
+take_display
+
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
@@ -27,9 +45,9 @@ run() {
   local program status=0
   : >"$folder/out"
   : >"$folder/err"
-  wine "$@" >"$folder/out" 2>"$folder/err" &
+  wine "$@" >"$folder/out" 2>"$folder/err" 9>&- &
   program=$!
-  tail -s 0.1 -n +1 -f --pid=$program "$folder/err" >&2 &
+  tail -s 0.1 -n +1 -f --pid=$program "$folder/err" >&2 9>&- &
   tail -s 0.1 -n +1 -f --pid=$program "$folder/out"
   wait $program || status=$?
   wait

@@ -27,9 +27,9 @@ const osg::FrameBufferObject* lastAppliedFrameBufferObject(const osg::State& sta
 /// One capture: camera, images and depth range.
 class ScreenCaptureTool::Capture {
  public:
-  Capture(const ScreenCaptureTool& tool, const osg::State& state)
+  Capture(const ScreenCaptureTool& tool, const osg::State& state, osg::ref_ptr<CaptureOp>& request)
       : _frame(tool._frameBuffer),
-        _pendingOp(tool._captureOp),
+        _pendingOp(request),
         _state(state),
         _extensions(osg::GLExtensions::Get(state.getContextID(), true)) {}
 
@@ -145,6 +145,10 @@ ScreenCaptureTool::ScreenCaptureTool() : _image(new osg::Image) {}
 ScreenCaptureTool::~ScreenCaptureTool() = default;
 
 void ScreenCaptureTool::operator()(osg::RenderInfo& renderInfo) const {
+  _capture(renderInfo, _captureOp);
+}
+
+void ScreenCaptureTool::_capture(osg::RenderInfo& renderInfo, osg::ref_ptr<CaptureOp>& request) const {
   glEnable(kGLProgramPointSize);
   const osg::State* state = renderInfo.getState();
   const osg::GraphicsContext* context = state ? state->getGraphicsContext() : nullptr;
@@ -152,7 +156,7 @@ void ScreenCaptureTool::operator()(osg::RenderInfo& renderInfo) const {
   if (!camera || !context || !context->getTraits()) {
     return;
   }
-  Capture capture(*this, *state);
+  Capture capture(*this, *state, request);
   if (capture.takeCamera(*camera)) {
     capture.captureImages();
   }

@@ -77,14 +77,18 @@ int FileManager::memorySize() const {
 }
 
 void FileManager::push(FileCmd* cmd) {
-  if (cmd == nullptr) {
-    return;
+  if (cmd != nullptr && !_tryPush(*cmd)) {
+    report(*cmd, "was not queued", std::bad_alloc().what());
   }
+}
+
+bool FileManager::_tryPush(FileCmd& cmd) {
   try {
-    _data->queue.push(cmd);
-  } catch (const std::bad_alloc& error) {
-    report(*cmd, "was not queued", error.what());
+    _data->queue.push(&cmd);
+  } catch (const std::bad_alloc&) {
+    return false;
   }
+  return true;
 }
 
 void FileManager::startWorker() {

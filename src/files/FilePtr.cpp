@@ -109,6 +109,10 @@ bool FilePtr::isValid() const {
   return _valid;
 }
 
+const FileMapping& FilePtr::_mapping() const {
+  return _data->mapping;
+}
+
 const char* FilePtr::file() const {
   return _data->path.c_str();
 }

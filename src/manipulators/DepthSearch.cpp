@@ -33,15 +33,15 @@ std::optional<float> depthAtIndex(const DepthImage& image, std::int64_t index) {
   return image.depths[static_cast<std::size_t>(index)];
 }
 
-PixelBox searchBox(const DepthImage& image, int x, int y) {
+PixelBox searchBox(const DepthImage& image, int x, int y, int reach) {
   const std::int64_t left = image.x;
   const std::int64_t bottom = image.y;
   // Only complete rows in the vector: a capture may be resizing it.
   const std::int64_t rows = image.width > 0 ? pixelCount(image) / image.width : 0;
-  return {std::max({std::int64_t{x} - kPickReachPixels, left, std::int64_t{0}}),
-          std::min({std::int64_t{x} + kPickReachPixels, left + image.width - 1, std::int64_t{image.width} - 1}),
-          std::max({std::int64_t{y} - kPickReachPixels, bottom, std::int64_t{0}}),
-          std::min({std::int64_t{y} + kPickReachPixels, bottom + image.height - 1, rows - 1})};
+  return {std::max({std::int64_t{x} - reach, left, std::int64_t{0}}),
+          std::min({std::int64_t{x} + reach, left + image.width - 1, std::int64_t{image.width} - 1}),
+          std::max({std::int64_t{y} - reach, bottom, std::int64_t{0}}),
+          std::min({std::int64_t{y} + reach, bottom + image.height - 1, rows - 1})};
 }
 
 std::optional<float> sceneDepth(const DepthImage& image, int x, int y) {

@@ -31,8 +31,8 @@ struct PixelBox {
 /// The depth at `index`; nothing outside the image. Positions beyond the right edge continue in the next row.
 std::optional<float> depthAtIndex(const DepthImage& image, std::int64_t index);
 
-/// The pixels within reach of (x, y) that lie in the viewport and in the image.
-PixelBox searchBox(const DepthImage& image, int x, int y);
+/// The pixels within `reach` of (x, y) that lie in the viewport and in the image.
+PixelBox searchBox(const DepthImage& image, int x, int y, int reach = kPickReachPixels);
 
 /// The depth at (x, y) if that is not background. Otherwise the first within reach that is not, column by column from
 /// the left, each column upwards; `kBackgroundDepth` if all are background. Nothing if the position is outside the

@@ -1,5 +1,8 @@
 #include "manipulators/NavigationEvents.h"
 
+#include <osg/Notify>
+
+#include <atomic>
 #include <cmath>
 
 namespace QuorOsgUtils {
@@ -9,7 +12,15 @@ bool isLeftButtonAlone(const osgGA::GUIEventAdapter& ea) {
 }
 
 osgViewer::Viewer* viewerOf(osgGA::GUIActionAdapter& aa) {
-  return dynamic_cast<osgViewer::Viewer*>(aa.asView());
+  osg::View* const view = aa.asView();
+  auto* const viewer = dynamic_cast<osgViewer::Viewer*>(view);
+  static std::atomic_flag told = ATOMIC_FLAG_INIT;
+  if (view && !viewer && !told.test_and_set()) {
+    OSG_WARN << "A point-cloud manipulator does not place its pivot, show its marker or zoom by the wheel, because its "
+                "view is no osgViewer::Viewer. Use a ViewManipulator in an osgViewer::CompositeViewer."
+             << std::endl;
+  }
+  return viewer;
 }
 
 osg::Camera* cameraOf(osgGA::GUIActionAdapter& aa) {

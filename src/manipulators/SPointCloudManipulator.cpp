@@ -5,7 +5,6 @@
 #include <QuorOsgUtils/SPointCloudManipulator.h>
 
 #include <osg/CopyOp>
-#include <osg/Viewport>
 
 #include <optional>
 
@@ -64,12 +63,11 @@ void SPointCloudManipulator::setTransformation(const osg::Vec3d& eye, const osg:
 
 void SPointCloudManipulator::placePivot(const osgGA::GUIEventAdapter&, osgViewer::Viewer& viewer) {
   const osg::Camera* camera = viewer.getCamera();
-  const osg::Viewport* viewport = camera ? camera->getViewport() : nullptr;
-  if (!viewport) {
+  if (!camera || !camera->getViewport()) {
     return;
   }
   osg::Vec3d picked;
-  pickSceneDepthPoint(wholePixel(viewport->width() * 0.5), wholePixel(viewport->height() * 0.5), picked, &viewer);
+  pickMiddleDepthPoint(picked, viewer);
   osg::Vec3d eye, lookAt, up;
   camera->getViewMatrix().getLookAt(eye, lookAt, up, 1.0);
   const std::optional<osg::Vec3d> foot = footOnLineOfSight(eye, _center, picked);

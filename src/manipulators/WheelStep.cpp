@@ -43,6 +43,10 @@ std::optional<osg::Vec3d> perspectiveWheelMovement(const osg::Matrixd& view, con
 std::optional<OrthographicWheelStep> orthographicWheelStep(const ViewState& state, double x, double y, double percent,
                                                            WheelNotch notch) {
   const double scale = notch == WheelNotch::Up ? 1.0 - percent / 100.0 : percent / 100.0 + 1.0;
+  return orthographicScaling(state, x, y, scale);
+}
+
+std::optional<OrthographicWheelStep> orthographicScaling(const ViewState& state, double x, double y, double scale) {
   ViewState scaled = state;
   scaled.projection = scaledOrtho(state.projection, scale);
   const std::optional<osg::Vec3d> before = windowToView(state, osg::Vec3d(x, y, 0.0));

@@ -22,8 +22,11 @@ struct OrthographicWheelStep {
   osg::Vec3d movement;
 };
 
-/// One notch about the pointer's window position (x, y): the view's box scaled by `percent` and centred on the axis,
-/// and the movement that keeps the scene in place under the pointer. Nothing if the scaled box would be empty.
+/// The view's box scaled about the pointer's window position (x, y) and centred on the axis, and the movement that
+/// keeps the scene in place under the pointer. Nothing if the scaled box would be empty.
+std::optional<OrthographicWheelStep> orthographicScaling(const ViewState& state, double x, double y, double scale);
+
+/// The same for one notch of `percent`.
 std::optional<OrthographicWheelStep> orthographicWheelStep(const ViewState& state, double x, double y, double percent,
                                                            WheelNotch notch);
 

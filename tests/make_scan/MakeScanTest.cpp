@@ -653,12 +653,40 @@ TEST_F(MakeScanTest, anUnwritablePlaceIsNamedWithTheReason) {
 
 TEST_F(MakeScanTest, helpNamesEveryOption) {
   EXPECT_EQ(run({"--help"}), 0);
-  for (const char* option :
-       {"--points", "--stations", "--airborne", "--origin", "--seed", "--format", "--las-version", "--scale",
-        "--colour-bits", "--extra-bytes", "--header-box", "--cut-at", "--cut-records", "--sparse-offset", "--help"}) {
+  for (const char* option : {"--points", "--stations", "--airborne", "--origin", "--seed", "--format", "--las-version",
+                             "--scale", "--colour-bits", "--extra-bytes", "--header-box", "--cut-at", "--cut-records",
+                             "--sparse-offset", "-h,--help"}) {
     EXPECT_THAT(_printed, HasSubstr(std::string("\n  ") + option));
   }
   EXPECT_EQ(_complaint, "");
+}
+
+TEST_F(MakeScanTest, theHelpHasAShortOptionToo) {
+  EXPECT_EQ(run({"--help"}), 0);
+  const std::string help = _printed;
+  EXPECT_EQ(run({"-h"}), 0);
+  EXPECT_EQ(_printed, help);
+}
+
+TEST_F(MakeScanTest, everyOptionTakesItsValueAfterAnEqualsSign) {
+  const Options options =
+      Options::parse({_path, "--points=9", "--stations=3", "--origin=1 2 3", "--seed=8", "--format=6",
+                      "--las-version=1.4", "--scale=0.01", "--colour-bits=8", "--extra-bytes=5", "--header-box=nan",
+                      "--cut-records=2", "--sparse-offset=1000"});
+  EXPECT_EQ(options.path, _path);
+  EXPECT_EQ(options.points, 9U);
+  EXPECT_EQ(options.survey.stations, 3U);
+  EXPECT_EQ(options.survey.seed, 8U);
+  EXPECT_EQ(options.origin, (std::array<double, 3>{1.0, 2.0, 3.0}));
+  EXPECT_EQ(options.format, 6U);
+  EXPECT_EQ(options.versionMinor, 4U);
+  EXPECT_EQ(options.scale, 0.01);
+  EXPECT_EQ(options.colourBits, 8U);
+  EXPECT_EQ(options.extraBytes, 5U);
+  EXPECT_EQ(options.headerBox, HeaderBox::NotANumber);
+  EXPECT_EQ(options.cutRecords, 2U);
+  EXPECT_EQ(options.sparseOffset, 1000U);
+  EXPECT_EQ(Options::parse({_path, "--points=9", "--cut-at=700"}).cutAtByte, 700U);
 }
 
 TEST_F(MakeScanTest, theHelpFitsAHundredColumns) {

@@ -1,5 +1,6 @@
 #include "tests/scan/LasFile.h"
 
+#include <array>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -10,8 +11,8 @@ namespace {
 constexpr std::size_t kHeaderBytes = 227;
 constexpr std::size_t kRecordBytes = 20;
 
-template <typename Value>
-void put(std::vector<char>& bytes, std::size_t at, Value value) {
+template <typename Bytes, typename Value>
+void put(Bytes& bytes, std::size_t at, Value value) {
   std::memcpy(&bytes[at], &value, sizeof value);
 }
 
@@ -33,27 +34,38 @@ std::vector<char> header(std::uint32_t count, double offsetX, double offsetY) {
   return bytes;
 }
 
+std::array<char, kRecordBytes> record(const LasFilePoint& point) {
+  std::array<char, kRecordBytes> bytes{};
+  put(bytes, 0, point.x);
+  put(bytes, 4, point.y);
+  put(bytes, 8, point.z);
+  put(bytes, 12, point.intensity);
+  bytes[14] = 0x09;  // return 1 of 1
+  bytes[15] = static_cast<char>(point.classification);
+  return bytes;
+}
+
 }  // namespace
 
 void writeLasFile(const std::string& path, const std::vector<LasFilePoint>& points, double offsetX, double offsetY,
                   std::uint32_t recordsOffset) {
-  std::vector<char> head = header(static_cast<std::uint32_t>(points.size()), offsetX, offsetY);
+  writeLasFile(
+      path, static_cast<std::uint32_t>(points.size()), [&points](std::uint32_t number) { return points[number]; },
+      offsetX, offsetY, recordsOffset);
+}
+
+void writeLasFile(const std::string& path, std::uint32_t count,
+                  const std::function<LasFilePoint(std::uint32_t)>& pointAt, double offsetX, double offsetY,
+                  std::uint32_t recordsOffset) {
+  std::vector<char> head = header(count, offsetX, offsetY);
   put(head, 96, recordsOffset);
-  std::vector<char> bytes;
-  for (const LasFilePoint& point : points) {
-    const std::size_t at = bytes.size();
-    bytes.resize(at + kRecordBytes);
-    put(bytes, at, point.x);
-    put(bytes, at + 4, point.y);
-    put(bytes, at + 8, point.z);
-    put(bytes, at + 12, point.intensity);
-    bytes[at + 14] = 0x09;  // return 1 of 1
-    bytes[at + 15] = static_cast<char>(point.classification);
-  }
   std::ofstream file(path, std::ios::binary);
   file.write(head.data(), static_cast<std::streamsize>(head.size()));
   file.seekp(recordsOffset);
-  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  for (std::uint32_t number = 0; number < count; ++number) {
+    const std::array<char, kRecordBytes> bytes = record(pointAt(number));
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  }
 }
 
 void writeHollowLasFile(const std::string& path, std::uint32_t count) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,10 @@ constexpr double kLasFileScale = 0.01;
 /// Writes LAS 1.2, point format 0, byte by byte, without any code of the reader under test. A gap between the header
 /// and the records is a hole in the file, which takes no space on most disks.
 void writeLasFile(const std::string& path, const std::vector<LasFilePoint>& points, double offsetX, double offsetY,
+                  std::uint32_t recordsOffset = 227);
+/// The same for points that need not be in memory at the same time.
+void writeLasFile(const std::string& path, std::uint32_t count,
+                  const std::function<LasFilePoint(std::uint32_t)>& pointAt, double offsetX, double offsetY,
                   std::uint32_t recordsOffset = 227);
 
 /// The same with `count` points at the grid's origin, without writing them: a sparse file, which reads as zeros.

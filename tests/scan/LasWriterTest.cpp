@@ -1,12 +1,12 @@
 #include "scan/edit/LasWriter.h"
 #include "support/platform/Platform.h"
+#include "tests/scan/MessageOf.h"
 #include "tests/scan/ScanBytes.h"
 
 #include <gmock/gmock.h>
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -15,6 +15,7 @@ namespace QuorViewer {
 namespace {
 
 namespace fs = std::filesystem;
+using ReaderSupport::messageOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -61,15 +62,6 @@ class LasWriterTest : public testing::Test {
       names.push_back(entry.path().filename().string());
     }
     return names;
-  }
-
-  static std::string messageOf(const std::function<void()>& act) {
-    try {
-      act();
-    } catch (const ScanWriteError& error) {
-      return error.what();
-    }
-    return "nothing was thrown";
   }
 
   const ScanBytes::Folder _directory;
@@ -225,7 +217,7 @@ TEST_F(LasWriterTest, furtherBytesOfALongHeaderAreKept) {
 
 TEST_F(LasWriterTest, doesNotRemoveWhatItDidNotCreate) {
   fs::create_directory(_folder / "out.las.part");
-  EXPECT_THAT(messageOf([&] { LasWriter writer(_path, headerOf(0, 2), {}); }), HasSubstr(_path));
+  EXPECT_THAT(messageOf<ScanWriteError>([&] { LasWriter writer(_path, headerOf(0, 2), {}); }), HasSubstr(_path));
   EXPECT_THAT(namesInFolder(), ElementsAre("out.las.part"));
 }
 
@@ -255,20 +247,20 @@ TEST_F(LasWriterTest, finishReplacesAnEarlierFile) {
 
 TEST_F(LasWriterTest, unwritablePathsAreReportedWithTheReason) {
   const std::string nowhere = (_folder / "missing" / "out.las").string();
-  const std::string message = messageOf([&] { LasWriter writer(nowhere, headerOf(0, 2), {}); });
+  const std::string message = messageOf<ScanWriteError>([&] { LasWriter writer(nowhere, headerOf(0, 2), {}); });
   EXPECT_THAT(message, HasSubstr(nowhere));
   EXPECT_THAT(message, HasSubstr("No such file or directory"));
-  EXPECT_THAT(messageOf([&] { LasWriter writer(_folder.string(), headerOf(0, 2), {}); }),
+  EXPECT_THAT(messageOf<ScanWriteError>([&] { LasWriter writer(_folder.string(), headerOf(0, 2), {}); }),
               HasSubstr("not a regular file"));
 }
 
 TEST_F(LasWriterTest, aFormatThatDoesNotExistOrARecordTooShortIsRefused) {
   LasHeader unknown = headerOf(0, 2);
   unknown.pointFormat = 11;
-  EXPECT_THAT(messageOf([&] { LasWriter writer(_path, unknown, {}); }), HasSubstr("point format"));
+  EXPECT_THAT(messageOf<ScanWriteError>([&] { LasWriter writer(_path, unknown, {}); }), HasSubstr("point format"));
   LasHeader tooShort = headerOf(7, 4);
   tooShort.recordLengthBytes = 35;
-  EXPECT_THAT(messageOf([&] { LasWriter writer(_path, tooShort, {}); }), HasSubstr("point format"));
+  EXPECT_THAT(messageOf<ScanWriteError>([&] { LasWriter writer(_path, tooShort, {}); }), HasSubstr("point format"));
   EXPECT_TRUE(namesInFolder().empty());
 }
 
@@ -279,7 +271,7 @@ TEST_F(LasWriterTest, aDiskThatFillsUpIsReportedAndLeavesTheEarlierFile) {
   }
   std::ofstream(_path) << "earlier";
   const LasHeader header = headerOf(0, 2);
-  const std::string message = messageOf([&] {
+  const std::string message = messageOf<ScanWriteError>([&] {
     const QuorTests::FileSizeLimit limit(100000);
     LasWriter writer(_path, header, {});
     const std::vector<unsigned char> records(20 * 10000);

@@ -139,6 +139,23 @@ TEST(LoadPlanTest, theLeastDecimationThatFitsIsFound) {
   }
 }
 
+TEST(LoadPlanTest, somethingOfEachScanIsReadEarlyIfReadingCanStartAtEnoughPlaces) {
+  const auto early = [](std::uint64_t points, std::uint64_t entryPoints) {
+    std::uint64_t count = 0;
+    for (const PlannedChunk& chunk : planSample(points, entryPoints, kSmallSizes)) {
+      count += chunk.points.count;
+    }
+    return count;
+  };
+  const std::uint64_t small = 2 * kSmallSizes.sample;
+  EXPECT_EQ(early(small, 1), small) << "all of a small scan";
+  EXPECT_EQ(early(small, small), small);
+  const std::uint64_t large = 50 * kSmallSizes.sample;
+  EXPECT_GT(early(large, 1), kSmallSizes.sample / 2);
+  EXPECT_LE(early(large, 1), small);
+  EXPECT_EQ(early(large, large), 0U) << "only its start could be read";
+}
+
 TEST(PointRunTest, whatComesBeforeAPointIsCounted) {
   const PointRun run = {100, 10, 5};  // 100, 110, 120, 130, 140
   EXPECT_EQ(run.span(), 41U);

@@ -130,24 +130,6 @@ TEST_P(UsersEncodingTest, convertsToAPathAndBackAndToUtf8) {
 
 INSTANTIATE_TEST_SUITE_P(Names, UsersEncodingTest, testing::Values("", "scan.las", "Gelände.las", "扫描/点云.las"));
 
-class IsWritableTest : public FilesFixture {};
-
-TEST_F(IsWritableTest, aFileThatMayBeWrittenIsWritableAndAMissingOneIsNot) {
-  const std::string path = makeFile("file", 10);
-  EXPECT_TRUE(isWritable(path));
-  EXPECT_FALSE(isWritable(path + ".none"));
-  EXPECT_FALSE(std::filesystem::exists(path + ".none"));
-}
-
-TEST_F(IsWritableTest, aReadOnlyFileIsNotWritable) {
-  const std::string path = makeFile("file", 10);
-  std::filesystem::permissions(path, std::filesystem::perms::owner_read);
-  if (std::fstream(path, std::ios::in | std::ios::out).is_open()) {
-    GTEST_SKIP() << "this user may write to everything";
-  }
-  EXPECT_FALSE(isWritable(path));
-}
-
 class SharedFileTest : public FilesFixture {};
 
 TEST_F(SharedFileTest, threadsReadAtTheirOwnOffsets) {

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "scan/Scan.h"
+#include "tests/scan/MessageOf.h"
 #include "tests/scan/ScanBytes.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <functional>
 #include <ostream>
 #include <random>
 #include <string>
@@ -16,15 +16,6 @@ namespace ReaderSupport {
 
 using QuorViewer::ScanError;
 using QuorViewer::ScanReader;
-
-inline std::string messageOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const ScanError& error) {
-    return error.what();
-  }
-  return "no error";
-}
 
 inline std::string refusalOf(const std::string& path) {
   return messageOf([&] { ScanReader::open(path); });

@@ -15,6 +15,9 @@
 /// Scans written byte by byte, by the published layout and independently of the code that reads them.
 namespace ScanBytes {
 
+/// More memory or space on the disk than these scans need, in bytes.
+constexpr std::uint64_t kPlenty = std::uint64_t{1} << 30U;
+
 /// Bytes written one value after the other, or changed in place; little-endian unless stated otherwise.
 class Bytes : public std::vector<unsigned char> {
  public:

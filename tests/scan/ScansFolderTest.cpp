@@ -34,7 +34,7 @@ void PrintTo(const KnownScan& scan, std::ostream* to) {
 constexpr unsigned kAnyIntensity = 65536;
 constexpr double kWide = 1e5;
 
-const std::array<KnownScan, 6> kKnownScans = {{
+const std::array<KnownScan, 8> kKnownScans = {{
     {"haystack_rock.las",
      21932,
      "LAS 1.2, point format 0",
@@ -62,6 +62,22 @@ const std::array<KnownScan, 6> kKnownScans = {{
     {"lone-star.laz",
      518862,
      "LAS 1.1, point format 1, compressed (LAZ)",
+     {515368, 4918340, 2323, 515401, 4918381, 2339},
+     1,
+     false,
+     2744,
+     {}},
+    {"lone-star.copc.laz",
+     518862,
+     "LAS 1.4, point format 6, compressed (LAZ)",
+     {515368, 4918340, 2323, 515401, 4918381, 2339},
+     1,
+     false,
+     2744,
+     {}},
+    {"lone-star-ept",
+     518862,
+     "EPT, 13 tiles, LAS 1.2, point format 1, compressed (LAZ)",
      {515368, 4918340, 2323, 515401, 4918381, 2339},
      1,
      false,

@@ -61,5 +61,7 @@ int CapturedNavigationFixture<Manipulator>::colouredPixels() {
 
 template class CapturedNavigationFixture<OpenManipulator>;
 template class CapturedNavigationFixture<OpenPivotManipulator>;
+template class CapturedNavigationFixture<OpenPreciseOrbit>;
+template class CapturedNavigationFixture<OpenPrecisePivot>;
 
 }  // namespace QuorTests

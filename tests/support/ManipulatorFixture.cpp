@@ -176,12 +176,8 @@ void NavigationFixture<Manipulator>::expectCopyOfEveryField(Manipulator& copy) {
 
 template class NavigationFixture<OpenManipulator>;
 template class NavigationFixture<OpenPivotManipulator>;
-
-void expectNear(const osg::Vec3d& actual, const osg::Vec3d& expected, double tolerance) {
-  EXPECT_NEAR(actual.x(), expected.x(), tolerance);
-  EXPECT_NEAR(actual.y(), expected.y(), tolerance);
-  EXPECT_NEAR(actual.z(), expected.z(), tolerance);
-}
+template class NavigationFixture<OpenPreciseOrbit>;
+template class NavigationFixture<OpenPrecisePivot>;
 
 double angleOf(const osg::Quat& rotation) {
   double angle = 0.0;

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "support/Near.h"
+
+#include <QuorOsgUtils/PreciseOrbitManipulator.h>
+#include <QuorOsgUtils/PrecisePivotManipulator.h>
 #include <QuorOsgUtils/SPointCloudManipulator.h>
 #include <QuorOsgUtils/SPointCloudPrivotManipulator.h>
 
@@ -42,6 +46,8 @@ class OpenManipulator : public Opened<QuorOsgUtils::SPointCloudManipulator> {
 };
 
 using OpenPivotManipulator = Opened<QuorOsgUtils::SPointCloudPrivotManipulator>;
+using OpenPreciseOrbit = Opened<QuorOsgUtils::PreciseOrbitManipulator>;
+using OpenPrecisePivot = Opened<QuorOsgUtils::PrecisePivotManipulator>;
 
 /// A viewer of kWidth × kHeight pixels without a graphics context, a scene of one group, and the manipulator under
 /// test; real events go through the manipulator's public `handle`. Positions are pixels from the bottom left.
@@ -111,7 +117,6 @@ class NavigationFixture : public ::testing::Test {
 using ManipulatorFixture = NavigationFixture<OpenManipulator>;
 using PivotManipulatorFixture = NavigationFixture<OpenPivotManipulator>;
 
-void expectNear(const osg::Vec3d& actual, const osg::Vec3d& expected, double tolerance);
 /// Radians.
 double angleOf(const osg::Quat& rotation);
 /// As rotations: q and −q are the same.

@@ -1,12 +1,18 @@
 #pragma once
 
 #include <QuorOsgUtils/FileCmd.h>
+#include <QuorOsgUtils/FileManager.h>
 
 #include <functional>
 #include <string>
 #include <utility>
 
 namespace QuorTests {
+
+/// The file manager of the process.
+inline QuorOsgUtils::FileManager& manager() {
+  return *QuorOsgUtils::FileManager::getInstance();
+}
 
 /// An application's command that calls any function and gives the test the views of its file. Reports its destruction.
 class Work : public QuorOsgUtils::FileCmd {

@@ -54,6 +54,11 @@ TEST(ArgumentsTest, aClipBoxIsSixNumbersInTheScansCoordinates) {
   EXPECT_EQ(parsed.clip->_max, osg::Vec3d(2230739.34, 0.0, 100.5));
 }
 
+TEST(ArgumentsTest, aClipBoxMayBeAThinSection) {
+  EXPECT_EQ(parseArguments({"--clip", "0 0 7 5000 3000 7.05"}).clip->_max.z(), 7.05);
+  EXPECT_EQ(parseArguments({"--clip", "0 0 0 1 1 0.001"}).clip->_max.z(), 0.001);
+}
+
 TEST(ArgumentsTest, aStationIsThreeNumbersInTheScansCoordinates) {
   EXPECT_FALSE(parseArguments({}).station.has_value());
   const Arguments parsed = parseArguments({"--station", "2230738.84  -7.5 1e2"});
@@ -102,10 +107,12 @@ INSTANTIATE_TEST_SUITE_P(
                     BadLine{{"--clip", "0 0 0 1 1m 1"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 0 1"}, "above"},
                     BadLine{{"--clip", "1 0 0 0 1 1"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 nan"}, "--clip"},
                     BadLine{{"--clip", "0 0 0 1 1 inf"}, "--clip"}, BadLine{{"--clip", "0 0 0 1 1 1e300"}, "--clip"},
-                    BadLine{{"--clip", "0 0 0 1 1 0.4999"}, "0.5"}, BadLine{{"--station"}, "--station expects"},
-                    BadLine{{"--station", "1 2"}, "'1 2'"}, BadLine{{"--station", "1 2 3 4"}, "--station"},
-                    BadLine{{"--station", "1 2 nan"}, "--station"}, BadLine{{"--threading"}, "--threading expects"},
-                    BadLine{{"--threading", "many"}, "'many'"}, BadLine{{"--tour"}, "--tour expects"},
+                    BadLine{{"--clip", "0 0 0 1 1 0.0009"}, "0.001"},
+                    BadLine{{"--clip", "0 0 0 5000 1 0.0049"}, "a millionth of the longest side"},
+                    BadLine{{"--station"}, "--station expects"}, BadLine{{"--station", "1 2"}, "'1 2'"},
+                    BadLine{{"--station", "1 2 3 4"}, "--station"}, BadLine{{"--station", "1 2 nan"}, "--station"},
+                    BadLine{{"--threading"}, "--threading expects"}, BadLine{{"--threading", "many"}, "'many'"},
+                    BadLine{{"--tour"}, "--tour expects"},
                     BadLine{{"--screenshot", ""}, "--screenshot expects a file name, not ''"},
                     BadLine{{"--screenshot=", "photo.png"}, "--screenshot expects a file name, not ''"},
                     BadLine{{"--screenshot"}, "--screenshot expects a file name, but none is given"},
@@ -152,6 +159,25 @@ TEST(ArgumentsTest, aValueMayFollowAnEqualsSign) {
   EXPECT_EQ(parseArguments({"--tour=--"}).tourFolder, "--");
 }
 
+TEST(ArgumentsTest, everyOptionTakesItsValueAfterAnEqualsSign) {
+  using osgViewer::ViewerBase;
+  const Arguments parsed =
+      parseArguments({"--colour-by=elevation", "--point-size=7", "--size=800x600", "--clip=0 1 2 3 4 5",
+                      "--station=1 2 3", "--memory=2", "--screenshot=p.png", "--tour=there", "--threading=draw"});
+  EXPECT_EQ(parsed.colourMode, ColourMode::Elevation);
+  EXPECT_EQ(parsed.pointSizePixels, 7.0f);
+  EXPECT_EQ(parsed.width, 800);
+  EXPECT_EQ(parsed.height, 600);
+  ASSERT_TRUE(parsed.clip && parsed.station);
+  EXPECT_EQ(parsed.clip->_max, osg::Vec3d(3.0, 4.0, 5.0));
+  EXPECT_EQ(*parsed.station, osg::Vec3d(1.0, 2.0, 3.0));
+  EXPECT_EQ(parsed.memoryBytes, 2147483648U);
+  EXPECT_EQ(parsed.screenshotFile, "p.png");
+  EXPECT_EQ(parsed.tourFolder, "there");
+  EXPECT_EQ(parsed.threading, ViewerBase::DrawThreadPerContext);
+  EXPECT_TRUE(parsed.files.empty());
+}
+
 TEST(ArgumentsTest, theLastOfSeveralValuesCounts) {
   const Arguments parsed = parseArguments({"--point-size", "3", "--ortho", "--point-size", "5", "--ortho"});
   EXPECT_EQ(parsed.pointSizePixels, 5.0f);
@@ -161,7 +187,7 @@ TEST(ArgumentsTest, theLastOfSeveralValuesCounts) {
 TEST(ArgumentsTest, theHelpNamesEveryOption) {
   const std::string help = parseArguments({"--help"}).answer;
   for (const char* option : {"--colour-by", "--point-size", "--clip", "--station", "--ortho", "--size", "--screenshot",
-                             "--tour", "--threading", "--gpu", "--memory", "--verbose", "--help", "--version"}) {
+                             "--tour", "--threading", "--gpu", "--memory", "--verbose", "-h,--help", "--version"}) {
     EXPECT_THAT(help, testing::HasSubstr(std::string("\n  ") + option));
   }
 }
@@ -171,6 +197,14 @@ TEST(ArgumentsTest, theHelpFitsAHundredColumns) {
   for (std::string line; std::getline(help, line);) {
     EXPECT_LE(line.size(), 100U) << line;
   }
+}
+
+TEST(ArgumentsTest, theHelpHasAShortOptionToo) {
+  EXPECT_EQ(parseArguments({"-h"}).answer, parseArguments({"--help"}).answer);
+  EXPECT_THROW(parseArguments({"-h=2"}), std::invalid_argument);
+  EXPECT_THROW(parseArguments({"-hv"}), std::invalid_argument);
+  EXPECT_EQ(parseArguments({"--screenshot=-h"}).screenshotFile, "-h");
+  EXPECT_THAT(parseArguments({"--", "-h"}).files, testing::ElementsAre("-h"));
 }
 
 TEST(ArgumentsTest, helpIsPrintedDespiteAnUnknownOption) {

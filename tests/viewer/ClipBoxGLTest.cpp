@@ -19,7 +19,7 @@ using namespace QuorTests;
 using namespace QuorViewer;
 
 // Keeps the first four of the eight columns.
-const osg::BoundingBoxf kHalf(-5.0f, -5.0f, -5.0f, 35.0f, 55.0f, 20.0f);
+const osg::BoundingBoxd kHalf(-5.0, -5.0, -5.0, 35.0, 55.0, 20.0);
 
 bool isInHalf(int point) {
   return placeOf(point).x() < 35.0f;
@@ -73,9 +73,12 @@ bool isColourOf(int axis, const osg::Vec4& colour) {
 class ClipBoxGLTest : public SceneFixture {
  protected:
   ClipBox& box() { return _scene->clip; }
+  // In scene coordinates, of a box that is not rotated.
+  osg::Vec3d highCorner() { return box().control().box()._max; }
+  double rightFace() { return highCorner().x(); }
 
   // Whether the outline of the box crosses a point in the window or passes close to it.
-  bool isByOutline(const osg::BoundingBoxf& outlined, int point) {
+  bool isByOutline(const osg::BoundingBoxd& outlined, int point) {
     constexpr double kMargin = 3.0;
     for (unsigned int corner = 0; corner < 8; ++corner) {
       for (const unsigned int axis : {1U, 2U, 4U}) {
@@ -91,8 +94,8 @@ class ClipBoxGLTest : public SceneFixture {
 
   // Everything that has depth must be a point of the cloud.
   void expectOnlyPointsHaveDepth() {
-    const std::vector<float>& depths = frame().getDepthBuffer();
-    const std::vector<unsigned int>& identifiers = frame().getItemIDBuffer();
+    const std::vector<float>& depths = frame().depths;
+    const std::vector<unsigned int>& identifiers = frame().itemIDs;
     std::size_t wrong = 0;
     for (std::size_t pixel = 0; pixel < depths.size(); ++pixel) {
       wrong += (depths[pixel] < 1.0f) != (identifiers[pixel * 4] != 0) ? 1 : 0;
@@ -129,8 +132,8 @@ class ClipBoxGLTest : public SceneFixture {
 
   // World units per pixel across the view, at the depth of a position.
   double worldPerPixel(const osg::Vec3d& place) {
-    const osg::Matrixd& projection = frame().getProjectionMatrix();
-    const double depth = -(place * frame().getViewMatrix()).z();
+    const osg::Matrixd& projection = frame().projectionMatrix;
+    const double depth = -(place * frame().viewMatrix).z();
     const double w = projection(2, 3) * -depth + projection(3, 3);
     return 2.0 * w / (projection(1, 1) * height());
   }
@@ -218,14 +221,14 @@ class ClipBoxGLTest : public SceneFixture {
   void expectRingsCircleTheBox() {
     const osg::ref_ptr<osg::Image> image = picture();
     const osg::Vec3d centre = kHalf.center();
-    const double centreDepth = (centre * frame().getViewMatrix()).z();
+    const double centreDepth = (centre * frame().viewMatrix).z();
     for (int axis = 0; axis < 3; ++axis) {
       for (int step = 0; step < 72; ++step) {
         const double angle = step * std::acos(-1.0) / 36.0;
         const osg::Vec3d outwards = kAxes[(axis + 1) % 3] * std::cos(angle) + kAxes[(axis + 2) % 3] * std::sin(angle);
         const osg::Vec3d place = centre + outwards * (kRingRadius * kHalf.radius());
         const osg::Vec2d pixel = windowPlaceOf(place);
-        const bool inFront = (place * frame().getViewMatrix()).z() > centreDepth + 0.2 * kHalf.radius();
+        const bool inFront = (place * frame().viewMatrix).z() > centreDepth + 0.2 * kHalf.radius();
         if (inFront && pixel.x() > 2 && pixel.x() < width() - 2 && pixel.y() > kHudHeight && pixel.y() < height() - 2) {
           ++_checked;
           _found += isOnRing(*image, axis, pixel) ? 1 : 0;
@@ -251,7 +254,7 @@ class ClipBoxGLTest : public SceneFixture {
     return *static_cast<osgViewer::GraphicsWindow*>(_viewer->getCamera()->getGraphicsContext())->getEventQueue();
   }
 
-  void movePointer(const osg::Vec3d& place) {
+  void sendPointer(const osg::Vec3d& place) {
     const osg::Vec2d pixel = windowPlaceOf(place);
     _pointerX = static_cast<float>(std::floor(pixel.x()));
     _pointerY = static_cast<float>(height() - 1 - std::floor(pixel.y()));
@@ -259,18 +262,18 @@ class ClipBoxGLTest : public SceneFixture {
   }
 
   void click(const osg::Vec3d& place) {
-    movePointer(place);
+    sendPointer(place);
     events().mouseButtonPress(_pointerX, _pointerY, 1);
     _viewer->frame();
     events().mouseButtonRelease(_pointerX, _pointerY, 1);
     _viewer->frame();
   }
 
-  void drag(const HandlePath& path) {
-    movePointer(path.from);
+  void drag(const ClipBoxControl::DragPath& path) {
+    sendPointer(path.from);
     events().mouseButtonPress(_pointerX, _pointerY, 1);
     _viewer->frame();
-    movePointer(path.to);
+    sendPointer(path.to);
     _viewer->frame();
     events().mouseButtonRelease(_pointerX, _pointerY, 1);
     draw();
@@ -293,11 +296,11 @@ TEST_F(ClipBoxGLTest, pointsOutsideTheBoxAreInNoAttachmentAndHaveNoDepth) {
       } else {
         SCOPED_TRACE(point);
         const std::size_t pixel = pixelOf(placeOf(point));
-        EXPECT_EQ(frame().getDepthBuffer()[pixel], 1.0f);
-        EXPECT_EQ(frame().getItemIDBuffer()[pixel * 4 + 3], 0U);
-        EXPECT_EQ(frame().getItemFloatBuffer()[pixel * 4 + 3], 0.0f);
-        EXPECT_EQ(frame().getPCFloatBuffer()[pixel * 4], 0.0f);
-        EXPECT_EQ(frame().getPCUIntBuffer()[pixel * 4 + 3], 0);
+        EXPECT_EQ(frame().depths[pixel], 1.0f);
+        EXPECT_EQ(frame().itemIDs[pixel * 4 + 3], 0U);
+        EXPECT_EQ(frame().itemFloats[pixel * 4 + 3], 0.0f);
+        EXPECT_EQ(frame().pcFloats[pixel * 4], 0.0f);
+        EXPECT_EQ(frame().pcInts[pixel * 4 + 3], 0);
       }
     }
     EXPECT_EQ(seenPoints(), expected);
@@ -309,7 +312,7 @@ TEST_F(ClipBoxGLTest, pointsOutsideTheBoxAreInNoAttachmentAndHaveNoDepth) {
 TEST_F(ClipBoxGLTest, pointsOutsideTheBoxAreNotInThePicture) {
   _scene->cloud.setColourMode(ColourMode::Rgb);
   _scene->eyeDome.setOn(false);
-  box().showHandles(ClipHandles::CUTTER_SCALE, 0);
+  box().showHandles(ClipBoxControl::CUTTER_SCALE, 0);
   box().place(kHalf);
   draw();
   const osg::ref_ptr<osg::Image> image = picture();
@@ -329,7 +332,8 @@ TEST_F(ClipBoxGLTest, pointsOutsideTheBoxAreNotInThePicture) {
 TEST_F(ClipBoxGLTest, aBoxAroundEverythingCutsNothingAndItsHandlesLeaveEveryAttachmentAlone) {
   const Captured before = captured();
   box().place(boxAround(_scene->cloud.bounds()));
-  for (const ClipMode mode : {ClipHandles::CUTTER_SCALE, ClipHandles::CUTTER_TRANSLATE, ClipHandles::CUTTER_ROTATE}) {
+  for (const ClipMode mode :
+       {ClipBoxControl::CUTTER_SCALE, ClipBoxControl::CUTTER_TRANSLATE, ClipBoxControl::CUTTER_ROTATE}) {
     SCOPED_TRACE(mode);
     box().showHandles(mode, 7);
     draw();
@@ -340,18 +344,18 @@ TEST_F(ClipBoxGLTest, aBoxAroundEverythingCutsNothingAndItsHandlesLeaveEveryAtta
   EXPECT_EQ(_scene->target.glErrorCount(), 0U);
 }
 
-TEST_F(ClipBoxGLTest, theDiscIsDrawnBehindThePointsAndWritesNoDepth) {
+TEST_F(ClipBoxGLTest, theDiscIsAFaintLightVeilBehindThePointsAndWritesNoDepth) {
   _scene->cloud.setColourMode(ColourMode::Rgb);
   _scene->eyeDome.setOn(false);
   zoom(1.6);
-  const osg::Vec3d beside = osg::Vec3d(kHalf.center()) + osg::Vec3d(0.0, 0.0, 0.7 * kHalf.radius());
+  const osg::Vec3d beside = kHalf.center() + osg::Vec3d(0.0, 0.0, 0.7 * kHalf.radius());
   const float backdrop = colourAt(*picture(), pixelOf(beside)).b();
-  box().showHandles(ClipHandles::CUTTER_ROTATE, 7);
+  box().showHandles(ClipBoxControl::CUTTER_ROTATE, 7);
   box().place(kHalf);
   draw();
   expectOnlyPointsHaveDepth();
   const osg::ref_ptr<osg::Image> image = picture();
-  EXPECT_NEAR(colourAt(*image, pixelOf(beside)).b(), 0.9f * 0.1f + 0.1f * backdrop, 0.01f);
+  EXPECT_NEAR(colourAt(*image, pixelOf(beside)).b(), 0.04f + 0.96f * backdrop, 0.01f);
   int shown = 0;
   for (int point = 0; point < kColumns * kRows; ++point) {
     shown += std::abs(colourAt(*image, pixelOf(placeOf(point))).r() - 200.0f / 255.0f) < 0.01f ? 1 : 0;
@@ -368,7 +372,7 @@ TEST_F(ClipBoxGLTest, theConesKeepTheirPixelSizeNearAndFarInBothProjections) {
 
 TEST_F(ClipBoxGLTest, theArrowsKeepTheirPixelLengthNearAndFarInBothProjections) {
   _scene->cloud.node()->setNodeMask(0U);
-  box().showHandles(ClipHandles::CUTTER_TRANSLATE, 7);
+  box().showHandles(ClipBoxControl::CUTTER_TRANSLATE, 7);
   box().place(kHalf);
   inEveryView([this] { expectArrowsHaveTheirLength(); });
   EXPECT_GE(_checked, 9);
@@ -376,7 +380,7 @@ TEST_F(ClipBoxGLTest, theArrowsKeepTheirPixelLengthNearAndFarInBothProjections) 
 
 TEST_F(ClipBoxGLTest, theRingsCircleTheBoxNearAndFarInBothProjections) {
   _scene->cloud.node()->setNodeMask(0U);
-  box().showHandles(ClipHandles::CUTTER_ROTATE, 7);
+  box().showHandles(ClipBoxControl::CUTTER_ROTATE, 7);
   box().place(kHalf);
   inEveryView([this] { expectRingsCircleTheBox(); });
   EXPECT_GE(_checked, 200);
@@ -384,7 +388,7 @@ TEST_F(ClipBoxGLTest, theRingsCircleTheBoxNearAndFarInBothProjections) {
 
 TEST_F(ClipBoxGLTest, conesShowInFrontOfThePoints) {
   _scene->cloud.setPointSizePixels(32.0f);
-  const osg::BoundingBoxf tall(-5.0f, -5.0f, -5.0f, 75.0f, 55.0f, 20.0f);
+  const osg::BoundingBoxd tall(-5.0, -5.0, -5.0, 75.0, 55.0, 20.0);
   box().place(tall);
   draw();
   const osg::ref_ptr<osg::Image> image = picture();
@@ -403,7 +407,8 @@ TEST_F(ClipBoxGLTest, onlyTheChosenAxesHandlesShow) {
     all.include({static_cast<double>(width()), static_cast<double>(height())});
     return all;
   }();
-  for (const ClipMode mode : {ClipHandles::CUTTER_SCALE, ClipHandles::CUTTER_TRANSLATE, ClipHandles::CUTTER_ROTATE}) {
+  for (const ClipMode mode :
+       {ClipBoxControl::CUTTER_SCALE, ClipBoxControl::CUTTER_TRANSLATE, ClipBoxControl::CUTTER_ROTATE}) {
     for (int shown = 0; shown < 3; ++shown) {
       box().showHandles(mode, 1 << shown);
       draw();
@@ -418,10 +423,11 @@ TEST_F(ClipBoxGLTest, onlyTheChosenAxesHandlesShow) {
 
 TEST_F(ClipBoxGLTest, switchingOffRestoresPictureDepthAndAttachments) {
   const Captured before = captured();
-  const std::vector<float> depths = frame().getDepthBuffer();
+  const std::vector<float> depths = frame().depths;
   const osg::ref_ptr<osg::Image> plain = picture();
   box().place(kHalf);
-  for (const ClipMode mode : {ClipHandles::CUTTER_SCALE, ClipHandles::CUTTER_TRANSLATE, ClipHandles::CUTTER_ROTATE}) {
+  for (const ClipMode mode :
+       {ClipBoxControl::CUTTER_SCALE, ClipBoxControl::CUTTER_TRANSLATE, ClipBoxControl::CUTTER_ROTATE}) {
     box().showHandles(mode, 7);
     box().setOn(true);
     draw();
@@ -429,7 +435,7 @@ TEST_F(ClipBoxGLTest, switchingOffRestoresPictureDepthAndAttachments) {
     box().setOn(false);
     draw();
     EXPECT_TRUE(captured() == before);
-    EXPECT_EQ(frame().getDepthBuffer(), depths);
+    EXPECT_EQ(frame().depths, depths);
     const osg::ref_ptr<osg::Image> after = picture();
     EXPECT_TRUE(std::equal(plain->data(), plain->data() + plain->getTotalSizeInBytes(), after->data()));
   }
@@ -450,7 +456,7 @@ TEST_F(ClipBoxGLTest, switchingOnAgainCutsAsBefore) {
 TEST_F(ClipBoxGLTest, aNewBoxCutsInPlaceOfTheOneBefore) {
   box().place(kHalf);
   draw();
-  box().place(osg::BoundingBoxf(35.0f, -5.0f, -5.0f, 75.0f, 55.0f, 20.0f));
+  box().place({35.0, -5.0, -5.0, 75.0, 55.0, 20.0});
   draw();
   for (const unsigned int point : seenPoints()) {
     EXPECT_FALSE(isInHalf(static_cast<int>(point))) << point;
@@ -461,28 +467,28 @@ TEST_F(ClipBoxGLTest, aNewBoxCutsInPlaceOfTheOneBefore) {
 TEST_F(ClipBoxGLTest, aDraggedFaceCutsAndABoxThatIsOffIgnoresEvents) {
   box().place(kHalf);
   draw();
-  const HandlePath path = box().handles().pathOfFace(1, 0.4);
+  const ClipBoxControl::DragPath path = box().control().pathOfFace(1, 0.4);
   drag(path);
-  const float pulled = box().handles().box().xMax();
-  EXPECT_NEAR(pulled, 35.0f - 0.4f * 40.0f, 1.5f);
+  const double pulled = rightFace();
+  EXPECT_NEAR(pulled, 35.0 - 0.4 * 40.0, 1.5);
   for (const unsigned int point : seenPoints()) {
     EXPECT_LT(placeOf(static_cast<int>(point)).x(), pulled);
   }
-  const HandlePath back = box().handles().pathOfFace(1, -0.4);
+  const ClipBoxControl::DragPath back = box().control().pathOfFace(1, -0.4);
   box().setOn(false);
   draw();
   drag(back);
-  EXPECT_EQ(box().handles().box().xMax(), pulled);
+  EXPECT_EQ(rightFace(), pulled);
   EXPECT_EQ(seenPoints().size(), static_cast<std::size_t>(kColumns * kRows));
 }
 
 TEST_F(ClipBoxGLTest, aClickOnAHandleIsNotReportedAndOneBesideItIs) {
   int clicks = 0;
-  _viewer->addEventHandler(new PointerHandler([&](int, int) { ++clicks; }, [] {}));
+  _viewer->addEventHandler(new PointerHandler([&](int, int) { ++clicks; }, [](bool) {}));
   box().place(kHalf);
   draw();
   for (std::size_t face = 0; face < 6; ++face) {
-    click(box().handles().pathOfFace(face, 0.1).from);
+    click(box().control().pathOfFace(face, 0.1).from);
   }
   EXPECT_EQ(clicks, 0);
   click(placeOf(9));
@@ -498,27 +504,28 @@ TEST_F(ClipBoxGLTest, aHandleThatPointsAtTheEyeIgnoresPressesAndOneBesideItDoesN
   _view->toggleProjection();
   _navigator->manipulator().setPitchWithYawQuat(osg::Quat(), osg::Quat());
   draw();
-  const osg::Vec3d top = box().handles().pathOfFace(5, 0.1).from;
+  const osg::Vec3d top = box().control().pathOfFace(5, 0.1).from;
   drag({top, top + osg::Vec3d(3.0, 2.0, 0.0)});
-  EXPECT_EQ(box().handles().box()._max, kHalf._max);
-  drag(box().handles().pathOfFace(1, 0.4));
-  EXPECT_LT(box().handles().box().xMax(), 25.0f);
+  EXPECT_EQ(highCorner(), kHalf._max);
+  drag(box().control().pathOfFace(1, 0.4));
+  EXPECT_LT(rightFace(), 25.0);
 }
 
 TEST_F(ClipBoxGLTest, aDraggedArrowMovesTheBoxUnlessItPointsAtTheEye) {
   box().place(kHalf);
-  box().showHandles(ClipHandles::CUTTER_TRANSLATE, 7);
+  box().showHandles(ClipBoxControl::CUTTER_TRANSLATE, 7);
   draw();
-  const HandlePath sideways = box().handles().pathOfAxis(0, 0.3);
+  const osg::Vec3d before = box().control().getMatrix().getTrans();
+  const ClipBoxControl::DragPath sideways = box().control().pathOfAxis(0, 0.3);
   drag(sideways);
-  const osg::Vec3d moved = box().handles().getMatrix().getTrans();
-  EXPECT_GT(moved.x(), 1.0);
+  const osg::Vec3d moved = box().control().getMatrix().getTrans();
+  EXPECT_GT(moved.x(), before.x() + 1.0);
   _view->toggleProjection();
   _navigator->manipulator().setPitchWithYawQuat(osg::Quat(), osg::Quat());
   draw();
-  const HandlePath up = box().handles().pathOfAxis(2, 0.3);
+  const ClipBoxControl::DragPath up = box().control().pathOfAxis(2, 0.3);
   drag({up.from, up.from + osg::Vec3d(2.0, 1.0, 0.0)});
-  EXPECT_EQ(box().handles().getMatrix().getTrans(), moved);
+  EXPECT_EQ(box().control().getMatrix().getTrans(), moved);
 }
 
 TEST_F(ClipBoxGLTest, intersectionVisitorsSkipThePoints) {

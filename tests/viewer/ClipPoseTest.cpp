@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -24,6 +25,13 @@ TEST(ClipPoseTest, anUnmovedBoxIsShiftedByTheOriginAlone) {
   EXPECT_EQ(outputText(pose),
             "clip size 6.000000 2.000000 0.500000 centre 2230002.000000 252003.000000 13.250000 rotation 0.000000000 "
             "0.000000000 0.000000000 1.000000000");
+}
+
+TEST(ClipPoseTest, aThinBoxShowsItsThicknessAndItsCentreInMillimetres) {
+  ClipPose pose;
+  pose.size = osg::Vec3d(5000.0, 0.05, 12.0);
+  pose.centre = osg::Vec3d(10.0, 20.1254, 30.0);
+  EXPECT_THAT(statusText(pose), HasSubstr("Box  5000.000 × 0.050 × 12.000      centre  10.000   20.125   30.000 "));
 }
 
 TEST(ClipPoseTest, theCentreFollowsTheMatrix) {
@@ -75,7 +83,7 @@ TEST(ClipPoseTest, anObliqueAxisIsReportedByItsComponents) {
 
 TEST(ClipPoseTest, theBoxAroundContentHasAMarginOnEverySide) {
   const osg::BoundingBox content(0.0f, 0.0f, 0.0f, 300.0f, 200.0f, 60.0f);
-  const osg::BoundingBoxf box = boxAround(content);
+  const osg::BoundingBoxd box = boxAround(content);
   for (int axis = 0; axis < 3; ++axis) {
     EXPECT_LT(box._min[axis], content._min[axis]);
     EXPECT_GT(box._max[axis], content._max[axis]);
@@ -87,14 +95,30 @@ TEST(ClipPoseTest, theBoxAroundContentHasAMarginOnEverySide) {
 TEST(ClipPoseTest, theBoxAroundFlatOrTinyContentLeavesRoomToPullEachFace) {
   for (const osg::BoundingBox& content :
        {osg::BoundingBox(0.0f, 0.0f, 5.0f, 100.0f, 100.0f, 5.0f), osg::BoundingBox(1.0f, 2.0f, 3.0f, 1.0f, 2.0f, 3.0f),
-        osg::BoundingBox(0.0f, 0.0f, 0.0f, 0.01f, 0.02f, 0.01f)}) {
-    const osg::BoundingBoxf box = boxAround(content);
+        osg::BoundingBox(0.0f, 0.0f, 0.0f, 0.01f, 0.02f, 0.01f),
+        osg::BoundingBox(4.0e5f, 2.0f, 3.0f, 4.0e5f, 2.0f, 3.0f)}) {
+    const osg::BoundingBoxd box = boxAround(content);
+    const osg::Vec3d size = box._max - box._min;
+    const double least = QuorOsgUtils::ClipBoxControl::leastExtent(std::max({size.x(), size.y(), size.z()}));
     for (int axis = 0; axis < 3; ++axis) {
-      EXPECT_GT(box._max[axis] - box._min[axis], 0.5f);
+      EXPECT_GT(size[axis], 1.5 * least);
       EXPECT_LT(box._min[axis], content._min[axis]);
       EXPECT_GT(box._max[axis], content._max[axis]);
     }
   }
+}
+
+TEST(ClipPoseTest, theBoxAroundFlatContentIsThin) {
+  const osg::BoundingBoxd box = boxAround(osg::BoundingBox(0.0f, 0.0f, 5.0f, 4.0f, 3.0f, 5.0f));
+  // The margin is a hundredth of half the diagonal, which is 5.
+  EXPECT_NEAR(box.zMax() - box.zMin(), 2.0 * 0.025, 1e-9);
+  EXPECT_NEAR(box.center().z(), 5.0, 1e-9);
+}
+
+TEST(ClipPoseTest, theBoxAroundDistantContentKeepsClearOfItByManyDrawnSteps) {
+  const osg::BoundingBoxd box = boxAround(osg::BoundingBox(4.0e5f, 0.0f, 0.0f, 4.0e5f, 0.0f, 0.0f));
+  constexpr double kStep = 0.03125;  // of single precision from 2^18 to 2^19
+  EXPECT_GE(box.yMax(), 8.0 * kStep);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "support/platform/Desktop.h"
 #include "tests/viewer/SceneFixture.h"
 #include "viewer/render/FrameLoop.h"
 
@@ -11,7 +12,9 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <functional>
 #include <future>
+#include <map>
 #include <random>
 #include <thread>
 #include <tuple>
@@ -94,6 +97,27 @@ class CountNodes : public osg::NodeVisitor {
   int _count = 0;
 };
 
+/// Counts the events that reach the viewer's handlers, and may ask for a frame at the next one of a type.
+class CountEvents : public osgGA::GUIEventHandler {
+ public:
+  using Type = osgGA::GUIEventAdapter::EventType;
+
+  bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override {
+    ++_counts[ea.getEventType()];
+    if (ea.getEventType() == _requestAt) {
+      _requestAt = osgGA::GUIEventAdapter::NONE;
+      aa.requestRedraw();
+    }
+    return false;
+  }
+  int count(Type type) { return _counts[type]; }
+  void requestFrameAtNext(Type type) { _requestAt = type; }
+
+ private:
+  std::map<Type, int> _counts;
+  Type _requestAt = osgGA::GUIEventAdapter::NONE;
+};
+
 class FrameLoopGLTest : public SceneFixture, public testing::WithParamInterface<Model> {
  protected:
   void SetUp() override {
@@ -129,8 +153,79 @@ class FrameLoopGLTest : public SceneFixture, public testing::WithParamInterface<
     return count.count();
   }
 
+  /// Lets the display's real pointer and keyboard act on the window, whose events are counted.
+  void receiveInput() {
+    _events = new CountEvents;
+    _viewer->addEventHandler(_events);
+    ASSERT_TRUE(_window.find("scene test"));
+    _window.movePointer(50, 50);
+    runUntil([] { return false; }, std::chrono::milliseconds(500));
+  }
+  /// Runs the loop as the viewer does, until a condition holds. False if it does not hold in time.
+  bool runUntil(const std::function<bool()>& holds, std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!holds() && std::chrono::steady_clock::now() < end) {
+      if (_loop->handleEvents()) {
+        _loop->draw();
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return holds();
+  }
+
   std::unique_ptr<FrameLoop> _loop;
+  osg::ref_ptr<CountEvents> _events;
+  RemoteWindow _window;
 };
+
+TEST_P(FrameLoopGLTest, pointerMovesAndKeysReachTheHandlersWithoutAFrame) {
+  using Event = osgGA::GUIEventAdapter;
+  constexpr int kMoves = 40;
+  receiveInput();
+  const std::uint64_t frames = _loop->frameCount();
+  const int movesBefore = _events->count(Event::MOVE);
+  for (int move = 1; move <= kMoves; ++move) {
+    _window.movePointer(50 + 10 * move, 50 + 8 * move);
+    EXPECT_TRUE(runUntil([&] { return _events->count(Event::MOVE) >= movesBefore + move; })) << move;
+  }
+  _window.key("k");
+  EXPECT_TRUE(runUntil([&] { return _events->count(Event::KEYUP) > 0; }));
+  EXPECT_EQ(_events->count(Event::KEYDOWN), 1);
+  EXPECT_EQ(_loop->frameCount(), frames);
+}
+
+TEST_P(FrameLoopGLTest, aHandlerThatAsksForAFrameAtAnEventGetsExactlyOne) {
+  using Event = osgGA::GUIEventAdapter;
+  receiveInput();
+  for (const Event::EventType type : {Event::KEYDOWN, Event::FRAME}) {
+    SCOPED_TRACE(type);
+    const std::uint64_t frames = _loop->frameCount();
+    const int keysBefore = _events->count(Event::KEYUP);
+    _events->requestFrameAtNext(type);
+    _window.key("k");
+    EXPECT_TRUE(runUntil([&] { return _events->count(Event::KEYUP) > keysBefore; }));
+    runUntil([] { return false; }, std::chrono::milliseconds(300));
+    EXPECT_EQ(_loop->frameCount(), frames + 1);
+  }
+}
+
+TEST_P(FrameLoopGLTest, everyDrawnFrameSendsAFrameEvent) {
+  receiveInput();
+  const int before = _events->count(osgGA::GUIEventAdapter::FRAME);
+  constexpr int kFrames = 3;
+  for (int frame = 0; frame < kFrames; ++frame) {
+    _loop->draw();
+  }
+  EXPECT_EQ(_events->count(osgGA::GUIEventAdapter::FRAME), before + kFrames);
+}
+
+TEST_P(FrameLoopGLTest, aResizedWindowIsDrawn) {
+  receiveInput();
+  const std::uint64_t frames = _loop->frameCount();
+  _window.resize(kWidth - 100, kHeight - 60);
+  EXPECT_TRUE(runUntil([&] { return width() == kWidth - 100 && height() == kHeight - 60; }));
+  EXPECT_GT(_loop->frameCount(), frames);
+}
 
 TEST_P(FrameLoopGLTest, theThreadsAreThoseOfTheModel) {
   EXPECT_EQ(_viewer->getThreadingModel(), GetParam());

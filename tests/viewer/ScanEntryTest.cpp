@@ -65,6 +65,37 @@ TEST_F(ScanEntryTest, backspaceErasesACharacterOfAnyLength) {
   EXPECT_THAT(_entered, ElementsAre("a\xC3\xBC"));
 }
 
+TEST_F(ScanEntryTest, charactersBeyondLatinAreTakenByTheirX11KeyCodes) {
+  struct Character {
+    int key;
+    std::string utf8;
+  };
+  constexpr int kUnicode = 0x1000000;
+  // The Cyrillic range has the order of KOI8-R; its first columns hold the letters of other languages.
+  const std::vector<Character> characters = {{0x6C1, "а"},
+                                             {0x6DF, "ъ"},
+                                             {0x6E1, "А"},
+                                             {0x6FF, "Ъ"},
+                                             {0x6C0, "ю"},
+                                             {0x6D1, "я"},
+                                             {0x6A3, "ё"},
+                                             {0x6B3, "Ё"},
+                                             {0x6A6, "і"},
+                                             {0x6AD, "ґ"},
+                                             {0x6B0, "№"},
+                                             {0x6BF, "Џ"},
+                                             {kUnicode + 0x11F, "ğ"},
+                                             {kUnicode + 0x70B9, "点"},
+                                             {kUnicode + 0x1F600, "😀"}};
+  for (const auto& [key, utf8] : characters) {
+    _entered.clear();
+    _entry->open();
+    press(key);
+    press(Key::KEY_Return);
+    EXPECT_THAT(_entered, ElementsAre(utf8)) << key;
+  }
+}
+
 TEST_F(ScanEntryTest, returnWithAnEmptyPathClosesTheEntry) {
   _entry->open();
   press('a');
@@ -73,6 +104,15 @@ TEST_F(ScanEntryTest, returnWithAnEmptyPathClosesTheEntry) {
   press(Key::KEY_Return);
   EXPECT_THAT(_entered, ElementsAre());
   EXPECT_FALSE(_entry->isOpen());
+}
+
+TEST_F(ScanEntryTest, escapeClosesTheEntryWithoutEnteringThePath) {
+  _entry->open();
+  type("town.las");
+  EXPECT_TRUE(press(Key::KEY_Escape));
+  EXPECT_FALSE(_entry->isOpen());
+  EXPECT_FALSE(press(Key::KEY_Return));
+  EXPECT_THAT(_entered, ElementsAre());
 }
 
 TEST_F(ScanEntryTest, nonCharacterKeysAddNothingButAreHandled) {

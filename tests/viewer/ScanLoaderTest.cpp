@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-constexpr std::uint64_t kPlenty = std::uint64_t{1} << 30U;
+using ScanBytes::kPlenty;
 constexpr std::uint64_t kHeaderBytes = 227;
 constexpr std::uint64_t kRecordBytes = 20;
 

@@ -33,6 +33,26 @@ TEST_F(ScanSetTest, scansKeepTheirNumbersWhenOthersAreClosed) {
   EXPECT_EQ(scans.pointCount(), 5U);
 }
 
+TEST_F(ScanSetTest, filesThatCannotBeOpenedAreLeftOutAndListed) {
+  const ScanSet scans({_folder.path("missing.las"), write("a.las", 1, 7000.0), _folder.path(".")});
+  EXPECT_THAT(scans.numbers(), ElementsAre(1U));
+  EXPECT_NEAR(scans.origin().x(), 7000.0, 10.0);
+  ASSERT_EQ(scans.failures().size(), 2U);
+  EXPECT_EQ(scans.failures()[0].path, _folder.path("missing.las"));
+  EXPECT_EQ(scans.failures()[0].reason, "no such file");
+  EXPECT_EQ(scans.failures()[1].reason, "this is a folder, not a file");
+}
+
+TEST_F(ScanSetTest, ifNoFileCanBeOpenedTheErrorNamesEach) {
+  try {
+    const ScanSet scans({_folder.path("first.las"), _folder.path("second.las")});
+    FAIL() << "opened";
+  } catch (const ScanError& error) {
+    EXPECT_EQ(error.what(),
+              _folder.path("first.las") + ": no such file\n" + _folder.path("second.las") + ": no such file");
+  }
+}
+
 TEST_F(ScanSetTest, theNumberOfAClosedScanIsNotReused) {
   ScanSet scans({write("a.las", 1, 0.0)});
   scans.close(1);

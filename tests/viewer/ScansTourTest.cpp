@@ -1,30 +1,14 @@
 #include "support/platform/Platform.h"
+#include "tests/viewer/ScansFolder.h"
 #include "tests/viewer/ViewerProcess.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cctype>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <vector>
 
 namespace {
-
-std::vector<std::string> scansToTour() {
-  std::vector<std::string> scans;
-  const char* folder = std::getenv("QUOR_SCANS");
-  for (const auto& entry : std::filesystem::directory_iterator(folder != nullptr ? folder : ".")) {
-    const std::string extension = entry.path().extension().string();
-    if (folder != nullptr && (extension == ".las" || extension == ".laz")) {
-      scans.push_back(entry.path().string());
-    }
-  }
-  std::sort(scans.begin(), scans.end());
-  return scans;
-}
 
 class ScansTourTest : public testing::TestWithParam<std::string> {};
 
@@ -42,11 +26,6 @@ TEST_P(ScansTourTest, runsThroughWithoutAGlError) {
   std::filesystem::remove_all(folder);
 }
 
-INSTANTIATE_TEST_SUITE_P(Folder, ScansTourTest, testing::ValuesIn(scansToTour()), [](const auto& scan) {
-  std::string name = std::filesystem::path(scan.param).stem().string();
-  std::replace_if(
-      name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-  return name;
-});
+INSTANTIATE_TEST_SUITE_P(Folder, ScansTourTest, testing::ValuesIn(QuorTests::scansInFolder()), QuorTests::scanTestName);
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "tests/viewer/SceneFixture.h"
 
 #include "support/CaptureContext.h"
-#include "support/platform/Desktop.h"
 #include "support/platform/Platform.h"
 #include "viewer/render/Screenshot.h"
 #include "viewer/ui/Window.h"
@@ -9,9 +8,11 @@
 #include <osgDB/ReadFile>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <string>
+#include <thread>
 
 namespace QuorTests {
 
@@ -50,7 +51,7 @@ PointChunk createChunk() {
 }
 
 void SceneFixture::SetUp() {
-  _viewer = new osgViewer::Viewer;
+  _viewer = new CountingViewer;
   _navigator = std::make_unique<Navigator>(*_viewer);
   _scene = std::make_unique<Scene>(*_viewer, Hud::HelpRows{{"A", "what A does"}});
   _view = std::make_unique<ViewControl>(*_viewer->getCamera(), *_navigator);
@@ -76,14 +77,18 @@ void SceneFixture::draw() {
   _viewer->frame();
 }
 
+const QuorOsgUtils::FrameSnapshot& SceneFixture::frame() {
+  _frame = _scene->target.tool().latest();
+  return *_frame;
+}
+
 Captured SceneFixture::captured() {
-  return {frame().getItemIDBuffer(), frame().getItemFloatBuffer(), frame().getPCFloatBuffer(),
-          frame().getPCUIntBuffer()};
+  return {frame().itemIDs, frame().itemFloats, frame().pcFloats, frame().pcInts};
 }
 
 std::set<unsigned int> SceneFixture::seenPoints() {
   std::set<unsigned int> seen;
-  const std::vector<unsigned int>& identifiers = frame().getItemIDBuffer();
+  const std::vector<unsigned int>& identifiers = frame().itemIDs;
   for (std::size_t first = 0; first < identifiers.size(); first += 4) {
     if (identifiers[first] != 0) {
       seen.insert(identifiers[first + 1] - static_cast<unsigned int>(kFirstPoint & 0xFFFFFFFFU));
@@ -93,17 +98,15 @@ std::set<unsigned int> SceneFixture::seenPoints() {
 }
 
 int SceneFixture::width() {
-  int x = 0, y = 0, frameWidth = 0, frameHeight = 0;
-  frame().getViewPort(x, y, frameWidth, frameHeight);
-  return frameWidth;
+  return frame().region.width;
 }
 
 int SceneFixture::height() {
-  return static_cast<int>(frame().getDepthBuffer().size()) / std::max(width(), 1);
+  return frame().region.height;
 }
 
 osg::Vec2d SceneFixture::windowPlaceOf(const osg::Vec3d& place) {
-  const osg::Vec3d device = place * frame().getViewMatrix() * frame().getProjectionMatrix();
+  const osg::Vec3d device = place * frame().viewMatrix * frame().projectionMatrix;
   return {(device.x() + 1.0) * 0.5 * width(), (device.y() + 1.0) * 0.5 * height()};
 }
 
@@ -116,12 +119,12 @@ std::size_t SceneFixture::pixelOf(const osg::Vec3d& place) {
 }
 
 void SceneFixture::expectDepthsMeetPositions() {
-  const osg::Matrixd toDevice = frame().getViewMatrix() * frame().getProjectionMatrix();
+  const osg::Matrixd toDevice = frame().viewMatrix * frame().projectionMatrix;
   for (int point = 0; point < kColumns * kRows; ++point) {
     const osg::Vec3d place = placeOf(point);
     const std::size_t pixel = pixelOf(place);
     const osg::Vec3d device = place * toDevice;
-    const double depth = frame().getDepthBuffer()[pixel];
+    const double depth = frame().depths[pixel];
     const osg::Vec3d met = osg::Vec3d(device.x(), device.y(), depth * 2.0 - 1.0) * osg::Matrixd::inverse(toDevice);
     EXPECT_LT((met - place).length(), kSpacing * 1e-3) << point;
   }
@@ -130,7 +133,7 @@ void SceneFixture::expectDepthsMeetPositions() {
 osg::ref_ptr<osg::Image> SceneFixture::picture() {
   const std::string name = "quor_scene_gl_test_" + std::to_string(processNumber()) + ".png";
   const std::string path = (std::filesystem::temp_directory_path() / name).string();
-  Screenshot screenshot(_scene->target.tool());
+  Screenshot screenshot(*_viewer);
   screenshot.request(path);
   _viewer->frame();
   EXPECT_TRUE(screenshot.captured() && screenshot.finish());
@@ -142,6 +145,21 @@ osg::ref_ptr<osg::Image> SceneFixture::picture() {
 osg::Vec4 SceneFixture::colourAt(osg::Image& image, std::size_t pixel) {
   return image.getColor(static_cast<unsigned int>(pixel % static_cast<std::size_t>(width())),
                         static_cast<unsigned int>(pixel / static_cast<std::size_t>(width())));
+}
+
+// Pointer events arrive with one of the next frames.
+void SceneFixture::settle() {
+  for (int i = 0; i < 5; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    _viewer->frame();
+  }
+}
+
+void SceneFixture::movePointer(const osg::Vec3d& place) {
+  const osg::Vec2d pixel = windowPlaceOf(place);
+  ASSERT_TRUE(_window.find("scene test"));
+  _window.movePointer(static_cast<int>(pixel.x()), height() - 1 - static_cast<int>(pixel.y()));
+  settle();
 }
 
 }  // namespace QuorTests

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/platform/Desktop.h"
 #include "viewer/Scene.h"
 #include "viewer/navigate/Navigator.h"
 #include "viewer/navigate/ViewControl.h"
@@ -40,6 +41,16 @@ struct Captured {
   }
 };
 
+/// A viewer that counts the redraws requested of it.
+class CountingViewer : public osgViewer::Viewer {
+ public:
+  void requestRedraw() override {
+    ++redraws;
+    osgViewer::Viewer::requestRedraw();
+  }
+  int redraws = 0;
+};
+
 /// The viewer's scene in a real window with the grid of points, and the contents of the captured frame.
 class SceneFixture : public testing::Test {
  protected:
@@ -47,7 +58,8 @@ class SceneFixture : public testing::Test {
 
   /// Draws twice, so that state left behind by one frame shows in the other.
   void draw();
-  QuorOsgUtils::ScreenCaptureTool::FrameBuffer& frame() { return _scene->target.tool().getFrameBuffer(); }
+  /// The frame captured last.
+  const QuorOsgUtils::FrameSnapshot& frame();
   Captured captured();
   /// The points that are visible in a pixel.
   std::set<unsigned int> seenPoints();
@@ -63,7 +75,14 @@ class SceneFixture : public testing::Test {
   osg::ref_ptr<osg::Image> picture();
   osg::Vec4 colourAt(osg::Image& image, std::size_t pixel);
 
-  osg::ref_ptr<osgViewer::Viewer> _viewer;
+  /// Moves the display's real pointer to a world point.
+  void movePointer(const osg::Vec3d& place);
+  /// Draws frames until events that have been sent have arrived.
+  void settle();
+
+  osg::ref_ptr<CountingViewer> _viewer;
+  RemoteWindow _window;
+  osg::ref_ptr<const QuorOsgUtils::FrameSnapshot> _frame;
   std::unique_ptr<QuorViewer::Navigator> _navigator;
   std::unique_ptr<QuorViewer::Scene> _scene;
   std::unique_ptr<QuorViewer::ViewControl> _view;

@@ -17,16 +17,16 @@ class SceneGLTest : public SceneFixture {
       const osg::Vec3f place = placeOf(point);
       const std::size_t first = pixelOf(place) * 4;
       const std::uint64_t index = kFirstPoint + static_cast<std::uint64_t>(point);
-      const unsigned int* identifier = &frame().getItemIDBuffer()[first];
+      const unsigned int* identifier = &frame().itemIDs[first];
       EXPECT_EQ(identifier[0], 1U);
       EXPECT_EQ(identifier[1], static_cast<unsigned int>(index & 0xFFFFFFFFU));
       EXPECT_EQ(identifier[2], static_cast<unsigned int>(index >> 32U));
       EXPECT_EQ(identifier[3], 1U);
-      const float* position = &frame().getItemFloatBuffer()[first];
+      const float* position = &frame().itemFloats[first];
       EXPECT_EQ(osg::Vec3f(position[0], position[1], position[2]), place);
       EXPECT_EQ(position[3], 1.0f);
-      EXPECT_EQ(frame().getPCFloatBuffer()[first], static_cast<float>(60000 + point));
-      const int* codes = &frame().getPCUIntBuffer()[first];
+      EXPECT_EQ(frame().pcFloats[first], static_cast<float>(60000 + point));
+      const int* codes = &frame().pcInts[first];
       EXPECT_EQ(static_cast<unsigned int>(codes[0]), static_cast<unsigned int>(index & 0xFFFFFFFFU));
       EXPECT_EQ(codes[1], 200 + point);
       EXPECT_EQ(codes[2], point % 8);
@@ -49,7 +49,7 @@ TEST_F(SceneGLTest, pointsOfADecimatedChunkAreIdentifiedByTheirPlaceInTheFile) {
   _scene->cloud.node()->getChild(0)->setNodeMask(0);
   draw();
   for (unsigned int point = 0; point < kColumns * kRows; ++point) {
-    const unsigned int* identifier = &frame().getItemIDBuffer()[pixelOf(placeOf(static_cast<int>(point))) * 4];
+    const unsigned int* identifier = &frame().itemIDs[pixelOf(placeOf(static_cast<int>(point))) * 4];
     const std::uint64_t index = kFirstPoint + point / 3 * 1000 + point % 3 * 2;
     EXPECT_EQ(identifier[0], 3U);
     EXPECT_EQ(identifier[1], static_cast<unsigned int>(index & 0xFFFFFFFFU)) << point;
@@ -59,18 +59,19 @@ TEST_F(SceneGLTest, pointsOfADecimatedChunkAreIdentifiedByTheirPlaceInTheFile) {
 
 TEST_F(SceneGLTest, theBackgroundIsZeroInEveryIdentifierAttachmentAndFarthestInDepth) {
   const std::size_t corner = static_cast<std::size_t>(width() * (height() - 1));
-  EXPECT_EQ(frame().getDepthBuffer()[corner], 1.0f);
+  EXPECT_EQ(frame().depths[corner], 1.0f);
   for (std::size_t channel = 0; channel < 4; ++channel) {
-    EXPECT_EQ(frame().getItemIDBuffer()[corner * 4 + channel], 0U);
-    EXPECT_EQ(frame().getItemFloatBuffer()[corner * 4 + channel], 0.0f);
-    EXPECT_EQ(frame().getPCFloatBuffer()[corner * 4 + channel], 0.0f);
-    EXPECT_EQ(frame().getPCUIntBuffer()[corner * 4 + channel], 0);
+    EXPECT_EQ(frame().itemIDs[corner * 4 + channel], 0U);
+    EXPECT_EQ(frame().itemFloats[corner * 4 + channel], 0.0f);
+    EXPECT_EQ(frame().pcFloats[corner * 4 + channel], 0.0f);
+    EXPECT_EQ(frame().pcInts[corner * 4 + channel], 0);
   }
 }
 
 TEST_F(SceneGLTest, theCapturedDepthLeadsBackToTheCapturedPositionInBothProjections) {
   expectDepthsMeetPositions();
   _view->toggleProjection();
+  _view->home();  // the scale in the middle was kept, which may have left points at the sides outside
   draw();
   ASSERT_TRUE(_view->isOrthographic());
   expectEveryPointIsCaptured();
@@ -89,12 +90,12 @@ TEST_F(SceneGLTest, eyeDomeLightingDarkensColoursAndLeavesTheIdentifiersAlone) {
   EXPECT_TRUE(captured() == plain);
   const osg::ref_ptr<osg::Image> litPicture = picture();
   int darker = 0, brighter = 0;
-  for (std::size_t pixel = 0; pixel < frame().getDepthBuffer().size(); ++pixel) {
+  for (std::size_t pixel = 0; pixel < frame().depths.size(); ++pixel) {
     const osg::Vec4 before = colourAt(*plainPicture, pixel);
     const osg::Vec4 after = colourAt(*litPicture, pixel);
     darker += after.r() < before.r() - 0.02f ? 1 : 0;
     brighter += after.r() > before.r() + 0.02f ? 1 : 0;
-    if (frame().getDepthBuffer()[pixel] == 1.0f) {
+    if (frame().depths[pixel] == 1.0f) {
       EXPECT_EQ(after, before) << "the backdrop changed at pixel " << pixel;
     }
   }
@@ -165,23 +166,26 @@ TEST_F(SceneGLTest, aPointFarFromTheLocalOriginKeepsItsPlaceToTheMillimetre) {
   draw();
   const osg::Vec3f place = placeOf(5) + osg::Vec3f(distant, 0.0f, 0.0f);
   const std::size_t first = pixelOf(place) * 4;
-  EXPECT_EQ(frame().getItemIDBuffer()[first], 2U);
-  EXPECT_NEAR(frame().getItemFloatBuffer()[first], place.x(), 1e-3f);
+  EXPECT_EQ(frame().itemIDs[first], 2U);
+  EXPECT_NEAR(frame().itemFloats[first], place.x(), 1e-3f);
 }
 
-TEST_F(SceneGLTest, switchingTheProjectionKeepsTheSizeAtTheOrbitCentre) {
+TEST_F(SceneGLTest, switchingTheProjectionKeepsTheSizeInTheMiddleOfTheView) {
+  draw();
+  _navigator->centreOnScene();
   const osg::Vec3d centre = _navigator->pose().centre;
   const osg::Vec3d right = _navigator->pose().rotation * osg::Vec3d(1.0, 0.0, 0.0);
   const auto pixelsAcross = [&] {
     draw();
-    const osg::Matrixd toDevice = frame().getViewMatrix() * frame().getProjectionMatrix();
+    const osg::Matrixd toDevice = frame().viewMatrix * frame().projectionMatrix;
     return ((centre + right) * toDevice - centre * toDevice).x() * 0.5 * kWidth;
   };
   const double before = pixelsAcross();
+  constexpr double kDepthPrecision = 1e-3;  // of the captured depths
   _view->toggleProjection();
-  EXPECT_NEAR(pixelsAcross(), before, before * 1e-6);
+  EXPECT_NEAR(pixelsAcross(), before, before * kDepthPrecision);
   _view->toggleProjection();
-  EXPECT_NEAR(pixelsAcross(), before, before * 1e-6);
+  EXPECT_NEAR(pixelsAcross(), before, before * kDepthPrecision);
 }
 
 TEST_F(SceneGLTest, drawingRaisesNoGlError) {

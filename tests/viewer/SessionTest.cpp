@@ -1,13 +1,21 @@
+#include "support/platform/Platform.h"
 #include "tests/scan/LasFile.h"
 #include "tests/scan/ScanBytes.h"
 #include "tests/viewer/WorkerGate.h"
 #include "viewer/session/Session.h"
+#include "viewer/ui/Format.h"
+
+#include <osg/NodeVisitor>
+#include <osgText/Text>
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,7 +31,7 @@ using testing::HasSubstr;
 using testing::Not;
 using Key = osgGA::GUIEventAdapter::KeySymbol;
 
-constexpr std::uint64_t kPlenty = std::uint64_t{1} << 30U;
+using ScanBytes::kPlenty;
 
 std::vector<LasFilePoint> rowOfPoints(int count) {
   std::vector<LasFilePoint> points;
@@ -43,6 +51,18 @@ class SessionTest : public testing::Test {
     int redraws = 0;
   };
 
+  /// The texts of the overlay, joined.
+  struct Texts : osg::NodeVisitor {
+    Texts() : NodeVisitor(TRAVERSE_ACTIVE_CHILDREN) {}
+    void apply(osg::Drawable& drawable) override {
+      const auto* const text = dynamic_cast<const osgText::Text*>(&drawable);
+      all += text != nullptr ? text->getText().createUTF8EncodedString() + "\n" : std::string();
+    }
+    std::string all;
+  };
+  static constexpr int kIndexedPoints = 1900000;  // an index in memory
+  static constexpr std::uint64_t kSamplePoints = std::uint64_t{1} << 19;
+
   // The log is written into the working folder.
   void SetUp() override {
     std::filesystem::current_path(_folder.path("."));
@@ -61,12 +81,32 @@ class SessionTest : public testing::Test {
     return _folder.path(name);
   }
   void open(const std::vector<std::string>& paths, std::uint64_t memoryBytes = kPlenty) {
+    open(paths, memoryBytes, TreeSettings{false, "", {}, 0});
+  }
+  void open(const std::vector<std::string>& paths, std::uint64_t memoryBytes, const TreeSettings& trees) {
     _session = std::make_unique<Session>(
-        paths, memoryBytes, Session::Dependencies{_cloud, _hud, _messages, _viewer},
-        Session::Listener{[this] { _events.emplace_back("added"); }, [this] { ++_pointsAdded; },
-                          [this] { _events.emplace_back("loaded"); },
-                          [this](const osg::ref_ptr<osg::Node>& points) { _released.push_back(points); }});
+        paths, memoryBytes, trees, Session::Dependencies{_cloud, _detail, _hud, _messages, _viewer},
+        Session::Listener{
+            [this] { _events.emplace_back("added"); }, [this](unsigned int scan) { _far.push_back(scan); },
+            [this] { ++_pointsAdded; }, [this] { _events.emplace_back("loaded"); },
+            [this](const osg::ref_ptr<osg::Node>& points) { _released.push_back(points); },
+            [this](const osg::ref_ptr<osg::Node>& points) { _replaced.push_back(points); }, [this] { return _inUse; }});
     _session->start();
+  }
+  /// Opens a scan and waits until the status bar shows the progress of its index.
+  void openWhileIndexed() {
+    write("long.las", kIndexedPoints);
+    _hud.resize(1200, 800);
+    open({_folder.path("long.las")}, kPlenty, TreeSettings{true, _folder.path("index"), kPlenty, kPlenty});
+    const auto end = std::chrono::steady_clock::now() + 60s;
+    while (!isShown("Indexing") && !_session->isLoaded() && std::chrono::steady_clock::now() < end) {
+      _session->loadNextChunks(1ms, [] { return true; });
+    }
+  }
+  bool isShown(const std::string& text) {
+    Texts texts;
+    _hud.node()->accept(texts);
+    return texts.all.find(text) != std::string::npos;
   }
   void loadEverything() {
     const auto end = std::chrono::steady_clock::now() + 60s;
@@ -97,17 +137,30 @@ class SessionTest : public testing::Test {
 
   ScanBytes::Folder _folder;
   PointCloud _cloud;
+  LevelOfDetail _detail{kPlenty, FrameBudget(1000, true), {_cloud, {}, {}, {}}};
   Hud _hud{{}};
   Messages _messages{_hud};
   Viewer _viewer;
   std::vector<std::string> _events;
   int _pointsAdded = 0;
+  bool _inUse = false;  // the scans are being saved
+  std::vector<unsigned int> _far;
   std::vector<osg::ref_ptr<osg::Node>> _released;
+  std::vector<osg::ref_ptr<osg::Node>> _replaced;
   std::unique_ptr<Session> _session;
 };
 
 TEST_F(SessionTest, aMissingScanThrowsBeforeAnythingIsOpened) {
   EXPECT_THROW(open({_folder.path("missing.las")}), ScanError);
+}
+
+TEST_F(SessionTest, scansThatCannotBeOpenedAreReportedAndTheOthersAreLoaded) {
+  open({write("a.las", 11), _folder.path("missing.las"), write("b.las", 5)});
+  EXPECT_EQ(errors(), "quor_viewer: " + _folder.path("missing.las") + ": no such file\n");
+  EXPECT_TRUE(_session->anyFailed());
+  loadEverything();
+  EXPECT_EQ(printed(), "loaded 16 points\n");
+  EXPECT_EQ(_session->title(), "quor_viewer: a.las, b.las");
 }
 
 TEST_F(SessionTest, loadingPutsAllPointsIntoTheCloudAndReportsTheirNumber) {
@@ -225,6 +278,67 @@ TEST_F(SessionTest, aScanForWhichNoMemoryIsLeftFails) {
   loadEverything();
   EXPECT_THAT(errors(), HasSubstr("b.las: none of its points fit"));
   EXPECT_TRUE(_session->anyFailed());
+}
+
+TEST_F(SessionTest, whileAnIndexIsBuiltTheStatusBarShowsTheSampleAndHowFarTheIndexIs) {
+  openWhileIndexed();
+  Texts texts;
+  _hud.node()->accept(texts);
+  EXPECT_TRUE(std::regex_search(texts.all, std::regex("Indexing long.las: [0-9]+ %; press Esc to cancel")))
+      << texts.all;
+  // The sample has about 2^19 points, in 512 parts of equal length.
+  const std::uint64_t ofEach = kSamplePoints / 512;
+  const std::uint64_t part = (kIndexedPoints + 511) / 512;
+  const std::uint64_t last = std::min<std::uint64_t>(kIndexedPoints - 511 * part, ofEach);
+  EXPECT_EQ(_session->pointCountText(), grouped(511 * ofEach + last) + " drawn of 1,900,000 points");
+}
+
+TEST_F(SessionTest, aCancelledIndexIsReplacedByAllPointsAndTheSampleStaysMeanwhile) {
+  openWhileIndexed();
+  _viewer.redraws = 0;
+  EXPECT_TRUE(_session->cancelIndex());
+  EXPECT_THAT(_replaced, ElementsAre()) << "the sample stays on screen";
+  EXPECT_TRUE(isShown("Index of long.las cancelled; all points are loaded instead"));
+  EXPECT_FALSE(_session->isLoaded());
+  EXPECT_FALSE(_session->cancelIndex()) << "there is none any more";
+  loadEverything();
+  _session->loadNextChunks(1ms, [] { return true; });
+  EXPECT_EQ(_session->pointCountText(), "1,900,000 points");
+  ASSERT_EQ(_replaced.size(), 1U);
+  EXPECT_TRUE(_cloud.node()->containsNode(_replaced[0])) << "the listener removes it";
+  EXPECT_THAT(printed(), HasSubstr("loaded 1900000 points"));
+}
+
+TEST_F(SessionTest, aScanThatChangesWhileItIsInUseElsewhereIsClosedOnlyAfterwards) {
+  if (!mappedFilesMayChange()) {
+    GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  }
+  openWhileIndexed();
+  loadEverything();
+  ASSERT_EQ(_session->scans().numbers().size(), 1U);
+  std::ofstream(_folder.path("long.las")) << "no scan any more";
+  const auto look = [this](std::chrono::seconds time) {
+    for (auto end = std::chrono::steady_clock::now() + time; std::chrono::steady_clock::now() < end;) {
+      _session->loadNextChunks(1ms, [] { return true; });
+      std::this_thread::sleep_for(10ms);
+    }
+  };
+  _inUse = true;
+  look(3s);
+  EXPECT_EQ(_session->scans().numbers().size(), 1U);
+  EXPECT_EQ(errors(), "");
+  _inUse = false;
+  look(1s);
+  EXPECT_THAT(_session->scans().numbers(), ElementsAre());
+  EXPECT_THAT(errors(), HasSubstr("long.las: the file has changed while it was open: it has 16 bytes"));
+}
+
+TEST_F(SessionTest, withoutAnIndexNothingIsCancelled) {
+  open({write("a.las", 11)});
+  EXPECT_FALSE(_session->cancelIndex());
+  loadEverything();
+  EXPECT_FALSE(_session->cancelIndex());
+  EXPECT_EQ(_session->pointCountText(), "11 points");
 }
 
 TEST_F(SessionTest, progressIsShownOnlyIfThereIsTimeForAFrameAndOnceForTheSamePoints) {

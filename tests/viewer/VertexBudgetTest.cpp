@@ -35,6 +35,16 @@ TEST(VertexBudgetTest, theMemoryOfAClosedScanIsAvailableToTheNext) {
   EXPECT_EQ(budget.decimationFor(401), 2U);
 }
 
+TEST(VertexBudgetTest, pointsBeyondTheBudgetAreCountedUntilTheyAreReleased) {
+  VertexBudget budget(40 * 1000);
+  budget.take(900);
+  budget.take(500);  // a sample, which is shown in any case
+  EXPECT_EQ(budget.decimationFor(1), 0U);
+  budget.giveBack(500);
+  EXPECT_EQ(budget.decimationFor(100), 1U);
+  EXPECT_EQ(budget.decimationFor(101), 2U);
+}
+
 TEST(VertexBudgetTest, aBudgetOfNothingHoldsNoPoint) {
   EXPECT_EQ(VertexBudget(39).decimationFor(1), 0U);
 }

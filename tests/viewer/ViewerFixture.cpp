@@ -2,10 +2,15 @@
 
 #include "support/platform/Platform.h"
 
+#include <osgDB/ReadFile>
+
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <cmath>
+#include <fstream>
 #include <sstream>
+#include <thread>
 
 namespace QuorTests {
 
@@ -58,6 +63,15 @@ void ViewerFixture::TearDown() {
   }
 }
 
+// On a busy machine a transition may last longer than the settling time.
+void ViewerFixture::start(std::vector<std::string> arguments) {
+  if (!_animated) {
+    arguments.insert(arguments.begin(), "--no-animation");
+  }
+  arguments.insert(arguments.begin(), {"--index-dir", path("index")});
+  _viewer = std::make_unique<ViewerProcess>(arguments);
+}
+
 void ViewerFixture::showGrid(const std::vector<std::string>& options) {
   _points = gridPoints();
   writeLasFile(path("grid.las"), _points, kOffsetX, kOffsetY);
@@ -70,7 +84,9 @@ void ViewerFixture::showGrid(const std::vector<std::string>& options) {
 
 // On a busy machine the first frame with all points may take longer than the settling time.
 void ViewerFixture::waitUntilLoaded(int points) {
-  ASSERT_EQ(_viewer->waitForLine("loaded"), "loaded " + std::to_string(points) + " points");
+  constexpr int kPointsPerSecond = 250000;  // a slow machine indexes and loads more
+  const std::chrono::seconds limit(60 + points / kPointsPerSecond);
+  ASSERT_EQ(_viewer->waitForLine("loaded", limit), "loaded " + std::to_string(points) + " points");
   _viewer->waitForLine("view", std::chrono::seconds(5));
   _viewer->settle();
 }
@@ -100,6 +116,24 @@ void ViewerFixture::expectClickReports(int number) {
   EXPECT_THAT(line, HasSubstr(" point " + std::to_string(number) + " of grid.las"));
 }
 
+std::string ViewerFixture::log() const {
+  std::ifstream file(path("3Dengine.log"), std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+bool ViewerFixture::isLoggedInTime(const std::string& text) const {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (log().find(text) == std::string::npos) {
+    if (std::chrono::steady_clock::now() > end) {
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return true;
+}
+
 void ViewerFixture::drag(int button, Pixel from, Pixel by, const std::string& reported) {
   constexpr int kMoves = 8;
   _viewer->movePointer(from.x, from.yFromTop);
@@ -114,6 +148,18 @@ void ViewerFixture::drag(int button, Pixel from, Pixel by, const std::string& re
   }
   _viewer->release(button);
   _viewer->settle();
+}
+
+osg::ref_ptr<osg::Image> ViewerFixture::picture(const std::string& key) {
+  _viewer->key(key);
+  const std::string line = _viewer->waitForLine("Screenshot");
+  const std::size_t start = line.find("quor_viewer_");
+  osg::ref_ptr<osg::Image> image = new osg::Image;
+  if (start != std::string::npos) {
+    image = osgDB::readRefImageFile(path(line.substr(start)));
+  }
+  EXPECT_TRUE(image.valid() && image->s() == _width && image->t() == _height) << line;
+  return image;
 }
 
 }  // namespace QuorTests

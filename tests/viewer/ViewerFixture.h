@@ -3,6 +3,8 @@
 #include "tests/scan/LasFile.h"
 #include "tests/viewer/ViewerProcess.h"
 
+#include <osg/Image>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -40,7 +42,7 @@ class ViewerFixture : public testing::Test {
   void TearDown() override;
 
   std::string path(const std::string& name) const { return (_folder / name).string(); }
-  void start(std::vector<std::string> arguments) { _viewer = std::make_unique<ViewerProcess>(arguments); }
+  void start(std::vector<std::string> arguments);
   /// Starts the viewer with the grid and waits until it has been loaded and drawn.
   void showGrid(const std::vector<std::string>& options = {});
 
@@ -57,6 +59,13 @@ class ViewerFixture : public testing::Test {
   /// drawn last. If `reported` is empty, it does not wait, since nothing is expected to move.
   void drag(int button, Pixel from, Pixel by, const std::string& reported = "view");
 
+  /// The viewer's log so far.
+  std::string log() const;
+  bool isLoggedInTime(const std::string& text) const;
+  /// What the window shows, taken with P: without the overlay, or with Shift+P: with it.
+  osg::ref_ptr<osg::Image> picture(const std::string& key = "p");
+
+  bool _animated = false;  ///< the viewer shows transitions
   int _width = 800;
   int _height = 600;
   std::filesystem::path _folder;

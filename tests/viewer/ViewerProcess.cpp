@@ -9,7 +9,10 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kQuiet = 700ms;
+constexpr auto kQuiet = 300ms;
+// More than a frame takes, less than a busy viewer computes in the quiet time.
+constexpr auto kBusy = 50ms;
+constexpr auto kBetweenLooks = 10ms;
 
 void readVector(std::istream& words, osg::Vec3d& vector) {
   std::string name;
@@ -40,9 +43,26 @@ std::string ViewerProcess::waitForLine(const std::string& beginning, std::chrono
 }
 
 void ViewerProcess::settle() {
-  while (_program.readSome(_output, kQuiet)) {
+  const auto end = Clock::now() + 20s;
+  while (!_isQuietAndIdle() && Clock::now() < end) {
   }
   _seen = _output.rfind('\n') == std::string::npos ? 0 : _output.rfind('\n') + 1;
+}
+
+// On a busy machine, a viewer that uses little processor time may be waiting for it. Where the processor time of
+// another program cannot be measured (wine), its window can be asked instead.
+bool ViewerProcess::_isQuietAndIdle() {
+  const std::chrono::nanoseconds before = _program.processorTime();
+  if (_program.readSome(_output, kQuiet) || _program.processorTime() - before > kBusy) {
+    return false;
+  }
+  constexpr int kLooks = 3;
+  for (int look = 0; look < kLooks; ++look) {
+    if (_program.isRunnable() || _program.readSome(_output, kBetweenLooks)) {
+      return false;
+    }
+  }
+  return _window.isWaiting();
 }
 
 ReportedView ViewerProcess::view() const {
@@ -61,7 +81,7 @@ ReportedView ViewerProcess::view() const {
   return view;
 }
 
-int ViewerProcess::exitStatus(std::chrono::seconds limit) {
+int ViewerProcess::exitStatus(std::chrono::milliseconds limit) {
   const auto end = Clock::now() + limit;
   while (!_program.status() && Clock::now() < end) {
     _program.readSome(_output, 20ms);

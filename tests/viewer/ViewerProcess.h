@@ -28,12 +28,13 @@ class ViewerProcess {
 
   /// Waits for the next line with this beginning. Empty if none comes in time or the program ends.
   std::string waitForLine(const std::string& beginning, std::chrono::seconds limit = std::chrono::seconds(60));
-  /// Waits until no line has come for a while: the picture has settled. Marks the lines so far as seen.
+  /// Waits until no line has come for a while and the viewer is idle: the picture has settled. Marks the lines so far
+  /// as seen.
   void settle();
   /// The latest view reported so far.
   ReportedView view() const;
   /// Waits for the program's exit status; -1 if it did not end in time or was ended by a signal.
-  int exitStatus(std::chrono::seconds limit = std::chrono::seconds(60));
+  int exitStatus(std::chrono::milliseconds limit = std::chrono::seconds(60));
   /// Everything written to either stream so far; complete after the end.
   const std::string& output() const { return _output; }
 
@@ -44,11 +45,17 @@ class ViewerProcess {
   void release(int button) { _window.release(button); }
   void click(int button) { _window.click(button); }
   void key(const std::string& names) { _window.key(names); }
+  void keyAt(int position, const std::string& held = "") { _window.keyAt(position, held); }
   void type(const std::string& text) { _window.type(text); }
   void resizeWindow(int width, int height) { _window.resize(width, height); }
+  void moveWindow(int x, int y) { _window.moveTo(x, y); }
+  ScreenRectangle windowRectangle() const { return _window.rectangle(); }
+  const RemoteWindow& window() const { return _window; }
   void requestClose() { _window.askToClose(); }
 
  private:
+  bool _isQuietAndIdle();
+
   ChildProgram _program;
   RemoteWindow _window;
   std::string _output;

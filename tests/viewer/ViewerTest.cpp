@@ -3,6 +3,9 @@
 
 #include <QuorOsgUtils/Version.h>
 
+#include <osg/Image>
+#include <osgDB/ReadFile>
+
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
@@ -97,6 +100,57 @@ TEST_F(ViewerTest, picksStayCorrectAfterAResize) {
   }
 }
 
+TEST_F(ViewerTest, theSecondFullScreenKeyRestoresTheWindowsSizeAndPosition) {
+  showGrid();
+  // Each new size changes the projection, and a large frame takes long to draw on a busy machine.
+  const auto waitUntilDrawn = [this] {
+    EXPECT_NE(_viewer->waitForLine("view", std::chrono::seconds(20)), "");
+    _viewer->settle();
+  };
+  _viewer->moveWindow(211, 137);
+  _viewer->resizeWindow(643, 421);
+  waitUntilDrawn();
+  const ScreenRectangle before = _viewer->windowRectangle();
+  EXPECT_EQ(before.width, 643);
+  for (int round = 0; round < 2; ++round) {
+    _viewer->movePointer(300, 200);
+    _viewer->key("F11");
+    waitUntilDrawn();
+    const ScreenRectangle full = _viewer->windowRectangle();
+    EXPECT_EQ(full.x, 0);
+    EXPECT_EQ(full.y, 0);
+    EXPECT_GT(full.width, before.width);
+    EXPECT_GT(full.height, before.height);
+    _width = full.width;
+    _height = full.height;
+    expectClickReports(24);
+    _viewer->key("F11");
+    waitUntilDrawn();
+    EXPECT_TRUE(_viewer->windowRectangle() == before) << round;
+    _width = before.width;
+    _height = before.height;
+    expectClickReports(24);
+  }
+}
+
+TEST_F(ViewerTest, theWindowHasTheProgramsNameAndIcons) {
+  showGrid();
+  if (_viewer->window().programNames().empty()) {
+    GTEST_SKIP() << "windows do not carry the name of their program on this system";
+  }
+  EXPECT_THAT(_viewer->window().programNames(), testing::Each("quor_viewer"));
+  const std::vector<unsigned long> icons = _viewer->window().icons();
+  std::size_t start = 0;
+  int count = 0;
+  while (start + 2 < icons.size()) {
+    EXPECT_EQ(icons[start], icons[start + 1]) << "icons are square";
+    start += 2 + icons[start] * icons[start + 1];
+    ++count;
+  }
+  EXPECT_EQ(start, icons.size());
+  EXPECT_GE(count, 2);
+}
+
 TEST_F(ViewerTest, aLeftDragPicksNothing) {
   showGrid();
   const Pixel start = pixelOf(_points[24]);
@@ -129,6 +183,38 @@ TEST_F(ViewerTest, theScreenshotKeyWritesAPictureIntoTheWorkingFolder) {
   EXPECT_GT(std::filesystem::file_size(path("quor_viewer_2.png")), 1000U);
 }
 
+// The background has one colour in each row, apart from noise.
+TEST_F(ViewerTest, aScreenshotShowsTheStatusBarOnlyWithShift) {
+  showGrid();
+  const auto saved = [this](const std::string& key, const std::string& kind) {
+    _viewer->key(key);
+    const std::string line = _viewer->waitForLine("Screenshot");
+    EXPECT_THAT(line, testing::StartsWith("Screenshot " + kind + " status bar saved to " + path("quor_viewer_")));
+    _viewer->settle();
+    return osgDB::readRefImageFile(line.substr(line.find(_folder.string())));
+  };
+  const auto unevenRows = [](const osg::Image& image) {
+    constexpr unsigned int kStatusBarPixels = 50;
+    constexpr float kNoise = 4.0f / 255.0f;
+    int uneven = 0;
+    for (unsigned int row = 0; row < kStatusBarPixels; ++row) {
+      bool even = true;
+      for (unsigned int column = 1; column < 800; ++column) {
+        even = even && (image.getColor(column, row) - image.getColor(0U, row)).length() < kNoise;
+      }
+      uneven += even ? 0 : 1;
+    }
+    return uneven;
+  };
+  const osg::ref_ptr<osg::Image> without = saved("p", "without");
+  const osg::ref_ptr<osg::Image> with = saved("shift+p", "with");
+  const osg::ref_ptr<osg::Image> withoutAgain = saved("p", "without");
+  ASSERT_TRUE(without && with && withoutAgain);
+  EXPECT_EQ(unevenRows(*without), 0);
+  EXPECT_EQ(unevenRows(*withoutAgain), 0);
+  EXPECT_GT(unevenRows(*with), 10) << "two lines of text";
+}
+
 TEST_F(ViewerTest, theCloseLookKeyCentresThePick) {
   showGrid();
   expectClickReports(8);
@@ -139,23 +225,25 @@ TEST_F(ViewerTest, theCloseLookKeyCentresThePick) {
   EXPECT_NEAR(middle.yFromTop, 300, 1);
 }
 
-TEST_F(ViewerTest, escapeQuitsWithSuccess) {
-  showGrid();
-  _viewer->movePointer(400, 300);
-  _viewer->key("Escape");
-  EXPECT_EQ(_viewer->exitStatus(), 0);
-}
-
-TEST_F(ViewerTest, closingWhileLoadingIsClean) {
-  writeHollowLasFile(path("long.las"), kLongPoints);
-  start({"--verbose", "--memory", "0.1", path("long.las")});
-  ASSERT_TRUE(_viewer->findWindow("quor_viewer: long.las"));
-  ASSERT_NE(_viewer->waitForLine("view"),
-            "");  // OSG drops keys that come before the window's first frame
-  _viewer->movePointer(400, 300);
-  _viewer->key("Escape");
-  EXPECT_EQ(_viewer->exitStatus(), 0);
-  EXPECT_THAT(_viewer->output(), Not(HasSubstr("loaded")));
+TEST_F(ViewerTest, pointerMovesAndUnboundKeysDrawNoFrame) {
+  const auto framesOfARun = [this](int moves) {
+    showGrid();
+    _viewer->movePointer(400, 300);
+    for (int move = 0; move < moves; ++move) {
+      _viewer->movePointer(100 + 15 * move, 100 + 10 * move);
+      _viewer->key("k");
+    }
+    _viewer->settle();
+    _viewer->requestClose();
+    const std::string line = _viewer->waitForLine("frames drawn ");
+    EXPECT_EQ(_viewer->exitStatus(), 0);
+    return line.empty() ? -1 : std::stoi(line.substr(std::string("frames drawn ").size()));
+  };
+  constexpr int kMoves = 40;
+  const int still = framesOfARun(0);
+  const int moved = framesOfARun(kMoves);
+  EXPECT_GT(still, 0);
+  EXPECT_LT(moved, still + kMoves / 2) << "frames that a still pointer needs: " << still;
 }
 
 TEST_F(ViewerTest, severalFilesAppearInTheirCommonCoordinateFrame) {
@@ -180,7 +268,7 @@ TEST_F(ViewerTest, aFileTruncatedWhileItLoadsIsReportedWithTheOffsetAndTheViewer
   }
   constexpr std::uintmax_t kEnd = 20000007;
   writeHollowLasFile(path("cut.las"), kLongPoints);
-  start({"--verbose", "--memory", "0.1", path("cut.las")});
+  start({"--verbose", "--no-index", "--memory", "0.1", path("cut.las")});
   ASSERT_TRUE(_viewer->findWindow("quor_viewer: cut.las"));
   std::filesystem::resize_file(path("cut.las"), kEnd);
   EXPECT_EQ(_viewer->waitForLine("quor_viewer:"), "quor_viewer: " + path("cut.las") +
@@ -189,7 +277,7 @@ TEST_F(ViewerTest, aFileTruncatedWhileItLoadsIsReportedWithTheOffsetAndTheViewer
   EXPECT_NE(_viewer->waitForLine("loaded"), "");
   _viewer->settle();
   _viewer->movePointer(400, 300);
-  _viewer->key("Escape");
+  _viewer->key("ctrl+q");
   EXPECT_EQ(_viewer->exitStatus(), 0);
 }
 
@@ -199,16 +287,16 @@ TEST_F(ViewerTest, aScanCanBeAddedByItsPathWhileAnotherIsLoading) {
   constexpr unsigned int kShown = (kLongPoints + kDecimation - 1) / kDecimation;
   writeHollowLasFile(path("long.las"), kLongPoints);
   writeLasFile(path("b.las"), gridPoints(), 0.0, 0.0);
-  start({"--verbose", "--memory", "0.1", "--size", "320x240", path("long.las")});
+  start({"--verbose", "--no-index", "--memory", "0.1", "--size", "320x240", path("long.las")});
   ASSERT_TRUE(_viewer->findWindow("quor_viewer: long.las"));
   ASSERT_NE(_viewer->waitForLine("view"), "");
   _viewer->movePointer(100, 100);
   _viewer->key("a");
-  _viewer->type(path("x.las"));
+  _viewer->type("x.las");  // in the working folder: a short path is typed while the points are still being loaded
   _viewer->key("BackSpace BackSpace BackSpace BackSpace BackSpace");
   _viewer->type("b.las");
   _viewer->key("Return");
-  EXPECT_EQ(_viewer->waitForLine("adding"), "adding " + path("b.las"));
+  EXPECT_EQ(_viewer->waitForLine("adding"), "adding b.las");
   EXPECT_EQ(_viewer->output().find("loaded"), std::string::npos) << "the first had been loaded already";
   EXPECT_EQ(_viewer->waitForLine("loaded", std::chrono::seconds(120)),
             "loaded " + std::to_string(kShown + 49) + " points");
@@ -232,7 +320,7 @@ TEST_F(ViewerTest, aScanThatIsTooLargeForTheMemoryIsDecimatedAndPicksStayExact) 
         {number % 100 * 100, number / 100 * 100, number % 13, static_cast<std::uint16_t>(1000 + number), 2});
   }
   writeLasFile(path("dense.las"), _points, kOffsetX, kOffsetY);
-  start({"--verbose", "--memory", "0.0001", "--point-size", "5", "--size", "800x600", path("dense.las")});
+  start({"--verbose", "--no-index", "--memory", "0.0001", "--point-size", "5", "--size", "800x600", path("dense.las")});
   ASSERT_TRUE(_viewer->findWindow("quor_viewer: dense.las"));
   EXPECT_EQ(_viewer->waitForLine("showing"),
             "showing every 3rd point of dense.las: 2,000 of 6,000, to fit into 0.0001 GiB");

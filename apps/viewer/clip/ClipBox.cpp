@@ -1,83 +1,52 @@
 #include "viewer/clip/ClipBox.h"
 
-#include <osg/NodeVisitor>
-
 namespace QuorViewer {
-namespace {
 
-// Draws another group's children a second time without being their parent: events and intersectors reach them once, and
-// they keep a single path to the root.
-class SecondPass : public osg::Group {
- public:
-  explicit SecondPass(osg::Group* parent) : _parent(parent) { setCullingActive(false); }
-  void traverse(osg::NodeVisitor& visitor) override {
-    if (visitor.getVisitorType() == osg::NodeVisitor::CULL_VISITOR) {
-      _parent->traverse(visitor);
-    }
-  }
-
- private:
-  osg::ref_ptr<osg::Group> _parent;
-};
-
-void removePlanes(osg::ClipNode& clipNode) {
-  while (clipNode.getNumClipPlanes() > 0) {
-    clipNode.removeClipPlane(clipNode.getNumClipPlanes() - 1);
-  }
-}
-
-}  // namespace
-
-ClipBox::ClipBox(osg::Node* cloud)
-    : _node(new osg::Group),
-      _clipNode(new osg::ClipNode),
-      _handleParent(new osg::Group),
-      _secondRingPass(new SecondPass(_handleParent)) {
-  ClipHandles::setUpState(*_handleParent->getOrCreateStateSet());
-  ClipHandles::setUpStateOfSecondRingPass(*_secondRingPass->getOrCreateStateSet());
+ClipBox::ClipBox(osg::Node* cloud) : _node(new osg::Group), _clipNode(new osg::ClipNode) {
   _clipNode->addChild(cloud);
   _node->addChild(_clipNode);
-  _node->addChild(_handleParent);
-  _node->addChild(_secondRingPass);
 }
 
-void ClipBox::place(const osg::BoundingBoxf& box) {
-  setOn(false);
-  _handles = new ClipHandles(box, _clipNode);
+void ClipBox::place(const osg::BoundingBoxd& box) {
+  if (_control) {
+    _control->setBox(box);
+  } else {
+    _control = new ClipBoxControl(box, _clipNode);
+    _control->setEscapeCancels(false);  // the viewer's key does
+    _control->showHandles(_mode, _axisMask);
+    _node->addChild(_control);
+  }
   setOn(true);
 }
 
 void ClipBox::remove() {
   setOn(false);
-  _handles = nullptr;
+  _node->removeChild(_control);
+  _control = nullptr;
 }
 
 void ClipBox::setOn(bool on) {
-  if (!_handles || on == isOn()) {
+  if (!_control) {
     return;
   }
-  _handles->setHandleEvents(on);
+  _control->setVisible(on);
   if (on) {
-    _handleParent->addChild(_handles);
-    _updateHandles();
-    _handles->applyClipPlane();
+    _control->cut();
   } else {
-    _handleParent->removeChild(_handles);
-    removePlanes(*_clipNode);
+    _control->uncut();
   }
 }
 
 void ClipBox::showHandles(ClipMode mode, int axisMask) {
   _mode = mode;
   _axisMask = axisMask;
-  if (_handles) {
-    _updateHandles();
+  if (_control) {
+    _control->showHandles(mode, axisMask);
   }
 }
 
-void ClipBox::_updateHandles() {
-  _handles->setType(_mode, _axisMask);
-  _secondRingPass->setNodeMask(_mode == ClipHandles::CUTTER_ROTATE ? ~0U : 0U);
+std::vector<osg::Plane> ClipBox::planes() const {
+  return isOn() ? _control->planes() : std::vector<osg::Plane>();
 }
 
 }  // namespace QuorViewer

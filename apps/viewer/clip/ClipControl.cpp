@@ -1,5 +1,6 @@
 #include "viewer/clip/ClipControl.h"
 
+#include "viewer/render/Precision.h"
 #include "viewer/ui/Format.h"
 
 #include <algorithm>
@@ -33,18 +34,19 @@ struct ModeWords {
 
 ModeWords wordsOf(ClipMode mode) {
   switch (mode) {
-    case ClipHandles::CUTTER_ROTATE:
+    case ClipBoxControl::CUTTER_ROTATE:
       return {"clip mode rotate", "Drag a ring to rotate the box"};
-    case ClipHandles::CUTTER_TRANSLATE:
+    case ClipBoxControl::CUTTER_TRANSLATE:
       return {"clip mode move", "Drag an arrow to move the box"};
-    case ClipHandles::CUTTER_SCALE:
+    case ClipBoxControl::CUTTER_SCALE:
       break;
   }
   return {"clip mode resize", "Drag a cone to resize the box"};
 }
 
-osg::BoundingBoxf relativeTo(const osg::Vec3d& origin, const osg::BoundingBoxd& world) {
-  return {osg::Vec3f(world._min - origin), osg::Vec3f(world._max - origin)};
+double thinnestSideOf(const osg::BoundingBoxd& box) {
+  const osg::Vec3d size = box._max - box._min;
+  return std::min({size.x(), size.y(), size.z()});
 }
 
 }  // namespace
@@ -60,9 +62,9 @@ std::vector<KeyBinding> ClipControl::bindings(ClipControl& control) {
   const auto axis = [&control](int bit) { return [&control, bit] { control._toggleAxis(bit); }; };
   return {
       bind('b', "B", "clip box on or off", [&control] { control._toggle(); }),
-      bind('s', "S, M, T", "resize, move or rotate the box", mode(ClipHandles::CUTTER_SCALE)),
-      bind('m', "", "", mode(ClipHandles::CUTTER_TRANSLATE)),
-      bind('t', "", "", mode(ClipHandles::CUTTER_ROTATE)),
+      bind('s', "S, M, T", "resize, move or rotate the box", mode(ClipBoxControl::CUTTER_SCALE)),
+      bind('m', "", "", mode(ClipBoxControl::CUTTER_TRANSLATE)),
+      bind('t', "", "", mode(ClipBoxControl::CUTTER_ROTATE)),
       bind('x', "X, Y, Z", "show only the handles of that axis; press again for all", axis(1)),
       bind('y', "", "", axis(2)),
       bind('z', "", "", axis(4)),
@@ -76,11 +78,10 @@ osg::ref_ptr<osgGA::GUIEventHandler> ClipControl::createFollower() {
 }
 
 void ClipControl::startWith(const osg::BoundingBoxd& world) {
-  const osg::BoundingBoxf box = relativeTo(_dependencies.scans.origin(), world);
-  const osg::Vec3f lost = box._max - box._min - osg::Vec3f(world._max - world._min);
-  constexpr float kLostAtMost = 0.01f;
-  if (lost.length() > kLostAtMost) {
-    return _fail("--clip is too far away from the scan to be stored in single precision");
+  const osg::Vec3d origin = _dependencies.scans.origin();
+  const osg::BoundingBoxd box(world._min - origin, world._max - origin);
+  if (drawnStepAt(box.center()) > thinnestSideOf(box)) {
+    return _fail("--clip is too far away from the scan: a box this thin cannot be drawn there");
   }
   _dependencies.box.place(box);
 }
@@ -171,9 +172,9 @@ void ClipControl::_beginSave() {
                                       : "Points can be saved only after all of them are loaded");
     return;
   }
-  const ClipSave::Listener listener = {[this](const std::string& message) { _announce(message, message); },
+  const ClipSave::Listener listener = {[this](const std::string& message) { _reportResult(message); },
                                        [this](const std::string& message) { _fail(message); }};
-  _save = std::make_unique<ClipSave>(_dependencies.scans, _dependencies.box.handles().getCurrentClipPlanes(), listener);
+  _save = std::make_unique<ClipSave>(_dependencies.scans, _dependencies.box.control().planes(), listener);
 }
 
 bool ClipControl::advanceSave(std::chrono::milliseconds budget, const std::function<bool()>& mayShowProgress) {
@@ -192,6 +193,7 @@ bool ClipControl::advanceSave(std::chrono::milliseconds budget, const std::funct
 void ClipControl::_finishSave() {
   _save.reset();
   _dependencies.hud.setProgress(1.0);
+  _dependencies.messages.clearStanding(Standing::Saving);
   _terminalProgress.clear();
   _dependencies.viewer.requestRedraw();
 }
@@ -200,8 +202,8 @@ void ClipControl::_showProgress() {
   const std::uint64_t total = std::max<std::uint64_t>(_save->pointCount(), 1);
   const std::uint64_t read = _save->pointsRead();
   _dependencies.hud.setProgress(static_cast<double>(read) / static_cast<double>(total));
-  _dependencies.messages.showProgress("Saving the points inside: " + grouped(read) + " of " + grouped(total) +
-                                      " points read");
+  _dependencies.messages.setStanding(
+      Standing::Saving, "Saving the points inside: " + grouped(read) + " of " + grouped(total) + " points read");
   _terminalProgress.show(read, total);
   _dependencies.viewer.requestRedraw();
 }
@@ -209,6 +211,11 @@ void ClipControl::_showProgress() {
 void ClipControl::_announce(const std::string& line, const std::string& message) {
   _dependencies.messages.print(line);
   _dependencies.messages.show(message);
+}
+
+void ClipControl::_reportResult(const std::string& message) {
+  _dependencies.messages.print(message);
+  _dependencies.messages.showResult(message);
 }
 
 void ClipControl::_fail(const std::string& message) {
@@ -230,8 +237,7 @@ void ClipControl::_follow() {
 }
 
 std::string ClipControl::_poseText(std::string (*text)(const ClipPose&)) const {
-  const ClipHandles& handles = _dependencies.box.handles();
-  return text(poseOf(handles.box(), handles.getMatrix(), _dependencies.scans.origin()));
+  return text(poseOf(_dependencies.box.control().state(), _dependencies.scans.origin()));
 }
 
 }  // namespace QuorViewer

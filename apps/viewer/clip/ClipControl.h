@@ -67,6 +67,7 @@ class ClipControl {
   bool _isReady();  // shows the user what is missing
   bool _placeAroundContent();
   void _announce(const std::string& line, const std::string& message);
+  void _reportResult(const std::string& message);
   void _fail(const std::string& message);
   void _follow();
   std::string _poseText(std::string (*text)(const ClipPose&)) const;

@@ -1,5 +1,6 @@
 #include "viewer/clip/ClipPose.h"
 
+#include "viewer/render/Precision.h"
 #include "viewer/ui/Format.h"
 
 #include <osg/Math>
@@ -25,9 +26,32 @@ std::string nameOf(const osg::Vec3d& axis) {
   return "(" + coordinates(axis, kDecimals, ", ") + ")";
 }
 
+// The thinnest possible box still shows its thickness.
+int lengthDecimalsOf(const ClipPose& pose) {
+  constexpr double kThin = 0.5;
+  constexpr int kDecimals = 2;
+  constexpr int kDecimalsIfThin = 3;
+  const double thinnest = std::min({pose.size.x(), pose.size.y(), pose.size.z()});
+  return thinnest < kThin ? kDecimalsIfThin : kDecimals;
+}
+
+osg::Vec3d magnitudesIn(const osg::BoundingBox& box) {
+  osg::Vec3d magnitudes;
+  for (int axis = 0; axis < 3; ++axis) {
+    magnitudes[axis] = std::max(std::abs(box._min[axis]), std::abs(box._max[axis]));
+  }
+  return magnitudes;
+}
+
 }  // namespace
 
-ClipPose poseOf(const osg::BoundingBoxf& box, const osg::Matrixd& matrix, const osg::Vec3d& origin) {
+ClipPose poseOf(const QuorOsgUtils::ClipBoxState& state, const osg::Vec3d& origin) {
+  const osg::Vec3d half = (state.box._max - state.box._min) * 0.5;
+  const osg::Vec3d centre = (state.box._min + state.box._max) * 0.5;
+  return poseOf({-half, half}, osg::Matrixd::rotate(state.rotation) * osg::Matrixd::translate(centre), origin);
+}
+
+ClipPose poseOf(const osg::BoundingBoxd& box, const osg::Matrixd& matrix, const osg::Vec3d& origin) {
   ClipPose pose;
   const osg::Vec3d low = box._min;
   const osg::Vec3d high = box._max;
@@ -47,11 +71,11 @@ ClipPose poseOf(const osg::BoundingBoxf& box, const osg::Matrixd& matrix, const 
 }
 
 std::string statusText(const ClipPose& pose) {
-  constexpr int kDecimals = 2;
   constexpr int kAngleDecimals = 1;
   constexpr double kVisibleDegrees = 0.05;
-  std::string text = "Box  " + coordinates(pose.size, kDecimals, " × ") + "      centre  " +
-                     coordinates(pose.centre, kDecimals, "   ") + "      ";
+  const int decimals = lengthDecimalsOf(pose);
+  std::string text = "Box  " + coordinates(pose.size, decimals, " × ") + "      centre  " +
+                     coordinates(pose.centre, decimals, "   ") + "      ";
   if (pose.degrees < kVisibleDegrees) {
     return text + "rotated 0°";
   }
@@ -65,18 +89,14 @@ std::string outputText(const ClipPose& pose) {
          " rotation " + fixed(pose.degrees, kRotationDecimals) + " " + coordinates(pose.axis, kRotationDecimals);
 }
 
-osg::BoundingBoxf boxAround(const osg::BoundingBox& content) {
-  constexpr float kMarginShare = 0.01f;  // of half the content's diagonal
-  constexpr auto kLeastHalf = static_cast<float>(kLeastClipExtent);
-  const float margin = content.radius() * kMarginShare;
-  osg::BoundingBoxf box;
-  for (int axis = 0; axis < 3; ++axis) {
-    const float middle = 0.5f * (content._min[axis] + content._max[axis]);
-    const float half = std::max(0.5f * (content._max[axis] - content._min[axis]) + margin, kLeastHalf);
-    box._min[axis] = middle - half;
-    box._max[axis] = middle + half;
-  }
-  return box;
+// Clip planes are evaluated in single precision too: a face within a few steps of a point might clip it.
+osg::BoundingBoxd boxAround(const osg::BoundingBox& content) {
+  constexpr double kMarginShare = 0.01;  // of half the content's diagonal
+  constexpr double kLeastSteps = 16.0;
+  const double margin = std::max({kMarginShare * content.radius(), kLeastSteps * drawnStepAt(magnitudesIn(content)),
+                                  QuorOsgUtils::ClipBoxControl::kLeastExtent});
+  const osg::Vec3d margins(margin, margin, margin);
+  return {osg::Vec3d(content._min) - margins, osg::Vec3d(content._max) + margins};
 }
 
 }  // namespace QuorViewer

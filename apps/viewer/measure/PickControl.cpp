@@ -5,6 +5,7 @@
 namespace QuorViewer {
 
 void PickControl::pick(int x, int y) {
+  _dependencies.messages.beginAction();
   try {
     if (const std::optional<PickedPoint> picked = _dependencies.picker.pick(x, y)) {
       _report(*picked);
@@ -19,13 +20,14 @@ void PickControl::pick(int x, int y) {
 
 void PickControl::_report(const PickedPoint& picked) {
   _dependencies.marker.mark(picked.localPosition);
-  _dependencies.messages.show(statusText(picked));
+  _dependencies.messages.setStanding(Standing::Pick, statusText(picked));
   _dependencies.messages.print(outputText(picked, fileName(_dependencies.scans.info(picked.scan).path)));
 }
 
 void PickControl::clear() {
   _dependencies.picker.clearLatest();
   _dependencies.marker.clear();
+  _dependencies.messages.clearStanding(Standing::Pick);
 }
 
 }  // namespace QuorViewer

@@ -3,8 +3,10 @@
 #include "viewer/render/ShaderProgram.h"
 
 #include <osg/BlendFunc>
+#include <osg/CullStack>
 #include <osg/Depth>
 #include <osg/LineWidth>
+#include <osg/NodeVisitor>
 #include <osg/PointSprite>
 
 #include <algorithm>
@@ -16,7 +18,7 @@ constexpr const char* kRingVertexShader = R"(#version 330 compatibility
 flat out float latest;
 const float sizePixels = 25.0;
 void main() {
-  latest = gl_VertexID == 0 ? 1.0 : 0.0;
+  latest = float(gl_VertexID);
   gl_PointSize = sizePixels;
   gl_Position = gl_ModelViewProjectionMatrix * gl_Vertex;
 }
@@ -50,6 +52,24 @@ void main() { colour = vec4(1.0, 0.82, 0.45, 0.9); }
 
 constexpr float kLineWidthPixels = 1.5f;
 
+// OSG does not draw what is smaller than a few pixels. The bounds of a single pick, and of two picks of one point, are
+// a point, but its rings are always large. The frustum still culls them, so that a marker out of sight does not move
+// the near and far planes.
+class OfAnySize : public osg::Group {
+ public:
+  OfAnySize() { setCullingActive(false); }
+  void traverse(osg::NodeVisitor& visitor) override {
+    auto* const stack = dynamic_cast<osg::CullStack*>(&visitor);
+    if (stack == nullptr) {
+      return osg::Group::traverse(visitor);
+    }
+    const osg::CullingSet::Mask before = stack->getCurrentCullingSet().getCullingMask();
+    stack->getCurrentCullingSet().setCullingMask(before & ~osg::CullingSet::SMALL_FEATURE_CULLING);
+    osg::Group::traverse(visitor);
+    stack->getCurrentCullingSet().setCullingMask(before);
+  }
+};
+
 osg::ref_ptr<osg::Geometry> createGeometry(osg::Vec3Array* points, osg::DrawArrays* primitive) {
   osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
   geometry->setUseDisplayList(false);
@@ -72,7 +92,7 @@ void setUpState(osg::StateSet& state) {
 }  // namespace
 
 PickMarker::PickMarker()
-    : _node(new osg::Group),
+    : _node(new OfAnySize),
       _points(new osg::Vec3Array(2)),
       _rings(new osg::DrawArrays(GL_POINTS, 0, 0)),
       _line(new osg::DrawArrays(GL_LINES, 0, 0)) {
@@ -88,8 +108,8 @@ PickMarker::PickMarker()
 }
 
 void PickMarker::mark(const osg::Vec3d& point) {
-  (*_points)[1] = _count == 0 ? osg::Vec3(point) : (*_points)[0];
-  (*_points)[0] = point;
+  (*_points)[0] = _count == 0 ? osg::Vec3(point) : (*_points)[1];
+  (*_points)[1] = point;
   _points->dirty();
   _show(std::min(_count + 1, 2U));
 }
@@ -100,6 +120,7 @@ void PickMarker::clear() {
 
 void PickMarker::_show(unsigned int count) {
   _count = count;
+  _rings->setFirst(count == 1 ? 1 : 0);
   _rings->setCount(static_cast<GLsizei>(count));
   _line->setCount(count == 2 ? 2 : 0);
   for (unsigned int child = 0; child < _node->getNumChildren(); ++child) {

@@ -21,7 +21,7 @@ class PickMarker {
   void _show(unsigned int count);
 
   osg::ref_ptr<osg::Group> _node;
-  osg::ref_ptr<osg::Vec3Array> _points;  // the latest first
+  osg::ref_ptr<osg::Vec3Array> _points;  // the latest last, so that its ring is drawn on top
   osg::ref_ptr<osg::DrawArrays> _rings;
   osg::ref_ptr<osg::DrawArrays> _line;
   unsigned int _count = 0;

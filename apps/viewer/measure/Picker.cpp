@@ -1,21 +1,24 @@
 #include "viewer/measure/Picker.h"
 
-#include "viewer/measure/Pick.h"
 #include "viewer/render/PointClasses.h"
 #include "viewer/ui/Format.h"
 
+#include <QuorOsgUtils/SnapshotPick.h>
+
 #include <algorithm>
-#include <mutex>
 
 namespace QuorViewer {
 namespace {
 
-using FrameBuffer = QuorOsgUtils::ScreenCaptureTool::FrameBuffer;
+using QuorOsgUtils::FrameSnapshot;
+using QuorOsgUtils::SnapshotPick;
 
-IdentifierImage identifiers(FrameBuffer& frame) {
-  int x = 0, y = 0, width = 0, height = 0;
-  frame.getViewPort(x, y, width, height);
-  return {frame.getItemIDBuffer(), width, height};
+// How far from the pointer a point may be: sparse points would otherwise be hard to hit.
+constexpr int kPickRadiusPixels = 6;
+
+// The first channels of the identifiers are the scan and the low and high half of the point's index.
+std::uint64_t indexOf(const SnapshotPick& pick) {
+  return (static_cast<std::uint64_t>(pick.itemID[2]) << 32U) | pick.itemID[1];
 }
 
 int decimalsOf(const ScanInfo& info) {
@@ -49,38 +52,33 @@ std::optional<unsigned int> Picker::scanAt(int x, int y) {
 }
 
 std::optional<PickedPoint> Picker::_readCapturedPoint(int x, int y) {
-  FrameBuffer& frame = _tool.getFrameBuffer();
-  const std::lock_guard<FrameBuffer> held(frame);
-  const IdentifierImage image = identifiers(frame);
-  const std::optional<PickedPixel> pixel = pickNearest(image, x, y);
-  if (!pixel || !_scans.isOpen(pixel->scan)) {
+  const osg::ref_ptr<const FrameSnapshot> frame = _frames.latest();
+  const std::optional<SnapshotPick> pick = frame ? nearest(*frame, x, y, kPickRadiusPixels) : std::nullopt;
+  if (!pick || !_scans.isOpen(pick->itemID[0])) {
     return std::nullopt;
   }
-  const std::size_t first = (static_cast<std::size_t>(pixel->y) * static_cast<std::size_t>(image.width) +
-                             static_cast<std::size_t>(pixel->x)) *
-                            4;
-  const float* position = &frame.getItemFloatBuffer()[first];
-  const int* codes = &frame.getPCUIntBuffer()[first];
   PickedPoint point;
-  point.scan = pixel->scan;
-  point.point = pixel->point;
-  point.localPosition = osg::Vec3d(position[0], position[1], position[2]);
-  point.intensity = static_cast<unsigned int>(frame.getPCFloatBuffer()[first]);
-  point.classification = static_cast<unsigned int>(codes[1]);
-  point.returnNumber = static_cast<unsigned int>(codes[2]);
-  point.returns = static_cast<unsigned int>(codes[3]);
+  point.scan = pick->itemID[0];
+  point.point = indexOf(*pick);
+  point.localPosition = osg::Vec3d(pick->itemFloat[0], pick->itemFloat[1], pick->itemFloat[2]);
+  point.intensity = static_cast<unsigned int>(pick->pcFloat[0]);
+  point.classification = static_cast<unsigned int>(pick->pcInt[1]);
+  point.returnNumber = static_cast<unsigned int>(pick->pcInt[2]);
+  point.returns = static_cast<unsigned int>(pick->pcInt[3]);
   return point;
 }
 
 std::optional<osg::Vec2i> Picker::pixelOfAnyPointNear(const osg::Vec2f& fraction) {
-  FrameBuffer& frame = _tool.getFrameBuffer();
-  const std::lock_guard<FrameBuffer> held(frame);
-  const IdentifierImage image = identifiers(frame);
-  const int x = static_cast<int>(fraction.x() * static_cast<float>(image.width));
-  const int y = static_cast<int>(fraction.y() * static_cast<float>(image.height));
-  for (int radius = kPickRadiusPixels; radius < 2 * std::max(image.width, image.height); radius *= 2) {
-    if (const std::optional<PickedPixel> pixel = pickNearest(image, x, y, radius)) {
-      return osg::Vec2i(pixel->x, pixel->y);
+  const osg::ref_ptr<const FrameSnapshot> frame = _frames.latest();
+  if (!frame) {
+    return std::nullopt;
+  }
+  const int x = static_cast<int>(fraction.x() * static_cast<float>(frame->region.width));
+  const int y = static_cast<int>(fraction.y() * static_cast<float>(frame->region.height));
+  const int farthest = 2 * std::max(frame->region.width, frame->region.height);
+  for (int radius = kPickRadiusPixels; radius < farthest; radius *= 2) {
+    if (const std::optional<SnapshotPick> pick = nearest(*frame, x, y, radius)) {
+      return osg::Vec2i(pick->x, pick->y);
     }
   }
   return std::nullopt;

@@ -2,7 +2,7 @@
 
 #include "viewer/session/ScanSet.h"
 
-#include <QuorOsgUtils/ScreenCaptureTool.h>
+#include <QuorOsgUtils/FrameSnapshot.h>
 
 #include <osg/Vec2f>
 #include <osg/Vec2i>
@@ -32,7 +32,7 @@ struct PickedPoint {
 class Picker {
  public:
   /// Both outlive the picker.
-  Picker(QuorOsgUtils::ScreenCaptureTool& tool, ScanSet& scans) : _tool(tool), _scans(scans) {}
+  Picker(const QuorOsgUtils::SnapshotSource& frames, ScanSet& scans) : _frames(frames), _scans(scans) {}
 
   /// Picks near a pixel, counted from the bottom left. Returns nothing if no point is near; the next distance is then
   /// still measured from the latest pick. Throws ScanError if the file can no longer be read.
@@ -53,7 +53,7 @@ class Picker {
  private:
   std::optional<PickedPoint> _readCapturedPoint(int x, int y);
 
-  QuorOsgUtils::ScreenCaptureTool& _tool;
+  const QuorOsgUtils::SnapshotSource& _frames;
   ScanSet& _scans;
   std::optional<PickedPoint> _latest;
   unsigned int _count = 0;

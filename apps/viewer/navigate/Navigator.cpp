@@ -2,9 +2,6 @@
 
 #include <osgGA/GUIEventAdapter>
 
-#include <algorithm>
-#include <cmath>
-
 namespace QuorViewer {
 namespace {
 
@@ -12,25 +9,12 @@ namespace {
 // moves by a few steps.
 constexpr double kStationReach = 5.0;
 
-struct PitchAndYaw {
-  osg::Quat pitch;
-  osg::Quat yaw;
-};
-
-// The pitch is the rotation up from straight down; the yaw is all the rest, including any tilt of the horizon.
-PitchAndYaw split(const osg::Quat& rotation) {
-  const osg::Vec3d ahead = rotation * osg::Vec3d(0.0, 0.0, -1.0);
-  const double fromStraightDown = std::acos(std::clamp(-ahead.z(), -1.0, 1.0));
-  const osg::Quat pitch(fromStraightDown, osg::Vec3d(1.0, 0.0, 0.0));
-  return {pitch, pitch.inverse() * rotation};
-}
-
 }  // namespace
 
 Navigator::Navigator(osgViewer::Viewer& viewer)
     : _viewer(viewer),
-      _middle(new QuorOsgUtils::SPointCloudManipulator(&viewer)),
-      _pointer(new QuorOsgUtils::SPointCloudPrivotManipulator(&viewer)) {
+      _middle(new QuorOsgUtils::PreciseOrbitManipulator(&viewer)),
+      _pointer(new QuorOsgUtils::PrecisePivotManipulator(&viewer)) {
   _viewer.setCameraManipulator(_middle);
 }
 
@@ -38,37 +22,63 @@ QuorOsgUtils::SLidarManipulatorBase& Navigator::manipulator() const {
   return _aboutPointer ? static_cast<QuorOsgUtils::SLidarManipulatorBase&>(*_pointer) : *_middle;
 }
 
-// The release of a drag in progress goes to the new manipulator, so the old one gets a release event of its own.
-// Otherwise its pivot marker would stay in the scene.
-void Navigator::swap() {
+QuorOsgUtils::PreciseNavigation& Navigator::_precise() const {
+  return _aboutPointer ? static_cast<QuorOsgUtils::PreciseNavigation&>(*_pointer) : *_middle;
+}
+
+void Navigator::endDrag() {
   const osg::ref_ptr<osgGA::GUIEventAdapter> release = new osgGA::GUIEventAdapter;
   release->setEventType(osgGA::GUIEventAdapter::RELEASE);
   manipulator().handle(*release, _viewer);
+}
+
+// The release of a drag in progress goes to the new manipulator, so the old one needs one of its own. Otherwise its
+// pivot marker would stay in the scene.
+void Navigator::swap() {
+  endDrag();
   constexpr bool kGoHome = false;
-  const Pose before = pose();
+  const ViewPose before = pose();
   _aboutPointer = !_aboutPointer;
   setPose(before);
   _viewer.setCameraManipulator(&manipulator(), kGoHome);
 }
 
-Pose Navigator::pose() const {
-  const QuorOsgUtils::SLidarManipulatorBase& used = manipulator();
-  return {used.getCenter(), used.getDistance(), used.getRotation()};
+ViewPose Navigator::pose() const {
+  return poseOf(manipulator());
 }
 
-void Navigator::setPose(const Pose& pose) {
-  QuorOsgUtils::SLidarManipulatorBase& used = manipulator();
-  const PitchAndYaw parts = split(pose.rotation);
-  used.setCenter(pose.centre);
-  used.setDistance(pose.distance);
-  used.setPitchWithYawQuat(parts.pitch, parts.yaw);
+void Navigator::setPose(const ViewPose& pose) {
+  QuorOsgUtils::setPose(manipulator(), pose);
+}
+
+void Navigator::setSceneBounds(const osg::BoundingBoxd& bounds) {
+  _middle->setSceneBounds(bounds);
+  _pointer->setSceneBounds(bounds);
+}
+
+void Navigator::setRotationSpeed(double degrees) {
+  _middle->setRotationSpeed(degrees);
+  _pointer->setRotationSpeed(degrees);
+}
+
+void Navigator::centreOnScene() {
+  _precise().centreOnScene(*_viewer.getCamera());
+}
+
+osg::Vec3d Navigator::pivot() const {
+  return _precise().getVisibleScenePoint(*_viewer.getCamera()).value_or(pose().centre);
+}
+
+void Navigator::forgetScene() {
+  _middle->forgetScenePoints();
+  _pointer->forgetScenePoints();
 }
 
 // The manipulators store the station in single precision; the eye must be exactly at the point that they rotate about.
-void Navigator::enterStation(const osg::Vec3d& station) {
+void Navigator::enterStation(const osg::Vec3d& station, const osg::Quat& rotation) {
   const osg::Vec3f kept(station);
-  const Pose before = pose();
-  setPose({osg::Vec3d(kept) + before.direction() * kStationReach, kStationReach, before.rotation});
+  const ViewPose ahead{osg::Vec3d(), kStationReach, rotation};
+  setPose({osg::Vec3d(kept) + ahead.direction() * kStationReach, kStationReach, rotation});
   _middle->setStationCenter(kept);
   _pointer->setStationCenter(kept);
   _setStationMode(true);

@@ -1,5 +1,6 @@
 #include "viewer/navigate/StationControl.h"
 
+#include "viewer/navigate/StationView.h"
 #include "viewer/ui/Format.h"
 
 #include <cmath>
@@ -38,13 +39,12 @@ void StationControl::_toggle() {
 }
 
 void StationControl::_enter(const osg::Vec3d& station) {
+  _viewBefore = _dependencies.view.view();
   _orthographicBefore = _dependencies.view.isOrthographic();
-  if (_orthographicBefore) {
-    _dependencies.view.toggleProjection();
-  }
-  _poseBefore = _dependencies.navigator.pose();
-  _shownField = _dependencies.view.fieldOfViewDegrees();
-  _dependencies.navigator.enterStation(station);
+  const ViewControl& view = _dependencies.view;
+  _dependencies.navigator.enterStation(
+      station, stationRotation(station, view.places(), _viewBefore.pose.rotation, view.aspectRatio()));
+  _resetField();
   _dependencies.messages.show(
       "Right drag looks around, the wheel changes the field of view, V resets it, L leaves the station");
   _dependencies.messages.print("station on " +
@@ -57,24 +57,26 @@ void StationControl::leave() {
   }
   _dependencies.navigator.leaveStation();
   _dependencies.view.resetFieldOfView();
-  _dependencies.navigator.setPose(_poseBefore);
   if (_orthographicBefore) {
     _dependencies.view.toggleProjection();
   }
+  _dependencies.view.setView(_viewBefore);
   _dependencies.messages.print("station off");
 }
 
 void StationControl::_swap() {
   _dependencies.navigator.swap();
   const bool aboutPointer = _dependencies.navigator.rotatesAboutPointer();
-  _dependencies.messages.show(aboutPointer ? "Right drag orbits about the point under the pointer"
-                                           : "Right drag orbits about the middle of the view");
+  const std::string when = isAtStation() ? "After leaving the station, right drag" : "Right drag";
+  _dependencies.messages.show(
+      when + (aboutPointer ? " orbits about the point under the pointer" : " orbits about the middle of the view"));
   _dependencies.messages.print(aboutPointer ? "navigation about the pointer" : "navigation about the middle");
 }
 
 void StationControl::_resetField() {
   if (isAtStation()) {
-    _dependencies.view.resetFieldOfView();
+    _dependencies.view.setFieldOfView(kStationFieldDegrees);
+    _shownField = kStationFieldDegrees;
   } else {
     _dependencies.messages.show("The field of view can be changed only at a station; press L to enter it");
   }

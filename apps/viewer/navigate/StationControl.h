@@ -52,7 +52,7 @@ class StationControl {
 
   Dependencies _dependencies;
   std::optional<osg::Vec3d> _given;
-  Pose _poseBefore;
+  View _viewBefore;
   bool _orthographicBefore = false;
   double _shownField = 0.0;
 };

@@ -34,22 +34,50 @@ void ViewControl::setContent(const osg::BoundingBoxd& bounds, const std::vector<
   if (bounds.valid() && !places.empty()) {
     _bounds = bounds;
     _places = places;
+    _navigator.setSceneBounds(bounds);
   }
 }
 
-void ViewControl::home() {
+View ViewControl::view() const {
+  return {_navigator.pose(), _pictureHeight(), isOrthographic()};
+}
+
+void ViewControl::setView(const View& view) {
+  _navigator.setPose(view.pose);
+  _setPictureHeight(view.height);
+}
+
+View ViewControl::homeView() const {
   const osg::Quat rotation = kHomeDirection.pitch() * kHomeDirection.yaw();
   const Framing framing =
       isOrthographic() ? frameOrthographic(_places, rotation, _field()) : framePerspective(_places, rotation, _field());
-  _navigator.manipulator().setCenter(framing.centre);
-  _navigator.manipulator().setPitchWithYawQuat(kHomeDirection.pitch(), kHomeDirection.yaw());
-  _setPictureHeight(framing.height * kHomeMargin);
+  return _viewOf(framing.centre, rotation, framing.height * kHomeMargin);
 }
 
-void ViewControl::lookAt(const osg::Vec3d& point) {
-  const double height = std::min(_pictureHeight(), _radius() * kCloseLookShare);
-  _navigator.manipulator().setCenter(point);
-  _setPictureHeight(height);
+View ViewControl::viewOf(const osg::BoundingBoxd& bounds) const {
+  std::vector<osg::Vec3f> corners;
+  for (unsigned int corner = 0; corner < 8; ++corner) {
+    corners.emplace_back(bounds.corner(corner));
+  }
+  const osg::Quat rotation = _navigator.pose().rotation;
+  const Framing framing =
+      isOrthographic() ? frameOrthographic(corners, rotation, _field()) : framePerspective(corners, rotation, _field());
+  return _viewOf(framing.centre, rotation, framing.height * kHomeMargin);
+}
+
+View ViewControl::closeView(const osg::Vec3d& point) const {
+  return _viewOf(point, _navigator.pose().rotation, std::min(_pictureHeight(), _radius() * kCloseLookShare));
+}
+
+View ViewControl::presetView(QuorOsgUtils::ViewPreset preset) const {
+  return {turnedAbout(_navigator.pose(), _navigator.pivot(), rotationOf(preset)), _pictureHeight(), isOrthographic()};
+}
+
+// A single point has no height of its own.
+View ViewControl::_viewOf(const osg::Vec3d& centre, const osg::Quat& rotation, double framedHeight) const {
+  const double height = framedHeight > kSmallestHeight ? framedHeight : 1.0;
+  const double distance = isOrthographic() ? _distanceBehindEverything(centre) : distanceForHeight(height, _field());
+  return {{centre, distance, rotation}, height, isOrthographic()};
 }
 
 bool ViewControl::isOrthographic() const {
@@ -58,6 +86,7 @@ bool ViewControl::isOrthographic() const {
 }
 
 void ViewControl::toggleProjection() {
+  _navigator.centreOnScene();
   const double height = _pictureHeight();
   if (isOrthographic()) {
     resetFieldOfView();
@@ -73,9 +102,19 @@ double ViewControl::fieldOfViewDegrees() const {
   return perspective ? verticalDegrees : 0.0;
 }
 
-void ViewControl::resetFieldOfView() {
-  const FieldOfView field = _field();
-  _camera.setProjectionMatrixAsPerspective(field.verticalDegrees, field.aspectRatio, kStartNear, kStartFar);
+void ViewControl::setFieldOfView(double verticalDegrees) {
+  _camera.setProjectionMatrixAsPerspective(verticalDegrees, _field().aspectRatio, kStartNear, kStartFar);
+}
+
+// OSG moves the near plane no closer than this share of the far plane's distance, which would clip the points in a
+// close look at a large scan.
+void ViewControl::adaptNearPlane() {
+  constexpr double kNearShare = 0.02;  // of the distance to the centre
+  constexpr double kLeastRatio = 1e-5;
+  constexpr double kMostRatio = 5e-4;  // OSG's default
+  const ViewPose pose = _navigator.pose();
+  const double farthest = (pose.eye() - _bounds.center()).length() + _radius();
+  _camera.setNearFarRatio(std::clamp(kNearShare * pose.distance / farthest, kLeastRatio, kMostRatio));
 }
 
 std::string ViewControl::describe(const osg::Vec3d& origin) const {
@@ -119,13 +158,13 @@ void ViewControl::_setPictureHeight(double height) {
   const double halfHeight = 0.5 * used;
   const double halfWidth = halfHeight * field.aspectRatio;
   _camera.setProjectionMatrixAsOrtho(-halfWidth, halfWidth, -halfHeight, halfHeight, kStartNear, kStartFar);
-  _navigator.manipulator().setDistance(_distanceBehindEverything());
+  _navigator.manipulator().setDistance(_distanceBehindEverything(_navigator.manipulator().getCenter()));
 }
 
 // An orthographic image is the same from any distance, but everything behind the eye is clipped, so the eye is far
 // away.
-double ViewControl::_distanceBehindEverything() const {
-  return ((_navigator.manipulator().getCenter() - _bounds.center()).length() + _radius()) * 2.0;
+double ViewControl::_distanceBehindEverything(const osg::Vec3d& centre) const {
+  return ((centre - _bounds.center()).length() + _radius()) * 2.0;
 }
 
 }  // namespace QuorViewer

@@ -2,6 +2,8 @@
 
 #include "viewer/render/ValueRange.h"
 
+#include <algorithm>
+
 namespace QuorViewer {
 namespace {
 
@@ -24,6 +26,8 @@ void CloudStatistics::OfScan::add(const PointChunk& chunk) {
   constexpr std::size_t kCoordinates = 3;
   elevations.add(&chunk.positions->front().z(), count, kCoordinates);
   intensities.add(&chunk.intensities->front(), count);
+  anyIntensity = anyIntensity || std::any_of(chunk.intensities->begin(), chunk.intensities->end(),
+                                             [](unsigned short intensity) { return intensity != 0; });
   places.add(&chunk.positions->front(), count);
   for (const osg::Vec2ub& codes : *chunk.classesReturns) {
     classifications.set(codes.x());
@@ -33,6 +37,7 @@ void CloudStatistics::OfScan::add(const PointChunk& chunk) {
 void CloudStatistics::OfScan::join(const OfScan& other) {
   elevations.join(other.elevations);
   intensities.join(other.intensities);
+  anyIntensity = anyIntensity || other.anyIntensity;
   places.join(other.places);
   classifications |= other.classifications;
 }
@@ -49,6 +54,7 @@ CloudSummary CloudStatistics::summary() const {
   CloudSummary summary;
   summary.elevations = valuesBetween(all.elevations.values(), kLowShare, kHighShare);
   summary.intensities = valuesBetween(all.intensities.values(), kLowShare, kHighShare);
+  summary.anyIntensity = all.anyIntensity;
   summary.places = all.places.values();
   for (unsigned int code = 0; code < all.classifications.size(); ++code) {
     if (all.classifications[code]) {

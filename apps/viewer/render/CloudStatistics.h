@@ -16,6 +16,7 @@ namespace QuorViewer {
 struct CloudSummary {
   std::pair<float, float> elevations = {0.0f, 1.0f};  ///< range without the lowest and highest outliers
   std::pair<float, float> intensities = {0.0f, 1.0f};
+  bool anyIntensity = false;                  ///< whether any is not 0
   std::vector<osg::Vec3f> places;             ///< an even sample of the positions
   std::vector<unsigned int> classifications;  ///< those present, ascending
 };
@@ -37,6 +38,7 @@ class CloudStatistics {
     Sample<float> elevations;
     Sample<float> intensities;
     Sample<osg::Vec3f> places;
+    bool anyIntensity = false;
     std::bitset<256> classifications;
   };
 

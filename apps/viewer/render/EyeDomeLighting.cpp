@@ -3,7 +3,9 @@
 #include "viewer/render/ShaderProgram.h"
 
 #include <osg/BlendFunc>
+#include <osg/Texture2D>
 #include <osg/Uniform>
+#include <osg/Viewport>
 
 namespace QuorViewer {
 namespace {
@@ -60,14 +62,29 @@ void main() {
 }
 )";
 
+osg::ref_ptr<osg::Texture2D> createDepthTexture() {
+  osg::ref_ptr<osg::Texture2D> depths = new osg::Texture2D;
+  depths->setInternalFormat(GL_DEPTH_COMPONENT32F);
+  depths->setSourceFormat(GL_DEPTH_COMPONENT);
+  depths->setSourceType(GL_FLOAT);
+  depths->setFilter(osg::Texture::MIN_FILTER, osg::Texture::NEAREST);
+  depths->setFilter(osg::Texture::MAG_FILTER, osg::Texture::NEAREST);
+  depths->setWrap(osg::Texture::WRAP_S, osg::Texture::CLAMP_TO_EDGE);
+  depths->setWrap(osg::Texture::WRAP_T, osg::Texture::CLAMP_TO_EDGE);
+  depths->setResizeNonPowerOfTwoHint(false);
+  return depths;
+}
+
+// Copies the depth drawn so far, in the size of the viewport, before it draws.
 class DepthShadingPass : public osg::Geometry {
  public:
   explicit DepthShadingPass(osg::Texture2D* depthCopy) : _depthCopy(depthCopy) {}
 
   void drawImplementation(osg::RenderInfo& renderInfo) const override {
     osg::State& state = *renderInfo.getState();
+    const osg::Viewport& viewport = *state.getCurrentViewport();
     state.setActiveTextureUnit(0);
-    _depthCopy->copyTexSubImage2D(state, 0, 0, 0, 0, _depthCopy->getTextureWidth(), _depthCopy->getTextureHeight());
+    _depthCopy->copyTexImage2D(state, 0, 0, static_cast<int>(viewport.width()), static_cast<int>(viewport.height()));
     osg::Geometry::drawImplementation(renderInfo);
   }
 
@@ -77,7 +94,8 @@ class DepthShadingPass : public osg::Geometry {
 
 }  // namespace
 
-EyeDomeLighting::EyeDomeLighting(osg::Texture2D* depthCopy) {
+EyeDomeLighting::EyeDomeLighting() {
+  const osg::ref_ptr<osg::Texture2D> depthCopy = createDepthTexture();
   osg::ref_ptr<DepthShadingPass> pass = new DepthShadingPass(depthCopy);
   becomeFullScreenPass(*pass, "eye-dome lighting", kFragmentShader);
   osg::StateSet& state = *pass->getOrCreateStateSet();

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <osg/Node>
-#include <osg/Texture2D>
+#include <osg/ref_ptr>
 
 namespace QuorViewer {
 
@@ -9,10 +9,10 @@ namespace QuorViewer {
 /// relief are visible although points have no normals. Works in both projections; the background stays unchanged.
 ///
 /// Draws after the cloud and before everything that must not be shaded. It copies the depth drawn so far into
-/// `depthCopy` and multiplies the colours in attachment 0, without reading them.
+/// a texture and multiplies the colours in attachment 0, without reading them.
 class EyeDomeLighting {
  public:
-  explicit EyeDomeLighting(osg::Texture2D* depthCopy);
+  EyeDomeLighting();
 
   osg::Node* node() { return _node; }
   bool isOn() const;

@@ -6,8 +6,7 @@
 #include <osg/GLObjects>
 
 #include <algorithm>
-#include <condition_variable>
-#include <mutex>
+#include <atomic>
 #include <numeric>
 
 namespace QuorViewer {
@@ -33,11 +32,11 @@ const osg::GLBufferObjectManager& bufferManagerOf(unsigned int contextId) {
 
 }  // namespace
 
-// The last operation of a frame on the graphics thread. Everything released since the previous frame is freed at once,
-// rather than spread over many frames, because this viewer draws only on demand.
-class FrameLoop::FrameEnd : public osg::GraphicsOperation {
+// Runs on the graphics thread after drawing. Everything released since the previous frame is freed at once, rather than
+// spread over many frames, because this viewer draws only on demand.
+class FrameLoop::GraphicsMemory : public osg::GraphicsOperation {
  public:
-  FrameEnd() : osg::GraphicsOperation("FrameEnd", true) {}
+  GraphicsMemory() : osg::GraphicsOperation("GraphicsMemory", true) {}
 
   void operator()(osg::GraphicsContext* context) override {
     const unsigned int contextId = context->getState()->getContextID();
@@ -45,54 +44,42 @@ class FrameLoop::FrameEnd : public osg::GraphicsOperation {
       _buffers = &bufferManagerOf(contextId);
     }
     osg::flushAllDeletedGLObjects(contextId);
-    _note(Buffers::bytesIn(*_buffers));
+    _bufferBytes = Buffers::bytesIn(*_buffers);
   }
 
-  std::uint64_t frames() const {
-    const std::lock_guard<std::mutex> held(_mutex);
-    return _frames;
-  }
-  /// Waits briefly; true if more frames have ended.
-  bool waitBeyond(std::uint64_t frames) {
-    constexpr std::chrono::milliseconds kLimit(20);
-    std::unique_lock<std::mutex> held(_mutex);
-    return _ended.wait_for(held, kLimit, [&] { return _frames > frames; });
-  }
-  std::uint64_t bufferBytes() const {
-    const std::lock_guard<std::mutex> held(_mutex);
-    return _bufferBytes;
-  }
+  std::uint64_t bufferBytes() const { return _bufferBytes; }
 
  private:
-  void _note(std::uint64_t bufferBytes) {
-    const std::lock_guard<std::mutex> held(_mutex);
-    _bufferBytes = bufferBytes;
-    ++_frames;
-    _ended.notify_all();
-  }
-
   const osg::GLBufferObjectManager* _buffers = nullptr;  // lives as long as the context
-  mutable std::mutex _mutex;
-  std::condition_variable _ended;
-  std::uint64_t _frames = 0;
-  std::uint64_t _bufferBytes = 0;
+  std::atomic<std::uint64_t> _bufferBytes{0};
 };
 
+// The memory is counted before the frame's last operation, that of the removal, so it is known when `draw` returns.
 FrameLoop::FrameLoop(osgViewer::Viewer& viewer, osgViewer::ViewerBase::ThreadingModel threading)
-    : _viewer(viewer),
-      _context(viewer.getCamera()->getGraphicsContext()),
-      _removal(new QuorOsgUtils::DecrementalCompileOperation),
-      _end(new FrameEnd) {
-  _removal->addGraphicsContext(_context);
-  _context->add(_end);
+    : _viewer(viewer), _context(viewer.getCamera()->getGraphicsContext()), _memory(new GraphicsMemory) {
+  _context->add(_memory);
+  _removal = std::make_unique<QuorOsgUtils::SafeRemoval>(viewer);
   viewer.setThreadingModel(threading);
 }
 
 // The context runs its operations on its own thread, so threading is stopped first.
 FrameLoop::~FrameLoop() {
   _viewer.stopThreading();
-  _context->remove(_end);
-  _removal->removeGraphicsContext(_context);
+  _context->remove(_memory);
+}
+
+bool FrameLoop::handleEvents() {
+  if (!_isFrameDue() && _viewer.checkEvents()) {
+    _viewer.advance();
+    _viewer.eventTraversal();
+  }
+  _viewer.checkWindowStatus();  // a closed window ends the viewer, though nothing is drawn any more
+  return _isFrameDue();
+}
+
+bool FrameLoop::_isFrameDue() const {
+  return _viewer.getRequestRedraw() || _viewer.getRequestContinousUpdate() || _viewer.requiresUpdateSceneGraph() ||
+         _viewer.requiresRedraw();
 }
 
 void FrameLoop::draw() {
@@ -111,29 +98,33 @@ bool FrameLoop::isProgressFrameDue() const {
 }
 
 void FrameLoop::_drawAndWait() {
-  const std::uint64_t before = _end->frames();
-  _viewer.frame();
-  while (_viewer.areThreadsRunning() && !_viewer.done() && !_end->waitBeyond(before)) {
-  }
+  _removal->frame();
   if (_framesDue > 0 && --_framesDue > 0) {
     _viewer.requestRedraw();
     returnFreeMemory();
   }
 }
 
-// Hidden at once, so that a pick in the next frame finds only what is left. The frames: one at whose end the child is
-// removed; one for each of the two draw lists that OSG alternates between when it draws on a separate thread, and that
-// hold what was drawn last; and one that shows the memory that has become free.
+// The child is hidden at once, so that a pick in the next frame finds only what is left. The frames: one at whose end
+// the child is removed; one for each of the two draw lists that OSG alternates between when it draws on a separate
+// thread, and that hold what was drawn last; and one that shows the memory that has become free.
 void FrameLoop::remove(osg::Group* parent, osg::Node* child) {
   constexpr int kFrames = 4;
-  child->setNodeMask(0);
-  _removal->add(parent, child);
+  removePart(parent, child);
   _framesDue = kFrames;
   _viewer.requestRedraw();
 }
 
+void FrameLoop::removePart(osg::Group* parent, osg::Node* child) {
+  _removal->remove(parent, child);
+}
+
+std::uint64_t FrameLoop::frameCount() const {
+  return _removal->frameCount();
+}
+
 std::uint64_t FrameLoop::gpuBufferBytes() const {
-  return _end->bufferBytes();
+  return _memory->bufferBytes();
 }
 
 }  // namespace QuorViewer

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QuorOsgUtils/ScreenCaptureTool.h>
+#include <QuorOsgUtils/ImageCapture.h>
 
-#include <osg/ref_ptr>
+#include <osgViewer/View>
 
+#include <future>
 #include <string>
 #include <thread>
 
@@ -13,8 +14,8 @@ namespace QuorViewer {
 /// thread, so that drawing continues. Only one screenshot can be pending at a time.
 class Screenshot {
  public:
-  /// `tool` outlives the screenshot.
-  explicit Screenshot(QuorOsgUtils::ScreenCaptureTool& tool);
+  /// The camera of the view is captured. Create and destroy it while nothing is drawn.
+  explicit Screenshot(osgViewer::View& view);
   Screenshot(const Screenshot&) = delete;
   Screenshot& operator=(const Screenshot&) = delete;
   ~Screenshot();
@@ -28,10 +29,8 @@ class Screenshot {
   bool finish();
 
  private:
-  class Request;
-
-  QuorOsgUtils::ScreenCaptureTool& _tool;
-  osg::ref_ptr<Request> _request;
+  QuorOsgUtils::ImageCapture _images;
+  std::shared_future<QuorOsgUtils::CapturedImage> _image;
   std::thread _writer;
   bool _written = false;
 };

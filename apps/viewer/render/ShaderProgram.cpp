@@ -16,20 +16,6 @@ void main() {
 }
 )";
 
-constexpr const char* kPlainVertexShader = R"(#version 330 compatibility
-out vec4 vertexColour;
-void main() {
-  vertexColour = gl_Color;
-  gl_Position = gl_ModelViewProjectionMatrix * gl_Vertex;
-}
-)";
-
-constexpr const char* kPlainFragmentShader = R"(#version 330 compatibility
-in vec4 vertexColour;
-layout(location = 0) out vec4 colour;
-void main() { colour = vertexColour; }
-)";
-
 // The triangle's corners are clip coordinates, not world positions, so they must not affect the near and far planes.
 struct NoBounds : osg::Drawable::ComputeBoundingBoxCallback {
   osg::BoundingBox computeBound(const osg::Drawable& /*drawable*/) const override { return {}; }
@@ -43,10 +29,6 @@ osg::ref_ptr<osg::Program> createProgram(const char* name, const char* vertexSou
   program->addShader(new osg::Shader(osg::Shader::VERTEX, vertexSource));
   program->addShader(new osg::Shader(osg::Shader::FRAGMENT, fragmentSource));
   return program;
-}
-
-osg::ref_ptr<osg::Program> createPlainProgram() {
-  return createProgram("plain", kPlainVertexShader, kPlainFragmentShader);
 }
 
 void becomeFullScreenPass(osg::Geometry& geometry, const char* name, const char* fragmentSource) {

@@ -7,10 +7,6 @@ namespace QuorViewer {
 
 osg::ref_ptr<osg::Program> createProgram(const char* name, const char* vertexSource, const char* fragmentSource);
 
-/// Draws with `gl_Color`, unlit, into attachment 0. For everything without shaders of its own: OpenGL rejects
-/// fixed-function shading while an attachment holds integers.
-osg::ref_ptr<osg::Program> createPlainProgram();
-
 /// Turns the geometry into one triangle that covers the window, with clip coordinates as vertices; it is never culled
 /// and does not affect the near and far planes. Its state neither tests nor writes depth and has no lighting.
 /// `fragmentSource` may read the varying `window`, the window position from (0, 0) at the bottom left to (1, 1).

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <deque>
+#include <list>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -13,8 +13,14 @@ template <typename Result>
 class ResultQueue {
  public:
   void push(Result result) {
+    std::list<Result> one;
+    one.push_back(std::move(result));
+    push(std::move(one));
+  }
+  /// Pushes results that have their memory already: this cannot fail.
+  void push(std::list<Result>&& results) noexcept {
     const std::lock_guard<std::mutex> held(_mutex);
-    _results.push_back(std::move(result));
+    _results.splice(_results.end(), results);
   }
 
   /// The oldest result; nothing if the queue is empty. Never waits for one.
@@ -30,7 +36,7 @@ class ResultQueue {
 
  private:
   std::mutex _mutex;
-  std::deque<Result> _results;
+  std::list<Result> _results;
 };
 
 }  // namespace QuorViewer

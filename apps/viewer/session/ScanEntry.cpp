@@ -1,18 +1,12 @@
 #include "viewer/session/ScanEntry.h"
 
+#include "viewer/ui/KeyText.h"
+#include "viewer/ui/Utf8.h"
+
 namespace QuorViewer {
 namespace {
 
 using Key = osgGA::GUIEventAdapter::KeySymbol;
-
-// OSG's key codes up to 0xFF are Latin-1 characters; those above are Enter, arrows and the like.
-bool isCharacter(int key) {
-  return (key >= 0x20 && key < 0x7F) || (key >= 0xA0 && key <= 0xFF);
-}
-
-bool continuesCharacter(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
 
 }  // namespace
 
@@ -35,12 +29,13 @@ void ScanEntry::_take(int key) {
   if (key == Key::KEY_Return || key == Key::KEY_KP_Enter) {
     return _finish();
   }
+  if (key == Key::KEY_Escape) {
+    return _close();
+  }
   if (key == Key::KEY_BackSpace) {
     _eraseLast();
-  } else if (isCharacter(key) && key < 0x80) {
-    _path += static_cast<char>(key);
-  } else if (isCharacter(key)) {
-    _path += {static_cast<char>(0xC0 | key >> 6), static_cast<char>(0x80 | (key & 0x3F))};
+  } else {
+    _path += textOfKey(key);
   }
   _show();
 }
@@ -54,16 +49,20 @@ void ScanEntry::_eraseLast() {
   }
 }
 
-void ScanEntry::_finish() {
+void ScanEntry::_close() {
   _open = false;
-  _hud.setMessage("");
+  _hud.setPrompt("");
+}
+
+void ScanEntry::_finish() {
+  _close();
   if (!_path.empty()) {
     _enter(_path);
   }
 }
 
 void ScanEntry::_show() {
-  _hud.setMessage("Path of the scan to add (Enter to finish):  " + _path + "_");
+  _hud.setPrompt("Path of the scan to add (Enter to finish, Esc to cancel):  " + _path + "_");
 }
 
 }  // namespace QuorViewer

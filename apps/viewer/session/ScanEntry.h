@@ -11,8 +11,8 @@
 
 namespace QuorViewer {
 
-/// Lets the user type the path of a scan into the status bar. While a path is being typed, all other keys are ignored
-/// (but Esc still quits). Must come before all other key handlers.
+/// Lets the user type the path of a scan into the status bar. While a path is being typed, presses of other keys
+/// are ignored; Esc drops the path. Must come before all other key handlers, except that of the key to quit.
 class ScanEntry : public osgGA::GUIEventHandler {
  public:
   using Enter = std::function<void(const std::string& path)>;
@@ -29,6 +29,7 @@ class ScanEntry : public osgGA::GUIEventHandler {
   void _take(int key);
   void _eraseLast();
   void _finish();
+  void _close();
   void _show();
 
   Hud& _hud;

@@ -3,11 +3,9 @@
 #include "scan/platform/Platform.h"
 #include "viewer/ui/Format.h"
 
-#include <QuorOsgUtils/FileManager.h>
-#include <QuorOsgUtils/FilePtr.h>
-
 #include <algorithm>
 #include <filesystem>
+#include <list>
 #include <numeric>
 #include <utility>
 #include <vector>
@@ -16,13 +14,7 @@ namespace QuorViewer {
 namespace {
 
 using QuorOsgUtils::FileCmd;
-using QuorOsgUtils::FileManager;
-
-std::uint64_t sizeOf(const std::string& path) {
-  std::error_code gone;
-  const std::uintmax_t size = std::filesystem::file_size(toPath(path), gone);
-  return gone ? 0 : size;
-}
+using QuorOsgUtils::ReadOnlyFile;
 
 std::string inGibibytes(std::uint64_t bytes) {
   constexpr double kGibibyte = 1024.0 * 1024.0 * 1024.0;
@@ -39,47 +31,78 @@ ScanLoader::ScanLoader(ScanSet& scans, std::uint64_t budgetBytes, Listener liste
       _budgetBytes(budgetBytes),
       _budget(budgetBytes),
       _listener(std::move(listener)),
-      _context(std::make_shared<LoadContext>()) {
-  FileManager::getInstance()->startWorker();
-}
+      _context(std::make_shared<LoadContext>()) {}
 
 ScanLoader::~ScanLoader() {
   for (const auto& [number, scan] : _loading) {
-    scan->cancelled = true;
+    scan->stop.requestStop();
   }
-  FileManager::getInstance()->stopWorker();
 }
 
-void ScanLoader::start() {
+void ScanLoader::start(const std::function<LoadExtent(unsigned int scanNumber)>& extentOf) {
   std::vector<unsigned int> fresh = _scans.numbers();
   fresh.erase(
       std::remove_if(fresh.begin(), fresh.end(), [this](unsigned int number) { return _loading.count(number); }),
       fresh.end());
+  std::map<unsigned int, LoadExtent> extents;
   std::uint64_t points = 0;
   for (const unsigned int number : fresh) {
-    points += _scans.info(number).pointCount;
+    extents[number] = extentOf ? extentOf(number) : LoadExtent::Whole;
+    points += extents[number] == LoadExtent::Whole ? _scans.info(number).pointCount : 0;
   }
   const std::uint64_t decimation = _budget.decimationFor(points);
   for (const unsigned int number : fresh) {
-    _begin(number, decimation);
+    _begin(number, decimation, extents[number]);
   }
 }
 
-void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t decimation) {
+void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t decimation, LoadExtent extent) {
   const ScanInfo& info = _scans.info(scanNumber);
   auto scan = std::make_shared<LoadingScan>();
   _loading[scanNumber] = scan;
-  if (decimation == 0) {
+  if (decimation == 0 && extent == LoadExtent::Whole) {
     return _reportFailure(info.path + ": none of its points fit into " + inGibibytes(_budgetBytes) +
                           " in addition to those already shown");
   }
   scan->number = scanNumber;
   scan->origin = _scans.origin();
-  scan->reader = _scans.reader(scanNumber).clone();
-  // Mapping opens the file for writing too, and the file may be read-only.
-  if (scan->reader->records() && isWritable(info.path)) {
-    _register(*scan);
+  try {
+    scan->reader = _scans.reader(scanNumber).clone();
+  } catch (const ScanError& error) {
+    return _reportFailure(error.what());
   }
+  if (extent == LoadExtent::Whole) {
+    _prepare(scan, decimation);
+  } else if (extent == LoadExtent::Sample) {
+    _prepareSample(scan);
+  }
+}
+
+// A file that cannot be opened for mapping is read through its reader.
+void ScanLoader::_openIfMappable(LoadingScan& scan) {
+  if (!scan.reader->records()) {
+    return;
+  }
+  const osg::ref_ptr<ReadOnlyFile> file = new ReadOnlyFile(scan.reader->info().path);
+  if (file->isValid()) {
+    scan.file = file;
+  }
+}
+
+void ScanLoader::_prepareSample(const std::shared_ptr<LoadingScan>& scan) {
+  _openIfMappable(*scan);
+  const ScanInfo& info = scan->reader->info();
+  for (const PlannedChunk& planned : planSample(info.pointCount, scan->reader->entryPoints())) {
+    scan->pointsPlanned += planned.points.count;
+    _push(scan, planned);
+  }
+  _budget.take(scan->pointsPlanned);
+  _pointsPlanned += scan->pointsPlanned;
+}
+
+void ScanLoader::_prepare(const std::shared_ptr<LoadingScan>& scan, std::uint64_t decimation) {
+  const ScanInfo& info = scan->reader->info();
+  _openIfMappable(*scan);
   scan->decimation = decimation;
   scan->pointsPlanned = decimatedCount(info.pointCount, decimation);
   _budget.take(scan->pointsPlanned);
@@ -92,44 +115,17 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t decimation) {
   }
 }
 
-// If the file changes its size meanwhile, the smaller size counts, because views end where the file ended when it was
-// opened. Commands find a file by its name; those on earlier scans with this name would now get this file, which may be
-// shorter or a different one, so these scans are read without mapping.
-void ScanLoader::_register(LoadingScan& scan) {
-  const std::string& path = scan.reader->info().path;
-  const std::uint64_t before = sizeOf(path);
-  const osg::ref_ptr<QuorOsgUtils::FilePtr> file = new QuorOsgUtils::FilePtr(path.c_str());
-  if (!file->isValid()) {
-    return;
-  }
-  for (const auto& [number, other] : _loading) {
-    if (other->reader && other->reader->info().path == path) {
-      other->mappedBytes = 0;
-    }
-  }
-  scan.mappedBytes = std::min(before, sizeOf(path));
-  auto* command = new QuorOsgUtils::RegisterFile(file, FileCmd::High);
-  command->setAutoDelete(true);
-  FileManager::getInstance()->push(command);
-}
-
 // Value ranges are needed as soon as the sample is shown; what the rest adds to them can wait.
 void ScanLoader::_push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned) {
   const auto chunk = std::make_shared<PointChunk>();
   const bool canWait = planned.phase == LoadPhase::Remainder;
-  auto* read = new ReadChunk(_context, scan, planned, chunk);
-  auto* measure = new MeasureChunk(_context, scan, chunk, canWait ? FileCmd::Low : read->getPriority());
-  if (!canWait) {
-    read->setNext(measure);
-  }
+  const auto read = std::make_shared<ReadChunk>(_context, scan, planned, chunk);
   _resultsDue += 2;
   if (planned.phase == LoadPhase::Sample) {
     _sampleResultsDue += 2;
   }
-  FileManager::getInstance()->push(read);
-  if (canWait) {
-    FileManager::getInstance()->push(measure);
-  }
+  submit(_jobs, read);
+  submit(_jobs, std::make_shared<MeasureChunk>(_context, scan, chunk, canWait ? FileCmd::Low : read->priority()));
 }
 
 void ScanLoader::_reportDecimation(const LoadingScan& scan) {
@@ -167,10 +163,10 @@ void ScanLoader::_receive(LoadResult result) {
     _summary = std::move(*result.summary);
   }
   const auto loading = _loading.find(result.scan);
-  if (loading == _loading.end()) {
+  if (loading == _loading.end() || loading->second.get() != result.of) {
     return;
   }
-  if (result.chunk && !result.chunk->positions->empty()) {
+  if (result.chunk && !result.chunk->positions->empty() && !loading->second->discarded) {
     _pointsRead += result.chunk->positions->size();
     loading->second->pointsRead += result.chunk->positions->size();
     _listener.loaded(result.scan, *result.chunk);
@@ -178,25 +174,67 @@ void ScanLoader::_receive(LoadResult result) {
   if (!result.error.empty()) {
     _reportFailure(result.error);
   }
+  if (!result.treeError.empty()) {
+    _listener.treeDamaged(result.scan, result.treeError);
+  }
+}
+
+void ScanLoader::measure(unsigned int scanNumber, std::unique_ptr<PointTree> tree) {
+  if (!_loading.at(scanNumber)->reader) {
+    return;
+  }
+  ++_resultsDue;
+  ++_sampleResultsDue;
+  submit(_jobs, std::make_shared<MeasureTree>(_context, _loading.at(scanNumber), std::move(tree)));
+}
+
+void ScanLoader::addSample(unsigned int scanNumber, const PointChunk& chunk) {
+  const std::shared_ptr<LoadingScan> scan = _loading.at(scanNumber);
+  if (!scan->reader) {
+    return;
+  }
+  const std::uint64_t count = chunk.positions->size();
+  scan->pointsPlanned += count;
+  _pointsPlanned += count;
+  _budget.take(count);
+  LoadResult result;
+  result.scan = scanNumber;
+  result.of = scan.get();
+  result.chunk = chunk;
+  _resultsDue += 2;
+  _receive(std::move(result));
+  const auto measured = std::make_shared<PointChunk>(chunk);
+  submit(_jobs, std::make_shared<MeasureChunk>(_context, scan, measured, FileCmd::Normal));
+}
+
+void ScanLoader::_countOut(LoadingScan& scan) {
+  _pointsRead -= std::exchange(scan.pointsRead, 0);
+  _pointsPlanned -= scan.pointsPlanned;
+  _budget.giveBack(std::exchange(scan.pointsPlanned, 0));
+}
+
+void ScanLoader::discard(unsigned int scanNumber) {
+  LoadingScan& scan = *_loading.at(scanNumber);
+  _countOut(scan);
+  scan.discarded = true;
+}
+
+void ScanLoader::reload(unsigned int scanNumber, LoadExtent extent) {
+  close(scanNumber);
+  _begin(scanNumber, _budget.decimationFor(_scans.info(scanNumber).pointCount), extent);
 }
 
 void ScanLoader::close(unsigned int scanNumber) {
   const std::shared_ptr<LoadingScan> scan = _loading.at(scanNumber);
   _loading.erase(scanNumber);
-  scan->cancelled = true;
-  _pointsRead -= scan->pointsRead;
-  _pointsPlanned -= scan->pointsPlanned;
-  _budget.giveBack(scan->pointsPlanned);
-
-  const std::string& path = _scans.info(scanNumber).path;
-  auto* removal = new RemoveFromStatistics(_context, path, scanNumber);
-  if (scan->mappedBytes > 0) {
-    auto* closeFile = new QuorOsgUtils::CloseFile(path, FileCmd::High);
-    closeFile->setAutoDelete(true);
-    removal->setNext(closeFile);
-  }
+  scan->stop.requestStop();
+  _countOut(*scan);
   ++_resultsDue;
-  FileManager::getInstance()->push(removal);
+  // High priority, because the scan's later jobs do nothing.
+  const auto result = std::make_shared<std::list<LoadResult>>(1);
+  _jobs.submit(std::string(), FileCmd::High, [context = _context, scanNumber, result](QuorOsgUtils::FileJob&) {
+    removeFromStatistics(*context, scanNumber, std::move(*result));
+  });
 }
 
 std::uint64_t ScanLoader::decimation() const {

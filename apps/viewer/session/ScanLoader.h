@@ -1,8 +1,10 @@
 #pragma once
 
-#include "viewer/session/ScanCommands.h"
+#include "viewer/session/ScanJobs.h"
 #include "viewer/session/ScanSet.h"
 #include "viewer/session/VertexBudget.h"
+
+#include <QuorOsgUtils/FileJobs.h>
 
 #include <chrono>
 #include <cstdint>
@@ -14,11 +16,18 @@
 
 namespace QuorViewer {
 
+/// How much of a scan to load.
+enum class LoadExtent {
+  Whole,
+  Sample,  ///< only a sample from all over the scan, if it can be read that way: the scan's tree is being built
+  Nothing  ///< the scan's tree is drawn
+};
+
 /// Loads scans through the library's file manager and delivers chunks that are ready to draw. It loads samples spread
 /// over the large scans first, then the rest. Scans that do not fit into memory are decimated evenly. A
 /// damaged scan is read up to the damage; the others continue.
 ///
-/// Starts the manager's worker, and stops it in the destructor. Use the loader on one thread.
+/// Starts the manager's worker. Use the loader on one thread.
 class ScanLoader {
  public:
   /// Callbacks. `decimated` gets a line of text for the user.
@@ -26,17 +35,28 @@ class ScanLoader {
     std::function<void(unsigned int scanNumber, const PointChunk& chunk)> loaded;
     std::function<void(const std::string& error)> failed;
     std::function<void(const std::string& note)> decimated;
+    /// The tree given to `measure` cannot be read, with a text for the user.
+    std::function<void(unsigned int scanNumber, const std::string& error)> treeDamaged{};
   };
 
   /// `scans` outlives the loader.
   ScanLoader(ScanSet& scans, std::uint64_t budgetBytes, Listener listener);
   ScanLoader(const ScanLoader&) = delete;
   ScanLoader& operator=(const ScanLoader&) = delete;
-  /// Cancels everything not yet read.
+  /// Cancels everything not yet read and waits for the job that is running.
   ~ScanLoader();
 
-  /// Starts to read the scans that were added to the set since the last call. Throws ScanError.
-  void start();
+  /// Starts to read the scans that were added to the set since the last call.
+  void start(const std::function<LoadExtent(unsigned int scanNumber)>& extentOf = {});
+  /// Measures a scan that is not loaded by the first nodes of its tree, for the summary.
+  void measure(unsigned int scanNumber, std::unique_ptr<PointTree> tree);
+  /// Delivers some points of a scan that is loaded as a sample, as if they had been read.
+  void addSample(unsigned int scanNumber, const PointChunk& chunk);
+  /// Forgets the loaded points of a scan, but not what they add to the summary. The caller removes the chunks that it
+  /// has received.
+  void discard(unsigned int scanNumber);
+  /// Loads a scan from its start.
+  void reload(unsigned int scanNumber, LoadExtent extent = LoadExtent::Whole);
   /// Delivers what the worker has read, for at most `budget`. Stops early when the samples of the large scans are
   /// complete, so that a frame can be drawn. False if no result had arrived.
   bool step(std::chrono::milliseconds budget);
@@ -48,18 +68,22 @@ class ScanLoader {
 
   bool finished() const { return _resultsDue == 0; }
   std::uint64_t pointsRead() const { return _pointsRead; }
+  std::uint64_t pointsReadOf(unsigned int scanNumber) const { return _loading.at(scanNumber)->pointsRead; }
   /// Number of points to read, after decimation.
   std::uint64_t pointsPlanned() const { return _pointsPlanned; }
   /// Whether any scan has failed so far.
   bool failed() const { return _failed; }
   /// The strongest decimation of any scan; 1: all points are shown.
   std::uint64_t decimation() const;
+  std::uint64_t decimationOf(unsigned int scanNumber) const { return _loading.at(scanNumber)->decimation; }
   const CloudSummary& summary() const { return _summary; }
 
  private:
-  void _begin(unsigned int scanNumber, std::uint64_t decimation);
-  /// Registers a scan's file with the manager.
-  void _register(LoadingScan& scan);
+  void _begin(unsigned int scanNumber, std::uint64_t decimation, LoadExtent extent);
+  void _prepare(const std::shared_ptr<LoadingScan>& scan, std::uint64_t decimation);
+  void _prepareSample(const std::shared_ptr<LoadingScan>& scan);
+  static void _openIfMappable(LoadingScan& scan);
+  void _countOut(LoadingScan& scan);
   void _push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned);
   void _reportDecimation(const LoadingScan& scan);
   void _reportFailure(const std::string& error);
@@ -78,6 +102,7 @@ class ScanLoader {
   std::uint64_t _pointsPlanned = 0;
   bool _failed = false;
   CloudSummary _summary;
+  QuorOsgUtils::FileJobs _jobs;
 };
 
 }  // namespace QuorViewer

@@ -10,7 +10,14 @@ namespace QuorViewer {
 
 ScanSet::ScanSet(const std::vector<std::string>& paths) {
   for (const std::string& path : paths) {
-    add(path);
+    try {
+      add(path);
+    } catch (const ScanError& error) {
+      _failures.emplace_back(path, error);
+    }
+  }
+  if (isEmpty() && !_failures.empty()) {
+    throw ScanError(linesOf(_failures));
   }
 }
 

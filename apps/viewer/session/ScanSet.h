@@ -1,6 +1,7 @@
 #pragma once
 
 #include "scan/Scan.h"
+#include "viewer/session/OpenFailures.h"
 
 #include <cassert>
 #include <cstdint>
@@ -14,11 +15,16 @@ namespace QuorViewer {
 /// after a scan has been closed. Use it on one thread at a time.
 class ScanSet {
  public:
-  /// Opens all or none. Throws ScanError.
+  /// Opens all that can be opened. If none can, throws a ScanError with one line for each.
   explicit ScanSet(const std::vector<std::string>& paths);
+
+  /// The files that the constructor could not open.
+  const std::vector<OpenFailure>& failures() const { return _failures; }
 
   /// Opens one more scan and returns its number, the next one. Throws ScanError and then leaves the set unchanged.
   unsigned int add(const std::string& path);
+  /// Opens the file of an open scan again, because it has changed. Throws ScanError; then the scan stays as it is.
+  void reopen(unsigned int number) { _readers.at(number - 1) = ScanReader::open(info(number).path); }
   /// Expects an open scan.
   void close(unsigned int number) { _readers.at(number - 1).reset(); }
 
@@ -44,6 +50,7 @@ class ScanSet {
 
  private:
   std::vector<std::unique_ptr<ScanReader>> _readers;  // null where closed
+  std::vector<OpenFailure> _failures;
   osg::Vec3d _origin;
 };
 

@@ -3,26 +3,279 @@
 #include "viewer/ui/Format.h"
 
 #include <algorithm>
+#include <cmath>
+#include <map>
+#include <optional>
 #include <utility>
 
 namespace QuorViewer {
+namespace {
 
-Session::Session(const std::vector<std::string>& paths, std::uint64_t memoryBytes, Dependencies dependencies,
-                 Listener listener)
+// The terminal has all of them.
+std::string asOneLine(const std::vector<std::string>& notices) {
+  constexpr std::size_t kMostBytes = 160;
+  std::string line = notices.front();
+  for (std::size_t number = 1; number < notices.size(); ++number) {
+    if (line.size() + notices[number].size() > kMostBytes) {
+      return line + "; " + grouped(notices.size() - number) + " more: see the terminal";
+    }
+    line += "; " + notices[number];
+  }
+  return line;
+}
+
+}  // namespace
+
+Session::Session(const std::vector<std::string>& paths, std::uint64_t memoryBytes, const TreeSettings& trees,
+                 Dependencies dependencies, Listener listener)
     : _dependencies(dependencies),
       _listener(std::move(listener)),
+      _memoryBytes(memoryBytes),
       _scans(paths),
+      _fit(_scans, _dependencies.cloud),
       _loader(_scans, memoryBytes,
               {[this](unsigned int scan, const PointChunk& chunk) { _dependencies.cloud.add(scan, chunk); },
                [this](const std::string& error) { _reportError(error); },
-               [this](const std::string& note) { _dependencies.messages.print(note); }}),
-      _pathEntry(new ScanEntry(_dependencies.hud, [this](const std::string& path) { add(path); })) {}
+               [this](const std::string& note) { _dependencies.messages.print(note); },
+               [this](unsigned int scan, const std::string& error) { replaceDamaged(scan, error); }}),
+      _trees(trees),
+      _pathEntry(new ScanEntry(_dependencies.hud, [this](const std::string& path) { add(path); })) {
+  _reportUnopened(paths.size());
+}
 
-bool Session::loadNextChunks(std::chrono::milliseconds budget, const std::function<bool()>& mayShowProgress) {
-  if (_loaded && _loader.finished()) {
+// What the file manager's worker still does for trees must not delay the end.
+Session::~Session() {
+  _dependencies.detail.cancelReads();
+}
+
+void Session::start() {
+  std::map<unsigned int, std::unique_ptr<PointTree>> opened;
+  _loader.start([&](unsigned int scan) { return _openTree(scan, opened[scan]); });
+  for (auto& [scan, tree] : opened) {
+    if (tree) {
+      _showTree(scan, std::move(tree));
+    }
+  }
+  _reportMisfits(_fit.checkOpened());
+}
+
+void Session::_showTree(unsigned int scan, std::unique_ptr<PointTree> tree) {
+  _loader.measure(scan, tree->clone());
+  _dependencies.detail.open(scan, std::move(tree), _scans.origin());
+}
+
+LoadExtent Session::_openTree(unsigned int scan, std::unique_ptr<PointTree>& tree) {
+  const ScanInfo& info = _scans.info(scan);
+  if (!_trees.wants(info)) {
+    return LoadExtent::Whole;
+  }
+  try {
+    ScanTrees::Opened opened = _trees.open(scan, info);
+    if (!opened.note.empty()) {
+      _dependencies.messages.print(opened.note);
+    }
+    if (!opened.tree) {
+      _trees.build(scan, _scans.reader(scan), _scans.origin());
+      return LoadExtent::Sample;
+    }
+    tree = std::move(opened.tree);
+    return LoadExtent::Nothing;
+  } catch (const std::exception& error) {
+    _reportError(std::string(error.what()) + "; all points are loaded instead");
+  }
+  return LoadExtent::Whole;
+}
+
+// Without a moment in which neither the sample nor the tree is on screen: the sample stays until the tree shows as much
+// as the view needs.
+bool Session::_takeBuiltTrees() {
+  if (_areScansInUse()) {
     return false;
   }
-  const bool anyArrived = _loader.step(budget);
+  std::optional<ScanTrees::Built> built = _trees.pollBuilt();
+  if (!built) {
+    return false;
+  }
+  const std::string change = _trees.changeOf(built->scan);
+  if (!change.empty()) {
+    _replaceTree(built->scan, change);
+  } else if (built->tree) {
+    _replaced[built->scan] = {_dependencies.cloud.release(built->scan), _loader.pointsReadOf(built->scan)};
+    if (_loader.pointsReadOf(built->scan) == 0) {
+      _loader.measure(built->scan, built->tree->clone());
+    }
+    _loader.discard(built->scan);
+    _dependencies.detail.open(built->scan, std::move(built->tree), _scans.origin());
+    _dependencies.viewer.requestRedraw();
+    if (!built->text.empty()) {
+      _dependencies.messages.print("index written to " + built->text);
+    }
+  } else {
+    _reportError(built->text + "; all points are loaded instead");
+    _loadWhole(built->scan);
+  }
+  return true;
+}
+
+bool Session::_takePreview() {
+  const std::optional<PointChunk> chunk = _trees.takePreview();
+  if (chunk) {
+    _loader.addSample(*_trees.current(), *chunk);
+  }
+  return chunk.has_value();
+}
+
+void Session::_loadWhole(unsigned int scan) {
+  _replaced[scan] = {_dependencies.cloud.release(scan), _loader.pointsReadOf(scan)};
+  _loader.reload(scan);
+  _loaded = false;
+}
+
+bool Session::_isReplaced(unsigned int scan, std::uint64_t points) const {
+  return _dependencies.detail.isOpen(scan) ? _dependencies.detail.isComplete()
+                                           : _loader.finished() || _loader.pointsReadOf(scan) >= points;
+}
+
+void Session::_removeReplaced() {
+  for (auto replaced = _replaced.begin(); replaced != _replaced.end();) {
+    const auto& [scan, before] = *replaced;
+    if (!_isReplaced(scan, before.count)) {
+      ++replaced;
+      continue;
+    }
+    _listener.pointsReplaced(before.points);
+    replaced = _replaced.erase(replaced);
+  }
+}
+
+// A change is noticed even if no node is read any more. A file that is still being written is left until it stays the
+// same.
+void Session::_watchFiles() {
+  constexpr std::chrono::seconds kInterval(1);
+  const auto now = std::chrono::steady_clock::now();
+  if (now - _filesSeen < kInterval) {
+    return;
+  }
+  _filesSeen = now;
+  std::map<unsigned int, std::string> changes;
+  for (const unsigned int scan : _scans.numbers()) {
+    std::string change = _dependencies.detail.isOpen(scan) ? _trees.changeOf(scan) : std::string();
+    if (!change.empty() && _changes[scan] == change) {
+      replaceDamaged(scan, change);
+    } else if (!change.empty()) {
+      changes[scan] = std::move(change);
+    }
+  }
+  _changes = std::move(changes);
+}
+
+bool Session::_areScansInUse() const {
+  return _listener.areScansInUse && _listener.areScansInUse();
+}
+
+void Session::_replaceDamagedTrees() {
+  if (_areScansInUse()) {
+    return;
+  }
+  for (const auto& [scan, error] : std::exchange(_damaged, {})) {
+    if (_scans.isOpen(scan) && _dependencies.detail.isOpen(scan)) {
+      _replaceTree(scan, error);
+    }
+  }
+}
+
+void Session::_replaceTree(unsigned int scan, const std::string& error) {
+  _dropTree(scan);
+  _dependencies.detail.finishReads();  // Windows does not remove a file that is open
+  const bool hasChanged = !_trees.changeOf(scan).empty();
+  // An index that does not fit the changed scan is not used anyway, and there may already be one that does.
+  const bool wasIndex = hasChanged || _trees.refuse(scan, _scans.info(scan));
+  if (!hasChanged || _reopen(scan, error)) {
+    _reload(scan, error, wasIndex);
+  }
+}
+
+void Session::_dropTree(unsigned int scan) {
+  _dropReplaced(scan);
+  if (_dependencies.detail.isOpen(scan)) {
+    _dependencies.detail.close(scan);
+  }
+  _listener.pointsReplaced(_dependencies.cloud.release(scan));
+}
+
+void Session::_dropReplaced(unsigned int scan) {
+  const auto replaced = _replaced.find(scan);
+  if (replaced != _replaced.end()) {
+    _listener.pointsReplaced(replaced->second.points);
+    _replaced.erase(replaced);
+  }
+}
+
+bool Session::_reopen(unsigned int scan, const std::string& change) {
+  try {
+    _scans.reopen(scan);
+    _trees.forget(scan);
+    return true;
+  } catch (const ScanError& error) {
+    close(scan);
+    _reportError(change + "; the scan is closed: " + error.what());
+  }
+  return false;
+}
+
+void Session::_reload(unsigned int scan, const std::string& error, bool wasIndex) {
+  std::unique_ptr<PointTree> tree;
+  const bool isFirst = _rebuilt.insert(scan).second;
+  const LoadExtent extent = isFirst ? _openTree(scan, tree) : LoadExtent::Whole;
+  const std::string built = wasIndex ? "; the index is built again" : "; an index is built instead";
+  _reportError(error + (extent == LoadExtent::Whole ? "; all points are loaded instead"
+                        : tree                      ? "; its index is used instead"
+                                                    : built));
+  _loader.reload(scan, extent);
+  if (tree) {
+    _showTree(scan, std::move(tree));
+  }
+  _loaded = false;
+  _dependencies.viewer.requestRedraw();
+}
+
+bool Session::cancelIndex() {
+  const std::optional<unsigned int> scan = _trees.current();
+  if (!scan) {
+    return false;
+  }
+  _trees.cancel(*scan);
+  _loadWhole(*scan);
+  const std::uint64_t decimation = _loader.decimationOf(*scan);
+  const std::string text = "Index of " + fileName(_scans.info(*scan).path) + " cancelled; " +
+                           (decimation > 1 ? "every " + ordinal(decimation) + " point is" : "all points are") +
+                           " loaded instead";
+  _dependencies.messages.print(text);
+  _dependencies.messages.show(text);
+  return true;
+}
+
+bool Session::_receiveNodes() {
+  const std::uint64_t used = _loader.pointsPlanned() * VertexBudget::kBytesPerPoint + _dependencies.detail.heldBytes();
+  _dependencies.detail.setMemory(std::max(_memoryBytes - std::min(used, _memoryBytes), _memoryBytes / 4));
+  const bool any = _dependencies.detail.receive();
+  const bool freesMemory = _dependencies.detail.readAhead();
+  if (any || freesMemory || _dependencies.detail.mayRefine()) {
+    _dependencies.viewer.requestRedraw();
+  }
+  _removeReplaced();
+  return any;
+}
+
+bool Session::loadNextChunks(std::chrono::milliseconds budget, const std::function<bool()>& mayShowProgress) {
+  const bool anyNodes = _receiveNodes();
+  _watchFiles();
+  _replaceDamagedTrees();
+  _trees.forgetEnded();
+  if (_loaded && _loader.finished()) {
+    return anyNodes;
+  }
+  const bool anyArrived = _loader.step(budget) || _takePreview() || _takeBuiltTrees() || anyNodes;
   if (anyArrived) {
     _listener.pointsAdded();
   }
@@ -30,9 +283,9 @@ bool Session::loadNextChunks(std::chrono::milliseconds budget, const std::functi
     if (_loader.finished()) {
       _dependencies.viewer.requestRedraw();
     }
-  } else if (_loader.finished()) {
+  } else if (_isFinished()) {
     _finishLoading();
-  } else if (_loader.pollSampleCompleted() || (_loader.pointsRead() != _pointsShown && mayShowProgress())) {
+  } else if (_loader.pollSampleCompleted() || (_progressDue() && mayShowProgress())) {
     _showProgress();
   }
   return anyArrived;
@@ -42,8 +295,9 @@ void Session::add(const std::string& path) {
   try {
     _scans.add(path);
     _dependencies.messages.print("adding " + path);
-    _loader.start();
+    _dependencies.messages.clearStanding(Standing::NoScan);
     _loaded = false;
+    start();
     _listener.scanAdded();
   } catch (const ScanError& error) {
     _reportError(error.what());
@@ -53,20 +307,50 @@ void Session::add(const std::string& path) {
 void Session::close(unsigned int scan) {
   const std::string name = fileName(_scans.info(scan).path);
   _loader.close(scan);
+  _trees.cancel(scan);
+  _trees.forget(scan);
+  _dropReplaced(scan);
+  if (_dependencies.detail.isOpen(scan)) {
+    _dependencies.detail.close(scan);
+  }
   const osg::ref_ptr<osg::Node> points = _dependencies.cloud.release(scan);
   _scans.close(scan);
   _listener.scanClosed(points);
   _dependencies.messages.print("closed " + name);
-  _dependencies.messages.show(name + (_scans.isEmpty() ? " is closed; press A to add a scan" : " is closed"));
+  _dependencies.messages.show(name + " is closed");
+  if (_scans.isEmpty()) {
+    _dependencies.messages.setStanding(Standing::NoScan, "No scan is open; press A to add one");
+  }
+}
+
+bool Session::_progressDue() const {
+  constexpr double kStep = 0.005;
+  return _loader.pointsRead() != _pointsShown ||
+         (_trees.current() && std::abs(_trees.progress() - _indexShown) >= kStep);
+}
+
+void Session::updateIndexProgress() {
+  constexpr double kPercent = 100.0;
+  if (!_loader.finished() || !_trees.current()) {
+    return;
+  }
+  _indexShown = _trees.progress();
+  _dependencies.hud.setProgress(_indexShown);
+  const std::string name = fileName(_scans.info(*_trees.current()).path);
+  _dependencies.messages.setStanding(
+      Standing::Loading, "Indexing " + name + ": " + fixed(kPercent * _indexShown, 0) + " %; press Esc to cancel");
 }
 
 void Session::_showProgress() {
   _pointsShown = _loader.pointsRead();
+  if (_loader.finished() && _trees.current()) {
+    _dependencies.viewer.requestRedraw();
+    return updateIndexProgress();
+  }
   const std::uint64_t total = std::max<std::uint64_t>(_loader.pointsPlanned(), 1);
   _dependencies.hud.setProgress(static_cast<double>(_pointsShown) / static_cast<double>(total));
-  if (!_pathEntry->isOpen()) {
-    _dependencies.messages.showProgress("Loading " + grouped(_pointsShown) + " of " + grouped(total) + " points");
-  }
+  _dependencies.messages.setStanding(Standing::Loading,
+                                     "Loading " + grouped(_pointsShown) + " of " + grouped(total) + " points");
   _terminalProgress.show(_pointsShown, total);
   _dependencies.viewer.requestRedraw();
 }
@@ -75,20 +359,23 @@ void Session::_finishLoading() {
   _loaded = true;
   _listener.pointsLoaded();
   _dependencies.hud.setProgress(1.0);
+  _dependencies.messages.clearStanding(Standing::Loading);
   _terminalProgress.clear();
   _logNewScans();
+  _reportMisfits(_fit.checkLoaded());
   if (!_scans.isEmpty()) {
-    _dependencies.messages.print("loaded " + std::to_string(_loader.pointsRead()) + " points");
+    _dependencies.messages.print("loaded " + std::to_string(_pointsReachable()) + " points");
   }
   _showFinalMessage();
   _dependencies.viewer.requestRedraw();
 }
 
 void Session::_showFinalMessage() {
-  if (!_latestError.empty()) {
-    _dependencies.messages.show(std::exchange(_latestError, std::string()));
-  } else if (!_pathEntry->isOpen() && !_scans.isEmpty()) {
-    _dependencies.messages.show("Click a point to see its coordinates; H shows the help");
+  if (!_notices.empty()) {
+    _dependencies.messages.showResult(asOneLine(std::exchange(_notices, {})));
+  }
+  if (!_scans.isEmpty() && !std::exchange(_hintShown, true)) {
+    _dependencies.messages.setStanding(Standing::Hint, "Click a point to see its coordinates; H shows the help");
   }
 }
 
@@ -109,7 +396,9 @@ void Session::_logScan(unsigned int scan) {
   const std::string extent = bounds.valid() ? ", from " + coordinates(_scans.origin() + bounds._min, kDecimals) +
                                                   " to " + coordinates(_scans.origin() + bounds._max, kDecimals)
                                             : std::string();
-  _dependencies.messages.log(info.path + ": " + info.format + ", " + grouped(info.pointCount) + " points" + extent);
+  const std::string system = info.coordinateSystem.text();
+  _dependencies.messages.log(info.path + ": " + info.format + ", " + grouped(info.pointCount) + " points" + extent +
+                             (system.empty() ? "" : ", " + system));
   if (info.localOnly) {
     printError(info.path + ": " + info.format +
                " stores single-precision coordinates; large (georeferenced) coordinates lose accuracy");
@@ -119,7 +408,25 @@ void Session::_logScan(unsigned int scan) {
 void Session::_reportError(const std::string& error) {
   _dependencies.messages.reportError(error);
   if (!_loaded) {
-    _latestError = error;
+    _notices.push_back(error);
+  }
+}
+
+void Session::_reportUnopened(std::size_t scanCount) {
+  const std::vector<OpenFailure>& failures = _scans.failures();
+  if (!failures.empty()) {
+    printError(linesOf(failures));
+    _notices.push_back(summaryOf(failures, scanCount));
+  }
+}
+
+void Session::_reportMisfits(const std::vector<FitReport>& reports) {
+  for (const FitReport& report : reports) {
+    _dependencies.messages.print(report.text);
+    _notices.push_back(report.text);
+    if (report.isFar) {
+      _listener.scanIsFar(report.scan);
+    }
   }
 }
 
@@ -132,9 +439,28 @@ std::string Session::title() const {
   return title;
 }
 
+std::uint64_t Session::_pointsReachable() const {
+  std::uint64_t points = _loader.pointsRead();
+  for (const unsigned int scan : _scans.numbers()) {
+    if (_dependencies.detail.isOpen(scan)) {
+      points += _scans.info(scan).pointCount;
+    } else if (_trees.isBuilding(scan)) {
+      points += _scans.info(scan).pointCount - _loader.pointsReadOf(scan);
+    }
+  }
+  return points;
+}
+
 std::string Session::pointCountText() const {
   const std::string decimated = _loader.decimation() > 1 ? ", every " + ordinal(_loader.decimation()) : std::string();
-  return grouped(_loader.pointsRead()) + " points" + decimated;
+  const LevelOfDetail& detail = _dependencies.detail;
+  const std::uint64_t whole = _loader.pointsRead();
+  const std::uint64_t all = _pointsReachable();
+  const std::string loaded = ", " + grouped(whole + detail.loadedPoints()) + " loaded";
+  const std::string parts = detail.isEmpty() && whole == all ? std::string()
+                                                             : grouped(whole + detail.drawnPoints()) + " drawn" +
+                                                                   (detail.isEmpty() ? "" : loaded) + " of ";
+  return parts + grouped(all) + (all == 1 ? " point" : " points") + decimated;
 }
 
 }  // namespace QuorViewer

@@ -8,16 +8,16 @@
 namespace QuorViewer {
 
 std::uint64_t VertexBudget::decimationFor(std::uint64_t points) const {
-  const std::uint64_t left = _mostPoints - _taken;
+  const std::uint64_t left = _mostPoints - std::min(_taken, _mostPoints);
   return left > 0 ? QuorViewer::decimationFor(points, left) : 0;
 }
 
 void VertexBudget::take(std::uint64_t points) {
-  _taken += std::min(points, _mostPoints - _taken);
+  _taken += points;
 }
 
 void VertexBudget::giveBack(std::uint64_t points) {
-  _taken -= std::min(points, _taken);
+  _taken -= points;
 }
 
 std::uint64_t defaultBudgetBytes() {

@@ -17,13 +17,13 @@ class VertexBudget {
   /// The decimation with which scans of `points` points in total fit into the remaining memory; 0 if not a single point
   /// fits.
   std::uint64_t decimationFor(std::uint64_t points) const;
-  /// Reserves memory for displayed points, and releases it.
+  /// Reserves memory for displayed points, also beyond the budget, and releases what was reserved.
   void take(std::uint64_t points);
   void giveBack(std::uint64_t points);
 
  private:
   std::uint64_t _mostPoints;
-  std::uint64_t _taken = 0;
+  std::uint64_t _taken = 0;  // points
 };
 
 /// The default of `--memory`: half of the machine's memory.

@@ -29,8 +29,6 @@ namespace {
 
 using Event = osgGA::GUIEventAdapter;
 
-using FrameBuffer = QuorOsgUtils::ScreenCaptureTool::FrameBuffer;
-
 constexpr int kLeftButton = 1;
 constexpr int kMiddleButton = 2;
 constexpr int kRightButton = 3;
@@ -174,13 +172,14 @@ void Tour::_drag(const TourStep& step) {
 
 void Tour::_dragHandle(const TourStep& step) {
   osg::Vec3d eye, centre, up;
-  _dependencies.tool.getFrameBuffer().getViewMatrix().getLookAt(eye, centre, up);
-  const ClipHandles& handles = _dependencies.clip.handles();
+  _dependencies.frames.latest()->viewMatrix.getLookAt(eye, centre, up);
+  const ClipBoxControl& handles = _dependencies.clip.control();
   const auto number = static_cast<std::size_t>(step.detail);
   const double amount = step.from.x();
-  const HandlePath path = step.action == TourAction::PullFace        ? handles.pathOfFace(number, amount)
-                          : step.action == TourAction::MoveAlongAxis ? handles.pathOfAxis(number, amount)
-                                                                     : handles.pathOfRing(number, amount, eye);
+  const ClipBoxControl::DragPath path = step.action == TourAction::PullFace ? handles.pathOfFace(number, amount)
+                                        : step.action == TourAction::MoveAlongAxis
+                                            ? handles.pathOfAxis(number, amount)
+                                            : handles.pathOfRing(number, amount, eye);
   _drag({step.name, TourAction::Drag, kLeftButton, _fractionOf(path.from), _fractionOf(path.to)});
   _release(kLeftButton);
 }
@@ -212,6 +211,7 @@ void Tour::_movePointer(const osg::Vec2i& pixel) {
 }
 
 bool Tour::_takePicture(const std::string& path) {
+  _dependencies.refine();
   _dependencies.screenshot.request(path);
   _dependencies.drawFrame();
   const bool written = _dependencies.screenshot.captured() && _dependencies.screenshot.finish();
@@ -220,12 +220,12 @@ bool Tour::_takePicture(const std::string& path) {
 }
 
 TourStepRecord Tour::_record(const TourStep& step, const std::string& picture) {
-  FrameBuffer& frame = _dependencies.tool.getFrameBuffer();
+  const osg::ref_ptr<const QuorOsgUtils::FrameSnapshot> frame = _dependencies.frames.latest();
   osg::Vec3d eye, centre, up;
-  frame.getViewMatrix().getLookAt(eye, centre, up);
+  frame->viewMatrix.getLookAt(eye, centre, up);
   const osg::Vec3d origin = _dependencies.scans.origin();
   return {step.name,    picture,         _pointer, _depthAtPointer(),
-          eye + origin, centre + origin, up,       frame.getProjectionMatrix(),
+          eye + origin, centre + origin, up,       frame->projectionMatrix,
           _pickRecord()};
 }
 
@@ -239,15 +239,14 @@ std::optional<TourPick> Tour::_pickRecord() const {
 }
 
 float Tour::_depthAtPointer() {
-  const std::vector<float>& depths = _dependencies.tool.getFrameBuffer().getDepthBuffer();
-  const auto pixel = static_cast<std::size_t>(_pointer.y()) * static_cast<std::size_t>(_windowSize().x()) +
-                     static_cast<std::size_t>(_pointer.x());
-  return pixel < depths.size() ? depths[pixel] : 1.0f;
+  const osg::ref_ptr<const QuorOsgUtils::FrameSnapshot> frame = _dependencies.frames.latest();
+  const std::optional<std::size_t> pixel = frame->pixelAt(_pointer.x(), _pointer.y());
+  return pixel ? frame->depths[*pixel] : 1.0f;
 }
 
 osg::Vec2f Tour::_fractionOf(const osg::Vec3d& place) const {
-  FrameBuffer& frame = _dependencies.tool.getFrameBuffer();
-  const osg::Vec3d device = place * frame.getViewMatrix() * frame.getProjectionMatrix();
+  const osg::ref_ptr<const QuorOsgUtils::FrameSnapshot> frame = _dependencies.frames.latest();
+  const osg::Vec3d device = place * frame->viewMatrix * frame->projectionMatrix;
   return {static_cast<float>(0.5 * (device.x() + 1.0)), static_cast<float>(0.5 * (device.y() + 1.0))};
 }
 

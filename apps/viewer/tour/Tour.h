@@ -7,7 +7,7 @@
 #include "viewer/session/ScanSet.h"
 #include "viewer/tour/TourRecord.h"
 
-#include <QuorOsgUtils/ScreenCaptureTool.h>
+#include <QuorOsgUtils/FrameSnapshot.h>
 
 #include <osg/Vec2f>
 #include <osg/Vec2i>
@@ -29,13 +29,14 @@ class Tour {
  public:
   struct Dependencies {
     osgViewer::Viewer& viewer;
-    QuorOsgUtils::ScreenCaptureTool& tool;
+    const QuorOsgUtils::SnapshotSource& frames;
     Picker& picker;
     const ViewControl& view;
     const ClipBox& clip;
     Screenshot& screenshot;
     const ScanSet& scans;
     std::function<void()> drawFrame;
+    std::function<void()> refine;  ///< draws frames until the view shows all that it can show
   };
 
   explicit Tour(Dependencies dependencies) : _dependencies(std::move(dependencies)) {}

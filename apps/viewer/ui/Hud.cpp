@@ -2,32 +2,24 @@
 
 #include "viewer/render/ShaderProgram.h"
 #include "viewer/ui/Overlay.h"
+#include "viewer/ui/TextFit.h"
 
 #include <osg/BlendFunc>
 #include <osg/Depth>
 #include <osg/MatrixTransform>
 
 #include <algorithm>
+#include <initializer_list>
 
 namespace QuorViewer {
 namespace {
 
-constexpr float kBarHeight = 56.0f;
-constexpr float kUpperBaseLine = 34.0f;
 constexpr float kLowerBaseLine = 12.0f;
-constexpr float kNoteHeight = 34.0f;
-constexpr float kNoteBaseLine = 12.0f;
+constexpr float kSpaceAboveBaseLine = 22.0f;  // in the topmost line of a panel
 constexpr float kSideMargin = 14.0f;
 constexpr float kProgressThickness = 3.0f;
-constexpr float kHelpPadding = 24.0f;
-constexpr float kHelpColumnGap = 28.0f;
-constexpr float kHelpTitleHeight = 40.0f;
-
-enum HelpText : std::size_t { kTitle, kInputs, kEffects };
-
-osg::ref_ptr<osgText::Text> createBarText(const osg::Vec4f& colour, osgText::Text::AlignmentType alignment) {
-  return Overlay::createText(Overlay::kTextSizePixels, colour, alignment);
-}
+constexpr float kSmallHeight = 400.0f;  // a window this high has room for three lines of a message
+constexpr std::size_t kMostSummaryLines = 2;
 
 void setUpState(osg::StateSet& state) {
   state.setAttributeAndModes(new osg::Depth(osg::Depth::ALWAYS, 0.0, 1.0, false), osg::StateAttribute::OFF);
@@ -39,7 +31,13 @@ void setUpState(osg::StateSet& state) {
 
 }  // namespace
 
-Hud::Hud(const HelpRows& help) : _projection(new osg::Projection), _root(new osg::Group), _help(new osg::Group) {
+Hud::Hud(const HelpRows& help)
+    : _projection(new osg::Projection),
+      _root(new osg::Group),
+      _message(Overlay::kTextSizePixels, Overlay::kTextColour),
+      _summary(Overlay::kTextSizePixels, Overlay::kQuietTextColour),
+      _note(Overlay::kTextSizePixels, Overlay::kTextColour),
+      _help(help) {
   osg::ref_ptr<osg::MatrixTransform> window = new osg::MatrixTransform;
   window->setReferenceFrame(osg::Transform::ABSOLUTE_RF);
   window->setCullingActive(false);
@@ -49,41 +47,19 @@ Hud::Hud(const HelpRows& help) : _projection(new osg::Projection), _root(new osg
   setUpState(*_projection->getOrCreateStateSet());
   _createBar();
   _root->addChild(_legend.node());
-  _createHelp(help);
+  _root->addChild(_help.node());
   showHelp(false);
 }
 
 void Hud::_createBar() {
   _bar = Overlay::createRectangle(Overlay::kPanelColour);
   _progressLine = Overlay::createRectangle(Overlay::kAccentColour);
-  _message = createBarText(Overlay::kTextColour, osgText::Text::LEFT_BASE_LINE);
-  _summary = createBarText(Overlay::kQuietTextColour, osgText::Text::LEFT_BASE_LINE);
-  _resources = createBarText(Overlay::kQuietTextColour, osgText::Text::RIGHT_BASE_LINE);
+  _resources = Overlay::createText(Overlay::kTextSizePixels, Overlay::kQuietTextColour, osgText::Text::RIGHT_BASE_LINE);
   _notePanel = Overlay::createRectangle(Overlay::kPanelColour);
-  _note = createBarText(Overlay::kTextColour, osgText::Text::LEFT_BASE_LINE);
-  for (osg::Drawable* part :
-       std::initializer_list<osg::Drawable*>{_bar, _progressLine, _message, _summary, _resources, _notePanel, _note}) {
+  for (osg::Drawable* part : std::initializer_list<osg::Drawable*>{
+           _bar, _progressLine, _message.node(), _summary.node(), _resources, _notePanel, _note.node()}) {
     _root->addChild(part);
   }
-}
-
-void Hud::_createHelp(const HelpRows& rows) {
-  std::string inputs, effects;
-  for (const auto& [input, effect] : rows) {
-    inputs += input + '\n';
-    effects += effect + '\n';
-  }
-  _helpPanel = Overlay::createRectangle(Overlay::kPanelColour);
-  _help->addChild(_helpPanel);
-  const std::pair<std::string, osg::Vec4f> columns[] = {
-      {"Mouse and keys", Overlay::kTextColour}, {inputs, Overlay::kAccentColour}, {effects, Overlay::kTextColour}};
-  for (const auto& [words, colour] : columns) {
-    osg::ref_ptr<osgText::Text> text = createBarText(colour, osgText::Text::LEFT_TOP);
-    Overlay::setText(*text, words);
-    _help->addChild(text);
-    _helpTexts.push_back(text);
-  }
-  _root->addChild(_help);
 }
 
 void Hud::resize(int width, int height) {
@@ -96,23 +72,40 @@ void Hud::resize(int width, int height) {
   _layOut();
 }
 
-void Hud::setMessage(const std::string& utf8) {
-  Overlay::setText(*_message, utf8);
+void Hud::setMessage(const std::string& utf8, bool urgent) {
+  _messageText = utf8;
+  _urgent = urgent;
+  _showMessage();
+}
+
+void Hud::setPrompt(const std::string& utf8) {
+  _prompt = utf8;
+  _showMessage();
+}
+
+void Hud::_showMessage() {
+  if (_message.set(_prompt.empty() || _urgent ? _messageText : _prompt)) {
+    _layOut();
+  }
 }
 
 void Hud::setSummary(const std::string& utf8) {
-  Overlay::setText(*_summary, utf8);
-  _layOutResources();
+  if (_summary.set(utf8)) {
+    _layOut();
+  }
 }
 
 void Hud::setResources(const std::string& utf8) {
-  Overlay::setText(*_resources, utf8);
-  _layOutResources();
+  if (utf8 != _allResources) {
+    _allResources = utf8;
+    _layOut();
+  }
 }
 
 void Hud::setNote(const std::string& utf8) {
-  Overlay::setText(*_note, utf8);
-  _layOutNote();
+  if (_note.set(utf8)) {
+    _layOut();
+  }
 }
 
 void Hud::setProgress(double share) {
@@ -120,54 +113,62 @@ void Hud::setProgress(double share) {
   _layOut();
 }
 
-bool Hud::isHelpShown() const {
-  return _help->getNodeMask() != 0U;
-}
-
 void Hud::showHelp(bool show) {
-  _help->setNodeMask(show ? ~0U : 0U);
+  _help.show(show);
+  for (osg::Node* hidden : {_legend.node(), _notePanel->asNode(), _note.node()->asNode()}) {
+    hidden->setNodeMask(show ? 0U : ~0U);
+  }
 }
 
+// From the bottom to the top.
 void Hud::_layOut() {
+  const float barHeight = _layOutBar();
   const auto width = static_cast<float>(_width);
   const float done = _progress < 1.0 ? width * static_cast<float>(_progress) : 0.0f;
-  Overlay::setRectangle(*_bar, {{0.0f, 0.0f}, {width, kBarHeight}});
-  Overlay::setRectangle(*_progressLine, {{0.0f, kBarHeight}, {done, kBarHeight + kProgressThickness}});
-  Overlay::setPlace(*_message, {kSideMargin, kUpperBaseLine});
-  Overlay::setPlace(*_summary, {kSideMargin, kLowerBaseLine});
-  Overlay::setPlace(*_resources, {width - kSideMargin, kLowerBaseLine});
-  _layOutResources();
-  _legend.resize({width, static_cast<float>(_height)});
-  _layOutNote();
-  _layOutHelp();
+  Overlay::setRectangle(*_progressLine, {{0.0f, barHeight}, {done, barHeight + kProgressThickness}});
+  const float top = barHeight + kProgressThickness;
+  const osg::Vec2f corner(width, static_cast<float>(_height));
+  _legend.layOut({{0.0f, _layOutNote(top)}, corner});
+  _help.layOut({{0.0f, top}, corner});
 }
 
-void Hud::_layOutResources() {
-  const float taken = Overlay::sizeOf(*_summary).x() + Overlay::sizeOf(*_resources).x();
+std::size_t Hud::_mostLines() const {
+  return static_cast<float>(_height) >= kSmallHeight ? 3 : 2;
+}
+
+// The height of the bar.
+float Hud::_layOutBar() {
+  const auto width = static_cast<float>(_width);
+  const float room = width - 2.0f * kSideMargin;
+  _message.fit(room, _mostLines());
+  _summary.fit(room, kMostSummaryLines);
+  _summary.setPlace({kSideMargin, kLowerBaseLine});
+  _layOutResources(_summary.lastLineWidth());
+  const float baseLine = kLowerBaseLine + _summary.heightAboveLastLine() + Overlay::linePitch(Overlay::kTextSizePixels);
+  _message.setPlace({kSideMargin, baseLine});
+  const float height = baseLine + _message.heightAboveLastLine() + kSpaceAboveBaseLine;
+  Overlay::setRectangle(*_bar, {{0.0f, 0.0f}, {width, height}});
+  return height;
+}
+
+void Hud::_layOutResources(float summaryWidth) {
   constexpr float kMargins = 4.0f;  // two at the sides, two between the texts
-  _resources->setNodeMask(taken + kMargins * kSideMargin <= static_cast<float>(_width) ? ~0U : 0U);
+  const auto width = static_cast<float>(_width);
+  Overlay::setText(*_resources,
+                   fitParts(_allResources, width - summaryWidth - kMargins * kSideMargin,
+                            [](const std::string& text) { return Overlay::widthOf(text, Overlay::kTextSizePixels); }));
+  Overlay::setPlace(*_resources, {width - kSideMargin, kLowerBaseLine});
 }
 
-void Hud::_layOutNote() {
-  const osg::Vec2f low(0.0f, kBarHeight + kProgressThickness);
-  const float textWidth = Overlay::sizeOf(*_note).x();
-  const osg::Vec2f size = textWidth > 0.0f ? osg::Vec2f(textWidth + 2.0f * kSideMargin, kNoteHeight) : osg::Vec2f();
-  Overlay::setRectangle(*_notePanel, {low, low + size});
-  Overlay::setPlace(*_note, low + osg::Vec2f(kSideMargin, kNoteBaseLine));
-}
-
-void Hud::_layOutHelp() {
-  const osg::Vec2f inputs = Overlay::sizeOf(*_helpTexts[kInputs]);
-  const osg::Vec2f effects = Overlay::sizeOf(*_helpTexts[kEffects]);
-  const osg::Vec2f size(inputs.x() + kHelpColumnGap + effects.x() + 2.0f * kHelpPadding,
-                        std::max(inputs.y(), effects.y()) + kHelpTitleHeight + 2.0f * kHelpPadding);
-  const osg::Vec2f low =
-      (osg::Vec2f(static_cast<float>(_width), static_cast<float>(_height) + kBarHeight) - size) * 0.5f;
-  const osg::Vec2f start(low.x() + kHelpPadding, low.y() + size.y() - kHelpPadding);
-  Overlay::setRectangle(*_helpPanel, {low, low + size});
-  Overlay::setPlace(*_helpTexts[kTitle], start);
-  Overlay::setPlace(*_helpTexts[kInputs], start - osg::Vec2f(0.0f, kHelpTitleHeight));
-  Overlay::setPlace(*_helpTexts[kEffects], start + osg::Vec2f(inputs.x() + kHelpColumnGap, -kHelpTitleHeight));
+// The note's panel stands on `bottom`; returns its top.
+float Hud::_layOutNote(float bottom) {
+  _note.fit(static_cast<float>(_width) - 2.0f * kSideMargin, _mostLines());
+  _note.setPlace({kSideMargin, bottom + kLowerBaseLine});
+  const float height =
+      _note.lineCount() > 0 ? kLowerBaseLine + _note.heightAboveLastLine() + kSpaceAboveBaseLine : 0.0f;
+  const float width = _note.lineCount() > 0 ? _note.width() + 2.0f * kSideMargin : 0.0f;
+  Overlay::setRectangle(*_notePanel, {{0.0f, bottom}, {width, bottom + height}});
+  return bottom + height;
 }
 
 }  // namespace QuorViewer

@@ -9,16 +9,30 @@
 
 namespace QuorViewer {
 
-/// The effect of a key. Several keys may have the same effect (the digit row and the number pad).
+/// The keys that must be held together with a bound key, as bits.
+namespace Modifier {
+constexpr unsigned int kNone = 0;
+constexpr unsigned int kShift = 1;
+constexpr unsigned int kControl = 2;
+constexpr unsigned int kAlt = 4;
+}  // namespace Modifier
+
+/// The effect of a key. Several keys may have the same effect (+ of the number pad and of the main keys).
 struct KeyBinding {
+  /// Symbols; the case of letters has no meaning. A key of another layout acts by its position, see `meaningsOf`.
   std::vector<int> keys;
   std::string shown;  ///< key names in the help; empty: described in another binding's row
   std::string effect;
   std::function<void()> action;
+  /// Exactly these must be held. A binding without a modifier also applies with Shift, which characters like + and ?
+  /// need on many keyboards, unless another binding of the key requires Shift.
+  unsigned int modifiers = Modifier::kNone;
+  bool actsDuringDrag = false;  ///< also while a mouse button is held
+  std::string group = {};       ///< heading in the help
 };
 
-/// Runs the actions. A key that is bound here reaches no other handler. While a mouse button is held no action runs,
-/// because a navigation or handle drag may be in progress.
+/// Runs the actions. A key that is bound here reaches no other handler. While a mouse button is held, only
+/// actions run that are meant for it, because a navigation or handle drag may be in progress.
 class KeyHandler : public osgGA::GUIEventHandler {
  public:
   /// `held` is called instead of an action while a button is held.
@@ -27,8 +41,18 @@ class KeyHandler : public osgGA::GUIEventHandler {
   bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
 
  private:
+  const KeyBinding* _find(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) const;
+  const KeyBinding* _find(int key, unsigned int modifiers) const;
+
   std::vector<KeyBinding> _bindings;
   std::function<void()> _held;
 };
+
+/// The modifiers held at an event.
+unsigned int heldModifiers(const osgGA::GUIEventAdapter& ea);
+/// What an event's key may mean in the window of the view `aa`, best first: its symbol, with letters in lower case, and
+/// the character at its position on a US keyboard. So the keys also work with a Cyrillic layout, and the digits of a
+/// French one without Shift. A Latin letter means only itself.
+std::vector<int> meaningsOf(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa);
 
 }  // namespace QuorViewer

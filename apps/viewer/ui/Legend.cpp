@@ -1,17 +1,18 @@
 #include "viewer/ui/Legend.h"
 
 #include "viewer/render/PointClasses.h"
-#include "viewer/ui/Overlay.h"
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace QuorViewer {
 namespace {
 
 constexpr float kPadding = 12.0f;
 constexpr float kTitleHeight = 26.0f;
-constexpr float kRampHeight = 168.0f;
+constexpr float kGreatestRampHeight = 168.0f;
+constexpr float kLeastRampHeight = 36.0f;
 constexpr float kRampWidth = 14.0f;
 constexpr float kRowHeight = 21.0f;
 constexpr float kSwatchSize = 11.0f;
@@ -48,43 +49,91 @@ Legend::Legend() : _node(new osg::Group), _panel(new osg::MatrixTransform) {
 }
 
 void Legend::hide() {
+  _show(nullptr);
+}
+
+void Legend::showRamp(ColourMode mode, const std::string& low, const std::string& high) {
+  _show([this, mode, low, high] { _buildRamp(mode, low, high); });
+}
+
+void Legend::showClasses(const std::vector<unsigned int>& codes) {
+  _show([this, codes] { _buildClasses(codes); });
+}
+
+void Legend::layOut(const Overlay::Rectangle& area) {
+  const bool sameHeight = area.high.y() - area.low.y() == _area.high.y() - _area.low.y();
+  _area = area;
+  if (sameHeight) {
+    _setPlace();
+  } else {
+    _rebuild();
+  }
+}
+
+void Legend::_show(std::function<void()> build) {
+  _build = std::move(build);
+  _rebuild();
+}
+
+void Legend::_rebuild() {
   _panel->removeChildren(0, _panel->getNumChildren());
+  if (_build) {
+    _build();
+  }
+}
+
+// For the content below the title.
+float Legend::_heightLeft() const {
+  return _area.high.y() - _area.low.y() - 2.0f * (kWindowMargin + kPadding) - kTitleHeight;
 }
 
 // The origin is the panel's top left corner; the content extends downwards from there.
-void Legend::showRamp(ColourMode mode, const std::string& low, const std::string& high) {
-  hide();
-  const float bottom = -kPadding - kTitleHeight - kRampHeight;
+void Legend::_buildRamp(ColourMode mode, const std::string& low, const std::string& high) {
+  const float height = std::min(std::floor(_heightLeft()), kGreatestRampHeight);
+  if (height < kLeastRampHeight) {
+    return;
+  }
+  const float bottom = -kPadding - kTitleHeight - height;
   for (int piece = 0; piece < kRampPieces; ++piece) {
     const float from = static_cast<float>(piece) / kRampPieces;
     const float to = static_cast<float>(piece + 1) / kRampPieces;
-    const Overlay::Rectangle place = {{kPadding, bottom + from * kRampHeight},
-                                      {kPadding + kRampWidth, bottom + to * kRampHeight}};
+    const Overlay::Rectangle place = {{kPadding, bottom + from * height},
+                                      {kPadding + kRampWidth, bottom + to * height}};
     _panel->addChild(createPatch(colourOnRamp(mode, from), colourOnRamp(mode, to), place));
   }
   const float labelX = kPadding + kRampWidth + kGap;
   _addLabel(titleOf(mode), {kPadding, -kPadding - kSwatchSize}, true);
-  _addLabel(high, {labelX, bottom + kRampHeight - kSwatchSize}, false);
+  _addLabel(high, {labelX, bottom + height - kSwatchSize}, false);
   _addLabel(low, {labelX, bottom + 1.0f}, false);
   _finish(-bottom);
 }
 
-void Legend::showClasses(const std::vector<unsigned int>& codes) {
-  hide();
+void Legend::_buildClasses(const std::vector<unsigned int>& codes) {
+  const auto fitting = static_cast<std::size_t>(std::max(_heightLeft() / kRowHeight, 0.0f));
+  const std::size_t rows = std::min({codes.size(), fitting, kMostRows});
+  if (rows == 0) {
+    return;
+  }
+  const std::size_t named = rows < codes.size() ? rows - 1 : rows;
   _addLabel(titleOf(ColourMode::Classification), {kPadding, -kPadding - kSwatchSize}, true);
   float y = -kPadding - kTitleHeight - kSwatchSize;
-  for (std::size_t row = 0; row < std::min(codes.size(), kMostRows); ++row, y -= kRowHeight) {
+  for (std::size_t row = 0; row < named; ++row, y -= kRowHeight) {
     const osg::Vec4f colour = classColour(codes[row]);
     _panel->addChild(createPatch(colour, colour, {{kPadding, y}, {kPadding + kSwatchSize, y + kSwatchSize}}));
     const std::string words = std::to_string(codes[row]) + "  " + classificationName(codes[row]);
     _addLabel(words, {kPadding + kSwatchSize + kGap, y}, false);
   }
+  if (named < codes.size()) {
+    const std::string others = (named > 0 ? "and " + std::to_string(codes.size() - named) + " more classes"
+                                          : std::to_string(codes.size()) + " classes");
+    _addLabel(others, {kPadding, y}, false);
+    y -= kRowHeight;
+  }
   _finish(-y - kRowHeight + kSwatchSize);
 }
 
-void Legend::resize(const osg::Vec2f& window) {
-  _window = window;
-  const osg::Vec2f corner = window - osg::Vec2f(_width + kWindowMargin, kWindowMargin);
+void Legend::_setPlace() {
+  const osg::Vec2f corner = _area.high - osg::Vec2f(_width + kWindowMargin, kWindowMargin);
   _panel->setMatrix(osg::Matrixd::translate(corner.x(), corner.y(), 0.0));
 }
 
@@ -106,7 +155,7 @@ void Legend::_finish(float contentHeight) {
   _width = std::ceil(content.xMax() + kPadding);
   _panel->insertChild(0, createPatch(Overlay::kPanelColour, Overlay::kPanelColour,
                                      {{0.0f, -contentHeight - kPadding}, {_width, 0.0f}}));
-  resize(_window);
+  _setPlace();
 }
 
 }  // namespace QuorViewer

@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 #include <filesystem>
+#include <map>
 
 namespace QuorViewer::Overlay {
 namespace {
@@ -71,7 +72,7 @@ osg::ref_ptr<osgText::Text> createText(float sizePixels, const osg::Vec4f& colou
   text->setFontResolution(resolution, resolution);
   text->setColor(colour);
   text->setAlignment(alignment);
-  text->setLineSpacing(0.45f);
+  text->setLineSpacing(linePitch(sizePixels) / sizePixels - 1.0f);
   return text;
 }
 
@@ -86,6 +87,29 @@ void setPlace(osgText::Text& text, const osg::Vec2f& place) {
 osg::Vec2f sizeOf(const osgText::Text& text) {
   const osg::BoundingBox& box = text.getBoundingBox();
   return box.valid() ? osg::Vec2f(box.xMax() - box.xMin(), box.yMax() - box.yMin()) : osg::Vec2f();
+}
+
+std::string joined(const std::vector<std::string>& lines) {
+  std::string all;
+  for (std::size_t line = 0; line < lines.size(); ++line) {
+    all += (line > 0 ? "\n" : "") + lines[line];
+  }
+  return all;
+}
+
+float widthOf(const std::string& utf8, float sizePixels) {
+  static std::map<float, osg::ref_ptr<osgText::Text>> texts;  // by size
+  osg::ref_ptr<osgText::Text>& text = texts[sizePixels];
+  if (!text) {
+    text = createText(sizePixels, kTextColour, osgText::Text::LEFT_BASE_LINE);
+  }
+  setText(*text, utf8);
+  return sizeOf(*text).x();
+}
+
+float linePitch(float sizePixels) {
+  constexpr float kPitchShare = 1.45f;
+  return std::round(kPitchShare * sizePixels);
 }
 
 }  // namespace QuorViewer::Overlay

@@ -6,6 +6,7 @@
 #include <osgText/Text>
 
 #include <string>
+#include <vector>
 
 namespace QuorViewer {
 
@@ -32,10 +33,17 @@ void setRectangle(osg::Geometry& geometry, const Rectangle& rectangle);
 
 osg::ref_ptr<osgText::Text> createText(float sizePixels, const osg::Vec4f& colour,
                                        osgText::Text::AlignmentType alignment);
-/// Takes UTF-8. Rounds the position to whole pixels, which keeps the letters sharp.
+/// Takes UTF-8.
 void setText(osgText::Text& text, const std::string& utf8);
+/// Rounds the position to whole pixels, which keeps the letters sharp.
 void setPlace(osgText::Text& text, const osg::Vec2f& place);
 osg::Vec2f sizeOf(const osgText::Text& text);
+/// The lines as one text.
+std::string joined(const std::vector<std::string>& lines);
+/// The width of one line of text.
+float widthOf(const std::string& utf8, float sizePixels);
+/// The distance from one line to the next: a whole number.
+float linePitch(float sizePixels);
 
 }  // namespace Overlay
 }  // namespace QuorViewer

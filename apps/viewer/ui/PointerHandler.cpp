@@ -5,19 +5,35 @@
 namespace QuorViewer {
 namespace {
 
+using Event = osgGA::GUIEventAdapter;
+
 constexpr float kClickSlackPixels = 3.0f;
 
-// The window system counts rows from the top, starting at 0. OSG turns its row r into height - r, which is one more
-// than the pixel's row from the bottom.
+// OSG's windows report the column and the row from the bottom left, counted from 0.
 osg::Vec2i pixelOf(const osgGA::GUIEventAdapter& ea) {
-  return {static_cast<int>(ea.getX()), static_cast<int>(ea.getY()) - 1};
+  return {static_cast<int>(ea.getX()), static_cast<int>(ea.getY())};
+}
+
+// A drag with the left button alone moves a handle of the clip box, which requests its frames, or nothing.
+bool mayChangeImage(const osgGA::GUIEventAdapter& ea) {
+  switch (ea.getEventType()) {
+    case Event::RELEASE:
+    case Event::SCROLL:
+      return true;
+    case Event::DRAG:
+      return ea.getButtonMask() != Event::LEFT_MOUSE_BUTTON;
+    default:
+      return false;
+  }
 }
 
 }  // namespace
 
 bool PointerHandler::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
-  using Event = osgGA::GUIEventAdapter;
   _pixel = pixelOf(ea);
+  if (mayChangeImage(ea)) {
+    aa.requestRedraw();
+  }
   const bool left = ea.getButton() == Event::LEFT_MOUSE_BUTTON;
   if (ea.getHandled()) {
     _pressed = false;
@@ -28,23 +44,21 @@ bool PointerHandler::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAd
     _pressX = ea.getX();
     _pressY = ea.getY();
     if (!left) {
-      _navigated();
+      _navigated(false);
     }
   } else if (ea.getEventType() == Event::SCROLL) {
-    _navigated();
+    _navigated(true);
   } else if (ea.getEventType() == Event::RELEASE && left && _pressed) {
-    _release(ea, aa);
+    _release(ea);
   }
   return false;
 }
 
-void PointerHandler::_release(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) {
+void PointerHandler::_release(const osgGA::GUIEventAdapter& ea) {
   _pressed = false;
-  if (std::hypot(ea.getX() - _pressX, ea.getY() - _pressY) > kClickSlackPixels) {
-    return;
+  if (std::hypot(ea.getX() - _pressX, ea.getY() - _pressY) <= kClickSlackPixels) {
+    _clicked(_pixel.x(), _pixel.y());
   }
-  _clicked(_pixel.x(), _pixel.y());
-  aa.requestRedraw();
 }
 
 }  // namespace QuorViewer

@@ -7,14 +7,20 @@
 
 namespace QuorViewer {
 
-void ScreenshotControl::request() {
-  if (_screenshot.pending()) {
+void ScreenshotControl::request(Overlay overlay) {
+  if (!_path.empty()) {
     return;
   }
   do {
     _path = "quor_viewer_" + std::to_string(++_count) + ".png";
   } while (std::filesystem::exists(toPath(_path)));
-  _screenshot.request(_path);
+  _overlay = overlay;
+}
+
+void ScreenshotControl::prepareFrame() {
+  if (!_path.empty() && !_screenshot.pending()) {
+    _screenshot.request(_path);
+  }
 }
 
 bool ScreenshotControl::reportCaptured() {
@@ -22,8 +28,10 @@ bool ScreenshotControl::reportCaptured() {
     return false;
   }
   const std::string path = fromPath(std::filesystem::absolute(toPath(std::exchange(_path, std::string()))));
-  const std::string message = (_screenshot.finish() ? "Screenshot saved to " : "Screenshot cannot be written: ") + path;
-  _messages.show(message);
+  const std::string kind = _overlay == Overlay::Shown ? "Screenshot with" : "Screenshot without";
+  const std::string message =
+      _screenshot.finish() ? kind + " status bar saved to " + path : "Screenshot cannot be written: " + path;
+  _messages.showResult(message);
   _messages.print(message);
   return true;
 }

@@ -1,12 +1,14 @@
 #include "viewer/ui/Window.h"
 
 #include "viewer/platform/WindowEvents.h"
+#include "viewer/platform/WindowIdentity.h"
 #include "viewer/ui/Format.h"
+#include "viewer/ui/WindowIcon.h"
 
 #include <osg/GLExtensions>
-#include <osgViewer/ViewerEventHandlers>
 
 #include <algorithm>
+#include <vector>
 
 namespace QuorViewer {
 namespace {
@@ -27,6 +29,11 @@ osg::ref_ptr<osg::GraphicsContext> createWindow(int width, int height, const std
   traits->doubleBuffer = true;
   traits->windowName = title;
   return osg::GraphicsContext::createGraphicsContext(traits);
+}
+
+// For lists of windows, switching between them, and docks.
+std::vector<Icon> createIcons() {
+  return {createIcon(16), createIcon(32), createIcon(48), createIcon(128)};
 }
 
 void checkOpenGl(osg::GraphicsContext& context) {
@@ -51,6 +58,7 @@ void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::str
   if (!window.valid() || !window->valid()) {
     throw WindowError("no window can be opened; check that a display is available (DISPLAY)");
   }
+  identifyWindow(static_cast<osgViewer::GraphicsWindow&>(*window), "quor_viewer", createIcons());
   // The viewer counts GL errors itself, once per frame; OSG's own check would consume them.
   window->getState()->setCheckForGLErrors(osg::State::NEVER_CHECK_GL_ERRORS);
   osg::Camera& camera = *viewer.getCamera();
@@ -68,13 +76,6 @@ void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::str
     throw WindowError("the window could not be shown on this display");
   }
   checkOpenGl(*window);
-}
-
-osg::ref_ptr<osgGA::GUIEventHandler> createFullScreenHandler() {
-  osg::ref_ptr<osgViewer::WindowSizeHandler> handler = new osgViewer::WindowSizeHandler;
-  handler->setKeyEventToggleFullscreen(osgGA::GUIEventAdapter::KEY_F11);
-  handler->setChangeWindowedResolution(false);
-  return handler;
 }
 
 void setWindowTitle(osgViewer::Viewer& viewer, const std::string& title) {

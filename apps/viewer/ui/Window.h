@@ -1,7 +1,5 @@
 #pragma once
 
-#include <osg/ref_ptr>
-#include <osgGA/GUIEventHandler>
 #include <osgViewer/Viewer>
 
 #include <stdexcept>
@@ -19,9 +17,6 @@ class WindowError : public std::runtime_error {
 /// another threading model is set. Sizes are in pixels. Throws WindowError if there is no display or its OpenGL is too
 /// old for the shaders.
 void openWindow(osgViewer::Viewer& viewer, int width, int height, const std::string& title);
-
-/// Switches to full screen and back with F11.
-osg::ref_ptr<osgGA::GUIEventHandler> createFullScreenHandler();
 
 void setWindowTitle(osgViewer::Viewer& viewer, const std::string& title);
 

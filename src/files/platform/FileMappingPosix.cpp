@@ -7,6 +7,8 @@
 
 #include <cassert>
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 namespace QuorOsgUtils {
 
@@ -32,18 +34,19 @@ bool isRegularFile(const char* path) {
 // Without O_NONBLOCK some devices and, on some systems, pipes block; without O_NOCTTY a terminal may become the
 // process's own. A regular file blocks only while another process, such as a file server, holds a lease on it. The
 // system asks the holder to release it within the lease break time.
-int openFile(const char* path) {
-  constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOCTTY;
-  const int file = openUninterrupted(path, kFlags | O_NONBLOCK);
+int openFile(const char* path, FileMapping::Access access) {
+  const int flags = (access == FileMapping::Access::ReadWrite ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY;
+  const int file = openUninterrupted(path, flags | O_NONBLOCK);
   const bool isLeased = file == kNoFile && errno == EWOULDBLOCK && isRegularFile(path);
-  return isLeased ? openUninterrupted(path, kFlags) : file;
+  return isLeased ? openUninterrupted(path, flags) : file;
 }
 
 }  // namespace
 
-std::uint32_t FileMapping::open(const std::string& path) {
+std::uint32_t FileMapping::open(const std::string& path, Access access) {
   _granularityBytes = static_cast<std::uint32_t>(::sysconf(_SC_PAGESIZE));
-  const int file = openFile(path.c_str());
+  _access = access;
+  const int file = openFile(path.c_str(), access);
   _file = file;
   if (file == kNoFile) {
     return static_cast<std::uint32_t>(errno);
@@ -69,8 +72,9 @@ void FileMapping::close() {
 FileMapping::View FileMapping::view(std::int64_t offset, std::int64_t lengthBytes, std::uint32_t& error) const {
   assert(offset % granularityBytes() == 0);
   const std::int64_t length = lengthBytes == 0 ? _sizeBytes - offset : lengthBytes;
-  void* const start = ::mmap(nullptr, static_cast<std::size_t>(length), PROT_READ | PROT_WRITE, MAP_SHARED,
-                             static_cast<int>(_file), offset);
+  const int protection = _access == Access::ReadWrite ? PROT_READ | PROT_WRITE : PROT_READ;
+  void* const start =
+      ::mmap(nullptr, static_cast<std::size_t>(length), protection, MAP_SHARED, static_cast<int>(_file), offset);
   if (start != MAP_FAILED) {
     return {start, length};
   }
@@ -85,6 +89,14 @@ void FileMapping::release(const View& view) {
 bool FileMapping::isPipe(const std::string& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
+// A relative path whose first part does not exist would stay relative.
+std::string FileMapping::canonicalPath(const std::string& path) {
+  std::error_code failure;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, failure);
+  const std::filesystem::path canonical = std::filesystem::weakly_canonical(absolute, failure);
+  return failure ? path : canonical.string();
 }
 
 }  // namespace QuorOsgUtils

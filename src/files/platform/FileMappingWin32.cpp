@@ -5,6 +5,7 @@
 #include <cassert>
 #include <clocale>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 namespace QuorOsgUtils {
@@ -52,17 +53,20 @@ DWORD lowerHalf(std::int64_t value) {
 
 }  // namespace
 
-std::uint32_t FileMapping::open(const std::string& path) {
+std::uint32_t FileMapping::open(const std::string& path, Access access) {
+  _access = access;
+  const bool writes = access == Access::ReadWrite;
   // Must outlive GetLastError: freeing its memory might change the error.
   const std::vector<wchar_t> widePath = widened(path);
-  const HANDLE file = ::CreateFileW(widePath.data(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE file =
+      ::CreateFileW(widePath.data(), writes ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   const std::uint32_t error = file == INVALID_HANDLE_VALUE ? ::GetLastError() : 0;
   LARGE_INTEGER size{};
   if (::GetFileSizeEx(file, &size) != 0) {
     _sizeBytes = size.QuadPart;
   }
-  const HANDLE mapping = ::CreateFileMappingW(file, nullptr, PAGE_READWRITE, 0, 0, nullptr);
+  const HANDLE mapping = ::CreateFileMappingW(file, nullptr, writes ? PAGE_READWRITE : PAGE_READONLY, 0, 0, nullptr);
   SYSTEM_INFO system{};
   ::GetSystemInfo(&system);
   _file = valueOf(file);
@@ -84,7 +88,8 @@ void FileMapping::close() {
 
 FileMapping::View FileMapping::view(std::int64_t offset, std::int64_t lengthBytes, std::uint32_t& error) const {
   assert(offset % granularityBytes() == 0);
-  void* const start = ::MapViewOfFile(handleOf(_mapping), FILE_MAP_ALL_ACCESS, upperHalf(offset), lowerHalf(offset),
+  const DWORD access = _access == Access::ReadWrite ? FILE_MAP_ALL_ACCESS : FILE_MAP_READ;
+  void* const start = ::MapViewOfFile(handleOf(_mapping), access, upperHalf(offset), lowerHalf(offset),
                                       static_cast<SIZE_T>(lengthBytes));
   if (start != nullptr) {
     return {start, lengthBytes};
@@ -100,6 +105,30 @@ void FileMapping::release(const View& view) {
 // On Windows pipes have names in a separate namespace, and opening one does not wait.
 bool FileMapping::isPipe(const std::string& /*path*/) {
   return false;
+}
+
+// The system knows the final name, with links resolved and in the file's own letter case, only of an open file.
+std::string FileMapping::canonicalPath(const std::string& path) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  constexpr DWORD kLongest = 32768;
+  std::string name(kLongest, '\0');
+  const HANDLE file =
+      ::CreateFileA(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  DWORD length = 0;
+  if (file != INVALID_HANDLE_VALUE) {
+    length = ::GetFinalPathNameByHandleA(file, name.data(), kLongest, FILE_NAME_NORMALIZED);
+    ::CloseHandle(file);
+  }
+  if (length == 0 || length >= kLongest) {
+    length = ::GetFullPathNameA(path.c_str(), kLongest, name.data(), nullptr);
+  }
+  if (length == 0 || length >= kLongest) {
+    return path;
+  }
+  name.resize(length);
+  constexpr const char* kPrefix = R"(\\?\)";  // of final names; of network paths it is followed by UNC
+  const bool isLocal = name.rfind(kPrefix, 0) == 0 && name.rfind(R"(\\?\UNC)", 0) != 0;
+  return isLocal ? name.substr(std::char_traits<char>::length(kPrefix)) : name;
 }
 
 }  // namespace QuorOsgUtils

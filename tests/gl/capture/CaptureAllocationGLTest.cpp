@@ -2,6 +2,7 @@
 #include "support/CaptureContext.h"
 
 #include <QuorOsgUtils/ScreenCaptureTool.h>
+#include <QuorOsgUtils/SnapshotCaptureTool.h>
 
 #include <osg/RenderInfo>
 
@@ -133,4 +134,27 @@ TEST_F(CaptureAllocationGLTest, aColourCaptureStaysPendingIfMemoryIsExhausted) {
   EXPECT_EQ(context->tool().getCaptureOp(), op.get());
   captureColour(*op);
   EXPECT_EQ(op->bytes, kPixels * 4);
+}
+
+TEST_F(CaptureAllocationGLTest, aRequestedSnapshotStaysPendingWhileMemoryIsExhausted) {
+  const osg::ref_ptr<QuorOsgUtils::SnapshotCaptureTool> tool = new QuorOsgUtils::SnapshotCaptureTool;
+  for (const int late : {0, 1}) {
+    QuorOsgUtils::ReadBack onDemand;
+    onDemand.everyFrame = false;
+    onDemand.framesLate = late;
+    tool->setReadBack(onDemand);
+    const osg::ref_ptr<const QuorOsgUtils::FrameSnapshot> before = tool->latest();
+    tool->requestFrame();
+    {
+      const AllocationLimit limit(kPixels);
+      (*tool)(renderInfo);
+    }
+    EXPECT_EQ(tool->latest(), before);
+    EXPECT_TRUE(tool->isFramePending());
+    for (int i = 0; i <= late; ++i) {
+      (*tool)(renderInfo);
+    }
+    EXPECT_NE(tool->latest(), before);
+    EXPECT_FALSE(tool->isFramePending());
+  }
 }

@@ -745,6 +745,30 @@ TEST_F(ScreenCaptureToolGLTest, theDrawThreadWaitsUntilTheOtherThreadArrives) {
   application.join();
 }
 
+TEST_F(ScreenCaptureToolGLTest, invalidateFreesAThreadThatWaitsForAFrameThatNeverComes) {
+  const osg::ref_ptr<ImageOp> op = new ImageOp;
+  context->tool().setCaptureOp(op);
+  Waiter waiter(*op);
+  while (op->numThreadsCurrentlyBlocked() < 1) {
+    std::this_thread::yield();
+  }
+  context->tool().setCaptureOp(nullptr);
+  EXPECT_FALSE(waiter.released());
+  op->invalidate();
+  waiter.join();
+  EXPECT_EQ(op->calls, 0);
+}
+
+TEST_F(ScreenCaptureToolGLTest, anInvalidatedRequestIsServedWithoutAWaitingThread) {
+  const osg::ref_ptr<ImageOp> op = new ImageOp;
+  op->invalidate();
+  context->tool().setCaptureOp(op);
+  context->draw();
+  EXPECT_EQ(op->calls, 1);
+  EXPECT_EQ(context->tool().getCaptureOp(), nullptr);
+  op->block();
+}
+
 TEST_F(ScreenCaptureToolGLTest, theWaitingThreadGoesOnOnlyAfterItHasTheImage) {
   bool releasedTooEarly = false;
   Waiter* waiting = nullptr;

@@ -1,20 +1,28 @@
 // Uses something from every header and runs it, so that a missing export or a missing library fails the test.
 #include <QuorOsgUtils/BoxCutterDragger.h>
+#include <QuorOsgUtils/CapturedCamera.h>
+#include <QuorOsgUtils/ClipShader.h>
 #include <QuorOsgUtils/DecrementalCompileOperation.h>
 #include <QuorOsgUtils/FileCmd.h>
+#include <QuorOsgUtils/FileJobs.h>
 #include <QuorOsgUtils/FileManager.h>
 #include <QuorOsgUtils/FilePtr.h>
 #include <QuorOsgUtils/GCTool.h>
+#include <QuorOsgUtils/ImageCapture.h>
 #include <QuorOsgUtils/LogFile.h>
 #include <QuorOsgUtils/SPointCloudManipulator.h>
 #include <QuorOsgUtils/SPointCloudPrivotManipulator.h>
+#include <QuorOsgUtils/SafeRemoval.h>
 #include <QuorOsgUtils/ScreenCaptureTool.h>
+#include <QuorOsgUtils/SnapshotPick.h>
 #include <QuorOsgUtils/SpinLock.h>
 #include <QuorOsgUtils/ThreadCount.h>
 #include <QuorOsgUtils/Version.h>
+#include <QuorOsgUtils/ViewManipulator.h>
 
 #include <osgViewer/Viewer>
 
+#include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <initializer_list>
@@ -71,6 +79,39 @@ bool removalWorks() {
   return group->getNumChildren() == 0;
 }
 
+// No frame is drawn here.
+bool captureIsReady(osgViewer::Viewer& viewer) {
+  const QuorOsgUtils::CapturedCamera captured(*viewer.getCamera());
+  QuorOsgUtils::ImageCapture images(viewer);
+  const osg::ref_ptr<QuorOsgUtils::FrameSnapshot> frame = new QuorOsgUtils::FrameSnapshot;
+  return !captured.tool().latest() && !QuorOsgUtils::nearest(*frame, 0, 0, 6) &&
+         images.request(std::chrono::milliseconds(1)).get().status == QuorOsgUtils::ImageStatus::TimedOut;
+}
+
+// An application may call OpenGL itself.
+bool openGlIsLinked() {
+  const auto volatile function = &glGetString;
+  return function != nullptr;
+}
+
+bool helpersWork(osgViewer::Viewer& viewer) {
+  const char* const name = "helpers.txt";
+  std::ofstream(name) << "scan";
+  QuorOsgUtils::FileJobs jobs;
+  const QuorOsgUtils::StopSource stop;
+  const auto read = [](QuorOsgUtils::FileJob& job) { return job.view(1, 1).data()[0]; };
+  const bool isRead = jobs.submit(name, QuorOsgUtils::FileCmd::High, read, stop.token()).get() == 'c';
+  osg::ref_ptr<QuorOsgUtils::ClipBoxControl> control =
+      new QuorOsgUtils::ClipBoxControl(osg::BoundingBoxd(0.0, 0.0, 0.0, 2.0, 4.0, 6.0), new osg::ClipNode);
+  osg::ref_ptr<QuorOsgUtils::ClipShader> clip = new QuorOsgUtils::ClipShader;
+  clip->setBoxes({QuorOsgUtils::ClipShader::boxOf(control->state())});
+  osg::ref_ptr<osg::Group> group = new osg::Group;
+  QuorOsgUtils::SafeRemoval removal(viewer);
+  osg::ref_ptr<QuorOsgUtils::ViewPivotManipulator> manipulator = new QuorOsgUtils::ViewPivotManipulator;
+  return isRead && control->planes().size() == 6 && clip->keeps(osg::Vec3d(1.0, 1.0, 1.0)) &&
+         !removal.remove(group, group).get() && manipulator->getSearchRadius() == 32;
+}
+
 // Empty where this runs without a display.
 bool gpuAnswers() {
   const std::string renderer = QuorOsgUtils::GCTool::getGPURender();
@@ -94,10 +135,10 @@ int main() {
   lock->lock();
   lock->unlock();
 
-  const bool fresh = filesWork() && logWorks() && removalWorks() && gpuAnswers() && manipulator->getFov() == 30.0 &&
-                     pivot->getFov() == 30.0 && capture->getFrameBuffer().getFrameStamp() == 0 &&
-                     box->getCurrentClipPlanes().size() == 6 && pointer._pixelSize == 1.0 &&
-                     QuorOsgUtils::ThreadCount::getInstance()->value() == 0;
+  const bool fresh = captureIsReady(*viewer) && openGlIsLinked() && filesWork() && logWorks() && removalWorks() &&
+                     helpersWork(*viewer) && gpuAnswers() && manipulator->getFov() == 30.0 && pivot->getFov() == 30.0 &&
+                     capture->getFrameBuffer().getFrameStamp() == 0 && box->getCurrentClipPlanes().size() == 6 &&
+                     pointer._pixelSize == 1.0 && QuorOsgUtils::ThreadCount::getInstance()->value() == 0;
   std::printf("quor_osg_utils %d.%d.%d %s\n", QuorOsgUtils::kVersionMajor, QuorOsgUtils::kVersionMinor,
               QuorOsgUtils::kVersionPatch, fresh ? "works" : "has wrong defaults");
   return fresh ? 0 : 1;

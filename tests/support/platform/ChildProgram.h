@@ -22,6 +22,10 @@ class ChildProgram {
   bool readSome(std::string& output, std::chrono::milliseconds limit);
   /// The exit status once the program has ended; -1 if it was ended by a fault or from outside.
   std::optional<int> status();
+  /// The time that its threads have kept processors busy so far; zero after the end.
+  std::chrono::nanoseconds processorTime() const;
+  /// Whether one of its threads uses or waits for a processor. Always false on Windows.
+  bool isRunnable() const;
 
  private:
   struct Private;

@@ -7,6 +7,11 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <system_error>
 
 namespace QuorTests {
 
@@ -22,6 +27,14 @@ void become(const std::string& program, const std::vector<std::string>& argument
   words.push_back(nullptr);
   execv(program.c_str(), words.data());
   _exit(127);
+}
+
+/// The folder of a thread: in its file `stat`, the state follows the name in brackets.
+bool isThreadRunnable(const std::filesystem::path& thread) {
+  std::string text;
+  std::getline(std::ifstream(thread / "stat"), text);
+  const std::size_t nameEnd = text.rfind(") ");
+  return nameEnd != std::string::npos && text[nameEnd + 2] == 'R';
 }
 
 }  // namespace
@@ -71,6 +84,26 @@ std::optional<int> ChildProgram::status() {
     _data->status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
   return _data->status;
+}
+
+std::chrono::nanoseconds ChildProgram::processorTime() const {
+  clockid_t clock{};
+  timespec used{};
+  if (clock_getcpuclockid(_data->process, &clock) != 0 || clock_gettime(clock, &used) != 0) {
+    return {};
+  }
+  return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
+}
+
+bool ChildProgram::isRunnable() const {
+  std::error_code ended;
+  std::filesystem::directory_iterator thread("/proc/" + std::to_string(_data->process) + "/task", ended);
+  for (; !ended && thread != std::filesystem::directory_iterator(); thread.increment(ended)) {
+    if (isThreadRunnable(*thread)) {
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace QuorTests

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <iterator>
 #include <thread>
 
@@ -12,7 +13,9 @@ namespace QuorTests {
 
 namespace {
 
-constexpr std::chrono::milliseconds kPause{5};
+using namespace std::chrono_literals;
+
+constexpr auto kPause = 5ms;
 
 // Quotes an argument for the started program's C library; none of ours ends in a backslash or contains a quote.
 std::wstring quoted(const std::string& word) {
@@ -85,6 +88,19 @@ std::optional<int> ChildProgram::status() {
   DWORD status = 0;
   ::GetExitCodeProcess(_data->process, &status);
   return status < kFault ? static_cast<int>(status) : -1;
+}
+
+std::chrono::nanoseconds ChildProgram::processorTime() const {
+  FILETIME start{}, end{}, kernel{}, user{};
+  if (::GetProcessTimes(_data->process, &start, &end, &kernel, &user) == 0) {
+    return {};
+  }
+  const auto units = [](const FILETIME& time) { return std::int64_t{time.dwHighDateTime} << 32U | time.dwLowDateTime; };
+  return 100ns * (units(kernel) + units(user));
+}
+
+bool ChildProgram::isRunnable() const {
+  return false;
 }
 
 }  // namespace QuorTests

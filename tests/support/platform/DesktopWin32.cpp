@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdint>
@@ -55,28 +56,52 @@ void sendKey(WORD key, DWORD flags) {
   std::this_thread::sleep_for(kBetweenKeys);
 }
 
-// The lower byte is the key, the upper one the state of the shift key.
-void stroke(SHORT letter) {
-  constexpr int kShift = 0x100;
+// The lower byte is the key, the upper one the keys held with it: Shift, Control and Alt, from the lowest bit.
+void stroke(int letter) {
+  constexpr std::array<std::pair<int, WORD>, 3> kHeld = {{{0x100, VK_SHIFT}, {0x200, VK_CONTROL}, {0x400, VK_MENU}}};
   const auto key = static_cast<WORD>(letter & 0xFF);
-  const bool shifted = (letter & kShift) != 0;
-  const DWORD extended = key == VK_HOME || key == VK_DELETE ? KEYEVENTF_EXTENDEDKEY : 0;
-  if (shifted) {
-    sendKey(VK_SHIFT, 0);
-  }
+  const bool isExtended = key == VK_HOME || key == VK_DELETE || key == VK_LEFT || key == VK_RIGHT;
+  const DWORD extended = isExtended ? KEYEVENTF_EXTENDEDKEY : 0;
+  const auto sendHeld = [letter](const auto& held, DWORD flags) {
+    if ((letter & held.first) != 0) {
+      sendKey(held.second, flags);
+    }
+  };
+  std::for_each(kHeld.begin(), kHeld.end(), [&](const auto& held) { sendHeld(held, 0); });
   sendKey(key, extended);
   sendKey(key, extended | KEYEVENTF_KEYUP);
-  if (shifted) {
-    sendKey(VK_SHIFT, KEYEVENTF_KEYUP);
-  }
+  std::for_each(kHeld.rbegin(), kHeld.rend(), [&](const auto& held) { sendHeld(held, KEYEVENTF_KEYUP); });
 }
 
-SHORT letterOf(const std::string& name) {
-  static const std::map<std::string, SHORT> named = {
-      {"Home", VK_HOME},   {"Escape", VK_ESCAPE}, {"Return", VK_RETURN},        {"BackSpace", VK_BACK},
-      {"space", VK_SPACE}, {"Delete", VK_DELETE}, {"plus", ::VkKeyScanW(L'+')}, {"minus", ::VkKeyScanW(L'-')}};
+int letterOf(const std::string& name) {
+  static const std::map<std::string, int> named = {{"Home", VK_HOME},
+                                                   {"Escape", VK_ESCAPE},
+                                                   {"Return", VK_RETURN},
+                                                   {"BackSpace", VK_BACK},
+                                                   {"space", VK_SPACE},
+                                                   {"Delete", VK_DELETE},
+                                                   {"Left", VK_LEFT},
+                                                   {"Right", VK_RIGHT},
+                                                   {"F2", VK_F2},
+                                                   {"F3", VK_F3},
+                                                   {"F4", VK_F4},
+                                                   {"F5", VK_F5},
+                                                   {"F6", VK_F6},
+                                                   {"F7", VK_F7},
+                                                   {"F8", VK_F8},
+                                                   {"F11", VK_F11},
+                                                   {"plus", ::VkKeyScanW(L'+')},
+                                                   {"minus", ::VkKeyScanW(L'-')}};
   const auto found = named.find(name);
   return found != named.end() ? found->second : ::VkKeyScanW(static_cast<wchar_t>(name.at(0)));
+}
+
+// A key's name after the names of the keys held with it: "ctrl+q".
+int strokeOf(const std::string& names) {
+  static const std::map<std::string, int> held = {{"shift", 0x100}, {"ctrl", 0x200}, {"alt", 0x400}};
+  const std::size_t plus = names.find('+');
+  return plus == std::string::npos ? letterOf(names)
+                                   : held.at(names.substr(0, plus)) | strokeOf(names.substr(plus + 1));
 }
 
 }  // namespace
@@ -85,6 +110,10 @@ SHORT letterOf(const std::string& name) {
 bool holdDisplay() {
   return true;
 }
+
+KeyboardLayout::KeyboardLayout(const std::string& /*name*/) : _set(false) {}
+
+KeyboardLayout::~KeyboardLayout() = default;
 
 bool RemoteWindow::find(const std::string& title) {
   Search search{std::wstring(title.begin(), title.end()), nullptr};
@@ -126,8 +155,13 @@ void RemoteWindow::click(int button) {
 void RemoteWindow::key(const std::string& names) {
   std::istringstream words(names);
   for (std::string name; words >> name;) {
-    stroke(letterOf(name));
+    stroke(strokeOf(name));
   }
+}
+
+void RemoteWindow::keyAt(int position, const std::string& held) {
+  const UINT key = ::MapVirtualKeyW(static_cast<UINT>(position), MAPVK_VSC_TO_VK);
+  stroke(strokeOf(held + "space") - VK_SPACE + static_cast<int>(key));
 }
 
 void RemoteWindow::type(const std::string& text) {
@@ -144,6 +178,52 @@ void RemoteWindow::resize(int width, int height) {
   const int besideX = static_cast<int>(frame.right - frame.left - content.right);
   const int besideY = static_cast<int>(frame.bottom - frame.top - content.bottom);
   ::SetWindowPos(window, nullptr, 0, 0, width + besideX, height + besideY, SWP_NOMOVE | SWP_NOZORDER);
+}
+
+void RemoteWindow::moveTo(int x, int y) {
+  ::SetWindowPos(windowOf(_window), nullptr, x, y, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+}
+
+ScreenRectangle RemoteWindow::rectangle() const {
+  RECT content{};
+  POINT corner{};
+  ::GetClientRect(windowOf(_window), &content);
+  ::ClientToScreen(windowOf(_window), &corner);
+  return {corner.x, corner.y, content.right, content.bottom};
+}
+
+std::vector<std::string> RemoteWindow::programNames() const {
+  return {};
+}
+
+std::vector<unsigned long> RemoteWindow::icons() const {
+  return {};
+}
+
+unsigned long RemoteWindow::colourAt(int x, int yFromTop) const {
+  const ScreenRectangle place = rectangle();
+  const HDC screen = ::GetDC(nullptr);
+  const COLORREF colour = ::GetPixel(screen, place.x + x, place.y + yFromTop);
+  ::ReleaseDC(nullptr, screen);
+  return static_cast<unsigned long>(GetRValue(colour)) << 16U | static_cast<unsigned long>(GetGValue(colour)) << 8U |
+         GetBValue(colour);
+}
+
+bool RemoteWindow::isWaiting() const {
+  constexpr int kQuestions = 5;
+  constexpr auto kAtOnce = 30ms;
+  constexpr auto kPause = 20ms;
+  constexpr UINT kLimitMilliseconds = 5000;
+  for (int question = 0; !_window.empty() && question < kQuestions; ++question) {
+    const auto start = std::chrono::steady_clock::now();
+    DWORD_PTR ignored = 0;
+    ::SendMessageTimeoutW(windowOf(_window), WM_NULL, 0, 0, SMTO_NORMAL, kLimitMilliseconds, &ignored);
+    if (std::chrono::steady_clock::now() - start > kAtOnce) {
+      return false;
+    }
+    std::this_thread::sleep_for(kPause);
+  }
+  return true;
 }
 
 void RemoteWindow::askToClose() {

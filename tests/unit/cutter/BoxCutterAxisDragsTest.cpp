@@ -9,7 +9,7 @@
 namespace QuorTests {
 namespace {
 
-constexpr double kTolerance = 1e-6;
+constexpr double kAxisTolerance = 1e-6;
 
 class BoxCutterAxisDrags : public BoxCutterFixture {
  protected:
@@ -26,7 +26,7 @@ class BoxCutterAxisDrags : public BoxCutterFixture {
     return line.direction * (nearestAlong(line, sightLine(to)) - nearestAlong(line, sightLine(from)));
   }
 
-  void expectFollows(std::size_t axis, double distance, double tolerance = kTolerance) {
+  void expectFollows(std::size_t axis, double distance, double tolerance = kAxisTolerance) {
     SCOPED_TRACE(testing::Message() << "axis " << axis << " by " << distance);
     showOnly(Cutter::CUTTER_TRANSLATE, axis);
     const std::array<float, 6> extentsBefore = extents();
@@ -92,7 +92,7 @@ TEST_F(BoxCutterAxisDrags, thePlanesMoveByExactlyTheDraggedDistanceAtEveryMove) 
     for (std::size_t i = 0; i < 6; ++i) {
       const osg::Vec3d normal(before[i][0], before[i][1], before[i][2]);
       const osg::Vec4d moved(0.0, 0.0, 0.0, -(normal * motions[move]));
-      EXPECT_LT((now[i].asVec4() - before[i].asVec4() - moved).length(), kTolerance);
+      EXPECT_LT((now[i].asVec4() - before[i].asVec4() - moved).length(), kAxisTolerance);
     }
   }
 }
@@ -105,7 +105,7 @@ TEST_F(BoxCutterAxisDrags, theArrowsHeadCanBeGrabbedToo) {
     const osg::Vec2d to = along(axis, 4.0);
     const osg::Vec3d motion = dragged(axis, from, to);
     dragFromTo(from, to);
-    expectCornersMoved(before, osg::Matrixd::translate(motion), kTolerance);
+    expectCornersMoved(before, osg::Matrixd::translate(motion), kAxisTolerance);
   }
 }
 

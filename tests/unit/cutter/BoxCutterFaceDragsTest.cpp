@@ -13,7 +13,7 @@ namespace QuorTests {
 namespace {
 
 // Extents have single precision.
-constexpr double kTolerance = 2e-5;
+constexpr double kFaceTolerance = 2e-5;
 
 class BoxCutterFaceDrags : public BoxCutterFixture {
  protected:
@@ -36,7 +36,7 @@ class BoxCutterFaceDrags : public BoxCutterFixture {
   }
 
   void expectOnlyChanged(std::size_t face, const std::array<float, 6>& before, double expected,
-                         double tolerance = kTolerance) const {
+                         double tolerance = kFaceTolerance) const {
     const std::array<float, 6> now = extents();
     std::array<float, 6> unchanged = before;
     unchanged[face] = now[face];
@@ -44,7 +44,7 @@ class BoxCutterFaceDrags : public BoxCutterFixture {
     EXPECT_NEAR(now[face], expected, tolerance);
   }
 
-  void expectFollows(std::size_t face, double distance, double tolerance = kTolerance) {
+  void expectFollows(std::size_t face, double distance, double tolerance = kFaceTolerance) {
     SCOPED_TRACE(testing::Message() << kFaceNames[face].text << " by " << distance);
     const std::array<float, 6> before = extents();
     const osg::Vec2d from = toWindow(faceInWorld(face));
@@ -90,6 +90,15 @@ TEST_P(BoxCutterFaceDragsFrom, aFaceDraggedPastTheOppositeOneStopsAtHalfAUnitAnd
 
 INSTANTIATE_TEST_SUITE_P(Outlooks, BoxCutterFaceDragsFrom, outlooks(), outlookName);
 
+TEST_F(BoxCutterFaceDrags, aSubclassMayAllowAThinnerBox) {
+  _box->_minSize = 0.05f;
+  const float left = extents()[kRightFace ^ 1U];
+  ASSERT_TRUE(push(toWindow(faceInWorld(kRightFace))));
+  EXPECT_TRUE(drag(outOf(kRightFace, -7.0)));
+  EXPECT_EQ(extents()[kRightFace], left + 0.05f);
+  expectPlanesFitBox();
+}
+
 TEST_F(BoxCutterFaceDrags, thePlanesFollowAtEveryMoveAndTheOffsetsDoNotAddUp) {
   const std::array<float, 6> before = extents();
   const osg::Vec2d from = toWindow(faceInWorld(kRightFace));
@@ -117,7 +126,8 @@ TEST_F(BoxCutterFaceDrags, aFacesDragMovesItsPlaneByTheDistanceAndNoOther) {
   constexpr std::size_t kTopPlane = 4;
   for (std::size_t i = 0; i < 6; ++i) {
     const double moved = i == kTopPlane ? dragged : 0.0;
-    EXPECT_LT((after[i].asVec4() - before[i].asVec4() - osg::Vec4d(0.0, 0.0, 0.0, moved)).length(), kTolerance) << i;
+    EXPECT_LT((after[i].asVec4() - before[i].asVec4() - osg::Vec4d(0.0, 0.0, 0.0, moved)).length(), kFaceTolerance)
+        << i;
   }
 }
 

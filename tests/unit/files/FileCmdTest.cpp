@@ -28,10 +28,6 @@ using namespace QuorTests;
 
 namespace {
 
-FileManager& manager() {
-  return *FileManager::getInstance();
-}
-
 void nothing(Work::Proxy) {}
 
 /// Commands that record by name which of them are destroyed.

@@ -30,10 +30,6 @@ namespace {
 
 constexpr const char* kKnown = "known";
 
-FileManager& manager() {
-  return *FileManager::getInstance();
-}
-
 std::unique_ptr<Work> work(const std::string& file, Work::Function function) {
   return std::make_unique<Work>(file, FileCmd::Normal, std::move(function));
 }

@@ -49,10 +49,6 @@ constexpr auto kHigh = FileCmd::High;
 constexpr auto kNormal = FileCmd::Normal;
 constexpr auto kLow = FileCmd::Low;
 
-FileManager& manager() {
-  return *FileManager::getInstance();
-}
-
 /// Gives access to the private `run`, which applications reach as friends: naming a private member is allowed where a
 /// template is instantiated explicitly.
 template <void (FileManager::*Run)()>

@@ -1,5 +1,7 @@
 #include "support/ManipulatorFixture.h"
 
+#include <osg/Math>
+
 #include <algorithm>
 #include <cmath>
 #include <random>
@@ -9,15 +11,11 @@ namespace {
 
 using namespace QuorTests;
 
-constexpr double kPi = 3.14159265358979323846;
-const osg::Vec3d kXAxis(1.0, 0.0, 0.0);
-const osg::Vec3d kZAxis(0.0, 0.0, 1.0);
-
 class SPointCloudManipulatorTest : public ManipulatorFixture {
  protected:
   /// Looks along +Y, level, with pitch and yaw as the setters give them.
   void pitchTo(double pitch, double yaw = 0.0) {
-    _manipulator->setPitchWithYawQuat(osg::Quat(pitch, kXAxis), osg::Quat(yaw, kZAxis));
+    _manipulator->setPitchWithYawQuat(osg::Quat(pitch, osg::X_AXIS), osg::Quat(yaw, osg::Z_AXIS));
     updateCamera();
   }
 
@@ -84,20 +82,20 @@ TEST_F(SPointCloudManipulatorTest, rotationFactorsOfOneAndTwoGiveTrackballSizesO
 }
 
 TEST_F(SPointCloudManipulatorTest, pitchAndYawSettersRecomputeTheRotationAtOnce) {
-  const osg::Quat pitch(1.0, kXAxis);
-  const osg::Quat yaw(0.5, kZAxis);
+  const osg::Quat pitch(1.0, osg::X_AXIS);
+  const osg::Quat yaw(0.5, osg::Z_AXIS);
   _manipulator->setPitchWithYawQuat(osg::Quat(), osg::Quat());
   _manipulator->setPitchQuat(pitch);
   expectSameRotation(_manipulator->getRotation(), pitch, 1e-12);
   _manipulator->setYawQuat(yaw);
   expectSameRotation(_manipulator->getRotation(), pitch * yaw, 1e-12);
-  _manipulator->setPitchWithYawQuat(osg::Quat(0.25, kXAxis), osg::Quat(2.0, kZAxis));
-  expectSameRotation(_manipulator->getRotation(), osg::Quat(0.25, kXAxis) * osg::Quat(2.0, kZAxis), 1e-12);
+  _manipulator->setPitchWithYawQuat(osg::Quat(0.25, osg::X_AXIS), osg::Quat(2.0, osg::Z_AXIS));
+  expectSameRotation(_manipulator->getRotation(), osg::Quat(0.25, osg::X_AXIS) * osg::Quat(2.0, osg::Z_AXIS), 1e-12);
 }
 
 TEST_F(SPointCloudManipulatorTest, setTransformationByRotationLeavesPitchAndYawAtIdentity) {
-  _manipulator->setPitchWithYawQuat(osg::Quat(1.0, kXAxis), osg::Quat(1.0, kZAxis));
-  const osg::Quat rotation(0.75, kXAxis);
+  _manipulator->setPitchWithYawQuat(osg::Quat(1.0, osg::X_AXIS), osg::Quat(1.0, osg::Z_AXIS));
+  const osg::Quat rotation(0.75, osg::X_AXIS);
   _manipulator->setTransformation(osg::Vec3d(1.0, 2.0, 3.0), rotation);
   EXPECT_EQ(_manipulator->getRotation(), rotation);
   EXPECT_EQ(_manipulator->_initialRotation, rotation);
@@ -108,14 +106,14 @@ TEST_F(SPointCloudManipulatorTest, setTransformationByRotationLeavesPitchAndYawA
 }
 
 TEST_F(SPointCloudManipulatorTest, setTransformationByPointsPutsTheWholeRotationIntoThePitch) {
-  _manipulator->setYawQuat(osg::Quat(1.0, kZAxis));
-  _manipulator->setTransformation(osg::Vec3d(0.0, -5.0, 0.0), osg::Vec3d(0.0, 0.0, 0.0), kZAxis);
-  const osg::Quat level(kPi / 2.0, kXAxis);
+  _manipulator->setYawQuat(osg::Quat(1.0, osg::Z_AXIS));
+  _manipulator->setTransformation(osg::Vec3d(0.0, -5.0, 0.0), osg::Vec3d(0.0, 0.0, 0.0), osg::Z_AXIS);
+  const osg::Quat level(osg::PI / 2.0, osg::X_AXIS);
   expectSameRotation(_manipulator->getRotation(), level, 1e-12);
   expectSameRotation(_manipulator->_pitchQuat, level, 1e-12);
   expectSameRotation(_manipulator->_initialRotation, level, 1e-12);
   EXPECT_EQ(_manipulator->_yawQuat, osg::Quat());
-  EXPECT_NEAR(_manipulator->_initialRotationAngle, kPi / 2.0, 1e-12);
+  EXPECT_NEAR(_manipulator->_initialRotationAngle, osg::PI / 2.0, 1e-12);
   EXPECT_NEAR(_manipulator->getDistance(), 5.0, 1e-12);
 }
 
@@ -154,13 +152,13 @@ TEST_F(SPointCloudManipulatorTest, theLeftButtonTogetherWithAnotherIsNotLeftToTh
 }
 
 TEST_F(SPointCloudManipulatorTest, aHorizontalDragYawsAboutTheVertical) {
-  pitchTo(kPi / 2.0);
+  pitchTo(osg::PI / 2.0);
   push(kRight, 400.0, 300.0);
   drag(kRight, 440.0, 300.0);
   // A drag to the right: the scene rotates with the pointer, the eye moves to the left, clockwise seen from above.
   const double angle = turnAngle(40.0, kWidth);
-  expectSameRotation(_manipulator->_yawQuat, osg::Quat(-angle, kZAxis), 1e-6);
-  expectSameRotation(_manipulator->_pitchQuat, osg::Quat(kPi / 2.0, kXAxis), 1e-6);
+  expectSameRotation(_manipulator->_yawQuat, osg::Quat(-angle, osg::Z_AXIS), 1e-6);
+  expectSameRotation(_manipulator->_pitchQuat, osg::Quat(osg::PI / 2.0, osg::X_AXIS), 1e-6);
   expectRotationIsPitchTimesYaw();
 }
 
@@ -182,7 +180,7 @@ TEST_F(SPointCloudManipulatorTest, theRotationFactorMultipliesTheAngles) {
   // The ball size is now 0.9: the sine is half the distance over it.
   const double yaw = 2.0 * std::asin(0.1 / 1.8);
   const double pitch = 2.0 * std::asin(0.1 / 1.8);
-  expectSameRotation(_manipulator->_yawQuat, osg::Quat(-yaw, kZAxis), 1e-6);
+  expectSameRotation(_manipulator->_yawQuat, osg::Quat(-yaw, osg::Z_AXIS), 1e-6);
   EXPECT_NEAR(angleOf(_manipulator->_pitchQuat), 1.0 + pitch, 1e-6);
 }
 
@@ -198,7 +196,7 @@ TEST_F(SPointCloudManipulatorTest, aRotationKeepsCentreAndDistance) {
 TEST_F(SPointCloudManipulatorTest, anUpwardDragNeverPitchesBeyondStraightUp) {
   pitchTo(3.1);
   dragRightFrom(400.0, 100.0, 400.0, 400.0);
-  EXPECT_NEAR(angleOf(_manipulator->_pitchQuat), kPi, 1e-9);
+  EXPECT_NEAR(angleOf(_manipulator->_pitchQuat), osg::PI, 1e-9);
 }
 
 TEST_F(SPointCloudManipulatorTest, pitchDropsToStraightDownWhenADragDownWouldIncreaseIt) {
@@ -209,7 +207,7 @@ TEST_F(SPointCloudManipulatorTest, pitchDropsToStraightDownWhenADragDownWouldInc
 
 TEST_F(SPointCloudManipulatorTest, aDownwardDragNeverIncreasesThePitchAngle) {
   std::mt19937 random(12);
-  std::uniform_real_distribution<double> pitch(0.0, kPi);
+  std::uniform_real_distribution<double> pitch(0.0, osg::PI);
   std::uniform_real_distribution<double> y(1.0, kHeight - 1.0);
   for (int i = 0; i < 1000; ++i) {
     const double before = pitch(random);
@@ -266,7 +264,7 @@ TEST_F(SPointCloudManipulatorTest, rotationIsPitchTimesYawAndPitchStaysWithinIts
     }
     updateCamera();
     expectRotationIsPitchTimesYaw();
-    ASSERT_LE(angleOf(_manipulator->_pitchQuat), kPi + 1e-9);
+    ASSERT_LE(angleOf(_manipulator->_pitchQuat), osg::PI + 1e-9);
     ASSERT_NEAR(_manipulator->_yawQuat.length(), 1.0, 1e-9);
   }
 }
@@ -318,10 +316,10 @@ TEST_F(SPointCloudManipulatorTest, theTrackballHelpersTurnInTheirPlanesWithoutAD
   float angle = 0.0f;
   osg::Quat none;
   _manipulator->trackXYball(axis, angle, none, 0.0f, 0.5f, 0.4f, 0.5f);
-  expectNear(axis, kZAxis, 1e-9);
+  expectNear(axis, osg::Z_AXIS, 1e-9);
   EXPECT_NEAR(angle, std::asin(0.4 / 1.6), 1e-6);
   _manipulator->trackYZball(axis, angle, none, 0.5f, 0.0f, 0.5f, 0.4f);
-  expectNear(axis, kXAxis, 1e-9);
+  expectNear(axis, osg::X_AXIS, 1e-9);
   EXPECT_NEAR(angle, std::asin(0.4 / 1.6), 1e-6);
 }
 

@@ -9,9 +9,6 @@ namespace {
 
 using namespace QuorTests;
 
-const osg::Vec3d kXAxis(1.0, 0.0, 0.0);
-const osg::Vec3d kZAxis(0.0, 0.0, 1.0);
-
 /// Without a capture tool a press picks the world's origin. The camera looks past it, so that the pivot differs from
 /// the orbit centre.
 class SPointCloudPrivotManipulatorTest : public PivotManipulatorFixture {
@@ -39,16 +36,16 @@ TEST_F(SPointCloudPrivotManipulatorTest, aCopyTakesEveryFieldAndSharesMarkerAndV
 }
 
 TEST_F(SPointCloudPrivotManipulatorTest, setTransformationIsTheOrbitManipulatorsOwnAndLeavesPitchAndYaw) {
-  const osg::Quat pitch(0.4, kXAxis);
-  const osg::Quat yaw(0.3, kZAxis);
+  const osg::Quat pitch(0.4, osg::X_AXIS);
+  const osg::Quat yaw(0.3, osg::Z_AXIS);
   _manipulator->setPitchWithYawQuat(pitch, yaw);
   lookAt(osg::Vec3d(0.0, -50.0, 0.0), osg::Vec3d());
   EXPECT_EQ(_manipulator->_pitchQuat, pitch);
   EXPECT_EQ(_manipulator->_yawQuat, yaw);
-  _manipulator->setTransformation(osg::Vec3d(0.0, 0.0, 9.0), osg::Quat(0.7, kZAxis));
+  _manipulator->setTransformation(osg::Vec3d(0.0, 0.0, 9.0), osg::Quat(0.7, osg::Z_AXIS));
   EXPECT_EQ(_manipulator->_pitchQuat, pitch);
   EXPECT_EQ(_manipulator->_yawQuat, yaw);
-  expectSameRotation(_manipulator->getRotation(), osg::Quat(0.7, kZAxis), 1e-12);
+  expectSameRotation(_manipulator->getRotation(), osg::Quat(0.7, osg::Z_AXIS), 1e-12);
 }
 
 TEST_F(SPointCloudPrivotManipulatorTest, aPressMovesPivotAndMarkerButNotTheOrbitCentre) {
@@ -148,14 +145,14 @@ TEST_F(SPointCloudPrivotManipulatorTest, viewAndOrbitCentreTurnByTheTrackballsAn
 }
 
 TEST_F(SPointCloudPrivotManipulatorTest, pitchAndYawAreNotTouched) {
-  _manipulator->setPitchWithYawQuat(osg::Quat(1.2, kXAxis), osg::Quat(0.5, kZAxis));
+  _manipulator->setPitchWithYawQuat(osg::Quat(1.2, osg::X_AXIS), osg::Quat(0.5, osg::Z_AXIS));
   push(kRight, 400.0, 300.0);
   EXPECT_TRUE(drag(kRight, 470.0, 340.0));
-  EXPECT_EQ(_manipulator->_pitchQuat, osg::Quat(1.2, kXAxis));
-  EXPECT_EQ(_manipulator->_yawQuat, osg::Quat(0.5, kZAxis));
-  EXPECT_GT(angleBetween(osg::Quat(1.2, kXAxis) * osg::Quat(0.5, kZAxis), _manipulator->getRotation()), 1e-3);
-  _manipulator->setYawQuat(osg::Quat(0.5, kZAxis));
-  expectSameRotation(_manipulator->getRotation(), osg::Quat(1.2, kXAxis) * osg::Quat(0.5, kZAxis), 1e-12);
+  EXPECT_EQ(_manipulator->_pitchQuat, osg::Quat(1.2, osg::X_AXIS));
+  EXPECT_EQ(_manipulator->_yawQuat, osg::Quat(0.5, osg::Z_AXIS));
+  EXPECT_GT(angleBetween(osg::Quat(1.2, osg::X_AXIS) * osg::Quat(0.5, osg::Z_AXIS), _manipulator->getRotation()), 1e-3);
+  _manipulator->setYawQuat(osg::Quat(0.5, osg::Z_AXIS));
+  expectSameRotation(_manipulator->getRotation(), osg::Quat(1.2, osg::X_AXIS) * osg::Quat(0.5, osg::Z_AXIS), 1e-12);
 }
 
 TEST_F(SPointCloudPrivotManipulatorTest, thePitchIsNotLimited) {

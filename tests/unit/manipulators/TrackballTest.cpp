@@ -1,6 +1,8 @@
 #include "manipulators/Trackball.h"
 #include "support/ManipulatorFixture.h"
 
+#include <osg/Math>
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -14,7 +16,6 @@ using QuorOsgUtils::viewAxes;
 using QuorOsgUtils::ViewAxes;
 using QuorTests::angleOf;
 
-constexpr double kPi = 3.14159265358979323846;
 const osg::Vec3d kXAxis(1.0, 0.0, 0.0);
 
 TEST(TrackballTest, anUnrotatedViewLooksDown) {
@@ -25,7 +26,7 @@ TEST(TrackballTest, anUnrotatedViewLooksDown) {
 }
 
 TEST(TrackballTest, aPitchOfAQuarterTurnLooksAlongY) {
-  const ViewAxes axes = viewAxes(osg::Quat(kPi / 2.0, kXAxis));
+  const ViewAxes axes = viewAxes(osg::Quat(osg::PI / 2.0, kXAxis));
   EXPECT_NEAR((axes.up - osg::Vec3d(0.0, 0.0, 1.0)).length(), 0.0, 1e-12);
   EXPECT_NEAR((axes.ahead - osg::Vec3d(0.0, 1.0, 0.0)).length(), 0.0, 1e-12);
 }
@@ -37,7 +38,7 @@ TEST(TrackballTest, theSineOfTheAngleIsHalfTheDistanceDividedByTheBallSize) {
 }
 
 TEST(TrackballTest, aDistanceLongerThanTheBallRotatesByNinetyDegrees) {
-  EXPECT_NEAR(trackballRotation(osg::Vec3d(-2.0, 0.5, 0.0), osg::Vec3d(2.0, 0.5, 0.0), 0.8).angle, kPi / 2.0, 1e-6);
+  EXPECT_NEAR(trackballRotation(osg::Vec3d(-2.0, 0.5, 0.0), osg::Vec3d(2.0, 0.5, 0.0), 0.8).angle, osg::PI / 2.0, 1e-6);
 }
 
 TEST(TrackballTest, zeroDistanceGivesNoRotation) {
@@ -52,7 +53,7 @@ TEST(TrackballTest, aDownwardDragThatWouldIncreaseThePitchMakesItStraightDown) {
 
 TEST(TrackballTest, anUpwardDragClampsThePitchToStraightUp) {
   const osg::Quat limited = limitedPitch(osg::Quat(3.3, kXAxis), 3.0, 0.4f, 0.5f);
-  EXPECT_NEAR(angleOf(limited), kPi, 1e-12);
+  EXPECT_NEAR(angleOf(limited), osg::PI, 1e-12);
   EXPECT_NEAR((limited.asVec3() - kXAxis).length(), 0.0, 1e-12);
 }
 

@@ -1,0 +1,356 @@
+#include "viewer/session/LevelOfDetail.h"
+
+#include <osg/Viewport>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <numeric>
+#include <optional>
+#include <utility>
+
+namespace QuorViewer {
+namespace {
+
+constexpr std::uint64_t kMostUploadPoints = 600000;  // with one frame
+constexpr std::size_t kRequestsInFlight = 16;
+constexpr std::chrono::milliseconds kRest(200);  // without a frame
+constexpr std::uint64_t kAheadPart = 8;          // of the memory
+
+/// Pixels of a world unit at distance 1; in an orthographic projection everywhere.
+double pixelsPerUnitOf(const osg::Camera& camera) {
+  return 0.5 * camera.getProjectionMatrix()(1, 1) * camera.getViewport()->height();
+}
+
+osg::Vec2d sizeOf(const osg::Camera& camera) {
+  return {camera.getViewport()->width(), camera.getViewport()->height()};
+}
+
+// Only the third column depends on near and far, which OSG fits to each frame.
+bool projectAlike(const osg::Matrixd& a, const osg::Matrixd& b) {
+  for (int row = 0; row < 4; ++row) {
+    for (const int column : {0, 1, 3}) {
+      if (a(row, column) != b(row, column)) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+std::vector<bool> coveringNodes(const std::vector<TreeNode>& nodes) {
+  std::vector<bool> covers(nodes.size(), false);
+  for (std::size_t node = 0; node < nodes.size(); ++node) {
+    covers[node] = covers[node] || node == 0;
+    for (const std::uint32_t child : nodes[node].children) {
+      if (child != TreeNode::kNone) {
+        covers[child] = covers[node] && nodes[node].pointCount == 0;
+      }
+    }
+  }
+  return covers;
+}
+
+}  // namespace
+
+LevelOfDetail::LevelOfDetail(std::uint64_t memoryBytes, const FrameBudget& budget, Dependencies dependencies)
+    : _dependencies(std::move(dependencies)),
+      _memoryBytes(memoryBytes),
+      _budget(budget),
+      _residency({memoryBytes, memoryBytes, kRequestsInFlight}),
+      _results(std::make_shared<ResultQueue<NodeResult>>()) {}
+
+LevelOfDetail::~LevelOfDetail() {
+  cancelReads();
+}
+
+void LevelOfDetail::cancelReads() {
+  _jobs.stopAll();
+  _reads.clear();
+}
+
+void LevelOfDetail::open(unsigned int scan, std::unique_ptr<PointTree> tree, const osg::Vec3d& localOrigin) {
+  _localOrigin = localOrigin;
+  _isPrepared = false;
+  const TreeInfo& info = tree->info();
+  const osg::BoundingBoxd bounds = info.bounds.valid() ? info.bounds : info.cube.cubeOf(NodeKey());
+  _dependencies.cloud.setBounds(scan, {bounds._min - localOrigin, bounds._max - localOrigin});
+  Tree& opened = _trees[scan];
+  opened.read = tree->clone();
+  opened.drawables.resize(tree->nodes().size());
+  opened.covers = coveringNodes(tree->nodes());
+  opened.uploaded.resize(tree->nodes().size());
+  opened.tree = std::move(tree);
+}
+
+void LevelOfDetail::close(unsigned int scan) {
+  for (auto read = _reads.begin(); read != _reads.end();) {
+    const bool isOfScan = read->first.scan == scan;
+    if (isOfScan) {
+      read->second->stop.requestStop();
+    }
+    read = isOfScan ? _reads.erase(read) : std::next(read);
+  }
+  const auto isClosed = [&](const ScanNode& node) { return node.scan == scan; };
+  _drawn.erase(std::remove_if(_drawn.begin(), _drawn.end(), isClosed), _drawn.end());
+  _drawnPoints = 0;
+  for (const ScanNode& node : _drawn) {
+    _drawnPoints += _drawnPointsOf(node);
+  }
+  const Tree& tree = _trees.at(scan);
+  for (std::size_t node = 0; node < tree.drawables.size(); ++node) {
+    _loadedPoints -= tree.drawables[node] ? tree.tree->nodes()[node].pointCount : 0;
+  }
+  _mayReadAhead = false;
+  _wantsAhead = false;
+  _residency.forget(scan);
+  _failedScans.erase(scan);
+  _trees.erase(scan);
+}
+
+bool LevelOfDetail::receive() {
+  std::uint64_t uploaded = 0;
+  bool any = false;
+  while (uploaded < kMostUploadPoints) {
+    std::optional<NodeResult> result = _results->tryPop();
+    if (!result) {
+      break;
+    }
+    any = any || !result->read->ahead;
+    uploaded += result->points ? result->points->positions->size() : 0;
+    _take(std::move(*result));
+  }
+  return any;
+}
+
+void LevelOfDetail::_take(NodeResult result) {
+  const ScanNode node = result.read->node;
+  const auto read = _reads.find(node);
+  if (read == _reads.end() || read->second != result.read) {
+    return;
+  }
+  _reads.erase(read);
+  if (!result.points) {
+    _residency.failed(node);
+    _mayReadAhead = _mayReadAhead && !result.read->ahead;
+    if (result.isDamaged) {
+      _dependencies.damaged(node.scan, result.error);
+    } else if (!result.read->ahead && _failedScans.insert(node.scan).second) {
+      _dependencies.failed(result.error);
+    }
+    return;
+  }
+  if (!_residency.arrived(node, result.points->positions->size() * kBytesPerPoint)) {
+    return;
+  }
+  const osg::ref_ptr<osg::Node> drawable = _dependencies.cloud.addNode(node.scan, *result.points, _localOrigin);
+  drawable->setNodeMask(0);
+  _trees.at(node.scan).drawables[node.node] = drawable;
+  _loadedPoints += result.points->positions->size();
+}
+
+void LevelOfDetail::prepareFrame(const osg::Camera& camera, const std::vector<osg::Plane>& clipPlanes) {
+  const bool moved = !isPreparedFor(camera, clipPlanes);
+  _latestView = camera.getViewMatrix();
+  _latestProjection = camera.getProjectionMatrix();
+  _latestSize = sizeOf(camera);
+  _latestPlanes = clipPlanes;
+  _isPrepared = true;
+  if (isEmpty()) {
+    return;
+  }
+  _budget.beginFrame(moved);
+  _dependencies.cloud.setPixelsPerUnit(_widensPoints ? static_cast<float>(pixelsPerUnitOf(camera)) : 0.0f);
+  _preparedAt = std::chrono::steady_clock::now();
+  _wantsAhead = _wantsAhead && !moved;
+  _mayReadAhead = true;
+  _replacedAhead = false;
+  _select();
+  if (_wantsAhead) {
+    _wantAhead();
+  }
+  _carryOut(_residency.update(_wanted));
+}
+
+bool LevelOfDetail::readAhead() {
+  const bool rests = std::chrono::steady_clock::now() - _preparedAt >= kRest;
+  if (!_mayReadAhead || !rests || !_reads.empty() || isEmpty() || !isComplete()) {
+    return false;
+  }
+  if (!_wantsAhead) {
+    _wantAhead();
+    _wantsAhead = true;
+  }
+  const NodeResidency::Decision& decision = _residency.update(_wanted);
+  _carryOut(decision);
+  _replacedAhead = _replacedAhead || !decision.evicted.empty();
+  _mayReadAhead = !decision.requests.empty();
+  return !_mayReadAhead && std::exchange(_replacedAhead, false);
+}
+
+void LevelOfDetail::_wantAhead() {
+  const std::uint64_t most = _memoryBytes / kAheadPart / kBytesPerPoint;
+  for (const SelectedNode& node :
+       _prefetch.select(_selectableTrees(), _cubeCamera(), _settings, _selection.selected(), most)) {
+    _wanted.push_back({node.node, node.parent, node.pointCount * kBytesPerPoint, true});
+  }
+}
+
+bool LevelOfDetail::isPreparedFor(const osg::Camera& camera, const std::vector<osg::Plane>& clipPlanes) const {
+  return isEmpty() || (_isPrepared && camera.getViewMatrix() == _latestView &&
+                       projectAlike(camera.getProjectionMatrix(), _latestProjection) && sizeOf(camera) == _latestSize &&
+                       clipPlanes == _latestPlanes);
+}
+
+CubeCamera LevelOfDetail::_cubeCamera() const {
+  return {_latestView, _latestProjection, _latestSize.y(), _localOrigin};
+}
+
+std::vector<SelectableTree> LevelOfDetail::_selectableTrees() const {
+  std::vector<SelectableTree> trees;
+  for (const auto& [scan, tree] : _trees) {
+    trees.push_back({scan, &tree.tree->info(), &tree.tree->nodes()});
+  }
+  return trees;
+}
+
+void LevelOfDetail::_select() {
+  _settings.budgetPoints = std::min(_budget.points(), _memoryBytes / kBytesPerPoint);
+  _settings.clipPlanes = _latestPlanes;
+  _cubes.set(_cubeCamera(), _latestPlanes);
+  _wanted.clear();
+  _thinned.clear();
+  for (const SelectedNode& node : _selection.select(_selectableTrees(), _cubeCamera(), _settings, _drawn)) {
+    _wanted.push_back({node.node, node.parent, node.pointCount * kBytesPerPoint, false});
+    if (node.drawnPoints < node.pointCount) {
+      _thinned[node.node] = node.drawnPoints;
+    }
+  }
+  _residency.setLimits({_memoryBytes, _settings.budgetPoints * kBytesPerPoint, kRequestsInFlight});
+}
+
+std::uint32_t LevelOfDetail::_drawnPointsOf(const ScanNode& node) const {
+  const auto found = _thinned.find(node);
+  return found != _thinned.end() ? found->second : _nodeOf(node).pointCount;
+}
+
+void LevelOfDetail::_carryOut(const NodeResidency::Decision& decision) {
+  std::for_each(decision.dropped.begin(), decision.dropped.end(), [this](const ScanNode& node) { _cancel(node); });
+  std::for_each(decision.evicted.begin(), decision.evicted.end(), [this](const ScanNode& node) { _evict(node); });
+  std::for_each(decision.requests.begin(), decision.requests.end(),
+                [this](const NodeRequest& request) { _request(request); });
+  _show(_uploadable(decision.drawn));
+}
+
+void LevelOfDetail::_request(const NodeRequest& request) {
+  const auto read = std::make_shared<NodeRead>();
+  read->node = request.node;
+  const Tree& tree = _trees.at(request.node.scan);
+  read->tree = tree.read;
+  read->ahead = request.priority == NodeResidency::Priority::Low;
+  read->inEvenOrder = tree.covers[request.node.node];
+  _reads[request.node] = read;
+  const auto work = [read, results = _results](QuorOsgUtils::FileJob&) { results->push(readNode(read)); };
+  _jobs.submit(std::string(), request.priority, work, read->stop.token());
+}
+
+void LevelOfDetail::_cancel(const ScanNode& node) {
+  const auto read = _reads.find(node);
+  if (read != _reads.end()) {
+    read->second->stop.requestStop();
+    _reads.erase(read);
+  }
+}
+
+void LevelOfDetail::_evict(const ScanNode& node) {
+  Tree& tree = _trees.at(node.scan);
+  const osg::ref_ptr<osg::Node> drawable = std::exchange(tree.drawables[node.node], nullptr);
+  tree.uploaded[node.node] = false;
+  _loadedPoints -= tree.tree->nodes()[node.node].pointCount;
+  _dependencies.remove(_dependencies.cloud.groupOf(node.scan), drawable);
+}
+
+std::vector<ScanNode> LevelOfDetail::_uploadable(const std::vector<ScanNode>& nodes) {
+  std::uint64_t uploaded = 0;
+  _isUploading = false;
+  std::vector<ScanNode> uploadable;
+  for (const ScanNode& node : nodes) {
+    Tree& tree = _trees.at(node.scan);
+    if (!tree.uploaded[node.node]) {
+      _isUploading = _isUploading || uploaded >= kMostUploadPoints;
+      if (_isUploading) {
+        continue;
+      }
+      uploaded += _nodeOf(node).pointCount;
+      tree.uploaded[node.node] = true;
+    }
+    uploadable.push_back(node);
+  }
+  return uploadable;
+}
+
+void LevelOfDetail::_show(std::vector<ScanNode> drawn) {
+  for (const ScanNode& node : _drawn) {
+    osg::Node* drawable = _drawableOf(node);
+    if (drawable != nullptr) {
+      drawable->setNodeMask(0);
+    }
+  }
+  _drawn = std::move(drawn);
+  _drawnPoints = 0;
+  for (const ScanNode& node : _drawn) {
+    const std::uint32_t points = _drawnPointsOf(node);
+    PointCloud::setDrawnPoints(*_drawableOf(node), points);
+    _drawableOf(node)->setNodeMask(~0U);
+    _drawnPoints += points;
+  }
+  _setSpacings(_drawn);
+}
+
+// From the leaves up: where all visible children of a node are drawn, its points stand as close as theirs. Points on a
+// surface stand further apart by the square root of what is left out.
+void LevelOfDetail::_setSpacings(const std::vector<ScanNode>& drawn) {
+  std::unordered_map<ScanNode, double, ScanNodeHash> spacings;
+  for (auto node = drawn.rbegin(); node != drawn.rend(); ++node) {
+    const PointTree& tree = *_trees.at(node->scan).tree;
+    const TreeNode& inTree = tree.nodes()[node->node];
+    const double thinning = static_cast<double>(inTree.pointCount) / _drawnPointsOf(*node);
+    const double own = tree.info().spacingAt(inTree.key.level) * std::sqrt(thinning);
+    double spacing = inTree.isLeaf() ? own : 0.0;
+    for (const std::uint32_t child : inTree.children) {
+      if (child == TreeNode::kNone || tree.nodes()[child].pointCount == 0) {
+        continue;
+      }
+      const auto found = spacings.find({node->scan, child});
+      if (found != spacings.end()) {
+        spacing = std::max(spacing, found->second);
+      } else if (_cubes.isVisible(tree.info().cube.cubeOf(tree.nodes()[child].key))) {
+        spacing = own;
+      }
+    }
+    spacings[*node] = spacing;
+    PointCloud::setSpacing(*_drawableOf(*node), static_cast<float>(spacing));
+  }
+}
+
+std::uint64_t LevelOfDetail::heldBytes() const {
+  return std::accumulate(_trees.begin(), _trees.end(), std::uint64_t{0},
+                         [](std::uint64_t sum, const auto& tree) { return sum + tree.second.tree->heldBytes(); });
+}
+
+void LevelOfDetail::endFrame(std::chrono::duration<double> duration) {
+  if (!isEmpty()) {
+    _budget.endFrame(_drawnPoints, duration);
+  }
+}
+
+bool LevelOfDetail::mayRefine() const {
+  const bool mayGrow = _selection.isLimited() && _budget.mayGrow() && !_residency.isIncomplete();
+  return !isEmpty() && _isPrepared && (_isUploading || mayGrow);
+}
+
+bool LevelOfDetail::isComplete() const {
+  return isEmpty() || (_isPrepared && !_residency.isIncomplete() && !mayRefine());
+}
+
+}  // namespace QuorViewer

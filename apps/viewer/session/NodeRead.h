@@ -1,0 +1,34 @@
+#pragma once
+
+#include "scan/index/PointTree.h"
+#include "viewer/render/ScanNode.h"
+
+#include <QuorOsgUtils/StopToken.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace QuorViewer {
+
+/// A node that is to be read, shared by the job and the one who wants the node.
+struct NodeRead {
+  ScanNode node;
+  std::weak_ptr<PointTree> tree;  ///< used only by the file manager's worker; its file is open only as long as the scan
+  QuorOsgUtils::StopSource stop;  ///< the node is no longer wanted
+  bool ahead = false;             ///< it is not to be drawn yet
+  bool inEvenOrder = false;       ///< the points are passed through `orderEvenly`
+};
+
+/// A node that has been read, or not.
+struct NodeResult {
+  std::shared_ptr<const NodeRead> read;
+  std::optional<NodePoints> points;  ///< nothing if the node could not be read
+  std::string error;                 ///< for the user; empty: none
+  bool isDamaged = false;            ///< the tree cannot be read, or the scan's file has changed
+};
+
+/// Reads a node on the worker.
+NodeResult readNode(std::shared_ptr<const NodeRead> read);
+
+}  // namespace QuorViewer
