@@ -63,13 +63,15 @@ run_steps() {
   printf '\n%s\n' "${last:-}"
 }
 
-# Runs clang-tidy on the sources named on standard input, each by itself and without GCC's precompiled headers.
+# tidy [OPTION...]: runs clang-tidy on the sources named on standard input, each by itself and without GCC's precompiled
+# headers.
 tidy() {
   scripts/setup.sh checks
   cmake --preset dev -B build/tidy -DQUOR_PRECOMPILED_HEADERS=OFF >/dev/null
-  xargs -P "$(nproc)" -n 4 clang-tidy -p build/tidy --quiet --warnings-as-errors='*' 2>&1 |
+  xargs -r -P "$(nproc)" -n 4 clang-tidy -p build/tidy --quiet --warnings-as-errors='*' "$@" 2>&1 |
     { grep -v -E '^[0-9]+ warnings? generated|^$' || true; }
 }
 
 # Without the sources for Windows, which need its headers.
 all_sources() { git ls-files 'src/*.cpp' 'scan/*.cpp' 'apps/*.cpp' 'examples/*.cpp' ':!:*Win32.cpp'; }
+all_tests() { git ls-files 'tests/*.cpp' ':!:*Win32.cpp'; }

@@ -92,10 +92,11 @@ run_tests() {
 
 # The tour's screenshots on this system, for PicturesViewerTest.
 make_pictures() {
-  cmake --preset dev >/dev/null
-  cmake --build --preset dev --target quor_viewer
+  local preset=${QUOR_PRESET:-dev}
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" --target quor_viewer
   rm -rf build/windows-pictures
-  on_display build/dev/bin/quor_viewer --size 480x270 --tour build/windows-pictures >/dev/null
+  on_display "build/$preset/bin/quor_viewer" --size 480x270 --tour build/windows-pictures >/dev/null
   export QUOR_TOUR_PICTURES=$PWD/build/windows-pictures
 }
 
