@@ -27,6 +27,25 @@ function(quor_precompile target header)
   endif()
 endfunction()
 
+# quor_precompile_examples(): precompiles one header for all examples, whose own projects know nothing of it. Those with Qt are
+# left out, because they are compiled with other definitions.
+function(quor_precompile_examples)
+  get_property(folders DIRECTORY examples PROPERTY SUBDIRECTORIES)
+  set(targets)
+  foreach(folder IN LISTS folders)
+    get_property(programs DIRECTORY ${folder} PROPERTY BUILDSYSTEM_TARGETS)
+    list(FILTER programs EXCLUDE REGEX "^quor_qt")
+    list(APPEND targets ${programs})
+  endforeach()
+  list(POP_FRONT targets first)
+  quor_precompile(${first} Engine.h)
+  if(QUOR_PRECOMPILED_HEADERS)
+    foreach(target IN LISTS targets)
+      target_precompile_headers(${target} REUSE_FROM ${first})
+    endforeach()
+  endif()
+endfunction()
+
 # quor_share_precompiled_tests(TARGET): uses the precompiled header of quor_test_support. It must be compiled with the same
 # options, so the target gets the same setting for position-independent code.
 function(quor_share_precompiled_tests target)
