@@ -162,6 +162,22 @@ TEST_P(CapturedCameraGLTest, aViewportAwayFromTheOriginIsDrawnAndShownInItsPlace
   EXPECT_EQ(countOf(kGreen, 0, 0, 0, kWidth, kHeight), kWidth * kHeight - 60 * 40);
 }
 
+TEST_P(CapturedCameraGLTest, aFrameIsShownInTheViewportThatItWasCulledWith) {
+  _offscreen->scene().addChild(createNode(kEverywhere));
+  const osg::ref_ptr<osg::Camera> later = new osg::Camera;
+  later->setRenderOrder(osg::Camera::POST_RENDER);
+  later->setClearMask(0);
+  later->addChild(createOverlay(kEverywhere));
+  _offscreen->scene().addChild(later);
+  _offscreen->draw();
+  fillFrameBuffer(0, 0.0f, 1.0f, 0.0f);
+  camera().setViewport(30, 20, 60, 40);
+  camera().setInitialDrawCallback(new LateViewport({0, 0, 20, 30}));
+  _offscreen->draw();
+  EXPECT_EQ(countOf(kRed, 0, 30, 20, 60, 40), 60 * 40);
+  EXPECT_EQ(countOf(kGreen, 0, 0, 0, kWidth, kHeight), kWidth * kHeight - 60 * 40);
+}
+
 TEST_P(CapturedCameraGLTest, drawsIntoTheDefaultFrameBufferObjectOfTheContextAndRestoresIt) {
   _offscreen->scene().addChild(createNode(kEverywhere));
   const osg::ref_ptr<osg::FrameBufferObject> own = useOwnDefault(kWidth, kHeight);
