@@ -59,7 +59,7 @@ namespace QuorOsgUtils {
 class QUOR_OSG_UTILS_EXPORT CapturedCamera {
  public:
   /// Replaces the clear mask of the camera, the program and colour masks of its state set, and its
-  /// pre-draw, post-draw and final-draw callbacks; adds a cull callback. Further callbacks can be added to them.
+  /// pre-draw, post-draw and final-draw callbacks; adds cull callbacks. Further callbacks can be added to them.
   explicit CapturedCamera(osg::Camera& camera);
   CapturedCamera(const CapturedCamera&) = delete;
   CapturedCamera& operator=(const CapturedCamera&) = delete;

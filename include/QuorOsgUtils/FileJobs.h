@@ -26,7 +26,8 @@ struct FileJobFailure {
     Stopped,    ///< a stop was requested before the job started
     NotOpened,  ///< the file cannot be opened
     NotMapped,  ///< a range of the file cannot be mapped
-    NotQueued   ///< the priority is not High, Normal or Low, or memory is exhausted
+    /// the priority is not High, Normal or Low, memory is exhausted, or the worker's thread cannot be started
+    NotQueued
   };
   Reason reason;     ///< for the program
   std::string text;  ///< "PATH: …", for the user; empty if memory is exhausted

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <system_error>
 
 namespace QuorOsgUtils {
 
@@ -67,7 +68,8 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   /// Always 16; fixed by the interface.
   int memorySize() const;
 
-  /// Starts the worker; does nothing while it runs. The library never starts it by itself.
+  /// Starts the worker; does nothing while it runs. The library never starts it by itself. If its thread cannot be
+  /// started, this is reported at OSG's notify level WARN.
   void startWorker();
   /// Waits until the worker has run all queued commands, then ends it; does nothing without a worker. Commands pushed
   /// later wait for the next start.
@@ -87,6 +89,8 @@ class QUOR_OSG_UTILS_EXPORT FileManager {
   virtual void run();
   /// False if there is no memory to queue the command.
   bool _tryPush(FileCmd& cmd);
+  /// The reason if the worker's thread cannot be started.
+  std::error_code _tryStartWorker();
   void _work();
   void _joinWorker();
   bool _stopForGood();

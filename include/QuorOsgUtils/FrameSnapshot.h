@@ -44,9 +44,9 @@ struct QUOR_OSG_UTILS_EXPORT FrameSnapshot : public osg::Referenced {
   unsigned int frameNumber = 0;
   osg::Matrixd viewMatrix;        ///< world to view, as the frame was drawn
   osg::Matrixd projectionMatrix;  ///< view to clip space, as the frame was drawn
-  /// The viewport that the frame was drawn into.
+  /// The whole viewport that the frame was drawn into, also if a part of it lies outside the window.
   PixelRectangle viewport;
-  /// The pixels that were read: the viewport, or a part of it.
+  /// The pixels that were read: those of the viewport that lie in the frame-buffer object, or a part of them.
   PixelRectangle region;
 
   std::vector<float> depths;           ///< width × height: 0 near, 1 far and background

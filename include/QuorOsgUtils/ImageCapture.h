@@ -17,7 +17,8 @@ namespace QuorOsgUtils {
 enum class ImageStatus {
   Captured,  ///< with an image
   /// A frame was drawn, but without a complete frame-buffer object, without a pixel, or without the callbacks of the
-  /// `ImageCapture`, because others replaced them later; or memory is exhausted.
+  /// `ImageCapture`, because others replaced them later; or memory is exhausted, or the thread that watches the time
+  /// cannot be started.
   NotCapturable,
   TimedOut,   ///< no frame was drawn in time
   Withdrawn,  ///< by `withdraw`

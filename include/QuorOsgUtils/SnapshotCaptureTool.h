@@ -79,10 +79,10 @@ struct ReadBack {
 ///   below the camera have a viewport of their own, or if nothing is drawn.
 /// - `setReadBack` limits what is read, and when.
 /// - `getFrameBuffer` stays empty, unless `setFillsFrameBuffer` is on.
-/// - Projection and viewport are exact if the tool is attached with `attachTo`. As a mere post-draw callback it uses
-/// the
+/// - Projection and viewport are exact if the tool is attached with `attachTo`: the frame is then drawn in the viewport
+///   that it was culled with, even if the event thread changes the camera's. As a mere post-draw callback it uses the
 ///   projection of the node drawn last, which is wrong if that is under an `osg::Projection` of its own, and the
-///   camera's viewport, which the event thread may already have changed for the next frame.
+///   camera's viewport, which may already be that of the next frame.
 ///
 /// Memory: the tool reuses snapshots that nobody holds any more: two if readers let go of a frame before the next one,
 /// and one more, with its pixel buffer, for each frame that is late.

@@ -1,5 +1,6 @@
 #include "capture/CaptureViewport.h"
 #include "extras/CapturedFrame.h"
+#include "extras/DrawnViews.h"
 
 #include <QuorOsgUtils/CapturedCamera.h>
 
@@ -7,7 +8,6 @@
 #include <osg/GLExtensions>
 #include <osg/Program>
 #include <osg/State>
-#include <osg/Viewport>
 
 #include <algorithm>
 #include <atomic>
@@ -46,11 +46,6 @@ void setIdentifierWrites(osg::StateSet& stateSet, bool write) {
   }
 }
 
-std::optional<CaptureViewport> viewportOf(const osg::Camera* camera) {
-  const osg::Viewport* viewport = camera ? camera->getViewport() : nullptr;
-  return viewport ? captureViewport(viewport->x(), viewport->y(), viewport->width(), viewport->height()) : std::nullopt;
-}
-
 PixelSize sizeFor(const std::optional<CaptureViewport>& viewport) {
   if (!viewport) {
     return {1, 1};
@@ -65,20 +60,25 @@ int scaled(int position, double ratio) {
 
 }  // namespace
 
-/// Before the draw: fits the frame to the viewport and clears it. It runs before the camera's state set is applied, so
-/// it binds the frame itself. Until the end of the frame it is the state's global default, so that it is applied also
-/// if the scene draws nothing. It is no attribute of the camera's state set, from which cameras below it that render to
-/// a texture would inherit it and leave their own object for it.
+/// Before the draw: fits the frame to the viewport that the camera was culled with, and clears it. It runs before the
+/// camera's state set is applied, so it binds the frame itself. Until the end of the frame it is the state's global
+/// default, so that it is applied also if the scene draws nothing. It is no attribute of the camera's state set, from
+/// which cameras below it that render to a texture would inherit it and leave their own object for it.
 class CapturedCamera::BeginFrame : public osg::Camera::DrawCallback {
  public:
-  BeginFrame(osg::FrameBufferObject* frame, const PixelSize& size) : _frame(frame), _size(size) {
-    attachImages(*_frame, size);
+  explicit BeginFrame(osg::FrameBufferObject* frame) : _frame(frame), _views(new DrawnViews) {
+    attachImages(*_frame, _size);
   }
+
+  DrawnViews* views() const { return _views; }
+  /// Of the frame that is drawn; nothing if it cannot be captured. For the thread that draws.
+  const std::optional<CaptureViewport>& viewport() const { return _viewport; }
 
   void operator()(osg::RenderInfo& renderInfo) const override {
     osg::State& state = *renderInfo.getState();
     const osg::Camera& camera = *renderInfo.getCurrentCamera();
-    _resize(sizeFor(viewportOf(&camera)));
+    _viewport = _views->of(state, camera).viewport;
+    _resize(sizeFor(_viewport));
     state.setGlobalDefaultAttribute(_frame);
     _frame->apply(state);
     clearImages(state, camera.getClearColor());
@@ -96,20 +96,23 @@ class CapturedCamera::BeginFrame : public osg::Camera::DrawCallback {
   }
 
   osg::ref_ptr<osg::FrameBufferObject> _frame;
-  mutable PixelSize _size;
+  osg::ref_ptr<DrawnViews> _views;
+  mutable std::optional<CaptureViewport> _viewport;
+  mutable PixelSize _size = sizeFor(std::nullopt);
 };
 
 /// At the end of the frame: copies the colours to the window.
 class CapturedCamera::PresentFrame : public osg::Camera::DrawCallback {
  public:
-  explicit PresentFrame(osg::FrameBufferObject* frame) : _frame(frame), _default(new DefaultFrame) {}
+  PresentFrame(osg::FrameBufferObject* frame, const BeginFrame* begin)
+      : _frame(frame), _begin(begin), _default(new DefaultFrame) {}
 
   void setRatio(double ratio) { _ratio = ratio; }
 
   void operator()(osg::RenderInfo& renderInfo) const override {
     osg::State& state = *renderInfo.getState();
-    if (const std::optional<CaptureViewport> viewport = viewportOf(renderInfo.getCurrentCamera())) {
-      _blit(state, *viewport);
+    if (_begin->viewport()) {
+      _blit(state, *_begin->viewport());
     }
     // Applied through the state, so that the next state set does not bind it once more, in place of the object of a
     // camera that renders to a texture.
@@ -134,17 +137,21 @@ class CapturedCamera::PresentFrame : public osg::Camera::DrawCallback {
   }
 
   osg::ref_ptr<osg::FrameBufferObject> _frame;
+  osg::ref_ptr<const BeginFrame> _begin;
   osg::ref_ptr<DefaultFrame> _default;
   std::atomic<double> _ratio{1.0};
 };
 
 CapturedCamera::CapturedCamera(osg::Camera& camera)
-    : _frame(new osg::FrameBufferObject), _tool(new SnapshotCaptureTool), _present(new PresentFrame(_frame)) {
+    : _frame(new osg::FrameBufferObject), _tool(new SnapshotCaptureTool) {
   osg::StateSet& stateSet = *camera.getOrCreateStateSet();
   stateSet.setAttribute(createPlainProgram());
   writeColoursOnly(stateSet);
   camera.setClearMask(0);
-  camera.setPreDrawCallback(new BeginFrame(_frame, sizeFor(viewportOf(&camera))));
+  const osg::ref_ptr<BeginFrame> begin = new BeginFrame(_frame);
+  _present = new PresentFrame(_frame, begin);
+  camera.addCullCallback(begin->views());
+  camera.setPreDrawCallback(begin);
   _tool->attachTo(camera);
   camera.setFinalDrawCallback(_present);
 }

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <new>
 #include <string>
+#include <system_error>
 
 namespace QuorOsgUtils {
 namespace {
@@ -18,9 +19,9 @@ struct SharedFile {
 };
 
 /// Empty if there is no memory for it.
-std::string textOf(const std::string& path, const char* text) noexcept {
+std::string textOf(const std::string& path, const char* text, const std::error_code& error = {}) noexcept {
   try {
-    return path + ": " + text;
+    return path + ": " + text + (error ? ": " + error.message() : std::string());
   } catch (const std::bad_alloc&) {
     return {};
   }
@@ -104,9 +105,9 @@ class FileJobs::Command : public FileCmd {
   }
 
   /// Instead of running it.
-  void refuse(const char* text) {
+  void refuse(const char* text, const std::error_code& error = {}) {
     const Counted counted(*this);
-    _run(nullptr, {FileJobFailure::NotQueued, textOf(getFile(), text)});
+    _run(nullptr, {FileJobFailure::NotQueued, textOf(getFile(), text, error)});
   }
 
  private:
@@ -160,6 +161,8 @@ void FileJobs::_submit(const std::string& file, Priority priority, StopToken sto
   auto command = std::make_unique<Command>(path, priority, _state, std::move(stop), std::move(run));
   if (!isPriority(priority)) {
     command->refuse("the priority is none of High, Normal and Low");
+  } else if (const std::error_code error = FileManager::getInstance()->_tryStartWorker()) {
+    command->refuse("the worker cannot be started", error);
   } else if (!FileManager::getInstance()->_tryPush(*command)) {
     command->refuse("not enough memory to queue the job");
   } else {

@@ -17,6 +17,7 @@
 #include <new>
 #include <optional>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -59,11 +60,12 @@ class ImageCapture::Requests : public osg::Referenced {
     Request request;
     request.deadline = deadlineAfter(limit);
     std::future<CapturedImage> image = request.promise.get_future();
-    _pending.push_back(std::move(request));
-    if (!_watch.joinable()) {
-      _watch = std::thread([this] { _watchTime(); });
+    if (_isWatched()) {
+      _pending.push_back(std::move(request));
+      _changed.notify_all();
+    } else {
+      request.promise.set_value({ImageStatus::NotCapturable, nullptr});
     }
-    _changed.notify_all();
     return image;
   }
 
@@ -126,6 +128,18 @@ class ImageCapture::Requests : public osg::Referenced {
     Clock::time_point deadline;
     bool isServed = false;
   };
+
+  /// Expects the mutex to be held. Starts the thread that watches the time; false if that fails.
+  bool _isWatched() {
+    try {
+      if (!_watch.joinable()) {
+        _watch = std::thread([this] { _watchTime(); });
+      }
+    } catch (const std::system_error&) {
+      return false;
+    }
+    return true;
+  }
 
   template <typename Which>
   void _end(ImageStatus status, const Which& which) {

@@ -24,7 +24,7 @@ struct SnapshotCaptureTool::Drawn {
   const osg::GLExtensions& gl;
   const osg::FrameBufferObject& object;
   DrawnView view;
-  PixelRectangle viewport;  // as far as it lies in the object
+  PixelRectangle pixels;  // of the viewport, as far as they lie in the object
 };
 
 struct SnapshotCaptureTool::Private {
@@ -93,8 +93,8 @@ struct SnapshotCaptureTool::Private {
     snapshot->viewMatrix = drawn.view.view;
     snapshot->projectionMatrix = drawn.view.projection;
     snapshot->frameNumber = stamp ? stamp->getFrameNumber() : 0;
-    snapshot->viewport = drawn.viewport;
-    snapshot->region = order.region ? intersection(*order.region, drawn.viewport) : drawn.viewport;
+    snapshot->viewport = rectangleOf(drawn.view.viewport);
+    snapshot->region = order.region ? intersection(*order.region, drawn.pixels) : drawn.pixels;
     if (snapshot->pixelCount() == 0) {
       return false;
     }
@@ -217,7 +217,7 @@ void SnapshotCaptureTool::_serveRequest(const Drawn& drawn) const {
     return;
   }
   osg::ref_ptr<FrameSnapshot> image = new FrameSnapshot;
-  image->region = drawn.viewport;
+  image->region = drawn.pixels;
   image->colours.swap(_data->colours);
   prepareBuffers(*image, ReadBack::kColours);
   SnapshotReader(drawn.state, drawn.gl, drawn.object).read(*image);

@@ -80,11 +80,13 @@ PixelRectangle intersection(const PixelRectangle& a, const PixelRectangle& b) {
           size(y, std::min(end(a.y, a.height), end(b.y, b.height)))};
 }
 
+PixelRectangle rectangleOf(const std::optional<CaptureViewport>& viewport) {
+  return viewport ? PixelRectangle{viewport->x, viewport->y, viewport->width, viewport->height} : PixelRectangle{};
+}
+
 PixelRectangle drawnPixels(const std::optional<CaptureViewport>& viewport, const osg::FrameBufferObject& object) {
   const PixelSize size = sizeOf(object);
-  return viewport ? intersection({viewport->x, viewport->y, viewport->width, viewport->height},
-                                 {0, 0, size.width, size.height})
-                  : PixelRectangle{};
+  return intersection(rectangleOf(viewport), {0, 0, size.width, size.height});
 }
 
 void prepareBuffers(FrameSnapshot& snapshot, unsigned int buffers) {

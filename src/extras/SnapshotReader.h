@@ -20,7 +20,10 @@ const osg::FrameBufferObject* drawnObject(const osg::State& state);
 /// The pixels that both have; none if they do not meet.
 PixelRectangle intersection(const PixelRectangle& a, const PixelRectangle& b);
 
-/// The viewport as far as it lies in the object's images; empty for one that cannot be captured.
+/// All pixels of a viewport; none of one that cannot be captured.
+PixelRectangle rectangleOf(const std::optional<CaptureViewport>& viewport);
+
+/// Those that lie in the object's images.
 PixelRectangle drawnPixels(const std::optional<CaptureViewport>& viewport, const osg::FrameBufferObject& object);
 
 /// Gives the snapshot's vectors the size of its region, those of the chosen buffers (see `ReadBack`), and empties the

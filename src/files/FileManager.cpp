@@ -92,19 +92,28 @@ bool FileManager::_tryPush(FileCmd& cmd) {
 }
 
 void FileManager::startWorker() {
+  if (const std::error_code error = _tryStartWorker()) {
+    OSG_WARN << "The worker of the file manager cannot be started: " << error.message() << std::endl;
+  }
+}
+
+std::error_code FileManager::_tryStartWorker() {
   if (_runsCommandHere()) {
-    return;
+    return {};
   }
   const std::lock_guard<std::mutex> held(workerMutex());
   if (_data->worker) {
-    return;
+    return {};
   }
   _data->queue.resume();
   try {
     _data->worker = std::make_unique<std::thread>([this] { _work(); });
   } catch (const std::system_error& error) {
-    OSG_WARN << "The worker of the file manager cannot be started: " << error.what() << std::endl;
+    return error.code();
+  } catch (const std::bad_alloc&) {
+    return std::make_error_code(std::errc::not_enough_memory);
   }
+  return {};
 }
 
 void FileManager::stopWorker() {

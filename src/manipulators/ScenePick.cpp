@@ -28,9 +28,7 @@ float pickSceneDepthPoint(const PickFrame& frame, int x, int y, osg::Vec3d& poin
   }
   const int column = wholePixel(x - frame.origin().x());
   const int row = wholePixel(y - frame.origin().y());
-  const DepthImage image = frame.depths();
-  tellIfOffset(image);
-  const std::optional<float> found = sceneDepth(image, column, row);
+  const std::optional<float> found = sceneDepth(frame.depths(), column, row);
   if (!found) {
     return 0.0f;
   }
@@ -66,6 +64,7 @@ DepthImage PickFrame::depths() const {
   if (_buffer) {
     DepthImage image{_buffer->getDepthBuffer(), 0, 0, 0, 0};
     _buffer->getViewPort(image.x, image.y, image.width, image.height);
+    tellIfOffset(image);
     return image;
   }
   return _snapshot ? DepthImage{_snapshot->depths, 0, 0, _snapshot->region.width, _snapshot->region.height}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QuorOsgUtils/FrameSnapshot.h>
+
 #include <osg/Camera>
 #include <osg/Geometry>
 #include <osg/Group>
@@ -36,6 +38,20 @@ struct IdentifiedQuad {
 osg::ref_ptr<osg::Geometry> createNode(const IdentifiedQuad& quad);
 /// The same without a program or identifiers: an overlay.
 osg::ref_ptr<osg::Geometry> createOverlay(const IdentifiedQuad& quad);
+
+/// An initial draw callback that changes the camera's viewport between the cull and the draw, as the event thread may.
+class LateViewport : public osg::Camera::DrawCallback {
+ public:
+  explicit LateViewport(const QuorOsgUtils::PixelRectangle& viewport) : _viewport(viewport) {}
+
+  void operator()(osg::RenderInfo& renderInfo) const override {
+    renderInfo.getCurrentCamera()->setViewport(_viewport.x, _viewport.y, _viewport.width, _viewport.height);
+  }
+  using osg::Camera::DrawCallback::operator();
+
+ private:
+  QuorOsgUtils::PixelRectangle _viewport;
+};
 
 /// A viewer on an off-screen context in a threading model. Add to the scene, set up the camera, then `draw`.
 class OffscreenViewer {

@@ -2,6 +2,7 @@
 
 #include <QuorOsgUtils/CapturedCamera.h>
 
+#include <osg/ColorMaski>
 #include <osg/FrameBufferObject>
 #include <osg/GLExtensions>
 #include <osg/Texture2D>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 
 namespace {
@@ -162,6 +164,22 @@ TEST_P(CapturedCameraGLTest, aViewportAwayFromTheOriginIsDrawnAndShownInItsPlace
   EXPECT_EQ(countOf(kGreen, 0, 0, 0, kWidth, kHeight), kWidth * kHeight - 60 * 40);
 }
 
+TEST_P(CapturedCameraGLTest, aFrameIsShownInTheViewportThatItWasCulledWith) {
+  _offscreen->scene().addChild(createNode(kEverywhere));
+  const osg::ref_ptr<osg::Camera> later = new osg::Camera;
+  later->setRenderOrder(osg::Camera::POST_RENDER);
+  later->setClearMask(0);
+  later->addChild(createOverlay(kEverywhere));
+  _offscreen->scene().addChild(later);
+  _offscreen->draw();
+  fillFrameBuffer(0, 0.0f, 1.0f, 0.0f);
+  camera().setViewport(30, 20, 60, 40);
+  camera().setInitialDrawCallback(new LateViewport({0, 0, 20, 30}));
+  _offscreen->draw();
+  EXPECT_EQ(countOf(kRed, 0, 30, 20, 60, 40), 60 * 40);
+  EXPECT_EQ(countOf(kGreen, 0, 0, 0, kWidth, kHeight), kWidth * kHeight - 60 * 40);
+}
+
 TEST_P(CapturedCameraGLTest, drawsIntoTheDefaultFrameBufferObjectOfTheContextAndRestoresIt) {
   _offscreen->scene().addChild(createNode(kEverywhere));
   const osg::ref_ptr<osg::FrameBufferObject> own = useOwnDefault(kWidth, kHeight);
@@ -201,6 +219,35 @@ TEST_P(CapturedCameraGLTest, anOverlayIsVisibleAndLeavesTheIdentifiersBehindIt) 
   _offscreen->scene().removeChild(overlay);
   _offscreen->draw();
   EXPECT_EQ(countOf(kRed, 0, 0, 0, kWidth, kHeight), kWidth * kHeight) << "masks of the overlay stay behind";
+}
+
+/// Of the colour writes of an attachment.
+std::array<GLboolean, 4> writesTo(GLuint attachment) {
+  void(GL_APIENTRY * query)(GLenum name, GLuint index, GLboolean * values) = nullptr;
+  osg::setGLExtensionFuncPtr(query, "glGetBooleani_v");
+  std::array<GLboolean, 4> writes{};
+  query(GL_COLOR_WRITEMASK, attachment, writes.data());
+  return writes;
+}
+
+/// The application's nodes may have masks of OpenSceneGraph itself.
+TEST_P(CapturedCameraGLTest, allColourWritesAreEnabledAfterAFrameWhoseLastNodeMasksAttachments) {
+  for (const bool isPlain : {false, true}) {
+    const osg::ref_ptr<osg::Geometry> overlay = createOverlay(kSmallWall);
+    osg::StateSet& state = *overlay->getOrCreateStateSet();
+    state.setRenderBinDetails(10, "RenderBin");
+    for (unsigned int attachment = 1; isPlain && attachment <= 4; ++attachment) {
+      state.setAttribute(new osg::ColorMaski(attachment, false, false, false, false));
+    }
+    _offscreen->scene().removeChildren(0, _offscreen->scene().getNumChildren());
+    _offscreen->scene().addChild(createNode(kEverywhere));
+    _offscreen->scene().addChild(overlay);
+    _offscreen->draw();
+    _offscreen->makeCurrent();
+    for (GLuint attachment = 0; attachment <= 4; ++attachment) {
+      EXPECT_EQ(writesTo(attachment), (std::array<GLboolean, 4>{GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE})) << attachment;
+    }
+  }
 }
 
 TEST_P(CapturedCameraGLTest, aPostRenderCameraIsShownButNotCaptured) {

@@ -4,12 +4,14 @@
 
 #include <QuorOsgUtils/CapturedCamera.h>
 #include <QuorOsgUtils/SnapshotCaptureTool.h>
+#include <QuorOsgUtils/SnapshotPick.h>
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cmath>
 #include <memory>
+#include <optional>
 #include <thread>
 
 namespace QuorTests {
@@ -80,6 +82,21 @@ class PlaneFixture : public testing::Test {
       }
     }
     return misses;
+  }
+
+  /// How many picks in some pixels of the region differ from the position that the shader wrote for them.
+  static int wrongPicksOf(const QuorOsgUtils::FrameSnapshot& frame) {
+    const QuorOsgUtils::PixelRectangle& region = frame.region;
+    int wrong = 0;
+    for (int y = region.y + 3; y < region.y + region.height; y += 13) {
+      for (int x = region.x + 3; x < region.x + region.width; x += 17) {
+        const float* position = &frame.itemFloats[*frame.pixelAt(x, y) * 4];
+        const osg::Vec3d written(position[0], position[1], position[2]);
+        const std::optional<osg::Vec3d> picked = worldAt(frame, x, y);
+        wrong += !picked || (*picked - written).length() > 3.0 * kTolerance;
+      }
+    }
+    return wrong;
   }
 
   std::unique_ptr<OffscreenViewer> _offscreen;

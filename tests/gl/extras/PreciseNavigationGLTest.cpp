@@ -1,8 +1,10 @@
 #include "support/CapturedManipulatorFixture.h"
+#include "support/NotifyRecorder.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string>
 #include <vector>
 
 namespace {
@@ -111,6 +113,19 @@ TEST_F(PreciseOrbitGLTest, aNotchTakesAShareOfTheDistanceToTheSceneUnderThePoint
   EXPECT_NEAR((eye() - (target + (before - target) * (1.0 - kShare))).length(), 0.0, 0.1);
   EXPECT_LT(pixelsFrom(target, 600.0, 200.0), 1.0);
   expectNear(viewDirection(), osg::Vec3d(0.0, 1.0, 0.0), 1e-12);
+}
+
+TEST_F(PreciseOrbitGLTest, aPlainCaptureToolAwayFromTheOriginIsReportedOnce) {
+  camera().setViewport(100, 50, kWidth - 100, kHeight - 50);
+  show({kBigWall});
+  const NotifyRecorder recorder(osg::WARN);
+  for (int press = 0; press < 3; ++press) {
+    push(kRight, 400.0, 300.0);
+    release(kRight, 400.0, 300.0);
+  }
+  ASSERT_EQ(recorder.entries().size(), 1U);
+  EXPECT_NE(recorder.entries()[0].text.find("does not start at (0, 0). Use a CapturedCamera and a ViewManipulator"),
+            std::string::npos);
 }
 
 TEST_F(PreciseOrbitGLTest, manyNotchesConvergeOnTheSceneAndDoNotPassIt) {

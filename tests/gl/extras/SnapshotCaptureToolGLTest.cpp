@@ -155,6 +155,34 @@ TEST_P(SnapshotCaptureToolGLTest, aViewportAwayFromTheOriginIsCapturedAtItsPixel
   EXPECT_EQ(missesOf(*frame), 0);
 }
 
+TEST_P(SnapshotCaptureToolGLTest, aViewportPartlyOutsideTheWindowIsKeptWholeAndPicksInTheRestAreExact) {
+  for (const PixelRectangle& viewport : {PixelRectangle{-40, 0, kWidth, kHeight}, PixelRectangle{-40, -30, 110, 90}}) {
+    camera().setViewport(viewport.x, viewport.y, viewport.width, viewport.height);
+    _offscreen->draw();
+    const osg::ref_ptr<const FrameSnapshot> frame = tool().latest();
+    ASSERT_TRUE(frame);
+    EXPECT_EQ(frame->viewport, viewport);
+    EXPECT_EQ(frame->region, (PixelRectangle{0, 0, viewport.width + viewport.x, viewport.height + viewport.y}));
+    EXPECT_EQ(wrongPicksOf(*frame), 0);
+  }
+}
+
+TEST_P(SnapshotCaptureToolGLTest, aViewportChangedBetweenCullAndDrawIsThatOfTheNextFrame) {
+  for (const PixelRectangle& next : {PixelRectangle{0, 0, kWidth / 2, kHeight / 3},
+                                     PixelRectangle{0, 0, 2 * kWidth, 2 * kHeight}, PixelRectangle{90, 30, 70, 85}}) {
+    camera().setViewport(0, 0, kWidth, kHeight);
+    camera().setInitialDrawCallback(new LateViewport(next));
+    _offscreen->draw();
+    EXPECT_EQ(tool().latest()->viewport, (PixelRectangle{0, 0, kWidth, kHeight}));
+    EXPECT_EQ(tool().latest()->region, (PixelRectangle{0, 0, kWidth, kHeight}));
+    EXPECT_EQ(wrongPicksOf(*tool().latest()), 0);
+    camera().setInitialDrawCallback(nullptr);
+    _offscreen->draw();
+    EXPECT_EQ(tool().latest()->viewport, next);
+    EXPECT_EQ(wrongPicksOf(*tool().latest()), 0);
+  }
+}
+
 TEST_P(SnapshotCaptureToolGLTest, anEmptySceneIsCapturedInTheViewportOfTheCamera) {
   _offscreen->scene().removeChildren(0, 1);
   for (const PixelRectangle& viewport : {PixelRectangle{0, 0, 1000, 700}, PixelRectangle{300, 200, 60, 40}}) {
@@ -358,6 +386,15 @@ TEST_P(SnapshotCaptureToolGLTest, aRequestForAnImageIsServedOnce) {
   }
 }
 
+TEST_P(SnapshotCaptureToolGLTest, anImageOfAViewportPartlyOutsideTheWindowHasThePixelsInTheWindow) {
+  camera().setViewport(-40, -30, kWidth, kHeight);
+  const osg::ref_ptr<ColourOp> op = new ColourOp;
+  op->invalidate();
+  tool().setCaptureOp(op);
+  _offscreen->draw();
+  EXPECT_EQ(op->size, (std::array<int, 2>{kWidth - 40, kHeight - 30}));
+}
+
 /// The pointer presses the manipulator in the viewer, with real events.
 class SnapshotManipulatorGLTest : public SnapshotCaptureToolGLTest {
  protected:
@@ -407,7 +444,7 @@ class SquareManipulatorGLTest : public SnapshotManipulatorGLTest {
 };
 
 TEST_P(SquareManipulatorGLTest, theOrbitCentreIsInTheMiddleOfAViewportAwayFromTheOrigin) {
-  for (const int left : {0, 60}) {
+  for (const int left : {0, 60, -40}) {
     camera().setViewport(left, left / 2, 100, 90);
     _offscreen->draw();
     EXPECT_LT((press<SPointCloudManipulator>(left + 50, 45)->getCenter() - osg::Vec3d(0.0, 10.0, 0.0)).length(), 0.1);
