@@ -18,17 +18,24 @@ files() {
 
 remove() { quietly apt-get purge -y $packages; }
 
-# Dependencies are installed before the list of files is made. They are not needed after the removal, but stay.
 install_packages() { quietly apt-get install -y --no-install-recommends ./*.deb; }
+
+# What the packages depend on, except each other, as one field of dependencies.
+dependencies() {
+  local file
+  for file in ./*.deb; do dpkg-deb -f "$file" Depends; done |
+    sed 's/, */\n/g' | grep -vE "^($(paste -sd '|' <<<"$packages"))( |$)" | sort -u | paste -sd ','
+}
+
+# Installs everything but the packages, so that the list of files that follows contains nothing of theirs.
 prepare() {
   echo force-unsafe-io >/etc/dpkg/dpkg.cfg.d/quor # this system does not have to survive a power failure
   quietly apt-get update
   quietly apt-get install -y --no-install-recommends xvfb xauth xdotool x11-apps libgl1-mesa-dri fonts-dejavu-core \
     shared-mime-info desktop-file-utils libglib2.0-bin g++ make cmake pkg-config \
     qtbase5-dev # for the example with a widget
+  quietly apt-get satisfy -y --no-install-recommends "$(dependencies)"
   useradd --create-home surveyor
-  install_packages
-  remove
 }
 
 as_user() { su surveyor -c "cd && LIBGL_ALWAYS_SOFTWARE=1 $*"; }
