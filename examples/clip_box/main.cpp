@@ -79,7 +79,6 @@ int main(int argc, char** argv) {
     print(change.isCancelled ? "cancelled" : "dragged", change.after);
   };
   keys->control->setListener(listener);
-  print("start", keys->control->state());
 
   const osg::ref_ptr<osg::Group> scene = new osg::Group;
   scene->addChild(clip);
@@ -93,6 +92,9 @@ int main(int argc, char** argv) {
   viewer.home();
   viewer.addEventHandler(keys);
   for (int frame = 0; !viewer.done() && (argc < 2 || frame < std::atoi(argv[1])); ++frame) {
+    if (frame == 1) {  // the first one has been drawn
+      print("start", keys->control->state());
+    }
     viewer.frame();
   }
   return 0;
