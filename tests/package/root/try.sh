@@ -118,6 +118,15 @@ try_examples() {
     build "copied-$name" "copied/$name"
   done
 }
+# Runs those whose output is known: see examples.txt.
+run_examples() {
+  local name expected argument
+  while IFS='|' read -r name expected argument; do
+    say "runs: $name"
+    on_display "/quor/build/copied-$name/quor_$name" "$argument" </dev/null >log 2>&1 || { cat log >&2; fail "the example $name fails"; }
+    contains -E -- "$expected" <log || { cat log >&2; fail "the example $name prints something else than '$expected'"; }
+  done <examples.txt
+}
 links_to_shared() { ldd "/quor/build/$1/consumer" | contains libquor_osg_utils; }
 
 mkdir -p pictures
@@ -133,6 +142,7 @@ try_menu "" bundled
 try_menu /home/surveyor/town.las town
 try_consumers
 try_examples
+run_examples
 [ -s /usr/share/doc/quor_osg_utils/README.md ] && [ -d /usr/share/doc/quor_osg_utils/docs ] || fail "the documentation is not installed"
 say "removes the packages"
 remove
