@@ -111,9 +111,9 @@ try_consumers() {
 try_examples() {
   local folder name
   mkdir copied
-  for folder in /usr/share/quor_osg_utils/examples/*/; do
-    name=${folder%/}
-    name=${name##*/}
+  for folder in /usr/share/quor_osg_utils/examples/*/CMakeLists.txt; do
+    folder=${folder%/*}
+    name=${folder##*/}
     cp -r "$folder" copied
     build "copied-$name" "copied/$name"
   done
