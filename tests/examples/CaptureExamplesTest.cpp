@@ -159,7 +159,7 @@ TEST_F(CaptureExamplesTest, clipBoxSetsTypedExtentsAndUndoesThem) {
   _window.type("2.5");
   _window.key("Return");
   ASSERT_TRUE(waitFor("typed: box from -6 -11 -8 to 2.5 11 4")) << _output;
-  EXPECT_TRUE(findTitle("x -6 to 2.5. y -11 to 11 z -8 to 4"));  // a mark at the selected field
+  EXPECT_TRUE(findTitle("x -6 to .2.5 y -11 to 11 z -8 to 4"));  // a mark at the selected field
   _window.key("minus");
   _window.type("7");  // lower than the lowest x
   _window.key("Return");
