@@ -33,7 +33,7 @@ prepare() {
   quietly apt-get update
   quietly apt-get install -y --no-install-recommends xvfb xauth xdotool x11-apps libgl1-mesa-dri fonts-dejavu-core \
     shared-mime-info desktop-file-utils libglib2.0-bin g++ make cmake pkg-config \
-    qtbase5-dev # for the example with a widget
+    qtbase5-dev python3-minimal libpython3-stdlib # for the example with a widget, and for the links
   quietly apt-get satisfy -y --no-install-recommends "$(dependencies)"
   useradd --create-home surveyor
 }
@@ -143,7 +143,8 @@ try_menu /home/surveyor/town.las town
 try_consumers
 try_examples
 run_examples
-[ -s /usr/share/doc/quor_osg_utils/README.md ] && [ -d /usr/share/doc/quor_osg_utils/docs ] || fail "the documentation is not installed"
+[ -s /usr/share/doc/quor_osg_utils/html/index.html ] || fail "the documentation is not installed"
+python3 -B check_links.py /usr/share/doc/quor_osg_utils || fail "links of the documentation lead nowhere"
 say "removes the packages"
 remove
 files >after
