@@ -46,8 +46,7 @@ foreach(library IN LISTS libraries)
   quor_install_pkgconfig(${library} ${type})
 endforeach()
 
-install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/quor_osg_utils COMPONENT development)
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/quor_osg_utils COMPONENT development)
+include(QuorInstallDocuments)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/quor_osg_utils COMPONENT development PATTERN ".*" EXCLUDE)
 
 if(QUOR_BUILD_VIEWER)

@@ -3,8 +3,8 @@
 # on_display COMMAND...: without access control, because each server has its own key.
 on_display() { xvfb-run -a -s '-screen 0 1920x1200x24 -ac -noreset -nolisten tcp' "$@"; }
 
-# on_displays COMMAND...: with several displays, which QUOR_DISPLAYS names. Tests with windows mostly wait, and each waits for
-# a display of its own.
+# on_displays COMMAND...: with several displays, which QUOR_DISPLAYS names. Tests that use the pointer mostly wait, and each
+# waits for a display of its own. DISPLAY is one more, for the windows of all other tests.
 display_count=3
 on_displays() { QUOR_DISPLAYS= with_displays $display_count "$@"; }
 with_displays() {
@@ -12,7 +12,7 @@ with_displays() {
   shift
   export QUOR_DISPLAYS
   if [ "$missing" -eq 0 ]; then
-    "$@"
+    on_display "$@"
   else
     on_display bash -c '. scripts/displays.sh; QUOR_DISPLAYS+=" $DISPLAY" with_displays "$@"' -- $((missing - 1)) "$@"
   fi

@@ -20,7 +20,9 @@ LDFLAGS=$(dpkg-buildflags --get LDFLAGS)
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct 2>/dev/null || date +%s)
 export CXXFLAGS LDFLAGS SOURCE_DATE_EPOCH
 
-cmake --preset package -B "$folder" ${QUOR_PACKAGE_OPTIONS:-} >/dev/null || fail "CMake failed to configure the preset 'package'"
+scripts/docs.sh
+cmake --preset package -B "$folder" -DQUOR_DOCUMENTATION="$PWD/build/docs/html" ${QUOR_PACKAGE_OPTIONS:-} >/dev/null ||
+  fail "CMake failed to configure the preset 'package'"
 cmake --build "$folder"
 rm -f "$folder"/*.deb "$folder"/*.tar.gz
 (cd "$folder" && cpack >/dev/null) || fail "cpack failed"

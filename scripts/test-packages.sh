@@ -41,7 +41,7 @@ try_release() {
   trap remove_root EXIT
   create_root "$codename"
   as_root mkdir "$root/quor"
-  as_root cp build/package/*.deb tests/package/root/try.sh "$root/quor"
+  as_root cp build/package/*.deb tests/package/root/try.sh tests/package/examples.txt scripts/check_links.py "$root/quor"
   as_root cp -r tests/package/consumer "$root/quor"
   inside bash /quor/try.sh || fail "the packages fail on $codename"
   rm -rf "$results"

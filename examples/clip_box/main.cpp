@@ -1,20 +1,16 @@
-// Clip box: drag the handles of a box that cuts a ball of points; each drag prints the numeric state. Keys: U undoes,
-// S, M and T select resizing, moving and rotating, Escape cancels a drag. A number limits the frames.
-#include <QuorOsgUtils/ClipBoxControl.h>
+// Clip box: drag the handles of a box that cuts a ball of points, or type its extents; each change prints the numeric
+// state. Escape cancels a drag, U undoes a change. A number limits the frames.
+#include "BoxEditor.h"
+
 #include <QuorOsgUtils/ClipShader.h>
 
 #include <osg/Geometry>
 #include <osg/Program>
-#include <osg/io_utils>
 #include <osgGA/OrbitManipulator>
 #include <osgViewer/Viewer>
 
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
-#include <iomanip>
-#include <iostream>
-#include <vector>
 
 namespace {
 using namespace QuorOsgUtils;
@@ -44,46 +40,18 @@ osg::ref_ptr<osg::Node> createBall() {
   ball->getOrCreateStateSet()->setAttribute(program);
   return ball;
 }
-// Plain numbers: 17 digits are read back exactly.
-void print(const char* what, const ClipBoxState& state) {
-  const double* const rotation = state.rotation._v;
-  std::cout << std::setprecision(17) << what << ": box from " << state.box._min << " to " << state.box._max
-            << ", rotation " << rotation[0] << ' ' << rotation[1] << ' ' << rotation[2] << ' ' << rotation[3] << '\n';
-}
-
-struct Keys : osgGA::GUIEventHandler {
-  bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& /*aa*/) override {
-    const int key = ea.getEventType() == osgGA::GUIEventAdapter::KEYDOWN ? ea.getKey() : 0;
-    const char* const modes = "tms";  // by CutterType
-    if (key == 'u' && !undo.empty()) {
-      control->setState(undo.back());
-      undo.pop_back();
-      print("undone", control->state());
-    } else if (const char* mode = key != 0 ? std::strchr(modes, key) : nullptr) {
-      control->showHandles(static_cast<ClipBoxControl::CutterType>(mode - modes), 7);
-    }
-    return false;
-  }
-  osg::ref_ptr<ClipBoxControl> control;
-  std::vector<ClipBoxState> undo;
-};
 }  // namespace
+
 int main(int argc, char** argv) {
   const osg::ref_ptr<osg::ClipNode> clip = new osg::ClipNode;
   clip->addChild(createBall());
-  const osg::ref_ptr<Keys> keys = new Keys;
-  keys->control = new ClipBoxControl(osg::BoundingBoxd(-6.0, -11.0, -8.0, 6.0, 11.0, 4.0), clip);
-  ClipBoxListener listener;
-  listener.ended = [keys = keys.get()](const ClipBoxChange& change) {
-    keys->undo.insert(keys->undo.end(), change.isCancelled ? 0 : 1, change.before);
-    print(change.isCancelled ? "cancelled" : "dragged", change.after);
-  };
-  keys->control->setListener(listener);
-  print("start", keys->control->state());
+  const osg::ref_ptr<ClipBoxControl> control =
+      new ClipBoxControl(osg::BoundingBoxd(-6.0, -11.0, -8.0, 6.0, 11.0, 4.0), clip);
+  const osg::ref_ptr<BoxEditor> editor = new BoxEditor(control);
 
   const osg::ref_ptr<osg::Group> scene = new osg::Group;
   scene->addChild(clip);
-  scene->addChild(keys->control);
+  scene->addChild(control);
   osgViewer::Viewer viewer;
   viewer.setUpViewInWindow(50, 50, 1000, 700);
   viewer.setSceneData(scene);
@@ -91,8 +59,11 @@ int main(int argc, char** argv) {
   viewer.setCameraManipulator(new osgGA::OrbitManipulator);
   viewer.getCameraManipulator()->setHomePosition({26.0, -58.0, 32.0}, {}, {0.0, 0.0, 1.0});
   viewer.home();
-  viewer.addEventHandler(keys);
+  viewer.addEventHandler(editor);
   for (int frame = 0; !viewer.done() && (argc < 2 || frame < std::atoi(argv[1])); ++frame) {
+    if (frame == 1) {  // the first one has been drawn
+      editor->print("start");
+    }
     viewer.frame();
   }
   return 0;

@@ -47,6 +47,15 @@ std::vector<ClipShader::Box> boxesAt(double degrees) {
           {low, {}, ClipShader::Keep::Inside},
           {hole, turned, ClipShader::Keep::Outside}};
 }
+
+// The same rule, for picks and for saving.
+void printKept(const ClipShader& clip, const osg::Vec3Array& points) {
+  int kept = 0;
+  for (const osg::Vec3f& point : points) {
+    kept += clip.keeps(point) ? 1 : 0;
+  }
+  std::cout << kept << " of " << points.size() << " points are kept" << std::endl;
+}
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -67,13 +76,6 @@ int main(int argc, char** argv) {
   scene->addChild(cloud);
   scene->addCullCallback(clip);
 
-  // The same rule, for picks and for saving.
-  int kept = 0;
-  for (const osg::Vec3f& point : *points) {
-    kept += clip->keeps(point) ? 1 : 0;
-  }
-  std::cout << kept << " of " << points->size() << " points are kept" << std::endl;
-
   osgViewer::Viewer viewer;
   viewer.setUpViewInWindow(50, 50, 1000, 700);
   viewer.setSceneData(scene);
@@ -81,6 +83,9 @@ int main(int argc, char** argv) {
   viewer.getCameraManipulator()->setHomePosition({130.0, -60.0, 110.0}, {28.0, 28.0, 22.0}, {0.0, 0.0, 1.0});
   viewer.home();
   for (int frame = 0; !viewer.done() && (argc < 2 || frame < std::atoi(argv[1])); ++frame) {
+    if (frame == 1) {  // the first one has been drawn
+      printKept(*clip, *points);
+    }
     clip->setBoxes(boxesAt(0.5 * frame));
     viewer.frame();
   }

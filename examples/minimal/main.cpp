@@ -6,6 +6,8 @@
 #include <osgDB/ReadFile>
 #include <osgViewer/Viewer>
 
+#include <iostream>
+
 namespace {
 
 // Headlight shading, and what a pick shall find: an identifier (0 means nothing), and the position in the file.
@@ -46,6 +48,7 @@ void writeIdentifiers(osg::StateSet& state) {
 int main(int argc, char** argv) {
   osg::ref_ptr<osg::Node> cloud = argc > 1 ? osgDB::readRefNodeFile(argv[1]) : nullptr;
   if (!cloud) {
+    std::cerr << "usage: quor_minimal SCENE, such as examples/data/hills.ply\n";
     return 1;
   }
   writeIdentifiers(*cloud->getOrCreateStateSet());

@@ -80,6 +80,7 @@ class PickHandler : public osgGA::GUIEventHandler {
 int main(int argc, char** argv) {
   osg::ref_ptr<osg::Node> cloud = argc > 1 ? osgDB::readRefNodeFile(argv[1]) : nullptr;
   if (!cloud) {
+    std::cerr << "usage: quor_pick_and_measure SCENE, such as examples/data/hills.ply\n";
     return 1;
   }
   writeIdentifiers(*cloud->getOrCreateStateSet());

@@ -7,8 +7,10 @@
 #include <osg/ShapeDrawable>
 #include <osgViewer/CompositeViewer>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <vector>
 
 namespace {
 constexpr int kWidth = 600, kHeight = 600;
@@ -40,6 +42,7 @@ osg::ref_ptr<osg::Group> createScene() {
 int main(int argc, char** argv) {
   const osg::ref_ptr<osg::Group> scene = createScene();
   osgViewer::CompositeViewer viewer;
+  std::vector<const QuorOsgUtils::SnapshotCaptureTool*> tools;  // the cameras keep them
   for (int side = 0; side < 2; ++side) {
     const osg::ref_ptr<osgViewer::View> view = new osgViewer::View;
     osg::Camera& camera = *view->getCamera();
@@ -51,6 +54,7 @@ int main(int argc, char** argv) {
     camera.setViewport(side * kWidth, 0, kWidth, kHeight);
     camera.setProjectionMatrixAsPerspective(40.0, 1.0, 1.0, 1000.0);
     const QuorOsgUtils::CapturedCamera captured(camera);
+    tools.push_back(&captured.tool());
     view->setSceneData(scene);
     const osg::Vec3d eye = side == 0 ? osg::Vec3d(12.0, -45.0, 25.0) : osg::Vec3d(60.0, 12.0, 30.0);
     view->setCameraManipulator(new QuorOsgUtils::ViewOrbitManipulator);
@@ -62,6 +66,8 @@ int main(int argc, char** argv) {
   while (!viewer.done() && (argc < 2 || frames++ < std::atoi(argv[1]))) {
     viewer.frame();
   }
-  std::cout << "captured " << viewer.getNumViews() << " views" << std::endl;
+  const auto captured =
+      std::count_if(tools.begin(), tools.end(), [](const auto* tool) { return tool->latest().valid(); });
+  std::cout << "captured " << captured << " views" << std::endl;
   return 0;
 }

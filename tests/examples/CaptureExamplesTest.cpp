@@ -40,13 +40,32 @@ class CaptureExamplesTest : public FilesFixture {
     _program = std::make_unique<ChildProgram>(QUOR_EXAMPLES_FOLDER "/" + name, arguments);
   }
 
-  bool findWindow() {
+  bool findTitle(const std::string& title) {
     const auto end = Clock::now() + 30s;
-    while (!_window.find("") && Clock::now() < end) {
+    bool found = _window.find(title);
+    while (!found && Clock::now() < end) {
+      std::this_thread::sleep_for(50ms);
+      found = _window.find(title);
+    }
+    return found;
+  }
+
+  /// Whether the middle of the window shows something else than its background.
+  bool showsScene() const {
+    const ScreenRectangle place = _window.rectangle();
+    return _window.colourAt(place.width / 2, place.height / 2) != _window.colourAt(5, 5);
+  }
+
+  /// Finds the window, and waits until its scene is drawn.
+  bool findWindow() {
+    if (!findTitle("")) {
+      return false;
+    }
+    const auto end = Clock::now() + 30s;
+    while (!showsScene() && Clock::now() < end) {
       std::this_thread::sleep_for(50ms);
     }
-    std::this_thread::sleep_for(500ms);  // until the first frames are drawn
-    return _window.rectangle().width > 0;
+    return showsScene();
   }
 
   /// Waits for output that contains the text. False if it does not come in time.
@@ -114,13 +133,47 @@ TEST_F(CaptureExamplesTest, imageSavesTheViewWhileNothingElseIsDrawn) {
   EXPECT_EQ(image->getColor(320U, 240U), osg::Vec4(1.0f, 0.0f, 0.0f, 1.0f));
   ASSERT_TRUE(findWindow());
   _window.movePointer(320, 240);
+
+  _output.clear();
+  _window.key("i");
+  ASSERT_TRUE(waitFor("saved to " + picture)) << "the key saves it again; " << _output;
   _window.key("Escape");
   EXPECT_EQ(exitStatus(), 0) << _output;
 }
 
-TEST_F(CaptureExamplesTest, minimalFailsWithoutAFile) {
-  start("quor_minimal", {});
-  EXPECT_EQ(exitStatus(), 1);
+TEST_F(CaptureExamplesTest, examplesThatNeedAFilePrintTheirUsageWithoutOne) {
+  for (const std::string name : {"quor_minimal", "quor_pick_and_measure", "quor_image"}) {
+    _output.clear();
+    start(name, {});
+    EXPECT_TRUE(waitFor("usage: " + name + " SCENE")) << _output;
+    EXPECT_EQ(exitStatus(), 1) << name;
+  }
+}
+
+TEST_F(CaptureExamplesTest, minimalShowsTheSceneBesideTheExamples) {
+  start("quor_minimal", {QUOR_EXAMPLES_SOURCES "/data/hills.ply"});
+  ASSERT_TRUE(findWindow());
+  _window.movePointer(640, 360);
+  _window.key("Escape");
+  EXPECT_EQ(exitStatus(), 0) << _output;
+}
+
+TEST_F(CaptureExamplesTest, clipBoxSetsTypedExtentsAndUndoesThem) {
+  start("quor_clip_box", {});
+  ASSERT_TRUE(waitFor("start: box from -6 -11 -8 to 6 11 4")) << _output;
+  ASSERT_TRUE(findTitle("x .-6 to 6 y -11 to 11 z -8 to 4"));  // a mark at the selected field
+  _window.movePointer(500, 350);
+  _window.key("Tab");
+  _window.type("2.5");
+  _window.key("Return");
+  ASSERT_TRUE(waitFor("typed: box from -6 -11 -8 to 2.5 11 4")) << _output;
+  EXPECT_TRUE(findTitle("x -6 to .2.5 y -11 to 11 z -8 to 4"));
+  _window.key("minus");
+  _window.type("7");  // lower than the lowest x
+  _window.key("Return");
+  ASSERT_TRUE(waitFor("refused: box from -6 -11 -8 to 2.5 11 4")) << _output;
+  _window.key("u");
+  EXPECT_TRUE(waitFor("undone: box from -6 -11 -8 to 6 11 4")) << _output;
 }
 
 }  // namespace

@@ -18,17 +18,24 @@ files() {
 
 remove() { quietly apt-get purge -y $packages; }
 
-# Dependencies are installed before the list of files is made. They are not needed after the removal, but stay.
 install_packages() { quietly apt-get install -y --no-install-recommends ./*.deb; }
+
+# What the packages depend on, except each other, as one field of dependencies.
+dependencies() {
+  local file
+  for file in ./*.deb; do dpkg-deb -f "$file" Depends; done |
+    sed 's/, */\n/g' | grep -vE "^($(paste -sd '|' <<<"$packages"))( |$)" | sort -u | paste -sd ','
+}
+
+# Installs everything but the packages, so that the list of files that follows contains nothing of theirs.
 prepare() {
   echo force-unsafe-io >/etc/dpkg/dpkg.cfg.d/quor # this system does not have to survive a power failure
   quietly apt-get update
   quietly apt-get install -y --no-install-recommends xvfb xauth xdotool x11-apps libgl1-mesa-dri fonts-dejavu-core \
     shared-mime-info desktop-file-utils libglib2.0-bin g++ make cmake pkg-config \
-    qtbase5-dev # for the example with a widget
+    qtbase5-dev python3-minimal libpython3-stdlib # for the example with a widget, and for the links
+  quietly apt-get satisfy -y --no-install-recommends "$(dependencies)"
   useradd --create-home surveyor
-  install_packages
-  remove
 }
 
 as_user() { su surveyor -c "cd && LIBGL_ALWAYS_SOFTWARE=1 $*"; }
@@ -104,12 +111,21 @@ try_consumers() {
 try_examples() {
   local folder name
   mkdir copied
-  for folder in /usr/share/quor_osg_utils/examples/*/; do
-    name=${folder%/}
-    name=${name##*/}
+  for folder in /usr/share/quor_osg_utils/examples/*/CMakeLists.txt; do
+    folder=${folder%/*}
+    name=${folder##*/}
     cp -r "$folder" copied
     build "copied-$name" "copied/$name"
   done
+}
+# Runs those whose output is known: see examples.txt.
+run_examples() {
+  local name expected argument
+  while IFS='|' read -r name expected argument; do
+    say "runs: $name"
+    on_display "/quor/build/copied-$name/quor_$name" "$argument" </dev/null >log 2>&1 || { cat log >&2; fail "the example $name fails"; }
+    contains -E -- "$expected" <log || { cat log >&2; fail "the example $name prints something else than '$expected'"; }
+  done <examples.txt
 }
 links_to_shared() { ldd "/quor/build/$1/consumer" | contains libquor_osg_utils; }
 
@@ -126,7 +142,9 @@ try_menu "" bundled
 try_menu /home/surveyor/town.las town
 try_consumers
 try_examples
-[ -s /usr/share/doc/quor_osg_utils/README.md ] && [ -d /usr/share/doc/quor_osg_utils/docs ] || fail "the documentation is not installed"
+run_examples
+[ -s /usr/share/doc/quor_osg_utils/html/index.html ] || fail "the documentation is not installed"
+python3 -B check_links.py /usr/share/doc/quor_osg_utils || fail "links of the documentation lead nowhere"
 say "removes the packages"
 remove
 files >after

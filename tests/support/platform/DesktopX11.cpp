@@ -101,7 +101,13 @@ KeyboardLayout::~KeyboardLayout() {
 }
 
 bool RemoteWindow::find(const std::string& title) {
-  std::istringstream(outputOf("xdotool search --onlyvisible --name '^" + title + "' 2>/dev/null")) >> _window;
+  // The title "" is also found at the root window.
+  const std::string root = std::to_string(DefaultRootWindow(display()));
+  std::istringstream found(outputOf("xdotool search --onlyvisible --name '^" + title + "' 2>/dev/null"));
+  _window.clear();
+  for (std::string each; _window.empty() && found >> each;) {
+    _window = each != root ? each : "";
+  }
   return !_window.empty();
 }
 
