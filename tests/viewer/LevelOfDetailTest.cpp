@@ -1,10 +1,11 @@
 #include "tests/viewer/SyntheticTree.h"
 #include "tests/viewer/TreeCamera.h"
 #include "viewer/session/LevelOfDetail.h"
+#include "viewer/session/WatchedTree.h"
 
 #include <osg/Geometry>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <atomic>
 #include <chrono>
@@ -13,6 +14,7 @@
 #include <memory>
 #include <new>
 #include <set>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -22,24 +24,26 @@ namespace {
 using namespace QuorTests;
 using namespace QuorViewer;
 using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr std::uint64_t kMemoryBytes = std::uint64_t{1} << 30U;
 constexpr std::uint64_t kMostPoints = kMemoryBytes / LevelOfDetail::kBytesPerPoint;
 
-/// A tree in memory, whose points are rows at the bottom of their cubes. Counts what is read. Nothing can be read while
-/// the memory is full.
+/// What happens when a node is read.
+enum class Reading { Succeeds, HasNoMemory, FindsAChange, FindsDamage };
+
+/// A tree in memory, whose points are rows at the bottom of their cubes. Counts what is read.
 class TreeInMemory : public PointTree {
  public:
-  TreeInMemory(SyntheticTree tree, std::atomic<int>& reads, const std::atomic<bool>& isFull)
-      : _tree(std::move(tree)), _reads(reads), _isFull(isFull) {}
+  TreeInMemory(SyntheticTree tree, std::atomic<int>& reads, const std::atomic<Reading>& reading)
+      : _tree(std::move(tree)), _reads(reads), _reading(reading) {}
 
   const TreeInfo& info() const override { return _tree.info; }
   const std::vector<TreeNode>& nodes() const override { return _tree.nodes; }
   NodePoints read(std::uint32_t node) override {
     ++_reads;
-    if (_isFull) {
-      throw std::bad_alloc();
-    }
+    _failAsToldTo();
     const unsigned int count = _tree.nodes[node].pointCount;
     const auto step = static_cast<float>(_tree.info.cube.sizeAt(_tree.nodes[node].key.level) / count);
     NodePoints points;
@@ -58,9 +62,22 @@ class TreeInMemory : public PointTree {
   std::unique_ptr<PointTree> clone() const override { return std::make_unique<TreeInMemory>(*this); }
 
  private:
+  void _failAsToldTo() const {
+    switch (_reading) {
+      case Reading::Succeeds:
+        return;
+      case Reading::HasNoMemory:
+        throw std::bad_alloc();
+      case Reading::FindsAChange:
+        throw ScanChanged("another file");
+      case Reading::FindsDamage:
+        throw ScanError("a wrong byte");
+    }
+  }
+
   SyntheticTree _tree;
   std::atomic<int>& _reads;
-  const std::atomic<bool>& _isFull;
+  const std::atomic<Reading>& _reading;
 };
 
 /// Levels of detail without a window: frames are prepared, but not drawn.
@@ -70,7 +87,10 @@ class LevelOfDetailTest : public testing::Test {
     _camera->setViewport(0, 0, 1500, 1000);
     _camera->setProjectionMatrix(osg::Matrixd::perspective(kAngleOfViewDegrees, kAspectRatio, 1.0, 1e5));
   }
-  void TearDown() override { _detail.reset(); }
+  void TearDown() override {
+    _detail.reset();
+    EXPECT_THAT(_reports, IsEmpty());
+  }
 
   void create(const FrameBudget& budget, std::uint64_t memoryBytes = kMemoryBytes) {
     const LevelOfDetail::Dependencies dependencies = {
@@ -79,12 +99,16 @@ class LevelOfDetailTest : public testing::Test {
           parent->removeChild(child);
           ++_removed;
         },
-        [](unsigned int /*scan*/, const std::string& error) { ADD_FAILURE() << error; },
-        [](const std::string& error) { ADD_FAILURE() << error; }};
+        [this](unsigned int scan, const std::string& error) { report("damaged", scan, error); },
+        [this](unsigned int scan, const std::string& change) { report("changed", scan, change); },
+        [this](const std::string& error) { _reports.insert(error); }};
     _detail = std::make_unique<LevelOfDetail>(memoryBytes, budget, dependencies);
   }
+  void report(const std::string& what, unsigned int scan, const std::string& text) {
+    _reports.insert(what + " scan " + std::to_string(scan) + ": " + text);
+  }
   void open(unsigned int scan, SyntheticTree tree) {
-    _detail->open(scan, std::make_unique<TreeInMemory>(std::move(tree), _reads, _isMemoryFull), {});
+    _detail->open(scan, std::make_unique<TreeInMemory>(std::move(tree), _reads, _reading), {});
   }
   void look(const osg::Vec3d& eye, const osg::Vec3d& target) {
     _camera->setViewMatrixAsLookAt(eye, target, {0.0, 0.0, 1.0});
@@ -137,7 +161,8 @@ class LevelOfDetailTest : public testing::Test {
 
   PointCloud _cloud;
   std::atomic<int> _reads{0};
-  std::atomic<bool> _isMemoryFull{false};
+  std::atomic<Reading> _reading{Reading::Succeeds};
+  std::multiset<std::string> _reports;
   int _removed = 0;
   osg::ref_ptr<osg::Camera> _camera = new osg::Camera;
   std::unique_ptr<LevelOfDetail> _detail;
@@ -258,12 +283,12 @@ TEST_F(LevelOfDetailTest, nodesThatCouldNotBeReadAheadAreReadWhenTheyAreNeeded) 
   open(1, makeHills({{-256.0, -256.0, -256.0}, 512.0}, 3000, 500, 6));
   look({0.0, -300.0, 150.0}, {0.0, 0.0, 0.0});
   prepareUntilComplete();
-  _isMemoryFull = true;
+  _reading = Reading::HasNoMemory;
   const int before = _reads;
   framesDueUntilIdle();
   EXPECT_GT(_reads, before);
   EXPECT_LE(_reads, before + 16) << "those that were requested already";
-  _isMemoryFull = false;
+  _reading = Reading::Succeeds;
   look({0.0, -300.0, 150.0}, {15.0, 0.0, 0.0});
   prepareUntilComplete();
   const std::uint64_t drawn = _detail->drawnPoints();
@@ -272,6 +297,19 @@ TEST_F(LevelOfDetailTest, nodesThatCouldNotBeReadAheadAreReadWhenTheyAreNeeded) 
   open(1, makeHills({{-256.0, -256.0, -256.0}, 512.0}, 3000, 500, 6));
   prepareUntilComplete();
   EXPECT_EQ(_detail->drawnPoints(), drawn) << "as in a viewer that has always had memory";
+}
+
+TEST_F(LevelOfDetailTest, damageAndChangesAreReportedApart) {
+  for (const auto& [reading, expected] : {std::pair{Reading::FindsDamage, "damaged scan 7: a wrong byte"},
+                                          std::pair{Reading::FindsAChange, "changed scan 7: another file"}}) {
+    create(FrameBudget(kMostPoints, true));
+    open(7, SyntheticTree({{0.0, 0.0, 0.0}, 100.0}, 1.0, 3000));
+    look({125.0, -500.0, 200.0}, {50.0, 50.0, 50.0});
+    _reading = reading;
+    prepare();
+    framesDueUntilIdle();
+    EXPECT_THAT(std::exchange(_reports, {}), ElementsAre(expected));
+  }
 }
 
 TEST_F(LevelOfDetailTest, aScanCanBeClosedWhileItIsReadAhead) {

@@ -131,14 +131,7 @@ void LevelOfDetail::_take(NodeResult result) {
   }
   _reads.erase(read);
   if (!result.points) {
-    _residency.failed(node);
-    _mayReadAhead = _mayReadAhead && !result.read->ahead;
-    if (result.isDamaged) {
-      _dependencies.damaged(node.scan, result.error);
-    } else if (!result.read->ahead && _failedScans.insert(node.scan).second) {
-      _dependencies.failed(result.error);
-    }
-    return;
+    return _takeFailure(result);
   }
   if (!_residency.arrived(node, result.points->positions->size() * kBytesPerPoint)) {
     return;
@@ -147,6 +140,25 @@ void LevelOfDetail::_take(NodeResult result) {
   drawable->setNodeMask(0);
   _trees.at(node.scan).drawables[node.node] = drawable;
   _loadedPoints += result.points->positions->size();
+}
+
+void LevelOfDetail::_takeFailure(const NodeResult& result) {
+  const ScanNode node = result.read->node;
+  _residency.failed(node);
+  _mayReadAhead = _mayReadAhead && !result.read->ahead;
+  switch (result.failure) {
+    case NodeFailure::NoMemory:
+      if (!result.read->ahead && _failedScans.insert(node.scan).second) {
+        _dependencies.failed(result.error);
+      }
+      break;
+    case NodeFailure::Changed:
+      _dependencies.changed(node.scan, result.error);
+      break;
+    case NodeFailure::Damaged:
+      _dependencies.damaged(node.scan, result.error);
+      break;
+  }
 }
 
 void LevelOfDetail::prepareFrame(const osg::Camera& camera, const std::vector<osg::Plane>& clipPlanes) {

@@ -39,8 +39,10 @@ class LevelOfDetail {
   struct Dependencies {
     PointCloud& cloud;                                                 ///< outlives this
     std::function<void(osg::Group* parent, osg::Node* child)> remove;  ///< as `FrameLoop::removePart`
-    /// A node of a scan is damaged, or the scan's file has changed, with a text for the user.
+    /// A node of a scan is damaged, with a text for the user.
     std::function<void(unsigned int scan, const std::string& error)> damaged;
+    /// A node was not read because the scan's file has changed, likewise.
+    std::function<void(unsigned int scan, const std::string& change)> changed;
     /// The first time that there is not enough memory for a node of a scan.
     std::function<void(const std::string& error)> failed;
   };
@@ -120,6 +122,7 @@ class LevelOfDetail {
   /// The spacing of what is drawn in the cubes of drawn nodes.
   void _setSpacings(const std::vector<ScanNode>& drawn);
   void _take(NodeResult result);
+  void _takeFailure(const NodeResult& result);
   std::uint32_t _drawnPointsOf(const ScanNode& node) const;
   const TreeNode& _nodeOf(const ScanNode& node) const { return _trees.at(node.scan).tree->nodes()[node.node]; }
   osg::Node* _drawableOf(const ScanNode& node) const { return _trees.at(node.scan).drawables[node.node]; }

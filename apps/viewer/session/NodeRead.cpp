@@ -1,6 +1,7 @@
 #include "viewer/session/NodeRead.h"
 
 #include "scan/index/EvenOrder.h"
+#include "viewer/session/WatchedTree.h"
 
 #include <exception>
 #include <new>
@@ -22,9 +23,12 @@ NodeResult readNode(std::shared_ptr<const NodeRead> read) {
     }
   } catch (const std::bad_alloc&) {
     result.error = "not enough memory to load more points";
+  } catch (const ScanChanged& change) {
+    result.error = change.what();
+    result.failure = NodeFailure::Changed;
   } catch (const std::exception& error) {
     result.error = error.what();
-    result.isDamaged = true;
+    result.failure = NodeFailure::Damaged;
   }
   return result;
 }

@@ -20,12 +20,19 @@ struct NodeRead {
   bool inEvenOrder = false;       ///< the points are passed through `orderEvenly`
 };
 
+/// Why a node could not be read.
+enum class NodeFailure {
+  NoMemory,
+  Changed,  ///< the scan's file has changed
+  Damaged   ///< the tree cannot be read
+};
+
 /// A node that has been read, or not.
 struct NodeResult {
   std::shared_ptr<const NodeRead> read;
-  std::optional<NodePoints> points;  ///< nothing if the node could not be read
-  std::string error;                 ///< for the user; empty: none
-  bool isDamaged = false;            ///< the tree cannot be read, or the scan's file has changed
+  std::optional<NodePoints> points;             ///< nothing if the node could not be read
+  NodeFailure failure = NodeFailure::NoMemory;  ///< if it could not be read
+  std::string error;                            ///< for the user, likewise
 };
 
 /// Reads a node on the worker.
