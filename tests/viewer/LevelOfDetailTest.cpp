@@ -98,6 +98,7 @@ class LevelOfDetailTest : public testing::Test {
         [this](osg::Group* parent, osg::Node* child) {
           parent->removeChild(child);
           ++_removed;
+          _isFrameRequested = true;
         },
         [this](unsigned int scan, const std::string& error) { report("damaged", scan, error); },
         [this](unsigned int scan, const std::string& change) { report("changed", scan, change); },
@@ -113,7 +114,10 @@ class LevelOfDetailTest : public testing::Test {
   void look(const osg::Vec3d& eye, const osg::Vec3d& target) {
     _camera->setViewMatrixAsLookAt(eye, target, {0.0, 0.0, 1.0});
   }
-  void prepare() { _detail->prepareFrame(*_camera, {}); }
+  void prepare() {
+    _detail->prepareFrame(*_camera, {});
+    _isFrameRequested = false;
+  }
   /// As the viewer does after frames, until a time has passed in which nothing was read. How many frames were due.
   int framesDueUntilIdle(std::chrono::milliseconds idle = 500ms) {
     int frames = 0;
@@ -121,7 +125,7 @@ class LevelOfDetailTest : public testing::Test {
     for (auto end = std::chrono::steady_clock::now() + idle; std::chrono::steady_clock::now() < end;) {
       const bool arrived = _detail->receive();
       const bool freesMemory = _detail->readAhead();
-      if (arrived || freesMemory || _detail->mayRefine()) {
+      if (arrived || freesMemory || _detail->mayRefine() || _isFrameRequested) {
         ++frames;
         prepare();
       }
@@ -164,6 +168,7 @@ class LevelOfDetailTest : public testing::Test {
   std::atomic<Reading> _reading{Reading::Succeeds};
   std::multiset<std::string> _reports;
   int _removed = 0;
+  bool _isFrameRequested = false;  // by the removal of nodes
   osg::ref_ptr<osg::Camera> _camera = new osg::Camera;
   std::unique_ptr<LevelOfDetail> _detail;
 };

@@ -101,6 +101,8 @@ void LevelOfDetail::close(unsigned int scan) {
   for (std::size_t node = 0; node < tree.drawables.size(); ++node) {
     _loadedPoints -= tree.drawables[node] ? tree.tree->nodes()[node].pointCount : 0;
   }
+  const auto isEvicted = [&](const auto& evicted) { return evicted.first == scan; };
+  _evicted.erase(std::remove_if(_evicted.begin(), _evicted.end(), isEvicted), _evicted.end());
   _mayReadAhead = false;
   _wantsAhead = false;
   _residency.forget(scan);
@@ -176,17 +178,20 @@ void LevelOfDetail::prepareFrame(const osg::Camera& camera, const std::vector<os
   _preparedAt = std::chrono::steady_clock::now();
   _wantsAhead = _wantsAhead && !moved;
   _mayReadAhead = true;
-  _replacedAhead = false;
   _select();
   if (_wantsAhead) {
     _wantAhead();
   }
   _carryOut(_residency.update(_wanted));
+  _removeEvicted();
 }
 
 bool LevelOfDetail::readAhead() {
+  if (!_mayReadAhead) {
+    return !_evicted.empty();
+  }
   const bool rests = std::chrono::steady_clock::now() - _preparedAt >= kRest;
-  if (!_mayReadAhead || !rests || !_reads.empty() || isEmpty() || !isComplete()) {
+  if (!rests || !_reads.empty() || isEmpty() || !isComplete()) {
     return false;
   }
   if (!_wantsAhead) {
@@ -195,9 +200,8 @@ bool LevelOfDetail::readAhead() {
   }
   const NodeResidency::Decision& decision = _residency.update(_wanted);
   _carryOut(decision);
-  _replacedAhead = _replacedAhead || !decision.evicted.empty();
   _mayReadAhead = !decision.requests.empty();
-  return !_mayReadAhead && std::exchange(_replacedAhead, false);
+  return !_mayReadAhead && !_evicted.empty();
 }
 
 void LevelOfDetail::_wantAhead() {
@@ -277,9 +281,16 @@ void LevelOfDetail::_cancel(const ScanNode& node) {
 void LevelOfDetail::_evict(const ScanNode& node) {
   Tree& tree = _trees.at(node.scan);
   const osg::ref_ptr<osg::Node> drawable = std::exchange(tree.drawables[node.node], nullptr);
+  drawable->setNodeMask(0);
   tree.uploaded[node.node] = false;
   _loadedPoints -= tree.tree->nodes()[node.node].pointCount;
-  _dependencies.remove(_dependencies.cloud.groupOf(node.scan), drawable);
+  _evicted.emplace_back(node.scan, drawable);
+}
+
+void LevelOfDetail::_removeEvicted() {
+  for (const auto& [scan, drawable] : std::exchange(_evicted, {})) {
+    _dependencies.remove(_dependencies.cloud.groupOf(scan), drawable);
+  }
 }
 
 std::vector<ScanNode> LevelOfDetail::_uploadable(const std::vector<ScanNode>& nodes) {

@@ -23,6 +23,7 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace QuorViewer {
@@ -37,8 +38,9 @@ namespace QuorViewer {
 class LevelOfDetail {
  public:
   struct Dependencies {
-    PointCloud& cloud;                                                 ///< outlives this
-    std::function<void(osg::Group* parent, osg::Node* child)> remove;  ///< as `FrameLoop::removePart`
+    PointCloud& cloud;  ///< outlives this
+    /// As `FrameLoop::removePart`. Called only before a frame, because it requests one.
+    std::function<void(osg::Group* parent, osg::Node* child)> remove;
     /// A node of a scan is damaged, with a text for the user.
     std::function<void(unsigned int scan, const std::string& error)> damaged;
     /// A node was not read because the scan's file has changed, likewise.
@@ -116,6 +118,7 @@ class LevelOfDetail {
   void _request(const NodeRequest& request);
   void _cancel(const ScanNode& node);
   void _evict(const ScanNode& node);
+  void _removeEvicted();
   /// Those of the nodes that are uploaded, or can be with the next frame.
   std::vector<ScanNode> _uploadable(const std::vector<ScanNode>& nodes);
   void _show(std::vector<ScanNode> drawn);
@@ -142,6 +145,7 @@ class LevelOfDetail {
   std::vector<WantedNode> _wanted;
   std::unordered_map<ScanNode, std::uint32_t, ScanNodeHash> _thinned;  // nodes drawn in part: with how many points
   std::vector<ScanNode> _drawn;
+  std::vector<std::pair<unsigned int, osg::ref_ptr<osg::Node>>> _evicted;  // hidden, and their scans
   std::uint64_t _drawnPoints = 0;
   std::uint64_t _loadedPoints = 0;
   std::set<unsigned int> _failedScans;
@@ -154,7 +158,6 @@ class LevelOfDetail {
   std::chrono::steady_clock::time_point _preparedAt;
   bool _wantsAhead = false;      // `_wanted` has nodes to read ahead
   bool _mayReadAhead = false;    // there may be more of them to request
-  bool _replacedAhead = false;   // they have replaced others since the latest frame
   QuorOsgUtils::FileJobs _jobs;  // its destructor waits for the job that is running
 };
 
