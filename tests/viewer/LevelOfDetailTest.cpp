@@ -31,7 +31,7 @@ constexpr std::uint64_t kMemoryBytes = std::uint64_t{1} << 30U;
 constexpr std::uint64_t kMostPoints = kMemoryBytes / LevelOfDetail::kBytesPerPoint;
 
 /// What happens when a node is read.
-enum class Reading { Succeeds, HasNoMemory, FindsAChange, FindsDamage };
+enum class Reading { Succeeds, HasNoMemory, HasNoDisk, FindsAChange, FindsDamage };
 
 /// A tree in memory, whose points are rows at the bottom of their cubes. Counts what is read.
 class TreeInMemory : public PointTree {
@@ -68,6 +68,8 @@ class TreeInMemory : public PointTree {
         return;
       case Reading::HasNoMemory:
         throw std::bad_alloc();
+      case Reading::HasNoDisk:
+        throw ScanReadError("no disk");
       case Reading::FindsAChange:
         throw ScanChanged("another file");
       case Reading::FindsDamage:
@@ -314,6 +316,28 @@ TEST_F(LevelOfDetailTest, damageAndChangesAreReportedApart) {
     prepare();
     framesDueUntilIdle();
     EXPECT_THAT(std::exchange(_reports, {}), ElementsAre(expected));
+  }
+}
+
+TEST_F(LevelOfDetailTest, nodesThatCouldNotBeReadAreReadWhenTheViewMoves) {
+  for (const auto& [reading, expected] : {std::pair{Reading::HasNoMemory, "not enough memory to load more points"},
+                                          std::pair{Reading::HasNoDisk, "no disk"}}) {
+    create(FrameBudget(kMostPoints, true));
+    open(1, makeHills({{-256.0, -256.0, -256.0}, 512.0}, 300, 500, 6));
+    look({0.0, -300.0, 150.0}, {0.0, 0.0, 0.0});
+    _reading = reading;
+    prepare();
+    framesDueUntilIdle();
+    EXPECT_EQ(_detail->drawnPoints(), 0U);
+    EXPECT_TRUE(_detail->isComplete()) << "nothing more is read";
+    EXPECT_THAT(std::exchange(_reports, {}), ElementsAre(expected)) << "once";
+    _reading = Reading::Succeeds;
+    prepare();
+    framesDueUntilIdle();
+    EXPECT_EQ(_detail->drawnPoints(), 0U) << "the view rests";
+    look({0.0, -300.0, 150.0}, {1.0, 0.0, 0.0});
+    prepareUntilComplete();
+    EXPECT_GT(_detail->drawnPoints(), 0U);
   }
 }
 

@@ -281,6 +281,23 @@ TEST(NodeResidencyTest, aFailedNodeIsNotRequestedAgainAndItsDescendantsAreDrawn)
   EXPECT_FALSE(residency.isIncomplete());
 }
 
+TEST(NodeResidencyTest, aPostponedNodeIsRequestedAgainOnlyWhenToldTo) {
+  NodeResidency residency(limitsOf(30));
+  const std::vector<WantedNode> wanted = {visible(0), visible(1, 10, 0), visible(2, 10, 0)};
+  residency.update(wanted);
+  EXPECT_TRUE(residency.arrived(nodeOf(0), 10));
+  residency.postponed(nodeOf(1));
+  residency.failed(nodeOf(2));
+  EXPECT_TRUE(residency.update(wanted).requests.empty());
+  EXPECT_FALSE(residency.isIncomplete());
+  residency.retryPostponed();
+  EXPECT_EQ(idsOf(residency.update(wanted).requests), Ids{1});
+  EXPECT_TRUE(residency.isIncomplete());
+  EXPECT_EQ(residency.bytes(), 20U);
+  residency.retryPostponed();
+  EXPECT_TRUE(residency.arrived(nodeOf(1), 10)) << "it is requested now";
+}
+
 TEST(NodeResidencyTest, theFailureOfADroppedRequestIsIgnored) {
   NodeResidency residency(limitsOf(30));
   residency.update({visible(0)});

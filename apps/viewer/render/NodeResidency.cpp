@@ -215,18 +215,40 @@ bool NodeResidency::arrived(const ScanNode& node, std::uint64_t bytes) {
 }
 
 void NodeResidency::failed(const ScanNode& node) {
-  if (Entry* const entry = _endRequest(node)) {
-    _recent.erase(entry->recentness);
-    if (entry->priority == Priority::Low) {
-      _entries.erase(node);
-      return;
-    }
-    entry->state = State::Failed;
-    entry->bytes = 0;
+  _fail(node);
+}
+
+void NodeResidency::postponed(const ScanNode& node) {
+  if (_fail(node)) {
+    _postponed.push_back(node);
   }
 }
 
+bool NodeResidency::_fail(const ScanNode& node) {
+  Entry* const entry = _endRequest(node);
+  if (entry == nullptr) {
+    return false;
+  }
+  _recent.erase(entry->recentness);
+  if (entry->priority == Priority::Low) {
+    _entries.erase(node);
+    return false;
+  }
+  entry->state = State::Failed;
+  entry->bytes = 0;
+  return true;
+}
+
+void NodeResidency::retryPostponed() {
+  for (const ScanNode& node : _postponed) {
+    _entries.erase(node);
+  }
+  _postponed.clear();
+}
+
 void NodeResidency::forget(unsigned int scan) {
+  const auto isNodeOfScan = [scan](const ScanNode& node) { return node.scan == scan; };
+  _postponed.erase(std::remove_if(_postponed.begin(), _postponed.end(), isNodeOfScan), _postponed.end());
   const auto isOfScan = [scan](const Entry* entry) { return entry->node.scan == scan; };
   _inFlight.erase(std::remove_if(_inFlight.begin(), _inFlight.end(), isOfScan), _inFlight.end());
   _recent.remove_if(isOfScan);

@@ -92,6 +92,10 @@ class NodeResidency {
   /// A requested node cannot be read. It is not requested again and counts as drawn for its descendants; if it was
   /// prefetched, it is absent again. Ignored if the request was dropped.
   void failed(const ScanNode& node);
+  /// The same, but only until `retryPostponed` is called.
+  void postponed(const ScanNode& node);
+  /// Nodes that could not be read for the time being are absent from now on.
+  void retryPostponed();
   /// Forgets a scan that is closed, with its requests and loaded nodes, which the caller cancels and deletes.
   void forget(unsigned int scan);
 
@@ -146,6 +150,8 @@ class NodeResidency {
   static std::uint64_t _bytesOf(const WantedNode& node, const Entry* entry);
   Entry* _find(const ScanNode& node);
   bool _isShown(const std::optional<ScanNode>& node);
+  /// False if the node does not count as failed.
+  bool _fail(const ScanNode& node);
   /// Releases the reserved bytes of a request. Null if the node is not requested.
   Entry* _endRequest(const ScanNode& node);
   bool _fits(std::uint64_t bytes) const {
@@ -164,6 +170,7 @@ class NodeResidency {
   std::vector<Item> _items;        // parallel to the wanted list
   std::vector<ScanNode> _leaving;  // were dropped or evicted in the current update
   std::vector<ScanNode> _drawnBefore;
+  std::vector<ScanNode> _postponed;  // have failed for the time being
 };
 
 }  // namespace QuorViewer

@@ -146,18 +146,20 @@ void LevelOfDetail::_take(NodeResult result) {
 
 void LevelOfDetail::_takeFailure(const NodeResult& result) {
   const ScanNode node = result.read->node;
-  _residency.failed(node);
   _mayReadAhead = _mayReadAhead && !result.read->ahead;
   switch (result.failure) {
-    case NodeFailure::NoMemory:
+    case NodeFailure::Postponed:
+      _residency.postponed(node);
       if (!result.read->ahead && _failedScans.insert(node.scan).second) {
         _dependencies.failed(result.error);
       }
       break;
     case NodeFailure::Changed:
+      _residency.postponed(node);
       _dependencies.changed(node.scan, result.error);
       break;
     case NodeFailure::Damaged:
+      _residency.failed(node);
       _dependencies.damaged(node.scan, result.error);
       break;
   }
@@ -174,6 +176,9 @@ void LevelOfDetail::prepareFrame(const osg::Camera& camera, const std::vector<os
     return;
   }
   _budget.beginFrame(moved);
+  if (moved) {
+    _residency.retryPostponed();
+  }
   _dependencies.cloud.setPixelsPerUnit(_widensPoints ? static_cast<float>(pixelsPerUnitOf(camera)) : 0.0f);
   _preparedAt = std::chrono::steady_clock::now();
   _wantsAhead = _wantsAhead && !moved;

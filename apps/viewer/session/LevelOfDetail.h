@@ -45,7 +45,8 @@ class LevelOfDetail {
     std::function<void(unsigned int scan, const std::string& error)> damaged;
     /// A node was not read because the scan's file has changed, likewise.
     std::function<void(unsigned int scan, const std::string& change)> changed;
-    /// The first time that there is not enough memory for a node of a scan.
+    /// The first time that there is not enough memory for a node of a scan, or that the system cannot read it. It is
+    /// tried again when the view moves.
     std::function<void(const std::string& error)> failed;
   };
 

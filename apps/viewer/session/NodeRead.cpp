@@ -23,6 +23,8 @@ NodeResult readNode(std::shared_ptr<const NodeRead> read) {
     }
   } catch (const std::bad_alloc&) {
     result.error = "not enough memory to load more points";
+  } catch (const ScanReadError& error) {
+    result.error = error.what();
   } catch (const ScanChanged& change) {
     result.error = change.what();
     result.failure = NodeFailure::Changed;

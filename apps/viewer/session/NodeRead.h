@@ -22,17 +22,17 @@ struct NodeRead {
 
 /// Why a node could not be read.
 enum class NodeFailure {
-  NoMemory,
-  Changed,  ///< the scan's file has changed
-  Damaged   ///< the tree cannot be read
+  Postponed,  ///< not enough memory, or the system cannot read the file: it may succeed later
+  Changed,    ///< the scan's file has changed
+  Damaged     ///< the tree cannot be read
 };
 
 /// A node that has been read, or not.
 struct NodeResult {
   std::shared_ptr<const NodeRead> read;
-  std::optional<NodePoints> points;             ///< nothing if the node could not be read
-  NodeFailure failure = NodeFailure::NoMemory;  ///< if it could not be read
-  std::string error;                            ///< for the user, likewise
+  std::optional<NodePoints> points;              ///< nothing if the node could not be read
+  NodeFailure failure = NodeFailure::Postponed;  ///< if it could not be read
+  std::string error;                             ///< for the user, likewise
 };
 
 /// Reads a node on the worker.

@@ -177,6 +177,8 @@ void MeasureTree::work(LoadResult& result) {
     }
   } catch (const ScanChanged&) {
     // The session watches the file, and opens it again.
+  } catch (const ScanReadError& error) {
+    result.error = error.what();
   } catch (const ScanError& error) {
     result.treeError = error.what();
   }
