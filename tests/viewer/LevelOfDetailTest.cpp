@@ -1,5 +1,6 @@
 #include "tests/viewer/SyntheticTree.h"
 #include "tests/viewer/TreeCamera.h"
+#include "tests/viewer/WorkerGate.h"
 #include "viewer/session/LevelOfDetail.h"
 #include "viewer/session/WatchedTree.h"
 
@@ -10,6 +11,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <future>
 #include <map>
 #include <memory>
 #include <new>
@@ -36,8 +38,10 @@ enum class Reading { Succeeds, HasNoMemory, HasNoDisk, FindsAChange, FindsDamage
 /// A tree in memory, whose points are rows at the bottom of their cubes. Counts what is read.
 class TreeInMemory : public PointTree {
  public:
-  TreeInMemory(SyntheticTree tree, std::atomic<int>& reads, const std::atomic<Reading>& reading)
-      : _tree(std::move(tree)), _reads(reads), _reading(reading) {}
+  /// Holds `token`, like its clones.
+  TreeInMemory(SyntheticTree tree, std::atomic<int>& reads, const std::atomic<Reading>& reading,
+               std::shared_ptr<int> token)
+      : _tree(std::move(tree)), _reads(reads), _reading(reading), _token(std::move(token)) {}
 
   const TreeInfo& info() const override { return _tree.info; }
   const std::vector<TreeNode>& nodes() const override { return _tree.nodes; }
@@ -80,6 +84,7 @@ class TreeInMemory : public PointTree {
   SyntheticTree _tree;
   std::atomic<int>& _reads;
   const std::atomic<Reading>& _reading;
+  std::shared_ptr<int> _token;
 };
 
 /// Levels of detail without a window: frames are prepared, but not drawn.
@@ -111,7 +116,7 @@ class LevelOfDetailTest : public testing::Test {
     _reports.insert(what + " scan " + std::to_string(scan) + ": " + text);
   }
   void open(unsigned int scan, SyntheticTree tree) {
-    _detail->open(scan, std::make_unique<TreeInMemory>(std::move(tree), _reads, _reading), {});
+    _detail->open(scan, std::make_unique<TreeInMemory>(std::move(tree), _reads, _reading, _token), {});
   }
   void look(const osg::Vec3d& eye, const osg::Vec3d& target) {
     _camera->setViewMatrixAsLookAt(eye, target, {0.0, 0.0, 1.0});
@@ -168,6 +173,7 @@ class LevelOfDetailTest : public testing::Test {
   PointCloud _cloud;
   std::atomic<int> _reads{0};
   std::atomic<Reading> _reading{Reading::Succeeds};
+  std::shared_ptr<int> _token = std::make_shared<int>();  // held by the trees
   std::multiset<std::string> _reports;
   int _removed = 0;
   bool _isFrameRequested = false;  // by the removal of nodes
@@ -339,6 +345,31 @@ TEST_F(LevelOfDetailTest, nodesThatCouldNotBeReadAreReadWhenTheViewMoves) {
     prepareUntilComplete();
     EXPECT_GT(_detail->drawnPoints(), 0U);
   }
+}
+
+TEST_F(LevelOfDetailTest, theTreeOfAClosedScanIsReleasedWithoutWaitingForOtherReads) {
+  create(FrameBudget(kMostPoints, true));
+  for (const unsigned int scan : {1U, 2U}) {
+    open(scan, SyntheticTree({{0.0, 0.0, 0.0}, 100.0}, 1.0, 3000));
+  }
+  WorkerGate gate(QuorOsgUtils::FileCmd::High);
+  look({125.0, -500.0, 200.0}, {50.0, 50.0, 50.0});
+  prepare();
+  auto released = std::async(std::launch::async, [future = _detail->close(1)] { future.wait(); });
+  EXPECT_EQ(released.wait_for(5s), std::future_status::ready);
+  gate.open();
+}
+
+TEST_F(LevelOfDetailTest, theTreeOfAClosedScanIsReleasedWhenItsNodeHasBeenRead) {
+  create(FrameBudget(kMostPoints, true));
+  open(1, makeHills({{-256.0, -256.0, -256.0}, 512.0}, 3000, 500, 6));
+  look({0.0, -300.0, 150.0}, {0.0, 0.0, 0.0});
+  prepare();
+  while (_reads == 0) {
+    std::this_thread::sleep_for(1ms);
+  }
+  _detail->close(1).wait();
+  EXPECT_EQ(_token.use_count(), 1);
 }
 
 TEST_F(LevelOfDetailTest, aScanCanBeClosedWhileItIsReadAhead) {

@@ -51,6 +51,15 @@ std::vector<bool> coveringNodes(const std::vector<TreeNode>& nodes) {
   return covers;
 }
 
+/// Fulfils the promise when it has been destroyed.
+std::shared_ptr<PointTree> cloneOf(const PointTree& tree, std::promise<void> destroyed) {
+  const auto promise = std::make_shared<std::promise<void>>(std::move(destroyed));
+  return {tree.clone().release(), [promise](PointTree* clone) {
+            delete clone;
+            promise->set_value();
+          }};
+}
+
 }  // namespace
 
 LevelOfDetail::LevelOfDetail(std::uint64_t memoryBytes, const FrameBudget& budget, Dependencies dependencies)
@@ -76,14 +85,16 @@ void LevelOfDetail::open(unsigned int scan, std::unique_ptr<PointTree> tree, con
   const osg::BoundingBoxd bounds = info.bounds.valid() ? info.bounds : info.cube.cubeOf(NodeKey());
   _dependencies.cloud.setBounds(scan, {bounds._min - localOrigin, bounds._max - localOrigin});
   Tree& opened = _trees[scan];
-  opened.read = tree->clone();
+  std::promise<void> released;
+  opened.released = released.get_future();
+  opened.read = cloneOf(*tree, std::move(released));
   opened.drawables.resize(tree->nodes().size());
   opened.covers = coveringNodes(tree->nodes());
   opened.uploaded.resize(tree->nodes().size());
   opened.tree = std::move(tree);
 }
 
-void LevelOfDetail::close(unsigned int scan) {
+std::future<void> LevelOfDetail::close(unsigned int scan) {
   for (auto read = _reads.begin(); read != _reads.end();) {
     const bool isOfScan = read->first.scan == scan;
     if (isOfScan) {
@@ -97,7 +108,8 @@ void LevelOfDetail::close(unsigned int scan) {
   for (const ScanNode& node : _drawn) {
     _drawnPoints += _drawnPointsOf(node);
   }
-  const Tree& tree = _trees.at(scan);
+  Tree& tree = _trees.at(scan);
+  std::future<void> released = std::move(tree.released);
   for (std::size_t node = 0; node < tree.drawables.size(); ++node) {
     _loadedPoints -= tree.drawables[node] ? tree.tree->nodes()[node].pointCount : 0;
   }
@@ -108,6 +120,7 @@ void LevelOfDetail::close(unsigned int scan) {
   _residency.forget(scan);
   _failedScans.erase(scan);
   _trees.erase(scan);
+  return released;
 }
 
 bool LevelOfDetail::receive() {

@@ -18,6 +18,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <set>
@@ -69,13 +70,12 @@ class LevelOfDetail {
 
   /// Drops all requests, because no more nodes are taken over.
   void cancelReads();
-  /// Waits until no node is being read. The files of closed scans are closed then.
-  void finishReads() { _jobs.drain(); }
 
   /// From now on draws a scan. `localOrigin` is the world point that drawn positions are relative to, the same for all.
   void open(unsigned int scan, std::unique_ptr<PointTree> tree, const osg::Vec3d& localOrigin);
-  /// Ends the drawing of a scan. The caller removes the nodes, which are children of `PointCloud::groupOf`.
-  void close(unsigned int scan);
+  /// Ends the drawing of a scan. The caller removes the nodes, which are children of `PointCloud::groupOf`. The future
+  /// is ready when the tree's file is closed: at once, or when the node that is being read has been read.
+  std::future<void> close(unsigned int scan);
   bool isEmpty() const { return _trees.empty(); }
   bool isOpen(unsigned int scan) const { return _trees.count(scan) > 0; }
 
@@ -106,6 +106,7 @@ class LevelOfDetail {
   struct Tree {
     std::unique_ptr<PointTree> tree;                 // nodes and info
     std::shared_ptr<PointTree> read;                 // for the worker
+    std::future<void> released;                      // `read` has been destroyed
     std::vector<osg::ref_ptr<osg::Node>> drawables;  // by node; null: not in memory
     std::vector<bool> covers;                        // by node: no ancestor has points
     std::vector<bool> uploaded;                      // by node: it has been drawn

@@ -194,7 +194,6 @@ void Session::_replaceDamagedTrees() {
 void Session::_replaceTree(unsigned int scan, const std::string& error) {
   _trees.cancel(scan);
   _dropTree(scan);
-  _dependencies.detail.finishReads();  // Windows does not remove a file that is open
   const bool hasChanged = !_trees.changeOf(scan).empty();
   // An index that does not fit the changed scan is not used anyway, and there may already be one that does.
   const bool wasIndex = hasChanged || _trees.refuse(scan, _scans.info(scan));
@@ -206,7 +205,7 @@ void Session::_replaceTree(unsigned int scan, const std::string& error) {
 void Session::_dropTree(unsigned int scan) {
   _dropReplaced(scan);
   if (_dependencies.detail.isOpen(scan)) {
-    _dependencies.detail.close(scan);
+    _dependencies.detail.close(scan).wait();  // Windows does not remove a file that is open
   }
   _listener.pointsReplaced(_dependencies.cloud.release(scan));
 }
