@@ -46,8 +46,8 @@ class ScanTrees {
   /// Builds the tree of a scan. Builds run one after the other, because each uses all processors. `origin`: world point
   /// that the preview is relative to.
   void build(unsigned int scan, const ScanReader& reader, const osg::Vec3d& origin);
-  /// Cancels the build for a scan, if there is one, without waiting for its end. The next build starts after that,
-  /// because each uses all of the memory.
+  /// Cancels the build for a scan, if there is one, without waiting for its end. It is not polled any more. The next
+  /// build starts after that, because each uses all of the memory.
   void cancel(unsigned int scan);
   /// Frees what cancelled builds hold, if they have ended.
   void forgetEnded();
