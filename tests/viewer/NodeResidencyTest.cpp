@@ -319,6 +319,33 @@ TEST(NodeResidencyTest, drawnNodesStayDrawnUntilTheNewViewIsComplete) {
   EXPECT_EQ(residency.stateOf(nodeOf(2)), State::Loaded);
 }
 
+TEST(NodeResidencyTest, drawnNodesStayDrawnUntilTheirSuccessorsAreUploaded) {
+  NodeResidency residency(limitsOf(100));
+  settle(residency, {visible(0), visible(1, 10, 0), prefetched(2, 10, 0), prefetched(3, 10, 0), prefetched(4, 10, 0)});
+  residency.setLimits({100, 100, 100, 15});
+  const std::vector<WantedNode> moved = {visible(0), visible(2, 10, 0), visible(3, 10, 0), visible(4, 10, 0)};
+  EXPECT_EQ(idsOf(residency.update(moved).drawn), (Ids{0, 2, 3, 1}));
+  EXPECT_TRUE(residency.isUploading());
+  EXPECT_FALSE(residency.isIncomplete()) << "everything is loaded";
+  EXPECT_EQ(idsOf(residency.update(moved).drawn), (Ids{0, 2, 3, 4}));
+  EXPECT_FALSE(residency.isUploading());
+}
+
+TEST(NodeResidencyTest, aNodeThatIsLoadedAgainIsUploadedAgain) {
+  NodeResidency residency({40, 40, 100, 5});
+  const std::vector<WantedNode> both = {visible(0), visible(1)};
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(idsOf(residency.update(both).requests), (Ids{0, 1}));
+    EXPECT_TRUE(residency.arrived(nodeOf(0), 10));
+    EXPECT_TRUE(residency.arrived(nodeOf(1), 10));
+    EXPECT_EQ(idsOf(residency.update(both).drawn), Ids{0});
+    EXPECT_TRUE(residency.isUploading());
+    EXPECT_EQ(idsOf(residency.update(both).drawn), (Ids{0, 1}));
+    EXPECT_FALSE(residency.isUploading());
+    EXPECT_EQ(idsOf(residency.update({visible(2, 40)}).evicted), (Ids{1, 0}));
+  }
+}
+
 TEST(NodeResidencyTest, keptNodesRespectTheLimitOfDrawnBytes) {
   NodeResidency residency({100, 35, 100});
   settle(residency, {visible(0), visible(1, 10, 0), visible(2, 10, 0), visible(3, 5, 1)});

@@ -21,8 +21,8 @@ const NodeResidency::Decision& NodeResidency::update(const std::vector<WantedNod
   _findMissing(wanted);
   _requestPlanned(wanted);
   _orderByRecentness();  // places the new requests among the others
-  _drawWanted(wanted);
-  if (_incomplete) {
+  _drawWanted();
+  if (_incomplete || _uploading) {
     _keepDrawn(_drawnBefore);
   }
   _eraseAbsent();
@@ -146,13 +146,27 @@ void NodeResidency::_makeRoom(std::uint64_t bytes) {
 }
 
 // Children are evicted before their parents, so a node that was to be shown and is still loaded has its parent.
-void NodeResidency::_drawWanted(const std::vector<WantedNode>& wanted) {
+void NodeResidency::_drawWanted() {
   _drawnBytes = 0;
-  for (std::size_t i = 0; i < wanted.size(); ++i) {
-    if (_items[i].shown && _items[i].state() == State::Loaded) {
-      _draw(*_items[i].entry);
+  _uploading = false;
+  std::uint64_t fresh = 0;
+  for (const Item& item : _items) {
+    if (item.shown && item.state() == State::Loaded && _isShown(item.entry->parent) && _upload(*item.entry, fresh)) {
+      _draw(*item.entry);
     }
   }
+}
+
+bool NodeResidency::_upload(Entry& entry, std::uint64_t& fresh) {
+  if (entry.uploaded) {
+    return true;
+  }
+  _uploading = _uploading || fresh >= _limits.uploadBytes;
+  if (!_uploading) {
+    fresh += entry.bytes;
+    entry.uploaded = true;
+  }
+  return entry.uploaded;
 }
 
 void NodeResidency::_draw(Entry& entry) {

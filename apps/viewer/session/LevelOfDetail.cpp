@@ -90,7 +90,6 @@ void LevelOfDetail::open(unsigned int scan, std::unique_ptr<PointTree> tree, con
   opened.read = cloneOf(*tree, std::move(released));
   opened.drawables.resize(tree->nodes().size());
   opened.covers = coveringNodes(tree->nodes());
-  opened.uploaded.resize(tree->nodes().size());
   opened.tree = std::move(tree);
 }
 
@@ -260,7 +259,8 @@ void LevelOfDetail::_select() {
       _thinned[node.node] = node.drawnPoints;
     }
   }
-  _residency.setLimits({_memoryBytes, _settings.budgetPoints * kBytesPerPoint, kRequestsInFlight});
+  _residency.setLimits(
+      {_memoryBytes, _settings.budgetPoints * kBytesPerPoint, kRequestsInFlight, kMostUploadPoints * kBytesPerPoint});
 }
 
 std::uint32_t LevelOfDetail::_drawnPointsOf(const ScanNode& node) const {
@@ -273,7 +273,7 @@ void LevelOfDetail::_carryOut(const NodeResidency::Decision& decision) {
   std::for_each(decision.evicted.begin(), decision.evicted.end(), [this](const ScanNode& node) { _evict(node); });
   std::for_each(decision.requests.begin(), decision.requests.end(),
                 [this](const NodeRequest& request) { _request(request); });
-  _show(_uploadable(decision.drawn));
+  _show(decision.drawn);
 }
 
 void LevelOfDetail::_request(const NodeRequest& request) {
@@ -300,7 +300,6 @@ void LevelOfDetail::_evict(const ScanNode& node) {
   Tree& tree = _trees.at(node.scan);
   const osg::ref_ptr<osg::Node> drawable = std::exchange(tree.drawables[node.node], nullptr);
   drawable->setNodeMask(0);
-  tree.uploaded[node.node] = false;
   _loadedPoints -= tree.tree->nodes()[node.node].pointCount;
   _evicted.emplace_back(node.scan, drawable);
 }
@@ -309,25 +308,6 @@ void LevelOfDetail::_removeEvicted() {
   for (const auto& [scan, drawable] : std::exchange(_evicted, {})) {
     _dependencies.remove(_dependencies.cloud.groupOf(scan), drawable);
   }
-}
-
-std::vector<ScanNode> LevelOfDetail::_uploadable(const std::vector<ScanNode>& nodes) {
-  std::uint64_t uploaded = 0;
-  _isUploading = false;
-  std::vector<ScanNode> uploadable;
-  for (const ScanNode& node : nodes) {
-    Tree& tree = _trees.at(node.scan);
-    if (!tree.uploaded[node.node]) {
-      _isUploading = _isUploading || uploaded >= kMostUploadPoints;
-      if (_isUploading) {
-        continue;
-      }
-      uploaded += _nodeOf(node).pointCount;
-      tree.uploaded[node.node] = true;
-    }
-    uploadable.push_back(node);
-  }
-  return uploadable;
 }
 
 void LevelOfDetail::_show(std::vector<ScanNode> drawn) {
@@ -387,7 +367,7 @@ void LevelOfDetail::endFrame(std::chrono::duration<double> duration) {
 
 bool LevelOfDetail::mayRefine() const {
   const bool mayGrow = _selection.isLimited() && _budget.mayGrow() && !_residency.isIncomplete();
-  return !isEmpty() && _isPrepared && (_isUploading || mayGrow);
+  return !isEmpty() && _isPrepared && (_residency.isUploading() || mayGrow);
 }
 
 bool LevelOfDetail::isComplete() const {

@@ -109,7 +109,6 @@ class LevelOfDetail {
     std::future<void> released;                      // `read` has been destroyed
     std::vector<osg::ref_ptr<osg::Node>> drawables;  // by node; null: not in memory
     std::vector<bool> covers;                        // by node: no ancestor has points
-    std::vector<bool> uploaded;                      // by node: it has been drawn
   };
 
   void _select();
@@ -121,8 +120,6 @@ class LevelOfDetail {
   void _cancel(const ScanNode& node);
   void _evict(const ScanNode& node);
   void _removeEvicted();
-  /// Those of the nodes that are uploaded, or can be with the next frame.
-  std::vector<ScanNode> _uploadable(const std::vector<ScanNode>& nodes);
   void _show(std::vector<ScanNode> drawn);
   /// The spacing of what is drawn in the cubes of drawn nodes.
   void _setSpacings(const std::vector<ScanNode>& drawn);
@@ -155,8 +152,7 @@ class LevelOfDetail {
   osg::Matrixd _latestView, _latestProjection;
   osg::Vec2d _latestSize;
   std::vector<osg::Plane> _latestPlanes;
-  bool _isPrepared = false;   // for all open scans
-  bool _isUploading = false;  // nodes wait for the next frame to be uploaded
+  bool _isPrepared = false;  // for all open scans
   std::chrono::steady_clock::time_point _preparedAt;
   bool _wantsAhead = false;      // `_wanted` has nodes to read ahead
   bool _mayReadAhead = false;    // there may be more of them to request
