@@ -130,30 +130,32 @@ bool LevelOfDetail::receive() {
     if (!result) {
       break;
     }
-    any = any || !result->read->ahead;
+    const bool isToBeDrawn = !result->read->ahead;
     uploaded += result->points ? result->points->positions->size() : 0;
-    _take(std::move(*result));
+    any = (_take(std::move(*result)) && isToBeDrawn) || any;
   }
   return any;
 }
 
-void LevelOfDetail::_take(NodeResult result) {
+bool LevelOfDetail::_take(NodeResult result) {
   const ScanNode node = result.read->node;
   const auto read = _reads.find(node);
   if (read == _reads.end() || read->second != result.read) {
-    return;
+    return false;
   }
   _reads.erase(read);
   if (!result.points) {
-    return _takeFailure(result);
+    _takeFailure(result);
+    return true;
   }
   if (!_residency.arrived(node, result.points->positions->size() * kBytesPerPoint)) {
-    return;
+    return true;
   }
   const osg::ref_ptr<osg::Node> drawable = _dependencies.cloud.addNode(node.scan, *result.points, _localOrigin);
   drawable->setNodeMask(0);
   _trees.at(node.scan).drawables[node.node] = drawable;
   _loadedPoints += result.points->positions->size();
+  return true;
 }
 
 void LevelOfDetail::_takeFailure(const NodeResult& result) {
@@ -284,8 +286,9 @@ void LevelOfDetail::_request(const NodeRequest& request) {
   read->ahead = request.priority == NodeResidency::Priority::Low;
   read->inEvenOrder = tree.covers[request.node.node];
   _reads[request.node] = read;
-  const auto work = [read, results = _results](QuorOsgUtils::FileJob&) { results->push(readNode(read)); };
-  _jobs.submit(std::string(), request.priority, work, read->stop.token());
+  const auto job = std::make_shared<NodeReadJob>(read, _results);
+  _jobs.submit(
+      std::string(), request.priority, [job](QuorOsgUtils::FileJob&) { job->run(); }, read->stop.token());
 }
 
 void LevelOfDetail::_cancel(const ScanNode& node) {

@@ -123,7 +123,8 @@ class LevelOfDetail {
   void _show(std::vector<ScanNode> drawn);
   /// The spacing of what is drawn in the cubes of drawn nodes.
   void _setSpacings(const std::vector<ScanNode>& drawn);
-  void _take(NodeResult result);
+  /// False if the node is no longer wanted.
+  bool _take(NodeResult result);
   void _takeFailure(const NodeResult& result);
   std::uint32_t _drawnPointsOf(const ScanNode& node) const;
   const TreeNode& _nodeOf(const ScanNode& node) const { return _trees.at(node.scan).tree->nodes()[node.node]; }

@@ -2,12 +2,15 @@
 
 #include "scan/index/PointTree.h"
 #include "viewer/render/ScanNode.h"
+#include "viewer/session/ResultQueue.h"
 
 #include <QuorOsgUtils/StopToken.h>
 
+#include <list>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace QuorViewer {
 
@@ -35,7 +38,23 @@ struct NodeResult {
   std::string error;                             ///< for the user, likewise
 };
 
-/// Reads a node on the worker.
-NodeResult readNode(std::shared_ptr<const NodeRead> read);
+/// The job that reads a node. Its result is posted when it is destroyed, whatever has become of it: it may have been
+/// stopped before it ran, or refused, or run without memory. All that this needs is allocated when it is created.
+class NodeReadJob {
+ public:
+  NodeReadJob(std::shared_ptr<const NodeRead> read, std::shared_ptr<ResultQueue<NodeResult>> results);
+  NodeReadJob(const NodeReadJob&) = delete;
+  NodeReadJob& operator=(const NodeReadJob&) = delete;
+  ~NodeReadJob() { _results->push(std::move(_result)); }
+
+  /// Reads the node. On the worker.
+  void run() noexcept;
+
+ private:
+  static void _read(NodeResult& result);
+
+  std::shared_ptr<ResultQueue<NodeResult>> _results;
+  std::list<NodeResult> _result;  // one, from the start
+};
 
 }  // namespace QuorViewer
