@@ -24,6 +24,12 @@ class ScanError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// The system cannot open or read the file. That says nothing about its contents, and may succeed later.
+class ScanReadError : public ScanError {
+ public:
+  using ScanError::ScanError;
+};
+
 /// Positions are drawn in single precision; the distance between two scans must still be finite there.
 inline constexpr double kFarthestCoordinate = 1e37;
 

@@ -31,16 +31,26 @@ ScanFile::ScanFile(std::string path) : _path(std::move(path)) {
   }
   _file = SharedFile::open(_path, code);
   if (!_file) {
-    throw error("cannot open the file: " + code.message());
+    throw ScanReadError(_path + ": cannot open the file: " + code.message());
   }
   _size = _file->size();
 }
 
 void ScanFile::read(std::uint64_t offset, unsigned char* to, std::size_t count) const {
-  const std::size_t got = _file->read(offset, to, count);
+  const std::size_t got = readAvailable(offset, to, count);
   if (got != count) {
     throw cutOff(offset + got);
   }
+}
+
+std::size_t ScanFile::readAvailable(std::uint64_t offset, unsigned char* to, std::size_t most) const {
+  std::error_code code;
+  const std::size_t got = _file->read(offset, to, most, code);
+  if (code) {
+    throw ScanReadError(_path + ": cannot read the file at byte " + std::to_string(offset + got) + ": " +
+                        code.message());
+  }
+  return got;
 }
 
 ScanError ScanFile::cutOff(std::uint64_t byte) const {

@@ -15,7 +15,8 @@ namespace QuorViewer {
 /// read.
 class ScanFile {
  public:
-  /// Throws ScanError if the file does not exist, is not a regular file (a folder, a pipe) or cannot be opened.
+  /// Throws ScanError if the file does not exist or is not a regular file (a folder, a pipe); ScanReadError if it
+  /// cannot be opened.
   explicit ScanFile(std::string path);
 
   const std::string& path() const { return _path; }
@@ -23,13 +24,13 @@ class ScanFile {
   /// The current size of the opened file, even if its name now refers to another file.
   std::uint64_t sizeNow() const { return _file->size(); }
 
-  /// Reads exactly `count` bytes from `offset` on. Throws ScanError if the file has become shorter.
+  /// Reads exactly `count` bytes from `offset` on. Throws ScanError if the file has become shorter, ScanReadError if
+  /// the system cannot read it.
   void read(std::uint64_t offset, unsigned char* to, std::size_t count) const;
 
-  /// Reads up to `most` bytes from `offset` on, fewer only if the file ends there. Returns their number.
-  std::size_t readAvailable(std::uint64_t offset, unsigned char* to, std::size_t most) const {
-    return _file->read(offset, to, most);
-  }
+  /// Reads up to `most` bytes from `offset` on, fewer only if the file ends there. Returns their number. Throws
+  /// ScanReadError.
+  std::size_t readAvailable(std::uint64_t offset, unsigned char* to, std::size_t most) const;
 
   /// The first `most` bytes, or fewer if the file is shorter.
   std::vector<unsigned char> beginning(std::size_t most) const;

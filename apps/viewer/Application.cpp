@@ -84,6 +84,7 @@ Application::Application(const Arguments& arguments)
       _detail(memoryFor(arguments), frameBudgetFor(arguments),
               {_scene.cloud, [this](osg::Group* parent, osg::Node* child) { _frames->removePart(parent, child); },
                [this](unsigned int scan, const std::string& error) { _session.replaceDamaged(scan, error); },
+               [this](unsigned int scan, const std::string& change) { _session.noteChange(scan, change); },
                [this](const std::string& error) { _messages.reportError(error); }}),
       _session(filesToShow(arguments), memoryFor(arguments), treeSettingsOf(arguments),
                {_scene.cloud, _detail, _scene.hud, _messages, *_viewer}, _createListener()),

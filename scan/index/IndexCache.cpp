@@ -139,6 +139,9 @@ IndexCache::Found IndexCache::find(const IndexedScan& scan) const {
       return found;
     }
     found.note = scan.path + ": the file has changed since its index was built; it will be built again";
+  } catch (const ScanReadError& error) {
+    found.note = std::string(error.what()) + "; it will be built again";
+    return found;  // it may be sound
   } catch (const ScanError& error) {
     found.note = std::string(error.what()) + "; it will be built again";
   }

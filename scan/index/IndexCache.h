@@ -36,9 +36,10 @@ class IndexCache {
   /// What a search has found.
   struct Found {
     std::unique_ptr<IndexTree> tree;  ///< null: there is none that can be used
-    std::string note;                 ///< why an existing one was removed; empty: none was
+    std::string note;                 ///< why an existing one is not used; empty: there is none, or it is used
   };
-  /// Opens the index of a scan. One that is damaged, or was built for an earlier state of the file, is removed.
+  /// Opens the index of a scan. One that is damaged, or was built for an earlier state of the file, is removed. One
+  /// that the system cannot read stays until it is replaced.
   Found find(const IndexedScan& scan) const;
 
   /// Removes the index of a scan, if there is one.

@@ -20,8 +20,10 @@ class SharedFile {
   /// The current size in bytes, even if the file's name now refers to another file; 0 if it cannot be determined.
   virtual std::uint64_t size() const = 0;
 
-  /// Reads `count` bytes from `offset` on, or fewer if the file ends there or cannot be read. Returns their number.
-  virtual std::size_t read(std::uint64_t offset, unsigned char* to, std::size_t count) const = 0;
+  /// Reads `count` bytes from `offset` on, or fewer if the file ends there or cannot be read; then with the system's
+  /// reason. Returns their number.
+  virtual std::size_t read(std::uint64_t offset, unsigned char* to, std::size_t count,
+                           std::error_code& error) const = 0;
 };
 
 }  // namespace QuorViewer

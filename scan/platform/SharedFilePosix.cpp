@@ -23,12 +23,15 @@ class Descriptor : public SharedFile {
     return ::fstat(_descriptor, &status) == 0 ? static_cast<std::uint64_t>(std::max<off_t>(status.st_size, 0)) : 0;
   }
 
-  std::size_t read(std::uint64_t offset, unsigned char* to, std::size_t count) const override {
+  std::size_t read(std::uint64_t offset, unsigned char* to, std::size_t count, std::error_code& error) const override {
     std::size_t done = 0;
     while (done < count) {
       const ssize_t got = ::pread(_descriptor, to + done, count - done, static_cast<off_t>(offset + done));
       if (got < 0 && errno == EINTR) {
         continue;
+      }
+      if (got < 0) {
+        error.assign(errno, std::generic_category());
       }
       if (got <= 0) {
         break;

@@ -22,7 +22,7 @@ class Handle : public SharedFile {
   }
 
   // Each call states its offset, so that threads do not disturb each other.
-  std::size_t read(std::uint64_t offset, unsigned char* to, std::size_t count) const override {
+  std::size_t read(std::uint64_t offset, unsigned char* to, std::size_t count, std::error_code& error) const override {
     constexpr std::size_t kMostBytes = std::size_t{1} << 30U;
     std::size_t done = 0;
     while (done < count) {
@@ -31,7 +31,11 @@ class Handle : public SharedFile {
       place.OffsetHigh = static_cast<DWORD>((offset + done) >> 32U);
       DWORD got = 0;
       const auto wanted = static_cast<DWORD>(std::min(count - done, kMostBytes));
-      if (::ReadFile(_handle, to + done, wanted, &got, &place) == 0 || got == 0) {
+      const bool isRead = ::ReadFile(_handle, to + done, wanted, &got, &place) != 0;
+      if (!isRead && ::GetLastError() != ERROR_HANDLE_EOF) {
+        error.assign(static_cast<int>(::GetLastError()), std::system_category());
+      }
+      if (!isRead || got == 0) {
         break;
       }
       done += got;

@@ -1,3 +1,4 @@
+#include "scan/ScanFile.h"
 #include "scan/platform/Platform.h"
 #include "scan/platform/SharedFile.h"
 #include "support/FilesFixture.h"
@@ -148,7 +149,8 @@ TEST_F(SharedFileTest, threadsReadAtTheirOwnOffsets) {
   const auto readFrom = [&](int first) {
     for (int at = first; at + 100 < kBytes; at += 997) {
       std::array<unsigned char, 100> bytes{};
-      if (file->read(static_cast<std::uint64_t>(at), bytes.data(), bytes.size()) != bytes.size()) {
+      std::error_code readError;
+      if (file->read(static_cast<std::uint64_t>(at), bytes.data(), bytes.size(), readError) != bytes.size()) {
         ++wrong;
       }
       for (std::size_t byte = 0; byte < bytes.size(); ++byte) {
@@ -170,8 +172,9 @@ TEST_F(SharedFileTest, aReadBehindTheEndReturnsWhatIsThere) {
   const std::shared_ptr<const SharedFile> file = SharedFile::open(path, error);
   ASSERT_TRUE(file) << error.message();
   std::array<unsigned char, 20> bytes{};
-  EXPECT_EQ(file->read(4, bytes.data(), bytes.size()), 6U);
-  EXPECT_EQ(file->read(std::uint64_t{1} << 33, bytes.data(), bytes.size()), 0U);
+  EXPECT_EQ(file->read(4, bytes.data(), bytes.size(), error), 6U);
+  EXPECT_EQ(file->read(std::uint64_t{1} << 33, bytes.data(), bytes.size(), error), 0U);
+  EXPECT_FALSE(error);
   std::filesystem::resize_file(path, 7);
   EXPECT_EQ(file->size(), 7U);
 }
@@ -180,6 +183,25 @@ TEST_F(SharedFileTest, aMissingFileIsReportedWithTheSystemsReason) {
   std::error_code error;
   EXPECT_FALSE(SharedFile::open(makeFile("file", 1) + ".none", error));
   EXPECT_EQ(error, std::errc::no_such_file_or_directory);
+}
+
+TEST_F(SharedFileTest, aFileThatTheSystemCannotReadIsReportedWithItsReason) {
+  const std::string unreadable = "/proc/self/mem";  // nothing is mapped at address 0
+  if (!std::filesystem::exists(unreadable)) {
+    GTEST_SKIP() << "this system has no such file";
+  }
+  std::error_code error;
+  const std::shared_ptr<const SharedFile> file = SharedFile::open(unreadable, error);
+  ASSERT_TRUE(file) << error.message();
+  std::array<unsigned char, 20> bytes{};
+  EXPECT_EQ(file->read(0, bytes.data(), bytes.size(), error), 0U);
+  EXPECT_EQ(error, std::errc::io_error);
+  try {
+    ScanFile(unreadable).readAvailable(0, bytes.data(), bytes.size());
+    ADD_FAILURE() << "it was read";
+  } catch (const ScanReadError& failure) {
+    EXPECT_EQ(failure.what(), unreadable + ": cannot read the file at byte 0: " + error.message());
+  }
 }
 
 TEST(MachineMemoryTest, isPositiveAndNoMoreThanThePhysicalMemory) {

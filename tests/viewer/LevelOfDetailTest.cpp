@@ -1,18 +1,22 @@
 #include "tests/viewer/SyntheticTree.h"
 #include "tests/viewer/TreeCamera.h"
+#include "tests/viewer/WorkerGate.h"
 #include "viewer/session/LevelOfDetail.h"
+#include "viewer/session/WatchedTree.h"
 
 #include <osg/Geometry>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <future>
 #include <map>
 #include <memory>
 #include <new>
 #include <set>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -22,24 +26,28 @@ namespace {
 using namespace QuorTests;
 using namespace QuorViewer;
 using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr std::uint64_t kMemoryBytes = std::uint64_t{1} << 30U;
 constexpr std::uint64_t kMostPoints = kMemoryBytes / LevelOfDetail::kBytesPerPoint;
 
-/// A tree in memory, whose points are rows at the bottom of their cubes. Counts what is read. Nothing can be read while
-/// the memory is full.
+/// What happens when a node is read.
+enum class Reading { Succeeds, HasNoMemory, HasNoDisk, FindsAChange, FindsDamage };
+
+/// A tree in memory, whose points are rows at the bottom of their cubes. Counts what is read.
 class TreeInMemory : public PointTree {
  public:
-  TreeInMemory(SyntheticTree tree, std::atomic<int>& reads, const std::atomic<bool>& isFull)
-      : _tree(std::move(tree)), _reads(reads), _isFull(isFull) {}
+  /// Holds `token`, like its clones.
+  TreeInMemory(SyntheticTree tree, std::atomic<int>& reads, const std::atomic<Reading>& reading,
+               std::shared_ptr<int> token)
+      : _tree(std::move(tree)), _reads(reads), _reading(reading), _token(std::move(token)) {}
 
   const TreeInfo& info() const override { return _tree.info; }
   const std::vector<TreeNode>& nodes() const override { return _tree.nodes; }
   NodePoints read(std::uint32_t node) override {
     ++_reads;
-    if (_isFull) {
-      throw std::bad_alloc();
-    }
+    _failAsToldTo();
     const unsigned int count = _tree.nodes[node].pointCount;
     const auto step = static_cast<float>(_tree.info.cube.sizeAt(_tree.nodes[node].key.level) / count);
     NodePoints points;
@@ -58,9 +66,25 @@ class TreeInMemory : public PointTree {
   std::unique_ptr<PointTree> clone() const override { return std::make_unique<TreeInMemory>(*this); }
 
  private:
+  void _failAsToldTo() const {
+    switch (_reading) {
+      case Reading::Succeeds:
+        return;
+      case Reading::HasNoMemory:
+        throw std::bad_alloc();
+      case Reading::HasNoDisk:
+        throw ScanReadError("no disk");
+      case Reading::FindsAChange:
+        throw ScanChanged("another file");
+      case Reading::FindsDamage:
+        throw ScanError("a wrong byte");
+    }
+  }
+
   SyntheticTree _tree;
   std::atomic<int>& _reads;
-  const std::atomic<bool>& _isFull;
+  const std::atomic<Reading>& _reading;
+  std::shared_ptr<int> _token;
 };
 
 /// Levels of detail without a window: frames are prepared, but not drawn.
@@ -70,7 +94,10 @@ class LevelOfDetailTest : public testing::Test {
     _camera->setViewport(0, 0, 1500, 1000);
     _camera->setProjectionMatrix(osg::Matrixd::perspective(kAngleOfViewDegrees, kAspectRatio, 1.0, 1e5));
   }
-  void TearDown() override { _detail.reset(); }
+  void TearDown() override {
+    _detail.reset();
+    EXPECT_THAT(_reports, IsEmpty());
+  }
 
   void create(const FrameBudget& budget, std::uint64_t memoryBytes = kMemoryBytes) {
     const LevelOfDetail::Dependencies dependencies = {
@@ -78,18 +105,26 @@ class LevelOfDetailTest : public testing::Test {
         [this](osg::Group* parent, osg::Node* child) {
           parent->removeChild(child);
           ++_removed;
+          _isFrameRequested = true;
         },
-        [](unsigned int /*scan*/, const std::string& error) { ADD_FAILURE() << error; },
-        [](const std::string& error) { ADD_FAILURE() << error; }};
+        [this](unsigned int scan, const std::string& error) { report("damaged", scan, error); },
+        [this](unsigned int scan, const std::string& change) { report("changed", scan, change); },
+        [this](const std::string& error) { _reports.insert(error); }};
     _detail = std::make_unique<LevelOfDetail>(memoryBytes, budget, dependencies);
   }
+  void report(const std::string& what, unsigned int scan, const std::string& text) {
+    _reports.insert(what + " scan " + std::to_string(scan) + ": " + text);
+  }
   void open(unsigned int scan, SyntheticTree tree) {
-    _detail->open(scan, std::make_unique<TreeInMemory>(std::move(tree), _reads, _isMemoryFull), {});
+    _detail->open(scan, std::make_unique<TreeInMemory>(std::move(tree), _reads, _reading, _token), {});
   }
   void look(const osg::Vec3d& eye, const osg::Vec3d& target) {
     _camera->setViewMatrixAsLookAt(eye, target, {0.0, 0.0, 1.0});
   }
-  void prepare() { _detail->prepareFrame(*_camera, {}); }
+  void prepare() {
+    _detail->prepareFrame(*_camera, {});
+    _isFrameRequested = false;
+  }
   /// As the viewer does after frames, until a time has passed in which nothing was read. How many frames were due.
   int framesDueUntilIdle(std::chrono::milliseconds idle = 500ms) {
     int frames = 0;
@@ -97,7 +132,7 @@ class LevelOfDetailTest : public testing::Test {
     for (auto end = std::chrono::steady_clock::now() + idle; std::chrono::steady_clock::now() < end;) {
       const bool arrived = _detail->receive();
       const bool freesMemory = _detail->readAhead();
-      if (arrived || freesMemory || _detail->mayRefine()) {
+      if (arrived || freesMemory || _detail->mayRefine() || _isFrameRequested) {
         ++frames;
         prepare();
       }
@@ -137,8 +172,11 @@ class LevelOfDetailTest : public testing::Test {
 
   PointCloud _cloud;
   std::atomic<int> _reads{0};
-  std::atomic<bool> _isMemoryFull{false};
+  std::atomic<Reading> _reading{Reading::Succeeds};
+  std::shared_ptr<int> _token = std::make_shared<int>();  // held by the trees
+  std::multiset<std::string> _reports;
   int _removed = 0;
+  bool _isFrameRequested = false;  // by the removal of nodes
   osg::ref_ptr<osg::Camera> _camera = new osg::Camera;
   std::unique_ptr<LevelOfDetail> _detail;
 };
@@ -235,7 +273,6 @@ TEST_F(LevelOfDetailTest, nodesReadAheadAreUploadedOverSeveralFrames) {
   prepareUntilComplete();
   framesDueUntilIdle();
   std::map<osg::Node*, std::uint64_t> known = drawnNodesOf(1);
-  const std::uint64_t before = _detail->drawnPoints();
   look({0.0, -200.0, 100.0}, {0.0, 0.0, 0.0});
   int frames = 0;
   std::uint64_t uploaded = 0;
@@ -249,7 +286,7 @@ TEST_F(LevelOfDetailTest, nodesReadAheadAreUploadedOverSeveralFrames) {
     uploaded += fresh;
     ++frames;
   } while (_detail->mayRefine());
-  EXPECT_GT(uploaded, kMostNewPoints) << "too few for this test, after " << before;
+  EXPECT_GT(uploaded, kMostNewPoints) << "too few for this test";
   EXPECT_GT(frames, 1);
 }
 
@@ -258,12 +295,12 @@ TEST_F(LevelOfDetailTest, nodesThatCouldNotBeReadAheadAreReadWhenTheyAreNeeded) 
   open(1, makeHills({{-256.0, -256.0, -256.0}, 512.0}, 3000, 500, 6));
   look({0.0, -300.0, 150.0}, {0.0, 0.0, 0.0});
   prepareUntilComplete();
-  _isMemoryFull = true;
+  _reading = Reading::HasNoMemory;
   const int before = _reads;
   framesDueUntilIdle();
   EXPECT_GT(_reads, before);
   EXPECT_LE(_reads, before + 16) << "those that were requested already";
-  _isMemoryFull = false;
+  _reading = Reading::Succeeds;
   look({0.0, -300.0, 150.0}, {15.0, 0.0, 0.0});
   prepareUntilComplete();
   const std::uint64_t drawn = _detail->drawnPoints();
@@ -272,6 +309,66 @@ TEST_F(LevelOfDetailTest, nodesThatCouldNotBeReadAheadAreReadWhenTheyAreNeeded) 
   open(1, makeHills({{-256.0, -256.0, -256.0}, 512.0}, 3000, 500, 6));
   prepareUntilComplete();
   EXPECT_EQ(_detail->drawnPoints(), drawn) << "as in a viewer that has always had memory";
+}
+
+TEST_F(LevelOfDetailTest, damageAndChangesAreReportedApart) {
+  for (const auto& [reading, expected] : {std::pair{Reading::FindsDamage, "damaged scan 7: a wrong byte"},
+                                          std::pair{Reading::FindsAChange, "changed scan 7: another file"}}) {
+    create(FrameBudget(kMostPoints, true));
+    open(7, SyntheticTree({{0.0, 0.0, 0.0}, 100.0}, 1.0, 3000));
+    look({125.0, -500.0, 200.0}, {50.0, 50.0, 50.0});
+    _reading = reading;
+    prepare();
+    framesDueUntilIdle();
+    EXPECT_THAT(std::exchange(_reports, {}), ElementsAre(expected));
+  }
+}
+
+TEST_F(LevelOfDetailTest, nodesThatCouldNotBeReadAreReadWhenTheViewMoves) {
+  for (const auto& [reading, expected] : {std::pair{Reading::HasNoMemory, "not enough memory to load more points"},
+                                          std::pair{Reading::HasNoDisk, "no disk"}}) {
+    create(FrameBudget(kMostPoints, true));
+    open(1, makeHills({{-256.0, -256.0, -256.0}, 512.0}, 300, 500, 6));
+    look({0.0, -300.0, 150.0}, {0.0, 0.0, 0.0});
+    _reading = reading;
+    prepare();
+    framesDueUntilIdle();
+    EXPECT_EQ(_detail->drawnPoints(), 0U);
+    EXPECT_TRUE(_detail->isComplete()) << "nothing more is read";
+    EXPECT_THAT(std::exchange(_reports, {}), ElementsAre(expected)) << "once";
+    _reading = Reading::Succeeds;
+    prepare();
+    framesDueUntilIdle();
+    EXPECT_EQ(_detail->drawnPoints(), 0U) << "the view rests";
+    look({0.0, -300.0, 150.0}, {1.0, 0.0, 0.0});
+    prepareUntilComplete();
+    EXPECT_GT(_detail->drawnPoints(), 0U);
+  }
+}
+
+TEST_F(LevelOfDetailTest, theTreeOfAClosedScanIsReleasedWithoutWaitingForOtherReads) {
+  create(FrameBudget(kMostPoints, true));
+  for (const unsigned int scan : {1U, 2U}) {
+    open(scan, SyntheticTree({{0.0, 0.0, 0.0}, 100.0}, 1.0, 3000));
+  }
+  WorkerGate gate(QuorOsgUtils::FileCmd::High);
+  look({125.0, -500.0, 200.0}, {50.0, 50.0, 50.0});
+  prepare();
+  auto released = std::async(std::launch::async, [future = _detail->close(1)] { future.wait(); });
+  EXPECT_EQ(released.wait_for(5s), std::future_status::ready);
+  gate.open();
+}
+
+TEST_F(LevelOfDetailTest, theTreeOfAClosedScanIsReleasedWhenItsNodeHasBeenRead) {
+  create(FrameBudget(kMostPoints, true));
+  open(1, makeHills({{-256.0, -256.0, -256.0}, 512.0}, 3000, 500, 6));
+  look({0.0, -300.0, 150.0}, {0.0, 0.0, 0.0});
+  prepare();
+  while (_reads == 0) {
+    std::this_thread::sleep_for(1ms);
+  }
+  _detail->close(1).wait();
+  EXPECT_EQ(_token.use_count(), 1);
 }
 
 TEST_F(LevelOfDetailTest, aScanCanBeClosedWhileItIsReadAhead) {

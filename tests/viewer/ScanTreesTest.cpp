@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <filesystem>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -126,6 +127,20 @@ TEST_F(ScanTreesTest, aWaitingBuildIsCancelled) {
   _trees.cancel(2);
   EXPECT_FALSE(_trees.isBuilding(2));
   EXPECT_EQ(_trees.current(), 1U);
+}
+
+TEST_F(ScanTreesTest, aBuildThatCouldNotStartIsForgottenWhenItIsCancelled) {
+  const std::unique_ptr<ScanReader> scan = open("gone.las");
+  std::filesystem::remove(_folder.path("gone.las"));
+  for (const unsigned int number : {1U, 2U}) {
+    _trees.build(number, *scan, osg::Vec3d());
+  }
+  _trees.cancel(1);
+  const std::optional<ScanTrees::Built> built = _trees.pollBuilt();
+  ASSERT_TRUE(built);
+  EXPECT_EQ(built->scan, 2U);
+  EXPECT_FALSE(_trees.pollBuilt());
+  EXPECT_FALSE(_trees.isBuilding());
 }
 
 }  // namespace

@@ -64,7 +64,7 @@ class SessionLazTest : public testing::Test {
 
   ScanBytes::Folder _folder;
   PointCloud _cloud;
-  LevelOfDetail _detail{kPlenty, FrameBudget(1000, true), {_cloud, {}, {}, {}}};
+  LevelOfDetail _detail{kPlenty, FrameBudget(1000, true), {_cloud, {}, {}, {}, {}}};
   Hud _hud{{}};
   Messages _messages{_hud};
   Viewer _viewer;

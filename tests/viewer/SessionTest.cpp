@@ -14,6 +14,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <regex>
 #include <string>
@@ -108,6 +109,14 @@ class SessionTest : public testing::Test {
     _hud.node()->accept(texts);
     return texts.all.find(text) != std::string::npos;
   }
+  void loadUntil(const std::function<bool()>& holds) {
+    const auto end = std::chrono::steady_clock::now() + 60s;
+    while (!holds() && std::chrono::steady_clock::now() < end) {
+      _session->loadNextChunks(10ms, [] { return false; });
+      std::this_thread::sleep_for(1ms);
+    }
+    ASSERT_TRUE(holds());
+  }
   void loadEverything() {
     const auto end = std::chrono::steady_clock::now() + 60s;
     while (!_session->isLoaded() && std::chrono::steady_clock::now() < end) {
@@ -137,7 +146,7 @@ class SessionTest : public testing::Test {
 
   ScanBytes::Folder _folder;
   PointCloud _cloud;
-  LevelOfDetail _detail{kPlenty, FrameBudget(1000, true), {_cloud, {}, {}, {}}};
+  LevelOfDetail _detail{kPlenty, FrameBudget(1000, true), {_cloud, {}, {}, {}, {}}};
   Hud _hud{{}};
   Messages _messages{_hud};
   Viewer _viewer;
@@ -331,6 +340,35 @@ TEST_F(SessionTest, aScanThatChangesWhileItIsInUseElsewhereIsClosedOnlyAfterward
   look(1s);
   EXPECT_THAT(_session->scans().numbers(), ElementsAre());
   EXPECT_THAT(errors(), HasSubstr("long.las: the file has changed while it was open: it has 16 bytes"));
+}
+
+TEST_F(SessionTest, aScanThatIsStillBeingWrittenStaysOpen) {
+  if (!mappedFilesMayChange()) {
+    GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  }
+  openWhileIndexed();
+  _session->noteChange(1, "it is empty");
+  std::ofstream(_folder.path("long.las")) << "the begin";
+  _session->loadNextChunks(1ms, [] { return true; });
+  ASSERT_THAT(_session->scans().numbers(), ElementsAre(1U));
+  EXPECT_TRUE(_session->isReplacing());
+  write("long.las", kIndexedPoints + 1);
+  loadUntil([this] { return _session->scans().info(1).pointCount == kIndexedPoints + 1 && _detail.isOpen(1); });
+  EXPECT_THAT(errors(), HasSubstr("; the index is built again"));
+}
+
+TEST_F(SessionTest, aScanThatHasBeenOpenedAgainIsStillWatched) {
+  if (!mappedFilesMayChange()) {
+    GTEST_SKIP() << "a mapped file cannot be changed on this system";
+  }
+  openWhileIndexed();
+  loadEverything();
+  write("long.las", 0);
+  loadUntil([this] { return _session->scans().info(1).pointCount == 0; });
+  loadEverything();
+  write("long.las", kIndexedPoints);
+  loadUntil([this] { return _session->scans().info(1).pointCount == kIndexedPoints && _detail.isOpen(1); });
+  EXPECT_THAT(errors(), HasSubstr("bytes, not 227; the index is built again")) << "the header has 227 bytes";
 }
 
 TEST_F(SessionTest, withoutAnIndexNothingIsCancelled) {

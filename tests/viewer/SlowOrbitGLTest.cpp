@@ -131,9 +131,9 @@ class SlowOrbitGLTest : public SceneFixture {
 
   /// Opens the scan in a new level of detail, and refines the first view.
   std::unique_ptr<LevelOfDetail> show(const Drawing& drawing) {
+    const auto fail = [](unsigned int /*scan*/, const std::string& error) { ADD_FAILURE() << error; };
     const LevelOfDetail::Dependencies dependencies = {
-        _scene->cloud, [this](osg::Group* parent, osg::Node* child) { _loop->removePart(parent, child); },
-        [](unsigned int /*scan*/, const std::string& error) { ADD_FAILURE() << error; },
+        _scene->cloud, [this](osg::Group* parent, osg::Node* child) { _loop->removePart(parent, child); }, fail, fail,
         [](const std::string& error) { ADD_FAILURE() << error; }};
     auto detail = std::make_unique<LevelOfDetail>(kMemoryBytes, drawing.budget, dependencies);
     detail->setWidensPoints(drawing.widensPoints);

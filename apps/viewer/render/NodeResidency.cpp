@@ -21,8 +21,8 @@ const NodeResidency::Decision& NodeResidency::update(const std::vector<WantedNod
   _findMissing(wanted);
   _requestPlanned(wanted);
   _orderByRecentness();  // places the new requests among the others
-  _drawWanted(wanted);
-  if (_incomplete) {
+  _drawWanted();
+  if (_incomplete || _uploading) {
     _keepDrawn(_drawnBefore);
   }
   _eraseAbsent();
@@ -146,13 +146,27 @@ void NodeResidency::_makeRoom(std::uint64_t bytes) {
 }
 
 // Children are evicted before their parents, so a node that was to be shown and is still loaded has its parent.
-void NodeResidency::_drawWanted(const std::vector<WantedNode>& wanted) {
+void NodeResidency::_drawWanted() {
   _drawnBytes = 0;
-  for (std::size_t i = 0; i < wanted.size(); ++i) {
-    if (_items[i].shown && _items[i].state() == State::Loaded) {
-      _draw(*_items[i].entry);
+  _uploading = false;
+  std::uint64_t fresh = 0;
+  for (const Item& item : _items) {
+    if (item.shown && item.state() == State::Loaded && _isShown(item.entry->parent) && _upload(*item.entry, fresh)) {
+      _draw(*item.entry);
     }
   }
+}
+
+bool NodeResidency::_upload(Entry& entry, std::uint64_t& fresh) {
+  if (entry.uploaded) {
+    return true;
+  }
+  _uploading = _uploading || fresh >= _limits.uploadBytes;
+  if (!_uploading) {
+    fresh += entry.bytes;
+    entry.uploaded = true;
+  }
+  return entry.uploaded;
 }
 
 void NodeResidency::_draw(Entry& entry) {
@@ -215,18 +229,40 @@ bool NodeResidency::arrived(const ScanNode& node, std::uint64_t bytes) {
 }
 
 void NodeResidency::failed(const ScanNode& node) {
-  if (Entry* const entry = _endRequest(node)) {
-    _recent.erase(entry->recentness);
-    if (entry->priority == Priority::Low) {
-      _entries.erase(node);
-      return;
-    }
-    entry->state = State::Failed;
-    entry->bytes = 0;
+  _fail(node);
+}
+
+void NodeResidency::postponed(const ScanNode& node) {
+  if (_fail(node)) {
+    _postponed.push_back(node);
   }
 }
 
+bool NodeResidency::_fail(const ScanNode& node) {
+  Entry* const entry = _endRequest(node);
+  if (entry == nullptr) {
+    return false;
+  }
+  _recent.erase(entry->recentness);
+  if (entry->priority == Priority::Low) {
+    _entries.erase(node);
+    return false;
+  }
+  entry->state = State::Failed;
+  entry->bytes = 0;
+  return true;
+}
+
+void NodeResidency::retryPostponed() {
+  for (const ScanNode& node : _postponed) {
+    _entries.erase(node);
+  }
+  _postponed.clear();
+}
+
 void NodeResidency::forget(unsigned int scan) {
+  const auto isNodeOfScan = [scan](const ScanNode& node) { return node.scan == scan; };
+  _postponed.erase(std::remove_if(_postponed.begin(), _postponed.end(), isNodeOfScan), _postponed.end());
   const auto isOfScan = [scan](const Entry* entry) { return entry->node.scan == scan; };
   _inFlight.erase(std::remove_if(_inFlight.begin(), _inFlight.end(), isOfScan), _inFlight.end());
   _recent.remove_if(isOfScan);

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <list>
 #include <optional>
 #include <unordered_map>
@@ -32,6 +33,8 @@ struct ResidencyLimits {
   std::uint64_t memoryBytes = 0;      ///< of all loaded and requested nodes
   std::uint64_t drawnBytes = 0;       ///< above this, no nodes are drawn that are not wanted
   std::size_t requestsInFlight = 16;  ///< few, so that the nodes of a new view are not queued behind those of the last
+  /// Once this much is drawn for the first time with an update, other nodes wait for the next one. Default: no limit.
+  std::uint64_t uploadBytes = std::numeric_limits<std::uint64_t>::max();
 };
 
 /// Decides which nodes of point trees are read, kept in memory and drawn. It reads nothing itself: the caller carries
@@ -49,9 +52,10 @@ struct ResidencyLimits {
 /// update, those that were later in the list. So children leave before their parents, and once a view is at rest all
 /// planned nodes are loaded, whatever the views before it were.
 ///
-/// A node is drawn if it is wanted, not prefetched and loaded, and its parent is drawn. While wanted nodes are still
-/// missing, nodes that were drawn before stay drawn as well, as long as they are loaded, their parents are drawn, and
-/// the limit of drawn bytes is not exceeded; so the picture does not become coarser first when the view moves.
+/// A node is drawn if it is wanted, not prefetched and loaded, and its parent is drawn. Many nodes that have not been
+/// drawn before are spread over several updates. While wanted nodes are still missing or wait for a later update, nodes
+/// that were drawn before stay drawn as well, as long as they are loaded, their parents are drawn, and the limit of
+/// drawn bytes is not exceeded; so the picture does not become coarser first when the view moves.
 ///
 /// Units: bytes. Threads: one thread.
 class NodeResidency {
@@ -92,6 +96,10 @@ class NodeResidency {
   /// A requested node cannot be read. It is not requested again and counts as drawn for its descendants; if it was
   /// prefetched, it is absent again. Ignored if the request was dropped.
   void failed(const ScanNode& node);
+  /// The same, but only until `retryPostponed` is called.
+  void postponed(const ScanNode& node);
+  /// Nodes that could not be read for the time being are absent from now on.
+  void retryPostponed();
   /// Forgets a scan that is closed, with its requests and loaded nodes, which the caller cancels and deletes.
   void forget(unsigned int scan);
 
@@ -101,6 +109,8 @@ class NodeResidency {
   std::size_t requestsInFlight() const { return _inFlight.size(); }
   /// Whether nodes that the last update should have drawn, and that fit into memory, have not been read yet.
   bool isIncomplete() const { return _incomplete; }
+  /// Whether loaded nodes wait for the next update to be drawn.
+  bool isUploading() const { return _uploading; }
 
  private:
   struct Entry;
@@ -115,6 +125,7 @@ class NodeResidency {
     std::uint64_t plannedIn = 0;             // number of the last update that planned it
     bool visible = false;                    // it is, as planned: not prefetched
     std::uint64_t shownIn = 0;               // number of the last update that drew it
+    bool uploaded = false;                   // it has been drawn since it was loaded
     std::list<Entry*>::iterator recentness;  // valid if it is requested or loaded
   };
 
@@ -139,13 +150,18 @@ class NodeResidency {
   void _makeRoom(std::uint64_t bytes);
   void _leave(Entry& entry);
   void _draw(Entry& entry);
-  void _drawWanted(const std::vector<WantedNode>& wanted);
+  void _drawWanted();
+  /// Whether a node that is to be drawn has been, or may be within the limit. `fresh`: bytes of those that had not
+  /// been.
+  bool _upload(Entry& entry, std::uint64_t& fresh);
   void _keepDrawn(const std::vector<ScanNode>& drawnBefore);
   void _eraseAbsent();
 
   static std::uint64_t _bytesOf(const WantedNode& node, const Entry* entry);
   Entry* _find(const ScanNode& node);
   bool _isShown(const std::optional<ScanNode>& node);
+  /// False if the node does not count as failed.
+  bool _fail(const ScanNode& node);
   /// Releases the reserved bytes of a request. Null if the node is not requested.
   Entry* _endRequest(const ScanNode& node);
   bool _fits(std::uint64_t bytes) const {
@@ -160,10 +176,12 @@ class NodeResidency {
   std::uint64_t _drawnBytes = 0;
   std::uint64_t _updates = 0;
   bool _incomplete = false;
+  bool _uploading = false;
   Decision _decision;
   std::vector<Item> _items;        // parallel to the wanted list
   std::vector<ScanNode> _leaving;  // were dropped or evicted in the current update
   std::vector<ScanNode> _drawnBefore;
+  std::vector<ScanNode> _postponed;  // have failed for the time being
 };
 
 }  // namespace QuorViewer

@@ -51,6 +51,15 @@ std::vector<bool> coveringNodes(const std::vector<TreeNode>& nodes) {
   return covers;
 }
 
+/// Fulfils the promise when it has been destroyed.
+std::shared_ptr<PointTree> cloneOf(const PointTree& tree, std::promise<void> destroyed) {
+  const auto promise = std::make_shared<std::promise<void>>(std::move(destroyed));
+  return {tree.clone().release(), [promise](PointTree* clone) {
+            delete clone;
+            promise->set_value();
+          }};
+}
+
 }  // namespace
 
 LevelOfDetail::LevelOfDetail(std::uint64_t memoryBytes, const FrameBudget& budget, Dependencies dependencies)
@@ -76,14 +85,15 @@ void LevelOfDetail::open(unsigned int scan, std::unique_ptr<PointTree> tree, con
   const osg::BoundingBoxd bounds = info.bounds.valid() ? info.bounds : info.cube.cubeOf(NodeKey());
   _dependencies.cloud.setBounds(scan, {bounds._min - localOrigin, bounds._max - localOrigin});
   Tree& opened = _trees[scan];
-  opened.read = tree->clone();
+  std::promise<void> released;
+  opened.released = released.get_future();
+  opened.read = cloneOf(*tree, std::move(released));
   opened.drawables.resize(tree->nodes().size());
   opened.covers = coveringNodes(tree->nodes());
-  opened.uploaded.resize(tree->nodes().size());
   opened.tree = std::move(tree);
 }
 
-void LevelOfDetail::close(unsigned int scan) {
+std::future<void> LevelOfDetail::close(unsigned int scan) {
   for (auto read = _reads.begin(); read != _reads.end();) {
     const bool isOfScan = read->first.scan == scan;
     if (isOfScan) {
@@ -97,15 +107,19 @@ void LevelOfDetail::close(unsigned int scan) {
   for (const ScanNode& node : _drawn) {
     _drawnPoints += _drawnPointsOf(node);
   }
-  const Tree& tree = _trees.at(scan);
+  Tree& tree = _trees.at(scan);
+  std::future<void> released = std::move(tree.released);
   for (std::size_t node = 0; node < tree.drawables.size(); ++node) {
     _loadedPoints -= tree.drawables[node] ? tree.tree->nodes()[node].pointCount : 0;
   }
+  const auto isEvicted = [&](const auto& evicted) { return evicted.first == scan; };
+  _evicted.erase(std::remove_if(_evicted.begin(), _evicted.end(), isEvicted), _evicted.end());
   _mayReadAhead = false;
   _wantsAhead = false;
   _residency.forget(scan);
   _failedScans.erase(scan);
   _trees.erase(scan);
+  return released;
 }
 
 bool LevelOfDetail::receive() {
@@ -116,37 +130,53 @@ bool LevelOfDetail::receive() {
     if (!result) {
       break;
     }
-    any = any || !result->read->ahead;
+    const bool isToBeDrawn = !result->read->ahead;
     uploaded += result->points ? result->points->positions->size() : 0;
-    _take(std::move(*result));
+    any = (_take(std::move(*result)) && isToBeDrawn) || any;
   }
   return any;
 }
 
-void LevelOfDetail::_take(NodeResult result) {
+bool LevelOfDetail::_take(NodeResult result) {
   const ScanNode node = result.read->node;
   const auto read = _reads.find(node);
   if (read == _reads.end() || read->second != result.read) {
-    return;
+    return false;
   }
   _reads.erase(read);
   if (!result.points) {
-    _residency.failed(node);
-    _mayReadAhead = _mayReadAhead && !result.read->ahead;
-    if (result.isDamaged) {
-      _dependencies.damaged(node.scan, result.error);
-    } else if (!result.read->ahead && _failedScans.insert(node.scan).second) {
-      _dependencies.failed(result.error);
-    }
-    return;
+    _takeFailure(result);
+    return true;
   }
   if (!_residency.arrived(node, result.points->positions->size() * kBytesPerPoint)) {
-    return;
+    return true;
   }
   const osg::ref_ptr<osg::Node> drawable = _dependencies.cloud.addNode(node.scan, *result.points, _localOrigin);
   drawable->setNodeMask(0);
   _trees.at(node.scan).drawables[node.node] = drawable;
   _loadedPoints += result.points->positions->size();
+  return true;
+}
+
+void LevelOfDetail::_takeFailure(const NodeResult& result) {
+  const ScanNode node = result.read->node;
+  _mayReadAhead = _mayReadAhead && !result.read->ahead;
+  switch (result.failure) {
+    case NodeFailure::Postponed:
+      _residency.postponed(node);
+      if (!result.read->ahead && _failedScans.insert(node.scan).second) {
+        _dependencies.failed(result.error);
+      }
+      break;
+    case NodeFailure::Changed:
+      _residency.postponed(node);
+      _dependencies.changed(node.scan, result.error);
+      break;
+    case NodeFailure::Damaged:
+      _residency.failed(node);
+      _dependencies.damaged(node.scan, result.error);
+      break;
+  }
 }
 
 void LevelOfDetail::prepareFrame(const osg::Camera& camera, const std::vector<osg::Plane>& clipPlanes) {
@@ -160,21 +190,27 @@ void LevelOfDetail::prepareFrame(const osg::Camera& camera, const std::vector<os
     return;
   }
   _budget.beginFrame(moved);
+  if (moved) {
+    _residency.retryPostponed();
+  }
   _dependencies.cloud.setPixelsPerUnit(_widensPoints ? static_cast<float>(pixelsPerUnitOf(camera)) : 0.0f);
   _preparedAt = std::chrono::steady_clock::now();
   _wantsAhead = _wantsAhead && !moved;
   _mayReadAhead = true;
-  _replacedAhead = false;
   _select();
   if (_wantsAhead) {
     _wantAhead();
   }
   _carryOut(_residency.update(_wanted));
+  _removeEvicted();
 }
 
 bool LevelOfDetail::readAhead() {
+  if (!_mayReadAhead) {
+    return !_evicted.empty();
+  }
   const bool rests = std::chrono::steady_clock::now() - _preparedAt >= kRest;
-  if (!_mayReadAhead || !rests || !_reads.empty() || isEmpty() || !isComplete()) {
+  if (!rests || !_reads.empty() || isEmpty() || !isComplete()) {
     return false;
   }
   if (!_wantsAhead) {
@@ -183,9 +219,8 @@ bool LevelOfDetail::readAhead() {
   }
   const NodeResidency::Decision& decision = _residency.update(_wanted);
   _carryOut(decision);
-  _replacedAhead = _replacedAhead || !decision.evicted.empty();
   _mayReadAhead = !decision.requests.empty();
-  return !_mayReadAhead && std::exchange(_replacedAhead, false);
+  return !_mayReadAhead && !_evicted.empty();
 }
 
 void LevelOfDetail::_wantAhead() {
@@ -226,7 +261,8 @@ void LevelOfDetail::_select() {
       _thinned[node.node] = node.drawnPoints;
     }
   }
-  _residency.setLimits({_memoryBytes, _settings.budgetPoints * kBytesPerPoint, kRequestsInFlight});
+  _residency.setLimits(
+      {_memoryBytes, _settings.budgetPoints * kBytesPerPoint, kRequestsInFlight, kMostUploadPoints * kBytesPerPoint});
 }
 
 std::uint32_t LevelOfDetail::_drawnPointsOf(const ScanNode& node) const {
@@ -239,7 +275,7 @@ void LevelOfDetail::_carryOut(const NodeResidency::Decision& decision) {
   std::for_each(decision.evicted.begin(), decision.evicted.end(), [this](const ScanNode& node) { _evict(node); });
   std::for_each(decision.requests.begin(), decision.requests.end(),
                 [this](const NodeRequest& request) { _request(request); });
-  _show(_uploadable(decision.drawn));
+  _show(decision.drawn);
 }
 
 void LevelOfDetail::_request(const NodeRequest& request) {
@@ -250,8 +286,9 @@ void LevelOfDetail::_request(const NodeRequest& request) {
   read->ahead = request.priority == NodeResidency::Priority::Low;
   read->inEvenOrder = tree.covers[request.node.node];
   _reads[request.node] = read;
-  const auto work = [read, results = _results](QuorOsgUtils::FileJob&) { results->push(readNode(read)); };
-  _jobs.submit(std::string(), request.priority, work, read->stop.token());
+  const auto job = std::make_shared<NodeReadJob>(read, _results);
+  _jobs.submit(
+      std::string(), request.priority, [job](QuorOsgUtils::FileJob&) { job->run(); }, read->stop.token());
 }
 
 void LevelOfDetail::_cancel(const ScanNode& node) {
@@ -265,28 +302,15 @@ void LevelOfDetail::_cancel(const ScanNode& node) {
 void LevelOfDetail::_evict(const ScanNode& node) {
   Tree& tree = _trees.at(node.scan);
   const osg::ref_ptr<osg::Node> drawable = std::exchange(tree.drawables[node.node], nullptr);
-  tree.uploaded[node.node] = false;
+  drawable->setNodeMask(0);
   _loadedPoints -= tree.tree->nodes()[node.node].pointCount;
-  _dependencies.remove(_dependencies.cloud.groupOf(node.scan), drawable);
+  _evicted.emplace_back(node.scan, drawable);
 }
 
-std::vector<ScanNode> LevelOfDetail::_uploadable(const std::vector<ScanNode>& nodes) {
-  std::uint64_t uploaded = 0;
-  _isUploading = false;
-  std::vector<ScanNode> uploadable;
-  for (const ScanNode& node : nodes) {
-    Tree& tree = _trees.at(node.scan);
-    if (!tree.uploaded[node.node]) {
-      _isUploading = _isUploading || uploaded >= kMostUploadPoints;
-      if (_isUploading) {
-        continue;
-      }
-      uploaded += _nodeOf(node).pointCount;
-      tree.uploaded[node.node] = true;
-    }
-    uploadable.push_back(node);
+void LevelOfDetail::_removeEvicted() {
+  for (const auto& [scan, drawable] : std::exchange(_evicted, {})) {
+    _dependencies.remove(_dependencies.cloud.groupOf(scan), drawable);
   }
-  return uploadable;
 }
 
 void LevelOfDetail::_show(std::vector<ScanNode> drawn) {
@@ -346,7 +370,7 @@ void LevelOfDetail::endFrame(std::chrono::duration<double> duration) {
 
 bool LevelOfDetail::mayRefine() const {
   const bool mayGrow = _selection.isLimited() && _budget.mayGrow() && !_residency.isIncomplete();
-  return !isEmpty() && _isPrepared && (_isUploading || mayGrow);
+  return !isEmpty() && _isPrepared && (_residency.isUploading() || mayGrow);
 }
 
 bool LevelOfDetail::isComplete() const {

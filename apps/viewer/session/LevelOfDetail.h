@@ -18,11 +18,13 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace QuorViewer {
@@ -37,11 +39,15 @@ namespace QuorViewer {
 class LevelOfDetail {
  public:
   struct Dependencies {
-    PointCloud& cloud;                                                 ///< outlives this
-    std::function<void(osg::Group* parent, osg::Node* child)> remove;  ///< as `FrameLoop::removePart`
-    /// A node of a scan is damaged, or the scan's file has changed, with a text for the user.
+    PointCloud& cloud;  ///< outlives this
+    /// As `FrameLoop::removePart`. Called only before a frame, because it requests one.
+    std::function<void(osg::Group* parent, osg::Node* child)> remove;
+    /// A node of a scan is damaged, with a text for the user.
     std::function<void(unsigned int scan, const std::string& error)> damaged;
-    /// The first time that there is not enough memory for a node of a scan.
+    /// A node was not read because the scan's file has changed, likewise.
+    std::function<void(unsigned int scan, const std::string& change)> changed;
+    /// The first time that there is not enough memory for a node of a scan, or that the system cannot read it. It is
+    /// tried again when the view moves.
     std::function<void(const std::string& error)> failed;
   };
 
@@ -64,13 +70,12 @@ class LevelOfDetail {
 
   /// Drops all requests, because no more nodes are taken over.
   void cancelReads();
-  /// Waits until no node is being read. The files of closed scans are closed then.
-  void finishReads() { _jobs.drain(); }
 
   /// From now on draws a scan. `localOrigin` is the world point that drawn positions are relative to, the same for all.
   void open(unsigned int scan, std::unique_ptr<PointTree> tree, const osg::Vec3d& localOrigin);
-  /// Ends the drawing of a scan. The caller removes the nodes, which are children of `PointCloud::groupOf`.
-  void close(unsigned int scan);
+  /// Ends the drawing of a scan. The caller removes the nodes, which are children of `PointCloud::groupOf`. The future
+  /// is ready when the tree's file is closed: at once, or when the node that is being read has been read.
+  std::future<void> close(unsigned int scan);
   bool isEmpty() const { return _trees.empty(); }
   bool isOpen(unsigned int scan) const { return _trees.count(scan) > 0; }
 
@@ -101,9 +106,9 @@ class LevelOfDetail {
   struct Tree {
     std::unique_ptr<PointTree> tree;                 // nodes and info
     std::shared_ptr<PointTree> read;                 // for the worker
+    std::future<void> released;                      // `read` has been destroyed
     std::vector<osg::ref_ptr<osg::Node>> drawables;  // by node; null: not in memory
     std::vector<bool> covers;                        // by node: no ancestor has points
-    std::vector<bool> uploaded;                      // by node: it has been drawn
   };
 
   void _select();
@@ -114,12 +119,13 @@ class LevelOfDetail {
   void _request(const NodeRequest& request);
   void _cancel(const ScanNode& node);
   void _evict(const ScanNode& node);
-  /// Those of the nodes that are uploaded, or can be with the next frame.
-  std::vector<ScanNode> _uploadable(const std::vector<ScanNode>& nodes);
+  void _removeEvicted();
   void _show(std::vector<ScanNode> drawn);
   /// The spacing of what is drawn in the cubes of drawn nodes.
   void _setSpacings(const std::vector<ScanNode>& drawn);
-  void _take(NodeResult result);
+  /// False if the node is no longer wanted.
+  bool _take(NodeResult result);
+  void _takeFailure(const NodeResult& result);
   std::uint32_t _drawnPointsOf(const ScanNode& node) const;
   const TreeNode& _nodeOf(const ScanNode& node) const { return _trees.at(node.scan).tree->nodes()[node.node]; }
   osg::Node* _drawableOf(const ScanNode& node) const { return _trees.at(node.scan).drawables[node.node]; }
@@ -139,6 +145,7 @@ class LevelOfDetail {
   std::vector<WantedNode> _wanted;
   std::unordered_map<ScanNode, std::uint32_t, ScanNodeHash> _thinned;  // nodes drawn in part: with how many points
   std::vector<ScanNode> _drawn;
+  std::vector<std::pair<unsigned int, osg::ref_ptr<osg::Node>>> _evicted;  // hidden, and their scans
   std::uint64_t _drawnPoints = 0;
   std::uint64_t _loadedPoints = 0;
   std::set<unsigned int> _failedScans;
@@ -146,12 +153,10 @@ class LevelOfDetail {
   osg::Matrixd _latestView, _latestProjection;
   osg::Vec2d _latestSize;
   std::vector<osg::Plane> _latestPlanes;
-  bool _isPrepared = false;   // for all open scans
-  bool _isUploading = false;  // nodes wait for the next frame to be uploaded
+  bool _isPrepared = false;  // for all open scans
   std::chrono::steady_clock::time_point _preparedAt;
   bool _wantsAhead = false;      // `_wanted` has nodes to read ahead
   bool _mayReadAhead = false;    // there may be more of them to request
-  bool _replacedAhead = false;   // they have replaced others since the latest frame
   QuorOsgUtils::FileJobs _jobs;  // its destructor waits for the job that is running
 };
 

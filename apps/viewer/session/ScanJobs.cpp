@@ -2,6 +2,7 @@
 
 #include "scan/ChunkBuilder.h"
 #include "scan/platform/Platform.h"
+#include "viewer/session/WatchedTree.h"
 
 #include <QuorOsgUtils/FileView.h>
 
@@ -174,6 +175,10 @@ void MeasureTree::work(LoadResult& result) {
     if (!_tree->nodes().empty()) {
       _context->statistics.add(result.scan, chunkOf(_tree->sample(), _scan->origin));
     }
+  } catch (const ScanChanged&) {
+    // The session watches the file, and opens it again.
+  } catch (const ScanReadError& error) {
+    result.error = error.what();
   } catch (const ScanError& error) {
     result.treeError = error.what();
   }

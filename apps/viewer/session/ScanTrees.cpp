@@ -89,6 +89,8 @@ void ScanTrees::_startNext() {
 }
 
 void ScanTrees::cancel(unsigned int scan) {
+  const auto isOfScan = [scan](const Built& failed) { return failed.scan == scan; };
+  _failed.erase(std::remove_if(_failed.begin(), _failed.end(), isOfScan), _failed.end());
   _waiting.erase(scan);
   if (current() == scan) {
     _job->cancel();

@@ -46,14 +46,17 @@ class ScanTrees {
   /// Builds the tree of a scan. Builds run one after the other, because each uses all processors. `origin`: world point
   /// that the preview is relative to.
   void build(unsigned int scan, const ScanReader& reader, const osg::Vec3d& origin);
-  /// Cancels the build for a scan, if there is one, without waiting for its end. The next build starts after that,
-  /// because each uses all of the memory.
+  /// Cancels the build for a scan, if there is one, without waiting for its end. It is not polled any more. The next
+  /// build starts after that, because each uses all of the memory.
   void cancel(unsigned int scan);
   /// Frees what cancelled builds hold, if they have ended.
   void forgetEnded();
   /// The open tree of a scan turned out to be damaged, or not to fit it any more: it is not opened again. An index is
   /// removed from the cache. False if the scan brings the tree along.
   bool refuse(unsigned int scan, const ScanInfo& info);
+  /// From now on, changes of the scan's file are noticed. Its tree must not have been opened or built. Throws ScanError
+  /// if the file is gone.
+  void watch(unsigned int scan, const ScanInfo& info) { _identify(scan, info); }
   /// How the scan's file differs from what it was when its tree was opened or built, for the user; empty: it does not.
   std::string changeOf(unsigned int scan) const;
   /// The scan is closed, or its file opened again.

@@ -98,7 +98,7 @@ bool Session::_takeBuiltTrees() {
   }
   const std::string change = _trees.changeOf(built->scan);
   if (!change.empty()) {
-    _replaceTree(built->scan, change);
+    noteChange(built->scan, change);
   } else if (built->tree) {
     _replaced[built->scan] = {_dependencies.cloud.release(built->scan), _loader.pointsReadOf(built->scan)};
     if (_loader.pointsReadOf(built->scan) == 0) {
@@ -148,6 +148,13 @@ void Session::_removeReplaced() {
   }
 }
 
+// The file may still be written, so it is looked at again after the interval.
+void Session::noteChange(unsigned int scan, const std::string& change) {
+  if (_changes.emplace(scan, change).second) {
+    _filesSeen = std::chrono::steady_clock::now();
+  }
+}
+
 // A change is noticed even if no node is read any more. A file that is still being written is left until it stays the
 // same.
 void Session::_watchFiles() {
@@ -159,7 +166,7 @@ void Session::_watchFiles() {
   _filesSeen = now;
   std::map<unsigned int, std::string> changes;
   for (const unsigned int scan : _scans.numbers()) {
-    std::string change = _dependencies.detail.isOpen(scan) ? _trees.changeOf(scan) : std::string();
+    std::string change = _trees.changeOf(scan);
     if (!change.empty() && _changes[scan] == change) {
       replaceDamaged(scan, change);
     } else if (!change.empty()) {
@@ -178,27 +185,27 @@ void Session::_replaceDamagedTrees() {
     return;
   }
   for (const auto& [scan, error] : std::exchange(_damaged, {})) {
-    if (_scans.isOpen(scan) && _dependencies.detail.isOpen(scan)) {
+    if (_scans.isOpen(scan) && (_dependencies.detail.isOpen(scan) || !_trees.changeOf(scan).empty())) {
       _replaceTree(scan, error);
     }
   }
 }
 
 void Session::_replaceTree(unsigned int scan, const std::string& error) {
+  _trees.cancel(scan);
   _dropTree(scan);
-  _dependencies.detail.finishReads();  // Windows does not remove a file that is open
   const bool hasChanged = !_trees.changeOf(scan).empty();
   // An index that does not fit the changed scan is not used anyway, and there may already be one that does.
   const bool wasIndex = hasChanged || _trees.refuse(scan, _scans.info(scan));
   if (!hasChanged || _reopen(scan, error)) {
-    _reload(scan, error, wasIndex);
+    _reload(scan, error, wasIndex, hasChanged);
   }
 }
 
 void Session::_dropTree(unsigned int scan) {
   _dropReplaced(scan);
   if (_dependencies.detail.isOpen(scan)) {
-    _dependencies.detail.close(scan);
+    _dependencies.detail.close(scan).wait();  // Windows does not remove a file that is open
   }
   _listener.pointsReplaced(_dependencies.cloud.release(scan));
 }
@@ -215,6 +222,7 @@ bool Session::_reopen(unsigned int scan, const std::string& change) {
   try {
     _scans.reopen(scan);
     _trees.forget(scan);
+    _trees.watch(scan, _scans.info(scan));
     return true;
   } catch (const ScanError& error) {
     close(scan);
@@ -223,10 +231,10 @@ bool Session::_reopen(unsigned int scan, const std::string& change) {
   return false;
 }
 
-void Session::_reload(unsigned int scan, const std::string& error, bool wasIndex) {
+void Session::_reload(unsigned int scan, const std::string& error, bool wasIndex, bool hasChanged) {
   std::unique_ptr<PointTree> tree;
-  const bool isFirst = _rebuilt.insert(scan).second;
-  const LoadExtent extent = isFirst ? _openTree(scan, tree) : LoadExtent::Whole;
+  const bool mayRebuild = hasChanged || _rebuilt.insert(scan).second;
+  const LoadExtent extent = mayRebuild ? _openTree(scan, tree) : LoadExtent::Whole;
   const std::string built = wasIndex ? "; the index is built again" : "; an index is built instead";
   _reportError(error + (extent == LoadExtent::Whole ? "; all points are loaded instead"
                         : tree                      ? "; its index is used instead"

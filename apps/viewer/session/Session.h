@@ -83,11 +83,13 @@ class Session {
   bool isLoaded() const { return _loaded; }
   /// Whether any scan has failed so far, to open or to load.
   bool anyFailed() const { return !_scans.failures().empty() || _loader.failed(); }
-  /// Whether samples are still on screen in the place of trees that have been built.
-  bool isReplacing() const { return !_replaced.empty() || !_damaged.empty(); }
-  /// A node of a scan's tree is damaged, or its file has changed. Soon the tree is dropped and an index built; if this
-  /// happens to a scan again, all its points are loaded instead.
+  /// Whether samples are still on screen in the place of trees that have been built, or files have changed.
+  bool isReplacing() const { return !_replaced.empty() || !_damaged.empty() || !_changes.empty(); }
+  /// A node of a scan's tree is damaged. Soon the tree is dropped and an index built; if this happens to a scan again,
+  /// all its points are loaded instead.
   void replaceDamaged(unsigned int scan, const std::string& error) { _damaged.emplace(scan, error); }
+  /// The file of a scan has changed. It is opened again once it stays the same.
+  void noteChange(unsigned int scan, const std::string& change);
   /// World coordinates, of an open scan; invalid while unknown.
   osg::BoundingBoxd boundsOf(unsigned int scan) const { return _fit.boundsOf(scan); }
   /// See `FitCheck`.
@@ -119,7 +121,7 @@ class Session {
   void _replaceTree(unsigned int scan, const std::string& error);
   void _dropTree(unsigned int scan);
   bool _reopen(unsigned int scan, const std::string& change);
-  void _reload(unsigned int scan, const std::string& error, bool wasIndex);
+  void _reload(unsigned int scan, const std::string& error, bool wasIndex, bool hasChanged);
   void _dropReplaced(unsigned int scan);
   bool _takeBuiltTrees();
   bool _takePreview();
@@ -131,7 +133,7 @@ class Session {
   bool _isReplaced(unsigned int scan, std::uint64_t points) const;
   std::uint64_t _pointsReachable() const;
   bool _progressDue() const;
-  bool _isFinished() const { return _loader.finished() && !_trees.isBuilding(); }
+  bool _isFinished() const { return _loader.finished() && !_trees.isBuilding() && _changes.empty(); }
   void _finishLoading();
   void _showProgress();
   void _showFinalMessage();
@@ -155,7 +157,7 @@ class Session {
   double _indexShown = 0.0;                      // likewise
   std::map<unsigned int, Replaced> _replaced;    // by scan
   std::map<unsigned int, std::string> _damaged;  // trees to be dropped and why, by scan
-  std::set<unsigned int> _rebuilt;               // scans whose trees have been dropped
+  std::set<unsigned int> _rebuilt;               // scans whose damaged trees have been dropped
   std::map<unsigned int, std::string> _changes;  // of files, when they were last looked at
   std::chrono::steady_clock::time_point _filesSeen;
   unsigned int _latestScanLogged = 0;

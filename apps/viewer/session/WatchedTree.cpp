@@ -1,6 +1,5 @@
 #include "viewer/session/WatchedTree.h"
 
-#include "scan/Scan.h"
 #include "scan/index/IndexCache.h"
 
 #include <string>
@@ -40,7 +39,7 @@ NodePoints WatchedTree::_checked(const Read& read) const {
 void WatchedTree::_requireUnchanged() const {
   const std::string change = IndexCache::changeOf(*_scan);
   if (!change.empty()) {
-    throw ScanError(change);
+    throw ScanChanged(change);
   }
 }
 

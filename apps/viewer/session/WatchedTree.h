@@ -1,5 +1,6 @@
 #pragma once
 
+#include "scan/Scan.h"
 #include "scan/index/IndexFormat.h"
 #include "scan/index/PointTree.h"
 
@@ -8,7 +9,13 @@
 
 namespace QuorViewer {
 
-/// A point tree that reads nothing more once the file of its scan has changed, because it may no longer fit it.
+/// The file of a scan has changed since it was opened.
+class ScanChanged : public ScanError {
+ public:
+  using ScanError::ScanError;
+};
+
+/// A point tree that throws ScanChanged once the file of its scan has changed, because it may no longer fit it.
 class WatchedTree : public PointTree {
  public:
   /// `scan`: what the file was when the scan was opened.
