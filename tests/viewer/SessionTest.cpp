@@ -309,6 +309,40 @@ TEST_F(SessionTest, aCancelledIndexIsReplacedByAllPointsAndTheSampleStaysMeanwhi
   EXPECT_THAT(printed(), HasSubstr("loaded 1900000 points"));
 }
 
+// Each of them would fit.
+TEST_F(SessionTest, theIndexesInMemoryStayWithinAQuarterOfTheMemory) {
+  constexpr unsigned kPoints = ScanTrees::kMostPointsWithoutTree + 1000;
+  constexpr std::uint64_t kMemory = std::uint64_t{kPoints} * 400;
+  constexpr unsigned kScans = 9;
+  std::vector<std::string> paths;
+  for (unsigned scan = 1; scan <= kScans; ++scan) {
+    paths.push_back(
+        _folder.write(std::to_string(scan) + ".las", ScanBytes::file({4, 7}, ScanBytes::variedPoints(kPoints, 7))));
+  }
+  open(paths, kMemory, TreeSettings{true, _folder.path("index"), kPlenty, kMemory / 2});
+  loadEverything();
+  for (unsigned scan = 1; scan <= kScans; ++scan) {
+    EXPECT_TRUE(_detail.isOpen(scan));
+  }
+  EXPECT_GT(_detail.heldBytes(), 0U);
+  EXPECT_LE(_detail.heldBytes(), kMemory / 4);
+  EXPECT_FALSE(std::filesystem::is_empty(_folder.path("index"))) << "there are too few for this test";
+}
+
+TEST_F(SessionTest, nodesGetTheMemoryThatTheBuildTheSampleAndTheIndexLeave) {
+  openWhileIndexed();
+  _session->loadNextChunks(1ms, [] { return true; });
+  const std::uint64_t ofEach = kSamplePoints / 512;
+  const std::uint64_t part = (kIndexedPoints + 511) / 512;
+  const std::uint64_t sample = 511 * ofEach + std::min<std::uint64_t>(kIndexedPoints - 511 * part, ofEach);
+  EXPECT_EQ(_detail.memoryBytes(),
+            kPlenty - sample * VertexBudget::kBytesPerPoint - std::uint64_t{kIndexedPoints} * 104);
+  loadEverything();
+  _session->loadNextChunks(1ms, [] { return true; });
+  EXPECT_GT(_detail.heldBytes(), 0U);
+  EXPECT_EQ(_detail.memoryBytes(), kPlenty - _detail.heldBytes());
+}
+
 TEST_F(SessionTest, aScanThatChangesWhileItIsInUseElsewhereIsClosedOnlyAfterwards) {
   if (!mappedFilesMayChange()) {
     GTEST_SKIP() << "a mapped file cannot be changed on this system";

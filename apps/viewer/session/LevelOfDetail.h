@@ -56,6 +56,7 @@ class LevelOfDetail {
 
   /// The memory for points that is left for nodes, at most that of the constructor.
   void setMemory(std::uint64_t bytes) { _memoryBytes = bytes; }
+  std::uint64_t memoryBytes() const { return _memoryBytes; }
   /// While the view moves, a frame should take this long.
   void setTargetFrameTime(std::chrono::duration<double> time) { _budget.setTarget(time); }
 
