@@ -286,9 +286,6 @@ EptFolder readEptFolder(const std::string& path) {
   folder.tiles = Pages(folder.path).run();
   requireSum(description, folder);
   folder.firstTile = openAnyTile(folder.path, folder.tiles.front()).second;
-  for (const RecordNode& tile : folder.tiles) {
-    folder.openTile(tile);
-  }
   return folder;
 }
 

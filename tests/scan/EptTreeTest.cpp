@@ -204,6 +204,24 @@ TEST_F(EptTest, aTileThatDisappearsIsReportedAndTheOthersStayReadable) {
   }
 }
 
+// There may be hundreds of thousands of tiles. The reader samples those with the first 16,384 points when it is opened.
+TEST_F(EptTest, tilesBeyondTheSampleAreCheckedWhenTheyAreRead) {
+  const QuorViewer::NodeKey child{1, 0, 0, 1};
+  constexpr std::uint32_t kRootPoints = 17000;
+  const std::vector<TreeFileNode> nodes = {{{}, QuorTests::pointsInNode({}, kRootPoints, 3, 1), 0, {}},
+                                           {child, QuorTests::pointsInNode(child, 57, 3, 1), 0, {}}};
+  writeEpt(_folder, _settings, nodes);
+  const std::string tile = _file("ept-data/1-0-0-1.laz");
+  fs::resize_file(tile, 100);
+  const auto reader = ScanReader::open(_path);
+  EXPECT_EQ(reader->read(0, kRootPoints, osg::Vec3d()).positions->size(), kRootPoints);
+  const std::string message = messageOf([&] { reader->coordinates(kRootPoints); });
+  EXPECT_THAT(message, StartsWith(tile + ": "));
+  const auto tree = openStoredTree(_path);
+  ASSERT_TRUE(tree);
+  EXPECT_EQ(messageOf([&] { tree->read(1); }), message);
+}
+
 TEST_F(EptTest, savingIntoTheFolderOfTheScanIsRefused) {
   const auto reader = ScanReader::open(_path);
   const auto everything = [](const osg::Vec3d&) { return true; };
