@@ -329,6 +329,26 @@ TEST_F(SessionTest, theIndexesInMemoryStayWithinAQuarterOfTheMemory) {
   EXPECT_FALSE(std::filesystem::is_empty(_folder.path("index"))) << "there are too few for this test";
 }
 
+// One point of a class of its own and with an intensity, which neither the sample on screen nor that of the index has.
+TEST_F(SessionTest, theSummaryOfAnIndexedScanHasWhatOccursOnlyOnce) {
+  std::vector<LasFilePoint> points = rowOfPoints(kIndexedPoints);
+  points[2001].classification = 17;
+  points[2001].intensity = 9;
+  const std::string path = _folder.path("long.las");
+  writeLasFile(path, points, 5000.0, 7000.0);
+  constexpr std::uint64_t kTooLittleForMemory = std::uint64_t{1} << 25U;
+  open({path}, kPlenty, TreeSettings{true, _folder.path("index"), kPlenty, kTooLittleForMemory});
+  loadEverything();
+  EXPECT_THAT(_session->summary().classifications, ElementsAre(0U, 17U));
+  EXPECT_TRUE(_session->summary().anyIntensity);
+  _session->close(1);
+  _session->add(path);
+  EXPECT_TRUE(_detail.isOpen(2)) << "its index is in the cache";
+  loadEverything();
+  EXPECT_THAT(_session->summary().classifications, ElementsAre(0U, 17U));
+  EXPECT_TRUE(_session->summary().anyIntensity);
+}
+
 TEST_F(SessionTest, nodesGetTheMemoryThatTheBuildTheSampleAndTheIndexLeave) {
   openWhileIndexed();
   _session->loadNextChunks(1ms, [] { return true; });

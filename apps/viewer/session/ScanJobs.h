@@ -128,7 +128,8 @@ class MeasureChunk : public ScanJob {
   ChunkSlot _chunk;
 };
 
-/// Adds the sample of a scan's tree to the statistics.
+/// Adds what the tree knows of all points of a scan to the statistics and, if none of its points has been measured, a
+/// sample of the tree.
 class MeasureTree : public ScanJob {
  public:
   MeasureTree(std::shared_ptr<LoadContext> context, std::shared_ptr<LoadingScan> scan, std::unique_ptr<PointTree> tree);

@@ -55,7 +55,7 @@ class ScanLoader {
   }
   /// Starts to read the scans that were added to the set since the last call.
   void start(const std::function<LoadExtent(unsigned int scanNumber)>& extentOf = {});
-  /// Measures a scan that is not loaded by the first nodes of its tree, for the summary.
+  /// Adds to the summary what a scan's tree tells about its points.
   void measure(unsigned int scanNumber, std::unique_ptr<PointTree> tree);
   /// Delivers some points of a scan that is loaded as a sample, as if they had been read.
   void addSample(unsigned int scanNumber, const PointChunk& chunk);

@@ -133,10 +133,9 @@ bool Session::_takeBuiltTrees() {
     _replaceTree(built->scan, change);
   } else if (built->tree) {
     _replaced[built->scan] = {_dependencies.cloud.release(built->scan), _loader.pointsReadOf(built->scan)};
-    if (_loader.pointsReadOf(built->scan) == 0) {
-      _loader.measure(built->scan, built->tree->clone());
-    }
+    _loader.measure(built->scan, built->tree->clone());
     _loader.discard(built->scan);
+    _pointsShown = _loader.pointsRead();
     _dependencies.detail.open(built->scan, std::move(built->tree), _scans.origin());
     _dependencies.viewer.requestRedraw();
     if (!built->text.empty()) {
