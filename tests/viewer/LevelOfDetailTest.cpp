@@ -9,10 +9,12 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <new>
 #include <set>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -80,7 +82,7 @@ class LevelOfDetailTest : public testing::Test {
           ++_removed;
         },
         [](unsigned int /*scan*/, const std::string& error) { ADD_FAILURE() << error; },
-        [](const std::string& error) { ADD_FAILURE() << error; }};
+        [this](const std::string& error) { _onFailure(error); }};
     _detail = std::make_unique<LevelOfDetail>(memoryBytes, budget, dependencies);
   }
   void open(unsigned int scan, SyntheticTree tree) {
@@ -139,6 +141,7 @@ class LevelOfDetailTest : public testing::Test {
   std::atomic<int> _reads{0};
   std::atomic<bool> _isMemoryFull{false};
   int _removed = 0;
+  std::function<void(const std::string& error)> _onFailure = [](const std::string& error) { ADD_FAILURE() << error; };
   osg::ref_ptr<osg::Camera> _camera = new osg::Camera;
   std::unique_ptr<LevelOfDetail> _detail;
 };
@@ -171,6 +174,22 @@ TEST_F(LevelOfDetailTest, whileTheViewMovesManyScansAreAllDrawnWithinTheBudget) 
   prepare();
   framesDueUntilIdle();
   EXPECT_EQ(_detail->drawnPoints(), std::uint64_t{kScans} * 20000) << "and again";
+}
+
+TEST_F(LevelOfDetailTest, scansLeftOutForLackOfMemoryAreReportedOnce) {
+  create(FrameBudget(kMostPoints, true), 7000 * LevelOfDetail::kBytesPerPoint);
+  std::vector<std::string> failures;
+  _onFailure = [&](const std::string& error) { failures.push_back(error); };
+  for (unsigned int scan = 1; scan <= 5; ++scan) {
+    open(scan, SyntheticTree({{120.0 * scan, 0.0, 0.0}, 100.0}, 1.0, 2000));
+  }
+  look({360.0, -900.0, 300.0}, {360.0, 50.0, 50.0});
+  prepareUntilComplete();
+  EXPECT_EQ(_detail->loadedPoints(), 6000U);
+  ASSERT_EQ(failures.size(), 1U);
+  EXPECT_EQ(failures[0], "not enough memory to show 2 of 5 large scans; zoom in, close scans or give more memory");
+  prepareUntilComplete();
+  EXPECT_EQ(failures.size(), 1U);
 }
 
 TEST_F(LevelOfDetailTest, theNodesOfAClosedScanDoNotCountAsDrawn) {

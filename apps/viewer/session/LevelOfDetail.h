@@ -41,7 +41,7 @@ class LevelOfDetail {
     std::function<void(osg::Group* parent, osg::Node* child)> remove;  ///< as `FrameLoop::removePart`
     /// A node of a scan is damaged, or the scan's file has changed, with a text for the user.
     std::function<void(unsigned int scan, const std::string& error)> damaged;
-    /// The first time that there is not enough memory for a node of a scan.
+    /// The first time that there is not enough memory for a node of a scan, or for any node of a scan in view.
     std::function<void(const std::string& error)> failed;
   };
 
@@ -121,6 +121,7 @@ class LevelOfDetail {
   /// The spacing of what is drawn in the cubes of drawn nodes.
   void _setSpacings(const std::vector<ScanNode>& drawn);
   void _take(NodeResult result);
+  void _reportLeftOut();
   std::uint32_t _drawnPointsOf(const ScanNode& node) const;
   const TreeNode& _nodeOf(const ScanNode& node) const { return _trees.at(node.scan).tree->nodes()[node.node]; }
   osg::Node* _drawableOf(const ScanNode& node) const { return _trees.at(node.scan).drawables[node.node]; }
