@@ -9,6 +9,7 @@
 #include <future>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string>
 #include <thread>
@@ -147,6 +148,13 @@ TEST_F(ScanTreesTest, theMemoryOfABuildCountsUntilItHasEnded) {
     std::this_thread::sleep_for(1ms);
   }
   EXPECT_EQ(_trees.buildBytes(), 0U);
+}
+
+TEST_F(ScanTreesTest, aBuildWithoutMemorySaysSo) {
+  _trees.build(1, ScanDouble(open("scan.las"), [] { throw std::bad_alloc(); }), osg::Vec3d());
+  const std::optional<ScanTrees::Built> built = waitForTree();
+  ASSERT_TRUE(built && !built->tree);
+  EXPECT_THAT(built->text, testing::EndsWith("scan.las: not enough memory to build its index"));
 }
 
 TEST_F(ScanTreesTest, smallScansAreDrawnAsTreesOnceThereAreMany) {

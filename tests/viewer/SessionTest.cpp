@@ -363,6 +363,24 @@ TEST_F(SessionTest, nodesGetTheMemoryThatTheBuildTheSampleAndTheIndexLeave) {
   EXPECT_EQ(_detail.memoryBytes(), kPlenty - _detail.heldBytes());
 }
 
+TEST_F(SessionTest, aCancelledIndexOfAScanForWhichNoMemoryIsLeftDoesNotPromiseItsPoints) {
+  constexpr int kWhole = 200000;
+  constexpr std::uint64_t kMemory = kWhole * VertexBudget::kBytesPerPoint * 8 / 5;  // what may be whole beside trees
+  open({write("whole.las", kWhole), write("other.las", 300000)}, kMemory,
+       TreeSettings{true, _folder.path("index"), kPlenty, kPlenty});
+  loadEverything();
+  ASSERT_TRUE(_detail.isOpen(2));
+  _hud.resize(1200, 800);
+  _session->add(write("long.las", kIndexedPoints));
+  const auto end = std::chrono::steady_clock::now() + 60s;
+  while (!isShown("Indexing long.las") && !_session->isLoaded() && std::chrono::steady_clock::now() < end) {
+    _session->loadNextChunks(1ms, [] { return true; });
+  }
+  ASSERT_TRUE(_session->cancelIndex());
+  EXPECT_TRUE(isShown("Index of long.las cancelled; there is no memory to load its points"));
+  EXPECT_THAT(errors(), HasSubstr("long.las: none of its points fit"));
+}
+
 TEST_F(SessionTest, aScanThatChangesWhileItIsInUseElsewhereIsClosedOnlyAfterwards) {
   if (!mappedFilesMayChange()) {
     GTEST_SKIP() << "a mapped file cannot be changed on this system";

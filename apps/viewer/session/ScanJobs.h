@@ -35,8 +35,8 @@ struct LoadingScan {
   // Used only by the viewer's thread.
   std::uint64_t pointsPlanned = 0;  ///< after decimation
   std::uint64_t pointsRead = 0;
-  std::uint64_t decimation = 1;
-  bool discarded = false;  ///< chunks that still arrive are not wanted
+  std::uint64_t decimation = 1;  ///< 0: no point is loaded, because none fits
+  bool discarded = false;        ///< chunks that still arrive are not wanted
 
   // Used only by the worker.
   std::uint64_t end = std::numeric_limits<std::uint64_t>::max();  ///< points from here on cannot be read

@@ -61,6 +61,7 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t decimation, LoadE
   auto scan = std::make_shared<LoadingScan>();
   _loading[scanNumber] = scan;
   if (decimation == 0 && extent == LoadExtent::Whole) {
+    scan->decimation = 0;
     return _reportFailure(info.path + ": none of its points fit into " + inGibibytes(_budgetBytes) +
                           " in addition to those already shown");
   }

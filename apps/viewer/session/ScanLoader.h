@@ -82,6 +82,7 @@ class ScanLoader {
   bool failed() const { return _failed; }
   /// The strongest decimation of any scan; 1: all points are shown.
   std::uint64_t decimation() const;
+  /// 0: none of its points fit into memory.
   std::uint64_t decimationOf(unsigned int scanNumber) const { return _loading.at(scanNumber)->decimation; }
   const CloudSummary& summary() const { return _summary; }
 

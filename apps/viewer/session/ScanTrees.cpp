@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <new>
 #include <numeric>
 #include <utility>
 
@@ -55,7 +56,11 @@ ScanTrees::Opened ScanTrees::open(unsigned int scan, const ScanInfo& info) {
   if (!opened.tree) {
     IndexCache::Found found = _cache.find(*identity);
     opened.tree = std::move(found.tree);
-    opened.note = found.note.empty() ? opened.note : found.note;
+    if (!opened.note.empty()) {
+      opened.note += opened.tree ? "; its index is used instead" : "; an index is built instead";
+    } else {
+      opened.note = found.note;
+    }
   }
   if (opened.tree) {
     opened.tree = std::make_unique<WatchedTree>(std::move(opened.tree), identity);
@@ -77,7 +82,7 @@ std::unique_ptr<PointTree> ScanTrees::_openStored(unsigned int scan, const ScanI
     if (std::filesystem::is_directory(toPath(info.path))) {
       throw;
     }
-    note = std::string(error.what()) + "; an index is built instead";
+    note = error.what();
   }
   return nullptr;
 }
@@ -144,6 +149,8 @@ std::optional<ScanTrees::Built> ScanTrees::pollBuilt() {
   try {
     built.tree = std::make_unique<WatchedTree>(job->take(), _identities.at(_building));
     built.text = job->path();
+  } catch (const std::bad_alloc&) {
+    built.text = _identities.at(_building)->path + ": not enough memory to build its index";
   } catch (const std::exception& error) {
     built.text = error.what();
   }

@@ -100,14 +100,14 @@ bool Session::_drawsTrees() const {
   });
 }
 
-LoadExtent Session::_openTree(unsigned int scan, std::unique_ptr<PointTree>& tree) {
+LoadExtent Session::_openTree(unsigned int scan, std::unique_ptr<PointTree>& tree, bool printsNote) {
   const ScanInfo& info = _scans.info(scan);
   if (!_trees.wants(scan, info) || !_memory.allowsTrees(_wholeBytes())) {
     return LoadExtent::Whole;
   }
   try {
     ScanTrees::Opened opened = _trees.open(scan, info);
-    if (!opened.note.empty()) {
+    if (printsNote && !opened.note.empty()) {
       _dependencies.messages.print(opened.note);
     }
     tree = std::move(opened.tree);
@@ -258,7 +258,7 @@ bool Session::_reopen(unsigned int scan, const std::string& change) {
 void Session::_reload(unsigned int scan, const std::string& error, bool wasIndex) {
   std::unique_ptr<PointTree> tree;
   const bool isFirst = _rebuilt.insert(scan).second;
-  const LoadExtent extent = isFirst ? _openTree(scan, tree) : LoadExtent::Whole;
+  const LoadExtent extent = isFirst ? _openTree(scan, tree, false) : LoadExtent::Whole;
   const std::string built = wasIndex ? "; the index is built again" : "; an index is built instead";
   _reportError(error + (extent == LoadExtent::Whole ? "; all points are loaded instead"
                         : tree                      ? "; its index is used instead"
@@ -278,9 +278,10 @@ bool Session::cancelIndex() {
   _trees.cancel(*scan);
   _loadWhole(*scan);
   const std::uint64_t decimation = _loader.decimationOf(*scan);
-  const std::string text = "Index of " + fileName(_scans.info(*scan).path) + " cancelled; " +
-                           (decimation > 1 ? "every " + ordinal(decimation) + " point is" : "all points are") +
-                           " loaded instead";
+  const std::string instead = decimation == 0  ? "there is no memory to load its points"
+                              : decimation > 1 ? "every " + ordinal(decimation) + " point is loaded instead"
+                                               : "all points are loaded instead";
+  const std::string text = "Index of " + fileName(_scans.info(*scan).path) + " cancelled; " + instead;
   _dependencies.messages.print(text);
   _dependencies.messages.show(text);
   return true;

@@ -112,7 +112,7 @@ class Session {
   };
 
   /// How a scan is to be drawn.
-  LoadExtent _openTree(unsigned int scan, std::unique_ptr<PointTree>& tree);
+  LoadExtent _openTree(unsigned int scan, std::unique_ptr<PointTree>& tree, bool printsNote = true);
   /// Shows the tree, if it is not null, or builds one if only a sample is loaded.
   void _showOrBuildTree(unsigned int scan, LoadExtent extent, std::unique_ptr<PointTree> tree);
   /// To be called before anything takes memory.
