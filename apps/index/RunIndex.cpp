@@ -24,7 +24,7 @@ IndexCache cacheFor(const IndexOptions& options) {
   if (folder.empty()) {
     throw ScanWriteError("the system names no folder for caches; give one with --index-dir");
   }
-  return {folder, IndexCache::defaultLimitBytes(folder)};
+  return {folder, options.limitBytes > 0 ? options.limitBytes : IndexCache::defaultLimitBytes(folder)};
 }
 
 std::uint64_t memoryFor(const IndexOptions& options) {

@@ -4,12 +4,14 @@
 #include "scan/index/StoredTree.h"
 #include "scan/platform/Platform.h"
 #include "viewer/session/WatchedTree.h"
+#include "viewer/ui/Format.h"
 
 #include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <new>
 #include <numeric>
+#include <system_error>
 #include <utility>
 
 namespace QuorViewer {
@@ -149,6 +151,9 @@ std::optional<ScanTrees::Built> ScanTrees::pollBuilt() {
   try {
     built.tree = std::make_unique<WatchedTree>(job->take(), _identities.at(_building));
     built.text = job->path();
+    std::error_code error;
+    const std::uint64_t bytes = std::filesystem::file_size(toPath(job->path()), error);
+    built.text += built.text.empty() || error ? "" : " (" + sizeText(bytes) + ")";
   } catch (const std::bad_alloc&) {
     built.text = _identities.at(_building)->path + ": not enough memory to build its index";
   } catch (const std::exception& error) {

@@ -79,7 +79,7 @@ class ScanTrees {
   struct Built {
     unsigned int scan = 0;
     std::unique_ptr<PointTree> tree;  ///< null: the build has failed
-    std::string text;                 ///< for the user: where the index is, or why there is none; empty: in memory
+    std::string text;  ///< for the user: where the index is and its size, or why there is none; empty: in memory
   };
   /// A tree that has been finished since the last call, if any. The next build starts with the call after that.
   std::optional<Built> pollBuilt();
