@@ -30,6 +30,11 @@ IndexOptions IndexOptions::parse(const std::vector<std::string>& arguments) {
              "folder for the indexes; default: quor_osg_utils/index in the user's\nfolder for caches"},
             options.folder, readName);
   addOption(app,
+            {"--index-limit", "GIB", "a number of GiB from 0.0001 to 1000000",
+             "size of all indexes in that folder together; default: a tenth of the disk\n"
+             "that is free or taken by them"},
+            options.limitBytes, readGibibytes);
+  addOption(app,
             {"--memory", "GIB", "a number of GiB from 0.0001 to 1000000",
              "memory to use; default: half of the machine's memory"},
             options.memoryBytes, readGibibytes);

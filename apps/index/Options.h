@@ -10,6 +10,7 @@ namespace QuorViewer {
 struct IndexOptions {
   std::vector<std::string> scans;
   std::string folder;             ///< for the indexes; empty: the default
+  std::uint64_t limitBytes = 0;   ///< of all indexes in the folder; 0: the default
   std::uint64_t memoryBytes = 0;  ///< 0: the default
   unsigned threads = 0;           ///< 0: one for each processor
   bool rebuild = false;

@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <future>
 #include <ostream>
 
@@ -23,7 +24,7 @@ IndexCache cacheFor(const IndexOptions& options) {
   if (folder.empty()) {
     throw ScanWriteError("the system names no folder for caches; give one with --index-dir");
   }
-  return {folder, IndexCache::defaultLimitBytes(folder)};
+  return {folder, options.limitBytes > 0 ? options.limitBytes : IndexCache::defaultLimitBytes(folder)};
 }
 
 std::uint64_t memoryFor(const IndexOptions& options) {
@@ -52,10 +53,23 @@ std::unique_ptr<IndexTree> build(const IndexCache& cache, const ScanReader& scan
   return built.get();
 }
 
+// As in the viewer, a damaged octree does not matter, as long as the points can be read one after the other.
+bool hasSoundTree(const std::string& path, std::ostream& out) {
+  try {
+    return openStoredTree(path) != nullptr;
+  } catch (const ScanError& error) {
+    if (std::filesystem::is_directory(toPath(path))) {
+      throw;
+    }
+    out << error.what() << "; an index is built instead\n";
+  }
+  return false;
+}
+
 void indexScan(const std::string& path, const IndexOptions& options, std::ostream& out, const BuildProgress& progress) {
   constexpr double kMebibyte = 1024.0 * 1024.0;
   const auto scan = ScanReader::open(path);
-  if (openStoredTree(path)) {
+  if (hasSoundTree(path, out)) {
     out << path << ": the scan has its own octree and needs no index\n";
     return;
   }
@@ -65,6 +79,9 @@ void indexScan(const std::string& path, const IndexOptions& options, std::ostrea
   if (found.tree && !options.rebuild) {
     out << path << ": its index is up to date: " << cache.pathFor(identity) << "\n";
     return;
+  }
+  if (!found.note.empty()) {
+    out << found.note << "\n";
   }
   found.tree.reset();  // Windows does not replace an open file
   const auto start = Clock::now();

@@ -41,6 +41,7 @@ TreeSettings treeSettingsOf(const Arguments& arguments) {
   TreeSettings settings;
   settings.enabled = arguments.index;
   settings.folder = arguments.indexFolder;
+  settings.limitBytes = arguments.indexLimitBytes;
   settings.memoryBytes = memoryFor(arguments) / 2;
   return settings;
 }

@@ -130,6 +130,11 @@ void addScanOptions(CLI::App& app, Arguments& into) {
              "folder for the indexes of large scans; default: quor_osg_utils/index\n"
              "in the user's folder for caches"},
             into.indexFolder, readName);
+  addOption(app,
+            {"--index-limit", "GIB", "a number of GiB from 0.0001 to 1000000",
+             "size of all indexes in that folder together; default: a tenth of the disk\n"
+             "that is free or taken by them"},
+            into.indexLimitBytes, readGibibytes);
   app.add_flag_callback(
       "--no-index", [&into] { into.index = false; },
       "draw all points of large scans without an index, or as many as fit into\n"

@@ -18,9 +18,10 @@ struct Arguments {
   std::vector<std::string> files;
   std::optional<ColourMode> colourMode;
   std::optional<float> pointSizePixels;
-  std::optional<std::uint64_t> budgetPoints;  ///< to draw of large scans
-  std::string indexFolder;                    ///< empty: the default
-  bool index = true;                          ///< whether large scans are indexed
+  std::optional<std::uint64_t> budgetPoints;     ///< to draw of large scans
+  std::string indexFolder;                       ///< empty: the default
+  std::optional<std::uint64_t> indexLimitBytes;  ///< of all indexes together; default: depends on the disk
+  bool index = true;                             ///< whether large scans are indexed
   int width = 1280;
   int height = 720;
   std::optional<osg::Vec3d> station;         ///< world coordinates

@@ -184,7 +184,7 @@ class Pages {
   void _take(const JsonFile& page, const std::string& name, const Json& count) {
     const std::optional<NodeKey> key = parseKey(name);
     if (!key) {
-      throw page.error("invalid key " + QuorViewer::quoted(name) + ": level-x-y-z expected");
+      throw page.error(page.placeOf(name) + ", invalid key " + QuorViewer::quoted(name) + ": level-x-y-z expected");
     }
     if (count == kFurtherPage) {
       if (!_refer(*key)) {
@@ -210,8 +210,9 @@ class Pages {
       tiles.push_back(node.tile);
     }
     if (const std::optional<NodeFault> fault = findFault(tiles)) {
-      throw ScanError(_paths[_nodes[fault->node].page] + ": invalid node " + textOf(tiles[fault->node].key) + ": " +
-                      fault->reason);
+      const JsonFile page(_paths[_nodes[fault->node].page]);
+      const std::string key = textOf(tiles[fault->node].key);
+      throw page.error(page.placeOf(key) + ", invalid node " + key + ": " + fault->reason);
     }
     return tiles;
   }
@@ -286,9 +287,6 @@ EptFolder readEptFolder(const std::string& path) {
   folder.tiles = Pages(folder.path).run();
   requireSum(description, folder);
   folder.firstTile = openAnyTile(folder.path, folder.tiles.front()).second;
-  for (const RecordNode& tile : folder.tiles) {
-    folder.openTile(tile);
-  }
   return folder;
 }
 

@@ -20,7 +20,7 @@ struct EptFolder {
   osg::BoundingBoxd bounds;  ///< of the points, as stated; invalid if none are
   CoordinateSystem coordinateSystem;
   std::vector<RecordNode> tiles;  ///< sorted by key
-  CheckedLas firstTile;           ///< all tiles have its grid and point format
+  CheckedLas firstTile;           ///< all tiles must have its grid and point format
 
   /// Opens a tile and checks its header. Throws ScanError if it does not have the points, grid and format expected.
   std::pair<ScanFile, CheckedLas> openTile(const RecordNode& tile) const;
@@ -29,8 +29,8 @@ struct EptFolder {
 /// Whether a path is that of an EPT folder or of the file ept.json in it.
 bool isEpt(const std::string& path);
 
-/// Reads ept.json and all pages of the hierarchy, and checks the header of each tile. Throws ScanError if anything is
-/// missing or contradicts the rest.
+/// Reads ept.json, all pages of the hierarchy and the header of the first tile. There may be very many tiles, so each
+/// other one is checked when it is opened. Throws ScanError if anything is missing or contradicts the rest.
 EptFolder readEptFolder(const std::string& path);
 
 }  // namespace QuorViewer

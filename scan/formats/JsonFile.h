@@ -20,9 +20,12 @@ class JsonFile {
   /// A field of the object. Throws ScanError if it is missing.
   const nlohmann::json& at(const std::string& field) const;
 
-  /// An error about the value of a field.
+  /// An error about the value of a field, with its byte.
   ScanError error(const std::string& field, const std::string& reason) const;
   ScanError error(const std::string& what) const { return _file.error(what); }
+  /// "at byte 12": where the value of a field begins. The byte is not known if the key is written with escapes. Reads
+  /// the text again.
+  std::string placeOf(const std::string& field) const;
 
  private:
   ScanFile _file;

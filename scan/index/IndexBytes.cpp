@@ -40,6 +40,7 @@ std::uint64_t MemoryIndex::append(const std::vector<unsigned char>& bytes) {
 
 void MemoryIndex::finish(const std::vector<unsigned char>& header) {
   std::copy(header.begin(), header.end(), _bytes->begin());
+  _bytes->shrink_to_fit();
 }
 
 std::shared_ptr<const IndexBytes> MemoryIndex::bytes() const {

@@ -87,7 +87,7 @@ std::uint64_t IndexCache::defaultLimitBytes(const std::string& folder) {
     place = place.parent_path();
   }
   const fs::space_info space = fs::space(place, error);
-  return (error ? 0 : space.available / kShare) + bytesOf(filesIn(folder, kExtension));
+  return ((error ? 0 : space.available) + bytesOf(filesIn(folder, kExtension))) / kShare;
 }
 
 IndexedScan IndexCache::identify(const ScanInfo& scan) {

@@ -19,7 +19,7 @@ class IndexCache {
 
   /// `quor_osg_utils/index` in the user's folder for caches; empty if the system names none.
   static std::string defaultFolder();
-  /// A tenth of the free space on the disk of the folder, and what its indexes already take.
+  /// A tenth of the space on the disk of the folder that is free or taken by its indexes.
   static std::uint64_t defaultLimitBytes(const std::string& folder);
   /// The scan's file as it is now; for an EPT scan, its file ept.json. Throws ScanError if it is gone.
   static IndexedScan identify(const ScanInfo& scan);

@@ -31,6 +31,8 @@ TreeInfo infoOf(const IndexContents& contents) {
   info.rootSpacing = info.cube.size / static_cast<double>(1U << SubtreeBuilder::kCellBits);
   info.pointCount = contents.summary.points;
   info.bounds = contents.summary.bounds;
+  info.classes = contents.summary.classes;
+  info.anyIntensity = contents.summary.anyIntensity;
   return info;
 }
 

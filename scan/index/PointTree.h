@@ -7,6 +7,7 @@
 #include <osg/Vec3d>
 
 #include <array>
+#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -31,6 +32,8 @@ struct TreeInfo {
       0.0;  ///< distance of neighbouring points in the root, in world units; halves from level to level
   std::uint64_t pointCount = 0;  ///< of all nodes together
   osg::BoundingBoxd bounds;      ///< of the points, world units; invalid if it is not known or there are none
+  std::bitset<256> classes;      ///< those present; without any if it is not known
+  bool anyIntensity = false;     ///< whether any is not 0; also false if it is not known
 
   double spacingAt(std::uint32_t level) const { return rootSpacing / static_cast<double>(std::uint64_t{1} << level); }
 };
@@ -60,8 +63,8 @@ class PointTree {
   /// Reads a node's points. Throws ScanError (the file was changed or damaged, cannot be read).
   virtual NodePoints read(std::uint32_t node) = 0;
   /// Some ten thousand points that represent all records, for statistics; expects a tree with nodes. Default: those of
-  /// the root. Throws ScanError.
-  virtual NodePoints sample() { return read(0); }
+  /// the first node that has any. Throws ScanError.
+  virtual NodePoints sample();
 
   /// The memory of points that the tree itself keeps, once for all its clones. Default: none.
   virtual std::uint64_t heldBytes() const { return 0; }

@@ -52,6 +52,25 @@ TEST_F(RunIndexTest, anIndexThatIsUpToDateIsKeptUnlessAskedOtherwise) {
   EXPECT_THAT(_printed, HasSubstr("1,500 points in 1 node"));
 }
 
+TEST_F(RunIndexTest, theReasonWhyAnIndexIsBuiltAgainIsReported) {
+  const std::string scan = writeScan("scan.las", 1500);
+  run({scan});
+  writeScan("scan.las", 1501);
+  EXPECT_EQ(run({scan}), 0);
+  EXPECT_THAT(_printed,
+              AllOf(HasSubstr("scan.las: the file has changed since its index was built; it will be built again"),
+                    HasSubstr("1,501 points in 1 node")));
+}
+
+TEST_F(RunIndexTest, theLimitHoldsForAllIndexesTogether) {
+  const std::vector<std::string> limit = {"--index-limit", "0.0001"};  // 107,374 bytes
+  EXPECT_EQ(run({writeScan("one.las", 4000), limit[0], limit[1]}), 0) << _errors;
+  EXPECT_EQ(run({writeScan("two.las", 4000), limit[0], limit[1]}), 0) << _errors;
+  EXPECT_EQ(indexes(), 1U) << "the first one made room";
+  EXPECT_EQ(run({writeScan("large.las", 8000), limit[0], limit[1]}), 1);
+  EXPECT_THAT(_errors, HasSubstr("all indexes together may take only 107374"));
+}
+
 TEST_F(RunIndexTest, aScanThatCannotBeReadIsReportedAndTheOthersAreIndexed) {
   EXPECT_EQ(run({_folder.path("missing.las"), writeScan("scan.las", 10)}), 1);
   EXPECT_THAT(_errors, AllOf(HasSubstr("quor_index: "), HasSubstr("missing.las: no such file")));

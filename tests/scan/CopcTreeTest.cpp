@@ -85,6 +85,19 @@ TEST_P(CopcTreeOfEachFormat, theReaderReadsEveryPointInTheOrderOfTheFile) {
   EXPECT_EQ(record, reader->info().pointCount);
 }
 
+TEST_P(CopcTreeOfEachFormat, withAnEmptyRootTheSampleIsTheNextNodeWithPoints) {
+  _nodes[2].points.clear();
+  ASSERT_EQ(_nodes[2].key, QuorViewer::NodeKey());
+  const auto tree = openStoredTree(_folder.write("scan.copc.laz", writeCopc(_folder, _settings, _nodes).bytes));
+  ASSERT_TRUE(tree);
+  std::uint32_t first = 0;
+  while (tree->nodes().at(first).pointCount == 0) {
+    ++first;
+  }
+  EXPECT_GT(first, 0U);
+  EXPECT_EQ(tree->sample().records->asVector(), tree->read(first).records->asVector());
+}
+
 TEST_P(CopcTreeOfEachFormat, aCloneReadsTheSameAfterItsSourceIsGone) {
   auto source = openStoredTree(_path);
   ASSERT_TRUE(source);

@@ -204,6 +204,24 @@ TEST_F(EptTest, aTileThatDisappearsIsReportedAndTheOthersStayReadable) {
   }
 }
 
+// There may be hundreds of thousands of tiles. The reader samples those with the first 16,384 points when it is opened.
+TEST_F(EptTest, tilesBeyondTheSampleAreCheckedWhenTheyAreRead) {
+  const QuorViewer::NodeKey child{1, 0, 0, 1};
+  constexpr std::uint32_t kRootPoints = 17000;
+  const std::vector<TreeFileNode> nodes = {{{}, QuorTests::pointsInNode({}, kRootPoints, 3, 1), 0, {}},
+                                           {child, QuorTests::pointsInNode(child, 57, 3, 1), 0, {}}};
+  writeEpt(_folder, _settings, nodes);
+  const std::string tile = _file("ept-data/1-0-0-1.laz");
+  fs::resize_file(tile, 100);
+  const auto reader = ScanReader::open(_path);
+  EXPECT_EQ(reader->read(0, kRootPoints, osg::Vec3d()).positions->size(), kRootPoints);
+  const std::string message = messageOf([&] { reader->coordinates(kRootPoints); });
+  EXPECT_THAT(message, StartsWith(tile + ": "));
+  const auto tree = openStoredTree(_path);
+  ASSERT_TRUE(tree);
+  EXPECT_EQ(messageOf([&] { tree->read(1); }), message);
+}
+
 TEST_F(EptTest, savingIntoTheFolderOfTheScanIsRefused) {
   const auto reader = ScanReader::open(_path);
   const auto everything = [](const osg::Vec3d&) { return true; };
@@ -304,6 +322,33 @@ TEST_P(DamagedEpt, isRefusedNamingTheFileAndTheReason) {
   EXPECT_THAT(message, StartsWith(_file(damage.reportedFile) + ": "));
   EXPECT_THAT(message, HasSubstr(damage.message));
   EXPECT_EQ(messageOf([&] { openStoredTree(_path); }), message);
+}
+
+TEST_F(EptTest, damageInAPageOfTheHierarchyIsReportedWithItsByte) {
+  const std::vector<std::pair<std::string, std::string>> damages = {
+      {"\"4-12-6-9\": 0", ", field \"4-12-6-9\": 0 found, "},
+      {"\"4-12-6\": 1", ", invalid key \"4-12-6\": "},
+      {"\"4-16-6-9\": 1", ", invalid node 4-16-6-9: it is outside its level"},
+      {"\"other\": [\"4-12-6-9\", {\"4-12-6-9\": 3}],\n\"4-12-6-9\" :\t\"x\\\"\"", ", field \"4-12-6-9\": "}};
+  const Bytes whole = contentOf(_file(kPage2));
+  for (const auto& [damage, reason] : damages) {
+    _folder.write(std::string("ept/") + kPage2, whole);
+    ASSERT_NO_FATAL_FAILURE(_replaceIn(kPage2, "\"4-12-6-9\": 1", damage));
+    const Bytes bytes = contentOf(_file(kPage2));
+    const std::string text(bytes.begin(), bytes.end());
+    const std::size_t value = text.find_first_not_of(" \t", text.rfind(':') + 1);
+    const std::string message = messageOf([&] { ScanReader::open(_path); });
+    EXPECT_THAT(message, StartsWith(_file(kPage2) + ": at byte " + std::to_string(value) + reason));
+  }
+}
+
+TEST_F(EptTest, fieldsOfTheDescriptionAreReportedWithTheirByte) {
+  _replaceIn("ept.json", "128", "0");
+  const Bytes bytes = contentOf(_file("ept.json"));
+  const std::string text(bytes.begin(), bytes.end());
+  const std::size_t value = text.find('0', text.find("\"span\""));
+  EXPECT_THAT(messageOf([&] { ScanReader::open(_path); }),
+              StartsWith(_file("ept.json") + ": at byte " + std::to_string(value) + ", field \"span\": 0 found"));
 }
 
 std::string nameOf(const testing::TestParamInfo<Damage>& info) {

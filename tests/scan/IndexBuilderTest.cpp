@@ -5,6 +5,7 @@
 #include "tests/scan/MessageOf.h"
 #include "tests/scan/PointTreeCheck.h"
 #include "tests/scan/ScanBytes.h"
+#include "tests/scan/ScanDouble.h"
 
 #include <gmock/gmock.h>
 
@@ -83,6 +84,13 @@ class IndexBuilderTest : public testing::Test {
       points.push_back(point);
     }
     return _folder.write(name, ScanBytes::file(settingsOf(7), points));
+  }
+  std::vector<std::string> filesInFolder() const {
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(_folder.path("."))) {
+      files.push_back(_folder.path(entry.path().filename().string()));
+    }
+    return files;
   }
   static ScanBytes::FileSettings settingsOf(unsigned format) {
     ScanBytes::FileSettings settings;
@@ -333,15 +341,50 @@ TEST_F(IndexBuilderTest, aScanThatIsReadTwiceHasItsPreviewOnce) {
   EXPECT_EQ(shown.at(2), osg::Vec3d(4.25, 5.0, 6.0));
 }
 
-TEST_F(IndexBuilderTest, aCancelledBuildEndsAndLeavesNothing) {
-  const std::string path = writeSurface(200000, 50000);
-  const auto scan = ScanReader::open(path);
-  IndexFileSink sink(_folder.path("index"));
+/// An index file whose build is cancelled when a few nodes have been written.
+class CancellingSink : public IndexSink {
+ public:
+  CancellingSink(const std::string& path, IndexProgress& progress, int appends)
+      : _file(path), _progress(progress), _left(appends) {}
+
+  std::uint64_t append(const std::vector<unsigned char>& bytes) override {
+    _progress.cancelled = --_left <= 0;
+    return _file.append(bytes);
+  }
+  void finish(const std::vector<unsigned char>& header) override { _file.finish(header); }
+
+ private:
+  IndexFileSink _file;
+  IndexProgress& _progress;
+  int _left;
+};
+
+TEST_F(IndexBuilderTest, aBuildCancelledWhileTheScanIsReadLeavesNothing) {
+  const std::string path = writeSurface(300000, 50000);
   IndexProgress progress;
-  progress.cancelled = true;
-  IndexSettings settings;
-  settings.temporaryPath = _folder.path("temporary");
-  EXPECT_THROW(buildIndex(*scan, {}, sink, settings, progress), IndexCancelled);
+  std::vector<std::string> files;
+  const QuorTests::ScanDouble scan(ScanReader::open(path), [&] {
+    files = filesInFolder();
+    progress.cancelled = files.size() == 3;
+  });
+  auto sink = std::make_unique<IndexFileSink>(_folder.path("index"));
+  EXPECT_THROW(buildIndex(scan, {}, *sink, {kVeryLittle, 1, _folder.path("temporary"), {}}, progress), IndexCancelled);
+  sink.reset();
+  EXPECT_THAT(files, testing::SizeIs(3)) << "the scan, the index and the points";
+  EXPECT_THAT(filesInFolder(), testing::ElementsAre(path));
+}
+
+TEST_F(IndexBuilderTest, aBuildCancelledWhileNodesAreWrittenLeavesNothing) {
+  const std::string path = writeSurface(300000, 50000);
+  const auto scan = ScanReader::open(path);
+  for (const int appends : {1, 2, 5}) {
+    IndexProgress progress;
+    auto sink = std::make_unique<CancellingSink>(_folder.path("index"), progress, appends);
+    EXPECT_THROW(buildIndex(*scan, {}, *sink, {kVeryLittle, 2, _folder.path("temporary"), {}}, progress),
+                 IndexCancelled);
+    sink.reset();
+    EXPECT_THAT(filesInFolder(), testing::ElementsAre(path)) << appends;
+  }
 }
 
 }  // namespace

@@ -31,6 +31,12 @@ TEST(ArgumentsTest, theMemoryIsANumberOfGibibytes) {
   }
 }
 
+TEST(ArgumentsTest, theLimitOfTheIndexesIsANumberOfGibibytes) {
+  EXPECT_FALSE(parseArguments({}).indexLimitBytes.has_value());
+  EXPECT_EQ(parseArguments({"--index-limit", "1.5"}).indexLimitBytes, 1610612736U);
+  EXPECT_THROW(parseArguments({"--index-limit", "0"}), std::invalid_argument);
+}
+
 TEST(ArgumentsTest, filesAndOptionsMayStandInAnyOrder) {
   const Arguments parsed =
       parseArguments({"a.las", "--size", "800x600", "b.laz", "--ortho", "--colour-by", "intensity", "--point-size", "7",
@@ -186,8 +192,9 @@ TEST(ArgumentsTest, theLastOfSeveralValuesCounts) {
 
 TEST(ArgumentsTest, theHelpNamesEveryOption) {
   const std::string help = parseArguments({"--help"}).answer;
-  for (const char* option : {"--colour-by", "--point-size", "--clip", "--station", "--ortho", "--size", "--screenshot",
-                             "--tour", "--threading", "--gpu", "--memory", "--verbose", "-h,--help", "--version"}) {
+  for (const char* option :
+       {"--colour-by", "--point-size", "--clip", "--station", "--ortho", "--size", "--screenshot", "--tour",
+        "--threading", "--gpu", "--memory", "--index-limit", "--verbose", "-h,--help", "--version"}) {
     EXPECT_THAT(help, testing::HasSubstr(std::string("\n  ") + option));
   }
 }

@@ -46,6 +46,12 @@ TEST(FormatTest, memoryIsFormattedInMebibytesWithADecimalForSmallAmounts) {
   EXPECT_EQ(inMebibytes(5120 * kMebibyte + 1), "5,120 MiB");
 }
 
+TEST(FormatTest, largeSizesAreInGibibytes) {
+  EXPECT_EQ(sizeText(std::uint64_t{300} << 20U), "300 MiB");
+  EXPECT_EQ(sizeText(std::uint64_t{1} << 30U), "1.0 GiB");
+  EXPECT_EQ(sizeText((std::uint64_t{1} << 30U) * 12 / 10), "1.2 GiB");
+}
+
 TEST(FormatTest, ordinalsHaveTheirEnglishSuffixes) {
   const std::pair<std::uint64_t, const char*> spoken[] = {
       {1, "1st"},   {2, "2nd"},   {3, "3rd"},     {4, "4th"},     {11, "11th"},     {12, "12th"},

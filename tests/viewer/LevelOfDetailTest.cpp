@@ -211,6 +211,20 @@ TEST_F(LevelOfDetailTest, whileTheViewMovesManyScansAreAllDrawnWithinTheBudget) 
   EXPECT_EQ(_detail->drawnPoints(), std::uint64_t{kScans} * 20000) << "and again";
 }
 
+TEST_F(LevelOfDetailTest, scansLeftOutForLackOfMemoryAreReportedOnce) {
+  create(FrameBudget(kMostPoints, true), 7000 * LevelOfDetail::kBytesPerPoint);
+  for (unsigned int scan = 1; scan <= 5; ++scan) {
+    open(scan, SyntheticTree({{120.0 * scan, 0.0, 0.0}, 100.0}, 1.0, 2000));
+  }
+  look({360.0, -900.0, 300.0}, {360.0, 50.0, 50.0});
+  prepareUntilComplete();
+  EXPECT_EQ(_detail->loadedPoints(), 6000U);
+  prepareUntilComplete();
+  EXPECT_THAT(std::exchange(_reports, {}), ElementsAre("not enough memory to show 2 of 5 large scans; zoom in, close scans "
+                                                       "or give more memory"))
+      << "once";
+}
+
 TEST_F(LevelOfDetailTest, theNodesOfAClosedScanDoNotCountAsDrawn) {
   create(FrameBudget(kMostPoints, true));
   open(1, SyntheticTree({{0.0, 0.0, 0.0}, 100.0}, 1.0, 3000));

@@ -462,6 +462,22 @@ TEST_F(ScanLoaderTest, theSampleOfALargeScanIsHandedOutBeforeTheRestAndReported)
   EXPECT_EQ(_loader->pointsRead(), 4000000U);
 }
 
+TEST_F(ScanLoaderTest, aSampleIsAsSmallAsTheMemoryForSamplesRequires) {
+  for (const int count : {1200000, 500000}) {
+    const std::string path = write(std::to_string(count) + ".las", manyPoints(count));
+    for (const std::uint64_t most : {600000U, 300000U, 10000U, 0U}) {
+      load({path}, 40 * 1200000);
+      _loader->setReserved(0, 40 * (1200000 - most));
+      _loader->start([](unsigned int /*scan*/) { return LoadExtent::Sample; });
+      EXPECT_LE(_loader->pointsPlanned(), most);
+      EXPECT_EQ(_loader->pointsPlanned() > 0, most > 0);
+      finish();
+      _found.clear();
+    }
+  }
+  EXPECT_THAT(_errors, ElementsAre());
+}
+
 TEST_F(ScanLoaderTest, formatsWithoutPlainRecordsAreReadThroughTheirReader) {
   std::ofstream asc(_folder.path("points.asc"));
   for (int number = 0; number < 100; ++number) {

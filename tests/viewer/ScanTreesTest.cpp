@@ -10,6 +10,7 @@
 #include <future>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string>
 #include <thread>
@@ -119,6 +120,57 @@ TEST_F(ScanTreesTest, theNextBuildStartsWhenTheCancelledOneHasEnded) {
   ASSERT_TRUE(built && built->tree);
   EXPECT_EQ(built->scan, 2U);
   EXPECT_EQ(built->tree->info().pointCount, 3000U);
+}
+
+TEST_F(ScanTreesTest, aTreeThatMayNotBeHeldInMemoryGoesToTheCache) {
+  const auto reader = open("scan.las");
+  for (const std::uint64_t left : {3000 * 24, 3000 * 24 - 1}) {
+    _trees.setMemory({kPlenty, left});
+    _trees.build(1, *reader, osg::Vec3d());
+    const std::optional<ScanTrees::Built> built = waitForTree();
+    ASSERT_TRUE(built && built->tree);
+    const bool isHeld = left == 3000 * 24;
+    EXPECT_THAT(built->text, testing::MatchesRegex(isHeld ? "" : ".*scan-.*\\.quoridx \\(0\\.0 MiB\\)"));
+    EXPECT_EQ(built->tree->heldBytes() > 0, isHeld);
+    EXPECT_LE(built->tree->heldBytes(), left);
+  }
+}
+
+TEST_F(ScanTreesTest, theMemoryOfABuildCountsUntilItHasEnded) {
+  EXPECT_EQ(_trees.buildBytes(), 0U);
+  startHeldUp(1);
+  EXPECT_EQ(_trees.buildBytes(), 3000U * 104);
+  ASSERT_TRUE(cancelsAtOnce(1));
+  EXPECT_EQ(_trees.buildBytes(), 3000U * 104) << "it still runs";
+  _barrier->open();
+  const auto end = std::chrono::steady_clock::now() + 60s;
+  while (_trees.buildBytes() > 0 && std::chrono::steady_clock::now() < end) {
+    _trees.forgetEnded();
+    std::this_thread::sleep_for(1ms);
+  }
+  EXPECT_EQ(_trees.buildBytes(), 0U);
+}
+
+TEST_F(ScanTreesTest, aBuildWithoutMemorySaysSo) {
+  _trees.build(1, ScanDouble(open("scan.las"), [] { throw std::bad_alloc(); }), osg::Vec3d());
+  const std::optional<ScanTrees::Built> built = waitForTree();
+  ASSERT_TRUE(built && !built->tree);
+  EXPECT_THAT(built->text, testing::EndsWith("scan.las: not enough memory to build its index"));
+}
+
+TEST_F(ScanTreesTest, smallScansAreDrawnAsTreesOnceThereAreMany) {
+  ScanInfo small;
+  small.pointCount = ScanTrees::kMostPointsWithoutTree;
+  for (unsigned int scan = 1; scan <= 8; ++scan) {
+    EXPECT_FALSE(_trees.wants(scan, small)) << scan;
+  }
+  EXPECT_FALSE(_trees.wants(1, small)) << "the same once more";
+  EXPECT_TRUE(_trees.wants(9, small));
+  ScanInfo large;
+  large.pointCount = ScanTrees::kMostPointsWithoutTree + 1;
+  EXPECT_TRUE(_trees.wants(10, large));
+  _trees.forget(3);
+  EXPECT_FALSE(_trees.wants(11, small)) << "in the place of a closed one";
 }
 
 TEST_F(ScanTreesTest, aWaitingBuildIsCancelled) {

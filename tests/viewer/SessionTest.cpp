@@ -318,6 +318,78 @@ TEST_F(SessionTest, aCancelledIndexIsReplacedByAllPointsAndTheSampleStaysMeanwhi
   EXPECT_THAT(printed(), HasSubstr("loaded 1900000 points"));
 }
 
+// Each of them would fit.
+TEST_F(SessionTest, theIndexesInMemoryStayWithinAQuarterOfTheMemory) {
+  constexpr unsigned kPoints = ScanTrees::kMostPointsWithoutTree + 1000;
+  constexpr std::uint64_t kMemory = std::uint64_t{kPoints} * 400;
+  constexpr unsigned kScans = 9;
+  std::vector<std::string> paths;
+  for (unsigned scan = 1; scan <= kScans; ++scan) {
+    paths.push_back(
+        _folder.write(std::to_string(scan) + ".las", ScanBytes::file({4, 7}, ScanBytes::variedPoints(kPoints, 7))));
+  }
+  open(paths, kMemory, TreeSettings{true, _folder.path("index"), kPlenty, kMemory / 2});
+  loadEverything();
+  for (unsigned scan = 1; scan <= kScans; ++scan) {
+    EXPECT_TRUE(_detail.isOpen(scan));
+  }
+  EXPECT_GT(_detail.heldBytes(), 0U);
+  EXPECT_LE(_detail.heldBytes(), kMemory / 4);
+  EXPECT_FALSE(std::filesystem::is_empty(_folder.path("index"))) << "there are too few for this test";
+}
+
+// One point of a class of its own and with an intensity, which neither the sample on screen nor that of the index has.
+TEST_F(SessionTest, theSummaryOfAnIndexedScanHasWhatOccursOnlyOnce) {
+  std::vector<LasFilePoint> points = rowOfPoints(kIndexedPoints);
+  points[2001].classification = 17;
+  points[2001].intensity = 9;
+  const std::string path = _folder.path("long.las");
+  writeLasFile(path, points, 5000.0, 7000.0);
+  constexpr std::uint64_t kTooLittleForMemory = std::uint64_t{1} << 25U;
+  open({path}, kPlenty, TreeSettings{true, _folder.path("index"), kPlenty, kTooLittleForMemory});
+  loadEverything();
+  EXPECT_THAT(_session->summary().classifications, ElementsAre(0U, 17U));
+  EXPECT_TRUE(_session->summary().anyIntensity);
+  _session->close(1);
+  _session->add(path);
+  EXPECT_TRUE(_detail.isOpen(2)) << "its index is in the cache";
+  loadEverything();
+  EXPECT_THAT(_session->summary().classifications, ElementsAre(0U, 17U));
+  EXPECT_TRUE(_session->summary().anyIntensity);
+}
+
+TEST_F(SessionTest, nodesGetTheMemoryThatTheBuildTheSampleAndTheIndexLeave) {
+  openWhileIndexed();
+  _session->loadNextChunks(1ms, [] { return true; });
+  const std::uint64_t ofEach = kSamplePoints / 512;
+  const std::uint64_t part = (kIndexedPoints + 511) / 512;
+  const std::uint64_t sample = 511 * ofEach + std::min<std::uint64_t>(kIndexedPoints - 511 * part, ofEach);
+  EXPECT_EQ(_detail.memoryBytes(),
+            kPlenty - sample * VertexBudget::kBytesPerPoint - std::uint64_t{kIndexedPoints} * 104);
+  loadEverything();
+  _session->loadNextChunks(1ms, [] { return true; });
+  EXPECT_GT(_detail.heldBytes(), 0U);
+  EXPECT_EQ(_detail.memoryBytes(), kPlenty - _detail.heldBytes());
+}
+
+TEST_F(SessionTest, aCancelledIndexOfAScanForWhichNoMemoryIsLeftDoesNotPromiseItsPoints) {
+  constexpr int kWhole = 200000;
+  constexpr std::uint64_t kMemory = kWhole * VertexBudget::kBytesPerPoint * 8 / 5;  // what may be whole beside trees
+  open({write("whole.las", kWhole), write("other.las", 300000)}, kMemory,
+       TreeSettings{true, _folder.path("index"), kPlenty, kPlenty});
+  loadEverything();
+  ASSERT_TRUE(_detail.isOpen(2));
+  _hud.resize(1200, 800);
+  _session->add(write("long.las", kIndexedPoints));
+  const auto end = std::chrono::steady_clock::now() + 60s;
+  while (!isShown("Indexing long.las") && !_session->isLoaded() && std::chrono::steady_clock::now() < end) {
+    _session->loadNextChunks(1ms, [] { return true; });
+  }
+  ASSERT_TRUE(_session->cancelIndex());
+  EXPECT_TRUE(isShown("Index of long.las cancelled; there is no memory to load its points"));
+  EXPECT_THAT(errors(), HasSubstr("long.las: none of its points fit"));
+}
+
 TEST_F(SessionTest, aScanThatChangesWhileItIsInUseElsewhereIsClosedOnlyAfterwards) {
   if (!mappedFilesMayChange()) {
     GTEST_SKIP() << "a mapped file cannot be changed on this system";

@@ -27,6 +27,14 @@ TEST(VertexBudgetTest, laterScansGetTheRemainingMemory) {
   EXPECT_EQ(budget.decimationFor(1), 0U);
 }
 
+TEST(VertexBudgetTest, reservedMemoryIsLeft) {
+  VertexBudget budget(40 * 1000);
+  budget.take(100);
+  EXPECT_EQ(budget.decimationFor(500, 40 * 400), 1U);
+  EXPECT_EQ(budget.decimationFor(500, 40 * 400 + 1), 2U);
+  EXPECT_EQ(budget.decimationFor(1, 40 * 900), 0U);
+}
+
 TEST(VertexBudgetTest, theMemoryOfAClosedScanIsAvailableToTheNext) {
   VertexBudget budget(40 * 1000);
   budget.take(1000);

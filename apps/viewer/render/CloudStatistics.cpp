@@ -46,6 +46,12 @@ void CloudStatistics::add(unsigned int scan, const PointChunk& chunk) {
   _ofScans[scan].add(chunk);
 }
 
+void CloudStatistics::add(unsigned int scan, const std::bitset<256>& classes, bool anyIntensity) {
+  OfScan& statistics = _ofScans[scan];
+  statistics.classifications |= classes;
+  statistics.anyIntensity = statistics.anyIntensity || anyIntensity;
+}
+
 CloudSummary CloudStatistics::summary() const {
   OfScan all;
   for (const auto& [scan, statistics] : _ofScans) {

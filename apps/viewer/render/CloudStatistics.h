@@ -25,6 +25,9 @@ struct CloudSummary {
 class CloudStatistics {
  public:
   void add(unsigned int scan, const PointChunk& chunk);
+  /// Adds what is known of a scan without its points.
+  void add(unsigned int scan, const std::bitset<256>& classes, bool anyIntensity);
+  bool has(unsigned int scan) const { return _ofScans.count(scan) > 0; }
   void remove(unsigned int scan) { _ofScans.erase(scan); }
   /// For all scans together.
   CloudSummary summary() const;

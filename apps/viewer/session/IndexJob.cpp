@@ -2,26 +2,35 @@
 
 #include "scan/LoadPlan.h"
 #include "scan/edit/LasWriter.h"
+#include "scan/index/IndexPoint.h"
 
 #include <algorithm>
 #include <chrono>
 #include <utility>
 
 namespace QuorViewer {
+namespace {
+
+constexpr std::uint64_t kBuildBytesPerPoint = 104;  // in memory; a finished index has less than an IndexPoint for each
+
+}  // namespace
 
 IndexJob::IndexJob(const ScanReader& scan, IndexedScan identity, const osg::Vec3d& origin, const IndexCache& cache,
-                   std::uint64_t memoryBytes)
-    : _scan(scan.clone()), _cache(cache), _identity(std::move(identity)) {
-  constexpr std::uint64_t kBytesPerPoint = 104;
+                   const TreeMemory& memory)
+    : _scan(scan.clone()),
+      _cache(cache),
+      _identity(std::move(identity)),
+      _memoryBytes(std::min(memory.build, scan.info().pointCount * kBuildBytesPerPoint)) {
   const std::uint64_t points = scan.info().pointCount;
-  if (points > kMostPointsInMemory || points * kBytesPerPoint > memoryBytes) {
+  const bool fits = points * kBuildBytesPerPoint <= memory.build && points * sizeof(IndexPoint) <= memory.held;
+  if (points > kMostPointsInMemory || !fits) {
     if (cache.folder().empty()) {
       throw ScanWriteError("the system names no folder for caches; give one with --index-dir");
     }
     _path = cache.pathFor(_identity);
   }
   IndexSettings settings;
-  settings.memoryBytes = memoryBytes;
+  settings.memoryBytes = memory.build;
   if (planSample(points, scan.entryPoints()).empty()) {
     settings.preview = {LoadSizes().sample, origin, [this](const PointChunk& chunk) { _preview.push(chunk); }};
   }

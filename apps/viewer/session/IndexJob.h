@@ -16,6 +16,12 @@
 
 namespace QuorViewer {
 
+/// The memory for the tree of a scan, in bytes.
+struct TreeMemory {
+  std::uint64_t build = 0;  ///< what the build may use
+  std::uint64_t held = 0;   ///< what the finished tree may keep
+};
+
 /// Builds the point tree of a scan in the background: in memory for a scan of a few million points, otherwise in the
 /// cache. Use it on one thread.
 class IndexJob {
@@ -24,9 +30,9 @@ class IndexJob {
   static constexpr std::uint64_t kMostPointsInMemory = 5000000;
 
   /// Starts. `identity`: the scan's file when the scan was opened. `origin`: world point that the preview is relative
-  /// to. `memoryBytes`: what the build may use. Throws ScanError or ScanWriteError.
+  /// to. Throws ScanError or ScanWriteError.
   IndexJob(const ScanReader& scan, IndexedScan identity, const osg::Vec3d& origin, const IndexCache& cache,
-           std::uint64_t memoryBytes);
+           const TreeMemory& memory);
   IndexJob(const IndexJob&) = delete;
   IndexJob& operator=(const IndexJob&) = delete;
   /// Cancels the build and waits for its end.
@@ -42,6 +48,8 @@ class IndexJob {
   std::optional<PointChunk> takePreview() { return _preview.tryPop(); }
   /// The finished tree, once. Throws what has ended the build: ScanError or ScanWriteError.
   std::unique_ptr<PointTree> take() { return _tree.get(); }
+  /// The memory that the build needs at most.
+  std::uint64_t memoryBytes() const { return _memoryBytes; }
   /// Where the finished index is; empty: in memory.
   const std::string& path() const { return _path; }
 
@@ -52,6 +60,7 @@ class IndexJob {
   IndexCache _cache;
   IndexedScan _identity;
   IndexProgress _progress;
+  std::uint64_t _memoryBytes;
   std::string _path;
   ResultQueue<PointChunk> _preview;
   std::future<std::unique_ptr<PointTree>> _tree;

@@ -203,6 +203,24 @@ void LevelOfDetail::prepareFrame(const osg::Camera& camera, const std::vector<os
   }
   _carryOut(_residency.update(_wanted));
   _removeEvicted();
+  _reportLeftOut();
+}
+
+// Once everything that fits has been read, so that nodes are not reported that are only late.
+void LevelOfDetail::_reportLeftOut() {
+  if (_residency.isIncomplete() || _residency.requestsInFlight() > 0) {
+    return;
+  }
+  std::size_t count = 0;
+  for (const WantedNode& wanted : _wanted) {
+    const bool isLeftOut = _trees.at(wanted.node.scan).covers[wanted.node.node] && wanted.bytes > 0 &&
+                           !wanted.prefetch && _residency.stateOf(wanted.node) == NodeResidency::State::Absent;
+    count += isLeftOut && _failedScans.insert(wanted.node.scan).second ? 1 : 0;
+  }
+  if (count > 0) {
+    _dependencies.failed("not enough memory to show " + std::to_string(count) + " of " + std::to_string(_trees.size()) +
+                         " large scans; zoom in, close scans or give more memory");
+  }
 }
 
 bool LevelOfDetail::readAhead() {

@@ -46,8 +46,8 @@ class LevelOfDetail {
     std::function<void(unsigned int scan, const std::string& error)> damaged;
     /// A node was not read because the scan's file has changed, likewise.
     std::function<void(unsigned int scan, const std::string& change)> changed;
-    /// The first time that there is not enough memory for a node of a scan, or that the system cannot read it. It is
-    /// tried again when the view moves.
+    /// The first time that there is not enough memory for a node of a scan, or for any node of a scan in view, or that
+    /// the system cannot read a node. It is tried again when the view moves.
     std::function<void(const std::string& error)> failed;
   };
 
@@ -62,6 +62,7 @@ class LevelOfDetail {
 
   /// The memory for points that is left for nodes, at most that of the constructor.
   void setMemory(std::uint64_t bytes) { _memoryBytes = bytes; }
+  std::uint64_t memoryBytes() const { return _memoryBytes; }
   /// While the view moves, a frame should take this long.
   void setTargetFrameTime(std::chrono::duration<double> time) { _budget.setTarget(time); }
 
@@ -126,6 +127,7 @@ class LevelOfDetail {
   /// False if the node is no longer wanted.
   bool _take(NodeResult result);
   void _takeFailure(const NodeResult& result);
+  void _reportLeftOut();
   std::uint32_t _drawnPointsOf(const ScanNode& node) const;
   const TreeNode& _nodeOf(const ScanNode& node) const { return _trees.at(node.scan).tree->nodes()[node.node]; }
   osg::Node* _drawableOf(const ScanNode& node) const { return _trees.at(node.scan).drawables[node.node]; }

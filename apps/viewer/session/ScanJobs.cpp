@@ -172,9 +172,10 @@ MeasureTree::MeasureTree(std::shared_ptr<LoadContext> context, std::shared_ptr<L
 
 void MeasureTree::work(LoadResult& result) {
   try {
-    if (!_tree->nodes().empty()) {
+    if (!_tree->nodes().empty() && !_context->statistics.has(result.scan)) {
       _context->statistics.add(result.scan, chunkOf(_tree->sample(), _scan->origin));
     }
+    _context->statistics.add(result.scan, _tree->info().classes, _tree->info().anyIntensity);
   } catch (const ScanChanged&) {
     // The session watches the file, and opens it again.
   } catch (const ScanReadError& error) {

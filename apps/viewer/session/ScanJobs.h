@@ -35,8 +35,8 @@ struct LoadingScan {
   // Used only by the viewer's thread.
   std::uint64_t pointsPlanned = 0;  ///< after decimation
   std::uint64_t pointsRead = 0;
-  std::uint64_t decimation = 1;
-  bool discarded = false;  ///< chunks that still arrive are not wanted
+  std::uint64_t decimation = 1;  ///< 0: no point is loaded, because none fits
+  bool discarded = false;        ///< chunks that still arrive are not wanted
 
   // Used only by the worker.
   std::uint64_t end = std::numeric_limits<std::uint64_t>::max();  ///< points from here on cannot be read
@@ -128,7 +128,8 @@ class MeasureChunk : public ScanJob {
   ChunkSlot _chunk;
 };
 
-/// Adds the sample of a scan's tree to the statistics.
+/// Adds what the tree knows of all points of a scan to the statistics and, if none of its points has been measured, a
+/// sample of the tree.
 class MeasureTree : public ScanJob {
  public:
   MeasureTree(std::shared_ptr<LoadContext> context, std::shared_ptr<LoadingScan> scan, std::unique_ptr<PointTree> tree);

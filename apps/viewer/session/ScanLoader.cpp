@@ -50,7 +50,7 @@ void ScanLoader::start(const std::function<LoadExtent(unsigned int scanNumber)>&
     extents[number] = extentOf ? extentOf(number) : LoadExtent::Whole;
     points += extents[number] == LoadExtent::Whole ? _scans.info(number).pointCount : 0;
   }
-  const std::uint64_t decimation = _budget.decimationFor(points);
+  const std::uint64_t decimation = _budget.decimationFor(points, _besideWhole);
   for (const unsigned int number : fresh) {
     _begin(number, decimation, extents[number]);
   }
@@ -61,6 +61,7 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t decimation, LoadE
   auto scan = std::make_shared<LoadingScan>();
   _loading[scanNumber] = scan;
   if (decimation == 0 && extent == LoadExtent::Whole) {
+    scan->decimation = 0;
     return _reportFailure(info.path + ": none of its points fit into " + inGibibytes(_budgetBytes) +
                           " in addition to those already shown");
   }
@@ -89,10 +90,24 @@ void ScanLoader::_openIfMappable(LoadingScan& scan) {
   }
 }
 
+// With many scans there may be memory for smaller samples only, or for none.
+std::vector<PlannedChunk> ScanLoader::_planFittingSample(const ScanReader& reader) const {
+  const std::uint64_t points = reader.info().pointCount;
+  LoadSizes sizes;
+  const std::uint64_t planned = points > 2 * sizes.sample ? sizes.sample : points;  // a small scan is its own sample
+  const std::uint64_t decimation = _budget.decimationFor(planned, _besideSamples);
+  if (decimation == 0) {
+    return {};
+  }
+  if (decimation > 1) {
+    sizes.sample = std::max<std::uint64_t>(std::min(sizes.sample, points / 2) / decimation, 1);
+  }
+  return planSample(points, reader.entryPoints(), sizes);
+}
+
 void ScanLoader::_prepareSample(const std::shared_ptr<LoadingScan>& scan) {
   _openIfMappable(*scan);
-  const ScanInfo& info = scan->reader->info();
-  for (const PlannedChunk& planned : planSample(info.pointCount, scan->reader->entryPoints())) {
+  for (const PlannedChunk& planned : _planFittingSample(*scan->reader)) {
     scan->pointsPlanned += planned.points.count;
     _push(scan, planned);
   }
@@ -221,7 +236,7 @@ void ScanLoader::discard(unsigned int scanNumber) {
 
 void ScanLoader::reload(unsigned int scanNumber, LoadExtent extent) {
   close(scanNumber);
-  _begin(scanNumber, _budget.decimationFor(_scans.info(scanNumber).pointCount), extent);
+  _begin(scanNumber, _budget.decimationFor(_scans.info(scanNumber).pointCount, _besideWhole), extent);
 }
 
 void ScanLoader::close(unsigned int scanNumber) {

@@ -13,13 +13,15 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace QuorViewer {
 
 /// How much of a scan to load.
 enum class LoadExtent {
   Whole,
-  Sample,  ///< only a sample from all over the scan, if it can be read that way: the scan's tree is being built
+  Sample,  ///< only a sample from all over the scan, if it can be read that way and fits: the scan's tree is being
+           ///< built
   Nothing  ///< the scan's tree is drawn
 };
 
@@ -46,9 +48,14 @@ class ScanLoader {
   /// Cancels everything not yet read and waits for the job that is running.
   ~ScanLoader();
 
+  /// From now on leaves so many bytes of the budget free when a whole scan is loaded, or a sample. Default: none.
+  void setReserved(std::uint64_t besideWhole, std::uint64_t besideSamples) {
+    _besideWhole = besideWhole;
+    _besideSamples = besideSamples;
+  }
   /// Starts to read the scans that were added to the set since the last call.
   void start(const std::function<LoadExtent(unsigned int scanNumber)>& extentOf = {});
-  /// Measures a scan that is not loaded by the first nodes of its tree, for the summary.
+  /// Adds to the summary what a scan's tree tells about its points.
   void measure(unsigned int scanNumber, std::unique_ptr<PointTree> tree);
   /// Delivers some points of a scan that is loaded as a sample, as if they had been read.
   void addSample(unsigned int scanNumber, const PointChunk& chunk);
@@ -75,6 +82,7 @@ class ScanLoader {
   bool failed() const { return _failed; }
   /// The strongest decimation of any scan; 1: all points are shown.
   std::uint64_t decimation() const;
+  /// 0: none of its points fit into memory.
   std::uint64_t decimationOf(unsigned int scanNumber) const { return _loading.at(scanNumber)->decimation; }
   const CloudSummary& summary() const { return _summary; }
 
@@ -82,6 +90,7 @@ class ScanLoader {
   void _begin(unsigned int scanNumber, std::uint64_t decimation, LoadExtent extent);
   void _prepare(const std::shared_ptr<LoadingScan>& scan, std::uint64_t decimation);
   void _prepareSample(const std::shared_ptr<LoadingScan>& scan);
+  std::vector<PlannedChunk> _planFittingSample(const ScanReader& reader) const;
   static void _openIfMappable(LoadingScan& scan);
   void _countOut(LoadingScan& scan);
   void _push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned);
@@ -92,6 +101,8 @@ class ScanLoader {
   ScanSet& _scans;
   std::uint64_t _budgetBytes;
   VertexBudget _budget;
+  std::uint64_t _besideWhole = 0;    // bytes
+  std::uint64_t _besideSamples = 0;  // likewise
   Listener _listener;
   std::shared_ptr<LoadContext> _context;
   std::map<unsigned int, std::shared_ptr<LoadingScan>> _loading;  // by scan number, finished ones too

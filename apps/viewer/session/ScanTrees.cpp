@@ -4,10 +4,14 @@
 #include "scan/index/StoredTree.h"
 #include "scan/platform/Platform.h"
 #include "viewer/session/WatchedTree.h"
+#include "viewer/ui/Format.h"
 
 #include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <new>
+#include <numeric>
+#include <system_error>
 #include <utility>
 
 namespace QuorViewer {
@@ -20,10 +24,31 @@ IndexCache cacheFor(const TreeSettings& settings) {
 
 }  // namespace
 
-ScanTrees::ScanTrees(const TreeSettings& settings) : _settings(settings), _cache(cacheFor(settings)) {}
+ScanTrees::ScanTrees(const TreeSettings& settings)
+    : _settings(settings), _memory({settings.memoryBytes, settings.memoryBytes / 2}), _cache(cacheFor(settings)) {}
 
-bool ScanTrees::wants(const ScanInfo& scan) const {
-  return _settings.enabled && scan.pointCount > kMostPointsWithoutTree && scan.pointCount <= kMostIndexedRecords;
+bool ScanTrees::wants(unsigned int scan, const ScanInfo& info) {
+  _withoutTree.erase(scan);
+  if (!_settings.enabled || info.pointCount > kMostIndexedRecords) {
+    return false;
+  }
+  const std::uint64_t together =
+      std::accumulate(_withoutTree.begin(), _withoutTree.end(), info.pointCount,
+                      [](std::uint64_t sum, const auto& other) { return sum + other.second; });
+  if (info.pointCount > kMostPointsWithoutTree || together > kMostPointsWithoutTrees) {
+    return true;
+  }
+  _withoutTree[scan] = info.pointCount;
+  return false;
+}
+
+void ScanTrees::setMemory(const TreeMemory& memory) {
+  _memory = {std::min(memory.build, _settings.memoryBytes), memory.held};
+}
+
+std::uint64_t ScanTrees::buildBytes() const {
+  return std::accumulate(_cancelled.begin(), _cancelled.end(), _job ? _job->memoryBytes() : 0,
+                         [](std::uint64_t sum, const auto& job) { return sum + job->memoryBytes(); });
 }
 
 ScanTrees::Opened ScanTrees::open(unsigned int scan, const ScanInfo& info) {
@@ -33,7 +58,11 @@ ScanTrees::Opened ScanTrees::open(unsigned int scan, const ScanInfo& info) {
   if (!opened.tree) {
     IndexCache::Found found = _cache.find(*identity);
     opened.tree = std::move(found.tree);
-    opened.note = found.note.empty() ? opened.note : found.note;
+    if (!opened.note.empty()) {
+      opened.note += opened.tree ? "; its index is used instead" : "; an index is built instead";
+    } else {
+      opened.note = found.note;
+    }
   }
   if (opened.tree) {
     opened.tree = std::make_unique<WatchedTree>(std::move(opened.tree), identity);
@@ -55,7 +84,7 @@ std::unique_ptr<PointTree> ScanTrees::_openStored(unsigned int scan, const ScanI
     if (std::filesystem::is_directory(toPath(info.path))) {
       throw;
     }
-    note = std::string(error.what()) + "; an index is built instead";
+    note = error.what();
   }
   return nullptr;
 }
@@ -69,7 +98,11 @@ std::shared_ptr<const IndexedScan> ScanTrees::_identify(unsigned int scan, const
 }
 
 void ScanTrees::build(unsigned int scan, const ScanReader& reader, const osg::Vec3d& origin) {
-  _waiting[scan] = {reader.clone(), origin};
+  try {
+    _waiting[scan] = {reader.clone(), origin};
+  } catch (const std::exception& error) {
+    _failed.push_back({scan, nullptr, error.what()});
+  }
   _startNext();
 }
 
@@ -81,7 +114,7 @@ void ScanTrees::_startNext() {
     _waiting.erase(next);
     try {
       const std::shared_ptr<const IndexedScan> identity = _identify(_building, request.reader->info());
-      _job = std::make_unique<IndexJob>(*request.reader, *identity, request.origin, _cache, _settings.memoryBytes);
+      _job = std::make_unique<IndexJob>(*request.reader, *identity, request.origin, _cache, _memory);
     } catch (const std::exception& error) {
       _failed.push_back({_building, nullptr, error.what()});
     }
@@ -120,10 +153,14 @@ std::optional<ScanTrees::Built> ScanTrees::pollBuilt() {
   try {
     built.tree = std::make_unique<WatchedTree>(job->take(), _identities.at(_building));
     built.text = job->path();
+    std::error_code error;
+    const std::uint64_t bytes = std::filesystem::file_size(toPath(job->path()), error);
+    built.text += built.text.empty() || error ? "" : " (" + sizeText(bytes) + ")";
+  } catch (const std::bad_alloc&) {
+    built.text = _identities.at(_building)->path + ": not enough memory to build its index";
   } catch (const std::exception& error) {
     built.text = error.what();
   }
-  _startNext();
   return built;
 }
 
@@ -143,6 +180,7 @@ std::string ScanTrees::changeOf(unsigned int scan) const {
 
 void ScanTrees::forget(unsigned int scan) {
   _identities.erase(scan);
+  _withoutTree.erase(scan);
   _stored.erase(scan);
   _refused.erase(scan);
 }

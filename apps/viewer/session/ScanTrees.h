@@ -22,20 +22,24 @@ struct TreeSettings {
   bool enabled = true;                      ///< false: no scan is drawn as a tree
   std::string folder;                       ///< for indexes; empty: the default
   std::optional<std::uint64_t> limitBytes;  ///< of all indexes; default: a tenth of the free disk
-  std::uint64_t memoryBytes = 0;            ///< for building
+  std::uint64_t memoryBytes = 0;            ///< for building, at most
 };
 
 /// The point trees of scans: those that scans bring along, those in the cache, and those that are built in the
-/// background. Small scans have none. One thread.
+/// background. Small scans have none, unless there are many. One thread.
 class ScanTrees {
  public:
   /// Scans with more points are drawn as trees.
   static constexpr std::uint64_t kMostPointsWithoutTree = std::uint64_t{1} << 18;
+  /// As soon as the scans without a tree had more points together, further ones are drawn as trees.
+  static constexpr std::uint64_t kMostPointsWithoutTrees = std::uint64_t{1} << 21;
 
   explicit ScanTrees(const TreeSettings& settings);
 
-  /// Whether a scan is drawn as a tree.
-  bool wants(const ScanInfo& scan) const;
+  /// Decides whether a scan is to be drawn as a tree. That depends on the scans before it.
+  bool wants(unsigned int scan, const ScanInfo& info);
+  /// The memory for builds that start from now on. Default: that of the settings, and half of it for the tree.
+  void setMemory(const TreeMemory& memory);
 
   struct Opened {
     std::unique_ptr<PointTree> tree;  ///< null: there is none yet
@@ -67,6 +71,8 @@ class ScanTrees {
   bool isBuilding(unsigned int scan) const { return _waiting.count(scan) > 0 || current() == scan; }
   /// The scan of the current build.
   std::optional<unsigned int> current() const { return _job ? std::optional(_building) : std::nullopt; }
+  /// The memory of builds that are running, cancelled ones too.
+  std::uint64_t buildBytes() const;
   /// Of the current build, from 0 to 1.
   double progress() const { return _job ? _job->progress() : 0.0; }
 
@@ -76,9 +82,9 @@ class ScanTrees {
   struct Built {
     unsigned int scan = 0;
     std::unique_ptr<PointTree> tree;  ///< null: the build has failed
-    std::string text;                 ///< for the user: where the index is, or why there is none; empty: in memory
+    std::string text;  ///< for the user: where the index is and its size, or why there is none; empty: in memory
   };
-  /// A tree that has been finished since the last call, if any.
+  /// A tree that has been finished since the last call, if any. The next build starts with the call after that.
   std::optional<Built> pollBuilt();
 
  private:
@@ -93,6 +99,7 @@ class ScanTrees {
   std::unique_ptr<PointTree> _openStored(unsigned int scan, const ScanInfo& info, std::string& note);
 
   TreeSettings _settings;
+  TreeMemory _memory;
   IndexCache _cache;
   std::map<unsigned int, Request> _waiting;  // by scan
   unsigned int _building = 0;                // the scan of the job
@@ -100,6 +107,7 @@ class ScanTrees {
   std::vector<std::unique_ptr<IndexJob>> _cancelled;
   std::vector<Built> _failed;
   std::map<unsigned int, std::shared_ptr<const IndexedScan>> _identities;  // by scan
+  std::map<unsigned int, std::uint64_t> _withoutTree;                      // points of the scans without one
   std::set<unsigned int> _stored;                                          // scans whose own trees are open
   std::set<unsigned int> _refused;                                         // scans whose own trees are damaged
 };

@@ -30,7 +30,7 @@ Session::Session(const std::vector<std::string>& paths, std::uint64_t memoryByte
                  Dependencies dependencies, Listener listener)
     : _dependencies(dependencies),
       _listener(std::move(listener)),
-      _memoryBytes(memoryBytes),
+      _memory(memoryBytes),
       _scans(paths),
       _fit(_scans, _dependencies.cloud),
       _loader(_scans, memoryBytes,
@@ -49,37 +49,69 @@ Session::~Session() {
 }
 
 void Session::start() {
-  std::map<unsigned int, std::unique_ptr<PointTree>> opened;
-  _loader.start([&](unsigned int scan) { return _openTree(scan, opened[scan]); });
-  for (auto& [scan, tree] : opened) {
-    if (tree) {
-      _showTree(scan, std::move(tree));
+  std::map<unsigned int, std::pair<LoadExtent, std::unique_ptr<PointTree>>> opened;
+  _shareMemory();
+  _loader.start([&](unsigned int scan) {
+    auto& [extent, tree] = opened[scan];
+    extent = _openTree(scan, tree);
+    if (extent != LoadExtent::Whole) {
+      _reserveBesideWhole();
     }
+    return extent;
+  });
+  for (auto& [scan, tree] : opened) {
+    _showOrBuildTree(scan, tree.first, std::move(tree.second));
   }
   _reportMisfits(_fit.checkOpened());
 }
 
-void Session::_showTree(unsigned int scan, std::unique_ptr<PointTree> tree) {
-  _loader.measure(scan, tree->clone());
-  _dependencies.detail.open(scan, std::move(tree), _scans.origin());
+void Session::_showOrBuildTree(unsigned int scan, LoadExtent extent, std::unique_ptr<PointTree> tree) {
+  if (tree) {
+    _loader.measure(scan, tree->clone());
+    _dependencies.detail.open(scan, std::move(tree), _scans.origin());
+  } else if (extent == LoadExtent::Sample) {
+    _shareMemory();
+    _trees.build(scan, _scans.reader(scan), _scans.origin());
+  }
 }
 
-LoadExtent Session::_openTree(unsigned int scan, std::unique_ptr<PointTree>& tree) {
+void Session::_shareMemory() {
+  const std::uint64_t whole = _wholeBytes();
+  const std::uint64_t held = _dependencies.detail.heldBytes();
+  const std::uint64_t build = _trees.buildBytes();
+  _trees.setMemory({_memory.forBuild(whole, held), _memory.forIndex(whole, held)});
+  _dependencies.detail.setMemory(_memory.forNodes(whole + held + build));
+  if (_drawsTrees()) {
+    _reserveBesideWhole();
+  } else {
+    _loader.setReserved(0, 0);
+  }
+}
+
+void Session::_reserveBesideWhole() {
+  const std::uint64_t held = _dependencies.detail.heldBytes();
+  _loader.setReserved(_memory.besideWhole(held, _trees.buildBytes()), _memory.besideSamples(held));
+}
+
+bool Session::_drawsTrees() const {
+  const std::vector<unsigned int> scans = _scans.numbers();
+  return std::any_of(scans.begin(), scans.end(), [this](unsigned int scan) {
+    return _dependencies.detail.isOpen(scan) || _trees.isBuilding(scan);
+  });
+}
+
+LoadExtent Session::_openTree(unsigned int scan, std::unique_ptr<PointTree>& tree, bool printsNote) {
   const ScanInfo& info = _scans.info(scan);
-  if (!_trees.wants(info)) {
+  if (!_trees.wants(scan, info) || !_memory.allowsTrees(_wholeBytes())) {
     return LoadExtent::Whole;
   }
   try {
     ScanTrees::Opened opened = _trees.open(scan, info);
-    if (!opened.note.empty()) {
+    if (printsNote && !opened.note.empty()) {
       _dependencies.messages.print(opened.note);
     }
-    if (!opened.tree) {
-      _trees.build(scan, _scans.reader(scan), _scans.origin());
-      return LoadExtent::Sample;
-    }
     tree = std::move(opened.tree);
-    return LoadExtent::Nothing;
+    return tree ? LoadExtent::Nothing : LoadExtent::Sample;
   } catch (const std::exception& error) {
     _reportError(std::string(error.what()) + "; all points are loaded instead");
   }
@@ -101,10 +133,9 @@ bool Session::_takeBuiltTrees() {
     noteChange(built->scan, change);
   } else if (built->tree) {
     _replaced[built->scan] = {_dependencies.cloud.release(built->scan), _loader.pointsReadOf(built->scan)};
-    if (_loader.pointsReadOf(built->scan) == 0) {
-      _loader.measure(built->scan, built->tree->clone());
-    }
+    _loader.measure(built->scan, built->tree->clone());
     _loader.discard(built->scan);
+    _pointsShown = _loader.pointsRead();
     _dependencies.detail.open(built->scan, std::move(built->tree), _scans.origin());
     _dependencies.viewer.requestRedraw();
     if (!built->text.empty()) {
@@ -127,6 +158,7 @@ bool Session::_takePreview() {
 
 void Session::_loadWhole(unsigned int scan) {
   _replaced[scan] = {_dependencies.cloud.release(scan), _loader.pointsReadOf(scan)};
+  _shareMemory();
   _loader.reload(scan);
   _loaded = false;
 }
@@ -234,15 +266,14 @@ bool Session::_reopen(unsigned int scan, const std::string& change) {
 void Session::_reload(unsigned int scan, const std::string& error, bool wasIndex, bool hasChanged) {
   std::unique_ptr<PointTree> tree;
   const bool mayRebuild = hasChanged || _rebuilt.insert(scan).second;
-  const LoadExtent extent = mayRebuild ? _openTree(scan, tree) : LoadExtent::Whole;
+  const LoadExtent extent = mayRebuild ? _openTree(scan, tree, false) : LoadExtent::Whole;
   const std::string built = wasIndex ? "; the index is built again" : "; an index is built instead";
   _reportError(error + (extent == LoadExtent::Whole ? "; all points are loaded instead"
                         : tree                      ? "; its index is used instead"
                                                     : built));
+  _shareMemory();
   _loader.reload(scan, extent);
-  if (tree) {
-    _showTree(scan, std::move(tree));
-  }
+  _showOrBuildTree(scan, extent, std::move(tree));
   _loaded = false;
   _dependencies.viewer.requestRedraw();
 }
@@ -255,17 +286,17 @@ bool Session::cancelIndex() {
   _trees.cancel(*scan);
   _loadWhole(*scan);
   const std::uint64_t decimation = _loader.decimationOf(*scan);
-  const std::string text = "Index of " + fileName(_scans.info(*scan).path) + " cancelled; " +
-                           (decimation > 1 ? "every " + ordinal(decimation) + " point is" : "all points are") +
-                           " loaded instead";
+  const std::string instead = decimation == 0  ? "there is no memory to load its points"
+                              : decimation > 1 ? "every " + ordinal(decimation) + " point is loaded instead"
+                                               : "all points are loaded instead";
+  const std::string text = "Index of " + fileName(_scans.info(*scan).path) + " cancelled; " + instead;
   _dependencies.messages.print(text);
   _dependencies.messages.show(text);
   return true;
 }
 
 bool Session::_receiveNodes() {
-  const std::uint64_t used = _loader.pointsPlanned() * VertexBudget::kBytesPerPoint + _dependencies.detail.heldBytes();
-  _dependencies.detail.setMemory(std::max(_memoryBytes - std::min(used, _memoryBytes), _memoryBytes / 4));
+  _shareMemory();
   const bool any = _dependencies.detail.receive();
   const bool freesMemory = _dependencies.detail.readAhead();
   if (any || freesMemory || _dependencies.detail.mayRefine()) {

@@ -4,6 +4,7 @@
 #include "viewer/render/PointCloud.h"
 #include "viewer/session/FitCheck.h"
 #include "viewer/session/LevelOfDetail.h"
+#include "viewer/session/MemoryShares.h"
 #include "viewer/session/ScanEntry.h"
 #include "viewer/session/ScanLoader.h"
 #include "viewer/session/ScanSet.h"
@@ -113,8 +114,14 @@ class Session {
   };
 
   /// How a scan is to be drawn.
-  LoadExtent _openTree(unsigned int scan, std::unique_ptr<PointTree>& tree);
-  void _showTree(unsigned int scan, std::unique_ptr<PointTree> tree);
+  LoadExtent _openTree(unsigned int scan, std::unique_ptr<PointTree>& tree, bool printsNote = true);
+  /// Shows the tree, if it is not null, or builds one if only a sample is loaded.
+  void _showOrBuildTree(unsigned int scan, LoadExtent extent, std::unique_ptr<PointTree> tree);
+  /// To be called before anything takes memory.
+  void _shareMemory();
+  void _reserveBesideWhole();
+  bool _drawsTrees() const;
+  std::uint64_t _wholeBytes() const { return _loader.pointsPlanned() * VertexBudget::kBytesPerPoint; }
   void _watchFiles();
   bool _areScansInUse() const;
   void _replaceDamagedTrees();
@@ -145,7 +152,7 @@ class Session {
 
   Dependencies _dependencies;
   Listener _listener;
-  std::uint64_t _memoryBytes;
+  MemoryShares _memory;
   ScanSet _scans;
   FitCheck _fit;
   ScanLoader _loader;

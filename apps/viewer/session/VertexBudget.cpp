@@ -7,8 +7,9 @@
 
 namespace QuorViewer {
 
-std::uint64_t VertexBudget::decimationFor(std::uint64_t points) const {
-  const std::uint64_t left = _mostPoints - std::min(_taken, _mostPoints);
+std::uint64_t VertexBudget::decimationFor(std::uint64_t points, std::uint64_t reservedBytes) const {
+  const std::uint64_t reserved = (reservedBytes + kBytesPerPoint - 1) / kBytesPerPoint;
+  const std::uint64_t left = _mostPoints - std::min(_taken + reserved, _mostPoints);
   return left > 0 ? QuorViewer::decimationFor(points, left) : 0;
 }
 

@@ -14,9 +14,9 @@ class VertexBudget {
 
   explicit VertexBudget(std::uint64_t bytes) : _mostPoints(bytes / kBytesPerPoint) {}
 
-  /// The decimation with which scans of `points` points in total fit into the remaining memory; 0 if not a single point
-  /// fits.
-  std::uint64_t decimationFor(std::uint64_t points) const;
+  /// The decimation with which scans of `points` points in total fit into the remaining memory, less `reservedBytes`;
+  /// 0 if not a single point fits.
+  std::uint64_t decimationFor(std::uint64_t points, std::uint64_t reservedBytes = 0) const;
   /// Reserves memory for displayed points, also beyond the budget, and releases what was reserved.
   void take(std::uint64_t points);
   void giveBack(std::uint64_t points);

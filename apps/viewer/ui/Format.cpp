@@ -16,6 +16,12 @@ std::string inMebibytes(std::uint64_t bytes) {
          " MiB";
 }
 
+std::string sizeText(std::uint64_t bytes) {
+  constexpr std::uint64_t kGibibyte = std::uint64_t{1} << 30U;
+  return bytes < kGibibyte ? inMebibytes(bytes)
+                           : fixed(static_cast<double>(bytes) / static_cast<double>(kGibibyte), 1) + " GiB";
+}
+
 std::string ordinal(std::uint64_t number) {
   const std::uint64_t last = number / 10 % 10 == 1 ? 0 : number % 10;
   const char* const ending = last == 1 ? "st" : last == 2 ? "nd" : last == 3 ? "rd" : "th";

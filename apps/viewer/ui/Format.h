@@ -12,6 +12,9 @@ namespace QuorViewer {
 /// "1,234 MiB", or "1.2 MiB" for small values.
 std::string inMebibytes(std::uint64_t bytes);
 
+/// "1.2 GiB"; below 1 GiB as `inMebibytes`.
+std::string sizeText(std::uint64_t bytes);
+
 /// "2nd", "3rd", "4th", "11th", "21st".
 std::string ordinal(std::uint64_t number);
 
