@@ -220,8 +220,9 @@ TEST_F(LevelOfDetailTest, scansLeftOutForLackOfMemoryAreReportedOnce) {
   prepareUntilComplete();
   EXPECT_EQ(_detail->loadedPoints(), 6000U);
   prepareUntilComplete();
-  EXPECT_THAT(std::exchange(_reports, {}), ElementsAre("not enough memory to show 2 of 5 large scans; zoom in, close scans "
-                                                       "or give more memory"))
+  EXPECT_THAT(std::exchange(_reports, {}),
+              ElementsAre("not enough memory to show 2 of 5 large scans; zoom in, close scans "
+                          "or give more memory"))
       << "once";
 }
 

@@ -56,7 +56,7 @@ class Greedy {
   std::uint64_t _index = 0;  // that the build will leave in memory
 };
 
-TEST(MemorySharesTest, whoeverTakesHisShareLeavesAQuarterForNodes) {
+TEST(MemorySharesTest, nodesAndEverythingElseTogetherStayWithinTheMemory) {
   for (unsigned seed = 0; seed < 200; ++seed) {
     Greedy greedy(seed);
     for (int step = 0; step < 200; ++step) {
