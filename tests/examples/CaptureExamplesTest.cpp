@@ -20,6 +20,8 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 using testing::HasSubstr;
 
+constexpr auto kLimit = 120s;  // much more than a busy machine needs
+
 /// An example as a separate program, with the real pointer and keyboard.
 class CaptureExamplesTest : public FilesFixture {
  protected:
@@ -41,7 +43,7 @@ class CaptureExamplesTest : public FilesFixture {
   }
 
   bool findTitle(const std::string& title) {
-    const auto end = Clock::now() + 30s;
+    const auto end = Clock::now() + kLimit;
     bool found = _window.find(title);
     while (!found && Clock::now() < end) {
       std::this_thread::sleep_for(50ms);
@@ -61,7 +63,7 @@ class CaptureExamplesTest : public FilesFixture {
     if (!findTitle("")) {
       return false;
     }
-    const auto end = Clock::now() + 30s;
+    const auto end = Clock::now() + kLimit;
     while (!showsScene() && Clock::now() < end) {
       std::this_thread::sleep_for(50ms);
     }
@@ -70,7 +72,7 @@ class CaptureExamplesTest : public FilesFixture {
 
   /// Waits for output that contains the text. False if it does not come in time.
   bool waitFor(const std::string& text) {
-    const auto end = Clock::now() + 30s;
+    const auto end = Clock::now() + kLimit;
     while (_output.find(text) == std::string::npos && Clock::now() < end) {
       _program->readSome(_output, 100ms);
     }
@@ -78,7 +80,7 @@ class CaptureExamplesTest : public FilesFixture {
   }
 
   int exitStatus() {
-    const auto end = Clock::now() + 30s;
+    const auto end = Clock::now() + kLimit;
     while (!_program->status() && Clock::now() < end) {
       _program->readSome(_output, 20ms);
     }
