@@ -125,7 +125,8 @@ class LevelOfDetailTest : public testing::Test {
     _detail->prepareFrame(*_camera, {});
     _isFrameRequested = false;
   }
-  /// As the viewer does after frames, until a time has passed in which nothing was read. How many frames were due.
+  /// As the viewer does after frames, until nothing is missing and a time has passed in which nothing was read. How
+  /// many frames were due.
   int framesDueUntilIdle(std::chrono::milliseconds idle = 500ms) {
     int frames = 0;
     int reads = -1;
@@ -136,7 +137,7 @@ class LevelOfDetailTest : public testing::Test {
         ++frames;
         prepare();
       }
-      if (std::exchange(reads, _reads) != _reads) {
+      if (std::exchange(reads, _reads) != _reads || !_detail->isComplete()) {
         end = std::chrono::steady_clock::now() + idle;
       }
       std::this_thread::sleep_for(1ms);

@@ -94,15 +94,21 @@ class SessionTest : public testing::Test {
             [this](const osg::ref_ptr<osg::Node>& points) { _replaced.push_back(points); }, [this] { return _inUse; }});
     _session->start();
   }
-  /// Opens a scan and waits until the status bar shows the progress of its index.
   void openWhileIndexed() {
-    write("long.las", kIndexedPoints);
+    const std::string path = write("long.las", kIndexedPoints);
     _hud.resize(1200, 800);
-    open({_folder.path("long.las")}, kPlenty, TreeSettings{true, _folder.path("index"), kPlenty, kPlenty});
+    open({path}, kPlenty, TreeSettings{true, _folder.path("index"), kPlenty, kPlenty});
+    loadUntilIndexing();
+  }
+  /// Until the status bar shows the progress of the index of long.las. The index is not used before, even if it is
+  /// built sooner.
+  void loadUntilIndexing() {
+    _inUse = true;
     const auto end = std::chrono::steady_clock::now() + 60s;
-    while (!isShown("Indexing") && !_session->isLoaded() && std::chrono::steady_clock::now() < end) {
+    while (!isShown("Indexing long.las") && !_session->isLoaded() && std::chrono::steady_clock::now() < end) {
       _session->loadNextChunks(1ms, [] { return true; });
     }
+    _inUse = false;
   }
   bool isShown(const std::string& text) {
     Texts texts;
@@ -381,10 +387,7 @@ TEST_F(SessionTest, aCancelledIndexOfAScanForWhichNoMemoryIsLeftDoesNotPromiseIt
   ASSERT_TRUE(_detail.isOpen(2));
   _hud.resize(1200, 800);
   _session->add(write("long.las", kIndexedPoints));
-  const auto end = std::chrono::steady_clock::now() + 60s;
-  while (!isShown("Indexing long.las") && !_session->isLoaded() && std::chrono::steady_clock::now() < end) {
-    _session->loadNextChunks(1ms, [] { return true; });
-  }
+  loadUntilIndexing();
   ASSERT_TRUE(_session->cancelIndex());
   EXPECT_TRUE(isShown("Index of long.las cancelled; there is no memory to load its points"));
   EXPECT_THAT(errors(), HasSubstr("long.las: none of its points fit"));
