@@ -12,7 +12,7 @@ bool isPress(const Event& ea) {
 }  // namespace
 
 bool ViewDrag::handle(const Event& ea, osgGA::GUIActionAdapter& /*aa*/) {
-  const bool isFirstPress = isPress(ea) && ea.getButtonMask() == ea.getButton();
+  const bool isFirstPress = isPress(ea) && ea.getButton() != 0 && ea.getButtonMask() == ea.getButton();
   if (isFirstPress) {
     _begins();
     _before = Start{_navigator.pose(), _camera.getProjectionMatrix()};
