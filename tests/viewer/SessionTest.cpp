@@ -293,6 +293,13 @@ TEST_F(SessionTest, whileAnIndexIsBuiltTheStatusBarShowsTheSampleAndHowFarTheInd
   EXPECT_EQ(_session->pointCountText(), grouped(511 * ofEach + last) + " drawn of 1,900,000 points");
 }
 
+TEST_F(SessionTest, theScanWhoseIndexIsBuiltIsNamedUntilItIsCancelled) {
+  open({write("long.las", kIndexedPoints)}, kPlenty, TreeSettings{true, _folder.path("index"), kPlenty, kPlenty});
+  EXPECT_EQ(_session->indexedScan(), "long.las");
+  _session->cancelIndex();
+  EXPECT_EQ(_session->indexedScan(), "");
+}
+
 TEST_F(SessionTest, aCancelledIndexIsReplacedByAllPointsAndTheSampleStaysMeanwhile) {
   openWhileIndexed();
   _viewer.redraws = 0;

@@ -239,6 +239,11 @@ void Session::_reload(unsigned int scan, const std::string& error, bool wasIndex
   _dependencies.viewer.requestRedraw();
 }
 
+std::string Session::indexedScan() const {
+  const std::optional<unsigned int> scan = _trees.current();
+  return scan ? fileName(_scans.info(*scan).path) : std::string();
+}
+
 bool Session::cancelIndex() {
   const std::optional<unsigned int> scan = _trees.current();
   if (!scan) {
@@ -336,9 +341,9 @@ void Session::updateIndexProgress() {
   }
   _indexShown = _trees.progress();
   _dependencies.hud.setProgress(_indexShown);
-  const std::string name = fileName(_scans.info(*_trees.current()).path);
   _dependencies.messages.setStanding(
-      Standing::Loading, "Indexing " + name + ": " + fixed(kPercent * _indexShown, 0) + " %; press Esc to cancel");
+      Standing::Loading,
+      "Indexing " + indexedScan() + ": " + fixed(kPercent * _indexShown, 0) + " %; press Esc to cancel");
 }
 
 void Session::_showProgress() {

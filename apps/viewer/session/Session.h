@@ -70,6 +70,8 @@ class Session {
   void add(const std::string& path);
   /// Expects an open scan.
   void close(unsigned int scan);
+  /// The file name of the scan whose index is being built; empty: none is.
+  std::string indexedScan() const;
   /// Cancels the index that is being built; its scan is loaded as without an index. False if none is being built.
   bool cancelIndex();
   /// Lets the user type the path of a scan to add.
