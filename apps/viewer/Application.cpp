@@ -275,6 +275,7 @@ bool Application::_isRefined() const {
 void Application::_drawFrame() {
   const osg::Viewport& viewport = *_viewer->getCamera()->getViewport();
   _scene.hud.resize(static_cast<int>(viewport.width()), static_cast<int>(viewport.height()));
+  _followContent();
   const bool inTransition = _camera.advance();
   _view.adaptNearPlane();
   _station.showFieldOfView();
@@ -316,7 +317,15 @@ void Application::_showContent() {
   _points.updateRanges();
   if (bounds.valid()) {
     _camera.setContent(bounds, _session.summary().places);
+    _followContent();
     _clip.setContent(bounds, _session.isLoaded());
+  }
+}
+
+// The view stays still under a handle of the clip box that is dragged.
+void Application::_followContent() {
+  if (!_drag->isActive()) {
+    _camera.followContent();
   }
 }
 

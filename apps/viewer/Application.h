@@ -60,6 +60,7 @@ class Application {
   void _printChangedContent();
 
   void _showContent();
+  void _followContent();
   void _pick(int x, int y);
   void _navigate(bool byWheel);
   void _closeScanUnderPointer();
