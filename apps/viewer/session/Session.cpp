@@ -24,6 +24,8 @@ std::string asOneLine(const std::vector<std::string>& notices) {
   return line;
 }
 
+constexpr unsigned int kNoScan = 0;  // scans are numbered from 1
+
 }  // namespace
 
 Session::Session(const std::vector<std::string>& paths, std::uint64_t memoryBytes, const TreeSettings& trees,
@@ -35,7 +37,7 @@ Session::Session(const std::vector<std::string>& paths, std::uint64_t memoryByte
       _fit(_scans, _dependencies.cloud),
       _loader(_scans, memoryBytes,
               {[this](unsigned int scan, const PointChunk& chunk) { _dependencies.cloud.add(scan, chunk); },
-               [this](const std::string& error) { _reportError(error); },
+               [this](unsigned int scan, const std::string& error) { _reportError(scan, error); },
                [this](const std::string& note) { _dependencies.messages.print(note); },
                [this](unsigned int scan, const std::string& error) { replaceDamaged(scan, error); }}),
       _trees(trees),
@@ -81,7 +83,7 @@ LoadExtent Session::_openTree(unsigned int scan, std::unique_ptr<PointTree>& tre
     tree = std::move(opened.tree);
     return LoadExtent::Nothing;
   } catch (const std::exception& error) {
-    _reportError(std::string(error.what()) + "; all points are loaded instead");
+    _reportError(scan, std::string(error.what()) + "; all points are loaded instead");
   }
   return LoadExtent::Whole;
 }
@@ -111,7 +113,7 @@ bool Session::_takeBuiltTrees() {
       _dependencies.messages.print("index written to " + built->text);
     }
   } else {
-    _reportError(built->text + "; all points are loaded instead");
+    _reportError(built->scan, built->text + "; all points are loaded instead");
     _loadWhole(built->scan);
   }
   return true;
@@ -218,7 +220,7 @@ bool Session::_reopen(unsigned int scan, const std::string& change) {
     return true;
   } catch (const ScanError& error) {
     close(scan);
-    _reportError(change + "; the scan is closed: " + error.what());
+    _reportError(kNoScan, change + "; the scan is closed: " + error.what());
   }
   return false;
 }
@@ -228,9 +230,9 @@ void Session::_reload(unsigned int scan, const std::string& error, bool wasIndex
   const bool isFirst = _rebuilt.insert(scan).second;
   const LoadExtent extent = isFirst ? _openTree(scan, tree) : LoadExtent::Whole;
   const std::string built = wasIndex ? "; the index is built again" : "; an index is built instead";
-  _reportError(error + (extent == LoadExtent::Whole ? "; all points are loaded instead"
-                        : tree                      ? "; its index is used instead"
-                                                    : built));
+  _reportError(scan, error + (extent == LoadExtent::Whole ? "; all points are loaded instead"
+                              : tree                      ? "; its index is used instead"
+                                                          : built));
   _loader.reload(scan, extent);
   if (tree) {
     _showTree(scan, std::move(tree));
@@ -305,7 +307,7 @@ void Session::add(const std::string& path) {
     start();
     _listener.scanAdded();
   } catch (const ScanError& error) {
-    _reportError(error.what());
+    _dependencies.messages.reportError(error.what());
   }
 }
 
@@ -376,9 +378,8 @@ void Session::_finishLoading() {
 }
 
 void Session::_showFinalMessage() {
-  if (!_notices.empty()) {
-    _dependencies.messages.showResult(asOneLine(std::exchange(_notices, {})));
-  }
+  _showNotices();
+  _notices.clear();
   if (!_scans.isEmpty() && !std::exchange(_hintShown, true)) {
     _dependencies.messages.setStanding(Standing::Hint, "Click a point to see its coordinates; H shows the help");
   }
@@ -410,10 +411,23 @@ void Session::_logScan(unsigned int scan) {
   }
 }
 
-void Session::_reportError(const std::string& error) {
+// Those on scans that have been closed since are left out.
+void Session::_showNotices() {
+  std::vector<std::string> texts;
+  for (const auto& [scan, text] : _notices) {
+    if (scan == kNoScan || _scans.isOpen(scan)) {
+      texts.push_back(text);
+    }
+  }
+  if (!texts.empty()) {
+    _dependencies.messages.showResult(asOneLine(texts));
+  }
+}
+
+void Session::_reportError(unsigned int scan, const std::string& error) {
   _dependencies.messages.reportError(error);
   if (!_loaded) {
-    _notices.push_back(error);
+    _notices.push_back({scan, error});
   }
 }
 
@@ -421,17 +435,21 @@ void Session::_reportUnopened(std::size_t scanCount) {
   const std::vector<OpenFailure>& failures = _scans.failures();
   if (!failures.empty()) {
     printError(linesOf(failures));
-    _notices.push_back(summaryOf(failures, scanCount));
+    _notices.push_back({kNoScan, summaryOf(failures, scanCount)});
+    _showNotices();
   }
 }
 
 void Session::_reportMisfits(const std::vector<FitReport>& reports) {
   for (const FitReport& report : reports) {
     _dependencies.messages.print(report.text);
-    _notices.push_back(report.text);
+    _notices.push_back({report.scan, report.text});
     if (report.isFar) {
       _listener.scanIsFar(report.scan);
     }
+  }
+  if (!reports.empty()) {
+    _showNotices();
   }
 }
 
