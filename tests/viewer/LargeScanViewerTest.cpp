@@ -372,6 +372,18 @@ TEST_F(LargeScanViewerTest, quittingWhileAnIndexIsBuiltAsksFirst) {
   EXPECT_EQ(_viewer->exitStatus(), 0);
 }
 
+TEST_F(LargeScanViewerTest, aPickWhileAnIndexIsBuiltShowsItsCoordinates) {
+  showWhileIndexed();
+  const auto end = std::chrono::steady_clock::now() + 60s;
+  std::string line = "picked nothing";
+  while (line == "picked nothing" && std::chrono::steady_clock::now() < end) {
+    line = clickAt(pixelOf(osg::Vec3d()));
+  }
+  EXPECT_THAT(line, HasSubstr("picked 0.00 0.00 0.00 class 0 "));
+  EXPECT_THAT(_viewer->output(), HasSubstr("\nmessage 0.00   0.00   0.00      0 "));
+  EXPECT_THAT(_viewer->output(), Not(HasSubstr("\nloaded "))) << "the index was built before the pick";
+}
+
 TEST_F(LargeScanViewerTest, theStatusBarShowsHowFarTheIndexIs) {
   showWhileIndexed();
   const int first = progressBeyond(0);
