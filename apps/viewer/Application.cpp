@@ -132,13 +132,7 @@ std::vector<KeyBinding> Application::_createBindings() {
        [this] { _screenshots.request(ScreenshotControl::Overlay::Hidden); }},
       {{'p'}, "", "", [this] { _screenshots.request(ScreenshotControl::Overlay::Shown); }, Modifier::kShift}};
   const std::vector<KeyBinding> helpKeys = {
-      {{'h', 'H', '?'}, "H", "this help", [this] { _scene.hud.showHelp(!_scene.hud.isHelpShown()); }},
-      {{Key::KEY_Escape},
-       "Esc",
-       "cancel a drag, a path or an index; close the help",
-       [this] { _cancel(); },
-       Modifier::kNone,
-       true}};
+      {{'h', 'H', '?'}, "H", "this help", [this] { _scene.hud.showHelp(!_scene.hud.isHelpShown()); }}};
   std::vector<KeyBinding> bindings;
   const auto add = [this, &bindings](const char* group, const std::vector<KeyBinding>& more) {
     for (const KeyBinding& binding : more) {
@@ -158,7 +152,18 @@ std::vector<KeyBinding> Application::_createBindings() {
   add("Clip box", ClipControl::bindings(_clip));
   add("Files", fileKeys);
   add(kWindowGroup, helpKeys);
+  bindings.push_back(_createCancelBinding());
   return bindings;
+}
+
+// It begins its action itself, because it needs the notice that is shown.
+KeyBinding Application::_createCancelBinding() {
+  KeyBinding binding = {
+      {Key::KEY_Escape}, "Esc", "cancel a drag, a path being typed or an index; close the help", [this] { _cancel(); }};
+  binding.actsDuringDrag = true;
+  binding.actsOnce = true;
+  binding.group = kWindowGroup;
+  return binding;
 }
 
 Session::Listener Application::_createListener() {
@@ -272,6 +277,7 @@ bool Application::_isRefined() const {
 void Application::_drawFrame() {
   const osg::Viewport& viewport = *_viewer->getCamera()->getViewport();
   _scene.hud.resize(static_cast<int>(viewport.width()), static_cast<int>(viewport.height()));
+  _followContent();
   const bool inTransition = _camera.advance();
   _view.adaptNearPlane();
   _station.showFieldOfView();
@@ -313,7 +319,15 @@ void Application::_showContent() {
   _points.updateRanges();
   if (bounds.valid()) {
     _camera.setContent(bounds, _session.summary().places);
+    _followContent();
     _clip.setContent(bounds, _session.isLoaded());
+  }
+}
+
+// The view stays still under a handle of the clip box that is dragged.
+void Application::_followContent() {
+  if (!_drag->isActive()) {
+    _camera.followContent();
   }
 }
 
@@ -341,19 +355,38 @@ void Application::_closeScanUnderPointer() {
 
 // Ends what the user has begun and not finished. The path entry and the question whether to quit handle Esc themselves.
 void Application::_cancel() {
+  const std::string scan = _session.indexedScan();
+  const std::string question = "Press Esc again to cancel the index of " + scan;
+  const bool isConfirmed = _messages.isShown(question);
+  if (_drag->isActive()) {
+    return _cancelDrag();
+  }
+  _messages.beginAction();
+  if (_scene.hud.isHelpShown()) {
+    _scene.hud.showHelp(false);
+  } else if (scan.empty()) {
+    _messages.show("Press Ctrl+Q or close the window to quit");
+  } else if (isConfirmed) {
+    _session.cancelIndex();
+  } else {
+    _messages.show(question);
+  }
+}
+
+void Application::_cancelDrag() {
   if (_drag->cancel()) {
     _scene.clip.cancelDrag();
+    _messages.beginAction();
     _messages.show("Drag cancelled");
-  } else if (_scene.hud.isHelpShown()) {
-    _scene.hud.showHelp(false);
-  } else if (!_session.cancelIndex()) {
-    _messages.show("Press Ctrl+Q or close the window to quit");
   }
 }
 
 std::string Application::_unfinishedWork() const {
   if (_clip.isSaving()) {
     return "The points inside the box are still being saved";
+  }
+  if (!_session.indexedScan().empty()) {
+    return "An index is still being built";
   }
   return _session.isLoaded() ? "" : "Points are still being loaded";
 }

@@ -43,6 +43,7 @@ class Application {
 
  private:
   std::vector<KeyBinding> _createBindings();
+  KeyBinding _createCancelBinding();
   Session::Listener _createListener();
   void _addEventHandlers();
   void _showFirstContent();
@@ -59,10 +60,12 @@ class Application {
   void _printChangedContent();
 
   void _showContent();
+  void _followContent();
   void _pick(int x, int y);
   void _navigate(bool byWheel);
   void _closeScanUnderPointer();
   void _cancel();
+  void _cancelDrag();
   std::string _unfinishedWork() const;
   void _removeScan(const osg::ref_ptr<osg::Node>& points);
   void _removeFromCloud(const osg::ref_ptr<osg::Node>& points);

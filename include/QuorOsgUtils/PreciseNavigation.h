@@ -140,7 +140,8 @@ class QUOR_OSG_UTILS_EXPORT PreciseNavigation {
   bool pan(const Event& ea, osgGA::GUIActionAdapter& aa);
   /// Handles one scroll event in either mode and either projection.
   bool zoom(const Event& ea, osgGA::GUIActionAdapter& aa);
-  /// Ends a pan where the button was released: some systems report no last movement there.
+  /// Pans to where a button was released: some systems report no last movement there. Ends the pan, unless the middle
+  /// button is still held.
   void letGo(const Event& ea, osgGA::GUIActionAdapter& aa);
 
   /// How far a drag between two events turns the view, in radians: to the right and up. Nothing without two events, or

@@ -53,12 +53,16 @@ bool PreciseNavigation::pan(const Event& ea, osgGA::GUIActionAdapter& aa) {
   return true;
 }
 
+// Another button may be released during a pan. A point grabbed anew would then be one of the frame drawn last, which
+// may show an earlier view.
 void PreciseNavigation::letGo(const Event& ea, osgGA::GUIActionAdapter& aa) {
   if (_pannedTo && *_pannedTo != pointerPosition(ea)) {
     pan(ea, aa);
   }
-  _grabbed.reset();
-  _pannedTo.reset();
+  if ((ea.getButtonMask() & Event::MIDDLE_MOUSE_BUTTON) == 0) {
+    _grabbed.reset();
+    _pannedTo.reset();
+  }
   aa.requestRedraw();
 }
 

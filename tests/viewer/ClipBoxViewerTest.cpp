@@ -402,11 +402,46 @@ TEST_F(ClipBoxViewerTest, keysAreIgnoredWhileAHandleIsHeld) {
   }
   _viewer->release(kLeft);
   _viewer->settle();
-  EXPECT_THAT(_viewer->output(), testing::Not(HasSubstr("clip off")));
-  EXPECT_THAT(_viewer->output(), testing::Not(HasSubstr("clip mode")));
+  for (const char* line : {"clip off", "clip mode", "clip reset", "clip axes"}) {
+    EXPECT_THAT(_viewer->output(), testing::Not(HasSubstr(line)));
+  }
   pressKey("t");
   EXPECT_THAT(_viewer->output(), HasSubstr("clip mode rotate"));
   EXPECT_EQ(reportedBox().size, before.size);
+}
+
+TEST_F(ClipBoxViewerTest, aBoxThatFollowsTheScansEnclosesAScanThatArrivedWhileItsHandleWasHeld) {
+  enum class End { Release, Cancel };
+  for (const End end : {End::Release, End::Cancel}) {
+    SCOPED_TRACE(static_cast<int>(end));
+    showGrid();
+    writeLasFile(path("b.las"), _points, kOffsetX + 150.0, kOffsetY);
+    pressKey("b");
+    const ReportedBox one = reportedBox();
+    _viewer->key("a");
+    _viewer->type("b.las");  // Enter follows while the handle is held
+    const Pixel cone = rightCone();
+    _viewer->movePointer(cone.x, cone.yFromTop);
+    _viewer->settle();
+    _viewer->press(kLeft);
+    if (end == End::Cancel) {
+      const Pixel outwards = alongX(40.0);
+      _viewer->movePointer(cone.x + outwards.x, cone.yFromTop + outwards.yFromTop);
+      EXPECT_NE(_viewer->waitForLine("clip size"), "");
+    }
+    _viewer->key("Return");
+    waitUntilLoaded(98);
+    EXPECT_LT(reportedBox().size.x(), one.size.x() + 100.0);
+    if (end == End::Cancel) {
+      _viewer->key("Escape");
+    }
+    _viewer->release(kLeft);
+    _viewer->settle();
+    const ReportedBox both = reportedBox();
+    EXPECT_GT(both.size.x(), one.size.x() + 100.0);
+    pressKey("r");
+    expectSameBox(both, reportedBox());
+  }
 }
 
 TEST_F(ClipBoxViewerTest, escapeDuringADragRestoresTheBox) {

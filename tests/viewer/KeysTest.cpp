@@ -30,15 +30,19 @@ class KeysTest : public testing::Test {
     unsigned int buttons = 0;
   };
   /// Presses a key, as the window would report it. True if a binding handled it.
-  bool press(const Stroke& stroke) {
-    const osg::ref_ptr<KeyHandler> handler = new KeyHandler(_bindings, [this] { _done.emplace_back("held"); });
+  bool press(const Stroke& stroke) { return createHandler()->handle(*eventOf(stroke), _actions); }
+
+  osg::ref_ptr<KeyHandler> createHandler() {
+    return new KeyHandler(_bindings, [this] { _done.emplace_back("held"); });
+  }
+  static osg::ref_ptr<Event> eventOf(const Stroke& stroke, Event::EventType type = Event::KEYDOWN) {
     const osg::ref_ptr<Event> event = new Event;
-    event->setEventType(Event::KEYDOWN);
+    event->setEventType(type);
     event->setKey(stroke.key);
     event->setUnmodifiedKey(stroke.unmodified != 0 ? stroke.unmodified : stroke.key);
     event->setModKeyMask(stroke.held);
     event->setButtonMask(stroke.buttons);
-    return handler->handle(*event, _actions);
+    return event;
   }
 
   std::vector<KeyBinding> _bindings;
@@ -103,6 +107,43 @@ TEST_F(KeysTest, whileAMouseButtonIsHeldOnlyActionsForDragsRun) {
   EXPECT_TRUE(press({'b', 0, 0, Event::LEFT_MOUSE_BUTTON}));
   EXPECT_TRUE(press({Key::KEY_Escape, 0, 0, Event::LEFT_MOUSE_BUTTON}));
   EXPECT_THAT(_done, ElementsAre("held", "cancel"));
+}
+
+TEST_F(KeysTest, aKeyThatIsHeldRepeatsUnlessItActsOnce) {
+  bind({'+'}, "larger");
+  bind({Key::KEY_Escape}, "cancel");
+  _bindings.back().actsOnce = true;
+  const osg::ref_ptr<KeyHandler> handler = createHandler();
+  for (const int key : {static_cast<int>('+'), static_cast<int>(Key::KEY_Escape)}) {
+    for (int round = 0; round < 2; ++round) {
+      EXPECT_TRUE(handler->handle(*eventOf({key}), _actions));
+      EXPECT_TRUE(handler->handle(*eventOf({key}), _actions)) << "the repeat is handled, too";
+      handler->handle(*eventOf({'x'}, Event::KEYUP), _actions);  // another key
+      EXPECT_TRUE(handler->handle(*eventOf({key}), _actions));
+      handler->handle(*eventOf({key}, Event::KEYUP), _actions);
+    }
+  }
+  EXPECT_THAT(_done, ElementsAre("larger", "larger", "larger", "larger", "larger", "larger", "cancel", "cancel"));
+}
+
+TEST_F(KeysTest, aKeyThatActsOnceDoesNotActIfAnotherHandlerHasHandledItsPress) {
+  bind({Key::KEY_Escape}, "cancel");
+  _bindings.back().actsOnce = true;
+  const osg::ref_ptr<KeyHandler> handler = createHandler();
+  const osg::ref_ptr<Event> taken = eventOf({Key::KEY_Escape});
+  taken->setHandled(true);
+  handler->handle(*taken, _actions);
+  EXPECT_TRUE(handler->handle(*eventOf({Key::KEY_Escape}), _actions));
+  EXPECT_THAT(_done, IsEmpty());
+}
+
+TEST_F(KeysTest, spaceWithOtherModifiersDoesNothingAndReachesNoManipulator) {
+  bind({' '}, "home");
+  EXPECT_TRUE(press({' ', Event::MODKEY_LEFT_ALT}));
+  EXPECT_TRUE(press({' ', Event::MODKEY_LEFT_CTRL}));
+  EXPECT_THAT(_done, IsEmpty());
+  EXPECT_TRUE(press({' '}));
+  EXPECT_THAT(_done, ElementsAre("home"));
 }
 
 }  // namespace

@@ -64,6 +64,7 @@ class LargeScanViewerTest : public ViewerFixture {
     return count;
   }
   static constexpr std::uint32_t kLongPoints = 30000000;
+  const std::string kQuestion = "message Press Esc again to cancel the index of long.las";
 
   /// Shows a scan whose index takes long, and returns while it is being built.
   void showWhileIndexed() {
@@ -326,6 +327,9 @@ TEST_F(LargeScanViewerTest, escapeCancelsTheIndexOnceNothingElseIsOpen) {
   _viewer->key("h");
   _viewer->key("Escape");
   _viewer->key("Escape");
+  EXPECT_NE(_viewer->waitForLine(kQuestion), "");
+  EXPECT_THAT(_viewer->output(), Not(HasSubstr("cancelled")));
+  _viewer->key("Escape");
   const std::string rest = "; every 12th point is loaded instead";  // of 0.1 GiB, each takes 40 bytes
   EXPECT_EQ(_viewer->waitForLine("Index of"), "Index of long.las cancelled" + rest);
   EXPECT_EQ(_viewer->waitForLine("loaded"), "loaded " + std::to_string((kLongPoints + 11) / 12) + " points");
@@ -334,6 +338,50 @@ TEST_F(LargeScanViewerTest, escapeCancelsTheIndexOnceNothingElseIsOpen) {
   _viewer->key("Escape");
   EXPECT_NE(_viewer->waitForLine("message Press Ctrl+Q or close the window to quit"), "");
   EXPECT_EQ(_viewer->exitStatus(1s), -1) << "it still runs";
+}
+
+TEST_F(LargeScanViewerTest, anotherKeyBeforeTheSecondEscapeContinuesTheIndex) {
+  showWhileIndexed();
+  for (int round = 0; round < 2; ++round) {
+    _viewer->key("Escape");
+    EXPECT_NE(_viewer->waitForLine(kQuestion), "") << "it asks again";
+    _viewer->key("e");
+  }
+  EXPECT_THAT(_viewer->output(), Not(HasSubstr("cancelled")));
+}
+
+TEST_F(LargeScanViewerTest, escapesDuringADragCancelOnlyTheDrag) {
+  showWhileIndexed();
+  _viewer->press(kRight);
+  _viewer->movePointer(440, 320);
+  _viewer->key("Escape Escape Escape");
+  EXPECT_NE(_viewer->waitForLine("message Drag cancelled"), "");
+  _viewer->release(kRight);
+  _viewer->key("Escape");
+  EXPECT_EQ(_viewer->waitForLine("message Press"), kQuestion) << "the first that is not about the drag";
+  EXPECT_THAT(_viewer->output(), Not(HasSubstr("Index of")));
+}
+
+TEST_F(LargeScanViewerTest, quittingWhileAnIndexIsBuiltAsksFirst) {
+  showWhileIndexed();
+  _viewer->key("ctrl+q");
+  EXPECT_EQ(_viewer->waitForLine("message"),
+            "message An index is still being built. Press Ctrl+Q again to quit, any other key to continue");
+  EXPECT_EQ(_viewer->exitStatus(1s), -1) << "it still runs";
+  _viewer->key("ctrl+q");
+  EXPECT_EQ(_viewer->exitStatus(), 0);
+}
+
+TEST_F(LargeScanViewerTest, aPickWhileAnIndexIsBuiltShowsItsCoordinates) {
+  showWhileIndexed();
+  const auto end = std::chrono::steady_clock::now() + 60s;
+  std::string line = "picked nothing";
+  while (line == "picked nothing" && std::chrono::steady_clock::now() < end) {
+    line = clickAt(pixelOf(osg::Vec3d()));
+  }
+  EXPECT_THAT(line, HasSubstr("picked 0.00 0.00 0.00 class 0 "));
+  EXPECT_THAT(_viewer->output(), HasSubstr("\nmessage 0.00   0.00   0.00      0 "));
+  EXPECT_THAT(_viewer->output(), Not(HasSubstr("\nloaded "))) << "the index was built before the pick";
 }
 
 TEST_F(LargeScanViewerTest, theStatusBarShowsHowFarTheIndexIs) {

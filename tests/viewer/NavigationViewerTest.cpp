@@ -393,9 +393,14 @@ struct PresetCase {
 
 TEST_F(NavigationViewerTest, presetsLookAlongTheAxesAndTheHistoryGoesBackAndForward) {
   showGrid();
+  osg::Vec3d isometric(-1.0, 1.0, -1.0);
+  isometric.normalize();
+  osg::Vec3d isometricUp = osg::Vec3d(0.0, 0.0, 1.0) - isometric * isometric.z();  // the horizon is level
+  isometricUp.normalize();
   const PresetCase cases[] = {{"F2", {0, 0, -1}, {0, 1, 0}}, {"F3", {0, 0, 1}, {0, -1, 0}},
                               {"F4", {0, 1, 0}, {0, 0, 1}},  {"F5", {0, -1, 0}, {0, 0, 1}},
-                              {"F6", {1, 0, 0}, {0, 0, 1}},  {"F7", {-1, 0, 0}, {0, 0, 1}}};
+                              {"F6", {1, 0, 0}, {0, 0, 1}},  {"F7", {-1, 0, 0}, {0, 0, 1}},
+                              {"F8", isometric, isometricUp}};
   std::vector<ReportedView> shown = {_viewer->view()};
   for (const PresetCase& each : cases) {
     SCOPED_TRACE(each.key);
@@ -476,6 +481,118 @@ TEST_F(NavigationViewerTest, keysDuringATransitionActOnTheViewThatItLeadsTo) {
   _viewer->settle();
   expectSameView(_viewer->view(), top);
   EXPECT_GT((top.eye - home.eye).length(), 1.0);
+}
+
+TEST_F(NavigationViewerTest, eachKeyForTheProjectionDuringATransitionSwitchesIt) {
+  _animated = true;
+  showGrid({"--station", "9876573 10000030 2.5"});
+  const auto isOrthographic = [this] { return _viewer->view().projection(3, 3) == 1.0; };
+  _viewer->key("F4 o l");
+  EXPECT_NE(_viewer->waitForLine("station on"), "");
+  _viewer->settle();
+  EXPECT_FALSE(isOrthographic());
+  press("l");
+  EXPECT_TRUE(isOrthographic()) << "the switch before the station";
+  EXPECT_NEAR(_viewer->view().direction().y(), 1.0, 1e-5);
+  press("o");
+  EXPECT_FALSE(isOrthographic());
+
+  _viewer->key("F3 o o");
+  _viewer->settle();
+  EXPECT_FALSE(isOrthographic());
+
+  _viewer->movePointer(400, 300);
+  _viewer->key("F2 o");
+  _viewer->press(kRight);
+  _viewer->movePointer(440, 320);
+  _viewer->movePointer(480, 340);
+  _viewer->settle();
+  EXPECT_TRUE(isOrthographic());
+  EXPECT_LT(_viewer->view().up.y(), 0.99) << "the drag has turned the view";
+  _viewer->key("Escape");
+  _viewer->settle();
+  EXPECT_TRUE(isOrthographic()) << "the switch was before the drag";
+  EXPECT_NEAR(_viewer->view().up.y(), 1.0, 1e-5);
+  _viewer->release(kRight);
+}
+
+TEST_F(NavigationViewerTest, aNotchAfterTheHistoryIsAnotherChange) {
+  showGrid();
+  const ReportedView home = _viewer->view();
+  _viewer->movePointer(400, 300);
+  _viewer->click(kWheelUp);
+  _viewer->key("alt+Left");
+  _viewer->click(kWheelUp);
+  _viewer->settle();
+  EXPECT_GT((_viewer->view().eye - home.eye).length(), 1.0);
+  press("alt+Left");
+  expectSameView(_viewer->view(), home);
+}
+
+TEST_F(NavigationViewerTest, spaceWithAltMovesNothing) {
+  showGrid();
+  drag(kRight, {400, 300}, {90, 30});
+  const ReportedView turned = _viewer->view();
+  press("alt+space");
+  expectSameView(_viewer->view(), turned);
+}
+
+/// Until the user navigates, the view shows all scans.
+class FollowingViewerTest : public NavigationViewerTest {
+ protected:
+  /// Shows the grid, and leaves the path of a second one to be entered.
+  void showGridAndTypePath(const std::vector<std::string>& options = {}) {
+    showGrid(options);
+    writeLasFile(path("b.las"), _points, kOffsetX + 150.0, kOffsetY);
+    _viewer->movePointer(400, 20);
+    _viewer->key("a");
+    _viewer->type("b.las");
+    _viewer->settle();
+  }
+  void enterPath() {
+    _viewer->key("Return");
+    waitUntilLoaded(98);
+  }
+  void expectAllIsShown() {
+    const ReportedView shown = _viewer->view();
+    press("Home");
+    expectSameView(shown, _viewer->view());
+  }
+};
+
+TEST_F(FollowingViewerTest, theViewStaysWhileAButtonIsHeldAndThenShowsWhatHasArrived) {
+  showGridAndTypePath();
+  const ReportedView before = _viewer->view();
+  _viewer->press(kLeft);
+  enterPath();
+  expectSameView(_viewer->view(), before);
+  _viewer->release(kLeft);
+  _viewer->settle();
+  EXPECT_GT((_viewer->view().eye - before.eye).length(), 10.0);
+  expectAllIsShown();
+}
+
+TEST_F(FollowingViewerTest, afterAStationTheViewShowsWhatHasArrivedMeanwhile) {
+  showGrid({"--station", "9876573 10000030 2.5"});
+  const ReportedView before = _viewer->view();
+  press("l");
+  drag(kRight, {400, 300}, {80, 0});
+  writeLasFile(path("b.las"), _points, kOffsetX + 150.0, kOffsetY);
+  _viewer->key("a");
+  _viewer->type("b.las");
+  enterPath();
+  press("l");
+  EXPECT_GT((_viewer->view().eye - before.eye).length(), 10.0);
+  expectAllIsShown();
+}
+
+TEST_F(FollowingViewerTest, aWheelThatScrollsToASideDoesNotNavigate) {
+  showGridAndTypePath();
+  for (const int button : {kWheelLeft, kWheelRight}) {
+    _viewer->click(button);
+  }
+  enterPath();
+  expectAllIsShown();
 }
 
 TEST_F(NavigationViewerTest, theHistoryLeavesAStationAndHoldsNoViewOfIt) {

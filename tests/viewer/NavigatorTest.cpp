@@ -73,6 +73,17 @@ TEST_F(NavigatorTest, swappingTheManipulatorDuringADragRemovesThePivotMarker) {
   EXPECT_EQ(_scene->getNumChildren(), 0U);
 }
 
+TEST_F(NavigatorTest, swappingTheManipulatorDuringAPanKeepsTheView) {
+  constexpr int kMiddle = osgGA::GUIEventAdapter::MIDDLE_MOUSE_BUTTON;
+  const osg::Matrixd start = view();
+  send(osgGA::GUIEventAdapter::PUSH, kMiddle, 400.0f, 300.0f);
+  send(osgGA::GUIEventAdapter::DRAG, kMiddle, 450.0f, 320.0f);
+  const osg::Matrixd panned = view();
+  ASSERT_GT((panned.getTrans() - start.getTrans()).length(), 1.0);
+  _navigator.swap();
+  expectSameView(view(), panned);
+}
+
 TEST_F(NavigatorTest, startsAboutTheMiddleWithItsManipulatorInstalled) {
   EXPECT_FALSE(_navigator.rotatesAboutPointer());
   EXPECT_FALSE(_navigator.isAtStation());

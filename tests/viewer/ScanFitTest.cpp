@@ -78,10 +78,11 @@ TEST(ScanFitTest, theDirectionIsACompassPointOrAboveOrBelow) {
 
 TEST(ScanFitTest, differentSystemsAreNamed) {
   EXPECT_EQ(systemMisfit(cubeAt(0, 0, 0, epsg(28992)), {cubeAt(0, 0, 0, epsg(2056))}),
-            "has coordinate system EPSG:28992, the open scans EPSG:2056: they may not fit together");
-  EXPECT_EQ(systemMisfit(cubeAt(0, 0, 0, epsg(28992)),
-                         {cubeAt(0, 0, 0, epsg(2056)), cubeAt(0, 0, 0, epsg(4326)), cubeAt(0, 0, 0, epsg(2056))}),
-            "has coordinate system EPSG:28992, the open scans EPSG:2056, EPSG:4326: they may not fit together");
+            "has coordinate system EPSG:28992, but the open scans have EPSG:2056: they may not fit together");
+  EXPECT_EQ(
+      systemMisfit(cubeAt(0, 0, 0, epsg(28992)),
+                   {cubeAt(0, 0, 0, epsg(2056)), cubeAt(0, 0, 0, epsg(4326)), cubeAt(0, 0, 0, epsg(2056))}),
+      "has coordinate system EPSG:28992, but the open scans have EPSG:2056, EPSG:4326: they may not fit together");
   EXPECT_EQ(systemMisfit(cubeAt(0, 0, 0, epsg(2056)), {cubeAt(0, 0, 0, epsg(28992)), cubeAt(0, 0, 0, epsg(2056))}), "");
   EXPECT_EQ(systemMisfit(cubeAt(0, 0, 0, epsg(2056)), {cubeAt(0, 0, 0)}), "");
   EXPECT_EQ(systemMisfit(cubeAt(0, 0, 0), {cubeAt(0, 0, 0, epsg(2056))}), "");

@@ -48,7 +48,7 @@ class ScanLoaderTest : public testing::Test {
     _loader = std::make_unique<ScanLoader>(
         *_scans, budget,
         ScanLoader::Listener{[this](unsigned int scan, const PointChunk& chunk) { take(scan, chunk); },
-                             [this](const std::string& error) { _errors.push_back(error); },
+                             [this](unsigned int, const std::string& error) { _errors.push_back(error); },
                              [this](const std::string& note) { _notes.push_back(note); }});
   }
   void blockWorker() { _gate = std::make_unique<WorkerGate>(QuorOsgUtils::FileCmd::High); }
@@ -418,7 +418,7 @@ TEST_F(ScanLoaderTest, aSampleOfALargeScanComesBeforeTheRestOfAnother) {
   _loader = std::make_unique<ScanLoader>(
       *_scans, kPlenty,
       ScanLoader::Listener{[&](unsigned int scan, const PointChunk& /*chunk*/) { arrivals.push_back(scan); },
-                           [](const std::string&) {}, [](const std::string&) {}});
+                           [](unsigned int, const std::string&) {}, [](const std::string&) {}});
   blockWorker();
   _loader->start();
   unblockWorker();
@@ -438,12 +438,12 @@ TEST_F(ScanLoaderTest, theSampleOfALargeScanIsHandedOutBeforeTheRestAndReported)
   writeHollowLasFile(_folder.path("large.las"), 4000000);
   _scans = std::make_unique<ScanSet>(std::vector{_folder.path("large.las")});
   std::uint64_t reach = 0;
-  _loader = std::make_unique<ScanLoader>(*_scans, kPlenty,
-                                         ScanLoader::Listener{[&](unsigned int /*scan*/, const PointChunk& chunk) {
-                                                                reach = std::max(
-                                                                    reach, chunk.points.at(chunk.points.count - 1));
-                                                              },
-                                                              [](const std::string&) {}, [](const std::string&) {}});
+  _loader = std::make_unique<ScanLoader>(
+      *_scans, kPlenty,
+      ScanLoader::Listener{[&](unsigned int /*scan*/, const PointChunk& chunk) {
+                             reach = std::max(reach, chunk.points.at(chunk.points.count - 1));
+                           },
+                           [](unsigned int, const std::string&) {}, [](const std::string&) {}});
   _loader->start();
   while (!_loader->finished() && !_loader->pollSampleCompleted()) {
     if (!_loader->step(10s)) {

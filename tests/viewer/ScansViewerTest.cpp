@@ -277,7 +277,7 @@ TEST_F(FarScanViewerTest, anotherCoordinateSystemIsReported) {
   writeGridIn(28992, "dutch.las");
   start({"--verbose", "--size", "800x600", path("swiss.las"), path("dutch.las")});
   const std::string line =
-      "dutch.las has coordinate system EPSG:28992, the open scans EPSG:2056: they may not fit together";
+      "dutch.las has coordinate system EPSG:28992, but the open scans have EPSG:2056: they may not fit together";
   EXPECT_EQ(_viewer->waitForLine("dutch.las"), line);
   waitUntilLoaded(98);
   EXPECT_TRUE(isLoggedInTime(path("swiss.las") + ": LAS 1.2, point format 0, 49 points"));

@@ -81,6 +81,16 @@ class SessionTest : public testing::Test {
     writeLasFile(_folder.path(name), rowOfPoints(points), 5000.0, 7000.0);
     return _folder.path(name);
   }
+  static constexpr const char* kFar = "away from the open scans";
+  /// A scan that is far away from the others, as its header states.
+  std::string writeFar() {
+    constexpr std::streamoff kBounds = 179;
+    const double bounds[] = {5.0e6 + 4.0, 5.0e6, 7000.0, 7000.0, 0.0, 0.0};  // of X, Y and Z
+    writeLasFile(_folder.path("far.las"), rowOfPoints(5), 5.0e6, 7000.0);
+    std::fstream file(_folder.path("far.las"), std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(kBounds).write(reinterpret_cast<const char*>(bounds), sizeof bounds);
+    return _folder.path("far.las");
+  }
   void open(const std::vector<std::string>& paths, std::uint64_t memoryBytes = kPlenty) {
     open(paths, memoryBytes, TreeSettings{false, "", {}, 0});
   }
@@ -176,6 +186,51 @@ TEST_F(SessionTest, scansThatCannotBeOpenedAreReportedAndTheOthersAreLoaded) {
   loadEverything();
   EXPECT_EQ(printed(), "loaded 16 points\n");
   EXPECT_EQ(_session->title(), "quor_viewer: a.las, b.las");
+}
+
+TEST_F(SessionTest, whatCannotBeOpenedIsShownAtOnceAndAgainAfterLoading) {
+  const std::string summary = "1 of 2 scans could not be opened";
+  _hud.resize(2400, 800);
+  open({write("a.las", 11), _folder.path("missing.las")});
+  EXPECT_TRUE(isShown(summary));
+  _messages.beginAction();
+  EXPECT_FALSE(isShown(summary));
+  loadEverything();
+  EXPECT_TRUE(isShown(summary));
+}
+
+TEST_F(SessionTest, aScanThatIsFarAwayIsReportedAtOnceAndAgainAfterLoading) {
+  _hud.resize(2400, 800);
+  open({write("a.las", 11)});
+  loadEverything();
+  _session->add(writeFar());
+  EXPECT_TRUE(isShown(kFar));
+  EXPECT_FALSE(_session->isLoaded());
+  _messages.beginAction();
+  loadEverything();
+  EXPECT_TRUE(isShown(kFar));
+}
+
+TEST_F(SessionTest, aScanThatIsClosedWhileItLoadsIsNotReportedAfterLoading) {
+  _hud.resize(2400, 800);
+  open({write("a.las", 11)});
+  loadEverything();
+  _session->add(writeFar());
+  _session->close(2);
+  EXPECT_FALSE(isShown(kFar));
+  loadEverything();
+  EXPECT_FALSE(isShown(kFar));
+}
+
+TEST_F(SessionTest, anErrorOfAnAddedScanIsNotRepeatedAfterLoading) {
+  const std::string error = "no such file";
+  _hud.resize(2400, 800);
+  open({write("a.las", 11)});
+  _session->add(_folder.path("missing.las"));
+  EXPECT_TRUE(isShown(error));
+  _messages.beginAction();
+  loadEverything();
+  EXPECT_FALSE(isShown(error));
 }
 
 TEST_F(SessionTest, loadingPutsAllPointsIntoTheCloudAndReportsTheirNumber) {
@@ -306,6 +361,13 @@ TEST_F(SessionTest, whileAnIndexIsBuiltTheStatusBarShowsTheSampleAndHowFarTheInd
   const std::uint64_t part = (kIndexedPoints + 511) / 512;
   const std::uint64_t last = std::min<std::uint64_t>(kIndexedPoints - 511 * part, ofEach);
   EXPECT_EQ(_session->pointCountText(), grouped(511 * ofEach + last) + " drawn of 1,900,000 points");
+}
+
+TEST_F(SessionTest, theScanWhoseIndexIsBuiltIsNamedUntilItIsCancelled) {
+  open({write("long.las", kIndexedPoints)}, kPlenty, TreeSettings{true, _folder.path("index"), kPlenty, kPlenty});
+  EXPECT_EQ(_session->indexedScan(), "long.las");
+  _session->cancelIndex();
+  EXPECT_EQ(_session->indexedScan(), "");
 }
 
 TEST_F(SessionTest, aCancelledIndexIsReplacedByAllPointsAndTheSampleStaysMeanwhile) {

@@ -19,6 +19,8 @@ constexpr int kMiddle = 2;
 constexpr int kRight = 3;
 constexpr int kWheelUp = 4;
 constexpr int kWheelDown = 5;
+constexpr int kWheelLeft = 6;
+constexpr int kWheelRight = 7;
 
 constexpr double kOffsetX = 9876543.0;
 constexpr double kOffsetY = 10000000.0;

@@ -243,7 +243,8 @@ TEST_F(ViewerTest, pointerMovesAndUnboundKeysDrawNoFrame) {
   const int still = framesOfARun(0);
   const int moved = framesOfARun(kMoves);
   EXPECT_GT(still, 0);
-  EXPECT_LT(moved, still + kMoves / 2) << "frames that a still pointer needs: " << still;
+  constexpr int kChance = 3;  // how many frames loading takes differs a little
+  EXPECT_LE(moved, still + kChance) << "frames that a still pointer needs: " << still;
 }
 
 TEST_F(ViewerTest, severalFilesAppearInTheirCommonCoordinateFrame) {

@@ -89,9 +89,18 @@ void ClipControl::startWith(const osg::BoundingBoxd& world) {
 void ClipControl::setContent(const osg::BoundingBox& content, bool complete) {
   _content = content;
   _complete = complete;
+  _contentIsNew = true;
+  _followContent();
+}
+
+// A drag may change nothing, or be cancelled; then the box follows afterwards.
+void ClipControl::_followContent() {
+  if (_dependencies.box.isDragged() || !std::exchange(_contentIsNew, false)) {
+    return;
+  }
   const bool follows =
       _dependencies.box.isPlaced() && !_automaticPose.empty() && _poseText(outputText) == _automaticPose;
-  if (follows && !_dependencies.box.isDragged()) {
+  if (follows) {
     const bool on = _dependencies.box.isOn();
     _placeAroundContent();
     _dependencies.box.setOn(on);
@@ -223,6 +232,7 @@ void ClipControl::_fail(const std::string& message) {
 }
 
 void ClipControl::_follow() {
+  _followContent();
   const bool on = _dependencies.box.isOn();
   const std::string note = on ? _poseText(statusText) : std::string();
   if (note != _shownNote) {

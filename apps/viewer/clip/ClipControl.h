@@ -69,12 +69,14 @@ class ClipControl {
   void _announce(const std::string& line, const std::string& message);
   void _reportResult(const std::string& message);
   void _fail(const std::string& message);
+  void _followContent();
   void _follow();
   std::string _poseText(std::string (*text)(const ClipPose&)) const;
 
   Dependencies _dependencies;
   osg::BoundingBox _content;
   bool _complete = false;
+  bool _contentIsNew = false;  // since the box followed it
   std::string _automaticPose;  // of a box that follows the content; empty when it does not
   std::string _shownNote;
   std::string _printedPose;

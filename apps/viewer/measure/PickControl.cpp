@@ -1,6 +1,7 @@
 #include "viewer/measure/PickControl.h"
 
 #include <optional>
+#include <string>
 
 namespace QuorViewer {
 
@@ -20,7 +21,9 @@ void PickControl::pick(int x, int y) {
 
 void PickControl::_report(const PickedPoint& picked) {
   _dependencies.marker.mark(picked.localPosition);
-  _dependencies.messages.setStanding(Standing::Pick, statusText(picked));
+  const std::string text = statusText(picked);
+  _dependencies.messages.setStanding(Standing::Pick, text);
+  _dependencies.messages.show(text);  // over the progress of loading or saving
   _dependencies.messages.print(outputText(picked, fileName(_dependencies.scans.info(picked.scan).path)));
 }
 

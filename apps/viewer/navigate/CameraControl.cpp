@@ -35,7 +35,12 @@ std::vector<KeyBinding> CameraControl::bindings(CameraControl& control) {
 
 void CameraControl::setContent(const osg::BoundingBox& bounds, const std::vector<osg::Vec3f>& places) {
   _dependencies.view.setContent({bounds._min, bounds._max}, places);
-  if (!_userNavigated && !_dependencies.station.isAtStation()) {
+  _contentIsNew = true;
+}
+
+// At a station the content stays new, because the view that is restored afterwards does not show it.
+void CameraControl::followContent() {
+  if (!_dependencies.station.isAtStation() && std::exchange(_contentIsNew, false) && !_userNavigated) {
     _transition.stop();
     _dependencies.view.home();
   }
@@ -52,22 +57,26 @@ void CameraControl::printChangedView() {
   }
 }
 
-// All notches of the wheel without a pause are one gesture.
+// All notches of the wheel without a pause are one gesture. What is done at a station does not change the view that is
+// restored afterwards.
 void CameraControl::beginNavigation(bool byWheel) {
   constexpr std::chrono::seconds kPause(1);
   const Clock::time_point now = Clock::now();
-  const bool continues = byWheel && now - std::exchange(_latestNotch, byWheel ? now : Clock::time_point()) < kPause;
-  _userNavigated = true;
+  const bool continues = byWheel && now - _latestNotch < kPause;
+  _userNavigated = _userNavigated || !_dependencies.station.isAtStation();
   _finishTransition();
   if (!continues) {
     _beginChange();
   }
+  _latestNotch = byWheel ? now : Clock::time_point();
 }
 
 void CameraControl::reset() {
   _userNavigated = false;
+  _contentIsNew = false;
   _history.clear();
   _beforeChange.reset();
+  _latestNotch = {};
   _transition.stop();
 }
 
@@ -81,13 +90,16 @@ void CameraControl::_finishTransition() {
     _dependencies.view.setView(_transition.target());
     _transition.stop();
   }
+  if (std::exchange(_projectionDue, false)) {
+    _dependencies.view.toggleProjection();
+  }
 }
 
 bool CameraControl::advance() {
   if (_transition.isRunning()) {
     _dependencies.view.setView(_transition.advance(Clock::now()));
-  } else if (std::exchange(_projectionDue, false)) {
-    _toggleProjection();
+  } else {
+    _finishTransition();
   }
   return _transition.isRunning() || _projectionDue;
 }
@@ -107,14 +119,16 @@ void CameraControl::_goHome() {
   const View home = _dependencies.view.homeView();
   _go(shown, home, home.pose.centre);
   _userNavigated = !follows;
+  _contentIsNew = false;
 }
 
-// The depth in the middle of the view is that of a drawn frame: during a transition the switch waits for its last.
+// The depth in the middle of the view is that of a drawn frame: during a transition the switch waits for its last,
+// unless something else ends the transition.
 void CameraControl::_toggleProjection() {
   if (_dependencies.station.isAtStation()) {
     _dependencies.messages.show("Orthographic projection is not available at a station; press L to leave it");
   } else if (_transition.isRunning()) {
-    _projectionDue = true;
+    _projectionDue = !_projectionDue;
   } else {
     _dependencies.view.toggleProjection();
   }
@@ -173,6 +187,7 @@ void CameraControl::_beginChange() {
 }
 
 void CameraControl::_endChange() {
+  _latestNotch = {};
   const std::optional<View> before = std::exchange(_beforeChange, std::nullopt);
   if (before && !_dependencies.station.isAtStation() && !isSameView(*before, viewAtRest())) {
     _history.leave(*before);

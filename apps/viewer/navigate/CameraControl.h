@@ -48,8 +48,11 @@ class CameraControl {
   void reset();
   /// Leaves the station, if at one, and shows all of `bounds` in the current direction. Returns that view.
   View zoomTo(const osg::BoundingBoxd& bounds);
-  /// The bounds of all points, and a sample of them.
+  /// The bounds of all points, and a sample of them. `followContent` shows them.
   void setContent(const osg::BoundingBox& bounds, const std::vector<osg::Vec3f>& places);
+  /// Until the user navigates, and unless at a station, shows all of the latest content, if it is new. Do not call it
+  /// during a drag.
+  void followContent();
   /// Ends a running transition with its last view, and adds the latest change to the history.
   void settle();
   /// The view, or the one that a running transition leads to.
@@ -78,6 +81,7 @@ class CameraControl {
 
   Dependencies _dependencies;
   bool _userNavigated = false;
+  bool _contentIsNew = false;  // since the view followed it
   ViewHistory _history;
   ViewTransition _transition;
   std::optional<View> _beforeChange;  // before the latest change that is not yet in the history

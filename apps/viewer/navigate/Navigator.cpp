@@ -26,10 +26,13 @@ QuorOsgUtils::PreciseNavigation& Navigator::_precise() const {
   return _aboutPointer ? static_cast<QuorOsgUtils::PreciseNavigation&>(*_pointer) : *_middle;
 }
 
+// At a release the manipulators pan to the event's position, which this event does not have.
 void Navigator::endDrag() {
+  const ViewPose before = pose();
   const osg::ref_ptr<osgGA::GUIEventAdapter> release = new osgGA::GUIEventAdapter;
   release->setEventType(osgGA::GUIEventAdapter::RELEASE);
   manipulator().handle(*release, _viewer);
+  setPose(before);
 }
 
 // The release of a drag in progress goes to the new manipulator, so the old one needs one of its own. Otherwise its

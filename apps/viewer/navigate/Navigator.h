@@ -28,7 +28,7 @@ class Navigator {
   bool rotatesAboutPointer() const { return _aboutPointer; }
   /// Switches to the other manipulator. Ends a drag.
   void swap();
-  /// Ends a drag before its button is released: hides the pivot marker.
+  /// Ends a drag before its button is released: hides the pivot marker. Keeps the view.
   void endDrag();
 
   ViewPose pose() const;

@@ -12,9 +12,10 @@ bool isPress(const Event& ea) {
 }  // namespace
 
 bool ViewDrag::handle(const Event& ea, osgGA::GUIActionAdapter& /*aa*/) {
-  const bool isFirstPress = isPress(ea) && ea.getButtonMask() == ea.getButton();
+  const bool isFirstPress = isPress(ea) && ea.getButton() != 0 && ea.getButtonMask() == ea.getButton();
   if (isFirstPress) {
     _begins();
+    _active = true;
     _before = Start{_navigator.pose(), _camera.getProjectionMatrix()};
     _cancelled = false;
   } else if (ea.getEventType() == Event::RESIZE) {
@@ -24,6 +25,7 @@ bool ViewDrag::handle(const Event& ea, osgGA::GUIActionAdapter& /*aa*/) {
   const bool ignored = _cancelled && (isPress(ea) || isRelease || ea.getEventType() == Event::DRAG);
   if (isRelease && ea.getButtonMask() == 0) {
     _before.reset();
+    _active = false;
     _cancelled = false;
   }
   return ignored;

@@ -23,6 +23,8 @@ class ViewDrag : public osgGA::GUIEventHandler {
 
   bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
 
+  /// True from the press of the first button to the release of the last, also after `cancel`.
+  bool isActive() const { return _active; }
   /// Restores the view that the drag began with. False if there is no drag, or it is already cancelled.
   bool cancel();
 
@@ -36,6 +38,7 @@ class ViewDrag : public osgGA::GUIEventHandler {
   Navigator& _navigator;
   std::function<void()> _begins;
   std::optional<Start> _before;  // empty: no drag that can be cancelled
+  bool _active = false;
   bool _cancelled = false;
 };
 

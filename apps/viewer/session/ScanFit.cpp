@@ -102,7 +102,7 @@ std::string systemMisfit(const ScanPlace& scan, const std::vector<ScanPlace>& ot
   const bool anyFits = std::any_of(others.begin(), others.end(),
                                    [&](const ScanPlace& other) { return scan.system.mayEqual(other.system); });
   return anyFits || others.empty() ? std::string()
-                                   : "has coordinate system " + scan.system.shortText() + ", the open scans " +
+                                   : "has coordinate system " + scan.system.shortText() + ", but the open scans have " +
                                          systemsOf(others) + ": they may not fit together";
 }
 

@@ -21,7 +21,7 @@ std::string lengthText(double units, double metresPerUnit);
 /// The free distance between two boxes; 0 if they touch or overlap.
 double gapBetween(const osg::BoundingBoxd& a, const osg::BoundingBoxd& b);
 
-/// "has coordinate system EPSG:28992, the open scans EPSG:2056: they may not fit together". Each system
+/// "has coordinate system EPSG:28992, but the open scans have EPSG:2056: they may not fit together". Each system
 /// of the others is named once. Empty if any of the others has the same system, or an unknown one.
 std::string systemMisfit(const ScanPlace& scan, const std::vector<ScanPlace>& others);
 

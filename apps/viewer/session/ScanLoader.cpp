@@ -62,15 +62,15 @@ void ScanLoader::_begin(unsigned int scanNumber, std::uint64_t decimation, LoadE
   _loading[scanNumber] = scan;
   if (decimation == 0 && extent == LoadExtent::Whole) {
     scan->decimation = 0;
-    return _reportFailure(info.path + ": none of its points fit into " + inGibibytes(_budgetBytes) +
-                          " in addition to those already shown");
+    return _reportFailure(scanNumber, info.path + ": none of its points fit into " + inGibibytes(_budgetBytes) +
+                                          " in addition to those already shown");
   }
   scan->number = scanNumber;
   scan->origin = _scans.origin();
   try {
     scan->reader = _scans.reader(scanNumber).clone();
   } catch (const ScanError& error) {
-    return _reportFailure(error.what());
+    return _reportFailure(scanNumber, error.what());
   }
   if (extent == LoadExtent::Whole) {
     _prepare(scan, decimation);
@@ -150,9 +150,9 @@ void ScanLoader::_reportDecimation(const LoadingScan& scan) {
                       inGibibytes(_budgetBytes));
 }
 
-void ScanLoader::_reportFailure(const std::string& error) {
+void ScanLoader::_reportFailure(unsigned int scanNumber, const std::string& error) {
   _failed = true;
-  _listener.failed(error);
+  _listener.failed(scanNumber, error);
 }
 
 bool ScanLoader::step(std::chrono::milliseconds budget) {
@@ -187,7 +187,7 @@ void ScanLoader::_receive(LoadResult result) {
     _listener.loaded(result.scan, *result.chunk);
   }
   if (!result.error.empty()) {
-    _reportFailure(result.error);
+    _reportFailure(result.scan, result.error);
   }
   if (!result.treeError.empty()) {
     _listener.treeDamaged(result.scan, result.treeError);

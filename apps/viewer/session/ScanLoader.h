@@ -35,7 +35,7 @@ class ScanLoader {
   /// Callbacks. `decimated` gets a line of text for the user.
   struct Listener {
     std::function<void(unsigned int scanNumber, const PointChunk& chunk)> loaded;
-    std::function<void(const std::string& error)> failed;
+    std::function<void(unsigned int scanNumber, const std::string& error)> failed;
     std::function<void(const std::string& note)> decimated;
     /// The tree given to `measure` cannot be read, with a text for the user.
     std::function<void(unsigned int scanNumber, const std::string& error)> treeDamaged{};
@@ -95,7 +95,7 @@ class ScanLoader {
   void _countOut(LoadingScan& scan);
   void _push(const std::shared_ptr<LoadingScan>& scan, const PlannedChunk& planned);
   void _reportDecimation(const LoadingScan& scan);
-  void _reportFailure(const std::string& error);
+  void _reportFailure(unsigned int scanNumber, const std::string& error);
   void _receive(LoadResult result);
 
   ScanSet& _scans;

@@ -24,6 +24,8 @@ std::string asOneLine(const std::vector<std::string>& notices) {
   return line;
 }
 
+constexpr unsigned int kNoScan = 0;  // scans are numbered from 1
+
 }  // namespace
 
 Session::Session(const std::vector<std::string>& paths, std::uint64_t memoryBytes, const TreeSettings& trees,
@@ -35,7 +37,7 @@ Session::Session(const std::vector<std::string>& paths, std::uint64_t memoryByte
       _fit(_scans, _dependencies.cloud),
       _loader(_scans, memoryBytes,
               {[this](unsigned int scan, const PointChunk& chunk) { _dependencies.cloud.add(scan, chunk); },
-               [this](const std::string& error) { _reportError(error); },
+               [this](unsigned int scan, const std::string& error) { _reportError(scan, error); },
                [this](const std::string& note) { _dependencies.messages.print(note); },
                [this](unsigned int scan, const std::string& error) { replaceDamaged(scan, error); }}),
       _trees(trees),
@@ -113,7 +115,7 @@ LoadExtent Session::_openTree(unsigned int scan, std::unique_ptr<PointTree>& tre
     tree = std::move(opened.tree);
     return tree ? LoadExtent::Nothing : LoadExtent::Sample;
   } catch (const std::exception& error) {
-    _reportError(std::string(error.what()) + "; all points are loaded instead");
+    _reportError(scan, std::string(error.what()) + "; all points are loaded instead");
   }
   return LoadExtent::Whole;
 }
@@ -142,7 +144,7 @@ bool Session::_takeBuiltTrees() {
       _dependencies.messages.print("index written to " + built->text);
     }
   } else {
-    _reportError(built->text + "; all points are loaded instead");
+    _reportError(built->scan, built->text + "; all points are loaded instead");
     _loadWhole(built->scan);
   }
   return true;
@@ -258,7 +260,7 @@ bool Session::_reopen(unsigned int scan, const std::string& change) {
     return true;
   } catch (const ScanError& error) {
     close(scan);
-    _reportError(change + "; the scan is closed: " + error.what());
+    _reportError(kNoScan, change + "; the scan is closed: " + error.what());
   }
   return false;
 }
@@ -268,14 +270,19 @@ void Session::_reload(unsigned int scan, const std::string& error, bool wasIndex
   const bool mayRebuild = hasChanged || _rebuilt.insert(scan).second;
   const LoadExtent extent = mayRebuild ? _openTree(scan, tree, false) : LoadExtent::Whole;
   const std::string built = wasIndex ? "; the index is built again" : "; an index is built instead";
-  _reportError(error + (extent == LoadExtent::Whole ? "; all points are loaded instead"
-                        : tree                      ? "; its index is used instead"
-                                                    : built));
+  _reportError(scan, error + (extent == LoadExtent::Whole ? "; all points are loaded instead"
+                              : tree                      ? "; its index is used instead"
+                                                          : built));
   _shareMemory();
   _loader.reload(scan, extent);
   _showOrBuildTree(scan, extent, std::move(tree));
   _loaded = false;
   _dependencies.viewer.requestRedraw();
+}
+
+std::string Session::indexedScan() const {
+  const std::optional<unsigned int> scan = _trees.current();
+  return scan ? fileName(_scans.info(*scan).path) : std::string();
 }
 
 bool Session::cancelIndex() {
@@ -339,7 +346,7 @@ void Session::add(const std::string& path) {
     start();
     _listener.scanAdded();
   } catch (const ScanError& error) {
-    _reportError(error.what());
+    _dependencies.messages.reportError(error.what());
   }
 }
 
@@ -375,9 +382,9 @@ void Session::updateIndexProgress() {
   }
   _indexShown = _trees.progress();
   _dependencies.hud.setProgress(_indexShown);
-  const std::string name = fileName(_scans.info(*_trees.current()).path);
   _dependencies.messages.setStanding(
-      Standing::Loading, "Indexing " + name + ": " + fixed(kPercent * _indexShown, 0) + " %; press Esc to cancel");
+      Standing::Loading,
+      "Indexing " + indexedScan() + ": " + fixed(kPercent * _indexShown, 0) + " %; press Esc to cancel");
 }
 
 void Session::_showProgress() {
@@ -410,9 +417,8 @@ void Session::_finishLoading() {
 }
 
 void Session::_showFinalMessage() {
-  if (!_notices.empty()) {
-    _dependencies.messages.showResult(asOneLine(std::exchange(_notices, {})));
-  }
+  _showNotices();
+  _notices.clear();
   if (!_scans.isEmpty() && !std::exchange(_hintShown, true)) {
     _dependencies.messages.setStanding(Standing::Hint, "Click a point to see its coordinates; H shows the help");
   }
@@ -444,10 +450,23 @@ void Session::_logScan(unsigned int scan) {
   }
 }
 
-void Session::_reportError(const std::string& error) {
+// Those on scans that have been closed since are left out.
+void Session::_showNotices() {
+  std::vector<std::string> texts;
+  for (const auto& [scan, text] : _notices) {
+    if (scan == kNoScan || _scans.isOpen(scan)) {
+      texts.push_back(text);
+    }
+  }
+  if (!texts.empty()) {
+    _dependencies.messages.showResult(asOneLine(texts));
+  }
+}
+
+void Session::_reportError(unsigned int scan, const std::string& error) {
   _dependencies.messages.reportError(error);
   if (!_loaded) {
-    _notices.push_back(error);
+    _notices.push_back({scan, error});
   }
 }
 
@@ -455,17 +474,21 @@ void Session::_reportUnopened(std::size_t scanCount) {
   const std::vector<OpenFailure>& failures = _scans.failures();
   if (!failures.empty()) {
     printError(linesOf(failures));
-    _notices.push_back(summaryOf(failures, scanCount));
+    _notices.push_back({kNoScan, summaryOf(failures, scanCount)});
+    _showNotices();
   }
 }
 
 void Session::_reportMisfits(const std::vector<FitReport>& reports) {
   for (const FitReport& report : reports) {
     _dependencies.messages.print(report.text);
-    _notices.push_back(report.text);
+    _notices.push_back({report.scan, report.text});
     if (report.isFar) {
       _listener.scanIsFar(report.scan);
     }
+  }
+  if (!reports.empty()) {
+    _showNotices();
   }
 }
 

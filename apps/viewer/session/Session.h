@@ -71,6 +71,8 @@ class Session {
   void add(const std::string& path);
   /// Expects an open scan.
   void close(unsigned int scan);
+  /// The file name of the scan whose index is being built; empty: none is.
+  std::string indexedScan() const;
   /// Cancels the index that is being built; its scan is loaded as without an index. False if none is being built.
   bool cancelIndex();
   /// Lets the user type the path of a scan to add.
@@ -113,6 +115,12 @@ class Session {
     std::uint64_t count = 0;
   };
 
+  /// What the user should know once the points have been loaded, too, although it was shown before.
+  struct Notice {
+    unsigned int scan;  ///< 0: it is not about an open scan
+    std::string text;
+  };
+
   /// How a scan is to be drawn.
   LoadExtent _openTree(unsigned int scan, std::unique_ptr<PointTree>& tree, bool printsNote = true);
   /// Shows the tree, if it is not null, or builds one if only a sample is loaded.
@@ -148,7 +156,8 @@ class Session {
   void _reportMisfits(const std::vector<FitReport>& reports);
   void _logNewScans();
   void _logScan(unsigned int scan);
-  void _reportError(const std::string& error);
+  void _reportError(unsigned int scan, const std::string& error);
+  void _showNotices();
 
   Dependencies _dependencies;
   Listener _listener;
@@ -169,7 +178,7 @@ class Session {
   std::chrono::steady_clock::time_point _filesSeen;
   unsigned int _latestScanLogged = 0;
   bool _hintShown = false;
-  std::vector<std::string> _notices;  // to be shown when the points have been loaded
+  std::vector<Notice> _notices;  // to be shown again when the points have been loaded
 };
 
 }  // namespace QuorViewer

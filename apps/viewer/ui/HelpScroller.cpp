@@ -1,5 +1,7 @@
 #include "viewer/ui/HelpScroller.h"
 
+#include "viewer/ui/Scrolling.h"
+
 #include <algorithm>
 
 namespace QuorViewer {
@@ -10,16 +12,7 @@ using Event = osgGA::GUIEventAdapter;
 constexpr int kLinesPerNotch = 3;
 
 int linesOfWheel(const Event& ea) {
-  switch (ea.getScrollingMotion()) {
-    case Event::SCROLL_DOWN:
-      return kLinesPerNotch;
-    case Event::SCROLL_UP:
-      return -kLinesPerNotch;
-    case Event::SCROLL_2D:  // touchpads
-      return ea.getScrollingDeltaY() < 0.0f ? 1 : -1;
-    default:
-      return 0;
-  }
+  return -scrollDirection(ea) * (ea.getScrollingMotion() == Event::SCROLL_2D ? 1 : kLinesPerNotch);
 }
 
 int linesOfKey(int key, int page) {

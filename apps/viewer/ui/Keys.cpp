@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 namespace QuorViewer {
 namespace {
@@ -74,17 +75,29 @@ std::vector<int> meaningsOf(const Event& ea, osgGA::GUIActionAdapter& aa) {
 }
 
 bool KeyHandler::handle(const Event& ea, osgGA::GUIActionAdapter& aa) {
+  const bool isRepeated = _isRepeated(ea);
   if (ea.getHandled() || ea.getEventType() != Event::KEYDOWN) {
     return false;
   }
   const KeyBinding* const binding = _find(ea, aa);
   if (binding == nullptr) {
-    return false;
+    return ea.getKey() == Event::KEY_Space;  // OSG's manipulators go to a home position of their own
+  }
+  if (isRepeated && binding->actsOnce) {
+    return true;
   }
   const bool mayAct = ea.getButtonMask() == 0 || binding->actsDuringDrag;
   mayAct ? binding->action() : _held();
   aa.requestRedraw();
   return true;
+}
+
+// A key that another handler has handled may repeat after that handler has lost interest.
+bool KeyHandler::_isRepeated(const Event& ea) {
+  if (ea.getEventType() == Event::KEYUP && ea.getKey() == _heldKey) {
+    _heldKey = 0;
+  }
+  return ea.getEventType() == Event::KEYDOWN && std::exchange(_heldKey, ea.getKey()) == ea.getKey();
 }
 
 const KeyBinding* KeyHandler::_find(const Event& ea, osgGA::GUIActionAdapter& aa) const {

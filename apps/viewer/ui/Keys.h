@@ -28,11 +28,13 @@ struct KeyBinding {
   /// need on many keyboards, unless another binding of the key requires Shift.
   unsigned int modifiers = Modifier::kNone;
   bool actsDuringDrag = false;  ///< also while a mouse button is held
+  bool actsOnce = false;        ///< not again while the key is held and repeats
   std::string group = {};       ///< heading in the help
 };
 
-/// Runs the actions. A key that is bound here reaches no other handler. While a mouse button is held, only
-/// actions run that are meant for it, because a navigation or handle drag may be in progress.
+/// Runs the actions. A key that is bound here reaches no other handler, nor does Space with any modifiers. While a
+/// mouse button is held, only actions run that are meant for it, because a navigation or handle drag may be in
+/// progress.
 class KeyHandler : public osgGA::GUIEventHandler {
  public:
   /// `held` is called instead of an action while a button is held.
@@ -41,11 +43,13 @@ class KeyHandler : public osgGA::GUIEventHandler {
   bool handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) override;
 
  private:
+  bool _isRepeated(const osgGA::GUIEventAdapter& ea);
   const KeyBinding* _find(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAdapter& aa) const;
   const KeyBinding* _find(int key, unsigned int modifiers) const;
 
   std::vector<KeyBinding> _bindings;
   std::function<void()> _held;
+  int _heldKey = 0;  // 0: none
 };
 
 /// The modifiers held at an event.

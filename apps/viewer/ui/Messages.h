@@ -44,6 +44,8 @@ class Messages {
   void ask(const std::string& question);
   /// Whether a question is on the status bar.
   bool isAsking() const { return _asking; }
+  /// Whether this notice is still on the status bar.
+  bool isShown(const std::string& notice) const { return _passing == notice; }
   /// Sets the standing message on a topic; an empty one removes it.
   void setStanding(Standing topic, const std::string& message);
   void clearStanding(Standing topic) { setStanding(topic, {}); }

@@ -1,5 +1,7 @@
 #include "viewer/ui/PointerHandler.h"
 
+#include "viewer/ui/Scrolling.h"
+
 #include <cmath>
 
 namespace QuorViewer {
@@ -18,8 +20,9 @@ osg::Vec2i pixelOf(const osgGA::GUIEventAdapter& ea) {
 bool mayChangeImage(const osgGA::GUIEventAdapter& ea) {
   switch (ea.getEventType()) {
     case Event::RELEASE:
-    case Event::SCROLL:
       return true;
+    case Event::SCROLL:
+      return scrollDirection(ea) != 0;
     case Event::DRAG:
       return ea.getButtonMask() != Event::LEFT_MOUSE_BUTTON;
     default:
@@ -43,10 +46,10 @@ bool PointerHandler::handle(const osgGA::GUIEventAdapter& ea, osgGA::GUIActionAd
     _pressed = left;
     _pressX = ea.getX();
     _pressY = ea.getY();
-    if (!left) {
+    if (!left && ea.getButton() != 0) {
       _navigated(false);
     }
-  } else if (ea.getEventType() == Event::SCROLL) {
+  } else if (ea.getEventType() == Event::SCROLL && scrollDirection(ea) != 0) {
     _navigated(true);
   } else if (ea.getEventType() == Event::RELEASE && left && _pressed) {
     _release(ea);

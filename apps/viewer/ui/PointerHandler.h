@@ -11,7 +11,8 @@ namespace QuorViewer {
 /// Distinguishes a click of the left button (press and release within 3 pixels) from navigation. It marks no event as
 /// handled, so the manipulator still receives all of them. It ignores events that others have handled, such as drags of
 /// the clip box's handles. It requests a frame at each event by which the manipulators or the box may change the image,
-/// because they do not request all of them.
+/// because they do not request all of them. Wheels that scroll to a side, which X11 reports as buttons that OSG has no
+/// number for, are ignored.
 class PointerHandler : public osgGA::GUIEventHandler {
  public:
   /// `clicked` gets the pixel under the pointer, from the bottom left. `navigated` is called when the user starts to

@@ -351,6 +351,25 @@ TEST_F(PreciseOrbitPanGLTest, aPanEndsWhereTheButtonIsReleased) {
   EXPECT_LT(pixelsFrom(grabbed, 500.0, 320.0), 1.0);
 }
 
+// No frame is drawn meanwhile, so the captured one still shows the view before the pan.
+TEST_F(PreciseOrbitPanGLTest, anotherButtonDuringAPanDoesNotLetGoOfTheGrabbedPoint) {
+  const Wall wall{20.0, -500.0, 500.0, -500.0, 500.0};
+  for (const int other : {kLeft, kRight}) {
+    SCOPED_TRACE(other);
+    lookAt(osg::Vec3d(0.0, -100.0, 0.0), osg::Vec3d());
+    show({wall});
+    const osg::Vec3d grabbed = pointOn(wall, 380.0, 250.0);
+    push(kMiddle, 380.0, 250.0);
+    drag(kMiddle, 450.0, 300.0);
+    push(kMiddle | other, 450.0, 300.0);
+    release(kMiddle, 450.0, 300.0);
+    drag(kMiddle, 500.0, 320.0);
+    drawScene();
+    EXPECT_LT(pixelsFrom(grabbed, 500.0, 320.0), 1.0);
+    release(0, 500.0, 320.0);
+  }
+}
+
 TEST_F(PreciseOrbitPanGLTest, aPressAndAReleaseOfTheMiddleButtonMoveNothing) {
   lookAt(osg::Vec3d(0.0, -100.0, 0.0), osg::Vec3d());
   show({{20.0, -500.0, 500.0, -500.0, 500.0}});

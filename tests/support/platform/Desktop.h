@@ -43,7 +43,7 @@ class RemoteWindow {
   bool find(const std::string& title);
 
   void movePointer(int x, int yFromTop);
-  /// Buttons 1 to 3 from the left; 4 and 5 are wheel notches, away and towards.
+  /// Buttons 1 to 3 from the left; 4 and 5 are wheel notches, away and towards, 6 and 7 to the left and right.
   void press(int button);
   void release(int button);
   void click(int button);

@@ -143,9 +143,11 @@ void RemoteWindow::release(int button) {
 }
 
 void RemoteWindow::click(int button) {
-  constexpr int kWheelAway = 4;
+  constexpr int kWheelAway = 4, kWheelTowards = 5, kWheelRight = 7;
   if (button >= kWheelAway) {
-    sendMouse(MOUSEEVENTF_WHEEL, static_cast<DWORD>(button == kWheelAway ? WHEEL_DELTA : -WHEEL_DELTA));
+    const bool positive = button == kWheelAway || button == kWheelRight;
+    sendMouse(button <= kWheelTowards ? MOUSEEVENTF_WHEEL : MOUSEEVENTF_HWHEEL,
+              static_cast<DWORD>(positive ? WHEEL_DELTA : -WHEEL_DELTA));
     return;
   }
   press(button);
