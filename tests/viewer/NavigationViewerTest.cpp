@@ -529,11 +529,12 @@ TEST_F(NavigationViewerTest, aNotchAfterTheHistoryIsAnotherChange) {
   expectSameView(_viewer->view(), home);
 }
 
-TEST_F(NavigationViewerTest, spaceWithAltMovesNothing) {
+// Alt+Space would open the menu of the window on some systems.
+TEST_F(NavigationViewerTest, spaceWithControlMovesNothing) {
   showGrid();
   drag(kRight, {400, 300}, {90, 30});
   const ReportedView turned = _viewer->view();
-  press("alt+space");
+  press("ctrl+space");
   expectSameView(_viewer->view(), turned);
 }
 
