@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -394,11 +395,13 @@ TEST_P(SafeRemovalGLTest, aCameraThatDrawsNothingDoesNotDelayFrames) {
   std::future<bool> removed = _removal->remove(_group, child);
   _removal->frame();
   EXPECT_EQ(removed.wait_for(0s), std::future_status::ready);
-  const auto before = std::chrono::steady_clock::now();
+  std::chrono::steady_clock::duration shortest = 1h;
   for (int frame = 0; frame < 5; ++frame) {
+    const auto before = std::chrono::steady_clock::now();
     _removal->frame();
+    shortest = std::min(shortest, std::chrono::steady_clock::now() - before);
   }
-  EXPECT_LT(std::chrono::steady_clock::now() - before, 150ms);
+  EXPECT_LT(shortest, 150ms) << "a frame that is waited for in vain takes 200 ms";
 }
 
 INSTANTIATE_TEST_SUITE_P(InEachThreadingModel, SafeRemovalGLTest,
