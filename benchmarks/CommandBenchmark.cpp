@@ -1,7 +1,5 @@
-// Commands through the file manager, compared with a plain queue: a mutex, a condition variable and three deques.
-// Goals: at least 0.9 of its commands per second (manager/plain at most 1.11), at most 1.2 times its wake-up time.
-
-#include "benchmarks/InterleavedRatio.h"
+#include "benchmarks/Comparison.h"
+#include "benchmarks/Program.h"
 
 #include <QuorOsgUtils/FileCmd.h>
 #include <QuorOsgUtils/FileManager.h>
@@ -220,9 +218,9 @@ void throughput(benchmark::State& state) {
     return;
   }
   Queues queues(state.range(1) == 1 ? first : last);
-  QuorBenchmarks::runInterleaved(
-      state, {{"plain", [&] { pushAndWait(queues, queues.plain(), pushers, pushersProcessor); }},
-              {"manager", [&] { pushAndWait(queues, Queues::manager(), pushers, pushersProcessor); }}});
+  QuorBenchmarks::compare(state,
+                          {"FileManager", [&] { pushAndWait(queues, Queues::manager(), pushers, pushersProcessor); }},
+                          {{"plain", [&] { pushAndWait(queues, queues.plain(), pushers, pushersProcessor); }}});
 }
 
 void wakeUp(benchmark::State& state) {
@@ -236,16 +234,19 @@ void wakeUp(benchmark::State& state) {
     while (!queues.countdown().isDone()) {
     }
   };
-  QuorBenchmarks::runInterleaved(state, {{"plain", [&] { wake(queues.plain()); }, fallAsleep},
-                                         {"manager", [&] { wake(Queues::manager()); }, fallAsleep}});
+  QuorBenchmarks::compare(state, {"FileManager", [&] { wake(Queues::manager()); }, fallAsleep},
+                          {{"plain", [&] { wake(queues.plain()); }, fallAsleep}});
 }
 
 BENCHMARK(throughput)
     ->ArgsProduct({{1, 3}, {1, 2}})
     ->ArgNames({"pushers", "processors"})
     ->Unit(benchmark::kMicrosecond)
-    ->MinTime(2.0)
     ->UseRealTime();
-BENCHMARK(wakeUp)->Unit(benchmark::kMicrosecond)->MinTime(1.0)->UseRealTime();
+BENCHMARK(wakeUp)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 }  // namespace
+
+const QuorBenchmarks::Program QuorBenchmarks::program = {
+    "File commands",
+    "Commands through the file manager, beside a plain queue: a mutex, a condition variable and three deques."};

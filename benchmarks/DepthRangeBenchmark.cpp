@@ -1,8 +1,5 @@
-// The depth range of one image, compared with the plain loop that it must agree with, and with a copy of the image,
-// which is close to the fastest possible pass. Goals: plain/range at least 5 on random depths, 2 on ground and sky,
-// never below 0.9.
-
-#include "benchmarks/InterleavedRatio.h"
+#include "benchmarks/Comparison.h"
+#include "benchmarks/Program.h"
 #include "capture/DepthRange.h"
 #include "support/PlainDepthRange.h"
 
@@ -63,10 +60,10 @@ void depthRange(benchmark::State& state, Fill fill) {
   for (std::size_t i = 0; i < count; ++i) {
     depths[i] = fill(static_cast<float>(i) / static_cast<float>(count - 1), i);
   }
-  QuorBenchmarks::runInterleaved(
-      state, {{"range", [&] { benchmark::DoNotOptimize(QuorOsgUtils::depthRange(depths.data(), count)); }},
-              {"plain", [&] { benchmark::DoNotOptimize(QuorTests::plainDepthRange(depths.data(), count)); }},
-              {"memcpy", [&] { std::memcpy(copy.data(), depths.data(), count * sizeof(float)); }}});
+  QuorBenchmarks::compare(
+      state, {"depthRange", [&] { benchmark::DoNotOptimize(QuorOsgUtils::depthRange(depths.data(), count)); }},
+      {{"plain loop", [&] { benchmark::DoNotOptimize(QuorTests::plainDepthRange(depths.data(), count)); }},
+       {"memcpy", [&] { std::memcpy(copy.data(), depths.data(), count * sizeof(float)); }}});
 }
 
 void bothSizes(benchmark::internal::Benchmark* benchmark) {
@@ -84,3 +81,6 @@ BENCHMARK_CAPTURE(depthRange, descendingInSteps, descendingInSteps)->Apply(bothS
 BENCHMARK_CAPTURE(depthRange, descendingToZero, descendingToZero)->Apply(bothSizes);
 
 }  // namespace
+
+const QuorBenchmarks::Program QuorBenchmarks::program = {
+    "Depth range", "The depth range of one image, beside the plain loop that it must agree with."};

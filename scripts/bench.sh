@@ -1,17 +1,43 @@
 #!/usr/bin/env bash
-# Builds and runs the benchmarks. Prints one line for each, with times in microseconds (_us) and the ratios between the
-# variants. Results are most stable on an otherwise idle machine.
+# Builds and runs the benchmarks, and writes their sections of docs/performance.md with pictures. Each program measures ours
+# and the others in turn, in at least 15 rounds. Takes a long time; results are most stable on an otherwise idle machine.
 #
-#   scripts/bench.sh [arguments of Google Benchmark, such as --benchmark_filter=random]
+#   scripts/bench.sh [NAME...] [OPTION...]
+#
+# NAME     a program without its suffix, such as capture; default: all
+# OPTION   of Google Benchmark, such as --benchmark_filter=random; the document is then left as it is
+#
+#   QUOR_BENCH_ROUNDS   least number of rounds; default: 15
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/displays.sh
 
-scripts/setup.sh test
-cmake --preset release -B build/bench -DQUOR_BUILD_BENCHMARKS=ON -DQUOR_BUILD_VIEWER=OFF >/dev/null
-cmake --build build/bench
-
-for benchmark in depth_range files command node_selection; do
-  "build/bench/bin/${benchmark}_benchmark" --benchmark_counters_tabular=true "$@"
+names=() options=()
+for argument in "$@"; do
+  case $argument in
+    -*) options+=("$argument") ;;
+    *) names+=("$argument") ;;
+  esac
 done
-env LIBGL_ALWAYS_SOFTWARE=1 xvfb-run -a -s '-screen 0 1920x1200x24 -nolisten tcp -noreset' \
-  build/bench/bin/capture_benchmark --benchmark_counters_tabular=true "$@"
+
+scripts/setup.sh bench
+QUOR_BENCHMARKS=ON cmake --preset release
+cmake --build --preset release --target benchmarks
+
+if [ ${#names[@]} -eq 0 ]; then
+  mapfile -t names < <(cd build/release/bin && printf '%s\n' *_benchmark | sed 's/_benchmark$//')
+fi
+results=build/release/results
+rm -rf "$results"
+mkdir -p "$results"
+
+export LIBGL_ALWAYS_SOFTWARE=1 OSG_NOTIFY_LEVEL=${OSG_NOTIFY_LEVEL:-WARN}
+failed=()
+for name in "${names[@]}"; do
+  on_display "build/release/bin/${name}_benchmark" --benchmark_min_time=1 \
+    --benchmark_out="$results/$name.json" --benchmark_out_format=json "${options[@]}" ||
+    { failed+=("$name") && rm -f "$results/$name.json"; }
+done
+
+[ ${#options[@]} -gt 0 ] || benchmarks/report.py "$results"
+[ ${#failed[@]} -eq 0 ] || { printf 'bench.sh: failed: %s\n' "${failed[*]}" >&2 && exit 1; }

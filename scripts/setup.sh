@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Installs the missing packages that quor_osg_utils depends on.
 #
-#   scripts/setup.sh [run|test|checks|packages|docs]     default: test
+#   scripts/setup.sh [run|test|checks|bench|packages|docs]     default: test
 #
 # run     to build and run quor_viewer: compiler, CMake, OpenSceneGraph, plog, CLI11, nlohmann-json, LASzip, zlib, and a
 #         virtual display with a software renderer
-# test    also GoogleTest, Google Benchmark, xdotool for the pointer in the tests of the viewer, help2man, and Qt 5 and 6
-#         for an example
+# test    also GoogleTest, xdotool for the pointer in the tests of the viewer, help2man, and Qt 5 and 6 for an example
 # checks  also clang-format, clang-tidy and clang, for static analysis and as the second compiler
+# bench   what `run` needs, Google Benchmark, the libraries that the benchmarks compare with, gnuplot, Python and xdotool
 # docs    only the tools for the documentation: Doxygen, Graphviz, Python
 # packages  what `run` needs, and the tools that build, check and try the packages for Debian
 set -euo pipefail
@@ -33,7 +33,6 @@ case $profile in
   run) ;;
   test | checks)
     packages+=(libgtest-dev libgmock-dev    # tests
-      libbenchmark-dev                      # benchmarks
       xdotool                               # pointer and keys for the tests of the viewer
       help2man                              # man pages
       qtbase5-dev qt6-base-dev)             # example of a Qt widget
@@ -41,10 +40,15 @@ case $profile in
     [ "$(. /etc/os-release && printf '%s' "${ID:-}${VERSION_ID:-}")" != debian12 ] || packages+=(libqt6opengl6-dev)
     ;;&
   checks) packages+=(clang clang-tidy clang-format-16) ;; # each version of clang-format breaks lines differently
+  bench)
+    packages+=(libbenchmark-dev             # benchmarks
+      libboost-dev libboost-iostreams-dev libtbb-dev libspdlog-dev qtbase5-dev # compared with
+      gnuplot-nox python3 xdotool)          # pictures, tables, pointer
+    ;;
   docs) packages=(doxygen graphviz python3) newer_packages=() ;;
   packages) packages+=(dpkg-dev file help2man lintian debootstrap) ;;
   test) ;;
-  *) fail "unknown profile '$profile'; use run, test, checks, docs or packages" ;;
+  *) fail "unknown profile '$profile'; use run, test, checks, bench, docs or packages" ;;
 esac
 
 command -v apt-get >/dev/null || fail "this script needs apt-get, which is not installed;" \
