@@ -39,6 +39,10 @@ class Rounds {
   std::size_t count() const { return _samples.front().size(); }
   std::vector<Samples>& samples() { return _samples; }
 
+  void warmUp() const {
+    std::for_each(_variants.begin(), _variants.end(), [](const Variant* variant) { secondsOf(*variant); });
+  }
+
   void add() {
     const std::size_t turn = count();
     for (std::size_t i = 0; i < _variants.size(); ++i) {
@@ -90,6 +94,7 @@ double quantile(Samples samples, double share) {
 
 std::vector<Samples> compare(benchmark::State& state, const Variant& ours, const std::vector<Variant>& peers) {
   Rounds rounds(ours, peers);
+  rounds.warmUp();
   for (auto _ : state) {
     rounds.add();
   }

@@ -39,9 +39,10 @@ using Samples = std::vector<double>;
 /// The value below which `share` (0 to 1) of the samples lie.
 double quantile(Samples samples, double share);
 
-/// Measures ours and the peers in rounds: each variant once in a round, and the first one of a round is another one
-/// each time, so that disturbances of the machine affect all alike. There are at least 15 rounds, or as many as the
-/// environment variable QUOR_BENCH_ROUNDS says, and as many as Google Benchmark needs for its least time.
+/// Runs each variant once, unmeasured, and then measures ours and the peers in rounds: each variant once in a round,
+/// and the first one of a round is another one each time, so that disturbances of the machine affect all alike. There
+/// are at least 15 rounds, or as many as the environment variable QUOR_BENCH_ROUNDS says, and as many as Google
+/// Benchmark needs for its least time.
 ///
 /// Reports as counters, which benchmarks/report.py reads:
 /// - `us:NAME`: median microseconds of one operation, and `us:NAME:low` and `us:NAME:high`, the quartiles

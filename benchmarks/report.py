@@ -47,6 +47,11 @@ class Row:
         if "width" in self.sizes and "height" in self.sizes:
             self.sizes = {"pixels": Image(self.sizes.pop("width"), self.sizes.pop("height")), **self.sizes}
 
+    def described(self, without=""):
+        """The arguments in words, without one of them."""
+        return ", ".join(text if name in ("case", "pixels", "bytes") else f"{name} {text}"
+                         for name, text in self.arguments().items() if name != without)
+
     def arguments(self):
         """The cells that tell the rows of a family apart, by the heads of their columns."""
         case = {"case": self.case} if self.case else {}
@@ -77,8 +82,8 @@ def spread(result, name):
 
 
 def words(name):
-    """groundAndSky -> ground and sky"""
-    return re.sub(r"(?<=[a-z0-9])([A-Z])(?=[a-z])", lambda found: " " + found.group(1).lower(), name)
+    """groundAndSky -> ground and sky. The name of a class stays as it is."""
+    return name if name[:1].isupper() else re.sub(r"(?<=[a-z0-9])([A-Z])(?=[a-z])", lambda found: " " + found.group(1).lower(), name)
 
 
 def size_text(name, value):
@@ -161,9 +166,7 @@ def growths(rows):
         groups = collections.defaultdict(list)
         for row in rows:
             if row.sizes.get(size, 0) > 0:
-                others = ", ".join(f"{name} {text}" if name != "case" else text
-                                   for name, text in row.arguments().items() if name != size)
-                groups[others].append(row)
+                groups[row.described(without=size)].append(row)
         for others, members in groups.items():
             sizes = [row.sizes[size] for row in members]
             if max(sizes) >= GROWTH_LEAST_SPAN * min(sizes):
@@ -205,7 +208,7 @@ class Plot:
 
     def __init__(self, width, height):
         self.lines = [f"set terminal pngcairo noenhanced size {width},{height} font 'DejaVu Sans,10'",
-                      "set grid lc rgb '#dddddd'", "set border lc rgb '#888888'"]
+                      "set grid lc rgb '#dddddd'", "set border lc rgb '#888888'", "set tics textcolor rgb 'black'"]
         self.curves = []
 
     def add(self, points, style, title):
@@ -220,7 +223,7 @@ class Plot:
 
 def ratio_plot(title, rows, path):
     """The ratios of all rows, with their quartiles."""
-    names = [", ".join([row.family, *row.arguments().values()]) for row in rows]
+    names = [", ".join(filter(None, [row.family, row.described()])) for row in rows]
     plot = Plot(1000, 110 + 26 * len(rows))
     labels = ", ".join(f'"{name}" {-place}' for place, name in enumerate(names))
     plot.lines += ["set logscale x", f"set yrange [{-len(rows) + 0.4}:0.6]", f"set ytics ({labels})",
@@ -268,7 +271,7 @@ class Section:
         for family in in_order([row.family] for row in self.rows):
             parts += self._family(family, [row for row in self.rows if row.family == family])
         for row in self.errors:
-            parts.append(paragraph(f"Not measured: {', '.join([row.family, *row.arguments().values()])}: {row.error}."))
+            parts.append(paragraph(f"Not measured: {row.family}, {row.described()}: {row.error}."))
         return "\n\n".join(filter(None, parts))
 
     def _conditions(self):
