@@ -1,246 +1,161 @@
+#include "benchmarks/CommandQueues.h"
 #include "benchmarks/Comparison.h"
 #include "benchmarks/Program.h"
 
-#include <QuorOsgUtils/FileCmd.h>
-#include <QuorOsgUtils/FileManager.h>
-
 #include <benchmark/benchmark.h>
-#include <pthread.h>
-#include <sched.h>
 
-#include <array>
-#include <atomic>
+#include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
-#include <deque>
 #include <functional>
-#include <memory>
-#include <mutex>
+#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
 
-using QuorOsgUtils::FileCmd;
-using QuorOsgUtils::FileManager;
-using QuorOsgUtils::FileProxy;
+using QuorBenchmarks::CommandQueues;
+using QuorBenchmarks::Gate;
+using QuorBenchmarks::Samples;
+using QuorBenchmarks::Variant;
 
-class PlainQueue {
- public:
-  PlainQueue() : _worker([this] { work(); }) {}
-  PlainQueue(const PlainQueue&) = delete;
-  PlainQueue& operator=(const PlainQueue&) = delete;
-  ~PlainQueue() {
-    {
-      const std::lock_guard<std::mutex> held(_mutex);
-      _stopped = true;
-    }
-    _awake.notify_one();
-    _worker.join();
+constexpr int kCommands = 30000;
+constexpr int kBacklog = 2000000;
+constexpr double kMicrosecondsPerSecond = 1e6;
+
+using Clock = std::chrono::steady_clock;
+
+/// Makes a variant of each queue and compares the first with the others. `goal` is that of the second.
+std::vector<Samples> compareQueues(benchmark::State& state, const CommandQueues& queues, double goal,
+                                   const std::function<Variant(const CommandQueues::Queue&)>& variantOf) {
+  std::vector<Variant> peers;
+  for (std::size_t i = 1; i < queues.all().size(); ++i) {
+    peers.push_back(variantOf(queues.all()[i]));
   }
-
-  void push(FileCmd* cmd) {
-    {
-      const std::lock_guard<std::mutex> held(_mutex);
-      _queues[static_cast<std::size_t>(cmd->getPriority())].push_back(cmd);
-    }
-    _awake.notify_one();
-  }
-
- private:
-  void work() {
-    while (FileCmd* const cmd = take()) {
-      (*cmd)(nullptr, nullptr);
-    }
-  }
-
-  FileCmd* take() {
-    std::unique_lock<std::mutex> held(_mutex);
-    std::deque<FileCmd*>* queue = nullptr;
-    _awake.wait(held, [&] { return (queue = firstFilled()) != nullptr || _stopped; });
-    if (queue == nullptr) {
-      return nullptr;
-    }
-    FileCmd* const cmd = queue->front();
-    queue->pop_front();
-    return cmd;
-  }
-
-  std::deque<FileCmd*>* firstFilled() {
-    for (std::deque<FileCmd*>& queue : _queues) {
-      if (!queue.empty()) {
-        return &queue;
-      }
-    }
-    return nullptr;
-  }
-
-  std::array<std::deque<FileCmd*>, 3> _queues;
-  std::mutex _mutex;
-  std::condition_variable _awake;
-  bool _stopped = false;
-  std::thread _worker;
-};
-
-/// Counts commands that have run, and lets a thread sleep until all have.
-class Countdown {
- public:
-  void restart(int from) { _left.store(from, std::memory_order_relaxed); }
-  void count() {
-    if (_left.fetch_sub(1, std::memory_order_acq_rel) != 1) {
-      return;
-    }
-    const std::lock_guard<std::mutex> held(_mutex);
-    _done.notify_one();
-  }
-  bool isDone() const { return _left.load(std::memory_order_acquire) == 0; }
-  void wait() {
-    std::unique_lock<std::mutex> held(_mutex);
-    _done.wait(held, [this] { return isDone(); });
-  }
-
- private:
-  std::atomic<int> _left{0};
-  std::mutex _mutex;
-  std::condition_variable _done;
-};
-
-class Counting : public FileCmd {
- public:
-  Counting(Priority priority, Countdown& countdown)
-      : FileCmd("/scans/town/block 17.las", priority), _countdown(countdown) {}
-  void operator()(const FileProxy*, FileManager*) override { _countdown.count(); }
-
- private:
-  Countdown& _countdown;
-};
-
-// The placement of the threads affects the results more than the queue does, so each thread is pinned to a processor.
-
-/// The numbers of the first and of the last processor that this process may use.
-std::array<int, 2> processors() {
-  cpu_set_t allowed;
-  ::sched_getaffinity(0, sizeof(allowed), &allowed);
-  std::array<int, 2> found{-1, -1};
-  for (int i = 0; i < CPU_SETSIZE; ++i) {
-    if (!CPU_ISSET(i, &allowed)) {
-      continue;
-    }
-    if (found[0] < 0) {
-      found[0] = i;
-    }
-    found[1] = i;
-  }
-  return found;
+  peers[0].goal = goal;
+  return QuorBenchmarks::compare(state, variantOf(queues.all()[0]), peers);
 }
 
-void moveTo(int processor) {
-  cpu_set_t set;
-  CPU_ZERO(&set);
-  CPU_SET(processor, &set);
-  ::pthread_setaffinity_np(::pthread_self(), sizeof(set), &set);
+/// Queues a backlog for a worker that is then held by the gate. Starts to count for `count` more commands.
+void fillQueue(CommandQueues& queues, const CommandQueues::Queue& queue, Gate& gate, int backlog, int count) {
+  queues.countdown().wait();
+  queues.countdown().restart(backlog + count);
+  if (backlog == 0) {
+    return;
+  }
+  gate.close();
+  queue.push(&gate);
+  for (int i = 0; i < backlog; ++i) {
+    queue.push(queues.command(static_cast<std::size_t>(i)));
+  }
 }
 
-class MoveWorker : public FileCmd {
- public:
-  MoveWorker(int processor, Countdown& countdown) : FileCmd("", High), _processor(processor), _countdown(countdown) {}
-  void operator()(const FileProxy*, FileManager*) override {
-    moveTo(_processor);
-    _countdown.count();
-  }
-
- private:
-  int _processor;
-  Countdown& _countdown;
-};
-
-using Push = std::function<void(FileCmd*)>;
-
-/// Both queues, each with its worker, and commands of all priorities for them.
-class Queues {
- public:
-  explicit Queues(int processorOfWorkers) : _move(processorOfWorkers, _countdown) {
-    FileManager::getInstance()->startWorker();
-    for (const Push& push : {plain(), manager()}) {
-      _countdown.restart(1);
-      push(&_move);
-      _countdown.wait();
+void pushFromThreads(CommandQueues& queues, const CommandQueues::Queue& queue, int pushers, int processor) {
+  const auto pushAll = [&] {
+    QuorBenchmarks::moveTo(processor);
+    for (int i = 0; i < kCommands / pushers; ++i) {
+      queue.push(queues.command(static_cast<std::size_t>(i)));
     }
-  }
-  Queues(const Queues&) = delete;
-  Queues& operator=(const Queues&) = delete;
-  ~Queues() { FileManager::getInstance()->stopWorker(); }
-
-  Push plain() {
-    return [this](FileCmd* cmd) { _plain.push(cmd); };
-  }
-  static Push manager() {
-    return [manager = FileManager::getInstance()](FileCmd* cmd) { manager->push(cmd); };
-  }
-
-  Countdown& countdown() { return _countdown; }
-  FileCmd* command(std::size_t i) { return &_commands[i % _commands.size()]; }
-
- private:
-  Countdown _countdown;
-  MoveWorker _move;
-  std::array<Counting, 3> _commands = {Counting{FileCmd::High, _countdown}, Counting{FileCmd::Normal, _countdown},
-                                       Counting{FileCmd::Low, _countdown}};
-  PlainQueue _plain;
-};
-
-void pushAndWait(Queues& queues, const Push& push, int pushers, int processor) {
-  constexpr int kCommands = 30000;
-  const int each = kCommands / pushers;
-  queues.countdown().restart(each * pushers);
+  };
   std::vector<std::thread> threads;
   for (int pusher = 0; pusher < pushers; ++pusher) {
-    threads.emplace_back([&] {
-      moveTo(processor);
-      for (int i = 0; i < each; ++i) {
-        push(queues.command(static_cast<std::size_t>(i)));
-      }
-    });
+    threads.emplace_back(pushAll);
   }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  queues.countdown().wait();
+  std::for_each(threads.begin(), threads.end(), [](std::thread& thread) { thread.join(); });
 }
 
-void throughput(benchmark::State& state) {
+void command(benchmark::State& state) {
   const int pushers = static_cast<int>(state.range(0));
-  const auto [first, last] = processors();
-  const int pushersProcessor = first;
+  const int backlog = static_cast<int>(state.range(2));
+  const auto [first, last] = QuorBenchmarks::processors();
   if (state.range(1) > 1 && first == last) {
     state.SkipWithError("this needs two processors");
     return;
   }
-  Queues queues(state.range(1) == 1 ? first : last);
-  QuorBenchmarks::compare(state,
-                          {"FileManager", [&] { pushAndWait(queues, Queues::manager(), pushers, pushersProcessor); }},
-                          {{"plain", [&] { pushAndWait(queues, queues.plain(), pushers, pushersProcessor); }}});
+  Gate gate;
+  CommandQueues queues(state.range(1) == 1 ? first : last);
+  const auto variantOf = [&, pushersProcessor = first](const CommandQueues::Queue& queue) {
+    const auto work = [&queues, &queue, &gate, pushers, pushersProcessor] {
+      gate.open();
+      pushFromThreads(queues, queue, pushers, pushersProcessor);
+      queues.countdown().wait();
+    };
+    const auto prepare = [&queues, &queue, &gate, backlog] { fillQueue(queues, queue, gate, backlog, kCommands); };
+    return Variant{queue.name, work, prepare, static_cast<std::size_t>(backlog + kCommands)};
+  };
+  const std::vector<Samples> samples = compareQueues(state, queues, 1.0, variantOf);
+  state.counters["million commands per second"] = 1e-6 / QuorBenchmarks::quantile(samples[0], 0.5);
+}
+
+/// The longest of many pushes, in microseconds.
+double longestPush(CommandQueues& queues, const CommandQueues::Queue& queue) {
+  Clock::duration longest{};
+  Clock::time_point before = Clock::now();
+  for (int i = 0; i < kCommands; ++i) {
+    queue.push(queues.command(static_cast<std::size_t>(i)));
+    const Clock::time_point after = Clock::now();
+    longest = std::max(longest, after - before);
+    before = after;
+  }
+  return std::chrono::duration<double>(longest).count() * kMicrosecondsPerSecond;
+}
+
+// The worker takes commands all the time, so a push waits as long as the worker holds the lock.
+void pushWhileCommandsRun(benchmark::State& state) {
+  const int backlog = static_cast<int>(state.range(0));
+  const auto [pushersProcessor, workersProcessor] = QuorBenchmarks::processors();
+  QuorBenchmarks::moveTo(pushersProcessor);
+  Gate gate;
+  CommandQueues queues(workersProcessor);
+  std::vector<std::pair<std::string, Samples>> longest;
+  longest.reserve(queues.all().size());
+  compareQueues(state, queues, 0.0, [&](const CommandQueues::Queue& queue) {
+    Samples& samples = longest.emplace_back(queue.name, Samples()).second;
+    const auto work = [&queues, &queue, &gate, &samples] {
+      gate.open();
+      samples.push_back(longestPush(queues, queue));
+    };
+    const auto prepare = [&queues, &queue, &gate, backlog] { fillQueue(queues, queue, gate, backlog, kCommands); };
+    return Variant{queue.name, work, prepare, kCommands};
+  });
+  queues.countdown().wait();
+  for (const auto& [name, samples] : longest) {
+    state.counters["longest push, " + name + ", µs"] = QuorBenchmarks::quantile(samples, 0.5);
+  }
 }
 
 void wakeUp(benchmark::State& state) {
-  Queues queues(processors()[1]);
-  const auto fallAsleep = [&] {
+  const auto [pushersProcessor, workersProcessor] = QuorBenchmarks::processors();
+  QuorBenchmarks::moveTo(pushersProcessor);
+  CommandQueues queues(workersProcessor);
+  const auto fallAsleep = [&queues] {
     queues.countdown().restart(1);
     std::this_thread::sleep_for(std::chrono::microseconds(300));
   };
-  const auto wake = [&](const Push& push) {
-    push(queues.command(0));
-    while (!queues.countdown().isDone()) {
-    }
-  };
-  QuorBenchmarks::compare(state, {"FileManager", [&] { wake(Queues::manager()); }, fallAsleep},
-                          {{"plain", [&] { wake(queues.plain()); }, fallAsleep}});
+  const std::vector<Samples> samples = compareQueues(state, queues, 1.1, [&](const CommandQueues::Queue& queue) {
+    const auto wake = [&queues, &queue] {
+      queue.push(queues.command(0));
+      while (!queues.countdown().isDone()) {
+      }
+    };
+    return Variant{queue.name, wake, fallAsleep};
+  });
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    state.counters["99th percentile, " + queues.all()[i].name + ", µs"] =
+        QuorBenchmarks::quantile(samples[i], 0.99) * kMicrosecondsPerSecond;
+  }
 }
 
-BENCHMARK(throughput)
-    ->ArgsProduct({{1, 3}, {1, 2}})
-    ->ArgNames({"pushers", "processors"})
+BENCHMARK(command)
+    ->ArgsProduct({{1, 3}, {1, 2}, {0, kBacklog}})
+    ->ArgNames({"pushers", "processors", "backlog"})
+    ->Unit(benchmark::kMicrosecond)
+    ->UseRealTime();
+BENCHMARK(pushWhileCommandsRun)
+    ->Arg(0)
+    ->Arg(kBacklog)
+    ->ArgName("backlog")
     ->Unit(benchmark::kMicrosecond)
     ->UseRealTime();
 BENCHMARK(wakeUp)->Unit(benchmark::kMicrosecond)->UseRealTime();
@@ -249,4 +164,9 @@ BENCHMARK(wakeUp)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 const QuorBenchmarks::Program QuorBenchmarks::program = {
     "File commands",
-    "Commands through the file manager, beside a plain queue: a mutex, a condition variable and three deques."};
+    "Commands that do next to nothing, of all priorities, through the file manager, beside a mutex with a condition "
+    "variable and three deques, and beside three concurrent queues of oneTBB whose worker sleeps on a condition "
+    "variable. Times are for one command from the first push until all have run, for one push, and from the push that "
+    "wakes an idle worker until its command has run. With one processor, pushers and worker share it. The longest "
+    "push is the median over the rounds of the longest of 30,000; it includes interruptions by other threads, and "
+    "each push includes reading the clock."};

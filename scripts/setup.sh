@@ -41,7 +41,7 @@ case $profile in
     ;;&
   checks) packages+=(clang clang-tidy clang-format-16) ;; # each version of clang-format breaks lines differently
   bench)
-    packages+=(libbenchmark-dev             # benchmarks
+    packages+=(libbenchmark-dev libgtest-dev # benchmarks; tests whose code they use
       libboost-dev libboost-iostreams-dev libtbb-dev libspdlog-dev qtbase5-dev # compared with
       gnuplot-nox python3 xdotool)          # pictures, tables, pointer
     ;;

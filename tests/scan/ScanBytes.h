@@ -48,18 +48,13 @@ class Bytes : public std::vector<unsigned char> {
   void addText(const std::string& text) { insert(end(), text.begin(), text.end()); }
 };
 
-/// A separate folder for each test, removed with it; its number is random, since tests of two builds may run in
-/// parallel.
+/// A new folder, by default named after the running test, and removed with the object; its number is random, since
+/// tests of two builds may run in parallel.
 class Folder {
  public:
-  Folder() {
-    const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = std::string("quor-scan-") + test->test_suite_name() + "-" + test->name() + "-" +
-                       std::to_string(std::random_device()());
-    for (char& c : name) {
-      c = c == '/' ? '-' : c;
-    }
-    _path = std::filesystem::temp_directory_path() / name;
+  Folder() : Folder(_nameOfTest()) {}
+  explicit Folder(const std::string& name)
+      : _path(std::filesystem::temp_directory_path() / (name + "-" + std::to_string(std::random_device()()))) {
     std::filesystem::remove_all(_path);
     std::filesystem::create_directories(_path);
   }
@@ -87,6 +82,15 @@ class Folder {
   }
 
  private:
+  static std::string _nameOfTest() {
+    const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
+    std::string name = std::string("quor-scan-") + test->test_suite_name() + "-" + test->name();
+    for (char& c : name) {
+      c = c == '/' ? '-' : c;
+    }
+    return name;
+  }
+
   std::filesystem::path _path;
 };
 
