@@ -14,6 +14,7 @@
 #include <iterator>
 #include <set>
 #include <sstream>
+#include <vector>
 
 namespace {
 
@@ -176,10 +177,12 @@ class ClipBoxViewerTest : public ViewerFixture {
     constexpr int kStep = 4;
     constexpr double kPointReach = 8.0;
     constexpr int kOverlayTop = 480;
+    std::vector<Pixel> places;
+    std::transform(_points.begin(), _points.end(), std::back_inserter(places),
+                   [this](const LasFilePoint& point) { return pixelOf(point); });
     for (int y = 0; y < kOverlayTop; y += kStep) {
       for (int x = 0; x < _width - 200; x += kStep) {
-        const bool onPoint = std::any_of(_points.begin(), _points.end(), [&](const LasFilePoint& point) {
-          const Pixel place = pixelOf(point);
+        const bool onPoint = std::any_of(places.begin(), places.end(), [&](const Pixel& place) {
           return std::hypot(place.x - x, place.yFromTop - y) < kPointReach;
         });
         if (!onPoint) {

@@ -333,11 +333,11 @@ TEST_P(FrameLoopGLTest, aThousandScansAddedAndClosedAtRandomLeaveNothing) {
   std::vector<osg::observer_ptr<osg::Node>> closed;
   unsigned int latest = 1;
   while (latest < kLatest || !open.empty()) {
-    const auto dice = random() % 5;
-    if (latest < kLatest && dice < 2) {
+    const auto dice = random() % 9;
+    if (latest < kLatest && dice < 4) {
       add(++latest);
       open.push_back(latest);
-    } else if (!open.empty() && dice < 4) {
+    } else if (!open.empty() && dice < 8) {
       std::swap(open[random() % open.size()], open.back());
       closed.push_back(close(open.back()));
       open.pop_back();

@@ -51,6 +51,8 @@ class LargeScanViewerTest : public ViewerFixture {
     writeField("field.las");
     show("field.las", kSide * kSide, options);
   }
+  /// With so little memory that the index is written to the cache.
+  void showFieldWithIndexFile(int side = kSide) { show("field.las", side * side, {"--memory", "0.2"}); }
   static constexpr unsigned kAboveTheBar = 60;
 
   /// The number of pixels above the status bar that differ between two pictures.
@@ -251,40 +253,39 @@ TEST_F(LargeScanViewerTest, aScanOfATreeIsClosedAndAddedAgain) {
 }
 
 TEST_F(LargeScanViewerTest, anIndexInTheCacheIsUsedUntilItIsDamaged) {
-  constexpr int kLargeSide = 2250;  // more points than are indexed in memory
-  writeField("large.las", kLargeSide);
-  show("large.las", kLargeSide * kLargeSide);
+  writeField("field.las");
+  showFieldWithIndexFile();
   EXPECT_THAT(_viewer->output(), HasSubstr("index written to " + path("index")));
-  show("large.las", kLargeSide * kLargeSide);
+  showFieldWithIndexFile();
   EXPECT_THAT(_viewer->output(), Not(HasSubstr("index written to " + path("index"))));
-  EXPECT_THAT(clickAt({400, 330}), HasSubstr(" of large.las"));
+  EXPECT_THAT(clickAt({400, 330}), HasSubstr(" of field.las"));
   _viewer.reset();
   const std::filesystem::path index = *std::filesystem::directory_iterator(path("index"));
   std::filesystem::resize_file(index, std::filesystem::file_size(index) / 2);
-  show("large.las", kLargeSide * kLargeSide);
+  showFieldWithIndexFile();
   EXPECT_THAT(_viewer->output(), HasSubstr("the index is damaged: it is truncated at byte"));
   EXPECT_THAT(_viewer->output(), HasSubstr("index written to " + path("index"))) << "it is built again";
 }
 
 TEST_F(LargeScanViewerTest, anIndexDamagedInUseIsBuiltAgainOnce) {
-  constexpr int kLargeSide = 2250;
-  writeField("large.las", kLargeSide);
-  show("large.las", kLargeSide * kLargeSide);
+  constexpr int kLargeSide = 1600;  // more nodes than are read ahead
+  writeField("field.las", kLargeSide);
+  showFieldWithIndexFile(kLargeSide);
   damageNodes();
   approach(pointAt(700, 600), 6);
   EXPECT_THAT(_viewer->waitForLine("quor_viewer: "),
               AllOf(HasSubstr("have another checksum than stated"), HasSubstr("; the index is built again")));
   EXPECT_NE(_viewer->waitForLine("index written to"), "");
   waitUntilLoaded(kLargeSide * kLargeSide);
-  expectPickOf(pointAt(700, 600), 700 * kLargeSide + 600, "large.las");
+  expectPickOf(pointAt(700, 600), 700 * kLargeSide + 600, "field.las");
   _viewer->key("Home");
   _viewer->settle();
   damageNodes();
-  approach(pointAt(1500, 1600), 6);
+  approach(pointAt(1200, 1300), 6);
   EXPECT_THAT(_viewer->waitForLine("quor_viewer: "),
               AllOf(HasSubstr("have another checksum than stated"), HasSubstr("; all points are loaded instead")));
   waitUntilLoaded(kLargeSide * kLargeSide);
-  expectPickOf(pointAt(1500, 1600), 1500 * kLargeSide + 1600, "large.las");
+  expectPickOf(pointAt(1200, 1300), 1200 * kLargeSide + 1300, "field.las");
   EXPECT_THAT(_viewer->waitForLine("quor_viewer: ", 1s), "") << "each is reported once";
 }
 
@@ -394,13 +395,12 @@ TEST_F(LargeScanViewerTest, theStatusBarShowsHowFarTheIndexIs) {
 }
 
 TEST_F(LargeScanViewerTest, whereNoIndexCanBeWrittenAllPointsAreLoaded) {
-  constexpr int kLargeSide = 2250;
-  writeField("large.las", kLargeSide);
+  writeField("field.las");
   std::ofstream(path("index")) << "a file, not a folder";
-  show("large.las", kLargeSide * kLargeSide);
+  showFieldWithIndexFile();
   EXPECT_THAT(_viewer->output(), HasSubstr("cannot create the folder for indexes"));
   EXPECT_THAT(_viewer->output(), HasSubstr("all points are loaded instead"));
-  EXPECT_THAT(clickAt({400, 330}), HasSubstr(" of large.las"));
+  EXPECT_THAT(clickAt({400, 330}), HasSubstr(" of field.las"));
 }
 
 TEST_F(LargeScanViewerTest, withoutAnIndexNothingIsWritten) {

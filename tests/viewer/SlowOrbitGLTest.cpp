@@ -27,7 +27,7 @@ using Seconds = std::chrono::duration<double>;
 constexpr std::uint64_t kMemoryBytes = std::uint64_t{1} << 30U;
 constexpr std::uint64_t kMostPoints = kMemoryBytes / LevelOfDetail::kBytesPerPoint;
 constexpr std::uint64_t kFewPoints = 100000;  // an eighth of what the view can show
-constexpr int kFrames = 32;
+constexpr int kFrames = 20;
 constexpr double kStepDegrees = 0.25;
 constexpr double kSide = 512.0;
 
@@ -224,22 +224,12 @@ Shares beyondMotion(const std::vector<Step>& steps) {
   return shares;
 }
 
-/// The same, beyond what the motion uncovers where all points are drawn.
-Shares beyondMotionOfAll(const std::vector<Step>& steps, const std::vector<Step>& ofAll) {
-  Shares shares;
-  for (std::size_t i = 0; i < steps.size(); ++i) {
-    shares.add(steps[i].lost - ofAll[i].lost, steps[i].points, steps.size());
-  }
-  return shares;
-}
-
 void record(const std::string& name, const Shares& shares) {
   testing::Test::RecordProperty(name + "MeanPercent", std::to_string(100.0 * shares.mean));
   testing::Test::RecordProperty(name + "WorstPercent", std::to_string(100.0 * shares.worst));
 }
 
 TEST_F(SlowOrbitGLTest, onAverageLessThanOnePercentOfThePixelsLoseTheirPointsBeyondWhatTheMotionUncovers) {
-  const std::vector<Step> ofAllPoints = orbit({{kMostPoints, true}, true, 1.0});
   const std::vector<std::pair<std::string, Drawing>> drawings = {{"fixedNumber", {{kFewPoints, true}, true, 1.0}},
                                                                  {"timedFrames", {{kMostPoints, false}, true, 1.2}}};
   for (const auto& [name, drawing] : drawings) {
@@ -249,7 +239,6 @@ TEST_F(SlowOrbitGLTest, onAverageLessThanOnePercentOfThePixelsLoseTheirPointsBey
     EXPECT_GT(changes, kFrames / 8) << "otherwise nothing is measured";
     const Shares shares = beyondMotion(steps);
     record(name, shares);
-    record(name + "ComparedWithAllPoints", beyondMotionOfAll(steps, ofAllPoints));
     EXPECT_LT(shares.mean, 0.01) << name;
   }
   // Without widened points there are gaps wherever fewer points are drawn, so the measurement does notice them.
