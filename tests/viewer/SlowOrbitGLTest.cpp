@@ -27,7 +27,7 @@ using Seconds = std::chrono::duration<double>;
 constexpr std::uint64_t kMemoryBytes = std::uint64_t{1} << 30U;
 constexpr std::uint64_t kMostPoints = kMemoryBytes / LevelOfDetail::kBytesPerPoint;
 constexpr std::uint64_t kFewPoints = 100000;  // an eighth of what the view can show
-constexpr int kFrames = 20;
+constexpr int kFrames = 32;
 constexpr double kStepDegrees = 0.25;
 constexpr double kSide = 512.0;
 
