@@ -84,12 +84,13 @@ units() {
   done | sort -u
 }
 
-# tidy: analyses the sources named on standard input. Several are analysed at once, because nearly all of the time is spent
-# on headers. Clang's analyser looks into sources that are included by another only if its path contains "UnifiedSource".
+# tidy [OPTION...]: analyses the sources named on standard input. Several are analysed at once, because much of the time is
+# spent on headers. Clang's analyser looks into sources that are included by another only if its path contains
+# "UnifiedSource".
 tidy() {
   local folder=build/UnifiedSources
   for_clang $folder -DCMAKE_UNITY_BUILD=ON
-  units $folder | run_clang_tidy $folder --checks=-bugprone-suspicious-include
+  units $folder | run_clang_tidy $folder --checks=-bugprone-suspicious-include "$@"
 }
 
 # compile_alone: checks that each of the sources named on standard input compiles by itself. clang-tidy needs one check of its

@@ -56,7 +56,7 @@ function(quor_share_precompiled_tests target)
 endfunction()
 
 # quor_add_test(NAME LABEL SOURCES... [LIBRARIES ...] [WINDOW]): adds a GoogleTest program and registers each of its tests
-# with ctest, under the label. WINDOW means that the tests open windows; those labelled `viewer` always do. Such tests run one
+# with ctest, under the label. The target LABEL_tests builds all programs with the label. WINDOW means that the tests open windows; those labelled `viewer` always do. Such tests run one
 # at a time on each display, because a window would take the pointer and the keys from another.
 function(quor_add_test name label)
   cmake_parse_arguments(arg "WINDOW" "" "LIBRARIES" ${ARGN})
@@ -64,6 +64,10 @@ function(quor_add_test name label)
   quor_target_defaults(${name})
   target_link_libraries(${name} PRIVATE quor_test_support ${arg_LIBRARIES} GTest::gmock_main)
   quor_share_precompiled_tests(${name})
+  if(NOT TARGET ${label}_tests)
+    add_custom_target(${label}_tests)
+  endif()
+  add_dependencies(${label}_tests ${name})
   set(properties LABELS ${label} TIMEOUT 300)
   if(label STREQUAL "viewer")
     # Drawing ten million points in software takes minutes. Leak detection is off, because the viewer's process unloads the
