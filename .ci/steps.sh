@@ -80,7 +80,7 @@ run_clang_tidy() {
 units() {
   local source
   while read -r source; do
-    grep -rlF --include='unity_*.cxx' "\"$PWD/$source\"" "$1"/*/ --exclude-dir=tests || printf '%s\n' "$source"
+    grep -rlF --include='unity_*.cxx' "\"$PWD/$source\"" "$1"/{src,scan,apps,examples} || printf '%s\n' "$source"
   done | sort -u
 }
 

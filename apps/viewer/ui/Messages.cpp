@@ -5,6 +5,7 @@
 #include <QuorOsgUtils/LogFile.h>
 
 #include <osg/Notify>
+#include <osg/ref_ptr>
 
 #include <algorithm>
 #include <iostream>
@@ -130,7 +131,8 @@ void printError(const std::string& error) {
 }
 
 void logEngineNotices() {
-  osg::setNotifyHandler(new LoggedNotices);
+  const osg::ref_ptr<osg::NotifyHandler> handler = new LoggedNotices;
+  osg::setNotifyHandler(handler);
 }
 
 }  // namespace QuorViewer
