@@ -34,7 +34,7 @@ TEST(ScanJobsAllocationTest, aJobPostsItsResultAlsoWithoutMemory) {
   const std::optional<LoadResult> result = context->results.tryPop();
   ASSERT_TRUE(result);
   EXPECT_EQ(result->scan, 3U);
-  EXPECT_EQ(result->of, scan.get());
+  EXPECT_EQ(result->of.lock(), scan);
   EXPECT_TRUE(result->ofSample);
   EXPECT_EQ(result->error, "out of memory");
 }

@@ -4,6 +4,8 @@
 #include "tests/viewer/WorkerGate.h"
 #include "viewer/session/ScanLoader.h"
 
+#include <QuorOsgUtils/FileJobs.h>
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -321,6 +323,19 @@ TEST_F(ScanLoaderTest, aClosedScanNoLongerCounts) {
   _loader->start();
   finishWith(1050);
   EXPECT_EQ(_loader->decimation(), 1U) << "the memory has not been freed";
+}
+
+TEST_F(ScanLoaderTest, whatWasReadOfAScanBeforeItIsReloadedIsDropped) {
+  constexpr int kPoints = 1000;
+  load({write("a.las", manyPoints(kPoints))});
+  _loader->start();
+  QuorOsgUtils::FileJobs jobs;
+  for (int round = 0; round < 20; ++round) {
+    jobs.submit(std::string(), QuorOsgUtils::FileCmd::Low, [](QuorOsgUtils::FileJob&) {}).wait();  // all has been read
+    _loader->reload(1);
+  }
+  finishWith(kPoints);
+  EXPECT_EQ(_found.size(), static_cast<std::size_t>(kPoints));
 }
 
 TEST_F(ScanLoaderTest, theDecimationOfAClosedScanIsForgotten) {

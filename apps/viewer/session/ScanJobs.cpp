@@ -49,7 +49,7 @@ ScanJob::ScanJob(std::shared_ptr<LoadContext> context, std::shared_ptr<LoadingSc
     : _context(std::move(context)), _scan(std::move(scan)), _priority(priority), _results(1) {
   LoadResult& result = _results.front();
   result.scan = _scan->number;
-  result.of = _scan.get();
+  result.of = _scan;
   result.ofSample = priority == FileCmd::High;
 }
 

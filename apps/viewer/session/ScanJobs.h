@@ -44,9 +44,9 @@ struct LoadingScan {
 
 /// The result of one job, for the viewer's thread. Each job posts exactly one.
 struct LoadResult {
-  unsigned int scan = 0;            ///< 0: no scan
-  const LoadingScan* of = nullptr;  ///< to recognise results of an earlier attempt to load the scan
-  bool ofSample = false;            ///< part of the sample that shows a large scan early
+  unsigned int scan = 0;                ///< 0: no scan
+  std::weak_ptr<const LoadingScan> of;  ///< to recognise results of an earlier attempt to load the scan
+  bool ofSample = false;                ///< part of the sample that shows a large scan early
   std::optional<PointChunk> chunk;
   std::optional<CloudSummary> summary;
   std::string error;      ///< for the user; empty: none

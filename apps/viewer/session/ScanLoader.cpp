@@ -178,7 +178,7 @@ void ScanLoader::_receive(LoadResult result) {
     _summary = std::move(*result.summary);
   }
   const auto loading = _loading.find(result.scan);
-  if (loading == _loading.end() || loading->second.get() != result.of) {
+  if (loading == _loading.end() || loading->second != result.of.lock()) {
     return;
   }
   if (result.chunk && !result.chunk->positions->empty() && !loading->second->discarded) {
@@ -214,7 +214,7 @@ void ScanLoader::addSample(unsigned int scanNumber, const PointChunk& chunk) {
   _budget.take(count);
   LoadResult result;
   result.scan = scanNumber;
-  result.of = scan.get();
+  result.of = scan;
   result.chunk = chunk;
   _resultsDue += 2;
   _receive(std::move(result));
