@@ -343,6 +343,10 @@ class QUOR_OSG_UTILS_EXPORT BoxCutterDragger : public osg::MatrixTransform {
   void _beginShift(AxisHandle& handle, const BoxPointerInfo& pointer, osgGA::GUIActionAdapter& aa);
   void _shift(const BoxPointerInfo& pointer, osgGA::GUIActionAdapter& aa);
   void _sendShift(osgManipulator::MotionCommand::Stage stage, const osg::Vec3d& translation);
+
+  // Sent at each event of a drag, so that it allocates nothing.
+  osg::ref_ptr<osgManipulator::TranslateInLineCommand> _shiftCommand;
+  osg::ref_ptr<osgManipulator::Rotate3DCommand> _turnCommand;
 };
 
 }  // namespace QuorOsgUtils

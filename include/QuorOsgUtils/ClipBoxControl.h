@@ -14,8 +14,10 @@
 #include <osgGA/GUIEventAdapter>
 #include <osgViewer/View>
 
+#include <array>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace QuorOsgUtils {
@@ -199,6 +201,7 @@ class QUOR_OSG_UTILS_EXPORT ClipBoxControl : public BoxCutterDragger {
   void _place(const osg::BoundingBoxd& box, const osg::Quat& rotation);
   void _setExtents(const osg::BoundingBoxd& extents);
   osg::BoundingBoxd _currentExtents() const;
+  std::array<osg::Plane, 6> _currentPlanes() const;
   void _writePlanes();
   void _removePlanes();
 
@@ -208,7 +211,8 @@ class QUOR_OSG_UTILS_EXPORT ClipBoxControl : public BoxCutterDragger {
   void _snapExtents();
   void _snapPosition();
   void _snapRotation();
-  void _tell(std::function<void(const ClipBoxChange&)> function, bool isCancelled = false) const;
+  using Told = std::function<void(const ClipBoxChange&)> ClipBoxListener::*;
+  void _tell(Told function, bool isCancelled = false) const;
 
   bool _highlight(osg::Node* handle);
   osg::Node* _handleUnderPointer(const osgGA::GUIEventAdapter& ea, osgViewer::View& view) const;
@@ -224,7 +228,7 @@ class QUOR_OSG_UTILS_EXPORT ClipBoxControl : public BoxCutterDragger {
   bool _cuts = true;
   bool _escapeCancels = true;
   int _axisMask = 7;
-  ClipBoxListener _listener;
+  std::shared_ptr<const ClipBoxListener> _listener = std::make_shared<const ClipBoxListener>();  // never null
   ClipBoxSnap _snap;
   osg::ref_ptr<osg::StateSet> _secondPass;  // of the rings, after the scene
   osg::Node* _highlighted = nullptr;        // below this node; null: none

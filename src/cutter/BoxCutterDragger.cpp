@@ -1,3 +1,5 @@
+#include "cutter/DragLineProjector.h"
+
 #include <QuorOsgUtils/BoxCutterDragger.h>
 
 #include <osg/Light>
@@ -50,12 +52,14 @@ BoxCutterDragger::BoxCutterDragger(osg::BoundingBoxf box, osg::ref_ptr<osg::Clip
     : _xProjector(createProjector(osg::Vec3d(1.0, 0.0, 0.0))),
       _yProjector(createProjector(osg::Vec3d(0.0, 1.0, 0.0))),
       _zProjector(createProjector(osg::Vec3d(0.0, 0.0, 1.0))),
-      _lineProjector(createProjector(osg::Vec3d(0.0, 0.0, 1.0))),
+      _lineProjector(new DragLineProjector(osg::Vec3d(), osg::Vec3d(0.0, 0.0, 1.0))),
       _cylinderProjector(new osgManipulator::CylinderPlaneProjector),
       _clipNode(clipNode),
       _box(box),
       _transformCallback(
-          new osgManipulator::DraggerTransformCallback(this, osgManipulator::DraggerTransformCallback::HANDLE_ALL)) {
+          new osgManipulator::DraggerTransformCallback(this, osgManipulator::DraggerTransformCallback::HANDLE_ALL)),
+      _shiftCommand(new osgManipulator::TranslateInLineCommand),
+      _turnCommand(new osgManipulator::Rotate3DCommand) {
   BoxCutterDragger::setupDefaultGeometry();
   setType(CUTTER_SCALE, 0);
   osg::StateSet& state = *getOrCreateStateSet();

@@ -171,11 +171,10 @@ void BoxCutterDragger::_turn(const BoxPointerInfo& pointer, osgGA::GUIActionAdap
 }
 
 void BoxCutterDragger::_sendTurn(MotionCommand::Stage stage, const osg::Quat& rotation) {
-  osg::ref_ptr<osgManipulator::Rotate3DCommand> command = new osgManipulator::Rotate3DCommand;
-  command->setStage(stage);
-  command->setLocalToWorldAndWorldToLocal(_startLocalToWorld, _startWorldToLocal);
-  command->setRotation(rotation);
-  command->accept(*_transformCallback);
+  _turnCommand->setStage(stage);
+  _turnCommand->setLocalToWorldAndWorldToLocal(_startLocalToWorld, _startWorldToLocal);
+  _turnCommand->setRotation(rotation);
+  _turnCommand->accept(*_transformCallback);
 }
 
 bool BoxCutterDragger::handleXTranslation(const BoxPointerInfo& pointer, const osgGA::GUIEventAdapter& ea,
@@ -234,12 +233,11 @@ void BoxCutterDragger::_shift(const BoxPointerInfo& pointer, osgGA::GUIActionAda
 }
 
 void BoxCutterDragger::_sendShift(MotionCommand::Stage stage, const osg::Vec3d& translation) {
-  osg::ref_ptr<osgManipulator::TranslateInLineCommand> command =
-      new osgManipulator::TranslateInLineCommand(_lineProjector->getLineStart(), _lineProjector->getLineEnd());
-  command->setStage(stage);
-  command->setLocalToWorldAndWorldToLocal(_lineProjector->getLocalToWorld(), _lineProjector->getWorldToLocal());
-  command->setTranslation(translation);
-  command->accept(*_transformCallback);
+  _shiftCommand->setLine(_lineProjector->getLineStart(), _lineProjector->getLineEnd());
+  _shiftCommand->setStage(stage);
+  _shiftCommand->setLocalToWorldAndWorldToLocal(_lineProjector->getLocalToWorld(), _lineProjector->getWorldToLocal());
+  _shiftCommand->setTranslation(translation);
+  _shiftCommand->accept(*_transformCallback);
 }
 
 osg::Matrixd BoxCutterDragger::_frameOf(osg::Node& node) {

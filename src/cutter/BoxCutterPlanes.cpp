@@ -3,6 +3,7 @@
 #include <QuorOsgUtils/BoxCutterDragger.h>
 
 #include <algorithm>
+#include <array>
 
 namespace QuorOsgUtils {
 
@@ -66,7 +67,8 @@ void BoxCutterDragger::_updateTopScale(float delta) {
 }
 
 std::vector<osg::Plane> BoxCutterDragger::getCurrentClipPlanes() const {
-  return clipPlanesOf(_box, getMatrix());
+  const std::array<osg::Plane, 6> planes = clipPlanesOf(_box, getMatrix());
+  return {planes.begin(), planes.end()};
 }
 
 std::vector<osg::Plane> BoxCutterDragger::getAllClipPlane() const {
@@ -77,7 +79,8 @@ void BoxCutterDragger::applyClipPlane() {
   if (!_clipNode) {
     return;
   }
-  _clipPlanes = getCurrentClipPlanes();
+  const std::array<osg::Plane, 6> planes = clipPlanesOf(_box, getMatrix());
+  _clipPlanes.assign(planes.begin(), planes.end());  // in a drag this allocates nothing
   const auto count = static_cast<unsigned int>(_clipPlanes.size());
   const unsigned int oldCount = _clipNode->getNumClipPlanes();
   if (oldCount == count) {

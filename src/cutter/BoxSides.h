@@ -4,8 +4,8 @@
 #include <osg/Matrixd>
 #include <osg/Plane>
 
+#include <array>
 #include <cstddef>
-#include <vector>
 
 namespace QuorOsgUtils {
 
@@ -22,6 +22,6 @@ void moveSide(osg::BoundingBoxf& box, const osg::BoundingBoxf& startBox, BoxSide
 
 /// The six planes of a box transformed by `matrix`: low y, high x, high y, low x, high z, low z. Normals are unit
 /// vectors that point inwards, or zero if the corners span no plane.
-std::vector<osg::Plane> clipPlanesOf(const osg::BoundingBoxf& box, const osg::Matrixd& matrix);
+std::array<osg::Plane, 6> clipPlanesOf(const osg::BoundingBoxf& box, const osg::Matrixd& matrix);
 
 }  // namespace QuorOsgUtils

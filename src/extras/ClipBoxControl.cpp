@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <memory>
 #include <utility>
 
 namespace QuorOsgUtils {
@@ -143,23 +145,29 @@ bool ClipBoxControl::setState(const ClipBoxState& wanted) {
 
 // In the order of the base's planes: low y, high x, high y, low x, high z, low z. For a unit normal n pointing inwards
 // and a face at distance h from the centre c, a point p is inside if n · (p − c) + h >= 0.
-std::vector<osg::Plane> ClipBoxControl::planes() const {
+std::array<osg::Plane, 6> ClipBoxControl::_currentPlanes() const {
   struct Side {
     int axis;
     bool isUpper;
   };
   static constexpr std::array<Side, 6> kSides = {{{1, false}, {0, true}, {1, true}, {0, false}, {2, true}, {2, false}}};
   const osg::BoundingBoxd extents = _currentExtents();
-  std::vector<osg::Plane> planes;
-  for (const Side& side : kSides) {
+  std::array<osg::Plane, 6> planes;
+  for (std::size_t i = 0; i < planes.size(); ++i) {
+    const Side& side = kSides[i];
     osg::Vec3d normal = _directionOf(static_cast<std::size_t>(side.axis));
     normal.normalize();
     osg::Vec3d onFace = centreOf(extents);
     onFace[side.axis] = side.isUpper ? extents._max[side.axis] : extents._min[side.axis];
     normal = side.isUpper ? -normal : normal;
-    planes.emplace_back(normal, -(normal * (onFace * getMatrix())));
+    planes[i] = osg::Plane(normal, -(normal * (onFace * getMatrix())));
   }
   return planes;
+}
+
+std::vector<osg::Plane> ClipBoxControl::planes() const {
+  const std::array<osg::Plane, 6> planes = _currentPlanes();
+  return {planes.begin(), planes.end()};
 }
 
 void ClipBoxControl::cut() {
@@ -176,11 +184,14 @@ void ClipBoxControl::_writePlanes() {
   if (!_clipNode || !_cuts) {
     return _removePlanes();
   }
-  _clipPlanes = planes();
-  const auto count = static_cast<unsigned int>(_clipPlanes.size());
-  if (_clipNode->getNumClipPlanes() != count) {
+  const std::array<osg::Plane, 6> planes = _currentPlanes();
+  const auto count = static_cast<unsigned int>(planes.size());
+  const bool areThere = _clipNode->getNumClipPlanes() == count;
+  if (!areThere) {
     _removePlanes();
-    _clipPlanes = planes();
+  }
+  _clipPlanes.assign(planes.begin(), planes.end());
+  if (!areThere) {
     for (unsigned int i = 0; i < count; ++i) {
       const osg::ref_ptr<osg::ClipPlane> plane = new osg::ClipPlane(i, _clipPlanes[i]);
       plane->setDataVariance(osg::Object::DYNAMIC);
@@ -221,7 +232,7 @@ void ClipBoxControl::showHandles(CutterType mode, int axisMask) {
 }
 
 void ClipBoxControl::setListener(ClipBoxListener listener) {
-  _listener = std::move(listener);
+  _listener = std::make_shared<const ClipBoxListener>(std::move(listener));
 }
 
 void ClipBoxControl::setSnap(const ClipBoxSnap& snap) {
@@ -243,7 +254,7 @@ bool ClipBoxControl::cancelDrag() {
     _rings[axis].ring->getOrCreateStateSet()->setAttribute(new osg::LineWidth(kRingLineWidth));
   }
   _place(_atPress.box, _atPress.rotation);
-  _tell(_listener.ended, true);
+  _tell(&ClipBoxListener::ended, true);
   return true;
 }
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 namespace QuorOsgUtils {
 namespace {
@@ -83,14 +84,14 @@ bool ClipBoxControl::handle(const BoxPointerInfo& pointer, const osgGA::GUIEvent
   if (ea.getEventType() == Event::DRAG && isHandled) {
     _followSnapped();
     if (state() != before) {
-      _tell(_listener.changed);
+      _tell(&ClipBoxListener::changed);
     }
   }
   if (ea.getEventType() == Event::RELEASE) {
     const ClipBoxState after = state();
     _place(after.box, after.rotation);
     _draggerActive = false;  // as the base does after this call, but the listener may change the box
-    _tell(_listener.ended);
+    _tell(&ClipBoxListener::ended);
   }
   return isHandled;
 }
@@ -108,14 +109,15 @@ bool ClipBoxControl::_begin(const BoxPointerInfo& pointer, const osgGA::GUIEvent
     return false;
   }
   _draggerActive = true;  // as the base does after this call, but the listener may cancel the drag
-  _tell(_listener.began);
+  _tell(&ClipBoxListener::began);
   return _draggerActive;
 }
 
-// The function is a copy, because it may replace the listener.
-void ClipBoxControl::_tell(std::function<void(const ClipBoxChange&)> function, bool isCancelled) const {
-  if (function) {
-    function({_atPress, state(), isCancelled});
+// The listener is kept, because its function may replace it.
+void ClipBoxControl::_tell(Told function, bool isCancelled) const {
+  const std::shared_ptr<const ClipBoxListener> listener = _listener;
+  if ((*listener).*function) {
+    ((*listener).*function)({_atPress, state(), isCancelled});
   }
 }
 

@@ -41,7 +41,7 @@ std::optional<osg::ref_ptr<FrameSnapshot>> PixelBufferRing::finishDue(const osg:
     return std::nullopt;
   }
   Read read = std::move(_started.front());
-  _started.pop_front();
+  _started.erase(_started.begin());
   if (_contextId != state.getContextID()) {
     return osg::ref_ptr<FrameSnapshot>();
   }

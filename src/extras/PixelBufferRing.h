@@ -10,7 +10,6 @@
 #include <osg/ref_ptr>
 
 #include <cstdint>
-#include <deque>
 #include <optional>
 #include <vector>
 
@@ -45,7 +44,7 @@ class PixelBufferRing {
 
   Read _takeBuffer(std::size_t bytes);
 
-  std::deque<Read> _started;
+  std::vector<Read> _started;  // oldest first; few
   std::vector<Read> _free;
   std::uint64_t _now = 0;
   unsigned int _contextId = 0;

@@ -1,18 +1,20 @@
+#include "extras/EventCopies.h"
+
 #include <QuorOsgUtils/ViewManipulator.h>
 
-#include <osg/CopyOp>
 #include <osg/Viewport>
 #include <osgViewer/View>
 
 namespace QuorOsgUtils {
 namespace {
 
-osg::ref_ptr<const osgGA::GUIEventAdapter> inViewport(const osgGA::GUIEventAdapter& ea, const osg::Camera* camera) {
+osg::ref_ptr<const osgGA::GUIEventAdapter> inViewport(const osgGA::GUIEventAdapter& ea, const osg::Camera* camera,
+                                                      EventCopies& copies) {
   const osg::Viewport* const viewport = camera != nullptr ? camera->getViewport() : nullptr;
   if (viewport == nullptr || !(viewport->width() > 0.0 && viewport->height() > 0.0)) {
     return &ea;
   }
-  osg::ref_ptr<osgGA::GUIEventAdapter> event = new osgGA::GUIEventAdapter(ea, osg::CopyOp());
+  const osg::ref_ptr<osgGA::GUIEventAdapter> event = copies.copyOf(ea);
   event->setInputRange(static_cast<float>(viewport->x()), static_cast<float>(viewport->y()),
                        static_cast<float>(viewport->x() + viewport->width()),
                        static_cast<float>(viewport->y() + viewport->height()));
@@ -32,6 +34,8 @@ class ViewAdapter::AdaptedViewer : public osgViewer::Viewer {
     _camera = view != nullptr ? view->getCamera() : _ownCamera.get();
     _scene = view != nullptr ? view->getScene() : nullptr;
   }
+
+  EventCopies& eventCopies() { return _eventCopies; }
 
   void requestRedraw() override {
     if (_view != nullptr) {
@@ -55,6 +59,7 @@ class ViewAdapter::AdaptedViewer : public osgViewer::Viewer {
  private:
   osg::ref_ptr<osg::Camera> _ownCamera;
   osgViewer::View* _view = nullptr;
+  EventCopies _eventCopies;
 };
 
 ViewAdapter::ViewAdapter() : _viewer(new AdaptedViewer) {}
@@ -72,7 +77,7 @@ ViewAdapter::Following::Following(ViewAdapter& adapter, const osgGA::GUIEventAda
     return;
   }
   _adapter._viewer->follow(view);
-  _event = inViewport(ea, view->getCamera());
+  _event = inViewport(ea, view->getCamera(), _adapter._viewer->eventCopies());
   _actions = _adapter._viewer;
 }
 

@@ -131,7 +131,7 @@ void expectPlane(const osg::Plane& actual, const std::array<double, 4>& expected
 }
 
 TEST(ClipPlanesTest, areFrontRightBackLeftTopBottomWithNormalsPointingIn) {
-  const std::vector<osg::Plane> planes = clipPlanesOf({0.0f, 0.0f, 0.0f, 2.0f, 4.0f, 6.0f}, osg::Matrixd());
+  const auto planes = clipPlanesOf({0.0f, 0.0f, 0.0f, 2.0f, 4.0f, 6.0f}, osg::Matrixd());
   ASSERT_EQ(planes.size(), 6U);
   expectPlane(planes[0], {0.0, 1.0, 0.0, 0.0});
   expectPlane(planes[1], {-1.0, 0.0, 0.0, 2.0});
@@ -142,8 +142,7 @@ TEST(ClipPlanesTest, areFrontRightBackLeftTopBottomWithNormalsPointingIn) {
 }
 
 TEST(ClipPlanesTest, areExactWhereCoordinatesAreNearTenMillion) {
-  const std::vector<osg::Plane> planes =
-      clipPlanesOf({1e7f, -9999936.0f, 100.0f, 10000064.0f, -9999872.0f, 164.0f}, osg::Matrixd());
+  const auto planes = clipPlanesOf({1e7f, -9999936.0f, 100.0f, 10000064.0f, -9999872.0f, 164.0f}, osg::Matrixd());
   expectPlane(planes[0], {0.0, 1.0, 0.0, 9999936.0});
   expectPlane(planes[1], {-1.0, 0.0, 0.0, 10000064.0});
   expectPlane(planes[2], {0.0, -1.0, 0.0, -9999872.0});
@@ -155,7 +154,7 @@ TEST(ClipPlanesTest, areExactWhereCoordinatesAreNearTenMillion) {
 // A rotation of 90° about z takes x to y and y to -x: the box then spans x from -4 to 0 and y from 0 to 2.
 TEST(ClipPlanesTest, keepTheirOrderByFaceWhenTheBoxIsTurned) {
   const osg::Matrixd quarterTurn(0.0, 1.0, 0.0, 0.0, -1.0, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 0.0, 1.0);
-  const std::vector<osg::Plane> planes = clipPlanesOf({0.0f, 0.0f, 0.0f, 2.0f, 4.0f, 6.0f}, quarterTurn);
+  const auto planes = clipPlanesOf({0.0f, 0.0f, 0.0f, 2.0f, 4.0f, 6.0f}, quarterTurn);
   expectPlane(planes[0], {-1.0, 0.0, 0.0, 0.0});
   expectPlane(planes[1], {0.0, -1.0, 0.0, 2.0});
   expectPlane(planes[2], {1.0, 0.0, 0.0, 4.0});
@@ -166,7 +165,7 @@ TEST(ClipPlanesTest, keepTheirOrderByFaceWhenTheBoxIsTurned) {
 
 TEST(ClipPlanesTest, moveWithATranslationInDoublePrecision) {
   const osg::Matrixd move = osg::Matrixd::translate(10000000.25, -20000000.125, 3.5);
-  const std::vector<osg::Plane> planes = clipPlanesOf({0.0f, 0.0f, 0.0f, 2.0f, 4.0f, 6.0f}, move);
+  const auto planes = clipPlanesOf({0.0f, 0.0f, 0.0f, 2.0f, 4.0f, 6.0f}, move);
   expectPlane(planes[0], {0.0, 1.0, 0.0, 20000000.125});
   expectPlane(planes[1], {-1.0, 0.0, 0.0, 10000002.25});
   expectPlane(planes[2], {0.0, -1.0, 0.0, -19999996.125});
@@ -176,8 +175,7 @@ TEST(ClipPlanesTest, moveWithATranslationInDoublePrecision) {
 }
 
 TEST(ClipPlanesTest, stayOfUnitLengthUnderAScale) {
-  const std::vector<osg::Plane> planes =
-      clipPlanesOf({1.0f, 1.0f, 1.0f, 2.0f, 2.0f, 2.0f}, osg::Matrixd::scale(10.0, 0.5, 4.0));
+  const auto planes = clipPlanesOf({1.0f, 1.0f, 1.0f, 2.0f, 2.0f, 2.0f}, osg::Matrixd::scale(10.0, 0.5, 4.0));
   expectPlane(planes[0], {0.0, 1.0, 0.0, -0.5}, 1e-12);
   expectPlane(planes[1], {-1.0, 0.0, 0.0, 20.0}, 1e-12);
   expectPlane(planes[2], {0.0, -1.0, 0.0, 1.0}, 1e-12);
@@ -187,7 +185,7 @@ TEST(ClipPlanesTest, stayOfUnitLengthUnderAScale) {
 }
 
 TEST(ClipPlanesTest, areZeroWhereTheFaceHasNoArea) {
-  const std::vector<osg::Plane> planes = clipPlanesOf({1.0f, 2.0f, 3.0f, 1.0f, 4.0f, 6.0f}, osg::Matrixd());
+  const auto planes = clipPlanesOf({1.0f, 2.0f, 3.0f, 1.0f, 4.0f, 6.0f}, osg::Matrixd());
   for (const std::size_t flat : {0U, 2U, 4U, 5U}) {
     expectPlane(planes[flat], {0.0, 0.0, 0.0, 0.0});
   }

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <osg/ref_ptr>
+#include <osgGA/GUIEventAdapter>
+
+#include <vector>
+
+namespace QuorOsgUtils {
+
+/// Copies of events. One that nothing else refers to any more is used again, so that a drag allocates nothing.
+class EventCopies {
+ public:
+  /// All that the event states. A context, touches and pointer data are shared with it.
+  osg::ref_ptr<osgGA::GUIEventAdapter> copyOf(const osgGA::GUIEventAdapter& event);
+
+ private:
+  std::vector<osg::ref_ptr<osgGA::GUIEventAdapter>> _copies;  // few: manipulators keep the latest two
+};
+
+}  // namespace QuorOsgUtils
