@@ -19,8 +19,6 @@ void copyPointer(const Event& from, Event& to) {
   to.setScrollingMotion(from.getScrollingMotion());
   to.setScrollingDeltaX(from.getScrollingDeltaX());
   to.setScrollingDeltaY(from.getScrollingDeltaY());
-  to.setPointerDataList(from.getPointerDataList());
-  to.setTouchData(from.getTouchData());
 }
 
 void copyPen(const Event& from, Event& to) {
@@ -51,7 +49,7 @@ void copyEvent(const Event& from, Event& to) {
 }  // namespace
 
 osg::ref_ptr<Event> EventCopies::copyOf(const Event& event) {
-  if (event.getUserDataContainer() != nullptr) {
+  if (event.getUserDataContainer() != nullptr || event.getTouchData() != nullptr) {
     return new Event(event, osg::CopyOp());
   }
   const auto unused =

@@ -10,7 +10,7 @@ namespace QuorOsgUtils {
 /// Copies of events. One that nothing else refers to any more is used again, so that a drag allocates nothing.
 class EventCopies {
  public:
-  /// All that the event states. A context, touches and pointer data are shared with it.
+  /// What the copy constructor copies: everything except the pointer data.
   osg::ref_ptr<osgGA::GUIEventAdapter> copyOf(const osgGA::GUIEventAdapter& event);
 
  private:
