@@ -10,7 +10,7 @@
 
 namespace {
 
-// Headlight shading, and what a pick shall find: an identifier (0 means nothing), and the position in the file.
+// Headlight shading, and the values that picks return: an identifier (0 means nothing), and the position in the file.
 const char* const kVertexShader = R"(#version 330 compatibility
 out vec4 lit;
 out vec3 position;
