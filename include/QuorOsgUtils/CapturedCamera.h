@@ -29,7 +29,7 @@ namespace QuorOsgUtils {
 /// | depth      | 32-bit float        | 1, the background of a capture |
 ///
 /// After the draw the tool captures it, and attachment 0 is copied to the default frame-buffer object of the context
-/// (`osg::GraphicsContext::getDefaultFboId`, asked for in every frame). All this also happens in frames in which the
+/// (`osg::GraphicsContext::getDefaultFboId`, queried in every frame). All this also happens in frames in which the
 /// scene draws nothing.
 ///
 /// Shaders: nodes below the camera write only colours, so that overlays (markers, handles) leave the identifiers of

@@ -56,8 +56,8 @@ struct ClipBoxListener {
   std::function<void(const ClipBoxChange&)> ended;    ///< a release, or `cancelDrag`
 };
 
-/// How far drags move at least, measured from the press along the axes of the box. 0: no steps. A drag by less than
-/// half a step leaves the state exactly as it was.
+/// The steps of drags, measured from the press along the axes of the box. 0: no steps. A drag by less than half a step
+/// leaves the state exactly as it was.
 struct ClipBoxSnap {
   double resizeStep = 0.0;   ///< in local units
   double moveStep = 0.0;     ///< in local units
@@ -78,8 +78,8 @@ struct ClipBoxSnap {
 /// the left button, and the release, are handled without effect, so that they do not turn the camera. A default viewer
 /// also quits at Escape: call `setKeyEventSetsDone(0)`. Events are handled from the start, and the
 /// cones of all axes are shown. A cone or an arrow that points at the eye ignores presses: a pointer move of one pixel
-/// would move it by a huge distance. If the cones of opposite faces overlap, the side of the box's middle on which a
-/// press is decides which face it grabs.
+/// would move it by a huge distance. If the cones of opposite faces overlap, a press grabs the one on its side of the
+/// box's middle.
 ///
 /// Size: see `leastExtent`. The extents are relative to the centre, which is in this node's matrix, so that a thin box
 /// keeps its thickness far away from the origin. The base's `_box` holds the extents rounded to single precision; the
@@ -89,13 +89,13 @@ struct ClipBoxSnap {
 /// nothing is cut.
 /// Threading models that draw during the next frame's events: the state sets of the clip node and the handles, and the
 /// planes, get the variance `osg::Object::DYNAMIC`, so that the viewer's `frame` waits until what is below them has
-/// been drawn. OSG reads the variance when it first draws a state set: if the clip node is drawn before it is given to
-/// the control, or gets another state set later, set the variance of that before. Set the handles' colours before they
-/// are drawn. GL: needs an OpenGL 3.3 compatibility context. The handles are drawn by a program of their own, into
-/// attachment 0 only, lit by a light at the eye; they test depth but do not write it, so the depth of a captured frame
-/// contains only the scene. Cones are drawn on top of everything. In rotation mode the handles are drawn twice, before
-/// the scene (render bin -100) and after it (bin 100), and the disc is a faint veil. All state is restored. Errors:
-/// nothing is thrown; values that no box can have are refused.
+/// been drawn. OSG reads the variance when it first draws a state set, so set it yourself if the clip node is drawn
+/// before it is given to the control, or gets another state set later. Set the handles' colours before they are drawn.
+/// GL: needs an OpenGL 3.3 compatibility context. The handles are drawn by a program of their own, into attachment 0
+/// only, lit by a light at the eye; they test depth but do not write it, so the depth of a captured frame contains only
+/// the scene. Cones are drawn on top of everything. In rotation mode the handles are drawn twice, before the scene
+/// (render bin -100) and after it (bin 100), and the disc is a faint veil. All state is restored. Errors: nothing is
+/// thrown; invalid values are refused.
 class QUOR_OSG_UTILS_EXPORT ClipBoxControl : public BoxCutterDragger {
  public:
   /// No side is shorter than this, in local units.

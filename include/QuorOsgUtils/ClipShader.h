@@ -37,7 +37,7 @@ namespace QuorOsgUtils {
 /// it writes `gl_ClipVertex`, so OpenGL cuts by the clip planes of the node, and the callback is not needed.
 ///
 /// Frames: boxes are in the frame of the node's children, in double precision; distances to the box are computed from
-/// eye coordinates, so they are exact far away from the origin too, if the positions of the cloud are.
+/// eye coordinates, so they are exact far from the origin too, if the cloud's positions are.
 /// Ownership: nodes hold a reference to the callback; one callback may be used by several nodes.
 /// Threads: call the methods on the viewer's thread, between frames. Culling may run on several threads.
 /// To stop cutting, set no boxes: without the callback the program would keep the last ones. Nodes that share the

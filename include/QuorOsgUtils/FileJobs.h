@@ -83,7 +83,7 @@ class FileJob {
   Private& _data;
 };
 
-/// Runs functions on files on the worker of the `FileManager`, and gives their results as futures.
+/// Runs functions on files on the worker of the `FileManager`, and returns their results as futures.
 ///
 ///     QuorOsgUtils::FileJobs jobs;
 ///     std::future<unsigned> version = jobs.submit("town.las", QuorOsgUtils::FileCmd::High,
@@ -99,10 +99,10 @@ class FileJob {
 /// submitted within each priority.
 /// Files: a job's file is opened for reading when the job first uses it. Jobs whose names mean the same file
 /// (`normalizedPath`) share one open file as long as any of them is queued or running; then it is closed. Its size is
-/// that when it was opened successfully for the first time. A job that
-/// writes captures a `FilePtr` and uses a `FileView` of that. The name may be empty if the function uses no file.
+/// the one at the first successful opening. A job that writes captures a
+/// `FilePtr` and uses a `FileView` of that. The name may be empty if the function uses no file.
 /// Stopping: when a stop is requested, a job that has not started never calls its function, and its future holds a
-/// FileJobError. A running function checks `FileJob::stopRequested` and returns early, or does not.
+/// FileJobError. A running function may check `FileJob::stopRequested` and return early.
 /// Ownership: the function and what it captures are destroyed on the worker after the job. Futures may be dropped.
 /// Threads: any thread may call the methods. Functions run on the worker. The constructor starts the manager's worker,
 /// and so do `submit` and `drain`, if somebody has stopped it.
@@ -141,12 +141,12 @@ class FileJobs {
     return result;
   }
 
-  /// Requests a stop of all jobs submitted so far, by any thread, as well as that of their own tokens.
+  /// Requests a stop of all jobs that any thread has submitted so far, independently of their tokens.
   QUOR_OSG_UTILS_EXPORT void stopAll();
   /// Waits until no job of this object is queued or running. Returns immediately on the worker: within a job or another
   /// command.
   QUOR_OSG_UTILS_EXPORT void drain();
-  /// How many jobs of this object have not started, including those that will not because of a stop.
+  /// How many jobs of this object have not started, including those that a stop prevents from starting.
   QUOR_OSG_UTILS_EXPORT std::size_t queueLength() const;
 
  private:

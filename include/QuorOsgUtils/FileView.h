@@ -14,8 +14,8 @@ class FileMapping;
 class FilePtr;
 class ReadOnlyFile;
 
-/// A mapped range of a file that unmaps itself. Any offset will do: the view that the system maps is aligned to its
-/// allocation granularity, and `data` points to the byte asked for.
+/// A mapped range of a file, unmapped by the destructor. Any offset is allowed: the view that the system maps is
+/// aligned to its allocation granularity, and `data` points to the requested byte.
 ///
 ///     const QuorOsgUtils::FileView records(*file, 227 + 34 * first, 34 * count);
 ///     if (records) {
@@ -24,8 +24,8 @@ class ReadOnlyFile;
 ///       std::cerr << records.error() << std::endl;
 ///     }
 ///
-/// Units: bytes. A range that extends past the end of the file (as it was when it was opened) is shortened: `size` says
-/// by how much. A range without bytes is valid and maps nothing.
+/// Units: bytes. A range that extends past the end of the file (as it was when it was opened) is shortened: `size` is
+/// what remains. A range without bytes is valid and maps nothing.
 /// Ownership: the view holds a reference to its file. Views can be moved, not copied. Do not call `FilePtr::close`
 /// while one of the file's views exists. Threads: any number of threads may create, use and destroy views of one file;
 /// use each view on one thread at a time. GL: none. Errors: nothing is thrown or printed, but see below. If the range

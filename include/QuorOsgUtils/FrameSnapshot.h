@@ -70,8 +70,8 @@ struct QUOR_OSG_UTILS_EXPORT FrameSnapshot : public osg::Referenced {
   ~FrameSnapshot() override;
 };
 
-/// Something that has captured frames. The manipulators read the latest one of the post-draw callback of their view's
-/// camera if it is a source, and otherwise the frame buffer of a `ScreenCaptureTool`.
+/// A source of captured frames. If the post-draw callback of their view's camera is one, the manipulators read its
+/// latest frame, otherwise the frame buffer of a `ScreenCaptureTool`.
 class QUOR_OSG_UTILS_EXPORT SnapshotSource {
  public:
   /// The latest frame, or null before the first. Any thread.

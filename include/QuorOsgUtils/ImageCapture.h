@@ -16,9 +16,9 @@ namespace QuorOsgUtils {
 /// How a request ended.
 enum class ImageStatus {
   Captured,  ///< with an image
-  /// A frame was drawn, but without a complete frame-buffer object, without a pixel, or without the callbacks of the
-  /// `ImageCapture`, because others replaced them later; or memory is exhausted, or the thread that watches the time
-  /// cannot be started.
+  /// A frame was drawn, but the frame-buffer object was missing or incomplete, the viewport was empty, or the callbacks
+  /// of the `ImageCapture` had been replaced; or memory is exhausted, or the thread that watches the time cannot be
+  /// started.
   NotCapturable,
   TimedOut,   ///< no frame was drawn in time
   Withdrawn,  ///< by `withdraw`
@@ -34,7 +34,7 @@ struct CapturedImage {
   osg::ref_ptr<osg::Image> image;
 };
 
-/// Images of a view for any thread, without a thread that must wait for the draw or be waited for.
+/// Delivers images of a view to any thread; neither that thread nor the draw has to wait for the other.
 ///
 ///     QuorOsgUtils::ImageCapture images(viewer);
 ///     ...
@@ -42,15 +42,15 @@ struct CapturedImage {
 ///     // on any other thread than the one that draws:
 ///     if (image.get().status == QuorOsgUtils::ImageStatus::Captured) { ... }
 ///
-/// Every future becomes ready: with the image at the end of the next frame that starts, or without one for the reasons
-/// of `ImageStatus`, after the time at the latest. A future that is dropped does not block.
+/// Every future becomes ready: with the image at the end of the next frame that starts, or without one for a reason in
+/// `ImageStatus`, at the latest after the time-out. Dropping a future does not block.
 ///
 /// Requires that the camera draws into a frame-buffer object that is captured or could be: `CapturedCamera`, or what
-/// `ScreenCaptureTool` requires. It reads the pixels of the viewport after the camera's draw, itself: it needs no
-/// capture tool and uses none, so that `CaptureOp`s of the application are served as if it did not exist.
+/// `ScreenCaptureTool` requires. It reads the pixels of the viewport itself, after the camera's draw. It uses no
+/// capture tool, so it does not interfere with `CaptureOp`s of the application.
 ///
 /// Threads: `request` and `withdraw` may be called from any thread. The thread that draws must not wait for a future,
-/// because it would draw nothing until the time is up; between frames it may ask whether the future is ready. The first
+/// because it would draw nothing until the time-out; between frames it may ask whether the future is ready. The first
 /// request starts a thread that watches the time; it ends with this object, and uses neither the view nor the camera.
 /// Ownership: the view must outlive this object; it may be on the stack. The camera is kept. Create and destroy the
 /// object while nothing is drawn, after `CapturedCamera` or the application have set the camera's draw callbacks: it
@@ -66,11 +66,11 @@ class QUOR_OSG_UTILS_EXPORT ImageCapture {
   /// Pending requests end as closed.
   ~ImageCapture();
 
-  /// Requests an image of the next frame that starts, for at least 0 ms and at most 100 years. A viewer that draws on
-  /// demand draws it: whenever the viewer looks for events (`osgViewer::ViewerBase::checkEvents`, which
+  /// Requests an image of the next frame that starts. `limit` is the time-out, at most 100 years. A viewer that draws
+  /// on demand draws the frame: whenever the viewer looks for events (`osgViewer::ViewerBase::checkEvents`, which
   /// `checkNeedToDoFrame` and `run` call) while a request is pending, the view's device reports some, and requests a
   /// redraw of the view (`osgViewer::View::requestRedraw`) on that thread. So nothing is written to the viewer from the
-  /// thread that calls `request`. An application with a loop that does neither requests redraws itself.
+  /// thread that calls `request`. An application whose loop calls neither must request redraws.
   std::future<CapturedImage> request(std::chrono::milliseconds limit);
   /// Ends all pending requests.
   void withdraw();

@@ -33,7 +33,7 @@ namespace QuorOsgUtils {
 ///
 /// Frames: world units; window positions in pixels from the bottom left of the image, Y up, as events carry them.
 /// Depth: read from the `ScreenCaptureTool` that is the post-draw callback of the view's camera, together with the
-/// matrices that the tool captured; of a `SnapshotCaptureTool`, the latest snapshot. Without a tool a pick finds
+/// matrices that the tool captured; from a `SnapshotCaptureTool`, the latest snapshot. Without a tool a pick finds
 /// nothing and a pan uses depth 0. Ownership: the manipulator observes the viewer and owns the pivot marker. A right
 /// drag in normal mode adds the marker to the viewer's scene data, if that is a group. The release removes it from
 /// every group that holds it, even if the viewer shows another scene by then. A manipulator that never receives the

@@ -9,8 +9,8 @@
 
 namespace QuorOsgUtils {
 
-/// What `PreciseOrbitManipulator` and `PrecisePivotManipulator` have in common: it passes the inputs that
-/// `PreciseNavigation` handles on to it, and all others to the base class. Applications use the derived manipulators.
+/// The common base of `PreciseOrbitManipulator` and `PrecisePivotManipulator`: passes the inputs that
+/// `PreciseNavigation` handles to that class, and all others to `Base`. Applications use the derived manipulators.
 template <typename Base>
 class PreciseManipulator : public Base, public PreciseNavigation {
  public:

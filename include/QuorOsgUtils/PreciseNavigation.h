@@ -56,7 +56,7 @@ enum class PivotFallback {
 /// Threads: the viewer's event thread only. GL: none is used.
 class QUOR_OSG_UTILS_EXPORT PreciseNavigation {
  public:
-  /// The vertical field of view of a station in degrees from which on drags rotate at full speed.
+  /// The vertical field of view in degrees from which drags at a station rotate at full speed; below it, more slowly.
   static constexpr double kStationFieldDegrees = 60.0;
 
   ///@{
@@ -102,8 +102,8 @@ class QUOR_OSG_UTILS_EXPORT PreciseNavigation {
   const std::optional<osg::Vec3d>& getLastScenePoint() const;
   /// The same if the view of the camera shows it; nothing otherwise.
   std::optional<osg::Vec3d> getVisibleScenePoint(const osg::Camera& camera);
-  /// Forgets the scene points of presses and zooms. Call it after the scene has changed so that they mean nothing, for
-  /// example because it has another origin.
+  /// Forgets the scene points of presses and zooms. Call it when a change of the scene, such as another origin, has
+  /// made them invalid.
   void forgetScenePoints();
 
   /// Moves the orbit centre along the line of sight to the depth of the scene in the middle of the view, or of the

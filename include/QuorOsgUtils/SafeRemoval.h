@@ -34,8 +34,8 @@ namespace QuorOsgUtils {
 /// moment when it finds a new one.
 ///
 /// Frames that the application draws by `viewer.frame()` detach nothing; requests wait for the next `frame`, which
-/// first waits until the latest of those frames has ended. If a window has not ended it after 0.2 seconds, the viewer's
-/// threads are stopped, which waits for them, and started again. Updates without drawing are not waited for.
+/// first waits until the latest of those frames has ended. If a window has not ended it after 0.2 seconds, `frame`
+/// stops the viewer's threads, which waits for them, and restarts them. It does not wait for updates without drawing.
 ///
 /// Freed memory: OSG's draw lists hold what they drew last for up to two more frames, and OSG deletes GL objects in the
 /// frames after that, each within a time limit. An application that draws on demand draws four frames to free all.
@@ -67,7 +67,7 @@ class QUOR_OSG_UTILS_EXPORT SafeRemoval {
 
   /// Draws a frame and waits as described above. Returns at once if the viewer is done.
   void frame();
-  /// Number of frames, by whatever function, whose work has ended in all contexts.
+  /// Number of frames, drawn by any function, whose work has ended in all contexts.
   std::uint64_t frameCount() const;
 
  private:

@@ -84,8 +84,8 @@ struct ReadBack {
 ///   projection of the node drawn last, which is wrong if that is under an `osg::Projection` of its own, and the
 ///   camera's viewport, which may already be that of the next frame.
 ///
-/// Memory: the tool reuses snapshots that nobody holds any more: two if readers let go of a frame before the next one,
-/// and one more, with its pixel buffer, for each frame that is late.
+/// Memory: the tool reuses snapshots that nobody holds any more. It needs two if readers release each frame before the
+/// next one, and one more, with its pixel buffer, for each frame that is late.
 /// Threads: the capture runs on the camera's draw thread; everything else may be called from any thread, except
 /// `attachTo`, which expects that nothing is drawn, and those of the base class. One tool belongs to one camera.
 /// GL: the context must be current and stays current. Left behind: `GL_PROGRAM_POINT_SIZE` enabled, the default
@@ -106,14 +106,14 @@ class QUOR_OSG_UTILS_EXPORT SnapshotCaptureTool : public ScreenCaptureTool, publ
   /// The latest frame, or null before the first.
   osg::ref_ptr<const FrameSnapshot> latest() const override;
 
-  /// Waits until there is a frame other than `seen`, and returns the latest one, or null after the time. `seen` is null
-  /// or a frame that the caller still holds: one that nobody holds may be reused for the next frame, and would then be
-  /// taken for the old one. Somebody else must draw: on the thread that draws it only waits in vain.
+  /// Waits until there is a frame other than `seen`, and returns the latest one, or null after the time-out. `seen` is
+  /// null or a frame that the caller still holds: one that nobody holds may be reused for the next frame, and would
+  /// then be taken for the old one. Another thread must draw: on the thread that draws, the wait always times out.
   osg::ref_ptr<const FrameSnapshot> waitForNext(const FrameSnapshot* seen, std::chrono::milliseconds limit) const;
 
   ///@{
-  /// What is read from the next frame on. Frames that are still being read are given up if nothing is to be late any
-  /// more.
+  /// What is read from the next frame on. Frames that are still being read are dropped if the new setting has no
+  /// late frames.
   void setReadBack(const ReadBack& readBack);
   [[nodiscard]] ReadBack getReadBack() const;
   ///@}

@@ -49,10 +49,10 @@ struct PickRule {
 
 /// The pixel that a click at a position means, at most `radiusPixels` away from it.
 ///
-/// That is the pixel at the position itself, or, if it does not count, the nearest one that counts: so points can be
-/// hit although there are holes between them. But through the holes of a near surface something far behind it may be
-/// seen. So if pixels in the circle are much nearer to the eye, the one of these nearest to the position is picked
-/// instead, and so on until none is much nearer. There must be a gap between the distances of all pixels in the circle,
+/// That is the pixel at the position itself, or, if it does not count, the nearest one that counts, so a click between
+/// points still hits one. But through the holes of a near surface, a far one may be visible. So if pixels in the circle
+/// are much nearer to the eye, the one of these nearest to the position is picked instead, and so on until none is much
+/// nearer. There must be a gap between the distances of all pixels in the circle,
 /// and it must be a step: most of the steps across it, from a pixel to the next one in its row or column, are more than
 /// four times as steep as the surfaces on both sides of them (by the values of the depth buffer, which on a plane are
 /// an affine function of the pixel). So pixels of a continuous surface, dense or sparse, are not picked instead of each

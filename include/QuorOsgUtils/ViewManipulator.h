@@ -11,8 +11,8 @@
 
 namespace QuorOsgUtils {
 
-/// Lets a manipulator that needs an `osgViewer::Viewer` work on any `osgViewer::View`: it stands for the view, with its
-/// camera and scene, while an event is handled. Applications use `ViewManipulator`.
+/// Lets a manipulator that needs an `osgViewer::Viewer` work on any `osgViewer::View`: while an event is handled, its
+/// viewer has the camera and scene of the view. Applications use `ViewManipulator`.
 class QUOR_OSG_UTILS_EXPORT ViewAdapter {
  public:
   ViewAdapter();
@@ -36,7 +36,7 @@ class QUOR_OSG_UTILS_EXPORT ViewAdapter {
     /// A copy of the event whose input range is the camera's viewport, so that drags are measured in its size; the
     /// event itself if there is no viewport. Positions are still those in the window.
     const osgGA::GUIEventAdapter& event() const { return *_event; }
-    /// The adapted viewer; what sent the event if that is no `osgViewer::View`.
+    /// The adapted viewer, or the sender of the event if that is no `osgViewer::View`.
     osgGA::GUIActionAdapter& actions() const { return *_actions; }
 
    private:
