@@ -27,12 +27,12 @@ IndexOptions IndexOptions::parse(const std::vector<std::string>& arguments) {
   app.option_defaults()->group("Options");
   addOption(app,
             {"--index-dir", "FOLDER", "the name of a folder",
-             "folder for the indexes; default: quor_osg_utils/index in the user's\nfolder for caches"},
+             "folder for the indexes; default: quor_osg_utils/index in the user's\ncache folder"},
             options.folder, readName);
   addOption(app,
             {"--index-limit", "GIB", "a number of GiB from 0.0001 to 1000000",
-             "size of all indexes in that folder together; default: a tenth of the disk\n"
-             "that is free or taken by them"},
+             "total size of the indexes in that folder; default: a tenth of the disk\n"
+             "space that is free or used by them"},
             options.limitBytes, readGibibytes);
   addOption(app,
             {"--memory", "GIB", "a number of GiB from 0.0001 to 1000000",
@@ -41,7 +41,7 @@ IndexOptions IndexOptions::parse(const std::vector<std::string>& arguments) {
   addOption(app,
             {"--threads", "N", "a whole number from 1 to 1024", "number of threads; default: one for each processor"},
             options.threads, readThreads);
-  app.add_flag("--rebuild", options.rebuild, "build indexes again that are up to date");
+  app.add_flag("--rebuild", options.rebuild, "rebuild indexes that are up to date");
   app.option_defaults()->group("Help");
   app.set_help_flag("-h,--help", "print this help and quit");
   app.footer(

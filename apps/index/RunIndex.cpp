@@ -22,7 +22,7 @@ using namespace std::chrono_literals;
 IndexCache cacheFor(const IndexOptions& options) {
   const std::string folder = options.folder.empty() ? IndexCache::defaultFolder() : options.folder;
   if (folder.empty()) {
-    throw ScanWriteError("the system names no folder for caches; give one with --index-dir");
+    throw ScanWriteError("the system has no cache folder; give one with --index-dir");
   }
   return {folder, options.limitBytes > 0 ? options.limitBytes : IndexCache::defaultLimitBytes(folder)};
 }

@@ -128,12 +128,12 @@ void addScanOptions(CLI::App& app, Arguments& into) {
   addOption(app,
             {"--index-dir", "FOLDER", "a folder name",
              "folder for the indexes of large scans; default: quor_osg_utils/index\n"
-             "in the user's folder for caches"},
+             "in the user's cache folder"},
             into.indexFolder, readName);
   addOption(app,
             {"--index-limit", "GIB", "a number of GiB from 0.0001 to 1000000",
-             "size of all indexes in that folder together; default: a tenth of the disk\n"
-             "that is free or taken by them"},
+             "total size of the indexes in that folder; default: a tenth of the disk\n"
+             "space that is free or used by them"},
             into.indexLimitBytes, readGibibytes);
   app.add_flag_callback(
       "--no-index", [&into] { into.index = false; },

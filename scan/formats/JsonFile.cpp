@@ -120,7 +120,7 @@ ScanError JsonFile::error(const std::string& field, const std::string& reason) c
 std::string JsonFile::placeOf(const std::string& field) const {
   const std::vector<unsigned char> text = _file.beginning(static_cast<std::size_t>(kMostBytes));
   const std::optional<std::size_t> place = FieldPlaces(text, field).find();
-  return place ? "at byte " + std::to_string(*place) : "at a byte that is not known";
+  return place ? "at byte " + std::to_string(*place) : "at an unknown byte";
 }
 
 }  // namespace QuorViewer

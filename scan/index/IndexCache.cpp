@@ -115,7 +115,7 @@ std::string IndexCache::changeOf(const IndexedScan& scan) {
     return change + "it has " + std::to_string(bytes) + " bytes, not " + std::to_string(scan.bytes);
   }
   const auto time = fs::last_write_time(fileOf(scan.path), gone).time_since_epoch().count();
-  return gone || time == scan.changed ? std::string() : change + "it was written again";
+  return gone || time == scan.changed ? std::string() : change + "it was rewritten";
 }
 
 std::string IndexCache::pathFor(const IndexedScan& scan) const {

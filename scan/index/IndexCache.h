@@ -17,9 +17,9 @@ class IndexCache {
   /// `limitBytes`: of all indexes together.
   IndexCache(std::string folder, std::uint64_t limitBytes) : _folder(std::move(folder)), _limitBytes(limitBytes) {}
 
-  /// `quor_osg_utils/index` in the user's folder for caches; empty if the system names none.
+  /// `quor_osg_utils/index` in the user's cache folder; empty if the system has none.
   static std::string defaultFolder();
-  /// A tenth of the space on the disk of the folder that is free or taken by its indexes.
+  /// A tenth of the space on the folder's disk that is free or used by its indexes.
   static std::uint64_t defaultLimitBytes(const std::string& folder);
   /// The scan's file as it is now; for an EPT scan, its file ept.json. Throws ScanError if it is gone.
   static IndexedScan identify(const ScanInfo& scan);

@@ -159,7 +159,7 @@ std::string parseIndexHeader(const unsigned char* bytes, IndexContents& contents
     return "it has version " + std::to_string(version) + byteText(kVersionAt) + ", not " + std::to_string(kVersion);
   }
   if (loadLittle<std::uint32_t>(bytes + kChecksumAt) != checksumOf(bytes, kChecksumAt)) {
-    return "the header has another checksum than stated" + byteText(kChecksumAt);
+    return "the header does not match its checksum" + byteText(kChecksumAt);
   }
   contents.scan.bytes = loadLittle<std::uint64_t>(bytes + kScanAt);
   contents.scan.changed = loadLittle<std::int64_t>(bytes + kScanAt + 8);
@@ -187,7 +187,7 @@ std::string parseIndexDirectory(const std::vector<unsigned char>& bytes, const I
                                 IndexContents& contents) {
   const std::size_t ofEntries = std::size_t{place.entries} * IndexEntry::kBytes;
   if (ofEntries > bytes.size() || checksumOf(bytes.data(), bytes.size()) != place.checksum) {
-    return "the directory" + byteText(place.offsetBytes) + " has another checksum than stated";
+    return "the directory" + byteText(place.offsetBytes) + " does not match its checksum";
   }
   contents.scan.path.assign(bytes.begin() + static_cast<std::ptrdiff_t>(ofEntries), bytes.end());
   std::set<NodeKey> keys;

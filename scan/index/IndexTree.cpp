@@ -123,7 +123,7 @@ NodePoints IndexTree::_read(const IndexEntry& entry) {
     const std::vector<unsigned char> bytes = _load(entry.offsetBytes, entry.bytes);
     if (checksumOf(bytes.data(), bytes.size()) != entry.checksum ||
         !unpackColumns(bytes.data(), bytes.size(), entry.points, _points)) {
-      _refuse("the points at byte " + std::to_string(entry.offsetBytes) + " have another checksum than stated");
+      _refuse("the points at byte " + std::to_string(entry.offsetBytes) + " do not match their checksum");
     }
   }
   return arraysOf(_points, _shared->contents.grid, entry.key);

@@ -274,7 +274,7 @@ TEST_F(LargeScanViewerTest, anIndexDamagedInUseIsBuiltAgainOnce) {
   damageNodes();
   approach(pointAt(700, 600), 6);
   EXPECT_THAT(_viewer->waitForLine("quor_viewer: "),
-              AllOf(HasSubstr("have another checksum than stated"), HasSubstr("; the index is built again")));
+              AllOf(HasSubstr("do not match their checksum"), HasSubstr("; the index is built again")));
   EXPECT_NE(_viewer->waitForLine("index written to"), "");
   waitUntilLoaded(kLargeSide * kLargeSide);
   expectPickOf(pointAt(700, 600), 700 * kLargeSide + 600, "field.las");
@@ -283,7 +283,7 @@ TEST_F(LargeScanViewerTest, anIndexDamagedInUseIsBuiltAgainOnce) {
   damageNodes();
   approach(pointAt(1200, 1300), 6);
   EXPECT_THAT(_viewer->waitForLine("quor_viewer: "),
-              AllOf(HasSubstr("have another checksum than stated"), HasSubstr("; all points are loaded instead")));
+              AllOf(HasSubstr("do not match their checksum"), HasSubstr("; all points are loaded instead")));
   waitUntilLoaded(kLargeSide * kLargeSide);
   expectPickOf(pointAt(1200, 1300), 1200 * kLargeSide + 1300, "field.las");
   EXPECT_THAT(_viewer->waitForLine("quor_viewer: ", 1s), "") << "each is reported once";

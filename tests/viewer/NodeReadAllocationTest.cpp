@@ -25,7 +25,7 @@ class DamagedTree : public PointTree {
  private:
   TreeInfo _info;
   std::vector<TreeNode> _nodes;
-  ScanError _error{"the points at byte 123456789 have another checksum than stated"};
+  ScanError _error{"the points at byte 123456789 do not match their checksum"};
 };
 
 class NodeReadAllocationTest : public testing::Test {
@@ -55,7 +55,7 @@ TEST_F(NodeReadAllocationTest, aDamagedNodeIsReportedWithTheReason) {
   const NodeResult result = resultOf(std::move(damaged));
   EXPECT_EQ(result.read, _read);
   EXPECT_EQ(result.failure, NodeFailure::Damaged);
-  EXPECT_EQ(result.error, "the points at byte 123456789 have another checksum than stated");
+  EXPECT_EQ(result.error, "the points at byte 123456789 do not match their checksum");
 }
 
 TEST_F(NodeReadAllocationTest, aJobPostsItsResultAlsoWithoutMemory) {

@@ -28,8 +28,8 @@ std::vector<KeyBinding> CameraControl::bindings(CameraControl& control) {
       {{Key::KEY_F6}, "F6, F7", "view from the left, from the right", preset(ViewPreset::Left, "left")},
       {{Key::KEY_F7}, "", "", preset(ViewPreset::Right, "right")},
       {{Key::KEY_F8}, "F8", "isometric view", preset(ViewPreset::Isometric, "isometric")},
-      {{Key::KEY_Left}, "Alt+Left", "back to the view before", [&control] { control._goBack(); }, Modifier::kAlt},
-      {{Key::KEY_Right}, "Alt+Right", "forward again", [&control] { control._goForward(); }, Modifier::kAlt},
+      {{Key::KEY_Left}, "Alt+Left", "previous view", [&control] { control._goBack(); }, Modifier::kAlt},
+      {{Key::KEY_Right}, "Alt+Right", "next view", [&control] { control._goForward(); }, Modifier::kAlt},
   };
 }
 

@@ -12,7 +12,7 @@ std::vector<KeyBinding> ScanZoom::bindings(ScanZoom& zoom) {
 
 void ScanZoom::_zoom() {
   if (_dependencies.session.scans().isEmpty()) {
-    return _dependencies.messages.show("There is no scan; press A to add one");
+    return _dependencies.messages.show("No scan is open; press A to add one");
   }
   _show(_chooseScan());
 }

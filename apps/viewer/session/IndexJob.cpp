@@ -25,7 +25,7 @@ IndexJob::IndexJob(const ScanReader& scan, IndexedScan identity, const osg::Vec3
   const bool fits = points * kBuildBytesPerPoint <= memory.build && points * sizeof(IndexPoint) <= memory.held;
   if (points > kMostPointsInMemory || !fits) {
     if (cache.folder().empty()) {
-      throw ScanWriteError("the system names no folder for caches; give one with --index-dir");
+      throw ScanWriteError("the system has no cache folder; give one with --index-dir");
     }
     _path = cache.pathFor(_identity);
   }
