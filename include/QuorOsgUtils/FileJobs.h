@@ -99,8 +99,8 @@ class FileJob {
 /// submitted within each priority.
 /// Files: a job's file is opened for reading when the job first uses it. Jobs whose names mean the same file
 /// (`normalizedPath`) share one open file as long as any of them is queued or running; then it is closed. Its size is
-/// the one at the first successful opening. A job that writes captures a
-/// `FilePtr` and uses a `FileView` of that. The name may be empty if the function uses no file.
+/// the one at the first successful opening. A job that writes captures a `FilePtr` and uses a `FileView` of that. The
+/// name may be empty if the function uses no file.
 /// Stopping: when a stop is requested, a job that has not started never calls its function, and its future holds a
 /// FileJobError. A running function may check `FileJob::stopRequested` and return early.
 /// Ownership: the function and what it captures are destroyed on the worker after the job. Futures may be dropped.
